@@ -1,0 +1,44 @@
+#pragma once
+
+#include "EnumType.h"
+#include "IpcExport.h"
+
+#include <QDBusArgument>
+#include <QList>
+#include <QMetaType>
+#include <QString>
+#include <QVariantMap>
+
+namespace ipc {
+
+/// One item on the bus, D-Bus signature (sa{sv}): its full address and its properties.
+///
+/// List and Watch send "kind" ("config", "result", "action"), "module", "id", "index" (i; instances only),
+/// "label", "value" (not for actions), "text" (enumerations only: the label of the present value) and
+/// "applicable" (b). Changed sends those of "value", "text" and "applicable" that are new.
+struct ItemRecord
+{
+    QString address;
+    QVariantMap properties;
+};
+
+using ItemRecords = QList<ItemRecord>;
+
+/// The "enumeration" of a described item: a(iss), value, symbol and label of each.
+using EnumValues = QVector<EnumValue>;
+
+IPC_EXPORT QDBusArgument &operator<<(QDBusArgument &argument, const ItemRecord &record);
+IPC_EXPORT const QDBusArgument &operator>>(const QDBusArgument &argument, ItemRecord &record);
+
+/// Registers the wire types once; harmless when repeated.
+IPC_EXPORT void registerItemRecordTypes();
+
+} // namespace ipc
+
+IPC_EXPORT QDBusArgument &operator<<(QDBusArgument &argument, const EnumValue &value);
+IPC_EXPORT const QDBusArgument &operator>>(const QDBusArgument &argument, EnumValue &value);
+
+Q_DECLARE_METATYPE(ipc::ItemRecord)
+Q_DECLARE_METATYPE(ipc::ItemRecords)
+Q_DECLARE_METATYPE(EnumValue)
+Q_DECLARE_METATYPE(ipc::EnumValues)
