@@ -35,12 +35,18 @@ template <typename T>
 class Outcome
 {
 public:
-    Outcome(T value) : m_value(std::move(value)) { }
-    Outcome(ClientError error) : m_error(std::move(error)) { }
+    Outcome(T value)
+        : m_value(std::move(value))
+    {
+    }
+    Outcome(ClientError error)
+        : m_error(std::move(error))
+    {
+    }
     explicit operator bool() const { return m_value.has_value(); }
-    const T &operator*() const { return *m_value; }
-    const T *operator->() const { return &*m_value; }
-    [[nodiscard]] const ClientError &error() const { return m_error; }
+    const T& operator*() const { return *m_value; }
+    const T* operator->() const { return &*m_value; }
+    [[nodiscard]] const ClientError& error() const { return m_error; }
 
 private:
     std::optional<T> m_value;
@@ -48,7 +54,8 @@ private:
 };
 
 struct Done
-{ };
+{
+};
 
 /// A server's items as they stand after the change signal with this serial.
 struct Snapshot
@@ -65,19 +72,19 @@ class IPC_EXPORT KELClientInterface : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr std::chrono::milliseconds DefaultTimeout { 10'000 };
+    static constexpr std::chrono::milliseconds DefaultTimeout{ 10'000 };
 
     /// The client for a server, by its bus name ("tov.base.sync_mobile_app"). Null when the server is not on
     /// the bus. Clients are shared, one for each name, and stay the property of this class: callers neither
     /// keep nor delete them. Without a parent the client lives as long as the application.
-    static KELClientInterface *getSessionBusClient(const QString &busName, QObject *parent);
+    static KELClientInterface* getSessionBusClient(const QString& busName, QObject* parent);
 
     /// A client of the caller's own, whether or not the server is there. @param connection where it looks.
-    KELClientInterface(const QString &busName, const QDBusConnection &connection, QObject *parent = nullptr);
+    KELClientInterface(const QString& busName, const QDBusConnection& connection, QObject* parent = nullptr);
     ~KELClientInterface() override;
 
     /// The names ("tov.base.…") of the servers on a bus, sorted.
-    static ipc::Outcome<QStringList> servers(const QDBusConnection &connection);
+    static ipc::Outcome<QStringList> servers(const QDBusConnection& connection);
 
     [[nodiscard]] QString busName() const;
     [[nodiscard]] std::chrono::milliseconds timeout() const;
@@ -85,26 +92,29 @@ public:
 
     [[nodiscard]] ipc::Outcome<QStringList> modules() const;
     /// Items are named by full address, "module:id", "id", each with ":INDEX" for an instance.
-    [[nodiscard]] ipc::Outcome<ipc::Snapshot> list(const QStringList &patterns = {}) const;
-    [[nodiscard]] ipc::Outcome<QVariant> get(const QString &item) const;
-    [[nodiscard]] ipc::Outcome<QVariantMap> describe(const QString &item) const;
-    [[nodiscard]] ipc::Outcome<ipc::Done> set(const QString &item, const QVariant &value) const;
-    [[nodiscard]] ipc::Outcome<QString> trigger(const QString &action, const QString &text) const;
+    [[nodiscard]] ipc::Outcome<ipc::Snapshot> list(const QStringList& patterns = {}) const;
+    [[nodiscard]] ipc::Outcome<QVariant> get(const QString& item) const;
+    [[nodiscard]] ipc::Outcome<QVariantMap> describe(const QString& item) const;
+    [[nodiscard]] ipc::Outcome<ipc::Done> set(const QString& item, const QVariant& value) const;
+    [[nodiscard]] ipc::Outcome<QString> trigger(const QString& action, const QString& text) const;
 
     /// Writes an item without waiting for the answer, which is dropped.
-    void setItem(const QString &item, const QVariant &value) const;
+    void setItem(const QString& item, const QVariant& value) const;
 
     /// The items as they are now; from here on changed() reports what differs, with no gap in between.
     /// A server that leaves and comes back is announced by serverLeft() and serverReturned(); after the
     /// latter, watch again.
-    [[nodiscard]] ipc::Outcome<ipc::Snapshot> watch(const QStringList &patterns = {});
+    [[nodiscard]] ipc::Outcome<ipc::Snapshot> watch(const QStringList& patterns = {});
 
 Q_SIGNALS:
     /// What changed in one turn of the server's event loop: of each item the new ones of "value", "text" and
     /// "applicable". All items of the server, whatever the patterns of watch() were.
-    void changed(const ipc::ItemRecords &items);
+    void changed(const ipc::ItemRecords& items);
     void serverLeft();
     void serverReturned();
+
+private Q_SLOTS:
+    void onChanged(qulonglong serial, const ipc::ItemRecords& items);
 
 private:
     class Private;

@@ -1,0 +1,83 @@
+#include "ItemProperties.h"
+
+#include "expressions/Applicability.h"
+#include "items/EnumMatch.h"
+#include "items/Item.h"
+
+namespace ipc {
+namespace {
+
+void insertUnlessAbsent(QVariantMap& properties, const QString& key, const QVariant& value)
+{
+    if (value.isValid() && !(value.userType() == QMetaType::QString && value.toString().isEmpty()))
+        properties.insert(key, value);
+}
+
+void insertValue(QVariantMap& properties, const Item& item)
+{
+    // An invalid value has no form on the bus: actions and items never written are without.
+    if (item.value().isValid())
+        properties.insert(QStringLiteral("value"), item.value());
+    if (item.type.isEnumeration())
+        properties.insert(QStringLiteral("text"), enumLabel(item.type.values(), item.value().toInt()));
+}
+
+void insertApplicable(QVariantMap& properties, const Item& item)
+{
+    properties.insert(QStringLiteral("applicable"), item.isApplicable());
+}
+
+} // namespace
+
+ItemRecord listedItem(const Item& item)
+{
+    QVariantMap properties{
+        { QStringLiteral("kind"), toString(item.address.kind) },
+        { QStringLiteral("module"), item.address.module },
+        { QStringLiteral("id"), item.address.id },
+        { QStringLiteral("label"), item.label },
+    };
+    if (item.address.index != ItemAddress::NoIndex)
+        properties.insert(QStringLiteral("index"), item.address.index);
+    insertValue(properties, item);
+    insertApplicable(properties, item);
+    return { item.address.toString(), properties };
+}
+
+ItemRecord changedItem(const Item& item, unsigned changes)
+{
+    QVariantMap properties;
+    if ((changes & Item::ValueChanged) != 0)
+        insertValue(properties, item);
+    if ((changes & Item::ApplicableChanged) != 0)
+        insertApplicable(properties, item);
+    return { item.address.toString(), properties };
+}
+
+QVariantMap describedItem(const Item& item)
+{
+    const ItemRecord record = listedItem(item);
+    QVariantMap description = record.properties;
+    description.insert(QStringLiteral("address"), record.address);
+    if (item.expression)
+        description.insert(QStringLiteral("applicability"), item.expression->text());
+    if (item.address.kind == ItemKind::Action) {
+        description.insert(QStringLiteral("type"), QStringLiteral("action"));
+        description.insert(QStringLiteral("takesText"), std::holds_alternative<TextHandler>(item.handler));
+        return description;
+    }
+    description.insert(QStringLiteral("type"), item.type.name());
+    description.insert(QStringLiteral("writable"), item.isWritable);
+    description.insert(QStringLiteral("private"), item.isPrivate);
+    if (item.defaultValue.isValid())
+        description.insert(QStringLiteral("default"), item.defaultValue);
+    insertUnlessAbsent(description, QStringLiteral("minimum"), item.type.minimum());
+    insertUnlessAbsent(description, QStringLiteral("maximum"), item.type.maximum());
+    insertUnlessAbsent(description, QStringLiteral("regularExpression"), item.type.regularExpression());
+    insertUnlessAbsent(description, QStringLiteral("hint"), item.hint);
+    if (item.type.isEnumeration())
+        description.insert(QStringLiteral("enumeration"), QVariant::fromValue(item.type.values()));
+    return description;
+}
+
+} // namespace ipc

@@ -1,0 +1,191 @@
+// The methods of tov.base.Items: what clients ask of a server.
+
+#include "ItemProperties.h"
+#include "ItemServer.h"
+#include "Names.h"
+#include "RegistrationModule.h"
+#include "items/ForkGuard.h"
+#include "items/ItemPattern.h"
+#include "items/ModuleItems.h"
+
+#include <QDBusMessage>
+
+namespace ipc {
+namespace {
+
+constexpr QLatin1String NotAnAction{ "tov.base.Error.NotAnAction" };
+constexpr QLatin1String NoValue{ "tov.base.Error.NoValue" };
+constexpr QLatin1String ReadOnly{ "tov.base.Error.ReadOnly" };
+constexpr QLatin1String InvalidValue{ "tov.base.Error.InvalidValue" };
+constexpr QLatin1String Halting{ "tov.base.Error.Halting" };
+constexpr QLatin1String ActionFailed{ "tov.base.Error.ActionFailed" };
+
+/// "bluetooth:scan" and "scan" name an item without saying of which kind; a full address says it.
+QString withoutModule(const QString& name, const QString& module)
+{
+    const QString prefix = module + QLatin1Char(':');
+    return name.startsWith(prefix) ? name.mid(prefix.size()) : name;
+}
+
+} // namespace
+
+std::vector<ItemServer::Found> ItemServer::findAll(const QString& name) const
+{
+    std::vector<Found> found;
+    for (RegistrationModule* module : m_modules) {
+        if (!module->publishesItems())
+            continue;
+        const QString local = withoutModule(name, module->moduleName());
+        for (const ItemKind kind : { ItemKind::Config, ItemKind::Result, ItemKind::Action }) {
+            if (Item* item = module->items().find(kind, local))
+                found.push_back({ module, item });
+        }
+    }
+    return found;
+}
+
+ItemServer::Found ItemServer::findForRequest(const QString& name)
+{
+    leaveIfForked();
+    const std::vector<Found> found = findAll(name);
+    if (found.size() == 1) {
+        if (!m_hadClient) {
+            m_hadClient = true;
+            for (RegistrationModule* module : m_modules)
+                module->firstClientSeen();
+        }
+        return found.front();
+    }
+    if (found.empty()) {
+        refuse(names::NoSuchItem,
+               QStringLiteral("there is no item \"%1\" among %2; List names them all")
+                   .arg(name, modules().join(QStringLiteral(", "))));
+        return {};
+    }
+    QStringList candidates;
+    for (const Found& candidate : found)
+        candidates << candidate.item->address.toString();
+    refuse(names::AmbiguousItem,
+           QStringLiteral("\"%1\" names several items: %2").arg(name, candidates.join(QStringLiteral(", "))));
+    return {};
+}
+
+void ItemServer::refuse(const QString& errorName, const QString& text) const
+{
+    sendErrorReply(errorName, text);
+}
+
+ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatching) const
+{
+    ItemRecords records;
+    for (RegistrationModule* module : m_modules) {
+        if (!module->publishesItems())
+            continue;
+        for (const auto& item : module->items().all()) {
+            if (startsWatching)
+                item->takeChanges(true);
+            if (matchesAnyPattern(item->address, patterns))
+                records << listedItem(*item);
+        }
+    }
+    return records;
+}
+
+qulonglong ItemServer::List(const QStringList& patterns, ItemRecords& items)
+{
+    // What waits to be sent goes first, so that the answer contains all up to its serial.
+    flush();
+    items = matching(patterns, false);
+    return m_serial;
+}
+
+qulonglong ItemServer::Watch(const QStringList& patterns, ItemRecords& items)
+{
+    flush();
+    const QString client = message().service();
+    const bool isFirst = m_watchers.isEmpty();
+    if (!m_watchers.contains(client)) {
+        m_watchers.insert(client);
+        m_watcherLeft.addWatchedService(client);
+    }
+    // The first watcher's snapshot is what changes of applicability are measured against.
+    items = matching(patterns, isFirst);
+    return m_serial;
+}
+
+QDBusVariant ItemServer::Get(const QString& name)
+{
+    const Found found = findForRequest(name);
+    if (!found.item)
+        return QDBusVariant(QString());
+    if (!found.item->value().isValid()) {
+        const bool isAction = found.item->address.kind == ItemKind::Action;
+        refuse(NoValue,
+               QStringLiteral("%1 %2").arg(
+                   found.item->address.toString(),
+                   isAction ? QStringLiteral("is an action and has no value; Trigger calls it")
+                            : QStringLiteral("has no value yet")));
+        return QDBusVariant(QString());
+    }
+    return QDBusVariant(found.item->value());
+}
+
+void ItemServer::Set(const QString& name, const QDBusVariant& value)
+{
+    const Found found = findForRequest(name);
+    if (!found.item)
+        return;
+    const QString address = found.item->address.toString();
+    if (!found.item->isWritable) {
+        refuse(ReadOnly,
+               found.item->address.kind == ItemKind::Action
+                   ? QStringLiteral("%1 is an action and takes no value; Trigger calls it").arg(address)
+                   : QStringLiteral("%1 is a result, which its module alone writes").arg(address));
+        return;
+    }
+    QString reason;
+    if (!found.module->validateAndApply(address, value.variant(), &reason)) {
+        leaveIfForked();
+        refuse(InvalidValue, QStringLiteral("%1 keeps its value: %2").arg(address, reason));
+    }
+    leaveIfForked();
+}
+
+QString ItemServer::Trigger(const QString& name, const QString& text)
+{
+    const Found found = findForRequest(name);
+    if (!found.item)
+        return {};
+    const QString address = found.item->address.toString();
+    if (found.item->address.kind != ItemKind::Action) {
+        refuse(NotAnAction,
+               QStringLiteral("%1 is no action; Set writes a config, Get reads an item").arg(address));
+        return {};
+    }
+    if (found.module->items().refusesActions()) {
+        refuse(Halting, QStringLiteral("%1 is refused: the server is shutting down").arg(address));
+        return {};
+    }
+    std::string reply;
+    try {
+        if (const auto* handler = std::get_if<TextHandler>(&found.item->handler))
+            reply = (*handler)(text.toStdString());
+        else if (!text.isEmpty())
+            refuse(InvalidValue, QStringLiteral("%1 takes no text").arg(address));
+        else if (const auto* plain = std::get_if<NullHandler>(&found.item->handler))
+            (*plain)();
+    } catch (const std::exception& error) {
+        leaveIfForked();
+        refuse(ActionFailed, QStringLiteral("%1 failed: %2").arg(address, QString::fromUtf8(error.what())));
+    }
+    leaveIfForked();
+    return QString::fromStdString(reply);
+}
+
+QVariantMap ItemServer::Describe(const QString& name)
+{
+    const Found found = findForRequest(name);
+    return found.item ? describedItem(*found.item) : QVariantMap();
+}
+
+} // namespace ipc

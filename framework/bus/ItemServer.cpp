@@ -1,0 +1,164 @@
+#include "ItemServer.h"
+
+#include "ItemProperties.h"
+#include "ItemsAdaptor.h"
+#include "Names.h"
+#include "RegistrationModule.h"
+#include "items/ForkGuard.h"
+#include "items/ModuleItems.h"
+
+#include <QCoreApplication>
+#include <QDBusConnectionInterface>
+#include <QDir>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace ipc {
+
+ItemServer::ItemServer(QDBusConnection connection, QString stateFolder, QObject* parent)
+    : QObject(parent)
+    , m_connection(std::move(connection))
+    , m_stateFolder(std::move(stateFolder))
+{
+    registerItemRecordTypes();
+    new ItemsAdaptor(this); // owned by this object, as all adaptors are
+    m_watcherLeft.setConnection(m_connection);
+    m_watcherLeft.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    connect(&m_watcherLeft, &QDBusServiceWatcher::serviceUnregistered, this, [this](const QString& client) {
+        m_watchers.remove(client);
+        m_watcherLeft.removeWatchedService(client);
+    });
+}
+
+ItemServer::~ItemServer() = default;
+
+void ItemServer::addModule(RegistrationModule& module)
+{
+    m_modules.push_back(&module);
+    module.items().setChangeListener([this] { scheduleFlush(); });
+    module.addedToRegistrationModule();
+    leaveIfForked();
+}
+
+QStringList ItemServer::modules() const
+{
+    QStringList names;
+    for (const RegistrationModule* module : m_modules)
+        names << module->moduleName();
+    return names;
+}
+
+QString ItemServer::configPath() const
+{
+    return QDir(m_stateFolder).filePath(QCoreApplication::applicationName() + QStringLiteral(".json"));
+}
+
+bool ItemServer::start(QString* error)
+{
+    const QString name = names::BusNamePrefix + QCoreApplication::applicationName();
+    if (!m_connection.isConnected()) {
+        *error = QStringLiteral(
+                     "there is no session bus to serve on (%1); DBUS_SESSION_BUS_ADDRESS has to name one")
+                     .arg(m_connection.lastError().message());
+        return false;
+    }
+    // Asked before anything is switched on because of a stored config; the name itself comes last.
+    const QString taken =
+        QStringLiteral("%1 is taken: another server of that name runs on this bus; end that one first")
+            .arg(name);
+    if (m_connection.interface()->isServiceRegistered(name)) {
+        *error = taken;
+        return false;
+    }
+    if (!QDir().mkpath(m_stateFolder)) {
+        *error = QStringLiteral("the state folder %1 cannot be made; it has to be one that can be written")
+                     .arg(m_stateFolder);
+        return false;
+    }
+    for (RegistrationModule* module : m_modules) {
+        module->aboutToLoadConfig();
+        module->loadConfigurationFile(configPath());
+        leaveIfForked();
+        module->slotLastConfigLoaded();
+    }
+    flush(); // what was loaded is where clients begin
+    m_isServing = true;
+    if (!m_connection.registerObject(names::ObjectPath, this)) {
+        *error = QStringLiteral("the object %1 is there already").arg(names::ObjectPath);
+        return false;
+    }
+    if (!m_connection.registerService(name)) {
+        *error = taken;
+        return false;
+    }
+    for (RegistrationModule* module : m_modules)
+        module->busNameTaken();
+    return true;
+}
+
+void ItemServer::halt()
+{
+    int patience = 0;
+    for (RegistrationModule* module : m_modules) {
+        module->halt();
+        if (!module->readyToHalt())
+            patience = std::max(patience, module->exitTimeout());
+    }
+    if (patience > 0) {
+        QEventLoop loop;
+        QTimer::singleShot(patience, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+    flush();
+    if (m_isServing) {
+        m_connection.unregisterService(names::BusNamePrefix + QCoreApplication::applicationName());
+        m_connection.unregisterObject(names::ObjectPath);
+        m_isServing = false;
+    }
+    for (RegistrationModule* module : m_modules)
+        module->aboutToExit();
+}
+
+void ItemServer::scheduleFlush()
+{
+    if (m_flushScheduled)
+        return;
+    m_flushScheduled = true;
+    // Posted: everything that this turn of the event loop still brings goes along.
+    QMetaObject::invokeMethod(this, &ItemServer::flush, Qt::QueuedConnection);
+}
+
+void ItemServer::flush()
+{
+    leaveIfForked();
+    m_flushScheduled = false;
+    const bool withApplicability = !m_watchers.isEmpty();
+    ItemRecords records;
+    for (RegistrationModule* module : m_modules) {
+        bool configChanged = false;
+        const bool isPublished = module->publishesItems();
+        for (Item* item : module->items().takeChanged(withApplicability)) {
+            const unsigned changes = item->takeChanges(withApplicability);
+            if (changes == Item::NoChange)
+                continue;
+            configChanged |= item->address.kind == ItemKind::Config && (changes & Item::ValueChanged) != 0;
+            if (isPublished)
+                records << changedItem(*item, changes);
+        }
+        if (configChanged && m_isServing)
+            saveConfigs(*module);
+    }
+    if (m_isServing && !records.isEmpty())
+        Q_EMIT Changed(++m_serial, records);
+}
+
+void ItemServer::saveConfigs(RegistrationModule& module)
+{
+    module.aboutToSaveConfig();
+    if (module.saveConfigurationFile(configPath()))
+        module.configSaved();
+}
+
+} // namespace ipc

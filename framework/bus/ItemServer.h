@@ -1,0 +1,87 @@
+#pragma once
+
+#include "IpcExport.h"
+#include "ItemRecord.h"
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QObject>
+#include <QSet>
+#include <QStringList>
+
+#include <variant>
+#include <vector>
+
+class RegistrationModule;
+
+namespace ipc {
+
+class Item;
+
+/// Publishes the items of this process's modules on the bus as "tov.base.APPLICATION", at /tov/base/Items
+/// with the interface tov.base.Items, and keeps their configs in a file of the state folder.
+class IPC_EXPORT ItemServer : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_PROPERTY(QStringList Modules READ modules)
+public:
+    /// @param connection usually the session bus; without a bus, start() says so.
+    /// @param stateFolder where APPLICATION.json is kept; made when it is missing.
+    ItemServer(QDBusConnection connection, QString stateFolder, QObject* parent = nullptr);
+    ~ItemServer() override;
+
+    /// Takes a module in. It has to outlive the server.
+    void addModule(RegistrationModule& module);
+
+    /// Loads the stored configs into the modules, then takes the bus name.
+    /// @param error what was wrong and what would be right, when the answer is false.
+    bool start(QString* error);
+
+    /// Ends the service: no more actions, configs stored, bus name given back.
+    void halt();
+
+    [[nodiscard]] QStringList modules() const;
+
+    // The methods of tov.base.Items.
+    qulonglong List(const QStringList& patterns, ipc::ItemRecords& items);
+    qulonglong Watch(const QStringList& patterns, ipc::ItemRecords& items);
+    QDBusVariant Get(const QString& item);
+    void Set(const QString& item, const QDBusVariant& value);
+    QString Trigger(const QString& action, const QString& text);
+    QVariantMap Describe(const QString& item);
+
+Q_SIGNALS:
+    void Changed(qulonglong serial, const ipc::ItemRecords& items);
+
+private:
+    struct Found
+    {
+        RegistrationModule* module = nullptr;
+        Item* item = nullptr;
+    };
+
+    [[nodiscard]] std::vector<Found> findAll(const QString& name) const;
+    /// The one item of that name; when there is none, or several, the request is answered with an error.
+    Found findForRequest(const QString& name);
+    void refuse(const QString& errorName, const QString& text) const;
+
+    [[nodiscard]] ItemRecords matching(const QStringList& patterns, bool startsWatching) const;
+    void scheduleFlush();
+    void flush();
+    void saveConfigs(RegistrationModule& module);
+    [[nodiscard]] QString configPath() const;
+
+    QDBusConnection m_connection;
+    QString m_stateFolder;
+    std::vector<RegistrationModule*> m_modules;
+    QDBusServiceWatcher m_watcherLeft; ///< tells when a client that watches leaves the bus
+    QSet<QString> m_watchers; ///< unique bus names
+    qulonglong m_serial = 0;
+    bool m_flushScheduled = false;
+    bool m_isServing = false;
+    bool m_hadClient = false;
+};
+
+} // namespace ipc

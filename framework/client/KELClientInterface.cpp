@@ -1,0 +1,256 @@
+#include "KELClientInterface.h"
+
+#include "bus/Names.h"
+
+#include <QCoreApplication>
+#include <QDBusArgument>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QHash>
+#include <QPointer>
+#include <QRegularExpression>
+
+#include <limits>
+
+namespace names = ipc::names;
+
+using ipc::ClientError;
+using ipc::Done;
+using ipc::ItemRecords;
+using ipc::Outcome;
+using ipc::Snapshot;
+
+namespace {
+
+ClientError::Kind errorKind(const QDBusMessage& reply)
+{
+    const QString name = reply.errorName();
+    if (name == names::NoSuchItem)
+        return ClientError::Kind::NoSuchItem;
+    if (name == names::AmbiguousItem)
+        return ClientError::Kind::Ambiguous;
+    if (name.startsWith(names::ErrorPrefix))
+        return ClientError::Kind::Refused;
+    switch (QDBusError(reply).type()) {
+    case QDBusError::NoReply:
+    case QDBusError::Timeout:
+    case QDBusError::TimedOut:
+        return ClientError::Kind::NoAnswer;
+    case QDBusError::ServiceUnknown:
+    case QDBusError::NoServer:
+    case QDBusError::Disconnected:
+        return ClientError::Kind::NoServer;
+    default:
+        return ClientError::Kind::Failed;
+    }
+}
+
+/// The answer's first value; an answer of another shape reads as the type's default.
+template <typename T>
+T valueOf(const QDBusMessage& reply, int position = 0)
+{
+    return qdbus_cast<T>(reply.arguments().value(position));
+}
+
+QString noBus(const QDBusConnection& connection)
+{
+    return QStringLiteral("there is no session bus (%1); DBUS_SESSION_BUS_ADDRESS has to name one")
+        .arg(connection.lastError().message());
+}
+
+} // namespace
+
+class KELClientInterface::Private
+{
+public:
+    Private(QString name, QDBusConnection bus)
+        : busName(std::move(name))
+        , connection(std::move(bus))
+    {
+    }
+
+    [[nodiscard]] QDBusMessage request(const QString& method, const QVariantList& arguments) const
+    {
+        QDBusMessage message =
+            QDBusMessage::createMethodCall(busName, names::ObjectPath, names::Interface, method);
+        message.setArguments(arguments);
+        // A server's name must not start anything: what is absent is told.
+        message.setAutoStartService(false);
+        return message;
+    }
+
+    [[nodiscard]] QDBusMessage call(const QString& method, const QVariantList& arguments) const
+    {
+        return connection.call(request(method, arguments), QDBus::Block, static_cast<int>(timeout.count()));
+    }
+
+    [[nodiscard]] ClientError errorOf(const QDBusMessage& reply) const
+    {
+        const ClientError::Kind kind = errorKind(reply);
+        if (!connection.isConnected())
+            return { ClientError::Kind::NoServer, noBus(connection) };
+        if (kind == ClientError::Kind::NoServer)
+            return { kind,
+                     QStringLiteral("%1 is not on the session bus; start its server first").arg(busName) };
+        if (kind == ClientError::Kind::NoAnswer)
+            return { kind,
+                     QStringLiteral("%1 did not answer within %2 s")
+                         .arg(busName)
+                         .arg(static_cast<double>(timeout.count()) / 1000.0) };
+        return { kind, reply.errorMessage() };
+    }
+
+    [[nodiscard]] Outcome<Snapshot> snapshot(const QString& method, const QStringList& patterns) const
+    {
+        const QDBusMessage reply = call(method, { patterns });
+        if (reply.type() != QDBusMessage::ReplyMessage)
+            return errorOf(reply);
+        return Snapshot{ valueOf<qulonglong>(reply), valueOf<ItemRecords>(reply, 1) };
+    }
+
+    QString busName;
+    QDBusConnection connection;
+    std::chrono::milliseconds timeout = DefaultTimeout;
+    qulonglong lastSerial = 0;
+    bool isWatching = false;
+    std::unique_ptr<QDBusServiceWatcher> presence;
+};
+
+KELClientInterface* KELClientInterface::getSessionBusClient(const QString& busName, QObject* parent)
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected() || !bus.interface()->isServiceRegistered(busName))
+        return nullptr;
+    static QHash<QString, QPointer<KELClientInterface>> clients;
+    QPointer<KELClientInterface>& client = clients[busName];
+    if (!client)
+        client = new KELClientInterface(busName, bus, parent ? parent : QCoreApplication::instance());
+    return client;
+}
+
+KELClientInterface::KELClientInterface(const QString& busName, const QDBusConnection& connection,
+                                       QObject* parent)
+    : QObject(parent)
+    , d(std::make_unique<Private>(busName, connection))
+{
+    ipc::registerItemRecordTypes();
+}
+
+KELClientInterface::~KELClientInterface() = default;
+
+Outcome<QStringList> KELClientInterface::servers(const QDBusConnection& connection)
+{
+    if (!connection.isConnected())
+        return ClientError{ ClientError::Kind::NoServer, noBus(connection) };
+    QStringList found = connection.interface()->registeredServiceNames().value();
+    found = found.filter(QRegularExpression(QStringLiteral("^tov\\.base\\.")));
+    found.sort();
+    return found;
+}
+
+QString KELClientInterface::busName() const
+{
+    return d->busName;
+}
+
+std::chrono::milliseconds KELClientInterface::timeout() const
+{
+    return d->timeout;
+}
+
+void KELClientInterface::setTimeout(std::chrono::milliseconds timeout)
+{
+    d->timeout = timeout;
+}
+
+Outcome<QStringList> KELClientInterface::modules() const
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(d->busName, names::ObjectPath,
+                                                          QStringLiteral("org.freedesktop.DBus.Properties"),
+                                                          QStringLiteral("Get"));
+    message.setArguments({ QString(names::Interface), QStringLiteral("Modules") });
+    message.setAutoStartService(false);
+    const QDBusMessage reply =
+        d->connection.call(message, QDBus::Block, static_cast<int>(d->timeout.count()));
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        return d->errorOf(reply);
+    return valueOf<QDBusVariant>(reply).variant().toStringList();
+}
+
+Outcome<Snapshot> KELClientInterface::list(const QStringList& patterns) const
+{
+    return d->snapshot(QStringLiteral("List"), patterns);
+}
+
+Outcome<QVariant> KELClientInterface::get(const QString& item) const
+{
+    const QDBusMessage reply = d->call(QStringLiteral("Get"), { item });
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        return d->errorOf(reply);
+    return valueOf<QDBusVariant>(reply).variant();
+}
+
+Outcome<QVariantMap> KELClientInterface::describe(const QString& item) const
+{
+    const QDBusMessage reply = d->call(QStringLiteral("Describe"), { item });
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        return d->errorOf(reply);
+    return valueOf<QVariantMap>(reply);
+}
+
+Outcome<Done> KELClientInterface::set(const QString& item, const QVariant& value) const
+{
+    const QDBusMessage reply =
+        d->call(QStringLiteral("Set"), { item, QVariant::fromValue(QDBusVariant(value)) });
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        return d->errorOf(reply);
+    return Done();
+}
+
+Outcome<QString> KELClientInterface::trigger(const QString& action, const QString& text) const
+{
+    const QDBusMessage reply = d->call(QStringLiteral("Trigger"), { action, text });
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        return d->errorOf(reply);
+    return valueOf<QString>(reply);
+}
+
+void KELClientInterface::setItem(const QString& item, const QVariant& value) const
+{
+    QDBusMessage message =
+        d->request(QStringLiteral("Set"), { item, QVariant::fromValue(QDBusVariant(value)) });
+    d->connection.send(message);
+}
+
+Outcome<Snapshot> KELClientInterface::watch(const QStringList& patterns)
+{
+    // First the subscription, then the snapshot: what arrives in between is told apart by its serial.
+    if (!d->isWatching) {
+        d->isWatching = true;
+        d->connection.connect(d->busName, names::ObjectPath, names::Interface, QStringLiteral("Changed"),
+                              this, SLOT(onChanged(qulonglong, ipc::ItemRecords)));
+        d->presence = std::make_unique<QDBusServiceWatcher>(d->busName, d->connection);
+        connect(d->presence.get(), &QDBusServiceWatcher::serviceUnregistered, this, [this] {
+            // A new server counts anew; nothing of it is told before it is watched.
+            d->lastSerial = std::numeric_limits<qulonglong>::max();
+            Q_EMIT serverLeft();
+        });
+        connect(d->presence.get(), &QDBusServiceWatcher::serviceRegistered, this,
+                &KELClientInterface::serverReturned);
+    }
+    Outcome<Snapshot> snapshot = d->snapshot(QStringLiteral("Watch"), patterns);
+    if (snapshot)
+        d->lastSerial = snapshot->serial;
+    return snapshot;
+}
+
+void KELClientInterface::onChanged(qulonglong serial, const ItemRecords& items)
+{
+    if (serial <= d->lastSerial)
+        return;
+    d->lastSerial = serial;
+    Q_EMIT changed(items);
+}

@@ -1,0 +1,179 @@
+#include "ValueType.h"
+
+#include "EnumMatch.h"
+
+#include <QStringList>
+
+#include <algorithm>
+
+namespace ipc {
+namespace {
+
+QString shown(const QVariant& value, bool secret)
+{
+    return secret ? QStringLiteral("the value") : QLatin1Char('"') + value.toString() + QLatin1Char('"');
+}
+
+QString listed(const QVector<EnumValue>& values)
+{
+    QStringList texts;
+    for (const EnumValue& value : values)
+        texts << QStringLiteral("%1 (%2)").arg(QString::number(value.value), value.label);
+    return texts.join(QStringLiteral(", "));
+}
+
+QVariant parseBool(const QString& text)
+{
+    const QString lower = text.toLower();
+    if (lower == QLatin1String("true") || lower == QLatin1String("1"))
+        return true;
+    if (lower == QLatin1String("false") || lower == QLatin1String("0"))
+        return false;
+    return {};
+}
+
+} // namespace
+
+ValueType ValueType::of(const QVariant& firstValue)
+{
+    ValueType type;
+    type.m_metaType = firstValue.userType();
+    return type;
+}
+
+ValueType ValueType::enumeration(QVector<EnumValue> values)
+{
+    ValueType type;
+    type.m_metaType = QMetaType::Int;
+    type.m_values = std::move(values);
+    return type;
+}
+
+QString ValueType::name() const
+{
+    if (isEnumeration())
+        return QStringLiteral("enum");
+    switch (m_metaType) {
+    case QMetaType::Bool:
+        return QStringLiteral("bool");
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return QStringLiteral("int");
+    case QMetaType::Double:
+        return QStringLiteral("number");
+    case QMetaType::QString:
+        return QStringLiteral("text");
+    default:
+        return QStringLiteral("any");
+    }
+}
+
+void ValueType::setRange(const QVariant& minimum, const QVariant& maximum)
+{
+    m_minimum = minimum;
+    m_maximum = maximum;
+}
+
+void ValueType::setRegularExpression(const QString& expression)
+{
+    m_expressionText = expression;
+    m_expression = expression.isEmpty() ? QRegularExpression()
+                                        : QRegularExpression(QRegularExpression::anchoredPattern(expression));
+}
+
+QVariant ValueType::fromModule(const QVariant& value) const
+{
+    if (m_metaType == QMetaType::UnknownType || value.userType() == m_metaType)
+        return value;
+    QVariant converted = value;
+    return converted.convert(m_metaType) ? converted : QVariant();
+}
+
+/// A text as a value of this type; invalid when it does not read as one.
+QVariant ValueType::parse(const QString& text) const
+{
+    if (m_metaType == QMetaType::Bool)
+        return parseBool(text);
+    QVariant value = text;
+    return value.convert(m_metaType) ? value : QVariant();
+}
+
+QString ValueType::expectation() const
+{
+    if (m_metaType == QMetaType::Bool)
+        return QStringLiteral("true or false is expected");
+    if (name() == QLatin1String("text"))
+        return QStringLiteral("a text is expected");
+    return m_metaType == QMetaType::Double ? QStringLiteral("a number is expected")
+                                           : QStringLiteral("a whole number of type %1 is expected")
+                                                 .arg(QLatin1String(QMetaType::typeName(m_metaType)));
+}
+
+QVariant ValueType::fromClient(const QVariant& value, bool secret, std::optional<Refusal>& refusal) const
+{
+    if (m_metaType == QMetaType::UnknownType)
+        return value;
+
+    if (isEnumeration()) {
+        if (const auto number = findEnumValue(m_values, value.toString()))
+            return *number;
+        refusal = Refusal{
+            Refusal::Kind::NotInEnumeration,
+            QStringLiteral("%1 is none of its values: %2").arg(shown(value, secret), listed(m_values))
+        };
+        return {};
+    }
+
+    const bool isText = value.userType() == QMetaType::QString;
+    // QVariant turns a number into a bool, and rounds one that is too large, without a word.
+    const QVariant converted = value.userType() == m_metaType ? value : parse(value.toString());
+    if (!converted.isValid() || (!isText && !value.canConvert(QMetaType::QString))) {
+        refusal = Refusal{ Refusal::Kind::InvalidType,
+                           QStringLiteral("%1 does not fit; %2").arg(shown(value, secret), expectation()) };
+        return {};
+    }
+    refusal = checkLimits(converted, secret);
+    return refusal ? QVariant() : converted;
+}
+
+std::optional<Refusal> ValueType::checkLimits(const QVariant& value, bool secret) const
+{
+    if (isEnumeration()) {
+        if (enumLabel(m_values, value.toInt()).isNull())
+            return Refusal{
+                Refusal::Kind::NotInEnumeration,
+                QStringLiteral("%1 is none of its values: %2").arg(shown(value, secret), listed(m_values))
+            };
+        return {};
+    }
+    if (auto refusal = checkRange(value, secret))
+        return refusal;
+    if (!m_expressionText.isEmpty() && !m_expression.match(value.toString()).hasMatch())
+        return Refusal{ Refusal::Kind::PatternMismatch,
+                        QStringLiteral("%1 does not match %2").arg(shown(value, secret), m_expressionText) };
+    return {};
+}
+
+std::optional<Refusal> ValueType::checkRange(const QVariant& value, bool secret) const
+{
+    if (!m_minimum.isValid() && !m_maximum.isValid())
+        return {};
+    const bool isText = m_metaType == QMetaType::QString;
+    const QVariant measured = isText ? QVariant(value.toString().size()) : value;
+    // QVariant compares numbers of different types by value.
+    const bool tooSmall = m_minimum.isValid() && measured.toDouble() < m_minimum.toDouble();
+    const bool tooLarge = m_maximum.isValid() && measured.toDouble() > m_maximum.toDouble();
+    if (!tooSmall && !tooLarge)
+        return {};
+    const QString what = isText
+        ? QStringLiteral("%1 has %2 characters").arg(shown(value, secret)).arg(measured.toInt())
+        : QStringLiteral("%1 is out of range").arg(shown(value, secret));
+    return Refusal{
+        Refusal::Kind::OutOfRange,
+        QStringLiteral("%1, %2 to %3 are allowed").arg(what, m_minimum.toString(), m_maximum.toString())
+    };
+}
+
+} // namespace ipc

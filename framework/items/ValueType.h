@@ -1,0 +1,67 @@
+#pragma once
+
+#include "EnumType.h"
+#include "IpcExport.h"
+
+#include <QRegularExpression>
+#include <QString>
+#include <QVariant>
+#include <QVector>
+
+#include <optional>
+
+namespace ipc {
+
+/// Why a client's value was refused.
+struct Refusal
+{
+    enum class Kind { InvalidType, NotInEnumeration, OutOfRange, PatternMismatch, ReadOnly };
+    Kind kind = Kind::InvalidType;
+    QString reason; ///< what was wrong and what would be right, without the item's name
+};
+
+/// What an item may hold: its type, and what binds clients on top of it.
+class ValueType
+{
+public:
+    /// An item that keeps the type of its first value; an invalid one makes an item that takes anything.
+    static ValueType of(const QVariant& firstValue);
+    static ValueType enumeration(QVector<EnumValue> values);
+
+    /// "bool", "int", "number", "text", "enum" or "any".
+    [[nodiscard]] QString name() const;
+    [[nodiscard]] bool isEnumeration() const { return !m_values.isEmpty(); }
+    [[nodiscard]] const QVector<EnumValue>& values() const { return m_values; }
+
+    void setRange(const QVariant& minimum, const QVariant& maximum);
+    void setRegularExpression(const QString& expression);
+    [[nodiscard]] QVariant minimum() const { return m_minimum; }
+    [[nodiscard]] QVariant maximum() const { return m_maximum; }
+    [[nodiscard]] QString regularExpression() const { return m_expressionText; }
+
+    /// A value as its module writes it: of this type, or invalid when it cannot be converted. Not checked
+    /// against limits; a number outside of the enumeration is kept.
+    [[nodiscard]] QVariant fromModule(const QVariant& value) const;
+
+    /// A value as a client writes it: texts are understood for every type.
+    /// @param secret keeps the value out of the reason.
+    [[nodiscard]] QVariant fromClient(const QVariant& value, bool secret,
+                                      std::optional<Refusal>& refusal) const;
+
+    /// Whether a value of this type keeps within the limits that bind clients.
+    [[nodiscard]] std::optional<Refusal> checkLimits(const QVariant& value, bool secret) const;
+
+private:
+    [[nodiscard]] std::optional<Refusal> checkRange(const QVariant& value, bool secret) const;
+    [[nodiscard]] QVariant parse(const QString& text) const;
+    [[nodiscard]] QString expectation() const;
+
+    int m_metaType = QMetaType::UnknownType;
+    QVector<EnumValue> m_values;
+    QVariant m_minimum;
+    QVariant m_maximum;
+    QString m_expressionText;
+    QRegularExpression m_expression;
+};
+
+} // namespace ipc
