@@ -10,8 +10,9 @@ constexpr int HexBase = 16;
 qulonglong AddressHelper::str2int(QString text)
 {
     const QVector<QStringRef> fields = text.splitRef(QLatin1Char(':'));
-    if (fields.size() != FieldCount)
+    if (fields.size() != FieldCount) {
         return 0;
+    }
 
     // Unsigned all the way, so that a negative last field wraps instead of overflowing.
     qulonglong address = 0;
@@ -24,14 +25,14 @@ qulonglong AddressHelper::str2int(QString text)
 
 QString AddressHelper::int2str(qulonglong address)
 {
-    static constexpr char Digits[] = "0123456789ABCDEF";
+    static const QLatin1String digits("0123456789ABCDEF");
     QString text(3 * FieldCount - 1, QLatin1Char(':'));
     QChar* out = text.data();
     for (unsigned shift = 48; shift != 0; ++out) {
         shift -= 4;
-        *out++ = QLatin1Char(Digits[(address >> shift) & 0xFU]);
+        *out++ = digits.at(static_cast<int>((address >> shift) & 0xFU));
         shift -= 4;
-        *out++ = QLatin1Char(Digits[(address >> shift) & 0xFU]);
+        *out++ = digits.at(static_cast<int>((address >> shift) & 0xFU));
     }
     return text;
 }
