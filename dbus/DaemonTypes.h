@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QDBusArgument>
+#include <QList>
+#include <QMetaType>
+#include <QString>
+
+#include <limits>
+
+/// One device found by a scan; (tis) on the wire.
+struct ScanEntry
+{
+    qulonglong address = 0;
+    /// As the radio reports it, in dBm where it can; the largest int while nothing is known.
+    int signalStrength = std::numeric_limits<int>::max();
+    /// Empty while the device has not told its name.
+    QString name;
+};
+
+/// What a scan has found so far, in the daemon's order; a(tis) on the wire.
+struct ScanResults
+{
+    QList<ScanEntry> entries;
+};
+
+/// One paired device; (tsu) on the wire. Name and number are the other way round than in ScanEntry.
+struct PairEntry
+{
+    qulonglong address = 0;
+    QString name;
+    /// 0, or the bits of the connections that stand: 1 plain, 2 iOS, 4 headset, 8 FTP.
+    uint connectionState = 0;
+};
+
+/// The paired devices, in the daemon's order; a(tsu) on the wire.
+struct PairList
+{
+    QList<PairEntry> entries;
+};
+
+Q_DECLARE_METATYPE(ScanEntry)
+Q_DECLARE_METATYPE(ScanResults)
+Q_DECLARE_METATYPE(PairEntry)
+Q_DECLARE_METATYPE(PairList)
+
+QDBusArgument& operator<<(QDBusArgument& argument, const ScanEntry& entry);
+QDBusArgument& operator<<(QDBusArgument& argument, const ScanResults& results);
+QDBusArgument& operator<<(QDBusArgument& argument, const PairEntry& entry);
+QDBusArgument& operator<<(QDBusArgument& argument, const PairList& list);
+
+/// Reading an entry: a structure that ends early leaves the missing fields as they were; whatever is not a
+/// structure of the expected first fields is not read at all.
+const QDBusArgument& operator>>(const QDBusArgument& argument, ScanEntry& entry);
+const QDBusArgument& operator>>(const QDBusArgument& argument, PairEntry& entry);
+
+/// Reading a list replaces what the target held. A payload of another shape reads as an empty list: Qt and
+/// libdbus do not check what they read, they abort the process or hand out bytes of the heap.
+const QDBusArgument& operator>>(const QDBusArgument& argument, ScanResults& results);
+const QDBusArgument& operator>>(const QDBusArgument& argument, PairList& list);
+
+/// Makes the types known to the meta-type and the D-Bus type systems, under their own names; repeating it is
+/// harmless.
+void registerDaemonTypes();
