@@ -27,18 +27,17 @@ using ItemRecords = QList<ItemRecord>;
 /// The "enumeration" of a described item: a(iss), value, symbol and label of each.
 using EnumValues = QVector<EnumValue>;
 
-IPC_EXPORT QDBusArgument &operator<<(QDBusArgument &argument, const ItemRecord &record);
-IPC_EXPORT const QDBusArgument &operator>>(const QDBusArgument &argument, ItemRecord &record);
+IPC_EXPORT QDBusArgument& operator<<(QDBusArgument& argument, const ItemRecord& record);
+IPC_EXPORT const QDBusArgument& operator>>(const QDBusArgument& argument, ItemRecord& record);
 
 /// Registers the wire types once; harmless when repeated.
 IPC_EXPORT void registerItemRecordTypes();
 
 } // namespace ipc
 
-IPC_EXPORT QDBusArgument &operator<<(QDBusArgument &argument, const EnumValue &value);
-IPC_EXPORT const QDBusArgument &operator>>(const QDBusArgument &argument, EnumValue &value);
+IPC_EXPORT QDBusArgument& operator<<(QDBusArgument& argument, const EnumValue& value);
+IPC_EXPORT const QDBusArgument& operator>>(const QDBusArgument& argument, EnumValue& value);
 
 Q_DECLARE_METATYPE(ipc::ItemRecord)
 Q_DECLARE_METATYPE(ipc::ItemRecords)
-Q_DECLARE_METATYPE(EnumValue)
 Q_DECLARE_METATYPE(ipc::EnumValues)

@@ -34,6 +34,10 @@ ClientError::Kind errorKind(const QDBusMessage& reply)
         return ClientError::Kind::Ambiguous;
     if (name.startsWith(names::ErrorPrefix))
         return ClientError::Kind::Refused;
+    // What a bus daemon answers for an absent name that it was told not to start; QDBusError has no type for
+    // it.
+    if (name == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
+        return ClientError::Kind::NoServer;
     switch (QDBusError(reply).type()) {
     case QDBusError::NoReply:
     case QDBusError::Timeout:

@@ -91,13 +91,36 @@ QVariant ValueType::fromModule(const QVariant& value) const
     return converted.convert(m_metaType) ? converted : QVariant();
 }
 
-/// A text as a value of this type; invalid when it does not read as one.
+/// A text as a value of this type; invalid when it does not read as one. QVariant's own conversion cuts a
+/// number that is too large down to what fits.
 QVariant ValueType::parse(const QString& text) const
 {
-    if (m_metaType == QMetaType::Bool)
+    bool fits = true;
+    QVariant value;
+    switch (m_metaType) {
+    case QMetaType::Bool:
         return parseBool(text);
-    QVariant value = text;
-    return value.convert(m_metaType) ? value : QVariant();
+    case QMetaType::Int:
+        value = text.toInt(&fits);
+        break;
+    case QMetaType::UInt:
+        value = text.toUInt(&fits);
+        break;
+    case QMetaType::LongLong:
+        value = text.toLongLong(&fits);
+        break;
+    case QMetaType::ULongLong:
+        value = text.toULongLong(&fits);
+        break;
+    case QMetaType::Double:
+        value = text.toDouble(&fits);
+        break;
+    default:
+        value = text;
+        fits = value.convert(m_metaType);
+        break;
+    }
+    return fits ? value : QVariant();
 }
 
 QString ValueType::expectation() const

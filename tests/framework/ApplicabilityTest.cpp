@@ -1,0 +1,179 @@
+#include "expressions/Applicability.h"
+#include "items/ModuleItems.h"
+
+#include <QTest>
+
+using ipc::Item;
+using ipc::ItemKind;
+using ipc::ModuleItems;
+using ipc::ValueType;
+
+/// Which items apply, and how often that is worked out.
+class ApplicabilityTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void expressions_data();
+    void expressions();
+    void instancesFollowTheirRow();
+    void brokenExpressionsSayWhatIsWrong_data();
+    void brokenExpressionsSayWhatIsWrong();
+    void onlyAChangedInputLeadsToAnEvaluation();
+    void whatAModuleMadeInapplicableStaysSo();
+
+private:
+    Item& addItem(const QString& id, const QString& applicability)
+    {
+        return *m_items
+                    ->add({ ItemKind::Result, id, QString(), ValueType::of(QString()), QString(),
+                            applicability })
+                    .front();
+    }
+    void set(const QString& id, const QVariant& value)
+    {
+        m_items->find(ItemKind::Result, id)->store(value, true);
+    }
+
+    std::unique_ptr<ModuleItems> m_items;
+};
+
+void ApplicabilityTest::init()
+{
+    m_items = std::make_unique<ModuleItems>(QStringLiteral("server"), QStringLiteral("module"),
+                                            [](const QString&) {});
+    const QVector<EnumValue> states{ { QStringLiteral("Off"), QStringLiteral("S_OFF"), 0 },
+                                     { QStringLiteral("On"), QStringLiteral("S_ON"), 3 } };
+    m_items->add({ ItemKind::Result, QStringLiteral("state"), QString(), ValueType::enumeration(states), 3 });
+    m_items->add(
+        { ItemKind::Result, QStringLiteral("name"), QString(), ValueType::of(QString()), QString() });
+    m_items->add({ ItemKind::Config, QStringLiteral("enabled"), QString(), ValueType::of(false), true });
+    m_items->add(
+        { ItemKind::Result, QStringLiteral("row"), QString(), ValueType::of(QString()), QString(), {}, 3 });
+}
+
+void ApplicabilityTest::expressions_data()
+{
+    QTest::addColumn<QString>("expression");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("applies");
+    QTest::newRow("enumeration") << "res.state.value == res.state.enums.eS_ON"
+                                 << "" << true;
+    QTest::newRow("other enumeration value") << "res.state.value == res.state.enums.eS_OFF"
+                                             << "" << false;
+    QTest::newRow("config") << "(cfg.enabled.value)"
+                            << "" << true;
+    QTest::newRow("both") << "((res.state.value == 3) && (cfg.enabled.value))&& ((1 == 2) || (3 == 3))"
+                          << "" << true;
+    QTest::newRow("empty text is empty") << "res.name.value != \"\""
+                                         << "" << false;
+    QTest::newRow("empty text is loosely 0") << "res.name.value != 0"
+                                             << "" << false;
+    QTest::newRow("text 0 is loosely 0") << "res.name.value != 0"
+                                         << "0" << false;
+    QTest::newRow("text 0 is not empty") << "res.name.value != \"\""
+                                         << "0" << true;
+    QTest::newRow("an address is no number") << "res.name.value != 0"
+                                             << "12:34:56:78:9A:BC" << true;
+    QTest::newRow("a number as text") << "res.state.value == \"3\""
+                                      << "" << true;
+    QTest::newRow("names within texts are no inputs") << "res.name.value == 'res.nix.value'"
+                                                      << "res.nix.value" << true;
+    QTest::newRow("literal") << "true"
+                             << "" << true;
+    QTest::newRow("trailing comment") << "true // always"
+                                      << "" << true;
+}
+
+void ApplicabilityTest::expressions()
+{
+    QFETCH(QString, expression);
+    QFETCH(QString, name);
+    set(QStringLiteral("name"), name);
+    QTEST(addItem(QStringLiteral("x"), expression).isApplicable(), "applies");
+}
+
+void ApplicabilityTest::instancesFollowTheirRow()
+{
+    QStringList rows;
+    for (int i = 0; i < 3; ++i)
+        rows << QStringLiteral("res.row_%1.value != \"\"").arg(i);
+    const auto details =
+        m_items->add({ ItemKind::Result, QStringLiteral("detail"), QString(), ValueType::of(QString()),
+                       QString(), ModuleItems::joinExpressions(rows), 3 });
+    set(QStringLiteral("row:1"), QStringLiteral("there"));
+    QVERIFY(!details[0]->isApplicable());
+    QVERIFY(details[1]->isApplicable());
+    QVERIFY(!details[2]->isApplicable());
+}
+
+void ApplicabilityTest::brokenExpressionsSayWhatIsWrong_data()
+{
+    QTest::addColumn<QString>("expression");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("does not compile") << "(res.state.value =="
+                                      << ":x: never applies; its expression .*does not compile";
+    QTest::newRow("a statement") << "var a = 1"
+                                 << ":x: never applies; its expression .*does not compile";
+    QTest::newRow("unknown result") << "cfg.enabled.value || res.nix.value"
+                                    << "names res\\.nix at character 22, .*no result";
+    QTest::newRow("unknown config") << "cfg.state.value"
+                                    << "names cfg\\.state at character 1, .*no config";
+    QTest::newRow("unknown instance") << "res.row_3.value"
+                                      << "names res\\.row_3 at character 1";
+    QTest::newRow("fails when evaluated") << "res.state.nix.nix"
+                                          << ":x: does not apply; its expression .*failed";
+}
+
+void ApplicabilityTest::brokenExpressionsSayWhatIsWrong()
+{
+    QFETCH(QString, expression);
+    QFETCH(QString, message);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(message));
+    Item& item = addItem(QStringLiteral("x"), expression);
+    m_items->checkExpressions();
+    QVERIFY(!item.isApplicable());
+    QVERIFY(!item.isApplicable()); // and says it once
+}
+
+void ApplicabilityTest::onlyAChangedInputLeadsToAnEvaluation()
+{
+    // The expression counts its own evaluations in an object that the engine keeps.
+    Item& item = addItem(QStringLiteral("x"), QStringLiteral("res.state.count = (res.state.count || 0) + 1"));
+    auto evaluations = [&, probe = 0]() mutable {
+        const QString id = QStringLiteral("probe%1").arg(++probe);
+        for (int count = 0; count < 10; ++count) {
+            const QString expression = QStringLiteral("res.state.count == %1").arg(count);
+            if (addItem(id + QString::number(count), expression).isApplicable())
+                return count;
+        }
+        return 0;
+    };
+    set(QStringLiteral("state"), 0);
+    QCOMPARE(evaluations(), 0); // nobody asked
+    QVERIFY(item.isApplicable());
+    QVERIFY(item.isApplicable());
+    set(QStringLiteral("name"), QStringLiteral("no input of it"));
+    set(QStringLiteral("state"), 0); // the value that it has
+    QVERIFY(item.isApplicable());
+    set(QStringLiteral("state"), 3);
+    set(QStringLiteral("state"), 0);
+    set(QStringLiteral("state"), 3);
+    QVERIFY(item.isApplicable());
+    // A probe's expression is compiled anew for each text, so one list of probes is enough.
+    QCOMPARE(evaluations(), 2);
+}
+
+void ApplicabilityTest::whatAModuleMadeInapplicableStaysSo()
+{
+    Item& item = addItem(QStringLiteral("x"), QStringLiteral("cfg.enabled.value"));
+    item.setApplicable(false, true);
+    QVERIFY(!item.isApplicable());
+    item.setApplicable(true, true);
+    QVERIFY(item.isApplicable());
+    m_items->find(ItemKind::Config, QStringLiteral("enabled"))->store(false, true);
+    QVERIFY(!item.isApplicable());
+}
+
+QTEST_GUILESS_MAIN(ApplicabilityTest)
+#include "ApplicabilityTest.moc"

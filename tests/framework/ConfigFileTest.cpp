@@ -1,0 +1,167 @@
+#include "store/ConfigFile.h"
+#include "items/ModuleItems.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using ipc::Item;
+using ipc::ItemKind;
+using ipc::ModuleItems;
+using ipc::ValueType;
+
+/// What is stored comes back, and what cannot be used is told and kept.
+class ConfigFileTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void whatWasStoredComesBack();
+    void twoModulesShareTheFile();
+    void wrongValuesTakeTheirDefault_data();
+    void wrongValuesTakeTheirDefault();
+    void damagedFilesAreSetAside_data();
+    void damagedFilesAreSetAside();
+    void aFileThatCannotBeReplacedIsReported();
+
+private:
+    std::unique_ptr<ModuleItems> makeModule(const QString& name)
+    {
+        auto items = std::make_unique<ModuleItems>(QStringLiteral("server"), name,
+                                                   [this](const QString& id) { m_announced << id; });
+        items->add({ ItemKind::Config, QStringLiteral("enabled"), QString(), ValueType::of(false), false })
+            .front()
+            ->isObserved = true;
+        ValueType pin = ValueType::of(QString());
+        pin.setRange(4, 8);
+        items->add({ ItemKind::Config, QStringLiteral("pin"), QString(), pin, QStringLiteral("5190") });
+        items->add({ ItemKind::Config, QStringLiteral("serial"), QString(), ValueType::of(0ULL), 0ULL });
+        return items;
+    }
+    static QVariant value(const ModuleItems& items, const char* id)
+    {
+        return items.find(ItemKind::Config, QLatin1String(id))->value();
+    }
+    bool save(const ModuleItems& items) const
+    {
+        return ipc::saveConfigs(
+            m_path, items, { QStringLiteral("enabled"), QStringLiteral("pin"), QStringLiteral("serial") });
+    }
+    void writeFile(const QByteArray& content) const
+    {
+        QFile file(m_path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(content), content.size());
+    }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    QString m_path;
+    QStringList m_announced;
+};
+
+void ConfigFileTest::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    m_path = m_folder->filePath(QStringLiteral("server.json"));
+    m_announced.clear();
+}
+
+void ConfigFileTest::whatWasStoredComesBack()
+{
+    const auto before = makeModule(QStringLiteral("radio"));
+    before->find(ItemKind::Config, QStringLiteral("enabled"))->store(true, true);
+    // Only the module itself may empty it; that has to survive a restart.
+    before->find(ItemKind::Config, QStringLiteral("pin"))->store(QString(), true);
+    before->find(ItemKind::Config, QStringLiteral("serial"))->store(18446744073709551615ULL, true);
+    QVERIFY(save(*before));
+    QCOMPARE(QFile::permissions(m_path)
+                 & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
+             QFile::Permissions());
+
+    m_announced.clear();
+    const auto after = makeModule(QStringLiteral("radio"));
+    QVERIFY(ipc::loadConfigs(m_path, *after));
+    QCOMPARE(value(*after, "enabled"), QVariant(true));
+    QCOMPARE(value(*after, "pin"), QVariant(QString()));
+    QCOMPARE(value(*after, "serial"), QVariant(18446744073709551615ULL));
+    QCOMPARE(m_announced, QStringList(QStringLiteral(":config:server:radio:enabled:")));
+}
+
+void ConfigFileTest::twoModulesShareTheFile()
+{
+    const auto one = makeModule(QStringLiteral("one"));
+    const auto two = makeModule(QStringLiteral("two"));
+    one->find(ItemKind::Config, QStringLiteral("pin"))->store(QStringLiteral("1111"), true);
+    two->find(ItemKind::Config, QStringLiteral("pin"))->store(QStringLiteral("2222"), true);
+    QVERIFY(save(*one));
+    QVERIFY(save(*two));
+    const auto again = makeModule(QStringLiteral("one"));
+    QVERIFY(ipc::loadConfigs(m_path, *again));
+    QCOMPARE(value(*again, "pin"), QVariant("1111"));
+}
+
+void ConfigFileTest::wrongValuesTakeTheirDefault_data()
+{
+    QTest::addColumn<QByteArray>("values");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("type of a bool") << QByteArray(R"("enabled": 1, "pin": "7777")")
+                                    << "enabled: .*a value that is no bool";
+    QTest::newRow("text for a bool") << QByteArray(R"("enabled": "true", "pin": "7777")")
+                                     << "enabled: .*a value that is no bool";
+    QTest::newRow("too short") << QByteArray(R"("serial": 1, "pin": "1")")
+                               << "pin: .*a value beyond its limits";
+    QTest::newRow("nested") << QByteArray(R"("serial": {"a": 1}, "enabled": true)")
+                            << "serial: .*a value that is no int";
+    QTest::newRow("unknown id") << QByteArray(R"("nix": true)") << "radio has no config \"nix\"";
+}
+
+void ConfigFileTest::wrongValuesTakeTheirDefault()
+{
+    QFETCH(QByteArray, values);
+    QFETCH(QString, message);
+    writeFile(R"({"modules": {"radio": {"values": {)" + values + "}}}}");
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(message));
+    const auto items = makeModule(QStringLiteral("radio"));
+    QVERIFY(ipc::loadConfigs(m_path, *items));
+    // The value that was wrong stays at its default, its neighbour is loaded.
+    QCOMPARE(value(*items, "enabled"), QVariant(values.contains("\"enabled\": true")));
+    QCOMPARE(value(*items, "pin"), QVariant(values.contains("7777") ? "7777" : "5190"));
+}
+
+void ConfigFileTest::damagedFilesAreSetAside_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("cut off") << QByteArray(R"({"modules": {"radio": {"values": {"ena)");
+    QTest::newRow("no object") << QByteArray("[1, 2]");
+    QTest::newRow("modules of another shape") << QByteArray(R"({"modules": 3})");
+    QTest::newRow("bytes") << QByteArray("\xff\xfe\x00\x01", 4);
+}
+
+void ConfigFileTest::damagedFilesAreSetAside()
+{
+    QFETCH(QByteArray, content);
+    writeFile(content);
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("server.json is damaged .*is kept as")));
+    const auto items = makeModule(QStringLiteral("radio"));
+    QVERIFY(!ipc::loadConfigs(m_path, *items));
+    QVERIFY(!QFile::exists(m_path));
+    const QStringList kept = QDir(m_folder->path()).entryList({ QStringLiteral("server.json.damaged-*") });
+    QCOMPARE(kept.size(), 1);
+    QFile file(m_folder->filePath(kept.first()));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), content);
+    QVERIFY(save(*items)); // and the next change is stored again
+}
+
+void ConfigFileTest::aFileThatCannotBeReplacedIsReported()
+{
+    m_path = m_folder->filePath(QStringLiteral("no-such-folder/server.json"));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("server.json cannot be written")));
+    QVERIFY(!save(*makeModule(QStringLiteral("radio"))));
+}
+
+QTEST_GUILESS_MAIN(ConfigFileTest)
+#include "ConfigFileTest.moc"
