@@ -7,7 +7,7 @@ class IPC_EXPORT RegistrationModule : public ServerModule
 {
     Q_OBJECT
 public:
-    RegistrationModule(const QString &moduleName, QObject *parent);
+    RegistrationModule(const QString& moduleName, QObject* parent);
     ~RegistrationModule() override;
 
     void haltaction() override;
@@ -20,5 +20,5 @@ public:
     virtual bool runsHeadless();
 
 protected:
-    void timerEvent(QTimerEvent *event) override;
+    void timerEvent(QTimerEvent* event) override;
 };

@@ -19,21 +19,21 @@ class IPC_EXPORT ServerItem
 public:
     explicit ServerItem(std::shared_ptr<ipc::Item> item);
     ~ServerItem();
-    ServerItem(const ServerItem &) = delete;
-    ServerItem &operator=(const ServerItem &) = delete;
+    ServerItem(const ServerItem&) = delete;
+    ServerItem& operator=(const ServerItem&) = delete;
 
     [[nodiscard]] QVariant value() const;
 
     /// Stores a value, converted to the item's type where that is possible. Announces itemChanged() at once
     /// when the item is observed, also for the value that it has already.
     /// @param announce false keeps the change from clients until the next announced one.
-    void setValue(const QVariant &value, bool announce);
+    void setValue(const QVariant& value, bool announce);
 
     /// What clients may write: the length in characters of a text, the value of anything else.
-    void setRange(const QVariant &minimum, const QVariant &maximum);
+    void setRange(const QVariant& minimum, const QVariant& maximum);
 
     /// A text that a client writes has to match the whole of this expression (Perl syntax, anchored).
-    void setRegularExpression(const QString &expression);
+    void setRegularExpression(const QString& expression);
 
     /// Applies on top of the item's expression: an item that a module made inapplicable stays so whatever
     /// the expression says. Advice for clients; nothing refuses a write because of it.

@@ -39,7 +39,7 @@ class IPC_EXPORT ServerModule : public QObject
 public:
     static const QString EMPTYQS;
 
-    ServerModule(const QString &moduleName, QObject *parent);
+    ServerModule(const QString& moduleName, QObject* parent);
     ~ServerModule() override;
 
     // The virtual operations, in the order that modules are compiled against. A module answers those
@@ -64,14 +64,14 @@ public:
     /// A client's write: checks type, enumeration, range and regular expression, and stores the value.
     /// @param reason filled when the write is refused: what was wrong and what would be right.
     /// @return whether the value was stored.
-    virtual bool validateAndApply(const QString &id, const QVariant &value, QString *reason);
+    virtual bool validateAndApply(const QString& id, const QVariant& value, QString* reason);
     /// Whether the configs are stored together with those of the server's other modules.
     virtual bool isLastConfigShared();
     /// Applies stored configs from a file of this server, as announced writes.
     /// @return false when the file cannot be read; what was wrong is printed.
-    virtual bool loadConfigurationFile(const QString &path);
+    virtual bool loadConfigurationFile(const QString& path);
     /// @return false when the file cannot be written; what was wrong is printed.
-    virtual bool saveConfigurationFile(const QString &path);
+    virtual bool saveConfigurationFile(const QString& path);
     /// Ends the module's service: haltaction(), then the configs are saved.
     virtual void halt();
     /// (module) Asked in a shutdown; the server waits up to exitTimeout() for a true answer.
@@ -93,51 +93,49 @@ public:
     // is named by its id alone; with more, instance i is named "id:i". Those that return items return one
     // for each instance, in order.
 
-    QList<ServerItem *> addConfig(const QString &id, const QString &label, const QVariant &defaultValue,
-                                  const QString &applicability, unsigned instances);
+    QList<ServerItem*> addConfig(const QString& id, const QString& label, const QVariant& defaultValue,
+                                 const QString& applicability, unsigned instances);
     /// @param hint one more text for clients, shown by "describe".
-    QList<ServerItem *> addStringConfig(const QString &id, const QString &label, const QString &defaultText,
-                                        const QString &applicability, unsigned instances,
-                                        const QString &hint);
-    QList<ServerItem *> addResult(const QString &id, const QString &label, const QVariant &initialValue,
-                                  const QString &applicability, unsigned instances);
-    QList<ServerItem *> addStringResult(const QString &id, const QString &label, const QString &initialText,
-                                        const QString &applicability, unsigned instances,
-                                        const QString &hint);
-    QList<ServerItem *> addBoolResult(const QString &id, const QString &label, bool initialValue,
-                                      const QString &applicability, unsigned instances, const QString &hint);
-    QList<ServerItem *> addEnumResult(const QString &id, const QString &label, int initialValue,
-                                      const EnumType &type, const QString &applicability, unsigned instances);
+    QList<ServerItem*> addStringConfig(const QString& id, const QString& label, const QString& defaultText,
+                                       const QString& applicability, unsigned instances, const QString& hint);
+    QList<ServerItem*> addResult(const QString& id, const QString& label, const QVariant& initialValue,
+                                 const QString& applicability, unsigned instances);
+    QList<ServerItem*> addStringResult(const QString& id, const QString& label, const QString& initialText,
+                                       const QString& applicability, unsigned instances, const QString& hint);
+    QList<ServerItem*> addBoolResult(const QString& id, const QString& label, bool initialValue,
+                                     const QString& applicability, unsigned instances, const QString& hint);
+    QList<ServerItem*> addEnumResult(const QString& id, const QString& label, int initialValue,
+                                     const EnumType& type, const QString& applicability, unsigned instances);
     /// Packs one expression for each instance into the one text that the calls above take.
-    static QString concatForInstances(const QStringList &expressions);
+    static QString concatForInstances(const QStringList& expressions);
 
-    void AddActionNullParam(const QString &id, const QString &label, const boost::function<void()> &handler);
-    void AddActionStringParam(const QString &id, const QString &label,
-                              const boost::function<std::string(const std::string &)> &handler);
+    void AddActionNullParam(const QString& id, const QString& label, const boost::function<void()>& handler);
+    void AddActionStringParam(const QString& id, const QString& label,
+                              const boost::function<std::string(const std::string&)>& handler);
 
     /// The stored value is readable by its owner alone.
-    void markConfigAsPrivate(const QString &id);
+    void markConfigAsPrivate(const QString& id);
     /// Opens a result to writes by clients, which are otherwise refused.
-    void openResultToClients(const QString &id);
+    void openResultToClients(const QString& id);
     /// From here on every write to the config announces itself with itemChanged().
-    void observeItem(const QString &id);
+    void observeItem(const QString& id);
 
-    [[nodiscard]] bool configExists(const QString &id) const;
+    [[nodiscard]] bool configExists(const QString& id) const;
     /// The config of that name; for an unknown name a warning and an item that is nowhere published.
-    [[nodiscard]] ServerItem *config(const QString &id) const;
+    [[nodiscard]] ServerItem* config(const QString& id) const;
 
     /// Writes of the module's own: not checked against any limit. @param announce see ServerItem::setValue().
-    void setConfig(const QString &id, const QVariant &value, bool announce);
-    void setResult(const QString &id, const QVariant &value, bool announce);
-    void setActionApplicable(const QString &address, bool applicable);
+    void setConfig(const QString& id, const QVariant& value, bool announce);
+    void setResult(const QString& id, const QVariant& value, bool announce);
+    void setActionApplicable(const QString& address, bool applicable);
 
     /// The items themselves, for the server that publishes them.
-    [[nodiscard]] ipc::ModuleItems &items() const;
+    [[nodiscard]] ipc::ModuleItems& items() const;
 
 Q_SIGNALS:
     /// Synchronous: emitted before the write returns, once for every write to an observed item, also of the
     /// value that it had already. @param id the item's full address.
-    void itemChanged(const QString &id);
+    void itemChanged(const QString& id);
 
 private:
     friend class RegistrationModule;

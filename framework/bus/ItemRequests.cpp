@@ -13,12 +13,12 @@
 namespace ipc {
 namespace {
 
-constexpr QLatin1String NotAnAction{ "tov.base.Error.NotAnAction" };
-constexpr QLatin1String NoValue{ "tov.base.Error.NoValue" };
-constexpr QLatin1String ReadOnly{ "tov.base.Error.ReadOnly" };
-constexpr QLatin1String InvalidValue{ "tov.base.Error.InvalidValue" };
-constexpr QLatin1String Halting{ "tov.base.Error.Halting" };
-constexpr QLatin1String ActionFailed{ "tov.base.Error.ActionFailed" };
+const QLatin1String NotAnAction{ "tov.base.Error.NotAnAction" };
+const QLatin1String NoValue{ "tov.base.Error.NoValue" };
+const QLatin1String ReadOnly{ "tov.base.Error.ReadOnly" };
+const QLatin1String InvalidValue{ "tov.base.Error.InvalidValue" };
+const QLatin1String Halting{ "tov.base.Error.Halting" };
+const QLatin1String ActionFailed{ "tov.base.Error.ActionFailed" };
 
 /// "bluetooth:scan" and "scan" name an item without saying of which kind; a full address says it.
 QString withoutModule(const QString& name, const QString& module)
@@ -113,9 +113,9 @@ qulonglong ItemServer::Watch(const QStringList& patterns, ItemRecords& items)
     return m_serial;
 }
 
-QDBusVariant ItemServer::Get(const QString& name)
+QDBusVariant ItemServer::Get(const QString& item)
 {
-    const Found found = findForRequest(name);
+    const Found found = findForRequest(item);
     if (!found.item)
         return QDBusVariant(QString());
     if (!found.item->value().isValid()) {
@@ -130,9 +130,9 @@ QDBusVariant ItemServer::Get(const QString& name)
     return QDBusVariant(found.item->value());
 }
 
-void ItemServer::Set(const QString& name, const QDBusVariant& value)
+void ItemServer::Set(const QString& item, const QDBusVariant& value)
 {
-    const Found found = findForRequest(name);
+    const Found found = findForRequest(item);
     if (!found.item)
         return;
     const QString address = found.item->address.toString();
@@ -151,9 +151,9 @@ void ItemServer::Set(const QString& name, const QDBusVariant& value)
     leaveIfForked();
 }
 
-QString ItemServer::Trigger(const QString& name, const QString& text)
+QString ItemServer::Trigger(const QString& action, const QString& text)
 {
-    const Found found = findForRequest(name);
+    const Found found = findForRequest(action);
     if (!found.item)
         return {};
     const QString address = found.item->address.toString();
@@ -182,9 +182,9 @@ QString ItemServer::Trigger(const QString& name, const QString& text)
     return QString::fromStdString(reply);
 }
 
-QVariantMap ItemServer::Describe(const QString& name)
+QVariantMap ItemServer::Describe(const QString& item)
 {
-    const Found found = findForRequest(name);
+    const Found found = findForRequest(item);
     return found.item ? describedItem(*found.item) : QVariantMap();
 }
 

@@ -99,11 +99,10 @@ public:
         if (kind == ClientError::Kind::NoServer)
             return { kind,
                      QStringLiteral("%1 is not on the session bus; start its server first").arg(busName) };
-        if (kind == ClientError::Kind::NoAnswer)
-            return { kind,
-                     QStringLiteral("%1 did not answer within %2 s")
-                         .arg(busName)
-                         .arg(static_cast<double>(timeout.count()) / 1000.0) };
+        if (kind == ClientError::Kind::NoAnswer) {
+            const double seconds = static_cast<double>(timeout.count()) / 1000.0;
+            return { kind, QStringLiteral("%1 did not answer within %2 s").arg(busName).arg(seconds) };
+        }
         return { kind, reply.errorMessage() };
     }
 

@@ -10,7 +10,7 @@ constexpr const char* KeptObjects = "kept";
 
 QString takeError(duk_context* context)
 {
-    const QString error = QString::fromUtf8(duk_safe_to_string(context, -1));
+    QString error = QString::fromUtf8(duk_safe_to_string(context, -1));
     duk_pop(context);
     return error;
 }

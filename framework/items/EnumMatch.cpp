@@ -70,7 +70,7 @@ std::optional<int> findEnumValue(const QVector<EnumValue>& values, const QString
 
 QString enumLabel(const QVector<EnumValue>& values, int value)
 {
-    const auto found =
+    const auto* const found =
         std::find_if(values.begin(), values.end(), [&](const EnumValue& v) { return v.value == value; });
     return found == values.end() ? QString() : found->label;
 }

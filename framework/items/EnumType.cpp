@@ -1,8 +1,10 @@
 #include "EnumType.h"
 
-EnumType::EnumType(const QString& name, QObject* parent)
+#include <utility>
+
+EnumType::EnumType(QString name, QObject* parent)
     : QObject(parent)
-    , m_name(name)
+    , m_name(std::move(name))
 {
 }
 

@@ -21,7 +21,7 @@ Item::Item(ItemAddress itemAddress, QString itemLabel, ValueType valueType, cons
 
 bool Item::isApplicable() const
 {
-    return m_madeApplicable && (!expression || expression->holds());
+    return m_madeApplicable && (expression == nullptr || expression->holds());
 }
 
 void Item::store(const QVariant& value, bool announce)
@@ -39,9 +39,9 @@ void Item::store(const QVariant& value, bool announce)
         for (Expression* reader : readers)
             reader->inputChanged();
     }
-    if (announce && owner && m_value != m_toldValue)
+    if (announce && owner != nullptr && m_value != m_toldValue)
         owner->listAsChanged(*this);
-    if (isObserved && owner)
+    if (isObserved && owner != nullptr)
         owner->announceWrite(*this);
 }
 
@@ -55,7 +55,7 @@ void Item::setApplicable(bool applicable, bool announce)
 
 void Item::applicabilityMayDiffer()
 {
-    if (owner)
+    if (owner != nullptr)
         owner->listAsChanged(*this);
 }
 

@@ -6,7 +6,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-using ipc::Item;
 using ipc::ItemKind;
 using ipc::ModuleItems;
 using ipc::ValueType;
@@ -43,7 +42,7 @@ private:
     {
         return items.find(ItemKind::Config, QLatin1String(id))->value();
     }
-    bool save(const ModuleItems& items) const
+    [[nodiscard]] bool save(const ModuleItems& items) const
     {
         return ipc::saveConfigs(
             m_path, items, { QStringLiteral("enabled"), QStringLiteral("pin"), QStringLiteral("serial") });

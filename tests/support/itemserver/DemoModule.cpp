@@ -1,7 +1,5 @@
 #include "DemoModule.h"
 
-#include <boost/bind/bind.hpp>
-
 #include <QDebug>
 
 #include <unistd.h>
@@ -61,16 +59,15 @@ void DemoModule::addResults()
 
 void DemoModule::addActions()
 {
-    using namespace boost::placeholders;
     AddActionNullParam(QStringLiteral("fork"), QStringLiteral("Fork and Return"),
-                       boost::bind(&DemoModule::forkAndReturn, this));
+                       [this] { forkAndReturn(); });
     AddActionNullParam(QStringLiteral("crash"), QStringLiteral("End at Once"), [] { _exit(3); });
     AddActionStringParam(QStringLiteral("echo"), QStringLiteral("Echo"),
                          [](const std::string& text) { return text; });
     AddActionStringParam(QStringLiteral("write"), QStringLiteral("Write an Item: ID=VALUE"),
-                         boost::bind(&DemoModule::writeResult, this, _1));
+                         [this](const std::string& text) { return writeResult(text); });
     AddActionStringParam(QStringLiteral("writemany"), QStringLiteral("Write All Rows"),
-                         boost::bind(&DemoModule::writeMany, this, _1));
+                         [this](const std::string& text) { return writeMany(text); });
     AddActionNullParam(QStringLiteral("stall"), QStringLiteral("Never Answer"), [] { pause(); });
 }
 
