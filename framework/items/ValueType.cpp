@@ -22,6 +22,12 @@ QString listed(const QVector<EnumValue>& values)
     return texts.join(QStringLiteral(", "));
 }
 
+Refusal noneOf(const QVector<EnumValue>& values, const QVariant& value, bool secret)
+{
+    return { Refusal::Kind::NotInEnumeration,
+             QStringLiteral("%1 is none of its values: %2").arg(shown(value, secret), listed(values)) };
+}
+
 QVariant parseBool(const QString& text)
 {
     const QString lower = text.toLower();
@@ -142,10 +148,7 @@ QVariant ValueType::fromClient(const QVariant& value, bool secret, std::optional
     if (isEnumeration()) {
         if (const auto number = findEnumValue(m_values, value.toString()))
             return *number;
-        refusal = Refusal{
-            Refusal::Kind::NotInEnumeration,
-            QStringLiteral("%1 is none of its values: %2").arg(shown(value, secret), listed(m_values))
-        };
+        refusal = noneOf(m_values, value, secret);
         return {};
     }
 
@@ -164,19 +167,15 @@ QVariant ValueType::fromClient(const QVariant& value, bool secret, std::optional
 std::optional<Refusal> ValueType::checkLimits(const QVariant& value, bool secret) const
 {
     if (isEnumeration()) {
-        if (enumLabel(m_values, value.toInt()).isNull())
-            return Refusal{
-                Refusal::Kind::NotInEnumeration,
-                QStringLiteral("%1 is none of its values: %2").arg(shown(value, secret), listed(m_values))
-            };
-        return {};
+        const bool isKnown = !enumLabel(m_values, value.toInt()).isNull();
+        return isKnown ? std::nullopt : std::optional(noneOf(m_values, value, secret));
     }
     if (auto refusal = checkRange(value, secret))
         return refusal;
-    if (!m_expressionText.isEmpty() && !m_expression.match(value.toString()).hasMatch())
-        return Refusal{ Refusal::Kind::PatternMismatch,
-                        QStringLiteral("%1 does not match %2").arg(shown(value, secret), m_expressionText) };
-    return {};
+    if (m_expressionText.isEmpty() || m_expression.match(value.toString()).hasMatch())
+        return {};
+    return Refusal{ Refusal::Kind::PatternMismatch,
+                    QStringLiteral("%1 does not match %2").arg(shown(value, secret), m_expressionText) };
 }
 
 std::optional<Refusal> ValueType::checkRange(const QVariant& value, bool secret) const
