@@ -1,0 +1,36 @@
+// sync_mobile_app: serves the stand-in of the mobile synchronisation module on the session bus, until SIGTERM
+// or SIGINT. Its configs, of which there are none, would be kept in the folder that is its only argument.
+
+#include "MobileSyncModule.h"
+
+#include "bus/ItemServer.h"
+#include "process/EndingSignals.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("sync_mobile_app"));
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() != 2) {
+        std::fputs("usage: sync_mobile_app STATE-FOLDER\n", stderr);
+        return 2;
+    }
+    const process::EndingSignals ending;
+    QObject::connect(&ending, &process::EndingSignals::received, &application, &QCoreApplication::quit);
+
+    MobileSyncModule module(nullptr);
+    ipc::ItemServer server(QDBusConnection::sessionBus(), arguments[1]);
+    server.addModule(module);
+    QString error;
+    if (!server.start(&error)) {
+        std::fprintf(stderr, "sync_mobile_app: %s\n", qPrintable(error));
+        return 1;
+    }
+    const int status = QCoreApplication::exec();
+    server.halt();
+    return status;
+}
