@@ -32,7 +32,11 @@ ItemServer::ItemServer(QDBusConnection connection, QString stateFolder, QObject*
     });
 }
 
-ItemServer::~ItemServer() = default;
+ItemServer::~ItemServer()
+{
+    for (RegistrationModule* module : m_modules)
+        module->items().setChangeListener({});
+}
 
 void ItemServer::addModule(RegistrationModule& module)
 {

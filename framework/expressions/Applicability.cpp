@@ -4,35 +4,19 @@
 #include "items/ModuleItems.h"
 
 #include <QDebug>
-#include <QRegularExpression>
-
-#include <algorithm>
 
 namespace ipc {
 namespace {
 
-/// Text literals, which hold no names, or a dotted name that begins with one of the two roots.
-const QRegularExpression& literalOrName()
-{
-    static const QRegularExpression expression(QStringLiteral(
-        R"("(?:[^"\\]|\\.)*"|'(?:[^'\\]|\\.)*'|(?<![\w$.])(?<root>res|cfg)\.(?<name>[\w$]+))"));
-    return expression;
-}
-
 /// "pairlistAddr_3" in an expression is instance 3, unless an item is really called that.
 Item* findInput(const ModuleItems& items, ItemKind kind, const QString& name)
 {
-    if (Item* item = items.find(kind, name))
+    if (Item* item = items.find(kind, name); item != nullptr)
         return item;
     const auto underscore = name.lastIndexOf(QLatin1Char('_'));
     if (underscore < 0)
         return nullptr;
     return items.find(kind, name.left(underscore) + QLatin1Char(':') + name.mid(underscore + 1));
-}
-
-ItemKind kindOf(const QString& root)
-{
-    return root == QLatin1String("res") ? ItemKind::Result : ItemKind::Config;
 }
 
 } // namespace
@@ -45,7 +29,7 @@ Expression::Expression(Applicability& applicability, QString text)
 
 bool Expression::holds()
 {
-    if (m_isStale && m_function)
+    if (m_isStale && m_function != nullptr)
         m_applicability.evaluate(*this);
     return m_holds;
 }
@@ -69,25 +53,36 @@ Applicability::~Applicability() = default;
 void Applicability::bind(Item& item, const QString& text)
 {
     Expression*& expression = m_byText[text];
-    if (!expression) {
-        if (!m_engine)
-            m_engine = std::make_unique<ScriptEngine>();
+    if (expression == nullptr) {
         m_expressions.push_back(std::make_unique<Expression>(*this, text));
         expression = m_expressions.back().get();
-        QString error;
-        expression->m_function = m_engine->compile(text, &error);
-        if (!expression->m_function)
-            qWarning().noquote() << item.address.toString() << "never applies; its expression" << text
-                                 << "does not compile:" << error;
+        compile(*expression, item);
     }
     item.expression = expression;
     expression->m_dependents.push_back(&item);
 }
 
+void Applicability::compile(Expression& expression, const Item& item)
+{
+    if (!m_engine)
+        m_engine = std::make_unique<ScriptEngine>();
+    ExpressionShape shape = ExpressionShape::of(expression.m_text);
+    void*& function = m_functions[shape.text];
+    if (function == nullptr) {
+        QString error;
+        function = m_engine->compile(shape.parameters, shape.text, &error);
+        if (function == nullptr)
+            qWarning().noquote() << item.address.toString() << "never applies; its expression"
+                                 << expression.m_text << "does not compile:" << error;
+    }
+    expression.m_function = function;
+    expression.m_names = std::move(shape.inputs);
+}
+
 void Applicability::check()
 {
     for (const auto& expression : m_expressions) {
-        if (expression->m_function && !expression->m_isResolved)
+        if (expression->m_function != nullptr && !expression->m_isResolved)
             resolve(*expression);
     }
 }
@@ -95,35 +90,33 @@ void Applicability::check()
 void Applicability::resolve(Expression& expression)
 {
     expression.m_isResolved = true;
-    auto matches = literalOrName().globalMatch(expression.m_text);
-    while (matches.hasNext()) {
-        const QRegularExpressionMatch match = matches.next();
-        const QString root = match.captured(QStringLiteral("root"));
-        if (root.isEmpty())
-            continue;
-        const QString name = match.captured(QStringLiteral("name"));
-        Item* input = findInput(m_items, kindOf(root), name);
-        if (!input) {
+    for (const ExpressionShape::Input& named : expression.m_names) {
+        Item* input = findInput(m_items, named.kind, named.name);
+        if (input == nullptr) {
             qWarning().noquote().nospace()
                 << expression.m_dependents.front()->address.toString()
-                << " never applies; its expression names " << root << '.' << name << " at character "
-                << match.capturedStart() + 1 << ", and " << m_items.moduleName() << " has no "
-                << toString(kindOf(root)) << " of that id";
+                << " never applies; its expression names " << named.name << " at character "
+                << named.position + 1 << ", and " << m_items.moduleName() << " has no "
+                << toString(named.kind) << " of that id";
             expression.m_function = nullptr;
-            return;
+            break;
         }
-        if (std::find(expression.m_inputs.begin(), expression.m_inputs.end(), input)
-            != expression.m_inputs.end())
-            continue;
-        expression.m_inputs.push_back(input);
-        input->readers.push_back(&expression);
-        if (!m_objects.contains(input)) {
-            void* object = m_engine->makeObject(root == QLatin1String("res") ? "res" : "cfg", name);
-            m_objects.insert(input, object);
-            for (const EnumValue& value : input->type.values())
-                m_engine->setEnumValue(object, QLatin1Char('e') + value.symbol, value.value);
-        }
+        addInput(expression, *input);
     }
+    expression.m_names.clear();
+}
+
+void Applicability::addInput(Expression& expression, Item& input)
+{
+    void*& object = m_objects[&input];
+    if (object == nullptr) {
+        object = m_engine->makeObject();
+        for (const EnumValue& value : input.type.values())
+            m_engine->setEnumValue(object, QLatin1Char('e') + value.symbol, value.value);
+    }
+    expression.m_objects.push_back(object);
+    expression.m_inputs.push_back(&input);
+    input.readers.push_back(&expression);
 }
 
 void Applicability::evaluate(Expression& expression)
@@ -131,12 +124,12 @@ void Applicability::evaluate(Expression& expression)
     if (!expression.m_isResolved)
         resolve(expression);
     expression.m_isStale = false;
-    if (!expression.m_function)
+    if (expression.m_function == nullptr)
         return;
     for (Item* input : expression.m_inputs)
         showToEngine(*input);
     QString error;
-    expression.m_holds = m_engine->evaluate(expression.m_function, &error);
+    expression.m_holds = m_engine->evaluate(expression.m_function, expression.m_objects, &error);
     if (!error.isEmpty())
         qWarning().noquote() << expression.m_dependents.front()->address.toString()
                              << "does not apply; its expression" << expression.m_text << "failed:" << error;

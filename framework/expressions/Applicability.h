@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ExpressionShape.h"
+
 #include <QHash>
 #include <QString>
 
@@ -13,8 +15,8 @@ class Item;
 class ModuleItems;
 class ScriptEngine;
 
-/// One applicability expression, shared by all items that have the same text. It is compiled once, knows its
-/// inputs, and is evaluated when one of them changed and somebody asks.
+/// One applicability expression, shared by all items that have the same text. It knows its inputs, and is
+/// evaluated when one of them changed and somebody asks.
 class Expression
 {
 public:
@@ -34,7 +36,9 @@ private:
     bool m_isStale = true;
     bool m_isListed = false; ///< among those whose dependents have to be told
     bool m_holds = false;
+    std::vector<ExpressionShape::Input> m_names; ///< of the inputs, until they are looked up
     std::vector<Item*> m_inputs;
+    std::vector<void*> m_objects; ///< the engine's objects for the inputs
     std::vector<Item*> m_dependents;
 };
 
@@ -59,14 +63,16 @@ public:
 private:
     friend class Expression;
 
+    void compile(Expression& expression, const Item& item);
     void resolve(Expression& expression);
-    void addInput(Expression& expression, const QString& root, const QString& name);
+    void addInput(Expression& expression, Item& input);
     void evaluate(Expression& expression);
     void showToEngine(Item& item);
 
     const ModuleItems& m_items;
     std::unique_ptr<ScriptEngine> m_engine;
     QHash<QString, Expression*> m_byText;
+    QHash<QString, void*> m_functions; ///< by shape
     std::vector<std::unique_ptr<Expression>> m_expressions;
     QHash<const Item*, void*> m_objects; ///< the engine's object for each input
     std::vector<Expression*> m_listed;

@@ -59,10 +59,6 @@ ScriptEngine::ScriptEngine()
     duk_push_array(context);
     duk_put_prop_string(context, -2, KeptObjects);
     duk_pop(context);
-    for (const char* root : { "res", "cfg" }) {
-        duk_push_object(context);
-        duk_put_global_string(context, root);
-    }
 }
 
 ScriptEngine::~ScriptEngine() = default;
@@ -80,11 +76,12 @@ ScriptEngine::Reference ScriptEngine::keep()
     return reference;
 }
 
-ScriptEngine::Reference ScriptEngine::compile(const QString& expression, QString* error)
+ScriptEngine::Reference ScriptEngine::compile(const QString& parameters, const QString& expression,
+                                              QString* error)
 {
     duk_context* context = m_context.get();
     // As an expression in brackets: statements do not compile. The line break ends a trailing comment.
-    pushText(context, QStringLiteral("function(){return (%1\n);}").arg(expression));
+    pushText(context, QStringLiteral("function(%1){return (%2\n);}").arg(parameters, expression));
     duk_push_string(context, "applicability");
     if (duk_pcompile(context, DUK_COMPILE_FUNCTION) != 0) {
         *error = takeError(context);
@@ -93,11 +90,14 @@ ScriptEngine::Reference ScriptEngine::compile(const QString& expression, QString
     return keep();
 }
 
-bool ScriptEngine::evaluate(Reference function, QString* error) const
+bool ScriptEngine::evaluate(Reference function, const std::vector<Reference>& objects, QString* error) const
 {
     duk_context* context = m_context.get();
+    duk_require_stack(context, static_cast<duk_idx_t>(objects.size() + 1));
     duk_push_heapptr(context, function);
-    if (duk_pcall(context, 0) != 0) {
+    for (const Reference object : objects)
+        duk_push_heapptr(context, object);
+    if (duk_pcall(context, static_cast<duk_idx_t>(objects.size())) != 0) {
         *error = takeError(context);
         return false;
     }
@@ -106,19 +106,13 @@ bool ScriptEngine::evaluate(Reference function, QString* error) const
     return truth;
 }
 
-ScriptEngine::Reference ScriptEngine::makeObject(const char* root, const QString& name)
+ScriptEngine::Reference ScriptEngine::makeObject()
 {
     duk_context* context = m_context.get();
-    duk_get_global_string(context, root);
-    pushText(context, name);
     duk_push_object(context);
     duk_push_object(context);
     duk_put_prop_string(context, -2, "enums");
-    duk_dup(context, -1);
-    Reference object = keep();
-    duk_put_prop(context, -3);
-    duk_pop(context);
-    return object;
+    return keep();
 }
 
 void ScriptEngine::setEnumValue(Reference object, const QString& name, int value) const

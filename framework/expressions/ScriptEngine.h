@@ -4,13 +4,14 @@
 #include <QVariant>
 
 #include <memory>
+#include <vector>
 
 struct duk_hthread;
 
 namespace ipc {
 
-/// Compiles and evaluates JavaScript expressions over two global trees, "res" and "cfg". A thin cover over
-/// Duktape; nothing else knows which engine it is.
+/// Compiles and evaluates JavaScript expressions. A thin cover over Duktape; nothing else knows which engine
+/// it is.
 class ScriptEngine
 {
 public:
@@ -22,15 +23,18 @@ public:
     /// A reference to something that the engine keeps as long as it lives; null is "none".
     using Reference = void*;
 
+    /// @param parameters the names that stand for the objects given to evaluate(), separated by commas.
     /// @param error says what is wrong and in which line, when the expression does not compile.
     /// @return a function to evaluate(), or null.
-    Reference compile(const QString& expression, QString* error);
+    Reference compile(const QString& parameters, const QString& expression, QString* error);
     /// The expression's truth, as JavaScript sees it. An expression that throws is false.
-    [[nodiscard]] bool evaluate(Reference function, QString* error) const;
+    [[nodiscard]] bool evaluate(Reference function, const std::vector<Reference>& objects,
+                                QString* error) const;
 
-    /// Makes the object ROOT.NAME with an empty "enums", and hands it out for setValue().
-    Reference makeObject(const char* root, const QString& name);
+    /// Makes an object with an empty "enums", for setEnumValue() and setValue().
+    Reference makeObject();
     void setEnumValue(Reference object, const QString& name, int value) const;
+    /// Sets "value".
     void setValue(Reference object, const QVariant& value) const;
 
 private:

@@ -116,11 +116,11 @@ void ApplicabilityTest::brokenExpressionsSayWhatIsWrong_data()
     QTest::newRow("a statement") << "var a = 1"
                                  << ":x: never applies; its expression .*does not compile";
     QTest::newRow("unknown result") << "cfg.enabled.value || res.nix.value"
-                                    << "names res\\.nix at character 22, .*no result";
+                                    << "names nix at character 22, .*no result";
     QTest::newRow("unknown config") << "cfg.state.value"
-                                    << "names cfg\\.state at character 1, .*no config";
+                                    << "names state at character 1, .*no config";
     QTest::newRow("unknown instance") << "res.row_3.value"
-                                      << "names res\\.row_3 at character 1";
+                                      << "names row_3 at character 1";
     QTest::newRow("fails when evaluated") << "res.state.nix.nix"
                                           << ":x: does not apply; its expression .*failed";
 }

@@ -1,0 +1,58 @@
+#include "ExpressionShape.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+
+#include <algorithm>
+
+namespace ipc {
+namespace {
+
+/// A text literal, which holds no names, or a dotted name that begins with one of the two roots.
+const QRegularExpression& literalOrName()
+{
+    static const QRegularExpression expression(QStringLiteral(
+        R"("(?:[^"\\]|\\.)*"|'(?:[^'\\]|\\.)*'|(?<![\w$.])(?<root>res|cfg)\.(?<name>[\w$]+))"));
+    return expression;
+}
+
+/// The place of an input among the others; it is added when it is new.
+std::size_t placeOf(const ExpressionShape::Input& input, std::vector<ExpressionShape::Input>& inputs)
+{
+    const auto found = std::find_if(inputs.begin(), inputs.end(), [&](const ExpressionShape::Input& known) {
+        return known.kind == input.kind && known.name == input.name;
+    });
+    const auto place = static_cast<std::size_t>(found - inputs.begin());
+    if (found == inputs.end())
+        inputs.push_back(input);
+    return place;
+}
+
+} // namespace
+
+ExpressionShape ExpressionShape::of(const QString& expression)
+{
+    ExpressionShape shape;
+    int copied = 0;
+    auto matches = literalOrName().globalMatch(expression);
+    while (matches.hasNext()) {
+        const QRegularExpressionMatch match = matches.next();
+        const QString root = match.captured(QStringLiteral("root"));
+        if (root.isEmpty())
+            continue;
+        const ItemKind kind = root == QLatin1String("res") ? ItemKind::Result : ItemKind::Config;
+        const Input input{ kind, match.captured(QStringLiteral("name")), match.capturedStart() };
+        shape.text += expression.mid(copied, match.capturedStart() - copied);
+        shape.text += QStringLiteral("$%1").arg(placeOf(input, shape.inputs));
+        copied = match.capturedEnd();
+    }
+    shape.text += expression.mid(copied);
+
+    QStringList parameters;
+    for (std::size_t i = 0; i < shape.inputs.size(); ++i)
+        parameters << QStringLiteral("$%1").arg(i);
+    shape.parameters = parameters.join(QLatin1Char(','));
+    return shape;
+}
+
+} // namespace ipc
