@@ -17,11 +17,32 @@ struct ScanEntry
     QString name;
 };
 
+inline bool operator==(const ScanEntry& left, const ScanEntry& right)
+{
+    return left.address == right.address && left.signalStrength == right.signalStrength
+        && left.name == right.name;
+}
+
+inline bool operator!=(const ScanEntry& left, const ScanEntry& right)
+{
+    return !(left == right);
+}
+
 /// What a scan has found so far, in the daemon's order; a(tis) on the wire.
 struct ScanResults
 {
     QList<ScanEntry> entries;
 };
+
+inline bool operator==(const ScanResults& left, const ScanResults& right)
+{
+    return left.entries == right.entries;
+}
+
+inline bool operator!=(const ScanResults& left, const ScanResults& right)
+{
+    return !(left == right);
+}
 
 /// One paired device; (tsu) on the wire. Name and number are the other way round than in ScanEntry.
 struct PairEntry
@@ -32,11 +53,32 @@ struct PairEntry
     uint connectionState = 0;
 };
 
+inline bool operator==(const PairEntry& left, const PairEntry& right)
+{
+    return left.address == right.address && left.name == right.name
+        && left.connectionState == right.connectionState;
+}
+
+inline bool operator!=(const PairEntry& left, const PairEntry& right)
+{
+    return !(left == right);
+}
+
 /// The paired devices, in the daemon's order; a(tsu) on the wire.
 struct PairList
 {
     QList<PairEntry> entries;
 };
+
+inline bool operator==(const PairList& left, const PairList& right)
+{
+    return left.entries == right.entries;
+}
+
+inline bool operator!=(const PairList& left, const PairList& right)
+{
+    return !(left == right);
+}
 
 Q_DECLARE_METATYPE(ScanEntry)
 Q_DECLARE_METATYPE(ScanResults)

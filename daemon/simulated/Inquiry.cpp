@@ -1,0 +1,118 @@
+#include "Inquiry.h"
+
+#include "Room.h"
+#include "SimulationClock.h"
+
+#include <QSet>
+
+#include <algorithm>
+
+namespace bt {
+
+namespace {
+
+constexpr SimulationClock::Duration StepLength{ 320 };
+constexpr int StepCount = 16;
+constexpr int LastFound = 11; // so that the slowest name comes in time
+constexpr int SlowestName = 4;
+constexpr int StepsBetweenReadings = 3;
+constexpr int StrengthSpread = 4; // dB to either side
+
+} // namespace
+
+Inquiry::Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, const ScanResults& before)
+    : m_room(room)
+    , m_clock(clock)
+    , m_random(random)
+    , m_results(before)
+{
+    for (int row = 0; row < m_results.entries.size(); ++row) {
+        m_rows.insert(m_results.entries.at(row).address, row);
+    }
+    for (const auto& [address, device] : m_room.devices()) {
+        const int found = m_random.bounded(1, LastFound + 1);
+        m_schedules.append({ address, { found, found + m_random.bounded(1, SlowestName + 1) } });
+    }
+    std::stable_sort(m_schedules.begin(), m_schedules.end(), [](const auto& left, const auto& right) {
+        return left.second.found < right.second.found;
+    });
+    planStep();
+}
+
+void Inquiry::planStep()
+{
+    m_clock.after(StepLength, this, [this] { step(); });
+}
+
+void Inquiry::step()
+{
+    ++m_step;
+    const ScanResults before = m_results;
+    for (const auto& [address, schedule] : qAsConst(m_schedules)) {
+        if (schedule.found > m_step) {
+            break; // they are in this order
+        }
+        hear(address, schedule);
+    }
+    const bool last = m_step == StepCount;
+    if (last) {
+        dropUnheard();
+    }
+    if (m_results != before) {
+        Q_EMIT resultsChanged();
+    }
+    if (last) {
+        Q_EMIT finished();
+        return;
+    }
+    planStep();
+}
+
+void Inquiry::hear(qulonglong address, const Schedule& schedule)
+{
+    const SimulatedDevice* device = m_room.find(address);
+    ScanEntry* entry = device != nullptr ? entryOf(address) : nullptr;
+    if (entry == nullptr) {
+        return;
+    }
+    if (m_step == schedule.named) {
+        m_room.learnName(address);
+    }
+    entry->name = m_room.knownName(address);
+    if ((m_step - schedule.found) % StepsBetweenReadings == 0) {
+        entry->signalStrength =
+            device->signalStrength + m_random.bounded(-StrengthSpread, StrengthSpread + 1);
+    }
+}
+
+ScanEntry* Inquiry::entryOf(qulonglong address)
+{
+    const auto known = m_rows.constFind(address);
+    if (known != m_rows.constEnd()) {
+        return &m_results.entries[known.value()];
+    }
+    if (m_results.entries.size() >= MostResults) {
+        return nullptr;
+    }
+    m_rows.insert(address, m_results.entries.size());
+    ScanEntry entry;
+    entry.address = address;
+    m_results.entries.append(entry);
+    return &m_results.entries.last();
+}
+
+void Inquiry::dropUnheard()
+{
+    QSet<qulonglong> heard;
+    for (const auto& [address, schedule] : qAsConst(m_schedules)) {
+        if (m_room.find(address) != nullptr) {
+            heard.insert(address);
+        }
+    }
+    auto& entries = m_results.entries;
+    entries.erase(std::remove_if(entries.begin(), entries.end(),
+                                 [&heard](const ScanEntry& entry) { return !heard.contains(entry.address); }),
+                  entries.end());
+}
+
+} // namespace bt

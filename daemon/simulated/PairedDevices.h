@@ -1,0 +1,56 @@
+#pragma once
+
+#include "DaemonTypes.h"
+#include "RadioTypes.h"
+
+#include <QObject>
+
+#include <map>
+#include <memory>
+
+namespace bt {
+
+class Room;
+class SimulationClock;
+struct SimulatedDevice;
+
+/// The devices that the radio is paired with, in the order of their pairing, and the connections to them.
+class PairedDevices : public QObject
+{
+    Q_OBJECT
+
+public:
+    PairedDevices(Room& room, SimulationClock& clock);
+
+    [[nodiscard]] bool contains(qulonglong address) const;
+    void add(qulonglong address, const QString& name);
+    /// Ends the connection first.
+    Outcome remove(qulonglong address);
+
+    Outcome connectDevice(qulonglong address);
+    Outcome disconnectDevice(qulonglong address);
+    /// Ends at once what has one of these bits of bt::Connection.
+    void disconnectAll(unsigned connections);
+    /// As when the radio falls silent: ends at once all connections, those being made as well.
+    void dropAll();
+
+Q_SIGNALS:
+    void listChanged(const PairList& list);
+    void connected(qulonglong address, const bt::SimulatedDevice& device);
+    void disconnected(qulonglong address);
+
+private:
+    [[nodiscard]] int rowOf(qulonglong address) const;
+    void plan(qulonglong address, std::chrono::milliseconds delay, void (PairedDevices::*step)(qulonglong));
+    void establish(qulonglong address);
+    void giveUp(qulonglong address);
+    void end(qulonglong address);
+
+    Room& m_room;
+    SimulationClock& m_clock;
+    PairList m_list;
+    /// Connections that come about or end; without its entry a planned step does not happen.
+    std::map<qulonglong, std::unique_ptr<QObject>> m_underWay;
+};
+
+} // namespace bt

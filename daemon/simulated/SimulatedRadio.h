@@ -1,0 +1,85 @@
+#pragma once
+
+#include "Inquiry.h"
+#include "PairedDevices.h"
+#include "Pairing.h"
+#include "Radio.h"
+#include "Room.h"
+
+#include <QRandomGenerator>
+#include <QSet>
+
+#include <memory>
+
+namespace bt {
+
+class SimulationClock;
+
+/// A radio without hardware: it finds, pairs and connects the devices of a room, in the time that real ones
+/// take.
+///
+/// - A request that needs the radio is refused while it is not on.
+/// - A scan is refused while a pairing is under way; a pairing ends a scan.
+/// - Pairing with a device that is paired already succeeds at once.
+/// - The outcome of a pairing stays until the next one begins or the radio is switched off.
+/// - What is paired stays paired while the radio is off; nothing outlives the program.
+class SimulatedRadio : public Radio
+{
+    Q_OBJECT
+
+public:
+    struct Identity
+    {
+        qulonglong address = 0x0016A4000001;
+        QString name;
+    };
+
+    /// \a clock has to outlive the radio; \a seed makes codes, order and signal strengths repeatable.
+    SimulatedRadio(Identity identity, Room room, SimulationClock& clock, quint32 seed);
+    ~SimulatedRadio() override;
+
+    void start() override;
+    void stop() override;
+    Outcome setPowered(bool on) override;
+    Outcome setLocalName(const QString& name) override;
+    Outcome scan() override;
+    Outcome cancelScan() override;
+    Outcome pair(qulonglong address) override;
+    Outcome unpair(qulonglong address) override;
+    Outcome pinReply(const QString& pin) override;
+    Outcome pinDecline() override;
+    Outcome confirmCode() override;
+    Outcome rejectCode() override;
+    Outcome connectDevice(qulonglong address) override;
+    Outcome disconnectDevice(qulonglong address) override;
+    Outcome killIap() override;
+    Outcome registerRfcommUuid(const QString& uuid) override;
+    Outcome unregisterRfcommUuid(const QString& uuid) override;
+    Outcome sendWifedSocket(const QString& text) override;
+
+private:
+    [[nodiscard]] Outcome notOn() const;
+    void setStatus(Status status);
+    void silence();
+    void endScan();
+    void announceConnection(qulonglong address, const SimulatedDevice& device);
+    void announceDisconnection(qulonglong address);
+    template <typename Answer>
+    Outcome answerPairing(Answer answer);
+
+    Identity m_identity;
+    Room m_room;
+    SimulationClock& m_clock;
+    QRandomGenerator m_random;
+    Status m_status = Status::Off;
+    PairedDevices m_paired;
+    ScanResults m_scanResults;
+    QSet<QString> m_rfcommUuids;
+    QSet<qulonglong> m_openWifeds;
+    // What is under way; deleting one of them breaks it off.
+    std::unique_ptr<QObject> m_switching;
+    std::unique_ptr<Inquiry> m_inquiry;
+    std::unique_ptr<Pairing> m_pairing;
+};
+
+} // namespace bt

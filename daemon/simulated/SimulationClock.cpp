@@ -1,0 +1,66 @@
+#include "SimulationClock.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace bt {
+
+SimulationClock::SimulationClock(double scale, QObject* parent)
+    : QObject(parent)
+    , m_scale(scale)
+{
+    m_elapsed.start();
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &SimulationClock::runDue);
+}
+
+SimulationClock::Duration SimulationClock::now() const
+{
+    if (m_stepTime.count() >= 0) {
+        return m_stepTime;
+    }
+    return Duration(std::llround(static_cast<double>(m_elapsed.elapsed()) * m_scale));
+}
+
+SimulationClock::Duration SimulationClock::forPeople(Duration real) const
+{
+    return Duration(std::llround(static_cast<double>(real.count()) * m_scale));
+}
+
+void SimulationClock::after(Duration delay, QObject* context, std::function<void()> step)
+{
+    m_steps.emplace(now() + delay, Step{ context, std::move(step) });
+    arm();
+}
+
+void SimulationClock::runDue()
+{
+    const Duration until = now();
+    while (!m_steps.empty() && m_steps.begin()->first <= until) {
+        const auto node = m_steps.extract(m_steps.begin());
+        if (node.mapped().context) {
+            m_stepTime = node.key();
+            node.mapped().run();
+            m_stepTime = Duration(-1);
+        }
+    }
+    arm();
+}
+
+// A step whose context is gone stays until it is due; waking for it would be for nothing, so it goes here.
+void SimulationClock::arm()
+{
+    while (!m_steps.empty() && !m_steps.begin()->second.context) {
+        m_steps.erase(m_steps.begin());
+    }
+    if (m_steps.empty()) {
+        m_timer.stop();
+        return;
+    }
+    const double left = static_cast<double>((m_steps.begin()->first - now()).count()) / m_scale;
+    m_timer.start(static_cast<int>(std::ceil(std::clamp(left, 0.0, 1e9))));
+}
+
+} // namespace bt

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+
+#include <chrono>
+#include <functional>
+#include <map>
+
+namespace bt {
+
+/// The one clock behind everything that takes time in a simulated radio. Steps run in the order in which they
+/// are due, equal ones in the order of their planning, however coarse the real timer is: a run with the same
+/// seed and requests is the same run at any speed. Without a planned step no timer runs.
+class SimulationClock : public QObject
+{
+    Q_OBJECT
+
+public:
+    using Duration = std::chrono::milliseconds;
+
+    /// \a scale: how many times faster than real time the simulated time passes; greater than 0.
+    explicit SimulationClock(double scale, QObject* parent = nullptr);
+
+    /// Runs \a step after \a delay of simulated time, unless \a context is gone by then.
+    void after(Duration delay, QObject* context, std::function<void()> step);
+
+    /// People do not think faster when the simulation does: the simulated time that passes in \a real time.
+    [[nodiscard]] Duration forPeople(Duration real) const;
+
+    [[nodiscard]] Duration now() const;
+
+private:
+    struct Step
+    {
+        QPointer<QObject> context;
+        std::function<void()> run;
+    };
+
+    void runDue();
+    void arm();
+
+    double m_scale;
+    QElapsedTimer m_elapsed;
+    QTimer m_timer;
+    std::multimap<Duration, Step> m_steps;
+    /// The time of the step that runs, so that delays planned by it do not add up errors; negative between
+    /// steps.
+    Duration m_stepTime{ -1 };
+};
+
+} // namespace bt
