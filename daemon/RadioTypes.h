@@ -47,7 +47,7 @@ struct PairingProgress
 };
 
 /// What clients replace by a text of their language.
-constexpr QLatin1String UnknownName("`,.\";00!");
+constexpr QLatin1String UnknownName("`,.\";00!", 8);
 
 /// Why a command was not taken.
 enum class Error {

@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr QLatin1String ScanFields("tis");
-constexpr QLatin1String PairFields("tsu");
+constexpr QLatin1String ScanFields("tis", 3);
+constexpr QLatin1String PairFields("tsu", 3);
 
 // Whether "signature" is "opening", one or more of the first "fields", and the closing parenthesis.
 bool holdsFirstFieldsOf(QLatin1String fields, const QString& signature, QLatin1String opening)

@@ -6,6 +6,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <utility>
 
 namespace bt {
 
@@ -20,11 +21,11 @@ constexpr int StrengthSpread = 4; // dB to either side
 
 } // namespace
 
-Inquiry::Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, const ScanResults& before)
+Inquiry::Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, ScanResults before)
     : m_room(room)
     , m_clock(clock)
     , m_random(random)
-    , m_results(before)
+    , m_results(std::move(before))
 {
     for (int row = 0; row < m_results.entries.size(); ++row) {
         m_rows.insert(m_results.entries.at(row).address, row);

@@ -25,7 +25,7 @@ public:
     /// More devices than that are not listed.
     static constexpr int MostResults = 128;
 
-    Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, const ScanResults& before);
+    Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, ScanResults before);
 
     [[nodiscard]] const ScanResults& results() const { return m_results; }
 

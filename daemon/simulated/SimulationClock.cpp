@@ -40,7 +40,7 @@ void SimulationClock::runDue()
     const Duration until = now();
     while (!m_steps.empty() && m_steps.begin()->first <= until) {
         const auto node = m_steps.extract(m_steps.begin());
-        if (node.mapped().context) {
+        if (!node.mapped().context.isNull()) {
             m_stepTime = node.key();
             node.mapped().run();
             m_stepTime = Duration(-1);
@@ -52,7 +52,7 @@ void SimulationClock::runDue()
 // A step whose context is gone stays until it is due; waking for it would be for nothing, so it goes here.
 void SimulationClock::arm()
 {
-    while (!m_steps.empty() && !m_steps.begin()->second.context) {
+    while (!m_steps.empty() && m_steps.begin()->second.context.isNull()) {
         m_steps.erase(m_steps.begin());
     }
     if (m_steps.empty()) {

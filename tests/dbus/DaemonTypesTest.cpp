@@ -114,7 +114,7 @@ QVariant DaemonTypesTest::sent(const QVariant& payload, QString* signature)
     if (!daemon.send(message) || (arrived.isEmpty() && !arrived.wait())) {
         return {};
     }
-    const QVariant value = arrived.first().first().value<QDBusVariant>().variant();
+    QVariant value = arrived.first().first().value<QDBusVariant>().variant();
     if (signature != nullptr) {
         *signature = qvariant_cast<QDBusArgument>(value).currentSignature();
     }

@@ -18,7 +18,7 @@ const QString Path = QStringLiteral("/com/qarn/Bluetooth");
 class Peer : public QDBusVirtualObject
 {
 public:
-    QString introspect(const QString&) const override { return {}; }
+    [[nodiscard]] QString introspect(const QString& /*path*/) const override { return {}; }
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
     {
