@@ -1,0 +1,128 @@
+#include "AddressHelper.h"
+#include "BluesimFixture.h"
+
+class BluesimConnectionTest : public BluesimFixture
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void connects_data();
+    void connects();
+    void endsConnections_data();
+    void endsConnections();
+    void switchesOffAndOn();
+};
+
+void BluesimConnectionTest::connects_data()
+{
+    QTest::addColumn<qulonglong>("address");
+    QTest::addColumn<uint>("bits");
+    QTest::addColumn<bool>("headset");
+    QTest::addColumn<bool>("companion");
+    QTest::addColumn<bool>("wifed");
+    QTest::newRow("phone") << room::Phone << 1U << false << false << false;
+    QTest::newRow("headset") << room::Headset << 4U << true << false << false;
+    QTest::newRow("companion phone") << room::CompanionPhone << 2U << false << true << false;
+    QTest::newRow("notebook") << room::Notebook << 8U << false << false << false;
+    QTest::newRow("Wi-FED") << room::Wifed << 1U << false << false << true;
+}
+
+void BluesimConnectionTest::connects()
+{
+    QFETCH(qulonglong, address);
+    QFETCH(uint, bits);
+    QFETCH(bool, headset);
+    QFETCH(bool, companion);
+    QFETCH(bool, wifed);
+
+    QVERIFY(pairWith(address));
+    QSignalSpy any(&proxy(), &BluetoothIf::connectionEstablished);
+    QSignalSpy headsets(&proxy(), &BluetoothIf::headsetConnected);
+    QSignalSpy companions(&proxy(), &BluetoothIf::mtConnectionEstablished);
+    QSignalSpy opened(&proxy(), &BluetoothIf::wifedCmdCtlSockAvailable);
+    QSignalSpy closed(&proxy(), &BluetoothIf::wifedCmdCtlSockClosed);
+    QSignalSpy gone(&proxy(), &BluetoothIf::deviceDisconnected);
+    const QList<qulonglong> once{ address };
+    const QStringList text{ AddressHelper::int2str(address) };
+
+    proxy().ConnectAddr(address);
+    QVERIFY(any.wait());
+    deliverAll();
+    QCOMPARE(paired(address).connectionState, bits);
+    QCOMPARE(allCarried<qulonglong>(any), once);
+    QCOMPARE(allCarried<qulonglong>(headsets), headset ? once : QList<qulonglong>());
+    QCOMPARE(allCarried<qulonglong>(companions), companion ? once : QList<qulonglong>());
+    QCOMPARE(allCarried<QString>(opened), wifed ? text : QStringList());
+    QCOMPARE(proxy().wifedsConnected(), wifed ? text.first() : QString());
+
+    proxy().DisconnectAddr(address);
+    QVERIFY(gone.wait());
+    QCOMPARE(allCarried<qulonglong>(gone), once);
+    QCOMPARE(paired(address).connectionState, 0U);
+    QCOMPARE(allCarried<QString>(closed), wifed ? text : QStringList());
+    QCOMPARE(proxy().wifedsConnected(), QString());
+}
+
+void BluesimConnectionTest::endsConnections_data()
+{
+    QTest::addColumn<QString>("how");
+    QTest::addColumn<QList<qulonglong>>("disconnected");
+    QTest::addColumn<QList<qulonglong>>("stillPaired");
+    QTest::newRow("kill iOS accessories") << "killIAP" << QList<qulonglong>{ room::CompanionPhone }
+                                          << QList<qulonglong>{ room::CompanionPhone, room::Headset };
+    QTest::newRow("unpair") << "UnPair" << QList<qulonglong>{ room::Headset }
+                            << QList<qulonglong>{ room::CompanionPhone };
+    QTest::newRow("switch off") << "off" << QList<qulonglong>{ room::CompanionPhone, room::Headset }
+                                << QList<qulonglong>{ room::CompanionPhone, room::Headset };
+}
+
+void BluesimConnectionTest::endsConnections()
+{
+    QFETCH(QString, how);
+    QFETCH(QList<qulonglong>, disconnected);
+    QFETCH(QList<qulonglong>, stillPaired);
+
+    for (const qulonglong address : { room::CompanionPhone, room::Headset }) {
+        QVERIFY(pairWith(address));
+        QVERIFY(connectTo(address));
+    }
+    QSignalSpy gone(&proxy(), &BluetoothIf::deviceDisconnected);
+    if (how == QLatin1String("killIAP")) {
+        proxy().killIAP();
+    } else if (how == QLatin1String("UnPair")) {
+        proxy().UnPair(room::Headset);
+    } else {
+        proxy().setState(false);
+    }
+    QTRY_COMPARE(allCarried<qulonglong>(gone), disconnected);
+    QList<qulonglong> left;
+    for (const PairEntry& entry : proxy().pairList().entries) {
+        left << entry.address;
+    }
+    QCOMPARE(left, stillPaired);
+}
+
+void BluesimConnectionTest::switchesOffAndOn()
+{
+    QVERIFY(pairWith(room::Headset));
+    QSignalSpy status(&proxy(), &BluetoothIf::statusChanged);
+    QSignalSpy state(&proxy(), &BluetoothIf::stateChanged);
+    proxy().Scan();
+    proxy().setState(false);
+    QTRY_COMPARE(allCarried<int>(status), (QList<int>{ 4, 1 }));
+    QCOMPARE(allCarried<bool>(state), QList<bool>{ false });
+    QCOMPARE(proxy().scanState(), 2);
+    QCOMPARE(proxy().pairState(), 0);
+    QDBusPendingReply<> refused = proxy().Scan();
+    refused.waitForFinished();
+    QCOMPARE(refused.error().name(), QStringLiteral("com.qarn.bluetooth.Error.NotReady"));
+
+    status.clear();
+    proxy().setState(true);
+    QTRY_COMPARE(allCarried<int>(status), (QList<int>{ 2, 3 }));
+    QVERIFY(proxy().state());
+    QVERIFY(connectTo(room::Headset));
+}
+
+QTEST_GUILESS_MAIN(BluesimConnectionTest)
+#include "BluesimConnectionTest.moc"
