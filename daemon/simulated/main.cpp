@@ -1,7 +1,7 @@
 #include "DaemonService.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
-#include "TerminationSignals.h"
+#include "process/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -56,6 +56,7 @@ QString localName(QString argument)
 int main(int argc, char* argv[])
 {
     qSetMessagePattern(QStringLiteral("bluesim: %{message}"));
+    process::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() != ArgumentCount) {
@@ -67,8 +68,8 @@ int main(int argc, char* argv[])
         return UsageError;
     }
 
-    const bt::TerminationSignals signalsToEnd;
-    QObject::connect(&signalsToEnd, &bt::TerminationSignals::received, &application, &QCoreApplication::quit);
+    const process::EndingSignals signalsToEnd;
+    QObject::connect(&signalsToEnd, &process::EndingSignals::received, &application, &QCoreApplication::quit);
 
     bt::SimulationClock clock(*scale);
     bt::SimulatedRadio::Identity identity;
