@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Failure.h"
+#include "Item.h"
+
+#include <QRegularExpression>
+#include <QString>
+#include <QVariantMap>
+
+namespace itemctl {
+
+/// "ITEM=VALUE", "ITEM!=VALUE", "ITEM~REGEX", "ITEM:applicable" or "ITEM:inapplicable".
+class Condition
+{
+public:
+    /// Fails with ExitStatus::Usage when the text has none of these forms, or its expression is not valid.
+    static Expected<Condition> parse(const QString& text);
+
+    [[nodiscard]] const QString& text() const { return m_text; } ///< as it was written
+    [[nodiscard]] const QString& item() const { return m_item; } ///< as it was written
+    /// Whether boundTo() has to know the item's type.
+    [[nodiscard]] bool comparesValue() const;
+    [[nodiscard]] bool isAboutValue() const { return comparesValue() || m_kind == Kind::Matches; }
+
+    /// Understands VALUE as the item's type has it: an enumeration's number, symbol or label, true and false,
+    /// numbers. Fails with ExitStatus::Usage when it can never be one of the item's values.
+    [[nodiscard]] Expected<Condition> boundTo(const QVariantMap& description) const;
+
+    [[nodiscard]] bool holds(const Item& item) const;
+
+private:
+    enum class Kind { Equals, Differs, Matches, Applicable, Inapplicable };
+
+    Kind m_kind = Kind::Equals;
+    QString m_text;
+    QString m_item;
+    QString m_operand;
+    QRegularExpression m_expression;
+};
+
+} // namespace itemctl

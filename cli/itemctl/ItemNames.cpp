@@ -1,0 +1,193 @@
+#include "ItemNames.h"
+
+#include "DisplayText.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <numeric>
+#include <vector>
+
+namespace itemctl {
+namespace {
+
+constexpr int MaximumCandidates = 6;
+
+QString quoted(const QString& name)
+{
+    return QLatin1Char('"') + escaped(name) + QLatin1Char('"');
+}
+
+bool hasName(const Item& item, const QString& name)
+{
+    return name == item.address || name == item.idWithIndex() || name == item.shortName();
+}
+
+/// Whether the name is that of the whole list which the item is an instance of.
+bool isInstanceOf(const Item& item, const QString& name)
+{
+    if (!item.index)
+        return false;
+    if (name == item.id || name == item.module + QLatin1Char(':') + item.id)
+        return true;
+    return name == QStringLiteral(":%1:%2:%3:%4:").arg(item.kind, item.server, item.module, item.id);
+}
+
+/// Insertions, deletions, replacements and swaps of neighbours that turn one text into the other.
+int editDistance(const QString& from, const QString& to)
+{
+    const auto columns = static_cast<std::size_t>(to.size()) + 1;
+    std::vector<int> beforeLast(columns);
+    std::vector<int> last(columns);
+    std::vector<int> row(columns);
+    std::iota(last.begin(), last.end(), 0);
+    for (int i = 1; i <= from.size(); ++i) {
+        row[0] = i;
+        for (std::size_t j = 1; j < columns; ++j) {
+            const auto at = static_cast<int>(j);
+            const int replaced = last[j - 1] + (from[i - 1] == to[at - 1] ? 0 : 1);
+            row[j] = std::min({ replaced, last[j] + 1, row[j - 1] + 1 });
+            if (i > 1 && at > 1 && from[i - 1] == to[at - 2] && from[i - 2] == to[at - 1])
+                row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+        }
+        std::swap(beforeLast, last);
+        std::swap(last, row);
+    }
+    return last.back();
+}
+
+/// The name that was probably meant; empty when none is near enough.
+QString nearest(const Items& items, const QString& name)
+{
+    const QString wanted = name.toLower();
+    const int tolerated = std::max(1, name.size() / 3);
+    const bool withModule = name.contains(QLatin1Char(':'));
+    QString best;
+    int bestDistance = tolerated + 1;
+    QString lastTried;
+    for (const Item& item : items) {
+        const QString candidate = withModule ? item.shortName() : item.id;
+        if (candidate == lastTried || std::abs(candidate.size() - name.size()) > tolerated)
+            continue;
+        lastTried = candidate; // the instances of a list follow one another
+        const int distance = editDistance(wanted, candidate.toLower());
+        if (distance < bestDistance) {
+            bestDistance = distance;
+            best = candidate;
+        }
+    }
+    return best;
+}
+
+QString suggestion(const Items& items, const QString& name)
+{
+    const QString near = nearest(items, name);
+    return near.isEmpty() ? QStringLiteral("; \"itemctl list\" shows what there is")
+                          : QStringLiteral("; did you mean %1?").arg(quoted(near));
+}
+
+Failure several(const Items& items, const QVector<int>& found, const QString& name)
+{
+    QStringList addresses;
+    for (const int at : found.mid(0, MaximumCandidates))
+        addresses += items[at].address;
+    if (found.size() > MaximumCandidates)
+        addresses += QStringLiteral("%1 more").arg(found.size() - MaximumCandidates);
+    return { ExitStatus::NoSuchItem,
+             QStringLiteral("%1 fits several items, name one of them: %2")
+                 .arg(quoted(name), addresses.join(QStringLiteral(", "))) };
+}
+
+Failure none(const Items& items, const QString& name, Wanted wanted)
+{
+    const auto instances =
+        std::count_if(items.begin(), items.end(), [&](const Item& item) { return isInstanceOf(item, name); });
+    if (instances > 0)
+        return { ExitStatus::NoSuchItem,
+                 QStringLiteral("%1 is a list of %2 instances, name one of them: %1:0 to %1:%3")
+                     .arg(name)
+                     .arg(instances)
+                     .arg(instances - 1) };
+    return { ExitStatus::NoSuchItem,
+             QStringLiteral("no %1 %2%3")
+                 .arg(wanted == Wanted::Action ? QStringLiteral("action") : QStringLiteral("item"),
+                      quoted(name), suggestion(items, name)) };
+}
+
+} // namespace
+
+Expected<int> findItem(const Items& items, const QString& name, Wanted wanted)
+{
+    QVector<int> found;
+    QVector<int> ofOtherKind;
+    for (int i = 0; i < items.size(); ++i) {
+        if (!hasName(items[i], name))
+            continue;
+        const bool fits = wanted == Wanted::Any || items[i].isAction() == (wanted == Wanted::Action);
+        (fits ? found : ofOtherKind).append(i);
+    }
+    if (found.isEmpty() && wanted == Wanted::Valued)
+        found = ofOtherKind;
+    if (found.size() == 1)
+        return found.first();
+    if (found.size() > 1)
+        return several(items, found, name);
+    if (!ofOtherKind.isEmpty())
+        return Failure{ ExitStatus::NoSuchItem,
+                        QStringLiteral("%1 is a %2, not an action; \"itemctl set\" writes it")
+                            .arg(quoted(name), items[ofOtherKind.first()].kind) };
+    return none(items, name, wanted);
+}
+
+QString serverOfAddress(const QString& name)
+{
+    return name.startsWith(QLatin1Char(':')) ? name.section(QLatin1Char(':'), 2, 2) : QString();
+}
+
+bool matches(const Item& item, const QString& pattern)
+{
+    const QByteArray shell = pattern.toUtf8();
+    const auto fits = [&](const QString& name) {
+        return ::fnmatch(shell.constData(), name.toUtf8().constData(), 0) == 0;
+    };
+    if (pattern.startsWith(QLatin1Char(':')))
+        return fits(item.address);
+    const QString moduleAndId = item.module + QLatin1Char(':') + item.id;
+    return fits(moduleAndId) || (!pattern.contains(QLatin1Char(':')) && fits(item.id))
+        || (item.index && (fits(item.shortName()) || fits(item.idWithIndex())));
+}
+
+Items matching(const Items& items, const QStringList& patterns)
+{
+    if (patterns.isEmpty())
+        return items;
+    Items fitting;
+    std::copy_if(items.begin(), items.end(), std::back_inserter(fitting), [&](const Item& item) {
+        return std::any_of(patterns.begin(), patterns.end(),
+                           [&](const QString& pattern) { return matches(item, pattern); });
+    });
+    return fitting;
+}
+
+QStringList unmatched(const Items& items, const QStringList& patterns)
+{
+    QStringList left;
+    for (const QString& pattern : patterns) {
+        if (std::none_of(items.begin(), items.end(),
+                         [&](const Item& item) { return matches(item, pattern); }))
+            left += pattern;
+    }
+    return left;
+}
+
+Failure nothingMatches(const Items& items, const QStringList& patterns)
+{
+    QStringList names;
+    for (const QString& pattern : patterns)
+        names += quoted(pattern);
+    return { ExitStatus::NoSuchItem,
+             QStringLiteral("no item matches %1%2")
+                 .arg(names.join(QStringLiteral(" or ")), suggestion(items, patterns.value(0))) };
+}
+
+} // namespace itemctl

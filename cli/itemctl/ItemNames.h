@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Failure.h"
+#include "Item.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace itemctl {
+
+/// What a name may stand for.
+enum class Wanted {
+    Any,
+    Valued, ///< a config or a result; an action only when nothing else has the name
+    Action
+};
+
+/// The position of the item that a person means: a full address, "module:id" or "id", each with ":INDEX" for
+/// an instance. Fails when there is none (and names the nearest), or several (and names them).
+Expected<int> findItem(const Items& items, const QString& name, Wanted wanted);
+
+/// The server that a full address names ("bluetoothlauncher"); empty for a shorter name.
+QString serverOfAddress(const QString& name);
+
+/// Whether a shell pattern fits the item's "module:id", with or without its index; a pattern without a colon
+/// fits the id alone as well, and one that begins with a colon the full address.
+bool matches(const Item& item, const QString& pattern);
+
+/// The items that one of the patterns fits, in their order; all of them when there is no pattern.
+Items matching(const Items& items, const QStringList& patterns);
+
+/// The patterns that fit no item.
+QStringList unmatched(const Items& items, const QStringList& patterns);
+
+/// The failure for patterns that fit no item; names what is near.
+Failure nothingMatches(const Items& items, const QStringList& patterns);
+
+} // namespace itemctl

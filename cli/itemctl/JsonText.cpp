@@ -1,0 +1,88 @@
+#include "JsonText.h"
+
+#include "Description.h"
+#include "DisplayText.h"
+#include "ValueText.h"
+
+#include <nlohmann/json.hpp>
+
+namespace itemctl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json identityJson(const Item& item)
+{
+    Json object;
+    object["address"] = item.address.toStdString();
+    object["server"] = item.server.toStdString();
+    object["module"] = item.module.toStdString();
+    object["id"] = item.id.toStdString();
+    if (item.index)
+        object["index"] = *item.index;
+    object["kind"] = item.kind.toStdString();
+    object["label"] = item.label.toStdString();
+    return object;
+}
+
+void addValue(Json& object, const Item& item)
+{
+    object["value"] = toJson(item.value);
+    if (item.isEnumeration)
+        object["text"] = item.text.toStdString();
+}
+
+} // namespace
+
+QString jsonText(const Json& value)
+{
+    const std::string line = value.dump(-1, ' ', false, Json::error_handler_t::replace);
+    QString safe;
+    for (const QChar character : QString::fromStdString(line)) {
+        // The only such characters that JSON lets stand are within texts, where an escape means the same.
+        if (isUnsafeToShow(character.unicode()))
+            safe += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
+        else
+            safe += character;
+    }
+    return safe;
+}
+
+Json itemJson(const Item& item)
+{
+    Json object = identityJson(item);
+    addValue(object, item);
+    object["applicable"] = item.applicable;
+    return object;
+}
+
+Json changeJson(const Item& item, Change change)
+{
+    Json object = identityJson(item);
+    if (change.value)
+        addValue(object, item);
+    if (change.applicability)
+        object["applicable"] = item.applicable;
+    return object;
+}
+
+Json descriptionJson(const Item& item, const QVariantMap& description)
+{
+    Json object = itemJson(item);
+    for (auto entry = description.begin(); entry != description.end(); ++entry) {
+        const std::string key = entry.key().toStdString();
+        if (entry.key() == QLatin1String("enumeration")) {
+            Json values = Json::array();
+            for (const EnumValue& value : enumerationOf(description))
+                values.push_back({ { "value", value.value },
+                                   { "symbol", value.symbol.toStdString() },
+                                   { "label", value.label.toStdString() } });
+            object[key] = values;
+        } else if (!object.contains(key)) {
+            object[key] = toJson(entry.value());
+        }
+    }
+    return object;
+}
+
+} // namespace itemctl

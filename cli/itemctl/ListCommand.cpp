@@ -1,0 +1,147 @@
+#include "Commands.h"
+#include "DisplayText.h"
+#include "ItemNames.h"
+#include "JsonText.h"
+#include "ValueText.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace itemctl {
+namespace {
+
+constexpr int NarrowestValue = 8;
+constexpr int Gap = 2;
+const QLatin1String InapplicableMark(" [does not apply]");
+
+struct Row
+{
+    QString name;
+    QString value;
+    QString label;
+    bool applicable = true;
+};
+
+struct Widths
+{
+    int name = 0;
+    int value = 0;
+    int label = 0;
+};
+
+Row rowOf(const Item& item, const Output& output)
+{
+    const QString label = escaped(item.label);
+    return { escaped(output.nameOf(item)), shownValue(item),
+             item.applicable ? label : label + InapplicableMark, item.applicable };
+}
+
+Widths widthsOf(const QVector<Row>& rows, int columns)
+{
+    Widths widths;
+    for (const Row& row : rows) {
+        widths.name = std::max(widths.name, displayWidth(row.name));
+        widths.value = std::max(widths.value, displayWidth(row.value));
+        widths.label = std::max(widths.label, displayWidth(row.label));
+    }
+    // Long values give way first: the label says what a line is about.
+    if (columns > 0)
+        widths.value = std::clamp(columns - widths.name - widths.label - 2 * Gap, NarrowestValue,
+                                  std::max(NarrowestValue, widths.value));
+    return widths;
+}
+
+bool printRow(const Row& row, const Widths& widths, Output& output)
+{
+    const QString gap(Gap, QLatin1Char(' '));
+    QString line = fitted(row.name, widths.name) + gap + fitted(row.value, widths.value) + gap + row.label;
+    if (const int columns = output.columns(); columns > 0)
+        line = cut(line, columns);
+    return output.line(row.applicable ? line : output.dim(line));
+}
+
+ExitStatus print(const Items& items, const Request& request, Output& output)
+{
+    if (request.json) {
+        const bool written = std::all_of(items.begin(), items.end(), [&](const Item& item) {
+            return output.line(jsonText(itemJson(item)));
+        });
+        return written ? ExitStatus::Done : ExitStatus::Failed;
+    }
+    QVector<Row> rows;
+    rows.reserve(items.size());
+    for (const Item& item : items)
+        rows += rowOf(item, output);
+    const Widths widths = widthsOf(rows, output.columns());
+    const bool written =
+        std::all_of(rows.begin(), rows.end(), [&](const Row& row) { return printRow(row, widths, output); });
+    return written ? ExitStatus::Done : ExitStatus::Failed;
+}
+
+} // namespace
+
+ExitStatus runList(const Request& request, Output& output)
+{
+    auto servers = serversFor(request, request.arguments);
+    if (!servers)
+        return output.fail(servers.failure());
+    const auto all = listAll(*servers, output);
+    if (!all)
+        return output.fail(all.failure());
+    const ExitStatus status = print(matching(*all, request.arguments), request, output);
+    if (const QStringList left = unmatched(*all, request.arguments); !left.isEmpty())
+        return output.fail(nothingMatches(*all, left));
+    return servers->silent().empty() ? status : ExitStatus::NoAnswer;
+}
+
+ExitStatus runNames(const Request& request, Output& output)
+{
+    // A completion that fails has nothing to offer, and nothing to say in the middle of a command line.
+    auto servers = serversFor(request, {});
+    if (!servers)
+        return servers.failure().status;
+    servers->setTimeout(std::chrono::seconds(1));
+    const auto all = servers->list();
+    if (!all)
+        return all.failure().status;
+    for (const Item& item : *all) {
+        if (request.arguments.isEmpty() || request.arguments.contains(item.kind)) {
+            output.line(item.idWithIndex());
+            output.line(item.shortName());
+        }
+    }
+    return ExitStatus::Done;
+}
+
+ExitStatus runServers(const Request& request, Output& output)
+{
+    const auto servers = serversFor(request, {});
+    if (!servers) {
+        if (request.json)
+            output.line(QStringLiteral("[]"));
+        return output.fail(servers.failure());
+    }
+    ExitStatus status = ExitStatus::Done;
+    auto array = nlohmann::ordered_json::array();
+    for (const auto& client : servers->clients()) {
+        const auto modules = client->modules();
+        if (!modules) {
+            status = output.fail(failureFrom(modules.error()));
+            continue;
+        }
+        nlohmann::ordered_json server;
+        server["server"] = serverName(client->busName()).toStdString();
+        server["busName"] = client->busName().toStdString();
+        server["modules"] = toJson(*modules);
+        array.push_back(server);
+        if (!request.json)
+            output.line(output.bold(client->busName()) + QStringLiteral("  ")
+                        + modules->join(QLatin1Char(' ')));
+    }
+    if (request.json)
+        output.line(jsonText(array));
+    return status;
+}
+
+} // namespace itemctl

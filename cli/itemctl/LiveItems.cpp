@@ -1,0 +1,86 @@
+#include "LiveItems.h"
+
+#include <QDBusConnection>
+
+namespace itemctl {
+
+LiveItems::LiveItems(Servers servers)
+    : m_servers(std::move(servers))
+{
+    // libdbus itself tells of the connection's end, by a signal without a sender.
+    QDBusConnection::sessionBus().connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                                          QStringLiteral("org.freedesktop.DBus.Local"),
+                                          QStringLiteral("Disconnected"), this, SLOT(noticeBusLoss()));
+}
+
+void LiveItems::noticeBusLoss()
+{
+    Q_EMIT busLost();
+}
+
+Expected<Items> LiveItems::start()
+{
+    for (const auto& client : m_servers.clients()) {
+        follow(*client);
+        if (const auto snapshot = client->watch())
+            append(itemsOf(*client, *snapshot));
+        else
+            m_silent.push_back(failureFrom(snapshot.error()));
+    }
+    if (m_silent.size() == m_servers.clients().size())
+        return m_silent.front();
+    return m_items;
+}
+
+void LiveItems::follow(KELClientInterface& client)
+{
+    const QString server = serverName(client.busName());
+    connect(&client, &KELClientInterface::changed, this, &LiveItems::take);
+    connect(&client, &KELClientInterface::serverLeft, this, [this, server] {
+        m_absent.insert(server);
+        Q_EMIT serverLeft(server);
+    });
+    connect(&client, &KELClientInterface::serverReturned, this, [this, &client] { takeAgain(client); });
+}
+
+void LiveItems::append(const Items& items)
+{
+    for (const Item& item : items) {
+        m_positions.insert(item.address, m_items.size());
+        m_items += item;
+    }
+}
+
+void LiveItems::take(const ipc::ItemRecords& records)
+{
+    for (const ipc::ItemRecord& record : records) {
+        const auto position = m_positions.constFind(record.address);
+        if (position == m_positions.constEnd())
+            continue;
+        if (const Change change = apply(record.properties, m_items[*position]))
+            Q_EMIT itemChanged(*position, change);
+    }
+    Q_EMIT turnEnded();
+}
+
+void LiveItems::takeAgain(KELClientInterface& client)
+{
+    const auto snapshot = client.watch();
+    if (!snapshot) {
+        Q_EMIT failed(failureFrom(snapshot.error()));
+        return;
+    }
+    const QString server = serverName(client.busName());
+    m_absent.remove(server);
+    Q_EMIT serverReturned(server);
+    for (const Item& item : itemsOf(client, *snapshot)) {
+        const auto position = m_positions.constFind(item.address);
+        if (position == m_positions.constEnd())
+            append({ item });
+        else if (const Change change = replace(item, m_items[*position]))
+            Q_EMIT itemChanged(*position, change);
+    }
+    Q_EMIT turnEnded();
+}
+
+} // namespace itemctl

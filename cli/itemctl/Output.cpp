@@ -1,0 +1,70 @@
+#include "Output.h"
+
+#include "DisplayText.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace itemctl {
+
+Output::Output()
+    : m_isTerminal(::isatty(STDOUT_FILENO) == 1)
+    , m_hasColour(m_isTerminal && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb")
+{
+}
+
+bool Output::line(const QString& text)
+{
+    const QByteArray bytes = text.toUtf8() + '\n';
+    if (std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stdout)
+            == static_cast<std::size_t>(bytes.size())
+        && std::fflush(stdout) == 0)
+        return true;
+    // Whoever closes the pipe ("head") has what was wanted.
+    if (errno != EPIPE)
+        note(QStringLiteral("standard output cannot be written: %1")
+                 .arg(QString::fromLocal8Bit(
+                     std::strerror(errno)))); // NOLINT(concurrency-mt-unsafe): one thread
+    return false;
+}
+
+void Output::note(const QString& message)
+{
+    const QByteArray bytes = "itemctl: " + escaped(message).toUtf8() + '\n';
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
+}
+
+ExitStatus Output::fail(const Failure& failure)
+{
+    note(failure.message);
+    return failure.status;
+}
+
+int Output::columns() const
+{
+    winsize size{};
+    if (!m_isTerminal || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0)
+        return 0;
+    return size.ws_col;
+}
+
+QString Output::nameOf(const Item& item) const
+{
+    return m_isTerminal ? item.shortName() : item.address;
+}
+
+QString Output::dim(const QString& text) const
+{
+    return m_hasColour ? QStringLiteral("\x1b[2m%1\x1b[0m").arg(text) : text;
+}
+
+QString Output::bold(const QString& text) const
+{
+    return m_hasColour ? QStringLiteral("\x1b[1m%1\x1b[0m").arg(text) : text;
+}
+
+} // namespace itemctl

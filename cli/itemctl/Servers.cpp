@@ -1,0 +1,99 @@
+#include "Servers.h"
+
+#include <QDBusError>
+
+#include <algorithm>
+
+namespace itemctl {
+namespace {
+
+const QLatin1String BusNamePrefix("tov.base.");
+
+} // namespace
+
+QString serverName(const QString& nameOrBusName)
+{
+    return nameOrBusName.startsWith(BusNamePrefix) ? nameOrBusName.mid(BusNamePrefix.size()) : nameOrBusName;
+}
+
+QString busNameOf(const QString& server)
+{
+    return BusNamePrefix + server;
+}
+
+Expected<QDBusConnection> sessionBus()
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (bus.isConnected())
+        return bus;
+    const QString reason = bus.lastError().message().simplified();
+    return Failure{ ExitStatus::NoServer,
+                    QStringLiteral("no session bus: %1")
+                        .arg(reason.isEmpty() ? QStringLiteral("set DBUS_SESSION_BUS_ADDRESS") : reason) };
+}
+
+Expected<Servers> Servers::open(const QDBusConnection& connection, const QStringList& names)
+{
+    const auto present = KELClientInterface::servers(connection);
+    if (!present)
+        return present.error();
+    QStringList wanted;
+    for (const QString& name : names) {
+        if (!present->contains(busNameOf(name)))
+            return Failure{ ExitStatus::NoServer,
+                            QStringLiteral(
+                                "no server \"%1\" on the session bus; \"itemctl servers\" shows those "
+                                "that are")
+                                .arg(name) };
+        if (!wanted.contains(busNameOf(name)))
+            wanted += busNameOf(name);
+    }
+    if (names.isEmpty())
+        wanted = *present;
+    if (wanted.isEmpty())
+        return Failure{ ExitStatus::NoServer, QStringLiteral("no server is on the session bus") };
+    Servers servers;
+    for (const QString& busName : wanted)
+        servers.m_clients.push_back(std::make_unique<KELClientInterface>(busName, connection));
+    return servers;
+}
+
+void Servers::setTimeout(std::chrono::milliseconds timeout)
+{
+    for (const auto& client : m_clients)
+        client->setTimeout(timeout);
+}
+
+KELClientInterface& Servers::clientOf(const Item& item) const
+{
+    const QString busName = busNameOf(item.server);
+    return **std::find_if(m_clients.begin(), m_clients.end(),
+                          [&](const auto& client) { return client->busName() == busName; });
+}
+
+Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot)
+{
+    const QString server = serverName(client.busName());
+    Items items;
+    items.reserve(snapshot.items.size());
+    for (const ipc::ItemRecord& record : snapshot.items)
+        items += Item::fromRecord(server, record);
+    return items;
+}
+
+Expected<Items> Servers::list()
+{
+    Items items;
+    m_silent.clear();
+    for (const auto& client : m_clients) {
+        if (const auto snapshot = client->list())
+            items += itemsOf(*client, *snapshot);
+        else
+            m_silent.push_back(failureFrom(snapshot.error()));
+    }
+    if (m_silent.size() == m_clients.size())
+        return m_silent.front();
+    return items;
+}
+
+} // namespace itemctl

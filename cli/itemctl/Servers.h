@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Failure.h"
+#include "Item.h"
+
+#include <QDBusConnection>
+#include <QStringList>
+
+#include <chrono>
+#include <memory>
+#include <vector>
+
+namespace itemctl {
+
+/// "bluetoothlauncher" for "tov.base.bluetoothlauncher" and for "bluetoothlauncher".
+QString serverName(const QString& nameOrBusName);
+QString busNameOf(const QString& server);
+
+/// The servers that a command speaks to.
+class Servers
+{
+public:
+    /// All servers on the bus when no name is given; otherwise those, which all have to be there.
+    static Expected<Servers> open(const QDBusConnection& connection, const QStringList& names);
+
+    void setTimeout(std::chrono::milliseconds timeout);
+
+    [[nodiscard]] const std::vector<std::unique_ptr<KELClientInterface>>& clients() const
+    {
+        return m_clients;
+    }
+    [[nodiscard]] KELClientInterface& clientOf(const Item& item) const;
+
+    /// All items of all servers, in the order of the servers' names. A server that does not answer is left
+    /// out and its failure is kept, as long as another one answers.
+    [[nodiscard]] Expected<Items> list();
+    [[nodiscard]] const std::vector<Failure>& silent() const { return m_silent; }
+
+private:
+    std::vector<std::unique_ptr<KELClientInterface>> m_clients;
+    std::vector<Failure> m_silent;
+};
+
+Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot);
+
+/// The session bus, or the reason why there is none.
+Expected<QDBusConnection> sessionBus();
+
+} // namespace itemctl

@@ -1,0 +1,110 @@
+#include "Commands.h"
+#include "DisplayText.h"
+#include "ItemNames.h"
+#include "JsonText.h"
+#include "LiveItems.h"
+#include "ValueText.h"
+
+#include <nlohmann/json.hpp>
+
+#include <QCoreApplication>
+#include <QTimer>
+
+namespace itemctl {
+namespace {
+
+QString changeLine(const Item& item, Change change, const Output& output)
+{
+    QString line = output.bold(escaped(output.nameOf(item)));
+    if (change.value)
+        line += QLatin1Char(' ') + shownValue(item);
+    if (change.applicability)
+        line += item.applicable ? QStringLiteral(" [applies]") : QStringLiteral(" [does not apply]");
+    return line;
+}
+
+/// Prints changes until enough were seen, time is over, or the bus is lost.
+class Watch : public QObject
+{
+public:
+    Watch(const Request& request, LiveItems& items, Output& output);
+
+private:
+    void print(const Item& item, Change change);
+    void end(ExitStatus status) { QCoreApplication::exit(static_cast<int>(status)); }
+    void endOfTime();
+
+    const Request& m_request;
+    LiveItems& m_items;
+    Output& m_output;
+    int m_printed = 0;
+    bool m_ended = false;
+};
+
+Watch::Watch(const Request& request, LiveItems& items, Output& output)
+    : m_request(request)
+    , m_items(items)
+    , m_output(output)
+{
+    connect(&items, &LiveItems::itemChanged, this,
+            [this](int position, Change change) { print(m_items.items()[position], change); });
+    connect(&items, &LiveItems::serverLeft, this, [this](const QString& server) {
+        m_output.note(QStringLiteral("server %1 left the bus; waiting for its return").arg(server));
+    });
+    connect(&items, &LiveItems::serverReturned, this, [this](const QString& server) {
+        m_output.note(QStringLiteral("server %1 is back").arg(server));
+    });
+    connect(&items, &LiveItems::failed, this,
+            [this](const Failure& failure) { m_output.note(failure.message); });
+    connect(&items, &LiveItems::busLost, this, [this] {
+        end(m_output.fail({ ExitStatus::NoServer, QStringLiteral("the session bus went away") }));
+    });
+    if (request.timeout)
+        QTimer::singleShot(*request.timeout, Qt::PreciseTimer, this, [this] { endOfTime(); });
+}
+
+void Watch::print(const Item& item, Change change)
+{
+    if (m_ended)
+        return;
+    const bool wanted = m_request.arguments.isEmpty()
+        || std::any_of(m_request.arguments.begin(), m_request.arguments.end(),
+                       [&](const QString& pattern) { return matches(item, pattern); });
+    if (!wanted)
+        return;
+    const QString line =
+        m_request.json ? jsonText(changeJson(item, change)) : changeLine(item, change, m_output);
+    const bool written = m_output.line(line);
+    ++m_printed;
+    m_ended = !written || m_printed == m_request.count;
+    if (m_ended)
+        end(written ? ExitStatus::Done : ExitStatus::Failed);
+}
+
+void Watch::endOfTime()
+{
+    if (!m_request.count)
+        return end(ExitStatus::Done);
+    end(m_output.fail(
+        { ExitStatus::NoAnswer,
+          QStringLiteral("time is over after %1 of %2 changes").arg(m_printed).arg(*m_request.count) }));
+}
+
+} // namespace
+
+ExitStatus runWatch(const Request& request, Output& output)
+{
+    auto servers = serversFor(request, request.arguments);
+    if (!servers)
+        return output.fail(servers.failure());
+    LiveItems items(std::move(*servers));
+    const auto present = items.start();
+    if (!present)
+        return output.fail(present.failure());
+    if (const QStringList left = unmatched(*present, request.arguments); !left.isEmpty())
+        return output.fail(nothingMatches(*present, left));
+    const Watch watch(request, items, output);
+    return static_cast<ExitStatus>(QCoreApplication::exec());
+}
+
+} // namespace itemctl
