@@ -17,8 +17,11 @@ class LiveItems : public QObject
 public:
     explicit LiveItems(Servers servers);
 
-    /// Fails when no server answers; those that stay silent beside others are in servers().silent().
+    /// Fails when no server answers.
     Expected<Items> start();
+
+    /// Why some servers are left out although others answered.
+    [[nodiscard]] const std::vector<Failure>& silent() const { return m_silent; }
 
     [[nodiscard]] const Items& items() const { return m_items; }
     [[nodiscard]] const Servers& servers() const { return m_servers; }

@@ -26,10 +26,9 @@ Expected<QDBusConnection> sessionBus()
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (bus.isConnected())
         return bus;
-    const QString reason = bus.lastError().message().simplified();
     return Failure{ ExitStatus::NoServer,
-                    QStringLiteral("no session bus: %1")
-                        .arg(reason.isEmpty() ? QStringLiteral("set DBUS_SESSION_BUS_ADDRESS") : reason) };
+                    QStringLiteral("no session bus (%1); DBUS_SESSION_BUS_ADDRESS has to name one")
+                        .arg(bus.lastError().message().simplified()) };
 }
 
 Expected<Servers> Servers::open(const QDBusConnection& connection, const QStringList& names)

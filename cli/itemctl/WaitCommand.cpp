@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "Conditions.h"
+#include "Ending.h"
 #include "ItemNames.h"
 #include "JsonText.h"
 #include "LiveItems.h"
@@ -124,57 +125,80 @@ nlohmann::ordered_json Expectations::json() const
     return array;
 }
 
-void end(ExitStatus status)
+/// Ends the event loop after a turn from which on everything holds, when time is over or the bus is lost.
+class Wait : public QObject
 {
-    QCoreApplication::exit(static_cast<int>(status));
+public:
+    Wait(const Expectations& expectations, LiveItems& items, Output& output);
+    void endAfter(std::chrono::milliseconds left, std::chrono::milliseconds whole);
+
+private:
+    const Expectations& m_expectations;
+    Ending m_ending;
+};
+
+Wait::Wait(const Expectations& expectations, LiveItems& items, Output& output)
+    : m_expectations(expectations)
+    , m_ending(output)
+{
+    connect(&items, &LiveItems::turnEnded, this, [this] {
+        if (m_expectations.hold())
+            m_ending.reach(ExitStatus::Done);
+    });
+    connect(&items, &LiveItems::failed, this,
+            [&output](const Failure& failure) { output.note(failure.message); });
+    connect(&items, &LiveItems::busLost, this, [this] {
+        m_ending.reach({ ExitStatus::NoServer, QStringLiteral("the session bus went away") });
+    });
 }
 
-/// Waits in the event loop for a turn after which everything holds.
-ExitStatus await(const Expectations& expectations, LiveItems& items, std::chrono::milliseconds timeout,
-                 Output& output)
+void Wait::endAfter(std::chrono::milliseconds left, std::chrono::milliseconds whole)
 {
-    QObject scope;
-    QObject::connect(&items, &LiveItems::turnEnded, &scope, [&] {
-        if (expectations.hold())
-            end(ExitStatus::Done);
+    QTimer::singleShot(std::max(left, std::chrono::milliseconds(0)), Qt::PreciseTimer, this, [this, whole] {
+        m_ending.reach({ ExitStatus::NoAnswer,
+                         QStringLiteral("timed out after %1 s: %2")
+                             .arg(static_cast<double>(whole.count()) / 1000)
+                             .arg(m_expectations.shortfall()) });
     });
-    QObject::connect(&items, &LiveItems::failed, &scope,
-                     [&](const Failure& failure) { output.note(failure.message); });
-    QObject::connect(&items, &LiveItems::busLost, &scope, [&] {
-        end(output.fail({ ExitStatus::NoServer, QStringLiteral("the session bus went away") }));
-    });
-    QTimer::singleShot(timeout, Qt::PreciseTimer, &scope, [&] {
-        end(output.fail({ ExitStatus::NoAnswer,
-                          QStringLiteral("timed out after %1 s: %2")
-                              .arg(static_cast<double>(timeout.count()) / 1000)
-                              .arg(expectations.shortfall()) }));
-    });
-    return static_cast<ExitStatus>(QCoreApplication::exec());
+}
+
+Expected<Servers> serversOf(const std::vector<Condition>& conditions, const Request& request)
+{
+    QStringList names;
+    for (const Condition& condition : conditions)
+        names += condition.item();
+    return serversFor(request, names);
 }
 
 } // namespace
 
 ExitStatus runWait(const Request& request, Output& output)
 {
+    const auto timeout = request.timeout.value_or(DefaultWait);
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
     const auto conditions = parse(request.arguments);
     if (!conditions)
         return output.fail(conditions.failure());
-    QStringList names;
-    for (const Condition& condition : *conditions)
-        names += condition.item();
-    auto servers = serversFor(request, names);
+    auto servers = serversOf(*conditions, request);
     if (!servers)
         return output.fail(servers.failure());
-    const auto timeout = request.timeout.value_or(DefaultWait);
     servers->setTimeout(std::clamp(timeout, ShortestAnswer, KELClientInterface::DefaultTimeout));
     LiveItems items(std::move(*servers));
     if (const auto started = items.start(); !started)
         return output.fail(started.failure());
+    for (const Failure& failure : items.silent())
+        output.note(failure.message);
     const auto expectations = Expectations::of(*conditions, items);
     if (!expectations)
         return output.fail(expectations.failure());
-    const ExitStatus status =
-        expectations->hold() ? ExitStatus::Done : await(*expectations, items, timeout, output);
+    ExitStatus status = ExitStatus::Done;
+    if (!expectations->hold()) {
+        Wait wait(*expectations, items, output);
+        wait.endAfter(
+            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()),
+            timeout);
+        status = static_cast<ExitStatus>(QCoreApplication::exec());
+    }
     if (status == ExitStatus::Done && request.json && !output.line(jsonText(expectations->json())))
         return ExitStatus::Failed;
     return status;

@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "DisplayText.h"
+#include "Ending.h"
 #include "ItemNames.h"
 #include "JsonText.h"
 #include "LiveItems.h"
@@ -9,6 +10,8 @@
 
 #include <QCoreApplication>
 #include <QTimer>
+
+#include <algorithm>
 
 namespace itemctl {
 namespace {
@@ -31,20 +34,20 @@ public:
 
 private:
     void print(const Item& item, Change change);
-    void end(ExitStatus status) { QCoreApplication::exit(static_cast<int>(status)); }
     void endOfTime();
 
     const Request& m_request;
     LiveItems& m_items;
     Output& m_output;
     int m_printed = 0;
-    bool m_ended = false;
+    Ending m_ending;
 };
 
 Watch::Watch(const Request& request, LiveItems& items, Output& output)
     : m_request(request)
     , m_items(items)
     , m_output(output)
+    , m_ending(output)
 {
     connect(&items, &LiveItems::itemChanged, this,
             [this](int position, Change change) { print(m_items.items()[position], change); });
@@ -57,7 +60,7 @@ Watch::Watch(const Request& request, LiveItems& items, Output& output)
     connect(&items, &LiveItems::failed, this,
             [this](const Failure& failure) { m_output.note(failure.message); });
     connect(&items, &LiveItems::busLost, this, [this] {
-        end(m_output.fail({ ExitStatus::NoServer, QStringLiteral("the session bus went away") }));
+        m_ending.reach({ ExitStatus::NoServer, QStringLiteral("the session bus went away") });
     });
     if (request.timeout)
         QTimer::singleShot(*request.timeout, Qt::PreciseTimer, this, [this] { endOfTime(); });
@@ -65,7 +68,7 @@ Watch::Watch(const Request& request, LiveItems& items, Output& output)
 
 void Watch::print(const Item& item, Change change)
 {
-    if (m_ended)
+    if (m_ending.isReached())
         return;
     const bool wanted = m_request.arguments.isEmpty()
         || std::any_of(m_request.arguments.begin(), m_request.arguments.end(),
@@ -76,18 +79,17 @@ void Watch::print(const Item& item, Change change)
         m_request.json ? jsonText(changeJson(item, change)) : changeLine(item, change, m_output);
     const bool written = m_output.line(line);
     ++m_printed;
-    m_ended = !written || m_printed == m_request.count;
-    if (m_ended)
-        end(written ? ExitStatus::Done : ExitStatus::Failed);
+    if (!written || m_printed == m_request.count)
+        m_ending.reach(written ? ExitStatus::Done : ExitStatus::Failed);
 }
 
 void Watch::endOfTime()
 {
     if (!m_request.count)
-        return end(ExitStatus::Done);
-    end(m_output.fail(
+        return m_ending.reach(ExitStatus::Done);
+    m_ending.reach(
         { ExitStatus::NoAnswer,
-          QStringLiteral("time is over after %1 of %2 changes").arg(m_printed).arg(*m_request.count) }));
+          QStringLiteral("time is over after %1 of %2 changes").arg(m_printed).arg(*m_request.count) });
 }
 
 } // namespace
@@ -101,6 +103,8 @@ ExitStatus runWatch(const Request& request, Output& output)
     const auto present = items.start();
     if (!present)
         return output.fail(present.failure());
+    for (const Failure& failure : items.silent())
+        output.note(failure.message);
     if (const QStringList left = unmatched(*present, request.arguments); !left.isEmpty())
         return output.fail(nothingMatches(*present, left));
     const Watch watch(request, items, output);
