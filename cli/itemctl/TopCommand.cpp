@@ -190,7 +190,7 @@ void Top::handleInPrompt(const KeyPress& press)
         m_typed += press.text;
         break;
     case Key::Backspace:
-        m_typed.chop(m_typed.endsWith(QLatin1Char('\0')) || m_typed.isEmpty() ? 0 : 1);
+        m_typed.chop(m_typed.size() > 1 && m_typed.at(m_typed.size() - 1).isLowSurrogate() ? 2 : 1);
         break;
     case Key::Escape:
         m_prompted.reset();

@@ -1,0 +1,40 @@
+# bash completion for itemctl(1): subcommands, options, and the items that are on the bus now.
+_itemctl()
+{
+    local commands="list get set call watch wait describe servers top"
+    local cur prev words cword
+    # Item names contain colons, which are no word breaks here.
+    _init_completion -n : 2>/dev/null || return
+    local word command="" kinds=""
+    for word in "${words[@]:1:cword-1}"; do
+        case " $commands " in *" $word "*) command=$word; break ;; esac
+    done
+    case $prev in
+        --server)
+            mapfile -t COMPREPLY < <(compgen -W "$(itemctl servers 2>/dev/null | sed 's/^tov\.base\.//; s/ .*//')" -- "$cur")
+            return ;;
+        --count|--timeout) return ;;
+    esac
+    if [[ $cur == -* ]]; then
+        local options="--json --server --help"
+        case $command in
+            "") options+=" --version" ;;
+            watch) options+=" --count --timeout" ;;
+            wait) options+=" --timeout" ;;
+        esac
+        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
+        return
+    fi
+    case $command in
+        "") mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$cur"); return ;;
+        call) [[ $prev == call ]] || return; kinds="action" ;;
+        set) [[ $prev == set ]] || return; kinds="config result" ;;
+        get) kinds="config result" ;;
+        servers|top) return ;;
+    esac
+    # shellcheck disable=SC2086  # kinds are words
+    mapfile -t COMPREPLY < <(compgen -W "$(itemctl names $kinds 2>/dev/null)" -- "$cur")
+    [[ $command == wait ]] && compopt -o nospace
+    __ltrim_colon_completions "$cur"
+}
+complete -F _itemctl itemctl

@@ -1,0 +1,109 @@
+#include "ItemctlFixture.h"
+
+#include <QTest>
+
+/// The live view on a terminal, as script(1) makes one.
+class ItemctlTopTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+    void cleanup();
+
+    void showsAndActs();
+    void givesTheTerminalBackOnASignal();
+    void needsATerminal();
+
+private:
+    bool shows(const QByteArray& text);
+
+    ItemctlFixture m_fixture;
+    QProcess m_terminal;
+    QByteArray m_drawn;
+};
+
+namespace {
+
+const QByteArray LeaveFullScreen = "\x1b[?1049l";
+
+} // namespace
+
+void ItemctlTopTest::initTestCase()
+{
+    const QString error = m_fixture.start();
+    QVERIFY2(error.isEmpty(), qPrintable(error));
+    QCOMPARE(ItemctlFixture::itemctl({ "call", "write", "rowName:1=Headset" }).status, 0);
+}
+
+void ItemctlTopTest::cleanupTestCase()
+{
+    m_fixture.stop();
+}
+
+void ItemctlTopTest::init()
+{
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("TERM", "xterm");
+    environment.insert("LINES", "24");
+    environment.insert("COLUMNS", "80");
+    m_terminal.setProcessEnvironment(environment);
+    m_terminal.setProcessChannelMode(QProcess::MergedChannels);
+    m_drawn.clear();
+    m_terminal.start("script", { "-qec", "exec '" + ItemctlFixture::itemctlPath() + "' top", "/dev/null" });
+    QVERIFY(shows("Actions"));
+}
+
+void ItemctlTopTest::cleanup()
+{
+    m_terminal.kill();
+    m_terminal.waitForFinished();
+}
+
+bool ItemctlTopTest::shows(const QByteArray& text)
+{
+    return QTest::qWaitFor(
+        [&] {
+            m_terminal.waitForReadyRead(0);
+            m_drawn += m_terminal.readAll();
+            return m_drawn.contains(text);
+        },
+        30'000);
+}
+
+void ItemctlTopTest::showsAndActs()
+{
+    QVERIFY(shows("18446744073709551615"));
+    QVERIFY(shows("quits"));
+    QVERIFY2(!m_drawn.contains("Headset"), "the row does not apply yet");
+    m_terminal.write("e");
+    QVERIFY(shows("Headset"));
+    QCOMPARE(ItemctlFixture::itemctl({ "get", "enabled" }).out, QStringLiteral("true\n"));
+    // From the last action up to "echo", which asks for a text.
+    m_terminal.write("\x1bOF\x1bOA\x1bOA\x1bOA\r");
+    QVERIFY(shows("text for echo"));
+    m_terminal.write("loud\r");
+    QVERIFY(shows("echo: loud"));
+    m_terminal.write("q");
+    QVERIFY(m_terminal.waitForFinished());
+    QCOMPARE(m_terminal.exitCode(), 0);
+    QVERIFY((m_drawn + m_terminal.readAll()).contains(LeaveFullScreen));
+}
+
+void ItemctlTopTest::givesTheTerminalBackOnASignal()
+{
+    m_terminal.write("\x03"); // Ctrl-C, which the terminal makes SIGINT of
+    QVERIFY(m_terminal.waitForFinished());
+    QVERIFY((m_drawn + m_terminal.readAll()).contains(LeaveFullScreen));
+}
+
+void ItemctlTopTest::needsATerminal()
+{
+    const Finished finished = ItemctlFixture::itemctl({ "top" });
+    QCOMPARE(finished.status, 1);
+    QVERIFY(finished.err.contains("needs a terminal"));
+}
+
+QTEST_GUILESS_MAIN(ItemctlTopTest)
+#include "ItemctlTopTest.moc"
