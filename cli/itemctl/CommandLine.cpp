@@ -60,7 +60,7 @@ private:
     void addWriters();
     void addWaiters();
     [[nodiscard]] Request request() const;
-    int report(const CLI::ParseError& error) const;
+    [[nodiscard]] int report(const CLI::ParseError& error) const;
 
     CLI::App m_app{ "Reads, writes and watches the items of the servers on the session bus.", "itemctl" };
     std::map<const CLI::App*, Request::Command> m_commands;
@@ -137,7 +137,7 @@ void Parser::addWriters()
         ->type_name("");
     CLI::App* call = add(Command::Call, "call", "Trigger an action and print its reply text, if it has one");
     addItem(call, "ACTION", "The action");
-    call->add_option("TEXT", m_arguments.text, "The text for it; behind \"--\" when it begins with \"-\"")
+    call->add_option("TEXT", m_arguments.text, R"(The text for it; behind "--" when it begins with "-")")
         ->type_name("");
 }
 

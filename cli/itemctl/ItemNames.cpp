@@ -102,12 +102,13 @@ Failure none(const Items& items, const QString& name, Wanted wanted)
 {
     const auto instances =
         std::count_if(items.begin(), items.end(), [&](const Item& item) { return isInstanceOf(item, name); });
-    if (instances > 0)
+    if (instances > 0) {
         return { ExitStatus::NoSuchItem,
                  QStringLiteral("%1 is a list of %2 instances, name one of them: %1:0 to %1:%3")
                      .arg(name)
                      .arg(instances)
                      .arg(instances - 1) };
+    }
     return { ExitStatus::NoSuchItem,
              QStringLiteral("no %1 %2%3")
                  .arg(wanted == Wanted::Action ? QStringLiteral("action") : QStringLiteral("item"),

@@ -38,12 +38,12 @@ Expected<Servers> Servers::open(const QDBusConnection& connection, const QString
         return present.error();
     QStringList wanted;
     for (const QString& name : names) {
-        if (!present->contains(busNameOf(name)))
+        if (!present->contains(busNameOf(name))) {
             return Failure{ ExitStatus::NoServer,
                             QStringLiteral(
-                                "no server \"%1\" on the session bus; \"itemctl servers\" shows those "
-                                "that are")
+                                "no server \"%1\" on the session bus; \"itemctl servers\" lists them")
                                 .arg(name) };
+        }
         if (!wanted.contains(busNameOf(name)))
             wanted += busNameOf(name);
     }

@@ -5,10 +5,12 @@
 #include "TopScreen.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QSocketNotifier>
 #include <QTimer>
 
+#include <algorithm>
 #include <unistd.h>
 
 namespace itemctl {
@@ -35,6 +37,7 @@ private:
     void toggle(const Item& item);
     void toggleEnabled();
     void highlight(int position);
+    void endHighlights();
     void draw();
     [[nodiscard]] const Item* selectedItem() const;
 
@@ -43,12 +46,13 @@ private:
     QSocketNotifier m_keyboard{ STDIN_FILENO, QSocketNotifier::Read };
     QSocketNotifier m_signals;
     QTimer m_drawing; ///< gathers what one turn of the event loop brings
+    QTimer m_fading; ///< until the next highlight ends
     TopFrame m_frame;
     QString m_selected; ///< address of the selected row's first item: rows come and go around it
     QString m_message;
     std::optional<Item> m_prompted; ///< the action that a text is typed for
     QString m_typed;
-    QHash<int, int> m_highlights; ///< by position, how many highlights have not ended
+    QHash<int, QDeadlineTimer> m_highlights; ///< by position
 };
 
 Top::Top(LiveItems& items, const TerminalSignals& signals)
@@ -57,6 +61,8 @@ Top::Top(LiveItems& items, const TerminalSignals& signals)
 {
     m_drawing.setSingleShot(true);
     connect(&m_drawing, &QTimer::timeout, this, [this] { draw(); });
+    m_fading.setSingleShot(true);
+    connect(&m_fading, &QTimer::timeout, this, [this] { endHighlights(); });
     connect(&m_keyboard, &QSocketNotifier::activated, this, [this] {
         while (const auto press = m_screen.nextKey())
             m_prompted ? handleInPrompt(*press) : handle(*press);
@@ -96,16 +102,26 @@ void Top::handleSignals(const TerminalSignals& signals)
 
 void Top::highlight(int position)
 {
-    ++m_highlights[position];
-    m_frame.highlighted.insert(position);
-    QTimer::singleShot(HighlightTime, this, [this, position] {
-        if (--m_highlights[position] > 0)
-            return;
-        m_highlights.remove(position);
-        m_frame.highlighted.remove(position);
-        m_drawing.start(0);
-    });
+    m_highlights[position].setRemainingTime(HighlightTime);
+    if (!m_fading.isActive())
+        m_fading.start(HighlightTime);
     m_drawing.start(0);
+}
+
+void Top::endHighlights()
+{
+    auto next = std::chrono::nanoseconds::max();
+    for (auto highlight = m_highlights.begin(); highlight != m_highlights.end();) {
+        if (highlight->hasExpired()) {
+            highlight = m_highlights.erase(highlight);
+        } else {
+            next = std::min(next, highlight->remainingTimeAsDuration());
+            ++highlight;
+        }
+    }
+    if (!m_highlights.isEmpty())
+        m_fading.start(std::chrono::ceil<std::chrono::milliseconds>(next));
+    draw();
 }
 
 void Top::draw()
@@ -127,6 +143,7 @@ void Top::draw()
     m_frame.status = m_prompted ? QStringLiteral("text for %1: %2_").arg(m_prompted->id, m_typed)
         : m_message.isEmpty()   ? QString(Keys)
                                 : escaped(m_message);
+    m_frame.highlighted = m_highlights.keys();
     m_screen.draw(m_frame);
 }
 

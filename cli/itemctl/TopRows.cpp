@@ -27,7 +27,8 @@ TopRow singleRow(const Items& items, int position)
 /// What the ids of a table's lists have in common: "scanresults" of "scanresultsAddr".
 QString tableName(const QString& id)
 {
-    const auto end = std::find_if(id.begin(), id.end(), [](QChar character) { return character.isUpper(); });
+    const auto* const end =
+        std::find_if(id.begin(), id.end(), [](QChar character) { return character.isUpper(); });
     return end == id.begin() ? id : id.left(static_cast<int>(end - id.begin()));
 }
 

@@ -68,7 +68,7 @@ void drawLine(int y, const QString& text, attr_t attributes)
     ::attrset(A_NORMAL);
 }
 
-attr_t attributesOf(const TopRow& row, bool isSelected, const QSet<int>& highlighted)
+attr_t attributesOf(const TopRow& row, bool isSelected, const QList<int>& highlighted)
 {
     attr_t attributes = A_NORMAL;
     if (row.isHeading())

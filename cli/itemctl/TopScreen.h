@@ -2,7 +2,7 @@
 
 #include "TopRows.h"
 
-#include <QSet>
+#include <QList>
 #include <QString>
 
 #include <optional>
@@ -21,7 +21,7 @@ struct TopFrame
 {
     QVector<TopRow> rows;
     int selected = -1;
-    QSet<int> highlighted; ///< positions of items that changed a moment ago
+    QList<int> highlighted; ///< positions of items that changed a moment ago
     QString status; ///< the last line
 };
 

@@ -130,11 +130,13 @@ class Wait : public QObject
 {
 public:
     Wait(const Expectations& expectations, LiveItems& items, Output& output);
+    /// @param whole how long the user said, for the message.
     void endAfter(std::chrono::milliseconds left, std::chrono::milliseconds whole);
 
 private:
     const Expectations& m_expectations;
     Ending m_ending;
+    QTimer m_timer;
 };
 
 Wait::Wait(const Expectations& expectations, LiveItems& items, Output& output)
@@ -154,12 +156,15 @@ Wait::Wait(const Expectations& expectations, LiveItems& items, Output& output)
 
 void Wait::endAfter(std::chrono::milliseconds left, std::chrono::milliseconds whole)
 {
-    QTimer::singleShot(std::max(left, std::chrono::milliseconds(0)), Qt::PreciseTimer, this, [this, whole] {
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, [this, whole] {
         m_ending.reach({ ExitStatus::NoAnswer,
                          QStringLiteral("timed out after %1 s: %2")
                              .arg(static_cast<double>(whole.count()) / 1000)
                              .arg(m_expectations.shortfall()) });
     });
+    m_timer.start(std::max(left, std::chrono::milliseconds(0)));
 }
 
 Expected<Servers> serversOf(const std::vector<Condition>& conditions, const Request& request)

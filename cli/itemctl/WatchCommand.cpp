@@ -41,6 +41,7 @@ private:
     Output& m_output;
     int m_printed = 0;
     Ending m_ending;
+    QTimer m_timer;
 };
 
 Watch::Watch(const Request& request, LiveItems& items, Output& output)
@@ -62,8 +63,11 @@ Watch::Watch(const Request& request, LiveItems& items, Output& output)
     connect(&items, &LiveItems::busLost, this, [this] {
         m_ending.reach({ ExitStatus::NoServer, QStringLiteral("the session bus went away") });
     });
+    connect(&m_timer, &QTimer::timeout, this, [this] { endOfTime(); });
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
     if (request.timeout)
-        QTimer::singleShot(*request.timeout, Qt::PreciseTimer, this, [this] { endOfTime(); });
+        m_timer.start(*request.timeout);
 }
 
 void Watch::print(const Item& item, Change change)

@@ -14,7 +14,7 @@ constexpr int PatienceMilliseconds = 30'000;
 
 QString ItemctlFixture::start()
 {
-    const QString error = m_bus.start(world::MessageBus::Kind::Session, m_folder.path());
+    QString error = m_bus.start(world::MessageBus::Kind::Session, m_folder.path());
     if (!error.isEmpty())
         return error;
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toUtf8());
