@@ -6,6 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <QHash>
+
 #include <algorithm>
 
 namespace itemctl {
@@ -30,11 +32,23 @@ struct Widths
     int label = 0;
 };
 
-Row rowOf(const Item& item, const Output& output)
+Row rowOf(const Item& item, const QString& name)
 {
     const QString label = escaped(item.label);
-    return { escaped(output.nameOf(item)), shownValue(item),
-             item.applicable ? label : label + InapplicableMark, item.applicable };
+    return { escaped(name), shownValue(item), item.applicable ? label : label + InapplicableMark,
+             item.applicable };
+}
+
+QVector<Row> rowsOf(const Items& items, const Output& output)
+{
+    QHash<QString, int> namesakes;
+    for (const Item& item : items)
+        ++namesakes[item.shortName()];
+    QVector<Row> rows;
+    rows.reserve(items.size());
+    for (const Item& item : items)
+        rows += rowOf(item, namesakes[item.shortName()] > 1 ? item.address : output.nameOf(item));
+    return rows;
 }
 
 Widths widthsOf(const QVector<Row>& rows, int columns)
@@ -69,10 +83,7 @@ ExitStatus print(const Items& items, const Request& request, Output& output)
         });
         return written ? ExitStatus::Done : ExitStatus::Failed;
     }
-    QVector<Row> rows;
-    rows.reserve(items.size());
-    for (const Item& item : items)
-        rows += rowOf(item, output);
+    const QVector<Row> rows = rowsOf(items, output);
     const Widths widths = widthsOf(rows, output.columns());
     const bool written =
         std::all_of(rows.begin(), rows.end(), [&](const Row& row) { return printRow(row, widths, output); });
