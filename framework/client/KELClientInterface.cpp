@@ -99,6 +99,10 @@ public:
         if (kind == ClientError::Kind::NoServer)
             return { kind,
                      QStringLiteral("%1 is not on the session bus; start its server first").arg(busName) };
+        // The bus answers in the place of a server that ends during a call, under the same name as a
+        // time-out.
+        if (kind == ClientError::Kind::NoAnswer && !connection.interface()->isServiceRegistered(busName))
+            return { kind, QStringLiteral("%1 left the bus before it answered").arg(busName) };
         if (kind == ClientError::Kind::NoAnswer) {
             const double seconds = static_cast<double>(timeout.count()) / 1000.0;
             return { kind, QStringLiteral("%1 did not answer within %2 s").arg(busName).arg(seconds) };

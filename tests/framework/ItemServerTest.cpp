@@ -322,6 +322,12 @@ void ItemServerTest::anAbsentOrSilentServerIsTold()
     QCOMPARE(absent.error().kind, ClientError::Kind::NoServer);
     QVERIFY(absent.error().message.contains(QStringLiteral("tov.base.nobody is not on the session bus")));
 
+    const auto gone = m_client->trigger(QStringLiteral("crash"), QString());
+    QVERIFY(gone.error().kind == ClientError::Kind::NoAnswer);
+    QVERIFY(gone.error().message.contains(QStringLiteral("left the bus before it answered")));
+    m_server.waitForFinished();
+    startServer();
+
     m_client->setTimeout(std::chrono::milliseconds(50));
     const auto silent = m_client->trigger(QStringLiteral("stall"), QString());
     QVERIFY2(silent.error().kind == ClientError::Kind::NoAnswer, qPrintable(silent.error().message));
