@@ -1,0 +1,39 @@
+// A host without a module, for tests of the world around it. $STAND_IN_HOST makes it misbehave: "fails" ends
+// before it is ready, "hangs" never gets ready, "deaf" does not hear SIGTERM, "leaves" ends soon after.
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QSocketNotifier>
+
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+
+int main(int argc, char **argv)
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGTERM);
+    sigprocmask(SIG_BLOCK, &set, nullptr);
+    const int termination = signalfd(-1, &set, SFD_CLOEXEC);
+
+    const QCoreApplication application(argc, argv);
+    const QByteArray how = qgetenv("STAND_IN_HOST");
+    if (argc != 3 || qstrcmp(argv[1], "--state") != 0 || how == "fails") {
+        std::fputs("host: the configs cannot be read\n", stderr);
+        return 3;
+    }
+    const QSocketNotifier terminated(termination, QSocketNotifier::Read);
+    QObject::connect(&terminated, &QSocketNotifier::activated, &application, [&how] {
+        std::puts("host: shut down in order");
+        if (how != "deaf") {
+            QCoreApplication::exit(0);
+        }
+    });
+    if (how != "hangs") {
+        QDBusConnection::sessionBus().registerService(QStringLiteral("tov.base.bluetoothlauncher"));
+    }
+    std::printf("host: state in %s\n", argv[2]);
+    return how == "leaves" ? 4 : QCoreApplication::exec();
+}

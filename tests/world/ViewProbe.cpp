@@ -1,0 +1,33 @@
+// view_probe CONTROLLER COMMAND [ARG...]: runs COMMAND in the private view, with its exit status; 69 when there
+// is no view. With the first argument "--repoint NEXT", the controller is exchanged first.
+#include "world/ChildProcess.h"
+#include "world/PrivateFilesystem.h"
+
+#include <cstdio>
+
+int main(int argc, char **argv)
+{
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    QString next;
+    if (arguments.value(0) == QStringLiteral("--repoint")) {
+        next = arguments.value(1);
+        arguments = arguments.mid(2);
+    }
+    world::PrivateFilesystem filesystem;
+    const QString problem = filesystem.enter({ arguments.takeFirst(), {} }, argv);
+    if (!problem.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qPrintable(problem));
+        return 69;
+    }
+    if (!next.isEmpty() && !filesystem.setController(next)) {
+        return 70;
+    }
+    world::Command command;
+    command.arguments = arguments;
+    command.place = world::Command::Place::Foreground;
+    world::ChildProcess process;
+    return process.start(command) == 0 ? process.wait().value_or(1) : 127;
+}

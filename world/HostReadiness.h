@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QString>
+
+#include <chrono>
+
+namespace world {
+
+/// Tells when the host is ready: it takes its name on the session bus last.
+class HostReadiness
+{
+public:
+    enum class Outcome {
+        Ready,
+        Ended, ///< the host's process ended first
+        Cancelled,
+        TooLate
+    };
+
+    explicit HostReadiness(const QString& sessionBusAddress);
+    ~HostReadiness();
+    HostReadiness(const HostReadiness&) = delete;
+    HostReadiness& operator=(const HostReadiness&) = delete;
+
+    /// @param process a descriptor that becomes readable when the host has ended.
+    /// @param cancel a descriptor that gives up when it becomes readable; -1 is none.
+    Outcome wait(int process, int cancel, std::chrono::milliseconds limit);
+
+    [[nodiscard]] static QString name() { return QStringLiteral("tov.base.bluetoothlauncher"); }
+
+private:
+    QDBusConnection m_bus; ///< one of our own: the process-wide one would stay open after the bus's end
+};
+
+} // namespace world

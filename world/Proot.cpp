@@ -1,0 +1,157 @@
+#include "Proot.h"
+
+#include "ChildProcess.h"
+
+#include "Foreground.h"
+#include "SystemCallFilter.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace world {
+
+namespace {
+
+constexpr const char* FolderVariable = "BLUETOOTHWORLD_FOLDER";
+
+/// proot resolves the host's side of a binding once, at its start. Through this script the program can be
+/// exchanged while the world runs; "exec -a" keeps the argument vector as it is.
+QString writeTrampoline(const Layout& layout)
+{
+    const QString path = layout.folder + QStringLiteral("/trampoline");
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return {};
+    }
+    file.write("#!/bin/bash -p\nexec -a \"$0\" '" + QFile::encodeName(layout.controllerLink())
+               + "' \"$@\"\n");
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return path;
+}
+
+QStringList binding(const QString& from, const QString& to)
+{
+    return { QStringLiteral("-b"), from + QLatin1Char(':') + to };
+}
+
+QStringList prootWith(const Layout& layout)
+{
+    QStringList arguments{ QStringLiteral("proot"), QStringLiteral("-w"), layout.current };
+    arguments << binding(layout.temporary(), QStringLiteral("/tmp"))
+              << binding(writeTrampoline(layout), QStringLiteral("/usr/bin/blue_controller_zq4"))
+              << binding(layout.firmware() + QStringLiteral("/FCC.bts"),
+                         QStringLiteral("/lib/firmware/FCC.bts"));
+    for (const QString& path : layout.kept) {
+        arguments << binding(path, path);
+    }
+    return arguments;
+}
+
+/// The places that the bindings below /tmp cover have to exist in what is bound there.
+void makeMountPoints(const Layout& layout)
+{
+    for (const QString& path : layout.kept) {
+        const QString place = layout.temporary() + path.mid(QStringLiteral("/tmp").size());
+        if (QFileInfo(path).isDir()) {
+            QDir().mkpath(place);
+        } else if (QDir().mkpath(QFileInfo(place).path())) {
+            QFile(place).open(QIODevice::WriteOnly);
+        }
+    }
+}
+
+/// Whether proot shows the view on this machine, by letting it show it to a small program.
+QString tryOut(const QStringList& proot, const QString& outputPath)
+{
+    const FileDescriptor output(
+        open(QFile::encodeName(outputPath).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    Command command;
+    command.arguments = proot;
+    command.arguments << QStringLiteral("test") << QStringLiteral("-r")
+                      << QStringLiteral("/lib/firmware/FCC.bts");
+    command.output = output.get();
+    ChildProcess trial;
+    const int reason = trial.start(command);
+    if (reason != 0) {
+        return QString::fromLocal8Bit(std::strerror(reason));
+    }
+    const int status = trial.wait().value_or(1);
+    if (status == 0) {
+        return {};
+    }
+    QFile said(outputPath);
+    const QString text =
+        said.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(said.readLine()).simplified() : QString();
+    return text.isEmpty() ? QStringLiteral("exit status %1").arg(status) : text;
+}
+
+/// proot's own folder of empty places, which it cannot remove when it is killed.
+void removeGlue(pid_t proot)
+{
+    QDir tmp(QStringLiteral("/tmp"));
+    const QStringList left = tmp.entryList({ QStringLiteral("proot-%1-*").arg(proot) }, QDir::Dirs);
+    for (const QString& name : left) {
+        tmp.rmdir(name);
+    }
+}
+
+} // namespace
+
+QString runUnderProot(const Layout& layout, char* const* arguments, int* status)
+{
+    if (!QDir().mkpath(layout.temporary())
+        || chmod(QFile::encodeName(layout.temporary()).constData(), 01777) != 0) {
+        return QStringLiteral("%1 cannot be made").arg(layout.temporary());
+    }
+    makeMountPoints(layout);
+    // Without this it makes its mount points in the machine's own folders, where it may.
+    qputenv("PROOT_DONT_POLLUTE_ROOTFS", "1");
+    const QStringList proot = prootWith(layout);
+    QString problem = tryOut(proot, layout.folder + QStringLiteral("/proot.log"));
+    if (!problem.isEmpty()) {
+        qputenv("PROOT_NO_SECCOMP", "1"); // its fast path does not work on every kernel
+        problem = tryOut(proot, layout.folder + QStringLiteral("/proot.log"));
+    }
+    if (!problem.isEmpty()) {
+        return problem;
+    }
+    Command command;
+    command.place = Command::Place::Foreground;
+    command.arguments = proot;
+    command.arguments << QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
+    for (char* const* argument = arguments + 1; *argument != nullptr; ++argument) {
+        command.arguments << QString::fromLocal8Bit(*argument);
+    }
+    qputenv(FolderVariable, QFile::encodeName(layout.folder));
+    ForegroundSignals signalsOfOurs;
+    ChildProcess run;
+    const int reason = run.start(command);
+    if (reason != 0) {
+        return QString::fromLocal8Bit(std::strerror(reason));
+    }
+    // proot lets no signal through: they go to its child, which is this program once more.
+    *status = signalsOfOurs.supervise(run, { SignalTarget::Child, std::nullopt });
+    removeGlue(run.pid());
+    return {};
+}
+
+QString takeFolderFromProot()
+{
+    const QString folder = QFile::decodeName(qgetenv(FolderVariable));
+    if (!folder.isEmpty()) {
+        qunsetenv(FolderVariable);
+        qunsetenv("PROOT_DONT_POLLUTE_ROOTFS");
+        qunsetenv("PROOT_NO_SECCOMP");
+        refuseUntranslatedCalls();
+    }
+    return folder;
+}
+
+} // namespace world

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "ChildProcess.h"
+#include "MessageBus.h"
+#include "PrivateFilesystem.h"
+
+#include <QString>
+
+#include <chrono>
+
+namespace world {
+
+struct WorldOptions
+{
+    QString host; ///< the host's program; empty is the bluetoothlauncher of this build
+    QString state; ///< the folder of the host's configs; empty is a fresh one
+    int output = -1; ///< takes what buses, host and controller print; -1 is a file that output() reads
+    int cancel = -1; ///< a descriptor that gives the start up when it becomes readable
+    std::chrono::milliseconds limit{ 30'000 }; ///< how long the host may take until it is ready
+};
+
+/// A private system bus, a private session bus and the host, ready for clients. This process's environment
+/// leads to them: DBUS_SYSTEM_BUS_ADDRESS, DBUS_SESSION_BUS_ADDRESS, and PATH with the build's programs
+/// first. There is one in a process, because QDBusConnection::systemBus() and sessionBus() keep the first
+/// address.
+///
+///     int main(int argc, char **argv)
+///     {
+///         world::PrivateFilesystem filesystem;
+///         const QString problem = filesystem.enter({ controller, {} }, argv); // before there are threads
+///         QCoreApplication application(argc, argv);
+///         world::World world(filesystem);
+///         const QString other = world.start();
+class World
+{
+public:
+    /// How long the host may take to shut down in order.
+    static constexpr std::chrono::milliseconds HostGrace{ 5000 };
+
+    explicit World(const PrivateFilesystem& filesystem);
+    /// Ends everything: see stop().
+    ~World();
+    World(const World&) = delete;
+    World& operator=(const World&) = delete;
+
+    /// Returns when the host answers. Needs a QCoreApplication.
+    /// @return what went wrong, for a person, with what the host said; empty when the world is there.
+    [[nodiscard]] QString start(const WorldOptions& options = {});
+
+    /// Ends, in this order: all other descendants of this process, the host, the buses, and what is left.
+    void stop();
+
+    /// Ends the host, in order, if it runs, and starts it again. @return as start() does.
+    [[nodiscard]] QString restartHost();
+    void stopHost();
+
+    /// What the next controller that the host starts will be. @return whether it could be done.
+    [[nodiscard]] bool setController(const QString& program) const
+    {
+        return m_filesystem.setController(program);
+    }
+
+    [[nodiscard]] QString systemBusAddress() const { return m_systemBus.address(); }
+    [[nodiscard]] QString sessionBusAddress() const { return m_sessionBus.address(); }
+    [[nodiscard]] QString stateFolder() const;
+    [[nodiscard]] pid_t hostPid() const { return m_host.pid(); }
+    [[nodiscard]] bool hostRuns();
+    /// What buses, host and controller printed so far, unless it goes elsewhere.
+    [[nodiscard]] QString output() const;
+
+    /// The folder of this build's programs.
+    [[nodiscard]] static QString binFolder();
+
+private:
+    [[nodiscard]] QString startBuses();
+    [[nodiscard]] QString startHost();
+    void exportEnvironment() const;
+    [[nodiscard]] QString outputPath() const;
+
+    const PrivateFilesystem& m_filesystem;
+    WorldOptions m_options;
+    FileDescriptor m_ownOutput;
+    MessageBus m_systemBus;
+    MessageBus m_sessionBus;
+    ChildProcess m_host;
+};
+
+} // namespace world
