@@ -56,7 +56,7 @@ void leaveTerminal(int inherited)
 void becomeProgram(const Command& command, char* const* arguments, pid_t parent)
 {
     resetSignals();
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    prctl(PR_SET_PDEATHSIG, command.deathSignal);
     if (getppid() != parent) {
         _exit(128 + SIGTERM); // it died before the kernel knew of our wish
     }

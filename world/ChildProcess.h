@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <csignal>
 #include <optional>
 
 namespace world {
@@ -23,9 +24,10 @@ struct Command
     Place place = Place::Background;
     int output = -1; ///< takes standard output and error; -1 leaves ours
     int inherited = -1; ///< one more descriptor that stays open, under the same number
+    int deathSignal = SIGTERM; ///< what the kernel sends when we die first
 };
 
-/// A process of ours, which the kernel ends by SIGTERM when we die first. It starts with default signal
+/// A process of ours, which the kernel ends when we die first. It starts with default signal
 /// dispositions and an empty mask. The destructor ends it.
 ///
 /// Not QProcess: that one answers SIGCHLD for the whole program and wants an event loop, and both get in the

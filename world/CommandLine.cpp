@@ -76,7 +76,8 @@ void describe(CLI::App& app, Options& options)
     app.add_option("--log", options.log,
                    "takes the output of buses, host and controller (shown only on failure)")
         ->type_name("FILE");
-    app.add_option("--host", options.host, "the program that loads the module")->group(""); // for trials, unlisted
+    app.add_option("--host", options.host, "the program that loads the module")
+        ->group(""); // for trials, unlisted
     app.add_subcommand("tour", "a narrated walk through the world")->callback([&options] {
         options.tour = true;
     });

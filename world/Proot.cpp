@@ -124,8 +124,10 @@ QString runUnderProot(const Layout& layout, char* const* arguments, int* status)
     }
     Command command;
     command.place = Command::Place::Foreground;
+    command.deathSignal = SIGQUIT; // the one by which it ends its children, too; it ignores SIGTERM
     command.arguments = proot;
-    command.arguments << QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
+    command.arguments << QStringLiteral("-v") << QStringLiteral("-1") // no remarks about signals
+                      << QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
     for (char* const* argument = arguments + 1; *argument != nullptr; ++argument) {
         command.arguments << QString::fromLocal8Bit(*argument);
     }

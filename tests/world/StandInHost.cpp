@@ -10,7 +10,7 @@
 #include <csignal>
 #include <cstdio>
 
-int main(int argc, char **argv)
+int main(int argc, char** argv)
 {
     sigset_t set;
     sigemptyset(&set);
@@ -25,7 +25,11 @@ int main(int argc, char **argv)
         return 3;
     }
     const QSocketNotifier terminated(termination, QSocketNotifier::Read);
-    QObject::connect(&terminated, &QSocketNotifier::activated, &application, [&how] {
+    QObject::connect(&terminated, &QSocketNotifier::activated, &application, [&how, termination] {
+        signalfd_siginfo signal{};
+        if (read(termination, &signal, sizeof signal) != sizeof signal) {
+            return;
+        }
         std::puts("host: shut down in order");
         if (how != "deaf") {
             QCoreApplication::exit(0);

@@ -1,11 +1,11 @@
-// view_probe CONTROLLER COMMAND [ARG...]: runs COMMAND in the private view, with its exit status; 69 when there
-// is no view. With the first argument "--repoint NEXT", the controller is exchanged first.
+// view_probe CONTROLLER COMMAND [ARG...]: runs COMMAND in the private view, with its exit status; 69 when
+// there is no view. With the first argument "--repoint NEXT", the controller is exchanged first.
 #include "world/ChildProcess.h"
 #include "world/PrivateFilesystem.h"
 
 #include <cstdio>
 
-int main(int argc, char **argv)
+int main(int argc, char** argv)
 {
     QStringList arguments;
     for (int i = 1; i < argc; ++i) {
