@@ -71,6 +71,7 @@ ForegroundSignals::ForegroundSignals()
 
 ForegroundSignals::~ForegroundSignals()
 {
+    while (taken() != 0) { } // one that came meanwhile must not end us now that all is done
     sigprocmask(SIG_SETMASK, &m_before, nullptr);
 }
 

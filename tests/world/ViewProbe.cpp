@@ -1,7 +1,9 @@
 // view_probe CONTROLLER COMMAND [ARG...]: runs COMMAND in the private view, with its exit status; 69 when
-// there is no view. With the first argument "--repoint NEXT", the controller is exchanged first.
+// there is no view. With the first argument "--exchange NEXT", the controller is exchanged first.
 #include "world/ChildProcess.h"
 #include "world/PrivateFilesystem.h"
+
+#include <QFile>
 
 #include <cstdio>
 
@@ -11,8 +13,13 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i) {
         arguments << QString::fromLocal8Bit(argv[i]);
     }
+    if (arguments.value(0) == QStringLiteral("--who")) {
+        const QString place = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
+        std::printf("%s %d %s\n", argv[0], argc - 1, qPrintable(place));
+        return 0;
+    }
     QString next;
-    if (arguments.value(0) == QStringLiteral("--repoint")) {
+    if (arguments.value(0) == QStringLiteral("--exchange")) {
         next = arguments.value(1);
         arguments = arguments.mid(2);
     }

@@ -1,0 +1,150 @@
+#include "Programs.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <unistd.h>
+
+/// Each way to the private view, as the user who runs the test and, where that is root, as an ordinary one.
+class PrivateFilesystemTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void showsTheView_data() { addMechanisms(); }
+    void showsTheView();
+    void bindsBackWhereTheCallerStands_data() { addMechanisms(); }
+    void bindsBackWhereTheCallerStands();
+    void controllerIsItself_data() { addMechanisms(); }
+    void controllerIsItself();
+    void controllerCanBeExchanged_data() { addMechanisms(); }
+    void controllerCanBeExchanged();
+    void leavesNothing_data() { addMechanisms(); }
+    void leavesNothing();
+    void saysWhyThereIsNoView();
+};
+
+namespace {
+
+/// What a shell in the view finds wrong, a line each. $1 is the identity that it should have.
+const char* const Inspection = R"sh(
+[ -z "$(ls -A /tmp)" ] || echo "/tmp is not empty: $(ls -A /tmp)"
+[ "$(stat -c %a /tmp)" = 1777 ] || echo "/tmp has mode $(stat -c %a /tmp)"
+echo mine >/tmp/written || echo "/tmp cannot be written"
+[ "$(cat /tmp/written)" = mine ] || echo "/tmp does not keep what is written"
+ls -l /tmp/written >/dev/null || echo "ls does not see what is in /tmp"
+mv /tmp/written /tmp/renamed && [ -e /tmp/renamed ] || echo "nothing can be renamed in /tmp"
+cp /lib/firmware/FCC.bts /tmp/bt.bts && [ -s /tmp/bt.bts ] || echo "there is no firmware"
+ls -L /usr/bin/blue_controller_zq4 >/dev/null || echo "ls does not see the controller"
+[ -x /usr/bin/blue_controller_zq4 ] || echo "the controller cannot be executed"
+[ "$(id -u):$(id -g)" = "$1" ] || echo "the identity is $(id)"
+[ "$(pwd -P)" = / ] || echo "the current folder is $(pwd -P)"
+[ -x /usr/bin/env ] || echo "the machine's own programs are gone"
+)sh";
+
+QString identity(bool ordinaryUser)
+{
+    return ordinaryUser ? QStringLiteral("65534:65534")
+                        : QStringLiteral("%1:%2").arg(geteuid()).arg(getegid());
+}
+
+Finished probe(const QStringList& arguments, const QString& mechanism, bool ordinaryUser,
+               const QString& folder)
+{
+    return run(besideTest(QStringLiteral("view_probe")), arguments,
+               { only(mechanism), ordinaryUser, folder });
+}
+
+} // namespace
+
+#define SKIP_WHERE_FORBIDDEN                                                                                 \
+    QFETCH(QString, mechanism);                                                                              \
+    QFETCH(bool, ordinaryUser);                                                                              \
+    const QString reason = whyNot(mechanism, ordinaryUser);                                                  \
+    if (!reason.isEmpty()) {                                                                                 \
+        QSKIP(qPrintable(reason));                                                                           \
+    }
+
+void PrivateFilesystemTest::showsTheView()
+{
+    SKIP_WHERE_FORBIDDEN
+    const Finished shell = probe({ "/bin/true", "sh", "-c", Inspection, "sh", identity(ordinaryUser) },
+                                 mechanism, ordinaryUser, QStringLiteral("/"));
+    QCOMPARE(shell.error, QString());
+    QCOMPARE(shell.output, QString());
+    QCOMPARE(shell.status, 0);
+    QVERIFY(!QFile::exists(QStringLiteral("/tmp/bt.bts")));
+}
+
+void PrivateFilesystemTest::bindsBackWhereTheCallerStands()
+{
+    SKIP_WHERE_FORBIDDEN
+    const QTemporaryDir machine(QStringLiteral("/tmp/private-view-XXXXXX"));
+    const QString checkout = machine.filePath(QStringLiteral("a checkout"));
+    QVERIFY(QDir().mkpath(checkout));
+    QVERIFY(QDir().mkpath(machine.filePath(QStringLiteral("hidden"))));
+    for (const QString& folder : { machine.path(), checkout }) {
+        QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x7777)));
+    }
+    const Finished shell = probe({ "/bin/true", "sh", "-c", "echo built >file; cat \"$PWD/file\"; ls .." },
+                                 mechanism, ordinaryUser, checkout);
+    QCOMPARE(shell.error, QString());
+    QCOMPARE(shell.output, QStringLiteral("built\na checkout\n"));
+    QVERIFY(QFile::exists(checkout + QStringLiteral("/file")));
+}
+
+void PrivateFilesystemTest::controllerIsItself()
+{
+    SKIP_WHERE_FORBIDDEN
+    const QString program = besideTest(QStringLiteral("view_probe"));
+    const Finished controller =
+        probe({ program, "/usr/bin/blue_controller_zq4", "--who", "1", "1" }, mechanism, ordinaryUser, "/");
+    QCOMPARE(controller.error, QString());
+    // The name by which it was called, and the place where it finds what lies beside it.
+    QCOMPARE(
+        controller.output,
+        QStringLiteral("/usr/bin/blue_controller_zq4 3 %1\n").arg(QFileInfo(program).canonicalFilePath()));
+}
+
+void PrivateFilesystemTest::controllerCanBeExchanged()
+{
+    SKIP_WHERE_FORBIDDEN
+    const Finished controller =
+        probe({ "--exchange", "/bin/false", "/bin/true", "/usr/bin/blue_controller_zq4" }, mechanism,
+              ordinaryUser, "/");
+    QCOMPARE(controller.error, QString());
+    QCOMPARE(controller.status, 1);
+}
+
+void PrivateFilesystemTest::leavesNothing()
+{
+    SKIP_WHERE_FORBIDDEN
+    const QTemporaryDir runtime(QStringLiteral("/var/tmp/runtime-XXXXXX"));
+    QVERIFY(QFile::setPermissions(runtime.path(), QFile::Permissions(0x7777)));
+    Run how{ only(mechanism), ordinaryUser, QStringLiteral("/") };
+    how.environment.emplace_back(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+    const Finished shell = run(besideTest(QStringLiteral("view_probe")),
+                               { "/bin/true", "sh", "-c", "echo $XDG_RUNTIME_DIR/*; exit 7" }, how);
+    QCOMPARE(shell.status, 7);
+    QVERIFY2(shell.output.contains(QStringLiteral("/bluetoothworld-")), qPrintable(shell.output));
+    QCOMPARE(QDir(runtime.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList());
+}
+
+void PrivateFilesystemTest::saysWhyThereIsNoView()
+{
+    const Finished none =
+        run(besideTest(QStringLiteral("view_probe")), { "/bin/true", "/bin/true" },
+            { { { "BLUETOOTHWORLD_FILESYSTEM", "proot" }, { "PATH", "/nonexistent" } }, false, "/" });
+    QCOMPARE(none.status, 69);
+    QCOMPARE(none.output, QString());
+    QCOMPARE(none.error.count(QLatin1Char('\n')), 1);
+    QVERIFY2(none.error.contains(QStringLiteral("namespaces: "))
+                 && none.error.contains(QStringLiteral("proot: No such file")),
+             qPrintable(none.error));
+}
+
+QTEST_GUILESS_MAIN(PrivateFilesystemTest)
+#include "PrivateFilesystemTest.moc"
