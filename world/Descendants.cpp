@@ -9,6 +9,7 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <csignal>
@@ -135,6 +136,11 @@ void endDescendants(const std::vector<pid_t>& except, milliseconds grace)
         signalAll(left, SIGKILL);
         waitForEnd(left, Clock::now() + milliseconds(500));
     }
+}
+
+void reapChildren()
+{
+    while (waitpid(-1, nullptr, WNOHANG) > 0) { }
 }
 
 } // namespace world

@@ -18,4 +18,7 @@ void adoptOrphans();
 /// children may have owners in this process who wait for them.
 void endDescendants(const std::vector<pid_t>& except, std::chrono::milliseconds grace);
 
+/// Takes leave of all children that have ended. For the end of a program in which nobody else waits for any.
+void reapChildren();
+
 } // namespace world

@@ -76,6 +76,7 @@ QString PrivateFilesystem::enter(const View& view, char* const* arguments)
     const QString second = allowed("proot") ? runUnderProot(layout, arguments, &status) : disallowed;
     if (second.isEmpty()) {
         endDescendants({}, ChildProcess::Grace);
+        reapChildren();
         m_folder.remove();
         std::fflush(nullptr);
         _exit(status);

@@ -1,4 +1,5 @@
 #include "CommandLine.h"
+#include "Descendants.h"
 #include "Foreground.h"
 #include "Terminal.h"
 #include "World.h"
@@ -77,6 +78,7 @@ int runWorld(const world::CommandLine& line, const world::PrivateFilesystem& fil
     const int status = runCommand(line.command, signalsOfOurs);
     const bool hostRan = world.hostRuns();
     world.stop();
+    world::reapChildren();
     if (!hostRan) {
         say(QStringLiteral("the host ended by itself while %1 ran").arg(line.command.first()));
     }

@@ -12,6 +12,7 @@
 
 int main(int argc, char** argv)
 {
+    std::setvbuf(stdout, nullptr, _IOLBF, 0); // a log shows what was said, also of one that is killed
     sigset_t set;
     sigemptyset(&set);
     sigaddset(&set, SIGTERM);
@@ -35,9 +36,9 @@ int main(int argc, char** argv)
             QCoreApplication::exit(0);
         }
     });
+    std::printf("host: state in %s\n", argv[2]);
     if (how != "hangs") {
         QDBusConnection::sessionBus().registerService(QStringLiteral("tov.base.bluetoothlauncher"));
     }
-    std::printf("host: state in %s\n", argv[2]);
     return how == "leaves" ? 4 : QCoreApplication::exec();
 }

@@ -1,0 +1,275 @@
+#include "Programs.h"
+
+#include "world/World.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+
+/// The program behind ./run, with a stand-in of the host.
+class BluetoothworldTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void exitStatus_data();
+    void exitStatus();
+    void refusesWhatMakesNoSense_data();
+    void refusesWhatMakesNoSense();
+    void passesChoicesOn();
+    void nothingStaysBehind_data() { addMechanisms(); }
+    void nothingStaysBehind();
+    void signalEndsTheWorld_data();
+    void signalEndsTheWorld();
+    void controlC_data();
+    void controlC();
+    void hostThatLeavesIsReported();
+    void outputGoesToTheLog();
+};
+
+namespace {
+
+QString program()
+{
+    return world::World::binFolder() + QStringLiteral("/bluetoothworld");
+}
+
+QStringList withStandIn(const QStringList& arguments)
+{
+    return QStringList{ "--radio", "/bin/true", "--host", besideTest(QStringLiteral("stand_in_host")) }
+    + arguments;
+}
+
+bool isGone(pid_t pid)
+{
+    return pid > 0 && kill(pid, 0) != 0;
+}
+
+/// The processes that a command named, a number a line.
+QList<pid_t> processesIn(const QString& output)
+{
+    QList<pid_t> result;
+    for (const QString& line : output.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        result << line.toInt();
+    }
+    return result;
+}
+
+} // namespace
+
+void BluetoothworldTest::exitStatus_data()
+{
+    QTest::addColumn<QStringList>("command");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("done") << QStringList{ "true" } << 0 << "";
+    QTest::newRow("failed") << QStringList{ "sh", "-c", "exit 42" } << 42 << "";
+    QTest::newRow("signal") << QStringList{ "sh", "-c", "kill -USR1 $$" } << 128 + SIGUSR1 << "";
+    QTest::newRow("not found") << QStringList{ "no-such-command" } << 127
+                               << "bluetoothworld: no-such-command: command not found\n";
+    QTest::newRow("not executable") << QStringList{ "/etc/passwd" } << 126
+                                    << "bluetoothworld: /etc/passwd: Permission denied\n";
+    QTest::newRow("arguments like options") << QStringList{ "test", "--", "=", "--" } << 0 << "";
+    QTest::newRow("an empty argument") << QStringList{ "test", "-z", "" } << 0 << "";
+}
+
+void BluetoothworldTest::exitStatus()
+{
+    QFETCH(QStringList, command);
+    QFETCH(int, status);
+    QFETCH(QString, error);
+    const Finished world = run(program(), withStandIn({ "--" }) + command);
+    QCOMPARE(world.error, error);
+    QCOMPARE(world.status, status);
+}
+
+void BluetoothworldTest::refusesWhatMakesNoSense_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("command without dashes") << QStringList{ "itemctl", "list" } << "comes behind \"--\"";
+    QTest::newRow("no command") << QStringList{ "--" } << "no COMMAND behind";
+    QTest::newRow("tour and command") << QStringList{ "tour", "--", "true" } << "not both";
+    QTest::newRow("unknown option") << QStringList{ "--colour", "--", "true" } << "--help";
+    QTest::newRow("radio missing") << QStringList{ "--radio", "/no/such", "--", "true" }
+                                   << "--radio /no/such: ";
+    QTest::newRow("radio not executable")
+        << QStringList{ "--radio", "/etc/passwd", "--", "true" } << "--radio /etc/passwd: ";
+    QTest::newRow("radio a folder") << QStringList{ "--radio", "/etc", "--", "true" } << "--radio /etc: ";
+    QTest::newRow("scenario missing")
+        << QStringList{ "--scenario", "./none.json", "--", "true" } << "none.json: there is no such file";
+    QTest::newRow("state") << QStringList{ "--state", "/proc/none", "--", "true" } << "--state /proc/none: ";
+    QTest::newRow("log") << QStringList{ "--log", "/proc/none", "--", "true" } << "--log /proc/none: ";
+}
+
+void BluetoothworldTest::refusesWhatMakesNoSense()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, error);
+    const Finished world = run(program(), arguments);
+    QVERIFY2(world.error.contains(error), qPrintable(world.error));
+    QCOMPARE(world.error.count(QLatin1Char('\n')), 1);
+    QCOMPARE(world.output, QString());
+    QCOMPARE(world.status, 2);
+}
+
+void BluetoothworldTest::passesChoicesOn()
+{
+    const QTemporaryDir folder(QStringLiteral("/tmp/choices-XXXXXX"));
+    QFile scenario(folder.filePath(QStringLiteral("room.json")));
+    QVERIFY(scenario.open(QIODevice::WriteOnly));
+    scenario.close();
+    // Names are relative to the folder that the caller stands in, and stay visible below /tmp.
+    const Finished world =
+        run(program(),
+            withStandIn({ "--scenario", "room.json", "--state", "kept", "--log", "kept.log", "--", "sh", "-c",
+                          "echo $BLUESIM_SCENARIO; cat kept.log; pwd; ls -d kept; echo ${PATH%%:*}" }),
+            { {}, false, folder.path() });
+    QCOMPARE(world.error, QString());
+    const QStringList lines = world.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    QCOMPARE(lines.first(), scenario.fileName());
+    QVERIFY2(lines.contains(QStringLiteral("host: state in ") + folder.filePath(QStringLiteral("kept"))),
+             qPrintable(world.output));
+    QCOMPARE(lines.mid(lines.size() - 3),
+             QStringList({ folder.path(), QStringLiteral("kept"), world::World::binFolder() }));
+    const Finished named =
+        run(program(), withStandIn({ "--scenario", "crowd", "--", "printenv", "BLUESIM_SCENARIO" }));
+    QCOMPARE(named.output, QStringLiteral("crowd\n"));
+}
+
+void BluetoothworldTest::nothingStaysBehind()
+{
+    QFETCH(QString, mechanism);
+    QFETCH(bool, ordinaryUser);
+    const QString reason = whyNot(mechanism, ordinaryUser);
+    if (!reason.isEmpty()) {
+        QSKIP(qPrintable(reason));
+    }
+    const QTemporaryDir runtime(QStringLiteral("/var/tmp/runtime-XXXXXX"));
+    QVERIFY(QFile::setPermissions(runtime.path(), QFile::Permissions(0x7777)));
+    Run how{ only(mechanism), ordinaryUser, QStringLiteral("/") };
+    how.environment.emplace_back(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+    // A job, a daemon with a session of its own, and, once, one that does not hear SIGTERM (it costs a
+    // grace); and those of the world.
+    const bool deaf = mechanism == QStringLiteral("namespace") && !ordinaryUser;
+    const QString script =
+        QStringLiteral("sleep 1000 >/dev/null 2>&1 & echo $!\n"
+                       "(setsid sh -c 'echo $$; exec >&- 2>&-; sleep 1000 & wait' &)\n"
+                       "(setsid sh -c '%1 echo $$; exec >&- 2>&-; exec sleep 1000' &)\n"
+                       "for bus in SYSTEM SESSION; do eval address=\\$DBUS_${bus}_BUS_ADDRESS\n"
+                       "dbus-send --bus=$address --print-reply=literal --dest=org.freedesktop.DBus / "
+                       "org.freedesktop.DBus.GetConnectionUnixProcessID string:org.freedesktop.DBus "
+                       "| tr -dc '0-9\\n' | sed s/^32//; done\n")
+            .arg(deaf ? QStringLiteral("trap \"\" TERM;") : QString());
+    const Finished world = run(program(), withStandIn({ "--", "sh", "-c", script }), how);
+    QCOMPARE(world.error, QString());
+    QCOMPARE(world.status, 0);
+    const QList<pid_t> processes = processesIn(world.output);
+    QCOMPARE(processes.size(), 5);
+    for (const pid_t process : processes) {
+        QVERIFY2(isGone(process), qPrintable(QString::number(process)));
+    }
+    QCOMPARE(QDir(runtime.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList());
+}
+
+void BluetoothworldTest::signalEndsTheWorld_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::addColumn<QString>("mechanism");
+    for (const char* mechanism : { "namespace", "proot" }) {
+        for (const int number : { SIGTERM, SIGHUP, SIGINT }) {
+            QTest::addRow("%s, signal %d", mechanism, number) << number << mechanism;
+        }
+    }
+}
+
+void BluetoothworldTest::signalEndsTheWorld()
+{
+    QFETCH(int, number);
+    QFETCH(QString, mechanism);
+    const QString reason = whyNot(mechanism, false);
+    if (!reason.isEmpty()) {
+        QSKIP(qPrintable(reason));
+    }
+    QProcess world;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const auto& [name, value] : only(mechanism)) {
+        environment.insert(name, value);
+    }
+    world.setProcessEnvironment(environment);
+    world.start(program(), withStandIn({ "--", "sh", "-c", "echo $$; exec sleep 1000" }));
+    QVERIFY(world.waitForReadyRead());
+    const pid_t command = world.readLine().trimmed().toInt();
+    kill(static_cast<pid_t>(world.processId()), number);
+    QVERIFY(world.waitForFinished());
+    QCOMPARE(world.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(world.exitCode(), 128 + number);
+    QCOMPARE(world.readAllStandardError(), QByteArray());
+    QVERIFY(isGone(command));
+}
+
+void BluetoothworldTest::controlC_data()
+{
+    QTest::addColumn<QString>("script");
+    QTest::addColumn<int>("status");
+    QTest::newRow("ends a command") << "echo ready; exec sleep 1000" << 128 + SIGINT;
+    QTest::newRow("is the command's to handle") << "trap 'exit 9' INT; echo ready; sleep 1000 & wait" << 9;
+    QTest::newRow("does not end the world") << "trap : INT; echo ready; sleep 1000 & wait; busctl --user "
+                                               "status tov.base.bluetoothlauncher && exit 8"
+                                            << 8;
+}
+
+void BluetoothworldTest::controlC()
+{
+    QFETCH(QString, script);
+    QFETCH(int, status);
+    QStringList words;
+    for (const QString& word : QStringList{ program() } + withStandIn({ "--", "sh", "-c", script })) {
+        words << QLatin1Char('\'') + QString(word).replace(QLatin1Char('\''), QStringLiteral("'\\''"))
+                + QLatin1Char('\'');
+    }
+    QProcess terminal;
+    terminal.start(QStringLiteral("script"), { "-qec", words.join(QLatin1Char(' ')), "/dev/null" });
+    QByteArray output;
+    while (!output.contains("ready")) {
+        QVERIFY2(terminal.waitForReadyRead(), output.constData());
+        output += terminal.readAll();
+    }
+    terminal.write("\x03");
+    QVERIFY(terminal.waitForFinished());
+    QCOMPARE(terminal.exitCode(), status);
+}
+
+void BluetoothworldTest::hostThatLeavesIsReported()
+{
+    // The host ends when its connection is seen, and the command waits for that.
+    const Finished world =
+        run(program(),
+            withStandIn(
+                { "--", "sh", "-c",
+                  "until ! busctl --user status tov.base.bluetoothlauncher >/dev/null 2>&1; do :; done" }),
+            { { { "STAND_IN_HOST", "leaves" } }, false, {} });
+    QCOMPARE(world.status, 0);
+    QVERIFY2(world.error.contains(QStringLiteral("the host ended by itself")), qPrintable(world.error));
+    QVERIFY2(world.error.contains(QStringLiteral("host: state in")), qPrintable(world.error));
+}
+
+void BluetoothworldTest::outputGoesToTheLog()
+{
+    const QTemporaryDir folder(QStringLiteral("/var/tmp/log-XXXXXX"));
+    QFile log(folder.filePath(QStringLiteral("world.log")));
+    const Finished world = run(program(), withStandIn({ "--log", log.fileName(), "--", "true" }),
+                               { { { "STAND_IN_HOST", "fails" } }, false, {} });
+    QCOMPARE(world.status, 69);
+    QCOMPARE(world.error.count(QLatin1Char('\n')), 1);
+    QVERIFY2(world.error.contains(QStringLiteral("ended with status 3")), qPrintable(world.error));
+    QVERIFY(log.open(QIODevice::ReadOnly));
+    QVERIFY(log.readAll().contains("host: the configs cannot be read"));
+}
+
+QTEST_GUILESS_MAIN(BluetoothworldTest)
+#include "BluetoothworldTest.moc"

@@ -1,0 +1,184 @@
+#include "Programs.h"
+
+#include "world/HostReadiness.h"
+#include "world/World.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QTest>
+
+#include <sys/wait.h>
+
+#include <csignal>
+#include <cstdio>
+
+/// The world as a test program has it: inside this very process.
+class WorldTest : public QObject
+{
+    Q_OBJECT
+public:
+    explicit WorldTest(const world::PrivateFilesystem& filesystem)
+        : m_filesystem(filesystem)
+    {
+    }
+
+private Q_SLOTS:
+    void init() { qunsetenv("STAND_IN_HOST"); }
+    void saysWhyTheHostIsNotReady_data();
+    void saysWhyTheHostIsNotReady();
+    void canBeCancelled();
+    void environmentLeadsToTheBuses();
+    void hostCanBeRestarted();
+    void controllerIsExchangedWhileItRuns();
+    void stopEndsEverything();
+
+private:
+    [[nodiscard]] static world::WorldOptions withStandIn();
+    const world::PrivateFilesystem& m_filesystem;
+};
+
+namespace {
+
+bool isGone(pid_t pid)
+{
+    return kill(pid, 0) != 0;
+}
+
+bool hostHasName(const QString& address)
+{
+    const QString connection = QStringLiteral("WorldTest");
+    const bool has = QDBusConnection::connectToBus(address, connection)
+                         .interface()
+                         ->isServiceRegistered(world::HostReadiness::name());
+    QDBusConnection::disconnectFromBus(connection);
+    return has;
+}
+
+} // namespace
+
+world::WorldOptions WorldTest::withStandIn()
+{
+    world::WorldOptions options;
+    options.host = besideTest(QStringLiteral("stand_in_host"));
+    return options;
+}
+
+void WorldTest::saysWhyTheHostIsNotReady_data()
+{
+    QTest::addColumn<QByteArray>("behaviour");
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<QString>("expected");
+    QTest::addColumn<QString>("said");
+    const QString standIn = besideTest(QStringLiteral("stand_in_host"));
+    QTest::newRow("fails") << QByteArray("fails") << standIn << "ended with status 3"
+                           << "configs cannot be read";
+    QTest::newRow("hangs") << QByteArray("hangs") << standIn << "did not take its name"
+                           << "state in";
+    QTest::newRow("missing") << QByteArray() << "/nonexistent/host"
+                             << "/nonexistent/host cannot be started"
+                             << "";
+}
+
+void WorldTest::saysWhyTheHostIsNotReady()
+{
+    QFETCH(QByteArray, behaviour);
+    QFETCH(QString, host);
+    QFETCH(QString, expected);
+    QFETCH(QString, said);
+    qputenv("STAND_IN_HOST", behaviour);
+    world::World world(m_filesystem);
+    world::WorldOptions options;
+    options.host = host;
+    options.limit = std::chrono::milliseconds(behaviour == "hangs" ? 500 : 30'000);
+    const QString problem = world.start(options);
+    QVERIFY2(problem.contains(expected), qPrintable(problem));
+    QTRY_VERIFY(world.output().contains(said));
+}
+
+void WorldTest::canBeCancelled()
+{
+    qputenv("STAND_IN_HOST", "hangs");
+    const world::Pipe closed = [] {
+        world::Pipe pipe = world::Pipe::create();
+        pipe.writing.reset();
+        return pipe;
+    }();
+    world::World world(m_filesystem);
+    world::WorldOptions options = withStandIn();
+    options.cancel = closed.reading.get();
+    QVERIFY(world.start(options).contains(QStringLiteral("interrupted")));
+}
+
+void WorldTest::environmentLeadsToTheBuses()
+{
+    world::World world(m_filesystem);
+    QCOMPARE(world.start(withStandIn()), QString());
+    QCOMPARE(qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"), world.systemBusAddress());
+    QCOMPARE(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), world.sessionBusAddress());
+    QVERIFY(world.systemBusAddress() != world.sessionBusAddress());
+    QVERIFY(hostHasName(world.sessionBusAddress()));
+    QVERIFY(!hostHasName(world.systemBusAddress()));
+}
+
+void WorldTest::hostCanBeRestarted()
+{
+    world::World world(m_filesystem);
+    QCOMPARE(world.start(withStandIn()), QString());
+    const pid_t before = world.hostPid();
+    QCOMPARE(world.restartHost(), QString());
+    QVERIFY(world.hostPid() != before);
+    QVERIFY(isGone(before));
+    QVERIFY(hostHasName(world.sessionBusAddress()));
+    QVERIFY2(world.output().contains(QStringLiteral("host: shut down in order")), qPrintable(world.output()));
+
+    kill(world.hostPid(), SIGKILL);
+    QTRY_VERIFY(!world.hostRuns());
+    QCOMPARE(world.restartHost(), QString());
+    QVERIFY(hostHasName(world.sessionBusAddress()));
+}
+
+void WorldTest::controllerIsExchangedWhileItRuns()
+{
+    const world::World world(m_filesystem);
+    const QString controller = QStringLiteral("/usr/bin/blue_controller_zq4");
+    QVERIFY(world.setController(QStringLiteral("/bin/false")));
+    QCOMPARE(run(controller, {}).status, 1);
+    QVERIFY(world.setController(QStringLiteral("/bin/true")));
+    QCOMPARE(run(controller, {}).status, 0);
+}
+
+void WorldTest::stopEndsEverything()
+{
+    world::World world(m_filesystem);
+    QCOMPARE(world.start(withStandIn()), QString());
+    const pid_t host = world.hostPid();
+    QCOMPARE(run(QStringLiteral("sh"), { "-c", "setsid sleep 1000 >/dev/null 2>&1 & echo $! >/tmp/orphan" })
+                 .status,
+             0);
+    QFile file(QStringLiteral("/tmp/orphan"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const pid_t orphan = file.readAll().trimmed().toInt();
+    QVERIFY(orphan > 0);
+    QVERIFY(!isGone(orphan));
+    world.stop();
+    QVERIFY(isGone(host));
+    waitpid(orphan, nullptr, WNOHANG); // it has become our child
+    QVERIFY(isGone(orphan));
+    QVERIFY(world.sessionBusAddress().isEmpty());
+}
+
+int main(int argc, char** argv)
+{
+    world::PrivateFilesystem filesystem;
+    const QString problem = filesystem.enter({ QStringLiteral("/bin/true"), {} }, argv);
+    if (!problem.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qPrintable(problem));
+        return 77;
+    }
+    const QCoreApplication application(argc, argv);
+    WorldTest test(filesystem);
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "WorldTest.moc"
