@@ -10,8 +10,9 @@
 
 namespace world {
 
-Tour::Tour(KELClientInterface& server)
+Tour::Tour(KELClientInterface& server, std::chrono::milliseconds limit)
     : m_server(server)
+    , m_limit(limit)
     , m_items(server)
 {
 }
@@ -32,7 +33,7 @@ bool Tour::run()
                                        "they were before and what they became."));
     constexpr std::array<Part, 9> Parts{ &Tour::switchOn,   &Tour::scan,          &Tour::pairByPin,
                                          &Tour::pairByCode, &Tour::connectDevice, &Tour::disconnectDevice,
-                                         &Tour::lendRadio,  &Tour::unpair,        &Tour::switchOff };
+                                         &Tour::unpair,     &Tour::lendRadio,     &Tour::switchOff };
     const bool done = std::all_of(Parts.begin(), Parts.end(), [this](Part part) { return (this->*part)(); });
     m_printer.paragraph({});
     m_printer.paragraph(done ? QStringLiteral("All steps happened.")
@@ -53,7 +54,7 @@ bool Tour::perform(const TourStep& step)
         return false;
     }
     const bool happened = waitFor(step);
-    m_printer.changes(m_items.history());
+    m_printer.changes(m_items);
     if (happened) {
         m_printer.seen(step.outcome, std::chrono::milliseconds(clock.elapsed()));
         return true;
@@ -110,7 +111,7 @@ bool Tour::waitFor(const TourStep& step)
         }
     };
     QObject::connect(&m_items, &ItemMirror::changed, &loop, check);
-    QTimer::singleShot(step.limit, &loop, &QEventLoop::quit);
+    QTimer::singleShot(m_limit, &loop, &QEventLoop::quit);
     check();
     if (!happened) {
         loop.exec();

@@ -12,7 +12,8 @@ namespace world {
 class Tour
 {
 public:
-    explicit Tour(KELClientInterface& server);
+    /// @param limit how long a step may take.
+    Tour(KELClientInterface& server, std::chrono::milliseconds limit);
 
     /// @return whether every step was seen to happen.
     [[nodiscard]] bool run();
@@ -26,8 +27,8 @@ private:
     bool pairByCode();
     bool connectDevice();
     bool disconnectDevice();
-    bool lendRadio();
     bool unpair();
+    bool lendRadio();
     bool switchOff();
 
     /// Makes a request, shows it and what changes because of it, and waits until its expectations hold
@@ -39,6 +40,7 @@ private:
     [[nodiscard]] QString find(const QString& name);
 
     KELClientInterface& m_server;
+    std::chrono::milliseconds m_limit;
     ItemMirror m_items;
     TourPrinter m_printer;
     int m_number = 0;

@@ -1,10 +1,10 @@
 #include "TourPrinter.h"
 
-#include <QMap>
-
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <set>
 
 namespace world {
 
@@ -14,6 +14,7 @@ constexpr int Width = 80;
 constexpr int NameWidth = 28;
 constexpr int Indent = 4;
 constexpr int ItemIndent = 6;
+constexpr int NameColumn = 20;
 constexpr const char* Bold = "\033[1m";
 constexpr const char* Green = "\033[32m";
 constexpr const char* Red = "\033[1;31m";
@@ -39,41 +40,51 @@ QString elided(const QString& text, int width)
     return text.size() <= width ? text : text.left(width - 3) + QStringLiteral("...");
 }
 
-/// The rows that a list got, one line each, in place of a line for each of their items.
-struct Rows
+const QString& addressItem()
 {
-    QStringList items;
-    QMap<int, QMap<QString, QString>> cells; ///< by row and item
-};
+    static const QString name = QStringLiteral("scanresultsAddr:");
+    return name;
+}
 
 bool isScanResult(const QString& name)
 {
     return name.startsWith(QStringLiteral("scanresults"));
 }
 
-Rows scanRows(const std::vector<ItemHistory>& history)
+int rowOf(const QString& name)
 {
-    Rows rows;
-    for (const ItemHistory& item : history) {
-        if (isScanResult(item.name)) {
-            const QStringList parts = item.name.split(QLatin1Char(':'));
-            rows.cells[parts.value(1).toInt()][parts.first()] = item.values.last();
-        }
-    }
-    return rows;
+    return name.section(QLatin1Char(':'), -1).toInt();
 }
 
-QString rowLine(int row, const QMap<QString, QString>& cells)
+/// The rows of scan results that came or changed, a line each in place of one for each of their three items.
+QStringList rowLines(const ItemMirror& items)
 {
-    const QString address = cells.value(QStringLiteral("scanresultsAddr"));
-    const QString name = cells.value(QStringLiteral("scanresultsName"));
-    const QString strength = cells.value(QStringLiteral("scanresultsSignalStrength"));
-    const QString label = QStringLiteral("scanresults...:%1").arg(row);
-    const bool gone = cells.contains(QStringLiteral("scanresultsAddr")) && address.isEmpty();
-    return label.leftJustified(NameWidth)
-        + (gone
-               ? QStringLiteral("(gone)")
-               : QStringLiteral("%1  %2  %3").arg(address, 17).arg(strength, 4).arg(elided(shown(name), 22)));
+    std::set<int> rows;
+    for (const ItemHistory& item : items.history()) {
+        if (isScanResult(item.name)) {
+            rows.insert(rowOf(item.name));
+        }
+    }
+    QStringList lines;
+    for (const int row : rows) {
+        const QString index = QString::number(row);
+        const QString address = items.text(addressItem() + index);
+        if (!address.isEmpty()) {
+            const QString strength = items.text(QStringLiteral("scanresultsSignalStrength:") + index);
+            const QString name = items.text(QStringLiteral("scanresultsName:") + index);
+            lines << QStringLiteral(":%1").arg(row).leftJustified(NameWidth)
+                    + QStringLiteral("%1  %2  %3")
+                          .arg(address, strength.rightJustified(4), elided(shown(name), NameColumn));
+        }
+    }
+    return lines;
+}
+
+long rowsEmptied(const ItemMirror& items)
+{
+    return std::count_if(items.history().begin(), items.history().end(), [](const ItemHistory& item) {
+        return item.name.startsWith(addressItem()) && item.values.last().isEmpty();
+    });
 }
 
 } // namespace
@@ -128,10 +139,10 @@ void TourPrinter::reply(const QString& text) const
     }
 }
 
-void TourPrinter::changes(const std::vector<ItemHistory>& history) const
+void TourPrinter::changes(const ItemMirror& items) const
 {
     const QString margin(ItemIndent, QLatin1Char(' '));
-    for (const ItemHistory& item : history) {
+    for (const ItemHistory& item : items.history()) {
         if (isScanResult(item.name)) {
             continue;
         }
@@ -142,17 +153,29 @@ void TourPrinter::changes(const std::vector<ItemHistory>& history) const
         const QString path = values.join(QStringLiteral(" -> "));
         line(margin + item.name.leftJustified(NameWidth) + elided(path, Width - ItemIndent - NameWidth));
     }
-    const Rows rows = scanRows(history);
-    for (auto row = rows.cells.begin(); row != rows.cells.end(); ++row) {
-        line(margin + rowLine(row.key(), row.value()));
+    scanResults(items);
+}
+
+void TourPrinter::scanResults(const ItemMirror& items) const
+{
+    const QString margin(ItemIndent, QLatin1Char(' '));
+    const QString label = margin + QStringLiteral("scanresults...").leftJustified(NameWidth);
+    const QStringList rows = rowLines(items);
+    if (!rows.isEmpty()) {
+        line(label + QStringLiteral("Addr                dBm  Name"));
+    }
+    for (const QString& row : rows) {
+        line(margin + row);
+    }
+    if (const long emptied = rowsEmptied(items); emptied > 0) {
+        line(label + QStringLiteral("%1 rows -> (empty)").arg(emptied));
     }
 }
 
 void TourPrinter::seen(const QString& outcome, std::chrono::milliseconds took) const
 {
-    wrapped(
-        QStringLiteral("= %1 [%2 s]").arg(outcome).arg(static_cast<double>(took.count()) / 1000, 0, 'f', 1),
-        Indent, Green);
+    const QString seconds = QString::number(static_cast<double>(took.count()) / 1000, 'f', 1);
+    wrapped(QStringLiteral("= after %1 s: %2").arg(seconds, outcome), Indent, Green);
 }
 
 void TourPrinter::missed(const QStringList& expected, const QStringList& present) const

@@ -5,7 +5,6 @@
 #include <QString>
 
 #include <chrono>
-#include <vector>
 
 namespace world {
 
@@ -20,11 +19,12 @@ public:
     void title(int number, const QString& text) const;
     void request(const QString& why, const Request& request) const;
     void reply(const QString& text) const;
-    void changes(const std::vector<ItemHistory>& history) const;
+    void changes(const ItemMirror& items) const;
     void seen(const QString& outcome, std::chrono::milliseconds took) const;
     void missed(const QStringList& expected, const QStringList& present) const;
 
 private:
+    void scanResults(const ItemMirror& items) const;
     void line(const QString& text, const char* colour = "") const;
     void wrapped(const QString& text, int indent, const char* colour = "") const;
     bool m_colour = false;

@@ -57,7 +57,7 @@ Expectation rowExists(const QString& item, const QString& value)
                      present << items.text(inRow(item, row));
                  }
                  return present.isEmpty()
-                     ? QStringLiteral("no row has an %1").arg(item)
+                     ? QStringLiteral("no %1 is set").arg(item)
                      : QStringLiteral("%1: %2").arg(item, present.join(QStringLiteral(", ")));
              } };
 }

@@ -46,7 +46,6 @@ struct TourStep
     Request request;
     std::vector<Expectation> expectations;
     QString outcome; ///< what has happened then, in words
-    std::chrono::seconds limit{ 20 };
 };
 
 } // namespace world

@@ -1,24 +1,31 @@
 #include "Tour.h"
 
+#include <CLI/CLI.hpp>
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 
-#include <cstdio>
-#include <cstring>
+#include <chrono>
 
 int main(int argc, char** argv)
 {
-    if (argc > 1) {
-        const bool help = std::strcmp(argv[1], "--help") == 0;
-        std::fputs("Usage: bluetoothtour\n"
-                   "Walks through the Bluetooth module of the session bus and tells what happens; ./run tour "
-                   "does so\n"
-                   "in a private world. Exit status: 0 when every step was seen to happen, otherwise 1.\n",
-                   help ? stdout : stderr);
-        return help ? 0 : 2;
+    CLI::App app(
+        "Walks through the Bluetooth module of the session bus and tells what happens; ./run tour does so in "
+        "a private world. Exit status: 0 when every step was seen to happen, otherwise 1.",
+        "bluetoothtour");
+    double seconds = 30;
+    app.add_option("--timeout", seconds, "how long a step may take, in seconds")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
     }
     const QCoreApplication application(argc, argv);
     KELClientInterface server(QStringLiteral("tov.base.bluetoothlauncher"), QDBusConnection::sessionBus());
-    world::Tour tour(server);
+    const auto limit =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+    world::Tour tour(server, limit);
     return tour.run() ? 0 : 1;
 }

@@ -1,0 +1,74 @@
+#include "Programs.h"
+
+#include "world/ChildProcess.h"
+#include "world/HostReadiness.h"
+#include "world/MessageBus.h"
+#include "world/World.h"
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+#include <QTest>
+
+/// The walk where it does not go well: it has to notice, and to say what it had expected.
+class TourTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup() { m_server.end(); }
+    void saysThatThereIsNoModule();
+    void saysWhatDidNotHappen();
+
+private:
+    [[nodiscard]] Finished walk() const;
+
+    QTemporaryDir m_folder{ QStringLiteral("/var/tmp/tour-XXXXXX") };
+    world::MessageBus m_bus;
+    world::ChildProcess m_server;
+};
+
+void TourTest::initTestCase()
+{
+    QCOMPARE(m_bus.start(world::MessageBus::Kind::Session, m_folder.path()), QString());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toLocal8Bit());
+}
+
+Finished TourTest::walk() const
+{
+    return run(world::World::binFolder() + QStringLiteral("/bluetoothtour"), { "--timeout", "0.5" });
+}
+
+void TourTest::saysThatThereIsNoModule()
+{
+    const Finished tour = walk();
+    QCOMPARE(tour.status, 1);
+    QVERIFY2(tour.output.contains(QStringLiteral("tov.base.bluetoothlauncher")), qPrintable(tour.output));
+}
+
+void TourTest::saysWhatDidNotHappen()
+{
+    // A module with the switch, but without a radio behind it.
+    world::Command command;
+    command.arguments =
+        QStringList{ ITEM_TEST_SERVER, "bluetoothlauncher", m_folder.filePath("state"), "bluetooth" };
+    QCOMPARE(m_server.start(command), 0);
+    world::HostReadiness readiness(m_bus.address());
+    QVERIFY(readiness.wait(m_server.descriptor(), -1, std::chrono::seconds(30))
+            == world::HostReadiness::Outcome::Ready);
+
+    const Finished tour = walk();
+    QCOMPARE(tour.status, 1);
+    for (const char* text :
+         { "$ itemctl set enabled true\n", "enabled                     false -> true\n",
+           "! This did not happen.\n", "expected: status is On\n", "there is: status is (empty)\n" }) {
+        QVERIFY2(tour.output.contains(QLatin1String(text)), qPrintable(tour.output));
+    }
+    QVERIFY(!tour.output.contains(QStringLiteral("itemctl call scan"))); // the steps after it make no sense
+    QVERIFY(!tour.output.contains(QLatin1Char('\033')));
+    for (const QString& line : tour.output.split(QLatin1Char('\n'))) {
+        QVERIFY2(line.size() <= 80, qPrintable(line));
+    }
+}
+
+QTEST_GUILESS_MAIN(TourTest)
+#include "TourTest.moc"
