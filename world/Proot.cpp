@@ -25,7 +25,7 @@ constexpr const char* FolderVariable = "BLUETOOTHWORLD_FOLDER";
 /// exchanged while the world runs; "exec -a" keeps the argument vector as it is.
 QString writeTrampoline(const Layout& layout)
 {
-    const QString path = layout.folder + QStringLiteral("/trampoline");
+    QString path = layout.folder + QStringLiteral("/trampoline");
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
         return {};
@@ -146,7 +146,7 @@ QString runUnderProot(const Layout& layout, char* const* arguments, int* status)
 
 QString takeFolderFromProot()
 {
-    const QString folder = QFile::decodeName(qgetenv(FolderVariable));
+    QString folder = QFile::decodeName(qgetenv(FolderVariable));
     if (!folder.isEmpty()) {
         qunsetenv(FolderVariable);
         qunsetenv("PROOT_DONT_POLLUTE_ROOTFS");

@@ -6,8 +6,14 @@
 #include <QDBusConnection>
 
 #include <chrono>
+#include <cstdio>
+#include <exception>
 
-int main(int argc, char** argv)
+namespace {
+
+constexpr int Usage = 2;
+
+int walk(int argc, char** argv)
 {
     CLI::App app(
         "Walks through the Bluetooth module of the session bus and tells what happens; ./run tour does so in "
@@ -20,7 +26,7 @@ int main(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
+        return app.exit(error) == 0 ? 0 : Usage;
     }
     const QCoreApplication application(argc, argv);
     KELClientInterface server(QStringLiteral("tov.base.bluetoothlauncher"), QDBusConnection::sessionBus());
@@ -28,4 +34,16 @@ int main(int argc, char** argv)
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
     world::Tour tour(server, limit);
     return tour.run() ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return walk(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bluetoothtour: %s\n", error.what());
+        return Usage;
+    }
 }
