@@ -1,0 +1,93 @@
+#include "Launcher.h"
+
+#include "ModuleFile.h"
+#include "Options.h"
+
+#include "RegistrationModule.h"
+#include "bus/ItemServer.h"
+#include "items/ForkGuard.h"
+#include "process/EndingSignals.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QLocale>
+#include <QTranslator>
+
+#include <cstdio>
+
+namespace host {
+namespace {
+
+/// A forked copy of this process comes back out of the module when the controller program cannot be executed.
+/// It leaves here at the latest, at the end of the event in which it came to be.
+class Application : public QCoreApplication
+{
+public:
+    using QCoreApplication::QCoreApplication;
+
+    bool notify(QObject* receiver, QEvent* event) override
+    {
+        const bool handled = QCoreApplication::notify(receiver, event);
+        ipc::leaveIfForked();
+        return handled;
+    }
+};
+
+int fail(const QString& what)
+{
+    std::fprintf(stderr, "bluetoothlauncher: %s\n", qPrintable(what));
+    return 1;
+}
+
+// Before the module is constructed: it translates its labels once, when it creates its items.
+void installTranslation(QTranslator& translator)
+{
+    const QString folder =
+        QCoreApplication::applicationDirPath() + QStringLiteral("/../share/bluetoothlauncher/translations");
+    if (translator.load(QLocale(), QStringLiteral("bluetooth"), QStringLiteral("_"), folder))
+        QCoreApplication::installTranslator(&translator);
+}
+
+int serve(ModuleFactory createModule, const QString& stateFolder)
+{
+    const process::EndingSignals signalsToEnd;
+    QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
+    QObject modules;
+    RegistrationModule* const module = createModule(&modules);
+    ipc::ItemServer server(QDBusConnection::sessionBus(), stateFolder);
+    server.addModule(*module);
+    QString error;
+    if (!server.start(&error))
+        return fail(error);
+
+    const int status = QCoreApplication::exec();
+    // The controller is left to the kernel, which ends it together with this process.
+    server.halt();
+    return status;
+}
+
+} // namespace
+
+int launch(int argc, char** argv)
+{
+    int exitStatus = 0;
+    const std::optional<Options> options = readOptions(argc, argv, &exitStatus);
+    if (!options)
+        return exitStatus;
+
+    process::resetInheritedSignals();
+    ipc::guardThisProcess();
+    Application app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("bluetoothlauncher"));
+    QTranslator translator;
+    installTranslation(translator);
+
+    QString error;
+    const QString file = options->moduleFile.isEmpty() ? defaultModuleFile() : options->moduleFile;
+    const ModuleFactory createModule = openModule(file, &error);
+    if (createModule == nullptr)
+        return fail(error);
+    return serve(createModule, options->stateFolder);
+}
+
+} // namespace host
