@@ -1,0 +1,119 @@
+// Actions as the daemon sees them: one method call each, with exactly this signature and argument.
+#include "ModuleWorld.h"
+
+class ActionForwardingTest : public QObject
+{
+    Q_OBJECT
+public:
+    explicit ActionForwardingTest(ModuleWorld& world)
+        : m_world(world)
+        , m_daemon(world.daemon())
+    {
+    }
+
+private Q_SLOTS:
+    void withoutADaemonRequestsAreDropped();
+    void requestsAreForwarded_data();
+    void requestsAreForwarded();
+    void idsAreCaseSensitive();
+    void aStoredPinIsUsedOnce();
+
+private:
+    using Call = ScriptedDaemon::Call;
+
+    ModuleWorld& m_world;
+    ScriptedDaemon& m_daemon;
+};
+
+void ActionForwardingTest::withoutADaemonRequestsAreDropped()
+{
+    for (const char* action : { "scan", "cancelscan", "confirmcode", "rejectcode", "pindecline", "killiap",
+                                "pinreply", "pair", "connectAddr", "disconnectAddr", "unpair",
+                                "registerrfcommuuid", "unregisterrfcommuuid", "sendwifedcmdctlfd" })
+        QCOMPARE(m_world.trigger(action), "");
+    QCOMPARE(m_world.text("pinreplycfg"), "5190"); // not used up either
+    QVERIFY(m_world.daemonAppears());
+    QCOMPARE(m_world.trigger("scan"), "");
+    QTRY_VERIFY(!m_daemon.calls().isEmpty());
+    QCOMPARE(m_daemon.takeCalls(), (QList<Call>{ { "Scan", "", {} } }));
+}
+
+void ActionForwardingTest::requestsAreForwarded_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("member");
+    QTest::addColumn<QVariant>("argument"); // invalid: none
+    for (const auto& [action, member] : { std::pair{ "scan", "Scan" },
+                                          { "cancelscan", "CancelScan" },
+                                          { "confirmcode", "ConfirmCode" },
+                                          { "rejectcode", "RejectCode" },
+                                          { "pindecline", "PINdecline" },
+                                          { "killiap", "killIAP" } })
+        QTest::newRow(action) << action << "" << member << QVariant();
+    for (const auto& [action, member] : { std::pair{ "registerrfcommuuid", "registerRFCOMMUUID" },
+                                          { "unregisterrfcommuuid", "unregisterRFCOMMUUID" },
+                                          { "sendwifedcmdctlfd", "sendWifedCmdCtlFD" } }) {
+        QTest::addRow("%s", action) << action << "0000-ä " << member << QVariant("0000-ä ");
+        QTest::addRow("%s, empty", action) << action << "" << member << QVariant("");
+    }
+    for (const auto& [action, member] : { std::pair{ "pair", "Pair" },
+                                          { "connectAddr", "ConnectAddr" },
+                                          { "disconnectAddr", "DisconnectAddr" },
+                                          { "unpair", "UnPair" } }) {
+        QTest::addRow("%s", action) << action << "12:34:56:78:9a:BC" << member << QVariant(0x123456789ABCULL);
+        QTest::addRow("%s, no address", action) << action << "12-34" << member << QVariant(0ULL);
+        QTest::addRow("%s, below zero", action)
+            << action << "0:0:0:0:0:-1" << member << QVariant(18446744073709551615ULL);
+    }
+    QTest::newRow("pinreply") << "pinreply"
+                              << "no digits, and longer than any PIN"
+                              << "PINreply" << QVariant("no digits, and longer than any PIN");
+}
+
+void ActionForwardingTest::requestsAreForwarded()
+{
+    QFETCH(const QString, action);
+    QFETCH(const QString, text);
+    QFETCH(const QString, member);
+    QFETCH(const QVariant, argument);
+    QCOMPARE(m_world.trigger(action, text), "");
+    QTRY_VERIFY(!m_daemon.calls().isEmpty());
+    Call expected{ member, "", {} };
+    if (argument.isValid())
+        expected = { member, argument.userType() == QMetaType::QString ? "s" : "t", { argument } };
+    const QList<Call> calls = m_daemon.takeCalls();
+    QCOMPARE(calls.size(), 1);
+    QCOMPARE(calls.first().member, expected.member);
+    QCOMPARE(calls.first().signature, expected.signature);
+    QCOMPARE(calls.first().arguments, expected.arguments);
+}
+
+void ActionForwardingTest::idsAreCaseSensitive()
+{
+    for (const char* wrong : { "Scan", "connectaddr", "requestbluetooth" })
+        QCOMPARE(m_world.trigger(wrong), "?");
+}
+
+void ActionForwardingTest::aStoredPinIsUsedOnce()
+{
+    QCOMPARE(m_world.trigger("pinreply", "1234"), "");
+    QCOMPARE(m_world.text("pinreplycfg"), "5190");
+    QCOMPARE(m_world.trigger("pinreply"), "");
+    QCOMPARE(m_world.text("pinreplycfg"), "");
+    QCOMPARE(m_world.trigger("pinreply"), "");
+    QVERIFY(m_world.set("pinreplycfg", "987654"));
+    QCOMPARE(m_world.trigger("pinreply"), "");
+    QTRY_COMPARE(m_daemon.calls().size(), 4);
+    QStringList sent;
+    for (const Call& call : m_daemon.takeCalls())
+        sent << call.member + ' ' + call.signature + ' ' + call.arguments.value(0).toString();
+    QCOMPARE(sent, (QStringList{ "PINreply s 1234", "PINreply s 5190", "PINreply s ", "PINreply s 987654" }));
+}
+
+int main(int argc, char** argv)
+{
+    return runInModuleWorld<ActionForwardingTest>(argc, argv);
+}
+
+#include "ActionForwardingTest.moc"

@@ -1,0 +1,226 @@
+// What each of the daemon's signals does to the items, with payloads of the right type, of types that can be
+// converted and of types that cannot.
+#include "DaemonTypes.h"
+#include "ModuleWorld.h"
+
+class DaemonEventsTest : public QObject
+{
+    Q_OBJECT
+public:
+    explicit DaemonEventsTest(ModuleWorld& world)
+        : m_world(world)
+        , m_daemon(world.daemon())
+    {
+    }
+
+private Q_SLOTS:
+    void initTestCase();
+    void itemsFollowSignals_data();
+    void itemsFollowSignals();
+    void pairingDecidesWhetherToScan_data();
+    void pairingDecidesWhetherToScan();
+    void wifedSocketsRefreshTheList_data();
+    void wifedSocketsRefreshTheList();
+    void addressesAreLoggedOnly_data();
+    void addressesAreLoggedOnly();
+    void aNewNameWaitsForTheRefresh();
+    void unknownConfigsAreWrittenAllTheSame();
+
+private:
+    ModuleWorld& m_world;
+    ScriptedDaemon& m_daemon;
+};
+
+namespace {
+
+QVariant entry()
+{
+    return QVariant::fromValue(PairEntry{ 1, "n", 0 });
+}
+const QVariant Structure = QVariant::fromValue(PairList{ { { 1, "n", 0 } } });
+
+} // namespace
+
+void DaemonEventsTest::initTestCase()
+{
+    registerDaemonTypes();
+    QVERIFY(m_world.daemonAppears());
+}
+
+void DaemonEventsTest::itemsFollowSignals_data()
+{
+    QTest::addColumn<QString>("signal");
+    QTest::addColumn<QVariant>("payload");
+    QTest::addColumn<QString>("item");
+    QTest::addColumn<QVariant>("before"); // the payload of an earlier signal
+    QTest::addColumn<QVariant>("after");
+    const auto row = [](const char* name, const char* signal, const QVariant& payload, const char* item,
+                        const QVariant& before, const QVariant& after) {
+        QTest::newRow(name) << signal << payload << item << before << after;
+    };
+    // The two texts; what is read back is stored as it came.
+    row("code", "confirmationCodeChanged", " 007 ", "confirmationcode", "x", " 007 ");
+    row("code, a number", "confirmationCodeChanged", 12, "confirmationcode", "x", "12");
+    row("code, none", "confirmationCodeChanged", "", "confirmationcode", "x", "");
+    row("code, a list of one text", "confirmationCodeChanged", QStringList{ "a" }, "confirmationcode", "x",
+        "a");
+    row("code, a structure", "confirmationCodeChanged", entry(), "confirmationcode", "x", "x");
+    row("pending", "pendingPairChanged", "Bob", "pendingpair", "x", "Bob");
+    row("pending, none", "pendingPairChanged", "", "pendingpair", "x", "");
+    row("pending, no name", "pendingPairChanged", "`,.\";00!", "pendingpair", "x", "Unknown Name");
+    row("pending, no name twice", "pendingPairChanged", "a `,.\";00! b`,.\";00!", "pendingpair", "x",
+        "a Unknown Name bUnknown Name");
+    row("pending, half a mark", "pendingPairChanged", "`,.\";00", "pendingpair", "x", "`,.\";00");
+    row("pending, a structure", "pendingPairChanged", entry(), "pendingpair", "x", "x");
+    // The three numbers.
+    for (const auto& [signal, item] : { std::pair{ "statusChanged", "status" },
+                                        { "scanStateChanged", "scanstate" },
+                                        { "pairStateChanged", "pairstate" } }) {
+        row("int", signal, 2, item, 1, 2);
+        row("unknown number", signal, 77, item, 1, 77);
+        row("negative", signal, -1, item, 1, -1);
+        row("unsigned", signal, 2U, item, 1, 2);
+        row("64 bits", signal, 2LL, item, 1, 2);
+        row("text of a number", signal, "2", item, 1, 2);
+        row("other text", signal, "On", item, 1, 0);
+        row("bool", signal, true, item, 2, 1);
+        row("fraction", signal, 2.6, item, 1, 3);
+        row("bytes", signal, QByteArray("2"), item, 1, 2);
+        row("list of texts", signal, QStringList{ "2" }, item, 1, 1);
+        row("structure", signal, entry(), item, 1, 1);
+        row("list of structures", signal, Structure, item, 1, 1);
+    }
+}
+
+void DaemonEventsTest::itemsFollowSignals()
+{
+    QFETCH(const QString, signal);
+    QFETCH(const QVariant, payload);
+    QFETCH(const QString, item);
+    QFETCH(const QVariant, before);
+    // The code tells when all is done, unless it is itself what is looked at.
+    const bool isFence = item == "confirmationcode";
+    m_daemon.send(signal, before);
+    if (isFence)
+        QTRY_COMPARE(m_world.value(item), before);
+    m_daemon.send(signal, payload);
+    if (isFence) {
+        m_daemon.send("scanStateChanged", 1);
+        QTRY_COMPARE(m_world.value("scanstate"), QVariant(1));
+        m_daemon.send("scanStateChanged", 0);
+        QTRY_COMPARE(m_world.value("scanstate"), QVariant(0));
+    } else {
+        QVERIFY(m_world.settle());
+    }
+    QTEST(m_world.value(item), "after");
+}
+
+void DaemonEventsTest::pairingDecidesWhetherToScan_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::addColumn<bool>("mayScan");
+    for (const int settled : { 0, 100, 200, 201, 202 })
+        QTest::addRow("%d", settled) << settled << true;
+    for (const int underWay : { 1, 2, 3, 4, 5, 6, 99, 101, 199, 203, -1 })
+        QTest::addRow("%d", underWay) << underWay << false;
+}
+
+void DaemonEventsTest::pairingDecidesWhetherToScan()
+{
+    QFETCH(const int, state);
+    QFETCH(const bool, mayScan);
+    m_daemon.send("pairStateChanged", mayScan ? 1 : 0);
+    m_daemon.send("pairStateChanged", state);
+    QTRY_COMPARE(m_world.value("pairstate"), QVariant(state));
+    QCOMPARE(m_world.isApplicable("scan"), mayScan);
+}
+
+void DaemonEventsTest::wifedSocketsRefreshTheList_data()
+{
+    QTest::addColumn<QString>("signal");
+    QTest::addColumn<QVariant>("payload");
+    QTest::newRow("available") << "wifedCmdCtlSockAvailable" << QVariant("socket");
+    QTest::newRow("closed") << "wifedCmdCtlSockClosed" << QVariant("socket");
+    QTest::newRow("available, no text") << "wifedCmdCtlSockAvailable" << entry();
+    QTest::newRow("closed, no text") << "wifedCmdCtlSockClosed" << entry();
+}
+
+void DaemonEventsTest::wifedSocketsRefreshTheList()
+{
+    QFETCH(const QString, signal);
+    QFETCH(const QVariant, payload);
+    const QString list = QString("list of ") + QTest::currentDataTag();
+    m_daemon.answer("wifedsConnected", { list });
+    m_daemon.takeReads();
+    m_daemon.send(signal, payload);
+    QTRY_COMPARE(m_world.text("connectedwifeds"), list);
+    QCOMPARE(m_daemon.takeReads(), QStringList{ "wifedsConnected" });
+    m_daemon.answer("wifedsConnected", { entry() });
+    m_daemon.send(signal, payload);
+    QTRY_COMPARE(m_world.text("connectedwifeds"), "");
+}
+
+void DaemonEventsTest::addressesAreLoggedOnly_data()
+{
+    QTest::addColumn<QString>("signal");
+    QTest::addColumn<QVariant>("payload");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("headset") << "headsetConnected" << QVariant(18446744073709551615ULL)
+                             << "addr: 18446744073709551615";
+    QTest::newRow("headset, a text") << "headsetConnected" << QVariant("none") << "addr: 0";
+    QTest::newRow("connection") << "connectionEstablished" << QVariant(0x123456789ABCULL)
+                                << "Connected addr: 20015998343868";
+    QTest::newRow("headset, a structure") << "headsetConnected" << entry() << "";
+}
+
+void DaemonEventsTest::addressesAreLoggedOnly()
+{
+    QFETCH(const QString, signal);
+    QFETCH(const QVariant, payload);
+    QFETCH(const QString, line);
+    QVERIFY(m_world.settle());
+    const auto all = [this] {
+        QVariantMap values;
+        const auto items = m_world.client().list();
+        for (const ipc::ItemRecord& item : items->items)
+            values.insert(item.address, item.properties.value("value"));
+        values.remove(":result:bluetoothlauncher:bluetooth:confirmationcode:");
+        return values;
+    };
+    const QVariantMap before = all();
+    const QString outputBefore = m_world.world().output();
+    m_daemon.send(signal, payload);
+    QVERIFY(m_world.settle());
+    QVERIFY(before.size() > 100);
+    QCOMPARE(all(), before);
+    QCOMPARE(m_world.world().output().mid(outputBefore.size()), line.isEmpty() ? line : line + '\n');
+}
+
+void DaemonEventsTest::aNewNameWaitsForTheRefresh()
+{
+    m_daemon.send("myNameChanged", "new name");
+    QVERIFY(m_world.settle());
+    QVERIFY(m_world.text("myname") != "new name");
+    QVERIFY(m_world.daemonLeaves());
+    m_daemon.answer("myName", { "new name" });
+    QVERIFY(m_world.daemonAppears());
+    QCOMPARE(m_world.text("myname"), "new name");
+}
+
+void DaemonEventsTest::unknownConfigsAreWrittenAllTheSame()
+{
+    // The module has neither; the framework says so, once for each.
+    m_daemon.send("stateChanged", true);
+    m_daemon.send("wifedCmdCtlSockAvailable", "socket");
+    QVERIFY(m_world.settle());
+    const QString output = m_world.world().output();
+    QCOMPARE(output.count("\"state\""), 1);
+    QCOMPARE(output.count("\"str\""), 1);
+}
+
+int main(int argc, char** argv)
+{
+    return runInModuleWorld<DaemonEventsTest>(argc, argv);
+}
+
+#include "DaemonEventsTest.moc"

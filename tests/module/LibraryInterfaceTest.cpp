@@ -1,0 +1,146 @@
+// What other binaries rely on: the library's name and symbols, the class's virtual table and its meta-object.
+#include "BluetoothModule.h"
+
+#include <QDBusVariant>
+#include <QFile>
+#include <QMetaMethod>
+#include <QProcess>
+#include <QTest>
+
+#include <array>
+
+class LibraryInterfaceTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void slotsAreInOrder();
+    void signalValuesAreRegistered();
+    void castsByItsOwnName();
+    void hooksAnswer();
+    void virtualTableIsInOrder();
+    void onlyTheClassIsExported();
+    void sonameIsFixed();
+};
+
+namespace {
+
+QString outputOf(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    return process.waitForFinished() ? QString::fromLocal8Bit(process.readAllStandardOutput()) : QString();
+}
+
+} // namespace
+
+void LibraryInterfaceTest::slotsAreInOrder()
+{
+    const QMetaObject& meta = BluetoothModule::staticMetaObject;
+    QStringList found;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        QCOMPARE(meta.method(i).methodType(), QMetaMethod::Slot);
+        found << QString::fromLatin1(meta.method(i).methodSignature());
+    }
+    const QString expected = "resourceCheck() statUpdate() slotLastConfigLoaded() slotItemChanged(QString) "
+                             "onConfirmationCodeChanged(QDBusVariant) onConnectionEstablished(QDBusVariant) "
+                             "onMTConnectionEstablished(QDBusVariant) onMyNameChanged(QDBusVariant) "
+                             "onPairListChanged(QDBusVariant) onPairStateChanged(QDBusVariant) "
+                             "onScanResultsChanged(QDBusVariant) onScanStateChanged(QDBusVariant) "
+                             "onStateChanged(QDBusVariant) onStatusChanged(QDBusVariant) "
+                             "onHeadsetConnected(QDBusVariant) onDeviceDisconnected(QDBusVariant) "
+                             "onPendingPairChanged(QDBusVariant) onWifedCmdCtlSockAvailable(QDBusVariant) "
+                             "onWifedCmdCtlSockClosed(QDBusVariant) onServiceRegistered(QString) "
+                             "onServiceUnregistered(QString) cycleRadio()";
+    QCOMPARE(found, expected.split(QLatin1Char(' ')));
+}
+
+void LibraryInterfaceTest::signalValuesAreRegistered()
+{
+    const QMetaObject& meta = BluetoothModule::staticMetaObject;
+    for (int i = meta.methodOffset() + 4; i <= meta.methodOffset() + 18; ++i) {
+        int type = -1;
+        int argument = 0;
+        std::array<void*, 2> arguments{ &type, &argument };
+        meta.static_metacall(QMetaObject::RegisterMethodArgumentMetaType, i - meta.methodOffset(),
+                             arguments.data());
+        QCOMPARE(type, qMetaTypeId<QDBusVariant>());
+    }
+}
+
+void LibraryInterfaceTest::castsByItsOwnName()
+{
+    BluetoothModule module(nullptr);
+    QCOMPARE(module.qt_metacast("BluetoothModule"), static_cast<void*>(&module));
+    QCOMPARE(module.qt_metacast("RegistrationModule"),
+             static_cast<void*>(static_cast<RegistrationModule*>(&module)));
+    QCOMPARE(module.qt_metacast("Bluetooth"), nullptr);
+}
+
+void LibraryInterfaceTest::hooksAnswer()
+{
+    BluetoothModule module(nullptr);
+    RegistrationModule& base = module;
+    QVERIFY(base.HOOK_A());
+    QVERIFY(base.HOOK_F());
+    QVERIFY(base.HOOK_J());
+}
+
+void LibraryInterfaceTest::virtualTableIsInOrder()
+{
+    QFile file(QStringLiteral(CLASS_LAYOUT));
+    if (!file.open(QIODevice::ReadOnly))
+        // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
+        QSKIP("this compiler does not tell how it lays out classes");
+    const QString layout = QString::fromLatin1(file.readAll());
+    const QString table = layout.section(QStringLiteral("\nVtable for BluetoothModule\n"), 1)
+                              .section(QStringLiteral("\n\n"), 0, 0);
+    QStringList found;
+    for (const QString& line : table.split(QLatin1Char('\n')).mid(3))
+        found << line.section(QLatin1Char(')'), -1);
+    const QString expected =
+        "BluetoothModule::metaObject BluetoothModule::qt_metacast BluetoothModule::qt_metacall "
+        "BluetoothModule::~BluetoothModule BluetoothModule::~BluetoothModule QObject::event "
+        "QObject::eventFilter RegistrationModule::timerEvent QObject::childEvent "
+        "QObject::customEvent QObject::connectNotify QObject::disconnectNotify "
+        "ServerModule::dbusAddress BluetoothModule::publishesItems RegistrationModule::haltaction "
+        "ServerModule::addedToRegistrationModule BluetoothModule::aboutToLoadConfig "
+        "BluetoothModule::aboutToSaveConfig BluetoothModule::configSaved "
+        "BluetoothModule::busNameTaken ServerModule::validateAndApply "
+        "ServerModule::isLastConfigShared ServerModule::loadConfigurationFile "
+        "ServerModule::saveConfigurationFile ServerModule::halt BluetoothModule::readyToHalt "
+        "BluetoothModule::slotLastConfigLoaded BluetoothModule::firstClientSeen "
+        "ServerModule::computeSaveConfigIds BluetoothModule::saveConfigIdsComputed "
+        "BluetoothModule::aboutToExit RegistrationModule::exitTimeout "
+        "RegistrationModule::startQView BluetoothModule::runsHeadless";
+    QCOMPARE(found, expected.split(QLatin1Char(' ')));
+}
+
+void LibraryInterfaceTest::onlyTheClassIsExported()
+{
+    const QString symbols = outputOf(QStringLiteral("nm"), { "-D", "--defined-only", "-C", LIBRARY });
+    QVERIFY(symbols.contains(QStringLiteral(" BluetoothModule::BluetoothModule(QObject*)")));
+    for (const QString& line : symbols.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QString name = line.section(QLatin1Char(' '), 2);
+        QVERIFY2(name.startsWith(QStringLiteral("BluetoothModule::"))
+                     || name.endsWith(QStringLiteral(" for BluetoothModule")),
+                 qPrintable(name));
+    }
+}
+
+void LibraryInterfaceTest::sonameIsFixed()
+{
+    const QString dynamic = outputOf(QStringLiteral("readelf"), { "-d", LIBRARY });
+    QVERIFY(dynamic.contains(QStringLiteral("soname: [libbluetooth-wrapper.so.0]")));
+    QVERIFY(dynamic.contains(QStringLiteral("[libipc.so.1]")));
+}
+
+int main(int argc, char** argv)
+{
+    // Constructed modules are to see no bus, least of all the machine's.
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
+    const QCoreApplication application(argc, argv);
+    LibraryInterfaceTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "LibraryInterfaceTest.moc"

@@ -1,0 +1,242 @@
+// The items as clients find them before any daemon has come, their limits, and when they apply.
+#include "DaemonTypes.h"
+#include "ModuleWorld.h"
+
+class PublishedItemsTest : public QObject
+{
+    Q_OBJECT
+public:
+    explicit PublishedItemsTest(ModuleWorld& world)
+        : m_world(world)
+        , m_daemon(world.daemon())
+    {
+    }
+
+private Q_SLOTS:
+    void initTestCase() { registerDaemonTypes(); }
+    void itemsAreInOrder();
+    void labelsAndValuesAtFirst_data();
+    void labelsAndValuesAtFirst();
+    void enumerations_data();
+    void enumerations();
+    void pinHasLimits_data();
+    void pinHasLimits();
+    void applicabilityFollowsTheState_data();
+    void applicabilityFollowsTheState();
+    void freeRowsDoNotApply_data();
+    void freeRowsDoNotApply();
+
+private:
+    ModuleWorld& m_world;
+    ScriptedDaemon& m_daemon;
+};
+
+void PublishedItemsTest::itemsAreInOrder()
+{
+    const auto items = m_world.client().list();
+    QVERIFY(items);
+    QStringList found;
+    for (const ipc::ItemRecord& item : items->items) {
+        const QVariant index = item.properties.value("index");
+        // Of a list item, the last instance stands for all.
+        if (!index.isValid() || index.toInt() == 31)
+            found << item.properties["kind"].toString().left(1) + ' ' + item.properties["id"].toString()
+                    + (index.isValid() ? " x32" : "");
+    }
+    QCOMPARE(items->items.size(), 3 + 6 * 32 + 7 + 16);
+    const QString expected =
+        "c myname, c enabled, c pinreplycfg, r scanresultsAddr x32, r scanresultsName x32, "
+        "r scanresultsSignalStrength x32, r pairlistAddr x32, r pairlistName x32, "
+        "r pairlistConnectionState x32, r status, r scanstate, r pairstate, r confirmationcode, "
+        "r pendingpair, r connectedwifeds, r isAnyDeviceConnected, a scan, a cancelscan, "
+        "a confirmcode, a rejectcode, a pindecline, a killiap, a cycleradio, a pinreply, a pair, "
+        "a connectAddr, a disconnectAddr, a unpair, a requestBluetooth, a registerrfcommuuid, "
+        "a unregisterrfcommuuid, a sendwifedcmdctlfd";
+    QCOMPARE(found, expected.split(", "));
+}
+
+void PublishedItemsTest::labelsAndValuesAtFirst_data()
+{
+    QTest::addColumn<QString>("label");
+    QTest::addColumn<QVariant>("value");
+    const QVariant none;
+    const auto row = [](const char* id, const char* label, const QVariant& value) {
+        QTest::newRow(id) << label << value;
+    };
+    row("myname", "Local Name", "");
+    row("enabled", "Enabled", false);
+    row("pinreplycfg", "PIN", "5190");
+    row("scanresultsAddr:0", "Address", "");
+    row("scanresultsSignalStrength:31", "Signal Strength", "");
+    row("pairlistName:5", "Name", "");
+    row("pairlistConnectionState:31", "Connection State", 0);
+    row("status", "Status", 0);
+    row("scanstate", "Scan State", 0);
+    row("pairstate", "Pairing State", 0);
+    row("confirmationcode", "Confirmation Code", "");
+    row("pendingpair", "Pending Pair", "");
+    row("connectedwifeds", "Connected Wi-FEDs", "");
+    row("isAnyDeviceConnected", "Is any device connected", false);
+    row("killiap", "Kill iAP Connection", none);
+    row("disconnectAddr", "Disconnect From Addr", none);
+    row("requestBluetooth", "Internal Use", none);
+    row("sendwifedcmdctlfd", "Send Wifed CmdCtl FD", none);
+}
+
+void PublishedItemsTest::labelsAndValuesAtFirst()
+{
+    const char* id = QTest::currentDataTag();
+    QFETCH(const QVariant, value);
+    QTEST(m_world.property(id, "label").toString(), "label");
+    QCOMPARE(m_world.property(id, "value"), value);
+}
+
+void PublishedItemsTest::enumerations_data()
+{
+    QTest::addColumn<QStringList>("expected");
+    QTest::newRow("status") << QStringList{ "0 BLUETOOTHSTATUS_NODEVICE No Device",
+                                            "1 BLUETOOTHSTATUS_OFF Off",
+                                            "2 BLUETOOTHSTATUS_STARTING Starting", "3 BLUETOOTHSTATUS_ON On",
+                                            "4 BLUETOOTHSTATUS_STOPPING Stopping" };
+    QTest::newRow("scanstate") << QStringList{ "0 BLUETOOTHSTATUS_NEVERSCANNED Never Scanned",
+                                               "1 BLUETOOTHSTATUS_SCANNING Scanning",
+                                               "2 BLUETOOTHSTATUS_SCANDONE Scan Complete" };
+    QTest::newRow("pairstate") << QStringList{ "0 BLUETOOTHPAIR_NOT_PAIRING Idle",
+                                               "1 BLUETOOTHPAIR_OUTGOING Pairing",
+                                               "2 BLUETOOTHPAIR_INCOMING Incoming",
+                                               "3 BLUETOOTHPAIR_PINNEEDED PIN Needed",
+                                               "4 BLUETOOTHPAIR_NEEDCONFIRMATION Need Confirmation",
+                                               "5 BLUETOOTHPAIR_NEEDSIMPLECONFIRMATION Need Verification",
+                                               "6 BLUETOOTHPAIR_FINISHING Finishing",
+                                               "100 BLUETOOTHPAIR_PAIROKAY Paired",
+                                               "200 BLUETOOTHPAIR_FAILED Failed",
+                                               "201 BLUETOOTHPAIR_FAILED_AUTH Failed Authentication",
+                                               "202 BLUETOOTHPAIR_FAILED_CONN Failed Connecting" };
+    QTest::newRow("pairlistConnectionState:9")
+        << QStringList{ "0 BLUETOOTH_CONNECTION_NOT_CONNECTED Not Connected",
+                        "1 BLUETOOTH_CONNECTION_CONNECTED Connected",
+                        "2 BLUETOOTH_CONNECTION_IAP_CONNECTED iOS Connected",
+                        "4 BLUETOOTH_CONNECTION_HEADSET_CONNECTED Headset Connected",
+                        "8 BLUETOOTH_CONNECTION_FTP_CONNECTED FTP Connected" };
+}
+
+void PublishedItemsTest::enumerations()
+{
+    const auto description = m_world.client().describe(QTest::currentDataTag());
+    QVERIFY(description);
+    QStringList found;
+    for (const EnumValue& value : qdbus_cast<ipc::EnumValues>(description->value("enumeration")))
+        found << QString("%1 %2 %3").arg(value.value).arg(value.symbol, value.label);
+    QTEST(found, "expected");
+}
+
+void PublishedItemsTest::pinHasLimits_data()
+{
+    QTest::addColumn<QString>("pin");
+    QTest::addColumn<bool>("accepted");
+    QTest::newRow("3 digits") << "123" << false;
+    QTest::newRow("4 digits") << "1234" << true;
+    QTest::newRow("16 digits") << "1234567890123456" << true;
+    QTest::newRow("17 digits") << "12345678901234567" << false;
+    QTest::newRow("letter") << "123a" << false;
+    QTest::newRow("digits within") << "x1234x" << false;
+    QTest::newRow("line end") << "1234\n" << false;
+    QTest::newRow("empty") << "" << false;
+}
+
+void PublishedItemsTest::pinHasLimits()
+{
+    QFETCH(const QString, pin);
+    QVERIFY(m_world.set("pinreplycfg", "5190"));
+    QTEST(m_world.set("pinreplycfg", pin), "accepted");
+    QTEST(m_world.text("pinreplycfg") == pin, "accepted");
+}
+
+void PublishedItemsTest::applicabilityFollowsTheState_data()
+{
+    QTest::addColumn<bool>("enabled");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<int>("pairState");
+    QTest::addColumn<QString>("applicable"); // of the items below
+    const QString always = "enabled status connectedwifeds isAnyDeviceConnected";
+    const QString on = " myname scanstate pairstate confirmationcode";
+    QTest::newRow("off") << false << 1 << 0 << always;
+    QTest::newRow("enabled, starting") << true << 2 << 0 << always;
+    QTest::newRow("on, not enabled") << false << 3 << 0 << always;
+    QTest::newRow("on") << true << 3 << 0 << always + on;
+    for (const int state : { 1, 2, 4, 5, 6 })
+        QTest::addRow("on, pairing in state %d", state) << true << 3 << state << always + on + " pendingpair";
+    QTest::newRow("on, PIN needed") << true << 3 << 3 << always + on + " pendingpair pinreplycfg";
+    QTest::newRow("off, PIN needed") << false << 1 << 3 << always + " pinreplycfg";
+    for (const int state : { 100, 200, 201, 202 })
+        QTest::addRow("on, settled in state %d", state) << true << 3 << state << always + on;
+}
+
+void PublishedItemsTest::applicabilityFollowsTheState()
+{
+    QFETCH(const bool, enabled);
+    QFETCH(const int, status);
+    QFETCH(const int, pairState);
+    QFETCH(const QString, applicable);
+    QVERIFY(m_world.daemonAppears());
+    QVERIFY(m_world.set("enabled", enabled));
+    if (!enabled) {
+        // Switching off dropped the daemon.
+        m_daemon.leave();
+        QTRY_VERIFY(!m_world.isApplicable("scan"));
+        QVERIFY(m_world.daemonAppears());
+    }
+    m_daemon.send("statusChanged", status);
+    m_daemon.send("pairStateChanged", pairState);
+    QVERIFY(m_world.settle());
+    QStringList found;
+    for (const char* id : { "myname", "enabled", "pinreplycfg", "status", "scanstate", "pairstate",
+                            "confirmationcode", "pendingpair", "connectedwifeds", "isAnyDeviceConnected" }) {
+        if (m_world.isApplicable(id))
+            found << id;
+    }
+    QStringList expected = applicable.split(' ');
+    found.sort();
+    expected.sort();
+    QCOMPARE(found, expected);
+    m_daemon.leave();
+    QTRY_VERIFY(!m_world.isApplicable("scan"));
+}
+
+void PublishedItemsTest::freeRowsDoNotApply_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QStringList>("rows"); // that apply, of each list
+    QTest::newRow("on") << 3 << QStringList{ "0", "1" };
+    QTest::newRow("stopping") << 4 << QStringList();
+}
+
+void PublishedItemsTest::freeRowsDoNotApply()
+{
+    QFETCH(const int, status);
+    QFETCH(const QStringList, rows);
+    QVERIFY(m_world.daemonAppears());
+    QVERIFY(m_world.set("enabled", true));
+    m_daemon.send("statusChanged", status);
+    m_daemon.send("scanResultsChanged", QVariant::fromValue(ScanResults{ { { 1, 0, "" }, { 2, 0, "" } } }));
+    m_daemon.send("pairListChanged", QVariant::fromValue(PairList{ { { 1, "", 0 }, { 2, "", 0 } } }));
+    QVERIFY(m_world.settle());
+    for (const char* id : { "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength", "pairlistAddr",
+                            "pairlistName", "pairlistConnectionState" }) {
+        QStringList found;
+        for (int i = 0; i < 32; ++i) {
+            if (m_world.isApplicable(QString("%1:%2").arg(id).arg(i)))
+                found << QString::number(i);
+        }
+        QCOMPARE(found, rows);
+    }
+    m_daemon.leave();
+    QTRY_VERIFY(!m_world.isApplicable("scan"));
+}
+
+int main(int argc, char** argv)
+{
+    return runInModuleWorld<PublishedItemsTest>(argc, argv);
+}
+
+#include "PublishedItemsTest.moc"

@@ -1,0 +1,225 @@
+// The loan of the radio to another process.
+#include "ModuleWorld.h"
+#include "world/ChildProcess.h"
+
+#include <QDir>
+#include <QFile>
+
+class RadioLockTest : public QObject
+{
+    Q_OBJECT
+public:
+    explicit RadioLockTest(ModuleWorld& world)
+        : m_world(world)
+    {
+    }
+
+private Q_SLOTS:
+    void init();
+    void requests_data();
+    void requests();
+    void aLoanStopsTheRadioAndTheReturnStartsIt();
+    void aLoanWithTheRadioOffLeavesItOff();
+    void whileLentTheSettingDoesNotStartTheRadio();
+    void whileLentTheDaemonMayLeave();
+    void aDeadBorrowerIsFreed_data();
+    void aDeadBorrowerIsFreed();
+    void aLivingBorrowerKeepsIt();
+    void worksWithoutItsFile();
+
+private:
+    [[nodiscard]] QString request(const QString& text) const
+    {
+        return m_world.trigger("requestBluetooth", text);
+    }
+    [[nodiscard]] bool isLent() const { return !m_world.isApplicable("enabled"); }
+    [[nodiscard]] int count(const QString& line) const { return m_world.countInOutput(line); }
+
+    ModuleWorld& m_world;
+};
+
+namespace {
+
+const QString LockFile = "/tmp/bluelock";
+
+QByteArray lockFile()
+{
+    QFile file(LockFile);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : "none";
+}
+
+} // namespace
+
+void RadioLockTest::init()
+{
+    const QByteArray owner = lockFile();
+    if (owner != "none")
+        QCOMPARE(request(owner + ",0"), "Success");
+    QVERIFY(m_world.set("enabled", false));
+    QVERIFY(!isLent());
+}
+
+void RadioLockTest::requests_data()
+{
+    // P stands for a process that lives, Q for another one. Each row is one after the other.
+    QTest::addColumn<QStringList>("requests");
+    QTest::addColumn<QStringList>("replies");
+    QTest::newRow("not understood") << QStringList{ "",  "P",   "P,1,0", "abc,1",         ",1",
+                                                    ",", "0,1", "P;1",   "99999999999,1", "P.0,1" }
+                                    << QStringList{ "Failure", "Failure", "Failure", "Failure", "Failure",
+                                                    "Failure", "Failure", "Failure", "Failure", "Failure" };
+    QTest::newRow("taken and given back")
+        << QStringList{ "P,1", "P,0" } << QStringList{ "Success", "Success" };
+    QTest::newRow("free already") << QStringList{ "P,0", "P,", "P,x" }
+                                  << QStringList{ "Rejected", "Rejected", "Rejected" };
+    QTest::newRow("any mode but 0") << QStringList{ "P,2", "P,1", "P,0", "P,-1", "P," }
+                                    << QStringList{ "Success", "Rejected", "Success", "Success", "Success" };
+    QTest::newRow("of others") << QStringList{ "P,1", "Q,1", "Q,0", "P,0" }
+                               << QStringList{ "Success", "Rejected", "Rejected", "Success" };
+    QTest::newRow("blanks and signs")
+        << QStringList{ " P ,+1", "P,0" } << QStringList{ "Success", "Success" };
+}
+
+void RadioLockTest::requests()
+{
+    QFETCH(const QStringList, requests);
+    QFETCH(const QStringList, replies);
+    const QString living = QString::number(getpid());
+    QStringList found;
+    for (QString text : requests) {
+        text.replace('P', living).replace('Q', QString::number(m_world.world().hostPid()));
+        const QString entry = QString("requestBluetooth called with params \"%1\"").arg(text);
+        const int before = count(entry);
+        found << request(text);
+        QCOMPARE(count(entry), before + 1);
+    }
+    QCOMPARE(found, replies);
+    QVERIFY(!isLent());
+    QCOMPARE(lockFile(), "none");
+}
+
+void RadioLockTest::aLoanStopsTheRadioAndTheReturnStartsIt()
+{
+    const QString pid = QString::number(getpid());
+    QVERIFY(m_world.set("enabled", true));
+    QCOMPARE(m_world.hostChildren().size(), 1);
+
+    QCOMPARE(request(pid + ",1"), "Success");
+    QCOMPARE(m_world.hostChildren(), QList<pid_t>());
+    QCOMPARE(lockFile(), pid.toLatin1());
+    QCOMPARE(m_world.value("enabled"), QVariant(true));
+    QVERIFY(isLent());
+    QCOMPARE(request(pid + ",1"), "Rejected");
+    QCOMPARE(lockFile(), pid.toLatin1());
+    QVERIFY(count(QString("requestBluetooth %1  successful lock").arg(pid)) > 0);
+    QVERIFY(count(QString("requestBluetooth %1  rejected lock").arg(pid)) > 0);
+
+    QCOMPARE(request(pid + ",0"), "Success");
+    QCOMPARE(m_world.hostChildren().size(), 1);
+    QCOMPARE(lockFile(), "none");
+    QVERIFY(!isLent());
+    QVERIFY(count(QString("requestBluetooth %1  successful free").arg(pid)) > 0);
+}
+
+void RadioLockTest::aLoanWithTheRadioOffLeavesItOff()
+{
+    const QString pid = QString::number(getpid());
+    QCOMPARE(request(pid + ",1"), "Success");
+    QCOMPARE(request(pid + ",0"), "Success");
+    QCOMPARE(m_world.hostChildren(), QList<pid_t>());
+}
+
+void RadioLockTest::whileLentTheSettingDoesNotStartTheRadio()
+{
+    const QString pid = QString::number(getpid());
+    QCOMPARE(request(pid + ",1"), "Success");
+    QVERIFY(m_world.set("enabled", true));
+    QCOMPARE(m_world.hostChildren(), QList<pid_t>());
+    QCOMPARE(request(pid + ",0"), "Success");
+    QCOMPARE(m_world.hostChildren().size(), 1);
+}
+
+void RadioLockTest::whileLentTheDaemonMayLeave()
+{
+    const QString pid = QString::number(getpid());
+    const QString marker = "/tmp/bluelock_shutdown";
+    QVERIFY(m_world.daemonAppears());
+    QVERIFY(m_world.set("enabled", true));
+    QFile file(marker);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(request(pid + ",1"), "Success");
+    QVERIFY(m_world.daemonLeaves());
+    QCOMPARE(m_world.value("enabled"), QVariant(true));
+    QVERIFY(file.remove()); // it was not asked for
+    QCOMPARE(request(pid + ",0"), "Success");
+    QCOMPARE(m_world.hostChildren().size(), 1);
+}
+
+void RadioLockTest::aDeadBorrowerIsFreed_data()
+{
+    // A return and a new loan within one period have a second chain of checks run beside the first.
+    QTest::addColumn<int>("loans");
+    QTest::newRow("one chain of checks") << 1;
+    QTest::newRow("two chains of checks") << 2;
+}
+
+void RadioLockTest::aDeadBorrowerIsFreed()
+{
+    QFETCH(const int, loans);
+    QVERIFY(m_world.set("enabled", true));
+    world::ChildProcess borrower;
+    QCOMPARE(borrower.start({ { "sleep", "60" } }), 0);
+    const QString pid = QString::number(borrower.pid());
+    for (int i = 1; i < loans; ++i) {
+        QCOMPARE(request(pid + ",1"), "Success");
+        QCOMPARE(request(pid + ",0"), "Success");
+    }
+    QCOMPARE(request(pid + ",1"), "Success");
+    const QString freed = QString("requestBluetooth %1  successful free").arg(pid);
+    QCOMPARE(count(freed), loans - 1);
+
+    borrower.end();
+    QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
+    QCOMPARE(m_world.hostChildren().size(), 1);
+    QCOMPARE(lockFile(), "none");
+    const QString gone = QString("Process %1  exited without freeing Bluetooth resource").arg(pid);
+    const QString output = m_world.world().output();
+    QVERIFY(output.contains(gone + "\nrequestBluetooth called with params \"" + pid + ",0\"\n" + freed));
+
+    // A loan to a process that never was ends at the next check of any chain, and the dead one is not
+    // reported again by that.
+    QCOMPARE(request("-5,1"), "Success");
+    QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
+    QCOMPARE(count("Process -5  exited without freeing Bluetooth resource"), loans);
+    QCOMPARE(count(gone), 1);
+}
+
+void RadioLockTest::aLivingBorrowerKeepsIt()
+{
+    const QString pid = QString::number(getpid());
+    QCOMPARE(request(pid + ",1"), "Success");
+    // The second between the two flips of a cycle has room for two checks.
+    QCOMPARE(m_world.trigger("cycleradio"), "");
+    QCOMPARE(m_world.value("enabled"), QVariant(true));
+    QTRY_COMPARE(m_world.value("enabled"), QVariant(false));
+    QVERIFY(isLent());
+    QCOMPARE(request(pid + ",0"), "Success");
+}
+
+void RadioLockTest::worksWithoutItsFile()
+{
+    const QString pid = QString::number(getpid());
+    QVERIFY(QDir().mkdir(LockFile));
+    QCOMPARE(request(pid + ",1"), "Success");
+    QVERIFY(isLent());
+    QCOMPARE(request(pid + ",0"), "Success");
+    QVERIFY(!isLent());
+    QVERIFY(QDir().rmdir(LockFile));
+}
+
+int main(int argc, char** argv)
+{
+    return runInModuleWorld<RadioLockTest>(argc, argv);
+}
+
+#include "RadioLockTest.moc"

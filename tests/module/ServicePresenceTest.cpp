@@ -1,0 +1,244 @@
+// The daemon comes and goes: what the module reads then, and what it does to the items.
+#include "DaemonTypes.h"
+#include "ModuleWorld.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+
+class ServicePresenceTest : public QObject
+{
+    Q_OBJECT
+public:
+    explicit ServicePresenceTest(ModuleWorld& world)
+        : m_world(world)
+        , m_daemon(world.daemon())
+    {
+    }
+
+private Q_SLOTS:
+    void initTestCase() { registerDaemonTypes(); }
+    void init();
+    void otherNamesChangeNothing_data();
+    void otherNamesChangeNothing();
+    void readsInOrder_data();
+    void readsInOrder();
+    void publishesWhatItRead();
+    void unreadablePropertiesReadAsNothing();
+    void aReplacedDaemonIsNotReadAgain();
+    void leavingResetsTheResults();
+    void markerKeepsTheSetting_data();
+    void markerKeepsTheSetting();
+    void aDaemonThatIsThereFirstIsNotSeen();
+
+private:
+    ModuleWorld& m_world;
+    ScriptedDaemon& m_daemon;
+};
+
+void ServicePresenceTest::init()
+{
+    m_daemon.leave();
+    QTRY_VERIFY(!m_world.isApplicable("status") || m_world.value("status").toInt() == 0);
+    for (const char* number : { "status", "scanState", "pairState" })
+        m_daemon.answer(number, { 0 });
+    for (const char* text : { "confirmationCode", "myName", "wifedsConnected" })
+        m_daemon.answer(text, { QString() });
+    m_daemon.answer("scanResults", { QVariant::fromValue(ScanResults()) });
+    m_daemon.answer("pairList", { QVariant::fromValue(PairList()) });
+    m_daemon.takeReads();
+    QVERIFY(m_world.set("enabled", false));
+}
+
+void ServicePresenceTest::otherNamesChangeNothing_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("other letter case") << "com.qarn.Bluetooth";
+    QTest::newRow("longer") << "com.qarn.bluetooth.agent";
+    QTest::newRow("shorter") << "com.qarn";
+}
+
+void ServicePresenceTest::otherNamesChangeNothing()
+{
+    QFETCH(const QString, name);
+    QVERIFY(m_daemon.appear(name));
+    m_daemon.leave(name);
+    // The own name comes behind them: what they caused would have been read by then.
+    QVERIFY(m_world.daemonAppears());
+    QCOMPARE(m_daemon.takeReads().count("status"), 1);
+}
+
+void ServicePresenceTest::readsInOrder_data()
+{
+    // What successive reads of the pairing state give, and how many the refresh makes: one for the result,
+    // then one for each comparison with 0, 100, 200, 201 and 202 until one fits.
+    QTest::addColumn<QVariantList>("pairStates");
+    QTest::addColumn<int>("reads");
+    QTest::addColumn<int>("shown");
+    QTest::newRow("idle") << QVariantList{ 0 } << 2 << 0;
+    QTest::newRow("paired") << QVariantList{ 100 } << 3 << 100;
+    QTest::newRow("failed") << QVariantList{ 200 } << 4 << 200;
+    QTest::newRow("not authenticated") << QVariantList{ 201 } << 5 << 201;
+    QTest::newRow("not connected") << QVariantList{ 202 } << 6 << 202;
+    QTest::newRow("under way") << QVariantList{ 3 } << 6 << 3;
+    QTest::newRow("settles meanwhile") << QVariantList{ 1, 6, 200 } << 4 << 1;
+    QTest::newRow("settles too late for its comparison") << QVariantList{ 1, 6, 6, 100 } << 6 << 1;
+    QTest::newRow("not a number") << QVariantList{ QStringList{ "x" } } << 2 << 0;
+}
+
+void ServicePresenceTest::readsInOrder()
+{
+    QFETCH(const QVariantList, pairStates);
+    QFETCH(const int, reads);
+    m_daemon.answer("pairState", pairStates);
+    QVERIFY(m_world.daemonAppears());
+
+    QStringList expected{ "status", "scanState", "pairState", "scanState" };
+    for (int i = 1; i < reads; ++i)
+        expected << "pairState";
+    expected << "confirmationCode"
+             << "myName"
+             << "scanResults"
+             << "pairList";
+    QCOMPARE(m_daemon.takeReads(), expected);
+    QTEST(m_world.value("pairstate").toInt(), "shown");
+    // Whatever the pairing state was: the arrival of the daemon ends with it.
+    QVERIFY(m_world.isApplicable("scan"));
+}
+
+void ServicePresenceTest::publishesWhatItRead()
+{
+    m_daemon.answer("status", { 3 });
+    m_daemon.answer("scanState", { 1, 2 }); // the second read is the one that stays
+    m_daemon.answer("myName", { "kitchen" });
+    m_daemon.answer("scanResults", { QVariant::fromValue(ScanResults{ { { 0x123456789ABC, -57, "a" } } }) });
+    m_daemon.answer("pairList", { QVariant::fromValue(PairList{ { { 0xA1B2C3D4E5F6, "b", 2 } } }) });
+    m_daemon.answer("pendingPair", { "somebody" });
+    QVERIFY(m_world.daemonAppears());
+    QCOMPARE(m_world.value("status"), QVariant(3));
+    QCOMPARE(m_world.value("scanstate"), QVariant(2));
+    QCOMPARE(m_world.text("myname"), "kitchen");
+    QCOMPARE(m_world.text("pendingpair"), "");
+    QCOMPARE(m_world.text("scanresultsAddr:0"), "12:34:56:78:9A:BC");
+    QCOMPARE(m_world.text("pairlistName:0"), "b");
+    QCOMPARE(m_world.value("isAnyDeviceConnected"), QVariant(true));
+}
+
+void ServicePresenceTest::unreadablePropertiesReadAsNothing()
+{
+    m_daemon.answer("scanResults", { QVariant::fromValue(ScanResults{ { { 1, 1, "stale" } } }) });
+    QVERIFY(m_world.daemonAppears());
+    QCOMPARE(m_world.text("scanresultsName:0"), "stale");
+    QVERIFY(m_world.daemonLeaves());
+
+    m_daemon.answer("status", {});
+    m_daemon.answer("myName", { 5 });
+    m_daemon.answer("scanResults", { QStringList{ "stale" } });
+    m_daemon.answer("pairList", { 7 });
+    QVERIFY(m_world.daemonAppears());
+    QCOMPARE(m_world.value("status"), QVariant(0));
+    QCOMPARE(m_world.text("myname"), "");
+    QCOMPARE(m_world.text("scanresultsName:0"), "");
+    QCOMPARE(m_world.text("scanresultsSignalStrength:31"), "0");
+    QCOMPARE(m_world.text("pairlistConnectionState:0"), "0");
+}
+
+void ServicePresenceTest::aReplacedDaemonIsNotReadAgain()
+{
+    QVERIFY(m_world.daemonAppears());
+    m_daemon.takeReads();
+    ScriptedDaemon second(m_world.world().systemBusAddress());
+    QVERIFY(second.appear());
+    // A name that changes hands is neither registered nor unregistered; the signals of the new owner count.
+    second.send("statusChanged", 3);
+    QTRY_COMPARE(m_world.value("status"), QVariant(3));
+    QCOMPARE(second.reads() + m_daemon.reads(), QStringList());
+    second.leave();
+    QTRY_VERIFY(!m_world.isApplicable("scan"));
+}
+
+void ServicePresenceTest::leavingResetsTheResults()
+{
+    m_daemon.answer("status", { 3 });
+    m_daemon.answer("scanState", { 2 });
+    m_daemon.answer("pairState", { 5 });
+    m_daemon.answer("myName", { "kitchen" });
+    m_daemon.answer("wifedsConnected", { "one" });
+    PairList pairs;
+    for (uint i = 1; i <= 40; ++i)
+        pairs.entries.append({ i, "n", i });
+    m_daemon.answer("pairList", { QVariant::fromValue(pairs) });
+    QVERIFY(m_world.daemonAppears());
+    m_daemon.send("pendingPairChanged", "somebody");
+    m_daemon.send("wifedCmdCtlSockAvailable", "socket");
+    QVERIFY(m_world.settle());
+    QCOMPARE(m_world.text("connectedwifeds"), "one");
+
+    QVERIFY(m_world.daemonLeaves());
+    for (const char* number : { "status", "scanstate", "pairstate" })
+        QCOMPARE(m_world.value(number), QVariant(0));
+    for (const char* text : { "confirmationcode", "pendingpair", "connectedwifeds" })
+        QCOMPARE(m_world.text(text), "");
+    for (int i = 0; i < 32; ++i) {
+        const QString index = QString::number(i);
+        QCOMPARE(m_world.text("pairlistAddr:" + index) + m_world.text("pairlistName:" + index), "");
+        QCOMPARE(m_world.text("pairlistConnectionState:" + index), "0");
+        QCOMPARE(m_world.text("scanresultsSignalStrength:" + index), "0");
+    }
+    QCOMPARE(m_world.value("isAnyDeviceConnected"), QVariant(false));
+    QCOMPARE(m_world.text("myname"), "kitchen");
+}
+
+void ServicePresenceTest::markerKeepsTheSetting_data()
+{
+    QTest::addColumn<QString>("marker");
+    QTest::addColumn<bool>("staysEnabled");
+    QTest::newRow("none") << "" << false;
+    QTest::newRow("file") << "file" << true;
+    QTest::newRow("link to a file") << "link" << true;
+    QTest::newRow("folder") << "folder" << false;
+}
+
+void ServicePresenceTest::markerKeepsTheSetting()
+{
+    QFETCH(const QString, marker);
+    const QString path = "/tmp/bluelock_shutdown";
+    QFile target(marker == "link" ? QString("/tmp/target") : path);
+    if (marker == "folder") {
+        QVERIFY(QDir().mkdir(path));
+    } else if (!marker.isEmpty()) {
+        QVERIFY(target.open(QIODevice::WriteOnly));
+    }
+    if (marker == "link")
+        QVERIFY(QFile::link(target.fileName(), path));
+
+    QVERIFY(m_world.daemonAppears());
+    QVERIFY(m_world.set("enabled", true));
+    QVERIFY(m_world.daemonLeaves());
+    QTEST(m_world.value("enabled").toBool(), "staysEnabled");
+    QCOMPARE(QFileInfo(path).isDir(), marker == "folder");
+    QVERIFY(!QFileInfo(path).isFile() && !QFileInfo(path).isSymLink());
+    QDir().rmdir(path);
+    QFile::remove("/tmp/target");
+}
+
+void ServicePresenceTest::aDaemonThatIsThereFirstIsNotSeen()
+{
+    QVERIFY(m_daemon.appear());
+    QTRY_VERIFY(!m_daemon.reads().isEmpty());
+    m_daemon.takeReads();
+    QCOMPARE(m_world.world().restartHost(), QString());
+    QCOMPARE(m_world.trigger("scan"), "");
+    m_daemon.send("statusChanged", 3);
+    m_daemon.leave();
+    QVERIFY(m_world.daemonAppears()); // now it is: what came before would have been seen as well
+    QCOMPARE(m_daemon.takeReads().count("status"), 1);
+    QCOMPARE(m_daemon.takeCalls(), QList<ScriptedDaemon::Call>());
+}
+
+int main(int argc, char** argv)
+{
+    return runInModuleWorld<ServicePresenceTest>(argc, argv);
+}
+
+#include "ServicePresenceTest.moc"

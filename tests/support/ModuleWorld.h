@@ -1,0 +1,99 @@
+#pragma once
+
+#include "ScriptedDaemon.h"
+#include "client/KELClientInterface.h"
+#include "world/World.h"
+
+#include <QCoreApplication>
+#include <QTest>
+
+#include <sys/types.h>
+
+#include <cstdio>
+#include <memory>
+
+/// The module in its real host on private buses, seen from both sides: its items as a client sees them, and
+/// the daemon that it talks to.
+class ModuleWorld
+{
+public:
+    explicit ModuleWorld(const world::PrivateFilesystem& filesystem);
+
+    /// @return what went wrong; empty when the world is there.
+    [[nodiscard]] QString start();
+
+    /// The daemon of this test. It is not on the bus before appear().
+    [[nodiscard]] ScriptedDaemon& daemon() { return *m_daemon; }
+    [[nodiscard]] world::World& world() { return m_world; }
+    [[nodiscard]] world::Mechanism mechanism() const { return m_filesystem.mechanism(); }
+    [[nodiscard]] KELClientInterface& client() { return *m_client; }
+
+    /// The value of an item; invalid when it cannot be read.
+    [[nodiscard]] QVariant value(const QString& item) const;
+    [[nodiscard]] QString text(const QString& item) const { return value(item).toString(); }
+    /// One of an item's properties: "applicable", "label", "kind", ….
+    [[nodiscard]] QVariant property(const QString& item, const QString& name) const;
+    [[nodiscard]] bool isApplicable(const QString& item) const;
+    [[nodiscard]] bool set(const QString& item, const QVariant& value) const;
+    /// The action's reply text; "?" when it could not be triggered.
+    [[nodiscard]] QString trigger(const QString& action, const QString& text = {}) const;
+
+    /// Takes the daemon to the bus, or from it, and waits until the module has followed.
+    [[nodiscard]] bool daemonAppears();
+    [[nodiscard]] bool daemonLeaves();
+    /// Returns when the module has worked off every signal that was sent before.
+    [[nodiscard]] bool settle();
+
+    /// How often a line stands in what the host printed.
+    [[nodiscard]] int countInOutput(const QString& line) const;
+    /// The children of the host that are still there, zombies as well.
+    [[nodiscard]] QList<pid_t> hostChildren() const;
+
+private:
+    const world::PrivateFilesystem& m_filesystem;
+    world::World m_world;
+    std::unique_ptr<ScriptedDaemon> m_daemon;
+    std::unique_ptr<KELClientInterface> m_client;
+    int m_fence = 0;
+};
+
+/// Whether a process is a zombie: ended, but not waited for.
+[[nodiscard]] bool isZombie(pid_t pid);
+
+/// What the recording controller wrote about one of its runs.
+struct ControllerRun
+{
+    pid_t pid = 0;
+    QList<QByteArray> arguments;
+    int parentDeathSignal = 0;
+    bool sigtermBlocked = false;
+    bool ended = false;
+};
+[[nodiscard]] QList<ControllerRun> controllerRuns();
+
+/// main() of a test class that is constructed with a ModuleWorld&. 77, which counts as skipped, where no
+/// private view of the file system can be had.
+template <typename Test>
+int runInModuleWorld(int argc, char** argv)
+{
+    world::PrivateFilesystem filesystem;
+    // Before anything that may start a thread.
+    const QString noView = filesystem.enter({ QStringLiteral(RECORDING_CONTROLLER), {} }, argv);
+    if (!noView.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qPrintable(noView));
+        return 77;
+    }
+    qputenv("PATH", QByteArray(TEST_PROGRAMS) + ':' + qgetenv("PATH"));
+    const QCoreApplication application(argc, argv);
+    ModuleWorld world(filesystem);
+    const QString problem = world.start();
+    if (!problem.isEmpty()) {
+        std::fprintf(stderr, "%s\n%s\n", qPrintable(problem), qPrintable(world.world().output()));
+        return 1;
+    }
+    Test test(world);
+    const int failures = QTest::qExec(&test, argc, argv);
+    if (failures != 0)
+        std::fprintf(stderr, "%s\n", qPrintable(world.world().output()));
+    return failures;
+}

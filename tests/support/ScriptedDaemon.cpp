@@ -1,0 +1,141 @@
+#include "ScriptedDaemon.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QDBusVirtualObject>
+#include <QHash>
+#include <QMutex>
+#include <QUuid>
+
+namespace {
+
+const QString Path = QStringLiteral("/com/qarn/Bluetooth");
+const QString Interface = QStringLiteral("com.qarn.bluetooth");
+
+} // namespace
+
+class ScriptedDaemon::Object : public QDBusVirtualObject
+{
+public:
+    [[nodiscard]] QString introspect(const QString& /*path*/) const override { return {}; }
+
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
+    {
+        const QMutexLocker locker(&m_mutex);
+        if (message.interface() == QLatin1String("org.freedesktop.DBus.Properties")) {
+            connection.send(read(message));
+            return true;
+        }
+        if (message.interface() != Interface)
+            return false;
+        m_calls.append({ message.member(), message.signature(), message.arguments() });
+        connection.send(message.createReply());
+        return true;
+    }
+
+    void answer(const QString& property, const QVariantList& values)
+    {
+        const QMutexLocker locker(&m_mutex);
+        m_answers.insert(property, values);
+    }
+    QList<Call> calls()
+    {
+        const QMutexLocker locker(&m_mutex);
+        return m_calls;
+    }
+    QList<Call> takeCalls()
+    {
+        const QMutexLocker locker(&m_mutex);
+        return std::exchange(m_calls, {});
+    }
+    QStringList reads()
+    {
+        const QMutexLocker locker(&m_mutex);
+        return m_reads;
+    }
+    QStringList takeReads()
+    {
+        const QMutexLocker locker(&m_mutex);
+        return std::exchange(m_reads, {});
+    }
+
+private:
+    QDBusMessage read(const QDBusMessage& message)
+    {
+        const QString property = message.arguments().value(1).toString();
+        m_reads.append(property);
+        QVariantList& values = m_answers[property];
+        if (values.isEmpty())
+            return message.createErrorReply(QDBusError::UnknownProperty, property);
+        const QVariant value = values.size() > 1 ? values.takeFirst() : values.first();
+        return message.createReply(QVariant::fromValue(QDBusVariant(value)));
+    }
+
+    QMutex m_mutex;
+    QHash<QString, QVariantList> m_answers;
+    QList<Call> m_calls;
+    QStringList m_reads;
+};
+
+ScriptedDaemon::ScriptedDaemon(const QString& busAddress)
+    : m_connectionName(QUuid::createUuid().toString())
+    , m_object(std::make_unique<Object>())
+{
+    m_object->moveToThread(&m_thread);
+    m_thread.start();
+    QDBusConnection::connectToBus(busAddress, m_connectionName)
+        .registerVirtualObject(Path, m_object.get(), QDBusConnection::SingleNode);
+}
+
+ScriptedDaemon::~ScriptedDaemon()
+{
+    QDBusConnection(m_connectionName).unregisterObject(Path);
+    QDBusConnection::disconnectFromBus(m_connectionName);
+    m_thread.quit();
+    m_thread.wait();
+}
+
+bool ScriptedDaemon::appear(const QString& name) const
+{
+    const auto reply = QDBusConnection(m_connectionName)
+                           .interface()
+                           ->registerService(name, QDBusConnectionInterface::ReplaceExistingService,
+                                             QDBusConnectionInterface::AllowReplacement);
+    return reply.value() == QDBusConnectionInterface::ServiceRegistered;
+}
+
+void ScriptedDaemon::leave(const QString& name) const
+{
+    QDBusConnection(m_connectionName).unregisterService(name);
+}
+
+void ScriptedDaemon::answer(const QString& property, const QVariantList& values)
+{
+    m_object->answer(property, values);
+}
+
+void ScriptedDaemon::send(const QString& signal, const QVariant& payload) const
+{
+    QDBusMessage message = QDBusMessage::createSignal(Path, Interface, signal);
+    message << QVariant::fromValue(QDBusVariant(payload));
+    QDBusConnection(m_connectionName).send(message);
+}
+
+QList<ScriptedDaemon::Call> ScriptedDaemon::takeCalls()
+{
+    return m_object->takeCalls();
+}
+QStringList ScriptedDaemon::takeReads()
+{
+    return m_object->takeReads();
+}
+QList<ScriptedDaemon::Call> ScriptedDaemon::calls() const
+{
+    return m_object->calls();
+}
+QStringList ScriptedDaemon::reads() const
+{
+    return m_object->reads();
+}

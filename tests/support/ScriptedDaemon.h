@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QThread>
+#include <QVariant>
+
+#include <memory>
+
+/// Stands in for the Bluetooth daemon on the private system bus: records what is asked of it and answers as
+/// it was told, with well-formed values and others. It lives on a thread of its own, so that a test may wait
+/// for the module's host while that waits for the daemon.
+class ScriptedDaemon
+{
+public:
+    /// One method call, as it arrived.
+    struct Call
+    {
+        QString member;
+        QString signature;
+        QVariantList arguments;
+        bool operator==(const Call& other) const
+        {
+            return member == other.member && signature == other.signature && arguments == other.arguments;
+        }
+    };
+
+    explicit ScriptedDaemon(const QString& busAddress);
+    ~ScriptedDaemon();
+    ScriptedDaemon(const ScriptedDaemon&) = delete;
+    ScriptedDaemon& operator=(const ScriptedDaemon&) = delete;
+
+    /// Takes the bus name, from another daemon too. @return whether that worked
+    [[nodiscard]] bool appear(const QString& name = QStringLiteral("com.qarn.bluetooth")) const;
+    void leave(const QString& name = QStringLiteral("com.qarn.bluetooth")) const;
+
+    /// Successive reads of a property get these values in turn; the last stays.
+    void answer(const QString& property, const QVariantList& values);
+    /// Sends a signal with one variant argument.
+    void send(const QString& signal, const QVariant& payload) const;
+
+    /// What was asked since the last call of these, in order.
+    QList<Call> takeCalls();
+    QStringList takeReads(); ///< names of properties
+    [[nodiscard]] QList<Call> calls() const;
+    [[nodiscard]] QStringList reads() const;
+
+private:
+    class Object;
+    QString m_connectionName;
+    QThread m_thread;
+    std::unique_ptr<Object> m_object;
+};
