@@ -32,10 +32,11 @@ bool readSignal(int fd, signalfd_siginfo* signal)
     return read(fd, signal, sizeof *signal) == sizeof *signal;
 }
 
-/// The terminal sends Ctrl-C, Ctrl-\ and its own end to everyone in the foreground at once.
-bool cameFromTerminal(const signalfd_siginfo& signal)
+/// The terminal sends Ctrl-C and Ctrl-\ to everyone in the foreground at once. Its own end it tells only to
+/// the leader of its session, which may be us.
+bool everyoneHasIt(const signalfd_siginfo& signal)
 {
-    return signal.ssi_code == SI_KERNEL;
+    return signal.ssi_code == SI_KERNEL && (signal.ssi_signo == SIGINT || signal.ssi_signo == SIGQUIT);
 }
 
 void pass(const signalfd_siginfo& signal, const ChildProcess& process, SignalTarget target)
@@ -97,7 +98,7 @@ int ForegroundSignals::supervise(ChildProcess& process, const Supervision& how) 
         }
         signalfd_siginfo signal{};
         while (readSignal(m_signals.get(), &signal)) {
-            if (cameFromTerminal(signal)) {
+            if (everyoneHasIt(signal)) {
                 continue;
             }
             pass(signal, process, how.target);

@@ -26,6 +26,7 @@ private Q_SLOTS:
     void signalEndsTheWorld();
     void controlC_data();
     void controlC();
+    void endsWithItsTerminal();
     void hostThatLeavesIsReported();
     void outputGoesToTheLog();
 };
@@ -46,6 +47,25 @@ QStringList withStandIn(const QStringList& arguments)
 bool isGone(pid_t pid)
 {
     return pid > 0 && kill(pid, 0) != 0;
+}
+
+/// Starts a world on a terminal of its own, and waits until its command says "ready".
+bool startInTerminal(QProcess& terminal, const QString& command)
+{
+    QStringList words;
+    for (QString word : QStringList{ program() } + withStandIn({ "--", "sh", "-c", command })) {
+        words << QLatin1Char('\'') + word.replace(QLatin1Char('\''), QStringLiteral("'\\''"))
+                + QLatin1Char('\'');
+    }
+    terminal.start(QStringLiteral("script"), { "-qec", words.join(QLatin1Char(' ')), "/dev/null" });
+    QByteArray output;
+    while (!output.contains("ready")) {
+        if (!terminal.waitForReadyRead()) {
+            return false;
+        }
+        output += terminal.readAll();
+    }
+    return true;
 }
 
 /// The processes that a command named, a number a line.
@@ -230,21 +250,25 @@ void BluetoothworldTest::controlC()
 {
     QFETCH(QString, script);
     QFETCH(int, status);
-    QStringList words;
-    for (const QString& word : QStringList{ program() } + withStandIn({ "--", "sh", "-c", script })) {
-        words << QLatin1Char('\'') + QString(word).replace(QLatin1Char('\''), QStringLiteral("'\\''"))
-                + QLatin1Char('\'');
-    }
     QProcess terminal;
-    terminal.start(QStringLiteral("script"), { "-qec", words.join(QLatin1Char(' ')), "/dev/null" });
-    QByteArray output;
-    while (!output.contains("ready")) {
-        QVERIFY2(terminal.waitForReadyRead(), output.constData());
-        output += terminal.readAll();
-    }
+    QVERIFY(startInTerminal(terminal, script));
     terminal.write("\x03");
     QVERIFY(terminal.waitForFinished());
     QCOMPARE(terminal.exitCode(), status);
+}
+
+void BluetoothworldTest::endsWithItsTerminal()
+{
+    const QTemporaryDir runtime(QStringLiteral("/var/tmp/runtime-XXXXXX"));
+    QProcess terminal;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+    terminal.setProcessEnvironment(environment);
+    QVERIFY(startInTerminal(terminal, QStringLiteral("echo ready; exec sleep 1000")));
+    QVERIFY(!QDir(runtime.path()).isEmpty());
+    terminal.kill();
+    QVERIFY(terminal.waitForFinished());
+    QTRY_VERIFY_WITH_TIMEOUT(QDir(runtime.path()).isEmpty(), 30'000);
 }
 
 void BluetoothworldTest::hostThatLeavesIsReported()
