@@ -2,31 +2,35 @@
 
 #include <QDBusMetaType>
 
+#include <algorithm>
+
 namespace {
 
 constexpr QLatin1String ScanFields("tis", 3);
 constexpr QLatin1String PairFields("tsu", 3);
 
-// Whether "signature" is "opening", one or more of the first "fields", and the closing parenthesis.
-bool holdsFirstFieldsOf(QLatin1String fields, const QString& signature, QLatin1String opening)
+// Whether "signature" is "opening", structure fields, and the closing parenthesis, where the fields are one
+// or more of the first "fields", or all of them and then more: a later daemon may append some, which are
+// skipped.
+bool beginsWithFieldsOf(QLatin1String fields, const QString& signature, QLatin1String opening)
 {
     const int count = signature.size() - opening.size() - 1;
-    return count >= 1 && count <= fields.size() && signature.startsWith(opening)
-        && signature.endsWith(QLatin1Char(')'))
-        && QStringView(signature).mid(opening.size(), count) == fields.left(count);
+    const int known = std::min(count, fields.size());
+    return count >= 1 && signature.startsWith(opening) && signature.endsWith(QLatin1Char(')'))
+        && QStringView(signature).mid(opening.size(), known) == fields.left(known);
 }
 
 bool isEntryOf(QLatin1String fields, const QDBusArgument& argument)
 {
     return argument.currentType() == QDBusArgument::StructureType
-        && holdsFirstFieldsOf(fields, argument.currentSignature(), QLatin1String("("));
+        && beginsWithFieldsOf(fields, argument.currentSignature(), QLatin1String("("));
 }
 
 // The type comes first: an argument that is being written has a signature too, but cannot be read.
 bool isListOf(QLatin1String fields, const QDBusArgument& argument)
 {
     return argument.currentType() == QDBusArgument::ArrayType
-        && holdsFirstFieldsOf(fields, argument.currentSignature(), QLatin1String("a("));
+        && beginsWithFieldsOf(fields, argument.currentSignature(), QLatin1String("a("));
 }
 
 template <typename Field>

@@ -148,13 +148,16 @@ void DaemonTypesTest::readsLists_data()
                               << PairList();
     QTest::newRow("no states") << list<TS>({ { { 7, name } } }) << "a(ts)" << ScanResults()
                                << PairList{ { { 7, name, 0 } } };
+    // Fields that are appended are passed over, from entry to entry.
+    QTest::newRow("one field more") << list<TISU>({ { { 7, -3, name, 1 } }, { { 8, -4, {}, 2 } } })
+                                    << "a(tisu)" << ScanResults{ { { 7, -3, name }, { 8, -4, {} } } }
+                                    << PairList();
 
     const auto unreadable = [](const char* signature, const QVariant& payload) {
         QTest::newRow(signature) << payload << QString::fromLatin1(signature) << ScanResults() << PairList();
     };
     const TIS entry{ { 7, -3, name } };
     unreadable("a(tsi)", list<TSI>({ { { 7, name, 1 } } }));
-    unreadable("a(tisu)", list<TISU>({ { { 7, -3, name, 1 } } }));
     unreadable("a(xis)", list<XIS>({ { { 7, -3, name } } }));
     unreadable("a(sss)", list<SSS>({ { { name, name, name } } }));
     unreadable("a((tis))", list<NestedTIS>({ { { entry } } }));
