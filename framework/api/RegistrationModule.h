@@ -12,7 +12,7 @@ public:
 
     void haltaction() override;
 
-    /// How long a shutdown waits for readyToHalt(), in milliseconds.
+    /// How long a shutdown waits for a module that is not readyToHalt(), in milliseconds.
     virtual int exitTimeout();
     /// Starts the module's own window, where it has one; this framework has none.
     virtual void startQView();

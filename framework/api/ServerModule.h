@@ -72,13 +72,13 @@ public:
     virtual bool loadConfigurationFile(const QString& path);
     /// @return false when the file cannot be written; what was wrong is printed.
     virtual bool saveConfigurationFile(const QString& path);
-    /// Ends the module's service: haltaction(), then the configs are saved.
+    /// Ends the module's service; the server stores what has changed afterwards.
     virtual void halt();
-    /// (module) Asked in a shutdown; the server waits up to exitTimeout() for a true answer.
+    /// (module) Asked in a shutdown; after a false answer the server goes on serving for exitTimeout().
     virtual bool readyToHalt();
     /// After the last stored config was applied, before the bus name is taken.
     virtual void slotLastConfigLoaded();
-    /// (module) When a client connects for the first time.
+    /// (module) When a client asks for one of the server's items for the first time.
     virtual void firstClientSeen();
     /// The short ids of the configs that are stored.
     virtual QStringList computeSaveConfigIds();

@@ -19,7 +19,7 @@ void insertValue(QVariantMap& properties, const Item& item)
     if (item.value().isValid())
         properties.insert(QStringLiteral("value"), item.value());
     if (item.type.isEnumeration())
-        properties.insert(QStringLiteral("text"), enumLabel(item.type.values(), item.value().toInt()));
+        properties.insert(QStringLiteral("text"), enumLabel(item.type.values(), item.value().toLongLong()));
 }
 
 void insertApplicable(QVariantMap& properties, const Item& item)

@@ -68,7 +68,7 @@ std::optional<int> findEnumValue(const QVector<EnumValue>& values, const QString
     return {};
 }
 
-QString enumLabel(const QVector<EnumValue>& values, int value)
+QString enumLabel(const QVector<EnumValue>& values, qlonglong value)
 {
     const auto* const found =
         std::find_if(values.begin(), values.end(), [&](const EnumValue& v) { return v.value == value; });

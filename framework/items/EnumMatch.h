@@ -16,6 +16,6 @@ namespace ipc {
 IPC_EXPORT std::optional<int> findEnumValue(const QVector<EnumValue>& values, const QString& text);
 
 /// The label of a number; empty for a number outside of the enumeration.
-IPC_EXPORT QString enumLabel(const QVector<EnumValue>& values, int value);
+IPC_EXPORT QString enumLabel(const QVector<EnumValue>& values, qlonglong value);
 
 } // namespace ipc

@@ -86,9 +86,10 @@ Item* ModuleItems::findOrWarn(ItemKind kind, const QString& name) const
 
 void ModuleItems::warnOnce(ItemKind kind, const QString& name) const
 {
-    if (m_unknownNames.contains(name))
+    const QString kindAndName = toString(kind) + QLatin1Char(' ') + name;
+    if (m_unknownNames.contains(kindAndName))
         return;
-    m_unknownNames.insert(name);
+    m_unknownNames.insert(kindAndName);
     qWarning().noquote().nospace() << m_module << " has no " << toString(kind) << " \"" << name << '"';
 }
 

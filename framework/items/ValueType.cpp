@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <limits>
 
 namespace ipc {
 namespace {
@@ -93,6 +94,14 @@ QVariant ValueType::fromModule(const QVariant& value) const
 {
     if (m_metaType == QMetaType::UnknownType || value.userType() == m_metaType)
         return value;
+    if (m_metaType == QMetaType::Int) {
+        // QVariant would cut down what is beyond an int.
+        bool isNumber = false;
+        const qlonglong number = value.toLongLong(&isNumber);
+        if (isNumber
+            && (number > std::numeric_limits<int>::max() || number < std::numeric_limits<int>::min()))
+            return number;
+    }
     QVariant converted = value;
     return converted.convert(m_metaType) ? converted : QVariant();
 }
@@ -167,7 +176,7 @@ QVariant ValueType::fromClient(const QVariant& value, bool secret, std::optional
 std::optional<Refusal> ValueType::checkLimits(const QVariant& value, bool secret) const
 {
     if (isEnumeration()) {
-        const bool isKnown = !enumLabel(m_values, value.toInt()).isNull();
+        const bool isKnown = !enumLabel(m_values, value.toLongLong()).isNull();
         return isKnown ? std::nullopt : std::optional(noneOf(m_values, value, secret));
     }
     if (auto refusal = checkRange(value, secret))

@@ -40,7 +40,8 @@ public:
     [[nodiscard]] QString regularExpression() const { return m_expressionText; }
 
     /// A value as its module writes it: of this type, or invalid when it cannot be converted. Not checked
-    /// against limits; a number outside of the enumeration is kept.
+    /// against limits; a number outside of the enumeration is kept, and so is one beyond an int, as a 64-bit
+    /// one.
     [[nodiscard]] QVariant fromModule(const QVariant& value) const;
 
     /// A value as a client writes it: texts are understood for every type.

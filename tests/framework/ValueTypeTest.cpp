@@ -115,6 +115,8 @@ void ValueTypeTest::moduleWrites_data()
     QTest::newRow("enum as text") << ValueType::enumeration(States) << QVariant("3") << QVariant(3);
     QTest::newRow("number outside of the enum")
         << ValueType::enumeration(States) << QVariant(77) << QVariant(77);
+    QTest::newRow("number beyond an int")
+        << ValueType::enumeration(States) << QVariant("4294967296") << QVariant(4294967296LL);
     QTest::newRow("text beyond its limits") << pinType() << QVariant(QString("")) << QVariant(QString(""));
     QTest::newRow("number beyond its range") << volumeType() << QVariant(4000) << QVariant(4000);
     QTest::newRow("what does not convert") << volumeType() << QVariant("loud") << QVariant();
