@@ -1,8 +1,7 @@
 #include "ItemNames.h"
 
 #include "DisplayText.h"
-
-#include <fnmatch.h>
+#include "items/ItemPattern.h"
 
 #include <algorithm>
 #include <numeric>
@@ -142,20 +141,19 @@ Expected<int> findItem(const Items& items, const QString& name, Wanted wanted)
 
 QString serverOfAddress(const QString& name)
 {
-    return name.startsWith(QLatin1Char(':')) ? name.section(QLatin1Char(':'), 2, 2) : QString();
+    const QString server =
+        name.startsWith(QLatin1Char(':')) ? name.section(QLatin1Char(':'), 2, 2) : QString();
+    // A shell pattern there means any server that fits.
+    const bool isPattern = std::any_of(server.begin(), server.end(), [](QChar character) {
+        return QLatin1String("*?[").contains(character);
+    });
+    return isPattern ? QString() : server;
 }
 
 bool matches(const Item& item, const QString& pattern)
 {
-    const QByteArray shell = pattern.toUtf8();
-    const auto fits = [&](const QString& name) {
-        return ::fnmatch(shell.constData(), name.toUtf8().constData(), 0) == 0;
-    };
-    if (pattern.startsWith(QLatin1Char(':')))
-        return fits(item.address);
-    const QString moduleAndId = item.module + QLatin1Char(':') + item.id;
-    return fits(moduleAndId) || (!pattern.contains(QLatin1Char(':')) && fits(item.id))
-        || (item.index && (fits(item.shortName()) || fits(item.idWithIndex())));
+    const auto address = ipc::ItemAddress::parse(item.address);
+    return address && ipc::matchesPattern(*address, pattern);
 }
 
 Items matching(const Items& items, const QStringList& patterns)

@@ -78,7 +78,7 @@ ExitStatus runGet(const Request& request, Output& output)
         return output.fail(selected.failure());
     for (int i = 0; i < selected->items.size(); ++i) {
         const Item& item = selected->items[i];
-        if (item.isAction() && !request.json)
+        if (item.isAction())
             return output.fail(actionHasNoValue(request.arguments[i]));
         noteIfInapplicable(item, request.arguments[i], output);
     }

@@ -13,7 +13,7 @@ enum class ItemKind { Config, Result, Action };
 IPC_EXPORT QString toString(ItemKind kind);
 
 /// Where an item stands: ":config:SERVER:MODULE:ID:", and ":result:SERVER:MODULE:ID:3:" for instance 3.
-struct ItemAddress
+struct IPC_EXPORT ItemAddress
 {
     static constexpr int NoIndex = -1;
 

@@ -68,8 +68,11 @@ void ItemctlCommandsTest::calls_data()
                                              << "itemctl: note: pin does not apply now";
     QTest::newRow("get an action") << List{ "get", "echo" } << 1 << ""
                                    << "itemctl call echo";
-    QTest::newRow("get an action, JSON") << List{ "get", "echo", "--json" } << 0 << "null\n"
-                                         << "";
+    QTest::newRow("get an action, JSON") << List{ "get", "echo", "--json" } << 1 << ""
+                                         << "itemctl call echo";
+    QTest::newRow("pattern over full addresses")
+        << List{ "list", ":config:*:pin:" } << 0 << ":config:demo:mod:pin:  5190  PIN [does not apply]\n"
+        << "";
     QTest::newRow("nothing of it when one is missing") << List{ "get", "state", "stat" } << 3 << ""
                                                        << "did you mean \"state\"?";
     QTest::newRow("config and result") << List{ "get", "volume" } << 3 << ""
