@@ -95,7 +95,7 @@ bool ScriptEngine::evaluate(Reference function, const std::vector<Reference>& ob
     duk_context* context = m_context.get();
     duk_require_stack(context, static_cast<duk_idx_t>(objects.size() + 1));
     duk_push_heapptr(context, function);
-    for (const Reference object : objects)
+    for (void* object : objects)
         duk_push_heapptr(context, object);
     if (duk_pcall(context, static_cast<duk_idx_t>(objects.size())) != 0) {
         *error = takeError(context);
