@@ -70,6 +70,8 @@ public:
     /// Applies stored configs from a file of this server, as announced writes.
     /// @return false when the file cannot be read; what was wrong is printed.
     virtual bool loadConfigurationFile(const QString& path);
+    /// Stores the configs. The server calls it for each module that changed, and writes its file once after
+    /// the last of them.
     /// @return false when the file cannot be written; what was wrong is printed.
     virtual bool saveConfigurationFile(const QString& path);
     /// Ends the module's service; the server stores what has changed afterwards.

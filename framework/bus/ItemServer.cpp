@@ -6,6 +6,8 @@
 #include "RegistrationModule.h"
 #include "items/ForkGuard.h"
 #include "items/ModuleItems.h"
+#include "store/AtomicFile.h"
+#include "store/ConfigFile.h"
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
@@ -14,6 +16,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <utility>
 
 namespace ipc {
 
@@ -76,17 +79,12 @@ bool ItemServer::start(QString* error)
         *error = taken;
         return false;
     }
-    if (!QDir().mkpath(m_stateFolder)) {
-        *error = QStringLiteral("the state folder %1 cannot be made; it has to be one that can be written")
-                     .arg(m_stateFolder);
+    if (const QString problem = makePrivateFolder(m_stateFolder); !problem.isEmpty()) {
+        *error = QStringLiteral("the state folder cannot be made; it has to be one that can be written (%1)")
+                     .arg(problem);
         return false;
     }
-    for (RegistrationModule* module : m_modules) {
-        module->aboutToLoadConfig();
-        module->loadConfigurationFile(configPath());
-        leaveIfForked();
-        module->slotLastConfigLoaded();
-    }
+    loadConfigs();
     flush(); // what was loaded is where clients begin
     m_isServing = true;
     if (!m_connection.registerObject(names::ObjectPath, this)) {
@@ -100,6 +98,18 @@ bool ItemServer::start(QString* error)
     for (RegistrationModule* module : m_modules)
         module->busNameTaken();
     return true;
+}
+
+void ItemServer::loadConfigs()
+{
+    m_configs = std::make_unique<ConfigFile>(configPath());
+    removeUnfinished(m_configs->path());
+    for (RegistrationModule* module : m_modules) {
+        module->aboutToLoadConfig();
+        module->loadConfigurationFile(m_configs->path());
+        leaveIfForked();
+        module->slotLastConfigLoaded();
+    }
 }
 
 void ItemServer::halt()
@@ -116,6 +126,7 @@ void ItemServer::halt()
         loop.exec();
     }
     flush();
+    saveConfigs({});
     if (m_isServing) {
         m_connection.unregisterService(names::BusNamePrefix + QCoreApplication::applicationName());
         m_connection.unregisterObject(names::ObjectPath);
@@ -140,6 +151,7 @@ void ItemServer::flush()
     m_flushScheduled = false;
     const bool withApplicability = !m_watchers.isEmpty();
     ItemRecords records;
+    std::vector<RegistrationModule*> changed;
     for (RegistrationModule* module : m_modules) {
         bool configChanged = false;
         const bool isPublished = module->publishesItems();
@@ -152,17 +164,28 @@ void ItemServer::flush()
                 records << changedItem(*item, changes);
         }
         if (configChanged && m_isServing)
-            saveConfigs(*module);
+            changed.push_back(module);
     }
+    if (!changed.empty())
+        saveConfigs(changed);
     if (m_isServing && !records.isEmpty())
         Q_EMIT Changed(++m_serial, records);
 }
 
-void ItemServer::saveConfigs(RegistrationModule& module)
+void ItemServer::saveConfigs(const std::vector<RegistrationModule*>& changed)
 {
-    module.aboutToSaveConfig();
-    if (module.saveConfigurationFile(configPath()))
-        module.configSaved();
+    for (RegistrationModule* module : changed) {
+        module->aboutToSaveConfig();
+        module->items().setSharedConfigFile(m_configs.get());
+        const bool gathered = module->saveConfigurationFile(m_configs->path());
+        module->items().setSharedConfigFile(nullptr);
+        if (gathered && std::find(m_unsaved.begin(), m_unsaved.end(), module) == m_unsaved.end())
+            m_unsaved.push_back(module);
+    }
+    if (m_unsaved.empty() || !m_configs->write())
+        return;
+    for (RegistrationModule* module : std::exchange(m_unsaved, {}))
+        module->configSaved();
 }
 
 } // namespace ipc

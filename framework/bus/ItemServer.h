@@ -11,13 +11,14 @@
 #include <QSet>
 #include <QStringList>
 
-#include <variant>
+#include <memory>
 #include <vector>
 
 class RegistrationModule;
 
 namespace ipc {
 
+class ConfigFile;
 class Item;
 
 /// Publishes the items of this process's modules on the bus as "tov.base.APPLICATION", at /tov/base/Items
@@ -28,7 +29,7 @@ class IPC_EXPORT ItemServer : public QObject, protected QDBusContext
     Q_PROPERTY(QStringList Modules READ modules)
 public:
     /// @param connection usually the session bus; without a bus, start() says so.
-    /// @param stateFolder where APPLICATION.json is kept; made when it is missing.
+    /// @param stateFolder where APPLICATION.json is kept; made, for its owner alone, when it is missing.
     ItemServer(QDBusConnection connection, QString stateFolder, QObject* parent = nullptr);
     ~ItemServer() override;
 
@@ -39,7 +40,8 @@ public:
     /// @param error what was wrong and what would be right, when the answer is false.
     bool start(QString* error);
 
-    /// Ends the service: no more actions, configs stored, bus name given back.
+    /// Ends the service: no more actions, configs stored (once more those that could not be), bus name given
+    /// back.
     void halt();
 
     [[nodiscard]] QStringList modules() const;
@@ -68,14 +70,18 @@ private:
     void refuse(const QString& errorName, const QString& text) const;
 
     [[nodiscard]] ItemRecords matching(const QStringList& patterns, bool startsWatching) const;
+    void loadConfigs();
     void scheduleFlush();
     void flush();
-    void saveConfigs(RegistrationModule& module);
+    /// Stores the configs of these modules, and of those that could not be stored before, in one step.
+    void saveConfigs(const std::vector<RegistrationModule*>& changed);
     [[nodiscard]] QString configPath() const;
 
     QDBusConnection m_connection;
     QString m_stateFolder;
     std::vector<RegistrationModule*> m_modules;
+    std::unique_ptr<ConfigFile> m_configs; ///< from start() on
+    std::vector<RegistrationModule*> m_unsaved; ///< to be told when their configs are stored
     QDBusServiceWatcher m_watcherLeft; ///< tells when a client that watches leaves the bus
     QSet<QString> m_watchers; ///< unique bus names
     qulonglong m_serial = 0;

@@ -17,6 +17,7 @@
 namespace ipc {
 
 class Applicability;
+class ConfigFile;
 
 /// All items of one module, in the order of their creation, and the list of those that changed.
 class IPC_EXPORT ModuleItems
@@ -62,6 +63,10 @@ public:
     void refuseActions() { m_refusesActions = true; }
     [[nodiscard]] bool refusesActions() const { return m_refusesActions; }
 
+    /// While a server stores the configs of all its modules at once: its file, which it writes itself.
+    void setSharedConfigFile(ConfigFile* file) { m_sharedConfigFile = file; }
+    [[nodiscard]] ConfigFile* sharedConfigFile() const { return m_sharedConfigFile; }
+
     // Changes
     void listAsChanged(Item& item);
     void announceWrite(const Item& item) const;
@@ -85,6 +90,7 @@ private:
     std::unordered_map<const Item*, std::unique_ptr<ServerItem>> m_handles;
     mutable QSet<QString> m_unknownNames;
     std::vector<Item*> m_changed;
+    ConfigFile* m_sharedConfigFile = nullptr;
     bool m_changeAnnounced = false;
     bool m_refusesActions = false;
 };

@@ -88,12 +88,21 @@ bool ServerModule::isLastConfigShared()
 
 bool ServerModule::loadConfigurationFile(const QString& path)
 {
-    return ipc::loadConfigs(path, *m_items);
+    return ipc::ConfigFile(path).load(*m_items);
 }
 
 bool ServerModule::saveConfigurationFile(const QString& path)
 {
-    return ipc::saveConfigs(path, *m_items, computeSaveConfigIds());
+    const QStringList ids = computeSaveConfigIds();
+    // All modules that changed in one turn are stored together, in one step.
+    ipc::ConfigFile* shared = m_items->sharedConfigFile();
+    if (shared != nullptr && shared->path() == path) {
+        shared->gather(*m_items, ids);
+        return true;
+    }
+    ipc::ConfigFile file(path);
+    file.gather(*m_items, ids);
+    return file.write();
 }
 
 void ServerModule::halt()

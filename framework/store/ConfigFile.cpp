@@ -1,11 +1,12 @@
 #include "ConfigFile.h"
 
+#include "AtomicFile.h"
 #include "items/ModuleItems.h"
 
 #include <QDateTime>
 #include <QDebug>
 #include <QFile>
-#include <QSaveFile>
+#include <QSet>
 
 #include <nlohmann/json.hpp>
 
@@ -21,38 +22,42 @@ constexpr const char* Modules = "modules";
 constexpr const char* Values = "values";
 constexpr const char* BeyondLimits = "beyondLimits";
 
-void setAside(const QString& path, const QString& reason)
+struct Stored
 {
-    const QString kept =
-        QStringLiteral("%1.damaged-%2")
-            .arg(path, QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")));
-    const bool renamed = QFile::rename(path, kept);
-    qWarning().noquote() << path << "is damaged and its configs take their defaults:" << reason
-                         << (renamed ? QStringLiteral("; the file is kept as ") + kept
-                                     : QStringLiteral("; it could not be renamed"));
-}
+    std::optional<Json> document; ///< an empty object when there is no file
+    QString problem; ///< why there is no document
+    bool isDamaged = false;
+};
 
-/// The file's content; an empty object when there is none, nothing when it cannot be understood.
-std::optional<Json> read(const QString& path)
+Stored read(const QString& path)
 {
     QFile file(path);
     if (!file.exists())
-        return Json::object();
-    if (!file.open(QIODevice::ReadOnly)) {
-        qWarning().noquote() << path
-                             << "cannot be read and its configs take their defaults:" << file.errorString();
-        return {};
-    }
+        return { Json::object(), {} };
+    if (!file.open(QIODevice::ReadOnly))
+        return { {}, QStringLiteral("cannot be read: %1").arg(file.errorString()) };
     const QByteArray content = file.readAll();
     try {
         Json document = Json::parse(content.begin(), content.end());
         if (document.is_object() && document.value(Modules, Json::object()).is_object())
-            return document;
-        setAside(path, QStringLiteral("an object with an object \"modules\" is expected"));
+            return { std::move(document), {} };
+        return { {}, QStringLiteral("an object with an object \"modules\" is expected"), true };
     } catch (const Json::exception& error) {
-        setAside(path, QString::fromUtf8(error.what()));
+        return { {}, QString::fromUtf8(error.what()), true };
     }
-    return {};
+}
+
+/// Keeps a damaged file under another name. @return false when it could not be renamed.
+bool setAside(const QString& path, const QString& reason)
+{
+    const QString kept =
+        QStringLiteral("%1.damaged-%2")
+            .arg(path, QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")));
+    if (!QFile::rename(path, kept))
+        return false;
+    qWarning().noquote() << path << "is damaged and its configs take their defaults:" << reason
+                         << "; the file is kept as" << kept;
+    return true;
 }
 
 QVariant toVariant(const Json& value)
@@ -120,59 +125,132 @@ void apply(Item& item, const QVariant& value, bool beyondLimits, const QString& 
     item.store(converted, true);
 }
 
+/// The object under a key; made when it is missing or something else.
+Json& objectIn(Json& parent, const std::string& key)
+{
+    Json& child = parent[key];
+    if (!child.is_object())
+        child = Json::object();
+    return child;
+}
+
+bool contains(const Json& list, const std::string& text)
+{
+    return std::find(list.begin(), list.end(), Json(text)) != list.end();
+}
+
+/// Puts the values of a module's configs where they stood; ids that the module does not have stay.
+void storeValues(Json& values, const ModuleItems& items, const QStringList& ids)
+{
+    const QSet<QString> saved(ids.begin(), ids.end());
+    Json kept = Json::object();
+    for (const auto& [id, value] : values.items()) {
+        const QString name = QString::fromStdString(id);
+        if (saved.contains(name) || items.find(ItemKind::Config, name) == nullptr)
+            kept[id] = value;
+    }
+    for (const QString& id : ids) {
+        if (const Item* item = items.find(ItemKind::Config, id))
+            kept[id.toStdString()] = fromVariant(item->value());
+    }
+    values = std::move(kept);
+}
+
+void storeBeyondLimits(Json& beyondLimits, const ModuleItems& items, const QStringList& ids)
+{
+    Json kept = Json::array();
+    for (const Json& entry : beyondLimits) {
+        const QString id = entry.is_string() ? QString::fromStdString(entry.get<std::string>()) : QString();
+        if (items.find(ItemKind::Config, id) == nullptr)
+            kept.push_back(entry);
+    }
+    for (const QString& id : ids) {
+        const Item* item = items.find(ItemKind::Config, id);
+        if (item != nullptr && item->type.checkLimits(item->value(), true))
+            kept.push_back(id.toStdString());
+    }
+    beyondLimits = std::move(kept);
+}
+
 } // namespace
 
-bool loadConfigs(const QString& path, ModuleItems& items)
+ConfigFile::ConfigFile(QString path)
+    : m_path(std::move(path))
 {
-    const std::optional<Json> document = read(path);
-    if (!document)
+}
+
+bool ConfigFile::load(ModuleItems& items) const
+{
+    const Stored stored = read(m_path);
+    if (!stored.document) {
+        if (!stored.isDamaged || !setAside(m_path, stored.problem))
+            qWarning().noquote() << m_path
+                                 << "is not used and its configs take their defaults:" << stored.problem;
         return false;
-    const Json modules = document->value(Modules, Json::object());
+    }
+    const Json modules = stored.document->value(Modules, Json::object());
     const auto found = modules.find(items.moduleName().toStdString());
     if (found == modules.end() || !found->is_object())
         return true;
     const Json values = found->value(Values, Json::object());
     const Json beyondLimits = found->value(BeyondLimits, Json::array());
     for (const auto& [id, value] : values.items()) {
-        Item* item = items.findOrWarn(ItemKind::Config, QString::fromStdString(id));
-        const bool excused =
-            std::find(beyondLimits.begin(), beyondLimits.end(), Json(id)) != beyondLimits.end();
-        if (item)
-            apply(*item, toVariant(value), excused, path);
+        if (Item* item = items.findOrWarn(ItemKind::Config, QString::fromStdString(id)))
+            apply(*item, toVariant(value), contains(beyondLimits, id), m_path);
     }
     return true;
 }
 
-bool saveConfigs(const QString& path, const ModuleItems& items, const QStringList& ids)
+void ConfigFile::gather(const ModuleItems& items, const QStringList& ids)
 {
-    Json values = Json::object();
-    Json beyondLimits = Json::array();
-    for (const QString& id : ids) {
-        const Item* item = items.find(ItemKind::Config, id);
-        if (!item)
-            continue;
-        values[id.toStdString()] = fromVariant(item->value());
-        if (item->type.checkLimits(item->value(), true))
-            beyondLimits.push_back(id.toStdString());
-    }
-    std::optional<Json> stored = read(path);
-    // A damaged file was set aside by now; one that cannot be read is not replaced.
-    if (!stored && QFile::exists(path))
-        return false;
-    Json document = stored.value_or(Json::object());
-    document[Modules][items.moduleName().toStdString()] =
-        Json{ { Values, std::move(values) }, { BeyondLimits, std::move(beyondLimits) } };
+    const auto known = std::find_if(m_gathered.begin(), m_gathered.end(),
+                                    [&](const Gathered& gathered) { return gathered.items == &items; });
+    if (known == m_gathered.end())
+        m_gathered.push_back({ &items, ids });
+    else
+        known->ids = ids;
+}
 
-    QSaveFile file(path);
-    const std::string text = document.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
-    const bool written = file.open(QIODevice::WriteOnly)
-        && file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)
-        && file.write(text.data(), static_cast<qint64>(text.size())) == static_cast<qint64>(text.size())
-        && file.commit();
-    if (!written)
-        qWarning().noquote() << path
-                             << "cannot be written; the configs are not stored:" << file.errorString();
-    return written;
+QString ConfigFile::replace() const
+{
+    // Read anew each time: a hand may have edited it since, and it is small beside the disk's own time.
+    Stored stored = read(m_path);
+    if (!stored.document) {
+        // What cannot be read is not replaced.
+        if (!stored.isDamaged || !setAside(m_path, stored.problem))
+            return stored.problem;
+        stored.document = Json::object();
+    }
+    Json document = *stored.document;
+    for (const Gathered& gathered : m_gathered) {
+        Json& section = objectIn(objectIn(document, Modules), gathered.items->moduleName().toStdString());
+        storeValues(objectIn(section, Values), *gathered.items, gathered.ids);
+        storeBeyondLimits(section[BeyondLimits], *gathered.items, gathered.ids);
+    }
+    if (document == *stored.document)
+        return {};
+    return replaceFile(m_path,
+                       QByteArray::fromStdString(document.dump(2, ' ', false, Json::error_handler_t::replace))
+                           + '\n');
+}
+
+bool ConfigFile::write()
+{
+    if (m_gathered.empty())
+        return true;
+    const QString problem = replace();
+    if (problem.isEmpty()) {
+        if (m_isFailing)
+            qInfo().noquote() << m_path << "is written again";
+        m_isFailing = false;
+        m_gathered.clear();
+        return true;
+    }
+    if (!m_isFailing)
+        qWarning().noquote() << m_path << "cannot be written; the configs are not stored, and the next change"
+                             << "tries again:" << problem;
+    m_isFailing = true;
+    return false;
 }
 
 } // namespace ipc

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "IpcExport.h"
+
 #include <QString>
 #include <QStringList>
+
+#include <vector>
 
 namespace ipc {
 
@@ -14,15 +18,43 @@ class ModuleItems;
 ///
 /// "beyondLimits" names the values that the module itself stored although a client may not: they load as
 /// they are. Any other value beyond the limits was put there by hand, is reported, and the default applies.
+///
+/// What no module of today knows (another module's section, an id of a newer release) stays in the file.
+class IPC_EXPORT ConfigFile
+{
+public:
+    explicit ConfigFile(QString path);
 
-/// Applies what is stored for a module as announced writes, in the order of the file's ids. A missing file is
-/// no error. A file that cannot be understood is set aside under a new name, and the defaults apply.
-/// @return false when the file is there and was not read; what was wrong is on the warning stream.
-bool loadConfigs(const QString& path, ModuleItems& items);
+    [[nodiscard]] const QString& path() const { return m_path; }
 
-/// Replaces what is stored for a module; other modules' configs stay. The file is replaced as a whole, is on
-/// the disk when this returns, and is readable by its owner alone.
-/// @return false when it could not be written; what was wrong is on the warning stream.
-bool saveConfigs(const QString& path, const ModuleItems& items, const QStringList& ids);
+    /// Applies what is stored for a module as announced writes, in the order of the file's ids. A missing
+    /// file is no error. A file that cannot be understood is set aside under a new name, and the defaults
+    /// apply.
+    /// @return false when the file is there and was not read; what was wrong is on the warning stream.
+    [[nodiscard]] bool load(ModuleItems& items) const;
+
+    /// Takes a module along in the next write(). Its values are read by that write; it has to live until
+    /// one has succeeded.
+    void gather(const ModuleItems& items, const QStringList& ids);
+
+    /// Replaces what is stored for the modules that were gathered since the last write that succeeded, all in
+    /// one step: the file is replaced as a whole, or not touched when it says the same already, is on the
+    /// disk when this returns, and is readable by its owner alone.
+    /// @return false when it could not be written; what was wrong is on the warning stream, once until it
+    ///         can be written again.
+    [[nodiscard]] bool write();
+
+private:
+    struct Gathered
+    {
+        const ModuleItems* items;
+        QStringList ids;
+    };
+    [[nodiscard]] QString replace() const;
+
+    QString m_path;
+    std::vector<Gathered> m_gathered;
+    bool m_isFailing = false;
+};
 
 } // namespace ipc

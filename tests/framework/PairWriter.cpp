@@ -1,0 +1,36 @@
+// pair_writer STATE-FOLDER: a server of two modules that writes both pairs of configs anew in every turn of
+// its event loop, until it is killed.
+
+#include "PairModule.h"
+
+#include "bus/ItemServer.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <functional>
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("pairs"));
+    PairModule one(QStringLiteral("one"));
+    PairModule two(QStringLiteral("two"));
+    ipc::ItemServer server(QDBusConnection::sessionBus(), QCoreApplication::arguments().value(1));
+    server.addModule(one);
+    server.addModule(two);
+    QString error;
+    if (!server.start(&error)) {
+        std::fprintf(stderr, "%s\n", qPrintable(error));
+        return 1;
+    }
+    std::function<void()> writeOn;
+    writeOn = [&] {
+        const int next = one.pair().first + 1;
+        one.setPair(next);
+        two.setPair(next);
+        QMetaObject::invokeMethod(&application, writeOn, Qt::QueuedConnection);
+    };
+    writeOn();
+    return QCoreApplication::exec();
+}

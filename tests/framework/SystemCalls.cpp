@@ -1,0 +1,45 @@
+#include "SystemCalls.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+QStringList SystemCalls::made;
+int SystemCalls::fsyncError = 0;
+
+namespace {
+
+QString shown(const QString& path)
+{
+    static const QRegularExpression random(QStringLiteral("\\.[A-Za-z0-9]{6}\\.unfinished$"));
+    return QFileInfo(path).fileName().replace(random, QStringLiteral(".XXXXXX.unfinished"));
+}
+
+} // namespace
+
+// The C library's own parameter names are reserved for it.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+int fsync(int descriptor)
+{
+    const QString path = QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(descriptor));
+    SystemCalls::made << QStringLiteral("fsync ") + shown(path);
+    if (SystemCalls::fsyncError != 0) {
+        errno = SystemCalls::fsyncError;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_fsync, descriptor));
+}
+
+int rename(const char* from, const char* to) noexcept
+{
+    SystemCalls::made
+        << QStringLiteral("rename %1 %2").arg(shown(QFile::decodeName(from)), shown(QFile::decodeName(to)));
+    return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0U));
+}
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
