@@ -4,6 +4,7 @@
 #include "ItemServer.h"
 #include "Names.h"
 #include "RegistrationModule.h"
+#include "RequestLimits.h"
 #include "items/ForkGuard.h"
 #include "items/ItemPattern.h"
 #include "items/ModuleItems.h"
@@ -18,6 +19,7 @@ const QLatin1String NoValue{ "tov.base.Error.NoValue" };
 const QLatin1String ReadOnly{ "tov.base.Error.ReadOnly" };
 const QLatin1String InvalidValue{ "tov.base.Error.InvalidValue" };
 const QLatin1String Halting{ "tov.base.Error.Halting" };
+const QLatin1String LimitExceeded{ "tov.base.Error.LimitExceeded" };
 const QLatin1String ActionFailed{ "tov.base.Error.ActionFailed" };
 
 /// "bluetooth:scan" and "scan" name an item without saying of which kind; a full address says it.
@@ -47,6 +49,10 @@ std::vector<ItemServer::Found> ItemServer::findAll(const QString& name) const
 ItemServer::Found ItemServer::findForRequest(const QString& name)
 {
     leaveIfForked();
+    if (const auto problem = limits::exceededByName(name)) {
+        refuse(LimitExceeded, *problem);
+        return {};
+    }
     const std::vector<Found> found = findAll(name);
     if (found.size() == 1) {
         if (!m_hadClient) {
@@ -91,8 +97,18 @@ ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatchin
     return records;
 }
 
+bool ItemServer::accepts(const QStringList& patterns) const
+{
+    const auto problem = limits::exceededByPatterns(patterns);
+    if (problem)
+        refuse(LimitExceeded, *problem);
+    return !problem;
+}
+
 qulonglong ItemServer::List(const QStringList& patterns, ItemRecords& items)
 {
+    if (!accepts(patterns))
+        return 0;
     // What waits to be sent goes first, so that the answer contains all up to its serial.
     flush();
     items = matching(patterns, false);
@@ -101,6 +117,8 @@ qulonglong ItemServer::List(const QStringList& patterns, ItemRecords& items)
 
 qulonglong ItemServer::Watch(const QStringList& patterns, ItemRecords& items)
 {
+    if (!accepts(patterns))
+        return 0;
     flush();
     const QString client = message().service();
     const bool isFirst = m_watchers.isEmpty();
@@ -143,6 +161,10 @@ void ItemServer::Set(const QString& item, const QDBusVariant& value)
                    : QStringLiteral("%1 is a result, which its module alone writes").arg(address));
         return;
     }
+    if (const auto problem = limits::exceededByValue(value.variant())) {
+        refuse(LimitExceeded, QStringLiteral("%1 keeps its value: %2").arg(address, *problem));
+        return;
+    }
     QString reason;
     if (!found.module->validateAndApply(address, value.variant(), &reason)) {
         leaveIfForked();
@@ -166,13 +188,23 @@ QString ItemServer::Trigger(const QString& action, const QString& text)
         refuse(Halting, QStringLiteral("%1 is refused: the server is shutting down").arg(address));
         return {};
     }
+    if (const auto problem = limits::exceededByText(text)) {
+        refuse(LimitExceeded, QStringLiteral("%1 is not called with this text: %2").arg(address, *problem));
+        return {};
+    }
+    return callAction(*found.item, text);
+}
+
+QString ItemServer::callAction(const Item& action, const QString& text) const
+{
+    const QString address = action.address.toString();
     std::string reply;
     try {
-        if (const auto* handler = std::get_if<TextHandler>(&found.item->handler))
+        if (const auto* handler = std::get_if<TextHandler>(&action.handler))
             reply = (*handler)(text.toStdString());
         else if (!text.isEmpty())
             refuse(InvalidValue, QStringLiteral("%1 takes no text").arg(address));
-        else if (const auto* plain = std::get_if<NullHandler>(&found.item->handler))
+        else if (const auto* plain = std::get_if<NullHandler>(&action.handler))
             (*plain)();
     } catch (const std::exception& error) {
         leaveIfForked();

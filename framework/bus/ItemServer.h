@@ -68,6 +68,9 @@ private:
     /// The one item of that name; when there is none, or several, the request is answered with an error.
     Found findForRequest(const QString& name);
     void refuse(const QString& errorName, const QString& text) const;
+    /// Whether a request's patterns keep within the limits; otherwise it is answered with an error.
+    [[nodiscard]] bool accepts(const QStringList& patterns) const;
+    [[nodiscard]] QString callAction(const Item& action, const QString& text) const;
 
     [[nodiscard]] ItemRecords matching(const QStringList& patterns, bool startsWatching) const;
     void loadConfigs();

@@ -10,9 +10,16 @@
 namespace ipc {
 namespace {
 
+constexpr int ShownLength = 80;
+
 QString shown(const QVariant& value, bool secret)
 {
-    return secret ? QStringLiteral("the value") : QLatin1Char('"') + value.toString() + QLatin1Char('"');
+    if (secret)
+        return QStringLiteral("the value");
+    QString text = value.toString();
+    if (text.size() > ShownLength)
+        text = text.left(ShownLength) + QChar(0x2026); // an ellipsis
+    return QLatin1Char('"') + text + QLatin1Char('"');
 }
 
 QString listed(const QVector<EnumValue>& values)

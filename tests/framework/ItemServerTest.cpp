@@ -1,17 +1,12 @@
+#include "DemoServer.h"
+
 #include "client/KELClientInterface.h"
-#include "world/MessageBus.h"
 
 #include <QDBusMessage>
-#include <QDBusServiceWatcher>
-#include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
-
-#include <csignal>
 
 using ipc::ClientError;
 using ipc::ItemRecords;
@@ -26,10 +21,6 @@ private Q_SLOTS:
     void cleanup();
     void cleanupTestCase();
 
-    void namesOfItems_data();
-    void namesOfItems();
-    void refusedRequests_data();
-    void refusedRequests();
     void valuesKeepTheirType();
     void actionsAnswer();
     void oneSignalCarriesOnlyWhatChanged();
@@ -43,20 +34,14 @@ private Q_SLOTS:
     void recordsOfOtherModulesTravel();
 
 private:
-    void startServer();
-    void stopServer();
     /// All values changed by the time that the predicate's item shows up.
     static QVariantMap changeOf(const QList<QVariant>& signal, const QString& address);
 
-    QTemporaryDir m_folder;
-    world::MessageBus m_bus;
-    QProcess m_server;
+    DemoServer m_demo;
     std::unique_ptr<KELClientInterface> m_client;
 };
 
 namespace {
-
-const QString BusName = QStringLiteral("tov.base.demo");
 
 QStringList addresses(const ItemRecords& records)
 {
@@ -70,130 +55,26 @@ QStringList addresses(const ItemRecords& records)
 
 void ItemServerTest::initTestCase()
 {
-    const QString error = m_bus.start(world::MessageBus::Kind::Session, m_folder.path());
+    const QString error = m_demo.startBus();
     QVERIFY2(error.isEmpty(), qPrintable(error));
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toUtf8());
-}
-
-void ItemServerTest::startServer()
-{
-    QDBusServiceWatcher watcher(BusName, QDBusConnection::sessionBus(),
-                                QDBusServiceWatcher::WatchForRegistration);
-    QSignalSpy registered(&watcher, &QDBusServiceWatcher::serviceRegistered);
-    m_server.setProcessChannelMode(QProcess::MergedChannels);
-    m_server.start(
-        QStringLiteral(ITEM_TEST_SERVER),
-        { QStringLiteral("demo"), m_folder.filePath(QStringLiteral("state")), QStringLiteral("mod") });
-    QVERIFY(registered.wait());
-}
-
-void ItemServerTest::stopServer()
-{
-    m_server.terminate();
-    m_server.waitForFinished();
 }
 
 void ItemServerTest::init()
 {
-    startServer();
+    QVERIFY(m_demo.startServer());
     m_client = std::make_unique<KELClientInterface>(BusName, QDBusConnection::sessionBus());
 }
 
 void ItemServerTest::cleanup()
 {
     m_client.reset();
-    stopServer();
-    QDir(m_folder.filePath(QStringLiteral("state"))).removeRecursively();
+    m_demo.stopServer();
+    m_demo.removeState();
 }
 
 void ItemServerTest::cleanupTestCase()
 {
-    m_bus.stop();
-}
-
-void ItemServerTest::namesOfItems_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("address");
-    QTest::newRow("id") << "state"
-                        << ":result:demo:mod:state:";
-    QTest::newRow("module and id") << "mod:state"
-                                   << ":result:demo:mod:state:";
-    QTest::newRow("full address") << ":config:demo:mod:volume:"
-                                  << ":config:demo:mod:volume:";
-    QTest::newRow("instance") << "rowName:3"
-                              << ":result:demo:mod:rowName:3:";
-    QTest::newRow("instance with module") << "mod:rowName:0"
-                                          << ":result:demo:mod:rowName:0:";
-    QTest::newRow("instance, full address") << ":result:demo:mod:rowName:2:"
-                                            << ":result:demo:mod:rowName:2:";
-    QTest::newRow("action") << "echo"
-                            << ":action:demo:mod:echo:";
-}
-
-void ItemServerTest::namesOfItems()
-{
-    QFETCH(QString, name);
-    const auto description = m_client->describe(name);
-    QVERIFY2(description, qPrintable(description.error().message));
-    QTEST(description->value(QStringLiteral("address")).toString(), "address");
-}
-
-void ItemServerTest::refusedRequests_data()
-{
-    QTest::addColumn<QString>("method");
-    QTest::addColumn<QVariantList>("arguments");
-    QTest::addColumn<QString>("error");
-    QTest::addColumn<QString>("text");
-    const auto set = [](const char* item, const QVariant& value) {
-        return QVariantList{ QString::fromLatin1(item), QVariant::fromValue(QDBusVariant(value)) };
-    };
-    QTest::newRow("no such item") << "Get" << QVariantList{ "nix" } << "NoSuchItem"
-                                  << "\"nix\"";
-    QTest::newRow("other case") << "Get" << QVariantList{ "State" } << "NoSuchItem"
-                                << "\"State\"";
-    QTest::newRow("other server's address")
-        << "Get" << QVariantList{ ":result:other:mod:state:" } << "NoSuchItem"
-        << "other";
-    QTest::newRow("no fifth row") << "Get" << QVariantList{ "rowName:4" } << "NoSuchItem"
-                                  << "rowName:4";
-    QTest::newRow("list without index") << "Get" << QVariantList{ "rowName" } << "NoSuchItem"
-                                        << "rowName";
-    QTest::newRow("several items") << "Get" << QVariantList{ "volume" } << "AmbiguousItem"
-                                   << ":config:demo:mod:volume:, :result:";
-    QTest::newRow("action has no value") << "Get" << QVariantList{ "echo" } << "NoValue"
-                                         << "Trigger";
-    QTest::newRow("never written") << "Get" << QVariantList{ "record" } << "NoValue"
-                                   << ":record:";
-    QTest::newRow("result") << "Set" << set("state", 3) << "ReadOnly"
-                            << ":result:demo:mod:state:";
-    QTest::newRow("too long") << "Set" << set("pin", "123456789") << "InvalidValue"
-                              << "9 characters, 4 to 8";
-    QTest::newRow("pattern") << "Set" << set("pin", "12a45") << "InvalidValue"
-                             << "[0-9]{4,8}";
-    QTest::newRow("wrong type") << "Set" << set(":config:demo:mod:volume:", "loud") << "InvalidValue"
-                                << "whole number";
-    QTest::newRow("not an action") << "Trigger" << QVariantList{ "state", "" } << "NotAnAction"
-                                   << ":state:";
-    QTest::newRow("text for none") << "Trigger" << QVariantList{ "fork", "x" } << "InvalidValue"
-                                   << "takes no text";
-}
-
-void ItemServerTest::refusedRequests()
-{
-    QFETCH(QString, method);
-    QFETCH(QVariantList, arguments);
-    QFETCH(QString, error);
-    QFETCH(QString, text);
-    QDBusMessage call = QDBusMessage::createMethodCall(BusName, QStringLiteral("/tov/base/Items"),
-                                                       QStringLiteral("tov.base.Items"), method);
-    call.setArguments(arguments);
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(call);
-    QCOMPARE(reply.errorName(), QStringLiteral("tov.base.Error.") + error);
-    QVERIFY2(reply.errorMessage().contains(text), qPrintable(reply.errorMessage()));
-    // And nothing was stored by it.
-    QCOMPARE(*m_client->get(QStringLiteral("pin")), QVariant("5190"));
-    QCOMPARE(*m_client->get(QStringLiteral(":config:demo:mod:volume:")), QVariant(5));
+    m_demo.stopBus();
 }
 
 void ItemServerTest::valuesKeepTheirType()
@@ -264,8 +145,8 @@ void ItemServerTest::observedWritesAreAnnouncedEachTime()
     for (const bool value : { true, true, false })
         QVERIFY(m_client->set(QStringLiteral("enabled"), value));
     QVERIFY(m_client->set(QStringLiteral("pin"), QStringLiteral("1234"))); // not observed
-    stopServer();
-    const QString output = QString::fromUtf8(m_server.readAll());
+    m_demo.stopServer();
+    const QString output = QString::fromUtf8(m_demo.process().readAll());
     QCOMPARE(output.count(QStringLiteral("itemChanged :config:demo:mod:enabled: true")), 2);
     QCOMPARE(output.count(QStringLiteral("itemChanged")), 3);
 }
@@ -275,14 +156,14 @@ void ItemServerTest::configsSurviveARestartAndAKill()
     QVERIFY(m_client->set(QStringLiteral("enabled"), true));
     QVERIFY(m_client->set(QStringLiteral("pin"), QStringLiteral("4711")));
     QVERIFY(m_client->list()); // an answer comes after what was to be written
-    m_server.kill();
-    m_server.waitForFinished();
-    m_server.readAll();
-    startServer();
+    m_demo.process().kill();
+    m_demo.process().waitForFinished();
+    m_demo.process().readAll();
+    QVERIFY(m_demo.startServer());
     QCOMPARE(*m_client->get(QStringLiteral("pin")), QVariant("4711"));
     QCOMPARE(*m_client->get(QStringLiteral("enabled")), QVariant(true));
-    m_server.waitForReadyRead(0);
-    QVERIFY(m_server.readAll().contains("itemChanged :config:demo:mod:enabled: true"));
+    m_demo.process().waitForReadyRead(0);
+    QVERIFY(m_demo.process().readAll().contains("itemChanged :config:demo:mod:enabled: true"));
 }
 
 void ItemServerTest::aForkedCopyLeavesSilently()
@@ -306,9 +187,8 @@ void ItemServerTest::aForkedCopyLeavesSilently()
 void ItemServerTest::aSecondServerOfTheSameNameIsRefused()
 {
     QProcess second;
-    second.start(
-        QStringLiteral(ITEM_TEST_SERVER),
-        { QStringLiteral("demo"), m_folder.filePath(QStringLiteral("other")), QStringLiteral("mod") });
+    second.start(QStringLiteral(ITEM_TEST_SERVER),
+                 { QStringLiteral("demo"), m_demo.filePath(QStringLiteral("other")), QStringLiteral("mod") });
     QVERIFY(second.waitForFinished());
     QCOMPARE(second.exitCode(), 1);
     QVERIFY(second.readAllStandardError().contains("tov.base.demo is taken"));
@@ -325,15 +205,15 @@ void ItemServerTest::anAbsentOrSilentServerIsTold()
     const auto gone = m_client->trigger(QStringLiteral("crash"), QString());
     QVERIFY(gone.error().kind == ClientError::Kind::NoAnswer);
     QVERIFY(gone.error().message.contains(QStringLiteral("left the bus before it answered")));
-    m_server.waitForFinished();
-    startServer();
+    m_demo.process().waitForFinished();
+    QVERIFY(m_demo.startServer());
 
     m_client->setTimeout(std::chrono::milliseconds(50));
     const auto silent = m_client->trigger(QStringLiteral("stall"), QString());
     QVERIFY2(silent.error().kind == ClientError::Kind::NoAnswer, qPrintable(silent.error().message));
     QVERIFY(silent.error().message.contains(QStringLiteral("did not answer within 0.05 s")));
-    m_server.kill(); // it waits for a signal and nothing else
-    m_server.waitForFinished();
+    m_demo.process().kill(); // it waits for a signal and nothing else
+    m_demo.process().waitForFinished();
 }
 
 void ItemServerTest::sharedClientsAreSharedAndOnlyOfWhatIsThere()

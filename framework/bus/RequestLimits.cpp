@@ -1,0 +1,141 @@
+#include "RequestLimits.h"
+
+#include <QDBusArgument>
+#include <QDBusObjectPath>
+#include <QDBusSignature>
+#include <QDBusVariant>
+
+namespace ipc::limits {
+namespace {
+
+constexpr int ShownLength = 32;
+
+/// Adds up a value as it came from the bus; stops at the first limit that is exceeded.
+class Measure
+{
+public:
+    [[nodiscard]] const std::optional<QString>& exceeded() const { return m_exceeded; }
+
+    void add(const QVariant& value, int depth)
+    {
+        if (!enter(depth))
+            return;
+        const int type = value.userType();
+        if (type == QMetaType::QString)
+            addText(value.toString().size());
+        else if (type == QMetaType::QByteArray)
+            addText(value.toByteArray().size());
+        else if (type == QMetaType::QStringList)
+            addEach(value.toStringList(), depth + 1);
+        else if (type == qMetaTypeId<QDBusObjectPath>())
+            addText(value.value<QDBusObjectPath>().path().size());
+        else if (type == qMetaTypeId<QDBusSignature>())
+            addText(value.value<QDBusSignature>().signature().size());
+        else if (type == qMetaTypeId<QDBusVariant>())
+            add(value.value<QDBusVariant>().variant(), depth + 1);
+        else if (type == qMetaTypeId<QDBusArgument>())
+            addContainer(value.value<QDBusArgument>(), depth + 1);
+    }
+
+private:
+    bool enter(int depth)
+    {
+        if (depth > Depth)
+            m_exceeded =
+                QStringLiteral("it is nested deeper than %1 levels of containers and variants").arg(Depth);
+        else if (++m_values > Values)
+            m_exceeded = QStringLiteral("it holds more than %1 keys, elements and values").arg(Values);
+        return !m_exceeded;
+    }
+
+    void addText(int length)
+    {
+        m_characters += length;
+        if (m_characters > TextLength)
+            m_exceeded = QStringLiteral("it holds more than %1 characters").arg(TextLength);
+    }
+
+    void addEach(const QStringList& texts, int depth)
+    {
+        for (int i = 0; i < texts.size() && !m_exceeded; ++i)
+            add(texts[i], depth);
+    }
+
+    /// @param container a copy: reading moves on.
+    void addContainer(const QDBusArgument& container, int depth)
+    {
+        switch (container.currentType()) {
+        case QDBusArgument::ArrayType:
+            container.beginArray();
+            addRest(container, depth);
+            break;
+        case QDBusArgument::StructureType:
+            container.beginStructure();
+            addRest(container, depth);
+            break;
+        case QDBusArgument::MapType:
+            container.beginMap();
+            while (!container.atEnd() && !m_exceeded) {
+                container.beginMapEntry();
+                addRest(container, depth);
+                container.endMapEntry();
+            }
+            break;
+        default:
+            addRest(container, depth);
+        }
+    }
+
+    void addRest(const QDBusArgument& container, int depth)
+    {
+        while (!container.atEnd() && !m_exceeded)
+            add(container.asVariant(), depth);
+    }
+
+    int m_values = 0;
+    qint64 m_characters = 0;
+    std::optional<QString> m_exceeded;
+};
+
+QString tooLong(const QString& what, const QString& text)
+{
+    return QStringLiteral("%1 \"%2…\" has %3 characters; at most %4 are allowed")
+        .arg(what, text.left(ShownLength), QString::number(text.size()), QString::number(NameLength));
+}
+
+} // namespace
+
+std::optional<QString> exceededByName(const QString& name)
+{
+    return name.size() > NameLength ? std::optional(tooLong(QStringLiteral("the name"), name)) : std::nullopt;
+}
+
+std::optional<QString> exceededByPatterns(const QStringList& patterns)
+{
+    if (patterns.size() > Patterns)
+        return QStringLiteral("there are %1 patterns; at most %2 are allowed")
+            .arg(patterns.size())
+            .arg(Patterns);
+    for (const QString& pattern : patterns) {
+        if (pattern.size() > NameLength)
+            return tooLong(QStringLiteral("the pattern"), pattern);
+    }
+    return {};
+}
+
+std::optional<QString> exceededByText(const QString& text)
+{
+    return text.size() > TextLength
+        ? std::optional(
+            QStringLiteral("it has %1 characters; at most %2 are allowed").arg(text.size()).arg(TextLength))
+        : std::nullopt;
+}
+
+std::optional<QString> exceededByValue(const QVariant& value)
+{
+    Measure measure;
+    measure.add(value, 0);
+    return measure.exceeded();
+}
+
+} // namespace ipc::limits

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <optional>
+
+/// What one request of a client may carry, so that none of them makes the server, and everybody who watches
+/// it, slow or large. Far above what anybody needs; a module's own writes are not bound by it.
+namespace ipc::limits {
+
+constexpr int NameLength = 256; ///< characters of an item's name, and of a pattern
+constexpr int Patterns = 64; ///< of List and Watch
+constexpr int TextLength = 65'536; ///< characters of all texts in a value together, or of an action's text
+constexpr int Depth = 8; ///< levels of containers and variants within a value
+constexpr int Values = 1'024; ///< keys, elements and values within a value
+
+// Each answers which limit is exceeded and what would be right, for a person; nothing when all is well.
+[[nodiscard]] std::optional<QString> exceededByName(const QString& name);
+[[nodiscard]] std::optional<QString> exceededByPatterns(const QStringList& patterns);
+[[nodiscard]] std::optional<QString> exceededByText(const QString& text);
+[[nodiscard]] std::optional<QString> exceededByValue(const QVariant& value);
+
+} // namespace ipc::limits
