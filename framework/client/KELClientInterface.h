@@ -1,7 +1,7 @@
 #pragma once
 
 #include "IpcExport.h"
-#include "bus/ItemRecord.h"
+#include "ItemRecord.h"
 
 #include <QDBusConnection>
 #include <QObject>

@@ -1,0 +1,23 @@
+# What programs outside of this repository build against: the library, its public headers as <ipc/NAME.h>, the
+# CMake package "ipc" with the target ipc::ipc, and the same for pkg-config. The public headers stand in one
+# folder there and name each other without one.
+include(CMakePackageConfigHelpers)
+
+set(IPC_PACKAGE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/ipc)
+
+install(TARGETS ipc EXPORT ipc
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ipc NAMELINK_COMPONENT ipc-dev)
+install(DIRECTORY api/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ipc COMPONENT ipc-dev FILES_MATCHING PATTERN "*.h")
+install(FILES bus/ItemRecord.h bus/ItemServer.h client/KELClientInterface.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ipc COMPONENT ipc-dev)
+
+configure_package_config_file(package/ipcConfig.cmake.in ipcConfig.cmake INSTALL_DESTINATION ${IPC_PACKAGE_FOLDER})
+write_basic_package_version_file(ipcConfigVersion.cmake VERSION ${IPC_VERSION} COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ipcConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/ipcConfigVersion.cmake
+    DESTINATION ${IPC_PACKAGE_FOLDER} COMPONENT ipc-dev)
+install(EXPORT ipc FILE ipcTargets.cmake NAMESPACE ipc:: DESTINATION ${IPC_PACKAGE_FOLDER} COMPONENT ipc-dev)
+
+# From the folder of ipc.pc up to the prefix: the library folder may be lib or lib/TRIPLET.
+file(RELATIVE_PATH IPC_PREFIX_FROM_PKGCONFIG /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(package/ipc.pc.in ipc.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ipc.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ipc-dev)
