@@ -34,6 +34,8 @@ std::string BluetoothModule::RequestBluetooth(std::string params)
     // What is no number counts as 0: no process as the first part, a return of the radio as the second.
     const int pid = parts.at(0).toInt();
     const int mode = parts.at(1).toInt();
+    // Any other number is taken as it is, a negative one too: no process has it, and the first check ends
+    // that loan.
     if (pid == 0)
         return "Failure";
 

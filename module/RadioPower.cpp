@@ -95,6 +95,7 @@ void BluetoothModule::cycleRadio()
 bool BluetoothModule::checkShutdownLockFile()
 {
     const QFileInfo marker(shutdownLockFile);
+    // The marker is a file; a folder of its name marks nothing and may hold somebody's work, so it stays.
     if (!marker.exists() || !marker.isFile())
         return false;
     if (unlink(shutdownLockFile.toUtf8().constData()) != 0) {

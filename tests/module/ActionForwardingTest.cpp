@@ -15,8 +15,10 @@ private Q_SLOTS:
     void withoutADaemonRequestsAreDropped();
     void requestsAreForwarded_data();
     void requestsAreForwarded();
+    void addressField5Unmasked_data();
+    void addressField5Unmasked();
     void idsAreCaseSensitive();
-    void aStoredPinIsUsedOnce();
+    void pinUsedOnce();
 
 private:
     using Call = ScriptedDaemon::Call;
@@ -63,8 +65,6 @@ void ActionForwardingTest::requestsAreForwarded_data()
                                           { "unpair", "UnPair" } }) {
         QTest::addRow("%s", action) << action << "12:34:56:78:9a:BC" << member << QVariant(0x123456789ABCULL);
         QTest::addRow("%s, no address", action) << action << "12-34" << member << QVariant(0ULL);
-        QTest::addRow("%s, below zero", action)
-            << action << "0:0:0:0:0:-1" << member << QVariant(18446744073709551615ULL);
     }
     QTest::newRow("pinreply") << "pinreply"
                               << "no digits, and longer than any PIN"
@@ -89,13 +89,34 @@ void ActionForwardingTest::requestsAreForwarded()
     QCOMPARE(calls.first().arguments, expected.arguments);
 }
 
+void ActionForwardingTest::addressField5Unmasked_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<qulonglong>("address");
+    QTest::newRow("the others are masked") << "1AB:1AB:1AB:1AB:1AB:0" << 0xABABABABAB00ULL;
+    QTest::newRow("carries") << "00:00:00:00:00:100" << 0x100ULL;
+    QTest::newRow("subtracts") << "00:00:00:00:01:-1" << 0xFFULL;
+    QTest::newRow("below zero") << "0:0:0:0:0:-1" << 18446744073709551615ULL;
+}
+
+void ActionForwardingTest::addressField5Unmasked()
+{
+    QFETCH(const QString, text);
+    QFETCH(const qulonglong, address);
+    for (const char* action : { "pair", "connectAddr", "disconnectAddr", "unpair" })
+        QCOMPARE(m_world.trigger(action, text), "");
+    QTRY_COMPARE(m_daemon.calls().size(), 4);
+    for (const Call& call : m_daemon.takeCalls())
+        QCOMPARE(call.arguments, QVariantList{ address });
+}
+
 void ActionForwardingTest::idsAreCaseSensitive()
 {
     for (const char* wrong : { "Scan", "connectaddr", "requestbluetooth" })
         QCOMPARE(m_world.trigger(wrong), "?");
 }
 
-void ActionForwardingTest::aStoredPinIsUsedOnce()
+void ActionForwardingTest::pinUsedOnce()
 {
     QCOMPARE(m_world.trigger("pinreply", "1234"), "");
     QCOMPARE(m_world.text("pinreplycfg"), "5190");

@@ -62,6 +62,7 @@ private Q_SLOTS:
     void initTestCase();
     void eventsAreReported_data();
     void eventsAreReported();
+    void deviceDisconnectedOfAnyDevice();
     void withoutTheModuleEventsAreDropped();
     void propertiesHaveExactTypes();
 
@@ -120,6 +121,20 @@ void MobileAppLinkTest::eventsAreReported()
     for (const QVariant& value : server.record())
         QVERIFY(value.userType() == QMetaType::ULongLong || value.userType() == QMetaType::Bool);
     QTEST(m_world.world().output().mid(logSize), "log");
+}
+
+void MobileAppLinkTest::deviceDisconnectedOfAnyDevice()
+{
+    const QTemporaryDir state;
+    SyncServer server(state.path());
+    QVERIFY2(server.started, qPrintable(server.error));
+    const qulonglong application = 0xA1B2C3D4E5F6;
+    const qulonglong headset = 0x001122334402;
+    m_daemon.send("mtConnectionEstablished", application);
+    QTRY_COMPARE(server.record().value("deviceConnected"), QVariant(true));
+    // One that never ran the application, nor was connected: the record is about it now.
+    m_daemon.send("deviceDisconnected", headset);
+    QTRY_COMPARE(server.record(), (QVariantMap{ { "deviceAddr", headset }, { "deviceConnected", false } }));
 }
 
 void MobileAppLinkTest::withoutTheModuleEventsAreDropped()

@@ -21,6 +21,8 @@ private Q_SLOTS:
     void enumerations();
     void pinHasLimits_data();
     void pinHasLimits();
+    void pinTellsItsLimits();
+    void privateConfigs();
     void applicabilityFollowsTheState_data();
     void applicabilityFollowsTheState();
     void freeRowsDoNotApply_data();
@@ -150,6 +152,27 @@ void PublishedItemsTest::pinHasLimits()
     QVERIFY(m_world.set("pinreplycfg", "5190"));
     QTEST(m_world.set("pinreplycfg", pin), "accepted");
     QTEST(m_world.text("pinreplycfg") == pin, "accepted");
+}
+
+void PublishedItemsTest::pinTellsItsLimits()
+{
+    const auto pin = m_world.client().describe("pinreplycfg");
+    QVERIFY(pin);
+    QCOMPARE(pin->value("minimum").toUInt(), 4U);
+    QCOMPARE(pin->value("maximum").toUInt(), 16U);
+    QCOMPARE(pin->value("regularExpression").toString(), "[0-9]{4,16}");
+}
+
+void PublishedItemsTest::privateConfigs()
+{
+    QStringList found;
+    for (const char* id : { "myname", "enabled", "pinreplycfg" }) {
+        const auto config = m_world.client().describe(id);
+        QVERIFY(config);
+        if (config->value("private").toBool())
+            found << id;
+    }
+    QCOMPARE(found, (QStringList{ "myname", "pinreplycfg" }));
 }
 
 void PublishedItemsTest::applicabilityFollowsTheState_data()

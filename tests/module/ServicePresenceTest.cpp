@@ -4,7 +4,10 @@
 
 #include <QDir>
 #include <QFile>
-#include <QSignalSpy>
+
+#include <sys/mount.h>
+
+#include <cerrno>
 
 class ServicePresenceTest : public QObject
 {
@@ -21,20 +24,29 @@ private Q_SLOTS:
     void init();
     void otherNamesChangeNothing_data();
     void otherNamesChangeNothing();
-    void readsInOrder_data();
-    void readsInOrder();
+    void upToFiveReadsOfPairState_data();
+    void upToFiveReadsOfPairState();
+    void doubleReadOfScanState();
     void publishesWhatItRead();
     void unreadablePropertiesReadAsNothing();
     void aReplacedDaemonIsNotReadAgain();
     void leavingResetsTheResults();
     void markerKeepsTheSetting_data();
     void markerKeepsTheSetting();
+    void markerThatIsADirectory();
+    void markerThatCannotBeRemoved();
     void aDaemonThatIsThereFirstIsNotSeen();
 
 private:
     ModuleWorld& m_world;
     ScriptedDaemon& m_daemon;
 };
+
+namespace {
+
+const QString Marker = "/tmp/bluelock_shutdown";
+
+} // namespace
 
 void ServicePresenceTest::init()
 {
@@ -68,7 +80,7 @@ void ServicePresenceTest::otherNamesChangeNothing()
     QCOMPARE(m_daemon.takeReads().count("status"), 1);
 }
 
-void ServicePresenceTest::readsInOrder_data()
+void ServicePresenceTest::upToFiveReadsOfPairState_data()
 {
     // What successive reads of the pairing state give, and how many the refresh makes: one for the result,
     // then one for each comparison with 0, 100, 200, 201 and 202 until one fits.
@@ -86,7 +98,7 @@ void ServicePresenceTest::readsInOrder_data()
     QTest::newRow("not a number") << QVariantList{ QStringList{ "x" } } << 2 << 0;
 }
 
-void ServicePresenceTest::readsInOrder()
+void ServicePresenceTest::upToFiveReadsOfPairState()
 {
     QFETCH(const QVariantList, pairStates);
     QFETCH(const int, reads);
@@ -106,10 +118,21 @@ void ServicePresenceTest::readsInOrder()
     QVERIFY(m_world.isApplicable("scan"));
 }
 
+void ServicePresenceTest::doubleReadOfScanState()
+{
+    // Both values are published, the one after the other: a client that watches sees the second alone,
+    // because all of the refresh happens in one turn.
+    m_daemon.answer("scanState", { 1, 2, 0 });
+    QVERIFY(m_world.daemonAppears());
+    QCOMPARE(m_daemon.takeReads().mid(0, 4),
+             (QStringList{ "status", "scanState", "pairState", "scanState" }));
+    QCOMPARE(m_world.value("scanstate"), QVariant(2));
+}
+
 void ServicePresenceTest::publishesWhatItRead()
 {
     m_daemon.answer("status", { 3 });
-    m_daemon.answer("scanState", { 1, 2 }); // the second read is the one that stays
+    m_daemon.answer("scanState", { 2 });
     m_daemon.answer("myName", { "kitchen" });
     m_daemon.answer("scanResults", { QVariant::fromValue(ScanResults{ { { 0x123456789ABC, -57, "a" } } }) });
     m_daemon.answer("pairList", { QVariant::fromValue(PairList{ { { 0xA1B2C3D4E5F6, "b", 2 } } }) });
@@ -196,19 +219,15 @@ void ServicePresenceTest::markerKeepsTheSetting_data()
     QTest::newRow("none") << "" << false;
     QTest::newRow("file") << "file" << true;
     QTest::newRow("link to a file") << "link" << true;
-    QTest::newRow("folder") << "folder" << false;
 }
 
 void ServicePresenceTest::markerKeepsTheSetting()
 {
     QFETCH(const QString, marker);
-    const QString path = "/tmp/bluelock_shutdown";
+    const QString path = Marker;
     QFile target(marker == "link" ? QString("/tmp/target") : path);
-    if (marker == "folder") {
-        QVERIFY(QDir().mkdir(path));
-    } else if (!marker.isEmpty()) {
+    if (!marker.isEmpty())
         QVERIFY(target.open(QIODevice::WriteOnly));
-    }
     if (marker == "link")
         QVERIFY(QFile::link(target.fileName(), path));
 
@@ -216,10 +235,40 @@ void ServicePresenceTest::markerKeepsTheSetting()
     QVERIFY(m_world.set("enabled", true));
     QVERIFY(m_world.daemonLeaves());
     QTEST(m_world.value("enabled").toBool(), "staysEnabled");
-    QCOMPARE(QFileInfo(path).isDir(), marker == "folder");
-    QVERIFY(!QFileInfo(path).isFile() && !QFileInfo(path).isSymLink());
-    QDir().rmdir(path);
+    QVERIFY(!QFileInfo::exists(path) && !QFileInfo(path).isSymLink());
     QFile::remove("/tmp/target");
+}
+
+void ServicePresenceTest::markerThatIsADirectory()
+{
+    QVERIFY(QDir().mkpath(Marker + "/work"));
+    QVERIFY(m_world.daemonAppears());
+    QVERIFY(m_world.set("enabled", true));
+    QVERIFY(m_world.daemonLeaves());
+    QCOMPARE(m_world.value("enabled"), QVariant(false));
+    QVERIFY(QDir(Marker + "/work").exists());
+    QVERIFY(QDir(Marker).removeRecursively());
+}
+
+void ServicePresenceTest::markerThatCannotBeRemoved()
+{
+    QFile marker(Marker);
+    QVERIFY(marker.open(QIODevice::WriteOnly));
+    // A file that something is mounted on stays, whoever wants to remove it.
+    if (mount("/etc/passwd", qPrintable(Marker), nullptr, MS_BIND, nullptr) != 0) {
+        QVERIFY(marker.remove());
+        // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
+        QSKIP("nothing can be mounted here, so that no file resists its removal");
+    }
+    QVERIFY(m_world.daemonAppears());
+    QVERIFY(m_world.set("enabled", true));
+    QVERIFY(m_world.daemonLeaves());
+    // It counts all the same.
+    QCOMPARE(m_world.value("enabled"), QVariant(true));
+    const QString line = QString("Could not remove bluetooth shutdown lockfile. Errno: %1").arg(EBUSY);
+    QCOMPARE(m_world.countInOutput(line), 1);
+    QCOMPARE(umount(qPrintable(Marker)), 0);
+    QVERIFY(marker.remove());
 }
 
 void ServicePresenceTest::aDaemonThatIsThereFirstIsNotSeen()

@@ -1,0 +1,185 @@
+// What neither a client nor a daemon can bring about over the bus, because the bus forbids it or never does
+// it: members of the exported class, called in this process.
+#include "BluetoothModule.h"
+#include "ScriptedDaemon.h"
+#include "bus/ItemServer.h"
+#include "support/PrivateSystemBus.h"
+#include "world/PrivateFilesystem.h"
+
+#include <QCoreApplication>
+#include <QDBusAbstractInterface>
+#include <QTest>
+
+#include <cstdio>
+#include <memory>
+
+class DirectCallsTest : public QObject
+{
+    Q_OBJECT
+public:
+    explicit DirectCallsTest(const QString& busAddress)
+        : m_daemon(busAddress)
+    {
+    }
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void textsEndAtTheirFirstNul_data();
+    void textsEndAtTheirFirstNul();
+    void addressesDoNot_data();
+    void addressesDoNot();
+    void doubleRegistration();
+    void refreshEndsWhatWasPending();
+    void withoutAProxyNothingIsRefreshed();
+
+private:
+    [[nodiscard]] int proxies() const { return m_module->findChildren<QDBusAbstractInterface*>().size(); }
+    /// As clients would read it.
+    [[nodiscard]] QString text(const QString& item) { return m_items->Get(item).variant().toString(); }
+
+    ScriptedDaemon m_daemon;
+    std::unique_ptr<BluetoothModule> m_module;
+    std::unique_ptr<ipc::ItemServer> m_items;
+    int m_leftBehind = 0; ///< proxies that the daemon's departure does not take away
+};
+
+namespace {
+
+const QString DaemonName = "com.qarn.bluetooth";
+
+using TextMember = std::string (BluetoothModule::*)(std::string);
+using namespace std::string_literals;
+
+} // namespace
+
+Q_DECLARE_METATYPE(TextMember)
+
+void DirectCallsTest::init()
+{
+    m_leftBehind = 0;
+    m_module = std::make_unique<BluetoothModule>(nullptr);
+    m_items = std::make_unique<ipc::ItemServer>(QDBusConnection(QString()), QString());
+    m_items->addModule(*m_module);
+    QVERIFY(m_daemon.appear());
+    QTRY_COMPARE(proxies(), 1);
+    m_daemon.takeCalls();
+}
+
+void DirectCallsTest::cleanup()
+{
+    m_daemon.leave();
+    QTRY_COMPARE(proxies(), m_leftBehind);
+    m_items.reset();
+    m_module.reset();
+}
+
+void DirectCallsTest::textsEndAtTheirFirstNul_data()
+{
+    QTest::addColumn<TextMember>("member");
+    QTest::addColumn<QString>("method");
+    QTest::newRow("registerrfcommuuid") << &BluetoothModule::registerRFCOMMUUID << "registerRFCOMMUUID";
+    QTest::newRow("unregisterrfcommuuid") << &BluetoothModule::unregisterRFCOMMUUID << "unregisterRFCOMMUUID";
+    QTest::newRow("sendwifedcmdctlfd") << &BluetoothModule::sendWifedCmdCtlFD << "sendWifedCmdCtlFD";
+    QTest::newRow("pinreply") << &BluetoothModule::PINreply << "PINreply";
+}
+
+void DirectCallsTest::textsEndAtTheirFirstNul()
+{
+    QFETCH(const TextMember, member);
+    QFETCH(const QString, method);
+    QCOMPARE((*m_module.*member)("12\0 34"s), std::string());
+    // Not an empty text, although nothing of it is left.
+    QCOMPARE((*m_module.*member)("\0 34"s), std::string());
+    QTRY_COMPARE(m_daemon.calls(),
+                 (QList<ScriptedDaemon::Call>{ { method, "s", { "12" } }, { method, "s", { "" } } }));
+    QCOMPARE(text("pinreplycfg"), "5190");
+}
+
+void DirectCallsTest::addressesDoNot_data()
+{
+    QTest::addColumn<TextMember>("member");
+    QTest::newRow("Pair") << &BluetoothModule::Pair;
+    QTest::newRow("ConnectAddr") << &BluetoothModule::ConnectAddr;
+    QTest::newRow("DisconnectAddr") << &BluetoothModule::DisconnectAddr;
+    QTest::newRow("UnPair") << &BluetoothModule::UnPair;
+}
+
+void DirectCallsTest::addressesDoNot()
+{
+    QFETCH(const TextMember, member);
+    // The NUL makes its field one that is no number.
+    QCOMPARE((*m_module.*member)("12:34:56:78:9A:BC\0"s), std::string());
+    QTRY_COMPARE(
+        m_daemon.calls(),
+        (QList<ScriptedDaemon::Call>{ { QTest::currentDataTag(), "t", { qulonglong(0x123456789A00) } } }));
+}
+
+void DirectCallsTest::doubleRegistration()
+{
+    QCOMPARE(proxies(), 1);
+    QObject* const first = m_module->findChild<QDBusAbstractInterface*>();
+    m_module->onServiceRegistered(DaemonName);
+    QCOMPARE(proxies(), 2);
+    QCOMPARE(m_module->findChild<QDBusAbstractInterface*>(), first);
+    // The second one gets the requests: one call for one request.
+    m_module->Scan();
+    QTRY_COMPARE(m_daemon.calls(), (QList<ScriptedDaemon::Call>{ { "Scan", "", {} } }));
+
+    // A departure takes the second one away; nobody uses the first any more, but it is still there.
+    m_module->onServiceUnregistered(DaemonName);
+    QCOMPARE(proxies(), 1);
+    QCOMPARE(m_module->findChild<QDBusAbstractInterface*>(), first);
+    m_daemon.takeReads();
+    m_module->statUpdate();
+    QCOMPARE(m_daemon.reads(), QStringList());
+    m_leftBehind = 1;
+}
+
+void DirectCallsTest::refreshEndsWhatWasPending()
+{
+    m_module->onPendingPairChanged(QDBusVariant("somebody"));
+    QCOMPARE(text("pendingpair"), "somebody");
+    m_module->statUpdate();
+    QCOMPARE(text("pendingpair"), "");
+}
+
+void DirectCallsTest::withoutAProxyNothingIsRefreshed()
+{
+    m_module->Disable();
+    QCOMPARE(proxies(), 0);
+    m_module->onPendingPairChanged(QDBusVariant("somebody"));
+    m_module->statUpdate();
+    QCOMPARE(text("pendingpair"), "somebody");
+    m_module->onWifedCmdCtlSockClosed(QDBusVariant(5));
+    QCOMPARE(text("connectedwifeds"), "");
+}
+
+// A module leaves its bus watcher behind, by intent. The name is the sanitizer's.
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
+extern "C" Q_DECL_EXPORT const char* __lsan_default_suppressions()
+{
+    return "leak:BluetoothModule::BluetoothModule";
+}
+
+int main(int argc, char** argv)
+{
+    // The module looks for its files in /tmp.
+    world::PrivateFilesystem filesystem;
+    const QString noView = filesystem.enter({ QStringLiteral(RECORDING_CONTROLLER), {} }, argv);
+    if (!noView.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qPrintable(noView));
+        return 77;
+    }
+    const QCoreApplication application(argc, argv);
+    // Part of the addresses by which the module finds its own items.
+    QCoreApplication::setApplicationName("bluetoothlauncher");
+    PrivateSystemBus bus;
+    const QString problem = bus.start();
+    if (!problem.isEmpty())
+        qFatal("%s", qPrintable(problem));
+    DirectCallsTest test(bus.address());
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "DirectCallsTest.moc"
