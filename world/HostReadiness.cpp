@@ -17,8 +17,9 @@ QString connectionName()
 
 } // namespace
 
-HostReadiness::HostReadiness(const QString& sessionBusAddress)
-    : m_bus(QDBusConnection::connectToBus(sessionBusAddress, connectionName()))
+HostReadiness::HostReadiness(const QString& sessionBusAddress, const QString& busName)
+    : m_busName(busName)
+    , m_bus(QDBusConnection::connectToBus(sessionBusAddress, connectionName()))
 {
 }
 
@@ -36,10 +37,10 @@ HostReadiness::Outcome HostReadiness::wait(int process, int cancel, std::chrono:
         loop.quit();
     };
     // Watched first and asked then, so that there is no gap in between.
-    const QDBusServiceWatcher watcher(name(), m_bus, QDBusServiceWatcher::WatchForRegistration);
+    const QDBusServiceWatcher watcher(m_busName, m_bus, QDBusServiceWatcher::WatchForRegistration);
     QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, &loop,
                      [&finish] { finish(Outcome::Ready); });
-    if (m_bus.interface() != nullptr && m_bus.interface()->isServiceRegistered(name()).value()) {
+    if (m_bus.interface() != nullptr && m_bus.interface()->isServiceRegistered(m_busName).value()) {
         return Outcome::Ready;
     }
     const QSocketNotifier ended(process, QSocketNotifier::Read);

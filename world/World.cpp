@@ -13,6 +13,15 @@
 
 namespace world {
 
+namespace {
+
+QString companionName()
+{
+    return QStringLiteral("tov.base.sync_mobile_app");
+}
+
+} // namespace
+
 World::World(const PrivateFilesystem& filesystem)
     : m_filesystem(filesystem)
 {
@@ -38,9 +47,9 @@ QString World::start(const WorldOptions& options)
     QString problem = startBuses();
     if (problem.isEmpty()) {
         exportEnvironment();
-        problem = startHost();
+        problem = startCompanion();
     }
-    return problem;
+    return problem.isEmpty() ? startHost() : problem;
 }
 
 QString World::startBuses()
@@ -60,31 +69,47 @@ void World::exportEnvironment() const
 
 QString World::startHost()
 {
-    Command command;
-    command.arguments = QStringList{ m_options.host, QStringLiteral("--state"), stateFolder() };
-    command.output = m_options.output;
-    const int reason = m_host.start(command);
-    if (reason != 0) {
-        return QStringLiteral("the host %1 cannot be started: %2")
-            .arg(m_options.host, QString::fromLocal8Bit(std::strerror(reason)));
+    return startServer(m_host, { m_options.host, QStringLiteral("--state"), stateFolder() },
+                       HostReadiness::name());
+}
+
+QString World::startCompanion()
+{
+    if (m_options.companion.isEmpty()) {
+        return {};
     }
-    HostReadiness readiness(m_sessionBus.address());
+    const QString state = m_filesystem.folder().filePath(QStringLiteral("companion"));
+    return startServer(m_companion, { m_options.companion, state }, companionName());
+}
+
+QString World::startServer(ChildProcess& process, const QStringList& arguments, const QString& busName) const
+{
+    const QString& program = arguments.first();
+    Command command;
+    command.arguments = arguments;
+    command.output = m_options.output;
+    const int reason = process.start(command);
+    if (reason != 0) {
+        return QStringLiteral("the server %1 cannot be started: %2")
+            .arg(program, QString::fromLocal8Bit(std::strerror(reason)));
+    }
+    HostReadiness readiness(m_sessionBus.address(), busName);
     const HostReadiness::Outcome outcome =
-        readiness.wait(m_host.descriptor(), m_options.cancel, m_options.limit);
+        readiness.wait(process.descriptor(), m_options.cancel, m_options.limit);
     switch (outcome) {
     case HostReadiness::Outcome::Ready:
         return {};
     case HostReadiness::Outcome::Ended:
-        return QStringLiteral("the host %1 ended with status %2 before it was ready")
-            .arg(m_options.host)
-            .arg(m_host.wait().value_or(0));
+        return QStringLiteral("the server %1 ended with status %2 before it was ready")
+            .arg(program)
+            .arg(process.wait().value_or(0));
     case HostReadiness::Outcome::Cancelled:
-        return QStringLiteral("interrupted while the host was starting");
+        return QStringLiteral("interrupted while %1 was starting").arg(program);
     case HostReadiness::Outcome::TooLate:
         break;
     }
-    return QStringLiteral("the host %1 did not take its name %2 within %3 s")
-        .arg(m_options.host, HostReadiness::name())
+    return QStringLiteral("the server %1 did not take its name %2 within %3 s")
+        .arg(program, busName)
         .arg(std::chrono::duration_cast<std::chrono::seconds>(m_options.limit).count());
 }
 
@@ -106,8 +131,10 @@ bool World::hostRuns()
 
 void World::stop()
 {
-    endDescendants({ m_host.pid(), m_systemBus.pid(), m_sessionBus.pid() }, ChildProcess::Grace);
+    endDescendants({ m_host.pid(), m_companion.pid(), m_systemBus.pid(), m_sessionBus.pid() },
+                   ChildProcess::Grace);
     stopHost();
+    m_companion.end();
     m_sessionBus.stop();
     m_systemBus.stop();
     endDescendants({}, ChildProcess::Grace);

@@ -13,6 +13,7 @@ namespace world {
 struct WorldOptions
 {
     QString host; ///< the host's program; empty is the bluetoothlauncher of this build
+    QString companion; ///< the mobile synchronisation module's program; empty is none
     QString state; ///< the folder of the host's configs; empty is a fresh one
     int output = -1; ///< takes what buses, host and controller print; -1 is a file that output() reads
     int cancel = -1; ///< a descriptor that gives the start up when it becomes readable
@@ -47,7 +48,8 @@ public:
     /// @return what went wrong, for a person, with what the host said; empty when the world is there.
     [[nodiscard]] QString start(const WorldOptions& options = {});
 
-    /// Ends, in this order: all other descendants of this process, the host, the buses, and what is left.
+    /// Ends, in this order: all other descendants of this process, the host, its companion, the buses, and
+    /// what is left.
     void stop();
 
     /// Ends the host, in order, if it runs, and starts it again. @return as start() does.
@@ -74,6 +76,9 @@ public:
 private:
     [[nodiscard]] QString startBuses();
     [[nodiscard]] QString startHost();
+    [[nodiscard]] QString startCompanion();
+    [[nodiscard]] QString startServer(ChildProcess& process, const QStringList& arguments,
+                                      const QString& busName) const;
     void exportEnvironment() const;
     [[nodiscard]] QString outputPath() const;
 
@@ -82,6 +87,7 @@ private:
     FileDescriptor m_ownOutput;
     MessageBus m_systemBus;
     MessageBus m_sessionBus;
+    ChildProcess m_companion;
     ChildProcess m_host;
 };
 

@@ -59,6 +59,7 @@ int runWorld(const world::CommandLine& line, const world::PrivateFilesystem& fil
                                                               O_WRONLY | O_APPEND | O_TRUNC | O_CLOEXEC));
     world::WorldOptions options;
     options.host = line.host;
+    options.companion = world::World::binFolder() + QStringLiteral("/sync_mobile_app");
     options.state = line.state;
     options.output = log.get();
     options.cancel = signalsOfOurs.descriptor();

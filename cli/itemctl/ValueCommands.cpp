@@ -51,6 +51,12 @@ Failure actionHasNoValue(const QString& name)
              QStringLiteral("%1 is an action and has no value; \"itemctl call %1\" triggers it").arg(name) };
 }
 
+/// As a record that another module writes, until it does so for the first time.
+Failure hasNoValueYet(const QString& name)
+{
+    return { ExitStatus::Failed, QStringLiteral("%1 has no value yet").arg(name) };
+}
+
 ExitStatus written(bool ok)
 {
     return ok ? ExitStatus::Done : ExitStatus::Failed;
@@ -80,6 +86,8 @@ ExitStatus runGet(const Request& request, Output& output)
         const Item& item = selected->items[i];
         if (item.isAction())
             return output.fail(actionHasNoValue(request.arguments[i]));
+        if (!item.value.isValid() && !request.json)
+            return output.fail(hasNoValueYet(request.arguments[i]));
         noteIfInapplicable(item, request.arguments[i], output);
     }
     return printValues(selected->items, request, output);

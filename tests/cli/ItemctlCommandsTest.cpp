@@ -66,6 +66,8 @@ void ItemctlCommandsTest::calls_data()
         << "";
     QTest::newRow("get what does not apply") << List{ "get", "pin" } << 0 << "5190\n"
                                              << "itemctl: note: pin does not apply now";
+    QTest::newRow("get what was never written") << List{ "get", "record" } << 1 << ""
+                                                << "record has no value yet";
     QTest::newRow("get an action") << List{ "get", "echo" } << 1 << ""
                                    << "itemctl call echo";
     QTest::newRow("get an action, JSON") << List{ "get", "echo", "--json" } << 1 << ""
