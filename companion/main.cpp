@@ -4,6 +4,7 @@
 #include "MobileSyncModule.h"
 
 #include "bus/ItemServer.h"
+#include "process/BusLoss.h"
 #include "process/EndingSignals.h"
 
 #include <QCoreApplication>
@@ -21,6 +22,12 @@ int main(int argc, char** argv)
     }
     const process::EndingSignals ending;
     QObject::connect(&ending, &process::EndingSignals::received, &application, &QCoreApplication::quit);
+
+    const process::BusLoss busLoss(QDBusConnection::sessionBus());
+    QObject::connect(&busLoss, &process::BusLoss::lost, &application, [] {
+        std::fputs("sync_mobile_app: the session bus has ended\n", stderr);
+        QCoreApplication::exit(1);
+    });
 
     MobileSyncModule module(nullptr);
     ipc::ItemServer server(QDBusConnection::sessionBus(), arguments[1]);

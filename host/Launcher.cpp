@@ -6,6 +6,7 @@
 #include "RegistrationModule.h"
 #include "bus/ItemServer.h"
 #include "items/ForkGuard.h"
+#include "process/BusLoss.h"
 #include "process/EndingSignals.h"
 
 #include <QCoreApplication>
@@ -48,10 +49,31 @@ void installTranslation(QTranslator& translator)
         QCoreApplication::installTranslator(&translator);
 }
 
+// Neither comes back by itself: without the session bus nobody reaches the items, without the system bus the
+// module shows for ever what it saw last. A new host finds the new bus, and the stored configs.
+void endWithBus(const process::BusLoss& bus, const char* name)
+{
+    QObject::connect(&bus, &process::BusLoss::lost, qApp, [name] {
+        QCoreApplication::exit(
+            fail(QStringLiteral("the %1 bus has ended; start this program again when it is "
+                                "back, all configs are stored")
+                     .arg(QLatin1String(name))));
+    });
+}
+
 int serve(ModuleFactory createModule, const QString& stateFolder)
 {
     const process::EndingSignals signalsToEnd;
     QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
+    const QDBusConnection systemBus = QDBusConnection::systemBus();
+    if (!systemBus.isConnected())
+        return fail(QStringLiteral("there is no system bus to find the Bluetooth daemon on (%1); "
+                                   "DBUS_SYSTEM_BUS_ADDRESS has to name one")
+                        .arg(systemBus.lastError().message()));
+    const process::BusLoss systemBusLoss(systemBus);
+    endWithBus(systemBusLoss, "system");
+    const process::BusLoss sessionBusLoss(QDBusConnection::sessionBus());
+    endWithBus(sessionBusLoss, "session");
     QObject modules;
     RegistrationModule* const module = createModule(&modules);
     ipc::ItemServer server(QDBusConnection::sessionBus(), stateFolder);

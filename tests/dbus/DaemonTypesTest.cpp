@@ -1,75 +1,17 @@
 #include "DaemonTypes.h"
 #include "BluetoothIf.h"
+#include "support/Payloads.h"
 #include "support/PrivateSystemBus.h"
 
-#include <QDBusMetaType>
 #include <QtTest>
 
 #include <limits>
-#include <tuple>
-
-// A structure of any fields, to send what no proper daemon sends. The first parameter only keeps QtDBus from
-// taking a row of one field for a container.
-template <typename, typename... Fields>
-struct Row
-{
-    std::tuple<Fields...> fields;
-};
-
-template <typename... Fields>
-QDBusArgument& operator<<(QDBusArgument& argument, const Row<void, Fields...>& row)
-{
-    argument.beginStructure();
-    std::apply([&argument](const auto&... field) { (argument << ... << field); }, row.fields);
-    argument.endStructure();
-    return argument;
-}
-
-template <typename... Fields>
-const QDBusArgument& operator>>(const QDBusArgument& argument, Row<void, Fields...>& /*row*/)
-{
-    return argument; // only ever sent
-}
-
-using T = Row<void, qulonglong>;
-using TI = Row<void, qulonglong, int>;
-using TS = Row<void, qulonglong, QString>;
-using TIS = Row<void, qulonglong, int, QString>;
-using TSU = Row<void, qulonglong, QString, uint>;
-using TSI = Row<void, qulonglong, QString, int>;
-using TISU = Row<void, qulonglong, int, QString, uint>;
-using XIS = Row<void, qlonglong, int, QString>;
-using SSS = Row<void, QString, QString, QString>;
-using NestedTIS = Row<void, TIS>;
-Q_DECLARE_METATYPE(T)
-Q_DECLARE_METATYPE(TI)
-Q_DECLARE_METATYPE(TS)
-Q_DECLARE_METATYPE(TIS)
-Q_DECLARE_METATYPE(TSU)
-Q_DECLARE_METATYPE(TSI)
-Q_DECLARE_METATYPE(TISU)
-Q_DECLARE_METATYPE(XIS)
-Q_DECLARE_METATYPE(SSS)
-Q_DECLARE_METATYPE(NestedTIS)
 
 namespace {
 
+using namespace payloads;
+
 constexpr int MaxInt = std::numeric_limits<int>::max();
-
-template <typename Element>
-QVariant one(const Element& element)
-{
-    qDBusRegisterMetaType<Element>();
-    return QVariant::fromValue(element);
-}
-
-template <typename Element>
-QVariant list(const QList<Element>& elements)
-{
-    qDBusRegisterMetaType<Element>();
-    qDBusRegisterMetaType<QList<Element>>();
-    return QVariant::fromValue(elements);
-}
 
 } // namespace
 

@@ -1,0 +1,151 @@
+// A bus ends under the host: it says so and leaves, with every config stored, and its successor goes on.
+#include "ModuleWorld.h"
+#include "world/ChildProcess.h"
+#include "world/HostReadiness.h"
+#include "world/MessageBus.h"
+
+#include <QTemporaryDir>
+
+#include <csignal>
+
+#include <fcntl.h>
+
+using world::MessageBus;
+
+class BusLossTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void hostEndsWithABus_data();
+    void hostEndsWithABus();
+    void needsASystemBus();
+
+private:
+    [[nodiscard]] bool startBuses();
+    [[nodiscard]] bool startHost();
+    void stopBuses();
+    [[nodiscard]] QString said() const;
+
+    QTemporaryDir m_folder;
+    MessageBus m_systemBus;
+    MessageBus m_sessionBus;
+    world::ChildProcess m_host;
+};
+
+namespace {
+
+const QString ClientName = "client";
+
+std::unique_ptr<KELClientInterface> connectTo(const MessageBus& bus)
+{
+    return std::make_unique<KELClientInterface>(world::HostReadiness::name(),
+                                                QDBusConnection::connectToBus(bus.address(), ClientName));
+}
+
+} // namespace
+
+bool BusLossTest::startBuses()
+{
+    const bool started = m_systemBus.start(MessageBus::Kind::System, m_folder.path()).isEmpty()
+        && m_sessionBus.start(MessageBus::Kind::Session, m_folder.path()).isEmpty();
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_systemBus.address().toLocal8Bit());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_sessionBus.address().toLocal8Bit());
+    return started;
+}
+
+bool BusLossTest::startHost()
+{
+    const world::FileDescriptor output(
+        open(qPrintable(m_folder.filePath("said")), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    world::Command command;
+    command.arguments = QStringList{ world::World::binFolder() + "/bluetoothlauncher", "--state",
+                                     m_folder.filePath("state") };
+    command.output = output.get();
+    return m_host.start(command) == 0
+        && world::HostReadiness(m_sessionBus.address())
+               .wait(m_host.descriptor(), -1, std::chrono::seconds(30))
+        == world::HostReadiness::Outcome::Ready;
+}
+
+void BusLossTest::stopBuses()
+{
+    QDBusConnection::disconnectFromBus(ClientName);
+    m_sessionBus.stop();
+    m_systemBus.stop();
+}
+
+QString BusLossTest::said() const
+{
+    QFile file(m_folder.filePath("said"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+}
+
+void BusLossTest::hostEndsWithABus_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("signal");
+    QTest::newRow("system bus, in order") << "system" << SIGTERM;
+    QTest::newRow("system bus, killed") << "system" << SIGKILL;
+    QTest::newRow("session bus, in order") << "session" << SIGTERM;
+    QTest::newRow("session bus, killed") << "session" << SIGKILL;
+}
+
+void BusLossTest::hostEndsWithABus()
+{
+    QFETCH(const QString, name);
+    QFETCH(const int, signal);
+    QFile::remove("/tmp/controller.runs");
+    QVERIFY(startBuses());
+    QVERIFY(startHost());
+    auto client = connectTo(m_sessionBus);
+    QVERIFY(client->set("pinreplycfg", "4711"));
+    QVERIFY(client->set("enabled", true));
+    QTRY_COMPARE(controllerRuns().size(), 1);
+    ScriptedDaemon daemon(m_systemBus.address());
+    daemon.answer("status", { 3 });
+    QVERIFY(daemon.appear());
+    QTRY_COMPARE(client->get("status").operator bool() ? client->get("status")->toInt() : -1, 3);
+
+    const MessageBus& bus = name == "system" ? m_systemBus : m_sessionBus;
+    QCOMPARE(kill(bus.pid(), signal), 0);
+    QCOMPARE(m_host.wait(std::chrono::seconds(10)), std::optional<int>(1));
+    QVERIFY2(said().contains("bluetoothlauncher: the " + name + " bus has ended"), qPrintable(said()));
+    QTRY_VERIFY(controllerRuns().constFirst().ended); // by the kernel, behind the host
+    stopBuses();
+
+    QVERIFY(startBuses());
+    QVERIFY(startHost());
+    client = connectTo(m_sessionBus);
+    QCOMPARE(*client->get("pinreplycfg"), QVariant("4711"));
+    QCOMPARE(*client->get("enabled"), QVariant(true));
+    QTRY_COMPARE(controllerRuns().size(), 2);
+    QVERIFY(client->set("enabled", false));
+    m_host.end();
+    stopBuses();
+}
+
+void BusLossTest::needsASystemBus()
+{
+    QVERIFY(startBuses());
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
+    QVERIFY(!startHost());
+    QCOMPARE(m_host.wait(std::chrono::seconds(10)), std::optional<int>(1));
+    QVERIFY2(said().contains("DBUS_SYSTEM_BUS_ADDRESS"), qPrintable(said()));
+    stopBuses();
+}
+
+int main(int argc, char** argv)
+{
+    world::PrivateFilesystem filesystem;
+    // Before anything that may start a thread.
+    const QString noView = filesystem.enter({ QStringLiteral(RECORDING_CONTROLLER), {} }, argv);
+    if (!noView.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qPrintable(noView));
+        return 77;
+    }
+    const QCoreApplication application(argc, argv);
+    BusLossTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "BusLossTest.moc"

@@ -1,0 +1,176 @@
+// Lists of other shapes than the daemon's, as signals and as property values: what the module shows of them,
+// and that its host lives on. Qt and libdbus do not check what they are told to read.
+#include "DaemonTypes.h"
+#include "ModuleWorld.h"
+#include "Payloads.h"
+
+using namespace payloads;
+
+class MalformedListsTest : public QObject
+{
+    Q_OBJECT
+public:
+    explicit MalformedListsTest(ModuleWorld& world)
+        : m_world(world)
+        , m_daemon(world.daemon())
+    {
+    }
+
+private Q_SLOTS:
+    void initTestCase();
+    void shapes_data();
+    void shapes();
+
+private:
+    [[nodiscard]] QStringList rowsInUse(const QStringList& ids) const;
+
+    ModuleWorld& m_world;
+    ScriptedDaemon& m_daemon;
+    pid_t m_host = 0;
+};
+
+namespace {
+
+const QStringList ScanIds{ "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength" };
+const QStringList PairIds{ "pairlistAddr", "pairlistName", "pairlistConnectionState" };
+constexpr int Many = 10'000;
+
+template <typename Element>
+QVariant many(const Element& element)
+{
+    QList<Element> elements;
+    for (int i = 0; i < Many; ++i)
+        elements.append(element);
+    return list(elements);
+}
+
+QStringList rows(int count, const QString& row)
+{
+    QStringList all;
+    for (int i = 0; i < count; ++i)
+        all << row;
+    return all;
+}
+
+QVariant inVariant(const QVariant& value)
+{
+    return QVariant::fromValue(QDBusVariant(value));
+}
+
+} // namespace
+
+void MalformedListsTest::initTestCase()
+{
+    registerDaemonTypes();
+    m_host = m_world.world().hostPid();
+    QVERIFY(m_world.daemonAppears());
+}
+
+/// The rows of a list up to the last that is not free, each as "address|name|detail".
+QStringList MalformedListsTest::rowsInUse(const QStringList& ids) const
+{
+    const auto items = m_world.client().list({ "bluetooth:scanresults*", "bluetooth:pairlist*" });
+    if (!items)
+        return { items.error().message };
+    QHash<QString, QString> values;
+    for (const ipc::ItemRecord& item : items->items)
+        values.insert(item.properties["id"].toString() + item.properties["index"].toString(),
+                      item.properties["value"].toString());
+    QStringList rows;
+    int used = 0;
+    for (int i = 0; i < 32; ++i) {
+        const QString index = QString::number(i);
+        rows << values[ids[0] + index] + '|' + values[ids[1] + index] + '|' + values[ids[2] + index];
+        if (rows.last() != "||0")
+            used = i + 1;
+    }
+    return rows.mid(0, used);
+}
+
+void MalformedListsTest::shapes_data()
+{
+    QTest::addColumn<QVariant>("payload");
+    QTest::addColumn<QStringList>("scanned"); // the rows in use when a signal brought it
+    QTest::addColumn<QStringList>("paired");
+    QTest::addColumn<bool>("isProperty"); // whether Qt takes it as the property, too: only the exact type
+
+    const QString name = "n";
+    const TIS scan{ { 7, -3, name } };
+    const TSU pair{ { 7, name, 4 } };
+    const QString address = "00:00:00:00:00:07|";
+    const QString nameless = address + "Unknown Name - 00:00:00:00:00:07|";
+    const QString scanRow = address + "n|-3";
+    const QString pairRow = address + "n|4";
+    const auto row = [](const char* shape, const QVariant& payload, const QStringList& scanned,
+                        const QStringList& paired, bool isProperty = false) {
+        QTest::newRow(shape) << payload << scanned << paired << isProperty;
+    };
+    // What the daemon sends to one of the lists is malformed for the other.
+    row("a(tis)", list<TIS>({ scan }), { scanRow }, {}, true);
+    row("a(tsu)", list<TSU>({ pair }), {}, { pairRow }, true);
+    row("10000 times (tis)", many(scan), rows(32, scanRow), {}, true);
+    row("10000 times (tsu)", many(pair), {}, rows(32, pairRow), true);
+    // Structures that end early keep their defaults.
+    row("a(t)", list<T>({ { 7 }, { 7 } }), rows(2, nameless + "2147483647"), rows(2, nameless + "0"));
+    row("a(ti)", list<TI>({ { { 7, -3 } } }), { nameless + "-3" }, {});
+    row("a(ts)", list<TS>({ { { 7, name } } }), {}, { address + "n|0" });
+    row("10000 times (t)", many(T{ 7 }), rows(32, nameless + "2147483647"), rows(32, nameless + "0"));
+
+    const auto unreadable = [&row](const char* shape, const QVariant& payload) {
+        row(shape, payload, {}, {});
+    };
+    unreadable("a(tsi)", list<TSI>({ { { 7, name, 1 } } }));
+    unreadable("a(tisu)", list<TISU>({ { { 7, -3, name, 1 } } }));
+    unreadable("a(xis)", list<XIS>({ { { 7, -3, name } } }));
+    unreadable("a(sss)", list<SSS>({ { { name, name, name } } }));
+    unreadable("a((tis))", list<NestedTIS>({ { { scan } } }));
+    unreadable("aa(tis)", list<QList<TIS>>({ { scan } }));
+    unreadable("(tis)", one(scan));
+    unreadable("(tsu)", one(pair));
+    unreadable("(t)", one(T{ 7 }));
+    unreadable("a{si}", one(QMap<QString, int>{ { name, 1 } }));
+    unreadable("a{sv}", QVariantMap{ { name, 1 } });
+    unreadable("av", QVariantList{ 1, name, list<TIS>({ scan }) });
+    unreadable("aas", list<QStringList>({ { name }, {} }));
+    unreadable("ai", list<int>({ 1, 2, 3 }));
+    unreadable("ai, empty", list<int>({}));
+    unreadable("10000 times i", many(1));
+    unreadable("10000 times s", QStringList(QVector<QString>(Many, name).toList()));
+    unreadable("v", inVariant(list<TIS>({ scan })));
+    unreadable("a variant in a variant", inVariant(inVariant(list<TSU>({ pair }))));
+    unreadable("ay", QByteArray("bytes"));
+    unreadable("s", name);
+    unreadable("t", 7ULL);
+}
+
+void MalformedListsTest::shapes()
+{
+    QFETCH(const QVariant, payload);
+    QFETCH(const QStringList, scanned);
+    QFETCH(const QStringList, paired);
+    QFETCH(const bool, isProperty);
+    const ScanResults earlierScan{ { { 1, 2, "before" }, { 3, 4, "before" } } };
+    m_daemon.send("scanResultsChanged", QVariant::fromValue(earlierScan));
+    m_daemon.send("pairListChanged", QVariant::fromValue(PairList{ { { 1, "before", 2 } } }));
+    m_daemon.send("scanResultsChanged", payload);
+    m_daemon.send("pairListChanged", payload);
+    QVERIFY(m_world.settle());
+    QCOMPARE(rowsInUse(ScanIds), scanned);
+    QCOMPARE(rowsInUse(PairIds), paired);
+
+    QVERIFY(m_world.daemonLeaves());
+    m_daemon.answer("scanResults", { payload });
+    m_daemon.answer("pairList", { payload });
+    QVERIFY(m_world.daemonAppears());
+    QCOMPARE(rowsInUse(ScanIds), isProperty ? scanned : QStringList());
+    QCOMPARE(rowsInUse(PairIds), isProperty ? paired : QStringList());
+    QVERIFY(m_world.world().hostRuns());
+    QCOMPARE(m_world.world().hostPid(), m_host);
+}
+
+int main(int argc, char** argv)
+{
+    return runInModuleWorld<MalformedListsTest>(argc, argv);
+}
+
+#include "MalformedListsTest.moc"
