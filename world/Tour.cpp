@@ -33,7 +33,7 @@ bool Tour::run()
                                        "they were before and what they became."));
     constexpr std::array<Part, 9> Parts{ &Tour::switchOn,   &Tour::scan,          &Tour::pairByPin,
                                          &Tour::pairByCode, &Tour::connectDevice, &Tour::disconnectDevice,
-                                         &Tour::unpair,     &Tour::lendRadio,     &Tour::switchOff };
+                                         &Tour::lendRadio,  &Tour::unpair,        &Tour::switchOff };
     const bool done = std::all_of(Parts.begin(), Parts.end(), [this](Part part) { return (this->*part)(); });
     m_printer.paragraph({});
     m_printer.paragraph(done ? QStringLiteral("All steps happened.")

@@ -27,8 +27,8 @@ private:
     bool pairByCode();
     bool connectDevice();
     bool disconnectDevice();
-    bool unpair();
     bool lendRadio();
+    bool unpair();
     bool switchOff();
 
     /// Makes a request, shows it and what changes because of it, and waits until its expectations hold

@@ -141,17 +141,6 @@ bool Tour::disconnectDevice()
                      QStringLiteral("%1 is paired, but not connected any more.").arg(pinDeviceName()) });
 }
 
-bool Tour::unpair()
-{
-    return perform(
-        { QStringLiteral("Unpair from %1 (%2)").arg(codeDeviceName(), m_codeDevice),
-          QStringLiteral("The keys are forgotten; next time the two have to be paired anew. The rows of the "
-                         "other devices close up."),
-          call(QStringLiteral("unpair"), m_codeDevice),
-          { rowIsGone(QStringLiteral("pairlistAddr"), m_codeDevice), isPaired(m_pinDevice) },
-          QStringLiteral("%1 is not paired any more; %2 still is.").arg(codeDeviceName(), pinDeviceName()) });
-}
-
 bool Tour::lendRadio()
 {
     const QString action = QStringLiteral("requestBluetooth");
@@ -173,11 +162,24 @@ bool Tour::lendRadio()
         && perform({ {},
                      QStringLiteral(
                          "With a 0 the process gives it back. The radio is still enabled, so the module "
-                         "starts its controller again."),
+                         "starts its controller again, and reads from the new daemon how things stand."),
                      { Request::Kind::Call, action, self + QStringLiteral(",0"), success },
                      { itemIs(QStringLiteral("status"), QStringLiteral("On")),
-                       itemApplies(QStringLiteral("enabled"), true) },
-                     QStringLiteral("The module has the radio again, and has switched it on.") });
+                       itemApplies(QStringLiteral("enabled"), true), isPaired(m_pinDevice),
+                       isPaired(m_codeDevice) },
+                     QStringLiteral("The module has the radio again and has switched it on; the controller "
+                                    "has kept its pairings, so the list of paired devices is back.") });
+}
+
+bool Tour::unpair()
+{
+    return perform(
+        { QStringLiteral("Unpair from %1 (%2)").arg(codeDeviceName(), m_codeDevice),
+          QStringLiteral("The keys are forgotten; next time the two have to be paired anew. The rows of the "
+                         "other devices close up."),
+          call(QStringLiteral("unpair"), m_codeDevice),
+          { rowIsGone(QStringLiteral("pairlistAddr"), m_codeDevice), isPaired(m_pinDevice) },
+          QStringLiteral("%1 is not paired any more; %2 still is.").arg(codeDeviceName(), pinDeviceName()) });
 }
 
 bool Tour::switchOff()

@@ -64,6 +64,9 @@ void World::exportEnvironment() const
 {
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_systemBus.address().toLocal8Bit());
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_sessionBus.address().toLocal8Bit());
+    // The radio is lent and switched off by ending the controller; what it is paired with outlives that.
+    qputenv("BLUESIM_STATE",
+            QFile::encodeName(m_filesystem.folder().filePath(QStringLiteral("bluesim-pairings.json"))));
     qputenv("PATH", QFile::encodeName(binFolder()) + ':' + qgetenv("PATH"));
 }
 

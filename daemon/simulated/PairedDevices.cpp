@@ -56,6 +56,16 @@ void PairedDevices::add(qulonglong address, const QString& name)
     Q_EMIT listChanged(m_list);
 }
 
+void PairedDevices::restore(const PairList& list)
+{
+    for (const PairEntry& entry : list.entries) {
+        if (!contains(entry.address)) {
+            m_list.entries.append(PairEntry{ entry.address, entry.name, NotConnected });
+        }
+    }
+    Q_EMIT listChanged(m_list);
+}
+
 Outcome PairedDevices::remove(qulonglong address)
 {
     if (!contains(address)) {

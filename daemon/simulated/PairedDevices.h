@@ -24,6 +24,8 @@ public:
 
     [[nodiscard]] bool contains(qulonglong address) const;
     void add(qulonglong address, const QString& name);
+    /// Takes over what was paired before, without connections.
+    void restore(const PairList& list);
     /// Ends the connection first.
     Outcome remove(qulonglong address);
 

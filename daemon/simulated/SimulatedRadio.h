@@ -22,7 +22,7 @@ class SimulationClock;
 /// - A scan is refused while a pairing is under way; a pairing ends a scan.
 /// - Pairing with a device that is paired already succeeds at once.
 /// - The outcome of a pairing stays until the next one begins or the radio is switched off.
-/// - What is paired stays paired while the radio is off; nothing outlives the program.
+/// - What is paired stays paired while the radio is off, and with restorePairs() over a restart.
 class SimulatedRadio : public Radio
 {
     Q_OBJECT
@@ -37,6 +37,9 @@ public:
     /// \a clock has to outlive the radio; \a seed makes codes, order and signal strengths repeatable.
     SimulatedRadio(Identity identity, Room room, SimulationClock& clock, quint32 seed);
     ~SimulatedRadio() override;
+
+    /// Before start(): what was paired in an earlier run.
+    void restorePairs(const PairList& list) { m_paired.restore(list); }
 
     void start() override;
     void stop() override;

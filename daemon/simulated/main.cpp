@@ -1,4 +1,5 @@
 #include "DaemonService.h"
+#include "PairingStore.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
 #include "process/EndingSignals.h"
@@ -22,7 +23,9 @@ void printUsage()
         "usage: bluesim NAME 1 1\n"
         "Simulates a Bluetooth radio and the devices around it, as com.qarn.bluetooth on the system bus.\n"
         "NAME is what other devices see. BLUESIM_TIME_SCALE says how many times faster than real time the\n"
-        "devices are; 1 when it is not set. SIGTERM ends the program in order.\n",
+        "devices are; 1 when it is not set. BLUESIM_STATE names a file that keeps the paired devices; "
+        "without\n"
+        "it they are forgotten at the end. SIGTERM ends the program in order.\n",
         stderr);
 }
 
@@ -76,6 +79,12 @@ int main(int argc, char* argv[])
     identity.name = localName(arguments.at(1));
     bt::SimulatedRadio radio(identity, bt::Room::small(), clock, Seed);
     bt::DaemonService service(radio);
+    bt::PairingStore pairings(qEnvironmentVariable("BLUESIM_STATE"));
+    if (const auto kept = pairings.load()) {
+        radio.restorePairs(*kept);
+    }
+    QObject::connect(&radio, &bt::Radio::pairListChanged, &radio,
+                     [&pairings](const PairList& list) { pairings.save(list); });
     QObject::connect(&service, &bt::DaemonService::busLost, &application, [] {
         qCritical() << "the system bus is gone";
         QCoreApplication::exit(1);

@@ -1,6 +1,8 @@
 #include "AddressHelper.h"
 #include "BluesimFixture.h"
 
+#include <csignal>
+
 class BluesimConnectionTest : public BluesimFixture
 {
     Q_OBJECT
@@ -11,6 +13,9 @@ private Q_SLOTS:
     void endsConnections_data();
     void endsConnections();
     void switchesOffAndOn();
+    void keepsPairingsOverARestart();
+    void setsADamagedFileAside_data();
+    void setsADamagedFileAside();
 };
 
 void BluesimConnectionTest::connects_data()
@@ -122,6 +127,61 @@ void BluesimConnectionTest::switchesOffAndOn()
     QTRY_COMPARE(allCarried<int>(status), (QList<int>{ 2, 3 }));
     QVERIFY(proxy().state());
     QVERIFY(connectTo(room::Headset));
+}
+
+void BluesimConnectionTest::keepsPairingsOverARestart()
+{
+    const QTemporaryDir folder;
+    qputenv("BLUESIM_STATE", QFile::encodeName(folder.filePath(QStringLiteral("pairings"))));
+    const auto unset = qScopeGuard([] { qunsetenv("BLUESIM_STATE"); });
+    restart();
+    QVERIFY(pairWith(room::Notebook));
+    QVERIFY(pairWith(room::Headset));
+    QVERIFY(connectTo(room::Headset));
+
+    m_sim->process().signal(SIGKILL); // also then
+    restart();
+    const PairList kept{ { { room::Notebook, QStringLiteral("Notebook"), 0 },
+                           { room::Headset, QStringLiteral("Headset"), 0 } } };
+    QCOMPARE(proxy().pairList(), kept);
+    proxy().UnPair(room::Notebook);
+    QTRY_COMPARE(proxy().pairList().entries.size(), 1);
+    restart();
+    QCOMPARE(proxy().pairList(), PairList{ { kept.entries.last() } });
+    QVERIFY(connectTo(room::Headset));
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{ QStringLiteral("pairings") });
+    QCOMPARE(m_sim->log(), QString());
+}
+
+void BluesimConnectionTest::setsADamagedFileAside_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("cut off") << QByteArray("{ \"paired\": [") << "line 1, column 14";
+    QTest::newRow("no list") << QByteArray("{}") << "'paired' not found";
+    QTest::newRow("no address") << QByteArray(R"({"paired":[{"address":"near","name":"x"}]})")
+                                << "\"near\" is no device address";
+}
+
+void BluesimConnectionTest::setsADamagedFileAside()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, reason);
+
+    const QTemporaryDir folder;
+    QFile file(folder.filePath(QStringLiteral("pairings")));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush());
+    qputenv("BLUESIM_STATE", QFile::encodeName(file.fileName()));
+    const auto unset = qScopeGuard([] { qunsetenv("BLUESIM_STATE"); });
+    restart();
+    QCOMPARE(proxy().pairList(), PairList());
+    const QString log = m_sim->log();
+    QVERIFY2(log.contains(file.fileName()) && log.contains(reason), qPrintable(log));
+    QFile aside(file.fileName() + QStringLiteral(".damaged"));
+    QVERIFY(aside.open(QIODevice::ReadOnly));
+    QCOMPARE(aside.readAll(), text);
+    QVERIFY(pairWith(room::Headset));
+    QVERIFY(QFileInfo::exists(file.fileName()));
 }
 
 QTEST_GUILESS_MAIN(BluesimConnectionTest)

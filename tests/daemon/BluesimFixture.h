@@ -28,15 +28,18 @@ class BluesimFixture : public QObject
 
 private Q_SLOTS:
     void initTestCase() { QCOMPARE(m_bus.start(), QString()); }
-    void init()
-    {
-        m_sim.reset(new Bluesim);
-        QVERIFY2(m_sim->switchOn(), qPrintable(m_sim->log()));
-    }
+    void init() { restart(); }
     void cleanup() { m_sim.reset(); }
 
 protected:
     BluetoothIf& proxy() { return *m_sim->proxy; }
+
+    void restart()
+    {
+        m_sim.reset(); // the name has to be free first
+        m_sim.reset(new Bluesim);
+        QVERIFY2(m_sim->switchOn(), qPrintable(m_sim->log()));
+    }
 
     /// An answer comes after the signals that were sent before it; then they wait for the event loop.
     void deliverAll()
