@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "ScenarioFiles.h"
 #include "World.h"
 
 #include <QDir>
@@ -115,17 +116,27 @@ Parsed findController(const std::string& radio, CommandLine& line)
     return { line, {} };
 }
 
+/// @return empty, or what is wrong with the scenario; the radio would say so only when somebody switches it
+/// on.
+QString resolveScenario(const QString& nameOrPath, CommandLine& line)
+{
+    line.scenario = nameOrPath;
+    if (nameOrPath.contains(QLatin1Char('/')) || QFileInfo(nameOrPath).isFile()) {
+        line.scenario = absolute(QFile::encodeName(nameOrPath).toStdString());
+        line.named << line.scenario;
+    }
+    return bt::problemOf(line.scenario);
+}
+
 /// @return empty, or what is wrong with a folder or file that was named.
 QString resolvePaths(const Options& options, CommandLine& line)
 {
-    line.scenario = QFile::decodeName(options.scenario.c_str());
-    const bool isFile = line.scenario.contains(QLatin1Char('/')) || QFileInfo(line.scenario).isFile();
-    if (!line.scenario.isEmpty() && isFile) {
-        line.scenario = absolute(options.scenario);
-        if (!QFileInfo(line.scenario).isReadable()) {
-            return QStringLiteral("--scenario %1: there is no such file that can be read").arg(line.scenario);
+    const QString scenario = QFile::decodeName(options.scenario.c_str());
+    if (!scenario.isEmpty()) {
+        const QString problem = resolveScenario(scenario, line);
+        if (!problem.isEmpty()) {
+            return QStringLiteral("--scenario: %1").arg(problem);
         }
-        line.named << line.scenario;
     }
     if (!options.state.empty()) {
         line.state = absolute(options.state);

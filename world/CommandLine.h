@@ -12,7 +12,7 @@ struct CommandLine
 {
     QString controller; ///< the program of --radio
     bool machineBus = false; ///< the controller also speaks to the machine's own system bus
-    QString scenario; ///< a name, or the path of a file
+    QString scenario; ///< a name, or the path of a file; one that can be simulated
     QString state;
     QString log;
     QString host; ///< empty is this build's

@@ -31,6 +31,9 @@ Inquiry::Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, S
         m_rows.insert(m_results.entries.at(row).address, row);
     }
     for (const auto& [address, device] : m_room.devices()) {
+        if (!device.present) {
+            continue;
+        }
         const int found = m_random.bounded(1, LastFound + 1);
         m_schedules.append({ address, { found, found + m_random.bounded(1, SlowestName + 1) } });
     }
@@ -82,7 +85,7 @@ void Inquiry::hear(qulonglong address, const Schedule& schedule)
     entry->name = m_room.knownName(address);
     if ((m_step - schedule.found) % StepsBetweenReadings == 0) {
         entry->signalStrength =
-            device->signalStrength + m_random.bounded(-StrengthSpread, StrengthSpread + 1);
+            device->signalStrengthAt(m_clock.now()) + m_random.bounded(-StrengthSpread, StrengthSpread + 1);
     }
 }
 

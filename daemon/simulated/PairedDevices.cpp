@@ -63,7 +63,6 @@ void PairedDevices::restore(const PairList& list)
             m_list.entries.append(PairEntry{ entry.address, entry.name, NotConnected });
         }
     }
-    Q_EMIT listChanged(m_list);
 }
 
 Outcome PairedDevices::remove(qulonglong address)
@@ -96,6 +95,18 @@ Outcome PairedDevices::connectDevice(qulonglong address)
         plan(address, ConnectTimeout, &PairedDevices::giveUp);
     } else {
         plan(address, ConnectTime, &PairedDevices::establish);
+    }
+    return {};
+}
+
+Outcome PairedDevices::acceptConnection(qulonglong address)
+{
+    const int row = rowOf(address);
+    if (row < 0) {
+        return notPaired(address);
+    }
+    if (m_list.entries.at(row).connectionState == NotConnected) {
+        establish(address);
     }
     return {};
 }

@@ -24,12 +24,18 @@ public:
 
     [[nodiscard]] bool contains(qulonglong address) const;
     void add(qulonglong address, const QString& name);
-    /// Takes over what was paired before, without connections.
+    /// Takes over what was paired before, without connections and without a word.
     void restore(const PairList& list);
     /// Ends the connection first.
     Outcome remove(qulonglong address);
 
+    [[nodiscard]] const PairList& list() const { return m_list; }
+
     Outcome connectDevice(qulonglong address);
+    /// The device connects by itself.
+    Outcome acceptConnection(qulonglong address);
+    /// The connection is lost at once, if there is one.
+    void drop(qulonglong address) { end(address); }
     Outcome disconnectDevice(qulonglong address);
     /// Ends at once what has one of these bits of bt::Connection.
     void disconnectAll(unsigned connections);

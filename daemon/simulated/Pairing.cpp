@@ -14,6 +14,7 @@ constexpr auto PageTime = 800ms;
 constexpr auto PageTimeout = 5120ms; // the standard's default
 constexpr auto RefusalTime = 900ms;
 constexpr auto KeyTime = 600ms;
+constexpr auto PatienceWithDevices = 30s; // the standard's
 constexpr auto PatienceWithUsers = 60s;
 constexpr int CodeDigits = 6;
 constexpr int CodeCount = 1000000;
@@ -50,6 +51,13 @@ void Pairing::begin()
     }
 }
 
+void Pairing::beginIncoming()
+{
+    m_room.learnName(m_address);
+    enter(PairState::Incoming);
+    m_clock.after(PageTime, this, [this] { reached(); });
+}
+
 void Pairing::reached()
 {
     const SimulatedDevice* device = m_room.find(m_address);
@@ -63,7 +71,40 @@ void Pairing::reached()
         m_clock.after(RefusalTime, this, [this] { settle(PairState::FailedAuthentication); });
         return;
     }
+    if (device->answer == SimulatedDevice::Answer::Silent) {
+        waitForDevice();
+        return;
+    }
     ask(*device);
+}
+
+void Pairing::waitForDevice()
+{
+    m_waitsForDevice = true;
+    enter(m_progress.state); // with its name
+    m_clock.after(PatienceWithDevices, this, [this] {
+        if (m_waitsForDevice) {
+            settle(PairState::FailedAuthentication);
+        }
+    });
+}
+
+Outcome Pairing::deviceAnswers(bool accepts)
+{
+    if (isSettled(m_progress.state)) {
+        return Refusal{
+            Error::NothingPending,
+            QStringLiteral("no pairing with %1 is under way").arg(AddressHelper::int2str(m_address))
+        };
+    }
+    const SimulatedDevice* device = m_room.find(m_address);
+    if (!accepts || device == nullptr) {
+        settle(PairState::FailedAuthentication);
+    } else if (m_waitsForDevice) {
+        m_waitsForDevice = false;
+        ask(*device);
+    }
+    return {};
 }
 
 void Pairing::ask(const SimulatedDevice& device)
@@ -107,7 +148,7 @@ Outcome Pairing::pinReply(const QString& pin)
         return nothingPending(QStringLiteral("a PIN"));
     }
     const SimulatedDevice* device = m_room.find(m_address);
-    finish(device != nullptr && device->pin == pin);
+    finish(device != nullptr && !device->pin.isEmpty() && device->pin == pin);
     return {};
 }
 
@@ -151,6 +192,10 @@ void Pairing::finish(bool accepted)
 
 void Pairing::settle(PairState state)
 {
+    if (m_progress.state >= PairState::Paired) {
+        return; // the other side was faster
+    }
+    m_waitsForDevice = false;
     if (state == PairState::Paired) {
         Q_EMIT succeeded();
     }

@@ -24,6 +24,10 @@ public:
 
     /// Calls the device; the first progress is there when it returns.
     void begin();
+    /// The device calls us.
+    void beginIncoming();
+    /// The person at the device accepts or refuses.
+    Outcome deviceAnswers(bool accepts);
     Outcome pinReply(const QString& pin);
     Outcome pinDecline();
     Outcome confirm();
@@ -36,6 +40,7 @@ Q_SIGNALS:
 
 private:
     void reached();
+    void waitForDevice();
     void ask(const SimulatedDevice& device);
     void finish(bool accepted);
     void settle(PairState state);
@@ -48,6 +53,7 @@ private:
     SimulationClock& m_clock;
     QRandomGenerator& m_random;
     PairingProgress m_progress;
+    bool m_waitsForDevice = false;
 };
 
 } // namespace bt

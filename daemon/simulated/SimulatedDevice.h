@@ -2,7 +2,20 @@
 
 #include <QString>
 
+#include <chrono>
+#include <optional>
+
 namespace bt {
+
+/// How the signal of a device changes while it goes from one place to another. Outside of its time it stays.
+struct Movement
+{
+    std::chrono::milliseconds begin{ 0 };
+    std::chrono::milliseconds duration{ 0 };
+    int from = 0; ///< dBm
+    int to = 0; ///< dBm
+    bool returns = false; ///< and goes back in the same time, again and again
+};
 
 /// A device around the simulated radio: what it is and how it behaves.
 struct SimulatedDevice
@@ -16,17 +29,24 @@ struct SimulatedDevice
     enum class Answer {
         Accepts,
         Refuses, ///< breaks the pairing off
+        Silent, ///< is reached, and then says no more
         OutOfReach ///< answers an inquiry, but no connection comes about
     };
+
+    /// The signal strength at a time of the simulation, in dBm.
+    [[nodiscard]] int signalStrengthAt(std::chrono::milliseconds time) const;
 
     qulonglong address = 0;
     /// Empty when the device never tells one.
     QString name;
+    /// The class of device as the standard numbers it (24 bits); no client of the daemon sees it.
+    unsigned deviceClass = 0;
     /// Mean received power in dBm; what an inquiry reports moves around it.
     int signalStrength = -60;
+    std::optional<Movement> movement;
     Pairing pairing = Pairing::JustWorks;
     Answer answer = Answer::Accepts;
-    /// The PIN that the device takes; with Pairing::Pin only.
+    /// The PIN that the device takes, with Pairing::Pin; an empty one takes none.
     QString pin;
     /// The six digits to compare, with Pairing::Code; empty for others at each pairing.
     QString code;
@@ -36,6 +56,10 @@ struct SimulatedDevice
     bool companion = false;
     /// A Wi-FED: a command socket opens with its connection.
     bool wifed = false;
+    /// Paired when the simulation begins, unless pairings of an earlier run are known.
+    bool paired = false;
+    /// Whether it is there.
+    bool present = true;
     /// Whether its name has been asked for since the radio was started.
     bool nameKnown = false;
 };

@@ -47,6 +47,7 @@ void SimulatedRadio::start()
 {
     Q_EMIT addressChanged(m_identity.address);
     Q_EMIT localNameChanged(m_identity.name);
+    Q_EMIT pairListChanged(m_paired.list());
     setPowered(true);
 }
 
@@ -161,23 +162,36 @@ Outcome SimulatedRadio::pair(qulonglong address)
             QStringLiteral("%1 is no device address; an address is six bytes, not all zero").arg(address)
         };
     }
-    if (m_pairing && !isSettled(m_pairing->progress().state)) {
-        return Refusal{ Error::InProgress,
-                        QStringLiteral("%1 is being paired; one pairing at a time")
-                            .arg(AddressHelper::int2str(m_pairing->address())) };
+    if (Outcome busy = busyPairing()) {
+        return busy;
     }
     endScan();
     if (m_paired.contains(address)) {
         Q_EMIT pairingChanged({ PairState::Paired, {}, {} });
         return {};
     }
+    newPairing(address).begin();
+    return {};
+}
+
+Outcome SimulatedRadio::busyPairing() const
+{
+    if (!m_pairing || isSettled(m_pairing->progress().state)) {
+        return {};
+    }
+    return Refusal{ Error::InProgress,
+                    QStringLiteral("%1 is being paired; one pairing at a time")
+                        .arg(AddressHelper::int2str(m_pairing->address())) };
+}
+
+Pairing& SimulatedRadio::newPairing(qulonglong address)
+{
     m_pairing = std::make_unique<Pairing>(address, m_room, m_clock, m_random);
     connect(m_pairing.get(), &Pairing::progressed, this,
             [this] { Q_EMIT pairingChanged(m_pairing->progress()); });
     connect(m_pairing.get(), &Pairing::succeeded, this,
             [this, address] { m_paired.add(address, m_room.knownName(address)); });
-    m_pairing->begin();
-    return {};
+    return *m_pairing;
 }
 
 Outcome SimulatedRadio::unpair(qulonglong address)

@@ -38,8 +38,27 @@ public:
     SimulatedRadio(Identity identity, Room room, SimulationClock& clock, quint32 seed);
     ~SimulatedRadio() override;
 
-    /// Before start(): what was paired in an earlier run.
+    /// Before start(): what was paired in an earlier run. Otherwise the room's own pairings hold.
     void restorePairs(const PairList& list) { m_paired.restore(list); }
+    void pairAsInRoom();
+
+    // What the devices do by themselves. Refused when it cannot happen.
+    Outcome addDevice(const SimulatedDevice& device);
+    /// It goes away, and with it its connection.
+    Outcome removeDevice(qulonglong address);
+    /// It is there again.
+    Outcome returnDevice(qulonglong address);
+    /// Its signal strength goes to another value within a time.
+    Outcome moveDevice(qulonglong address, int signalStrength, std::chrono::milliseconds duration);
+    Outcome deviceConnects(qulonglong address);
+    Outcome deviceDrops(qulonglong address);
+    Outcome deviceAsksToPair(qulonglong address);
+    Outcome deviceAnswers(qulonglong address, bool accepts);
+
+    [[nodiscard]] const Room& room() const { return m_room; }
+    [[nodiscard]] const PairList& pairs() const { return m_paired.list(); }
+    /// Of the pairing that is under way; otherwise its outcome, or idle.
+    [[nodiscard]] PairState pairStateOf(qulonglong address) const;
 
     void start() override;
     void stop() override;
@@ -64,6 +83,9 @@ private:
     [[nodiscard]] Outcome notOn() const;
     void setStatus(Status status);
     void silence();
+    [[nodiscard]] Outcome notThere(qulonglong address) const;
+    [[nodiscard]] Outcome busyPairing() const;
+    Pairing& newPairing(qulonglong address);
     void endScan();
     void announceConnection(qulonglong address, const SimulatedDevice& device);
     void announceDisconnection(qulonglong address);

@@ -13,7 +13,7 @@ SimulationClock::SimulationClock(double scale, QObject* parent)
     m_elapsed.start();
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
-    connect(&m_timer, &QTimer::timeout, this, &SimulationClock::runDue);
+    connect(&m_timer, &QTimer::timeout, this, [this] { runDue(now()); });
 }
 
 SimulationClock::Duration SimulationClock::now() const
@@ -21,7 +21,10 @@ SimulationClock::Duration SimulationClock::now() const
     if (m_stepTime.count() >= 0) {
         return m_stepTime;
     }
-    return Duration(std::llround(static_cast<double>(m_elapsed.elapsed()) * m_scale));
+    if (m_isPaused) {
+        return m_base;
+    }
+    return m_base + Duration(std::llround(static_cast<double>(m_elapsed.elapsed()) * m_scale));
 }
 
 SimulationClock::Duration SimulationClock::forPeople(Duration real) const
@@ -35,9 +38,45 @@ void SimulationClock::after(Duration delay, QObject* context, std::function<void
     arm();
 }
 
-void SimulationClock::runDue()
+void SimulationClock::setBase(Duration time)
 {
-    const Duration until = now();
+    m_base = time;
+    m_elapsed.restart();
+}
+
+void SimulationClock::setScale(double scale)
+{
+    setBase(now());
+    m_scale = scale;
+    arm();
+}
+
+void SimulationClock::pause()
+{
+    setBase(now());
+    m_isPaused = true;
+    m_timer.stop();
+}
+
+void SimulationClock::resume()
+{
+    if (m_isPaused) {
+        setBase(m_base);
+        m_isPaused = false;
+        arm();
+    }
+}
+
+void SimulationClock::advance(Duration duration)
+{
+    pause();
+    const Duration until = m_base + duration;
+    runDue(until);
+    setBase(until);
+}
+
+void SimulationClock::runDue(Duration until)
+{
     while (!m_steps.empty() && m_steps.begin()->first <= until) {
         const auto node = m_steps.extract(m_steps.begin());
         if (!node.mapped().context.isNull()) {
@@ -55,7 +94,7 @@ void SimulationClock::arm()
     while (!m_steps.empty() && m_steps.begin()->second.context.isNull()) {
         m_steps.erase(m_steps.begin());
     }
-    if (m_steps.empty()) {
+    if (m_steps.empty() || m_isPaused) {
         m_timer.stop();
         return;
     }

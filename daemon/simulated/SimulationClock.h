@@ -14,12 +14,15 @@ namespace bt {
 /// The one clock behind everything that takes time in a simulated radio. Steps run in the order in which they
 /// are due, equal ones in the order of their planning, however coarse the real timer is: a run with the same
 /// seed and requests is the same run at any speed. Without a planned step no timer runs.
+///
+/// The clock follows real time, faster or slower, or stands still and is driven by advance().
 class SimulationClock : public QObject
 {
     Q_OBJECT
 
 public:
     using Duration = std::chrono::milliseconds;
+    static constexpr double LargestScale = 1e6;
 
     /// \a scale: how many times faster than real time the simulated time passes; greater than 0.
     explicit SimulationClock(double scale, QObject* parent = nullptr);
@@ -32,6 +35,15 @@ public:
 
     [[nodiscard]] Duration now() const;
 
+    [[nodiscard]] double scale() const { return m_scale; }
+    /// Greater than 0.
+    void setScale(double scale);
+    [[nodiscard]] bool isPaused() const { return m_isPaused; }
+    void pause();
+    void resume();
+    /// Pauses, and goes on by \a duration at once: when it returns, every step that fell due has run.
+    void advance(Duration duration);
+
 private:
     struct Step
     {
@@ -39,10 +51,14 @@ private:
         std::function<void()> run;
     };
 
-    void runDue();
+    void runDue(Duration until);
+    void setBase(Duration time);
     void arm();
 
     double m_scale;
+    bool m_isPaused = false;
+    /// The simulated time when m_elapsed was started.
+    Duration m_base{ 0 };
     QElapsedTimer m_elapsed;
     QTimer m_timer;
     std::multimap<Duration, Step> m_steps;

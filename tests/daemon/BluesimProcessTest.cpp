@@ -110,6 +110,7 @@ void BluesimProcessTest::refusesToStart_data()
     QTest::newRow("too few") << QStringList(proper.mid(1)) << scale << bus << 2 << "usage:";
     QTest::newRow("too many") << proper + proper << scale << bus << 2 << "usage:";
     QTest::newRow("time stands still") << proper << QByteArray("0") << bus << 2 << "BLUESIM_TIME_SCALE";
+    QTest::newRow("scenario unknown") << proper << QByteArray("1") << bus << 2 << "BLUESIM_SCENARIO: ";
     QTest::newRow("time is no number") << proper << QByteArray("fast") << bus << 2 << "\"fast\"";
     QTest::newRow("no bus") << proper << scale << QByteArray("unix:path=/nonexistent/bus") << 1
                             << "/nonexistent/bus";
@@ -123,6 +124,10 @@ void BluesimProcessTest::refusesToStart()
     QFETCH(int, status);
     QFETCH(QString, message);
 
+    const auto unset = qScopeGuard([] { qunsetenv("BLUESIM_SCENARIO"); });
+    if (message.contains(QLatin1String("SCENARIO"))) {
+        qputenv("BLUESIM_SCENARIO", "no-such");
+    }
     qputenv("BLUESIM_TIME_SCALE", scale);
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus);
     Bluesim sim;

@@ -12,6 +12,7 @@ private Q_SLOTS:
     void runsInTheOrderOfSimulatedTime_data();
     void runsInTheOrderOfSimulatedTime();
     void forgetsStepsOfWhatIsGone();
+    void canBeDriven();
 };
 
 void SimulationClockTest::runsInTheOrderOfSimulatedTime_data()
@@ -55,6 +56,31 @@ void SimulationClockTest::forgetsStepsOfWhatIsGone()
     clock.after(30ms, this, [&last] { last = true; });
     QTRY_VERIFY(last);
     QVERIFY(!ran);
+}
+
+void SimulationClockTest::canBeDriven()
+{
+    bt::SimulationClock clock(1e6);
+    clock.pause();
+    const auto begin = clock.now();
+    QStringList order;
+    clock.after(10s, this, [&] {
+        order << QStringLiteral("10");
+        clock.after(0s, this, [&] { order << QStringLiteral("10+0"); });
+        clock.after(20s, this, [&] { order << QStringLiteral("10+20"); });
+    });
+    QCoreApplication::processEvents(); // a million times faster it would be due, if it ran
+    QVERIFY(order.isEmpty());
+    clock.advance(10s);
+    QCOMPARE(order, (QStringList{ "10", "10+0" }));
+    QVERIFY(clock.now() - begin == 10s);
+    clock.advance(19s);
+    QCOMPARE(order.size(), 2);
+    clock.setScale(2e4);
+    QVERIFY(clock.isPaused() && clock.now() - begin == 29s);
+    clock.resume();
+    QTRY_COMPARE(order.size(), 3);
+    QVERIFY(clock.now() - begin >= 30s);
 }
 
 QTEST_GUILESS_MAIN(SimulationClockTest)

@@ -119,8 +119,12 @@ void BluetoothworldTest::refusesWhatMakesNoSense_data()
     QTest::newRow("radio not executable")
         << QStringList{ "--radio", "/etc/passwd", "--", "true" } << "--radio /etc/passwd: ";
     QTest::newRow("radio a folder") << QStringList{ "--radio", "/etc", "--", "true" } << "--radio /etc: ";
-    QTest::newRow("scenario missing")
-        << QStringList{ "--scenario", "./none.json", "--", "true" } << "none.json: there is no such file";
+    QTest::newRow("scenario missing") << QStringList{ "--scenario", "./none.json", "--", "true" }
+                                      << "none.json cannot be read: No such file";
+    QTest::newRow("scenario unknown") << QStringList{ "--scenario", "crwd", "--", "true" }
+                                      << "no scenario \"crwd\"; did you mean \"crowd\"?";
+    QTest::newRow("scenario wrong") << QStringList{ "--scenario", "/etc/passwd", "--", "true" }
+                                    << "/etc/passwd:1: this is no JSON";
     QTest::newRow("state") << QStringList{ "--state", "/proc/none", "--", "true" } << "--state /proc/none: ";
     QTest::newRow("log") << QStringList{ "--log", "/proc/none", "--", "true" } << "--log /proc/none: ";
 }
@@ -141,6 +145,7 @@ void BluetoothworldTest::passesChoicesOn()
     const QTemporaryDir folder(QStringLiteral("/tmp/choices-XXXXXX"));
     QFile scenario(folder.filePath(QStringLiteral("room.json")));
     QVERIFY(scenario.open(QIODevice::WriteOnly));
+    scenario.write(R"({ "devices": [] })");
     scenario.close();
     // Names are relative to the folder that the caller stands in, and stay visible below /tmp.
     const Finished world =

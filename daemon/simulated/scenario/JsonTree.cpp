@@ -1,0 +1,176 @@
+#include "JsonTree.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <iterator>
+
+namespace bt {
+
+namespace {
+
+/// What the parser reads through: it counts the lines, which the parser does not tell to its handlers. The
+/// parser may be one character ahead, behind a number; that one is no part of a value, so that the line of
+/// the last character that is no blank is the line of the value.
+class CountingIterator
+{
+public:
+    // What the standard library asks of an input iterator.
+    using iterator_category = std::input_iterator_tag; // NOLINT(readability-identifier-naming)
+    using value_type = char; // NOLINT(readability-identifier-naming)
+    using difference_type = std::ptrdiff_t; // NOLINT(readability-identifier-naming)
+    using pointer = const char*; // NOLINT(readability-identifier-naming)
+    using reference = const char&; // NOLINT(readability-identifier-naming)
+
+    struct Lines
+    {
+        int now = 1;
+        int ofValue = 1;
+    };
+
+    CountingIterator(const char* position, Lines* lines)
+        : m_position(position)
+        , m_lines(lines)
+    {
+    }
+    reference operator*() const { return *m_position; }
+    CountingIterator& operator++()
+    {
+        const char passed = *m_position++;
+        if (passed == '\n') {
+            ++m_lines->now;
+        } else if (passed != ' ' && passed != '\t' && passed != '\r') {
+            m_lines->ofValue = m_lines->now;
+        }
+        return *this;
+    }
+    bool operator==(const CountingIterator& other) const { return m_position == other.m_position; }
+    bool operator!=(const CountingIterator& other) const { return m_position != other.m_position; }
+
+private:
+    const char* m_position;
+    Lines* m_lines;
+};
+
+/// Builds the tree from what the parser tells. Its functions are named by the parser's interface.
+class TreeBuilder : public nlohmann::json_sax<nlohmann::json>
+{
+public:
+    explicit TreeBuilder(const CountingIterator::Lines& lines)
+        : m_lines(lines)
+    {
+    }
+
+    bool null() override { return add(nullptr); }
+    bool boolean(bool value) override { return add(value); }
+    bool number_integer(number_integer_t value) override { return add(static_cast<double>(value)); }
+    bool number_unsigned(number_unsigned_t value) override { return add(static_cast<double>(value)); }
+    bool number_float(number_float_t value, const string_t& /*text*/) override { return add(value); }
+    bool string(string_t& value) override { return add(QString::fromStdString(value)); }
+    bool binary(binary_t& /*value*/) override { return false; } // no such thing in a text
+    bool start_object(std::size_t /*size*/) override { return open(JsonValue::Members()); }
+    bool start_array(std::size_t /*size*/) override { return open(JsonValue::Elements()); }
+    bool end_object() override { return close(); }
+    bool end_array() override { return close(); }
+
+    bool key(string_t& name) override
+    {
+        Frame& frame = m_open.back();
+        frame.name = QString::fromStdString(name);
+        frame.nameLine = m_lines.ofValue;
+        const auto& members = std::get<JsonValue::Members>(frame.value.content);
+        const bool twice = std::any_of(members.begin(), members.end(),
+                                       [&](const auto& member) { return member.first == frame.name; });
+        if (twice) {
+            m_problem = { frame.nameLine, QStringLiteral("\"%1\" stands here twice").arg(frame.name) };
+        }
+        return !twice;
+    }
+
+    bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
+                     const nlohmann::json::exception& error) override
+    {
+        // "[json.exception.parse_error.101] parse error at line 1, column 2: …"
+        const QString text = QString::fromUtf8(error.what());
+        const int begin = text.indexOf(QLatin1String(": "));
+        m_problem = { m_lines.now, QStringLiteral("this is no JSON: ") + text.mid(begin + 2) };
+        return false;
+    }
+
+    [[nodiscard]] std::variant<JsonValue, TextProblem> take(bool parsed)
+    {
+        if (parsed) {
+            return std::move(m_root);
+        }
+        return m_problem;
+    }
+
+private:
+    struct Frame
+    {
+        JsonValue value;
+        QString name; ///< of the member that comes
+        int nameLine = 0;
+    };
+
+    template <typename Content>
+    bool add(Content&& content)
+    {
+        JsonValue value;
+        value.line = m_lines.ofValue;
+        value.content = std::forward<Content>(content);
+        return put(std::move(value));
+    }
+
+    template <typename Container>
+    bool open(Container container)
+    {
+        Frame frame;
+        frame.value.line = m_lines.ofValue;
+        frame.value.content = std::move(container);
+        m_open.push_back(std::move(frame));
+        return true;
+    }
+
+    bool close()
+    {
+        JsonValue value = std::move(m_open.back().value);
+        m_open.pop_back();
+        return put(std::move(value));
+    }
+
+    bool put(JsonValue value)
+    {
+        if (m_open.empty()) {
+            m_root = std::move(value);
+            return true;
+        }
+        Frame& frame = m_open.back();
+        if (auto* members = std::get_if<JsonValue::Members>(&frame.value.content)) {
+            value.line = frame.nameLine;
+            members->emplace_back(frame.name, std::move(value));
+        } else {
+            std::get<JsonValue::Elements>(frame.value.content).push_back(std::move(value));
+        }
+        return true;
+    }
+
+    const CountingIterator::Lines& m_lines;
+    std::vector<Frame> m_open;
+    JsonValue m_root;
+    TextProblem m_problem;
+};
+
+} // namespace
+
+std::variant<JsonValue, TextProblem> parseJson(const QByteArray& text)
+{
+    CountingIterator::Lines lines;
+    TreeBuilder builder(lines);
+    const bool parsed =
+        nlohmann::json::sax_parse(CountingIterator(text.constData(), &lines),
+                                  CountingIterator(text.constData() + text.size(), &lines), &builder);
+    return builder.take(parsed);
+}
+
+} // namespace bt

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "JsonTree.h"
+
+#include <QStringList>
+
+#include <optional>
+
+namespace bt {
+
+/// Reads the members of one JSON object. The first problem stays and everything read after it is missing, so
+/// that a reader asks once, at its end.
+class ObjectReader
+{
+public:
+    /// \a what the object is, for messages: "a device". \a known: the members that it may have.
+    ObjectReader(const JsonValue& value, QString what, const QStringList& known, TextProblem& problem);
+
+    [[nodiscard]] const JsonValue* member(const char* name) const;
+    [[nodiscard]] int lineOf(const char* name) const;
+
+    std::optional<QString> text(const char* name);
+    std::optional<bool> truth(const char* name);
+    /// A number from \a least to \a most.
+    std::optional<double> number(const char* name, double least, double most);
+    /// One of the words.
+    std::optional<QString> word(const char* name, const QStringList& words);
+    /// What the elements of a list are; none when the member is missing.
+    [[nodiscard]] const JsonValue::Elements* list(const char* name);
+
+    void require(const char* name);
+    void complain(int line, const QString& text);
+    [[nodiscard]] bool isGood() const { return m_problem.text.isEmpty(); }
+
+private:
+    template <typename Type>
+    const Type* typed(const char* name, const char* type);
+
+    const JsonValue& m_value;
+    const JsonValue::Members* m_members;
+    QString m_what;
+    TextProblem& m_problem;
+};
+
+/// \a text in quotation marks, and what it was probably meant to be.
+[[nodiscard]] QString unknownWord(const QString& text, const QString& role, const QStringList& words);
+
+} // namespace bt

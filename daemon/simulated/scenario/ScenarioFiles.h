@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Scenario.h"
+
+#include <QStringList>
+
+#include <variant>
+
+namespace bt {
+
+/// The scenario that a simulation starts with when nobody chose one.
+inline constexpr const char* DefaultScenario = "room";
+
+/// The folder of the scenarios that come with the program: ../share/bluesim/scenarios beside its own folder.
+[[nodiscard]] QString scenarioFolder();
+/// Their names, sorted.
+[[nodiscard]] QStringList scenarioNames();
+
+/// @return the file of a scenario: \a nameOrPath itself when it has a '/', otherwise that of the name; or, as
+/// second, why there is none.
+[[nodiscard]] std::pair<QString, QString> findScenario(const QString& nameOrPath);
+
+/// @return the scenario, or what is wrong with it: "FILE:LINE: …".
+[[nodiscard]] std::variant<Scenario, QString> loadScenario(const QString& file);
+
+/// What keeps a scenario from being simulated; empty when nothing does.
+[[nodiscard]] QString problemOf(const QString& nameOrPath);
+
+} // namespace bt

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "JsonTree.h"
+#include "Scenario.h"
+
+#include <QStringList>
+
+namespace bt {
+
+/// Understands the text of a scenario file; docs/scenarios.md describes it.
+/// @return the scenario, or the first thing that is wrong: a field that nobody knows or of another type, a
+/// value out of its range, a device that is not there.
+[[nodiscard]] std::variant<Scenario, TextProblem> readScenario(const QByteArray& text);
+
+/// Makes the device what one of ScenarioVocabulary::roles() says.
+void applyRole(SimulatedDevice& device, const QString& role);
+
+/// The names that may stand in an object of a scenario file.
+struct ScenarioVocabulary
+{
+    static const QStringList& scenario();
+    static const QStringList& device();
+    static const QStringList& movement();
+    static const QStringList& event(); ///< the names of the kinds are among them
+    static const QStringList& pairing(); ///< the values of the device's "pairing"
+    static const QStringList& roles(); ///< the values in the device's "is"
+};
+
+/// The one of \a words that \a word was probably meant to be; empty when none is near.
+[[nodiscard]] QString nearestOf(const QString& word, const QStringList& words);
+
+} // namespace bt
