@@ -1,14 +1,9 @@
-#include "DaemonService.h"
-#include "PairingStore.h"
 #include "ScenarioFiles.h"
 #include "Settings.h"
-#include "SimulatedRadio.h"
-#include "SimulationClock.h"
-#include "Timeline.h"
+#include "Simulation.h"
 #include "process/EndingSignals.h"
 
 #include <QCoreApplication>
-#include <QDBusConnection>
 #include <QDebug>
 
 #include <cstdio>
@@ -53,17 +48,6 @@ QString localName(QString argument)
     return argument;
 }
 
-void applyPairings(bt::SimulatedRadio& radio, bt::PairingStore& store)
-{
-    if (const auto kept = store.load()) {
-        radio.restorePairs(*kept);
-    } else {
-        radio.pairAsInRoom();
-    }
-    QObject::connect(&radio, &bt::Radio::pairListChanged, &radio,
-                     [&store](const PairList& list) { store.save(list); });
-}
-
 int simulate(const bt::Settings& settings, const QString& name)
 {
     const auto loaded = bt::loadScenario(settings.scenarioFile);
@@ -71,33 +55,10 @@ int simulate(const bt::Settings& settings, const QString& name)
         qCritical().noquote() << *problem;
         return UsageError;
     }
-    const process::EndingSignals signalsToEnd;
-    QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
-
-    const auto& scenario = std::get<bt::Scenario>(loaded);
-    bt::SimulationClock clock(settings.timeScale);
-    if (settings.isPaused) {
-        clock.pause();
-    }
-    bt::SimulatedRadio::Identity identity;
-    identity.name = name;
-    bt::SimulatedRadio radio(identity, bt::Room(scenario.devices), clock, settings.seed);
-    const bt::Timeline timeline(scenario.timeline, radio, clock);
-    bt::PairingStore pairings(settings.stateFile);
-    applyPairings(radio, pairings);
-    bt::DaemonService service(radio);
-    QObject::connect(&service, &bt::DaemonService::busLost, qApp, [] {
-        qCritical() << "the system bus is gone";
-        QCoreApplication::exit(1);
-    });
-    const QString problem = service.publish(QDBusConnection::systemBus());
-    if (!problem.isEmpty()) {
-        qCritical().noquote() << problem;
-        return 1;
-    }
-    const int status = QCoreApplication::exec();
-    service.withdraw();
-    return status;
+    bt::Simulation simulation(settings, std::get<bt::Scenario>(loaded), name);
+    // In the event loop, so that a problem at the start ends it.
+    QMetaObject::invokeMethod(&simulation, &bt::Simulation::start, Qt::QueuedConnection);
+    return QCoreApplication::exec();
 }
 
 } // namespace

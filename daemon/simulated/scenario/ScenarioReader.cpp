@@ -34,6 +34,7 @@ class Reader
 {
 public:
     std::variant<Scenario, TextProblem> read(const JsonValue& root);
+    std::variant<SimulatedDevice, TextProblem> readOneDevice(const JsonValue& root);
 
 private:
     void readDevice(const JsonValue& value);
@@ -69,6 +70,15 @@ std::variant<Scenario, TextProblem> Reader::read(const JsonValue& root)
         m_scenario.timeline.begin(), m_scenario.timeline.end(),
         [](const ScenarioEvent& left, const ScenarioEvent& right) { return left.time < right.time; });
     return m_scenario;
+}
+
+std::variant<SimulatedDevice, TextProblem> Reader::readOneDevice(const JsonValue& root)
+{
+    readDevice(root);
+    if (!m_problem.text.isEmpty()) {
+        return m_problem;
+    }
+    return m_scenario.devices.front();
 }
 
 void Reader::readDevice(const JsonValue& value)
@@ -279,6 +289,15 @@ std::variant<Scenario, TextProblem> readScenario(const QByteArray& text)
         return *problem;
     }
     return Reader().read(std::get<JsonValue>(parsed));
+}
+
+std::variant<SimulatedDevice, TextProblem> readDevice(const QByteArray& text)
+{
+    const auto parsed = parseJson(text);
+    if (const auto* problem = std::get_if<TextProblem>(&parsed)) {
+        return *problem;
+    }
+    return Reader().readOneDevice(std::get<JsonValue>(parsed));
 }
 
 } // namespace bt

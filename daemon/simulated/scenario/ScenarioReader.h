@@ -12,6 +12,9 @@ namespace bt {
 /// value out of its range, a device that is not there.
 [[nodiscard]] std::variant<Scenario, TextProblem> readScenario(const QByteArray& text);
 
+/// The same of one device alone.
+[[nodiscard]] std::variant<SimulatedDevice, TextProblem> readDevice(const QByteArray& text);
+
 /// Makes the device what one of ScenarioVocabulary::roles() says.
 void applyRole(SimulatedDevice& device, const QString& role);
 

@@ -1,0 +1,285 @@
+#include "BusFront.h"
+
+#include "DaemonNames.h"
+#include "SimulationClock.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
+#include <QDebug>
+
+#include <csignal>
+#include <utility>
+
+namespace bt {
+
+namespace {
+
+QString ownerOf(const QString& name, const QDBusConnection& bus)
+{
+    const QDBusReply<uint> pid = bus.interface()->servicePid(name);
+    return pid.isValid() ? QStringLiteral("process %1").arg(pid.value()) : QStringLiteral("another process");
+}
+
+/// Waits until the bus has everything that was sent before.
+void sync(const QDBusConnection& bus)
+{
+    bus.call(QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
+}
+
+} // namespace
+
+BusFront::BusFront(DaemonBackend& backend, SimulationClock& clock)
+    : m_backend(backend)
+    , m_clock(clock)
+    , m_bus(QString())
+    , m_otherBus(QString())
+{
+    connect(&backend, &DaemonBackend::sent, this, &BusFront::pass);
+    m_stallEnd.setSingleShot(true);
+    m_return.setSingleShot(true);
+    connect(&m_stallEnd, &QTimer::timeout, this, &BusFront::endStall);
+    connect(&m_return, &QTimer::timeout, this, &BusFront::comeBack);
+}
+
+QString BusFront::appear(const QDBusConnection& bus)
+{
+    m_bus = bus;
+    if (!m_bus.registerVirtualObject(daemonPath(), this, QDBusConnection::SingleNode)) {
+        return QStringLiteral("the object %1 exists already").arg(daemonPath());
+    }
+    if (m_bus.registerService(daemonService())) {
+        return {};
+    }
+    const QDBusError denied = m_bus.lastError();
+    m_bus.unregisterObject(daemonPath());
+    if (denied.isValid()) {
+        return QStringLiteral("the bus does not give us the name %1: %2")
+            .arg(daemonService(), denied.message());
+    }
+    return QStringLiteral("the name %1 is taken by %2; only one Bluetooth daemon can run")
+        .arg(daemonService(), ownerOf(daemonService(), m_bus));
+}
+
+void BusFront::end(std::function<void()> done)
+{
+    m_backend.stop();
+    m_backend.flush([this, done] {
+        clearFaults();
+        m_bus.unregisterService(daemonService());
+        m_bus.unregisterObject(daemonPath());
+        done();
+    });
+}
+
+void BusFront::flush(std::function<void()> done)
+{
+    m_backend.flush([this, done] {
+        sync(m_bus); // after a handover others may ask on another connection
+        done();
+    });
+}
+
+QString BusFront::introspect(const QString& /*path*/) const
+{
+    return {}; // the backend's own answer is passed on
+}
+
+bool BusFront::handleMessage(const QDBusMessage& message, const QDBusConnection& connection)
+{
+    note(message);
+    const Request request{ message, connection };
+    if (m_isStalled) {
+        m_waiting.append(request);
+    } else if (m_faults.answersLate.count() > 0) {
+        QTimer::singleShot(m_faults.answersLate, Qt::PreciseTimer, this, [this, request] { take(request); });
+    } else {
+        take(request);
+    }
+    return true;
+}
+
+void BusFront::note(const QDBusMessage& message)
+{
+    DaemonCall call{ m_clock.now(), message.member(), message.arguments() };
+    if (message.interface() == propertiesInterface() && message.member() == QLatin1String("Set")) {
+        call.member = QStringLiteral("set ") + message.arguments().value(1).toString();
+        call.arguments = { message.arguments().value(2).value<QDBusVariant>().variant() };
+    } else if (!message.interface().isEmpty() && message.interface() != daemonService()) {
+        return;
+    }
+    if (m_calls.size() == MostCalls) {
+        m_calls.pop_front();
+    }
+    m_calls.push_back(std::move(call));
+}
+
+void BusFront::take(const Request& request)
+{
+    if (m_isStalled) {
+        m_waiting.append(request);
+    } else if (!misanswer(request)) {
+        answer(request);
+    }
+}
+
+void BusFront::answer(const Request& request)
+{
+    m_backend.call(request.message, [request](const QDBusMessage& reply) {
+        if (!request.message.isReplyRequired()) {
+            return;
+        }
+        request.connection.send(
+            reply.type() == QDBusMessage::ErrorMessage
+                ? request.message.createErrorReply(reply.errorName(), reply.errorMessage())
+                : request.message.createReply(reply.arguments()));
+    });
+}
+
+bool BusFront::misanswer(const Request& request) const
+{
+    const QDBusMessage& message = request.message;
+    if (m_faults.answersErrors) {
+        request.connection.send(message.createErrorReply(daemonService() + QStringLiteral(".Error.Failed"),
+                                                         QStringLiteral("the radio has failed")));
+        return true;
+    }
+    const bool isRead =
+        message.interface() == propertiesInterface() && message.member() == QLatin1String("Get");
+    const auto payload = m_faults.payloads.constFind(message.arguments().value(1).toString());
+    if (!isRead || payload == m_faults.payloads.constEnd()) {
+        return false;
+    }
+    request.connection.send(message.createReply(QVariant::fromValue(QDBusVariant(*payload))));
+    return true;
+}
+
+void BusFront::pass(QDBusMessage signal)
+{
+    if (m_faults.silent.contains(signal.member())) {
+        return;
+    }
+    QDBusMessage own = QDBusMessage::createSignal(daemonPath(), daemonService(), signal.member());
+    own.setArguments(signal.arguments());
+    const auto payload = m_faults.payloads.constFind(signal.member());
+    if (payload != m_faults.payloads.constEnd()) {
+        own.setArguments({ QVariant::fromValue(QDBusVariant(*payload)) });
+    }
+    m_gathered.append(own);
+    if (!m_isStalled && m_gathered.size() >= m_faults.burst) {
+        sendGathered();
+    }
+}
+
+void BusFront::sendGathered()
+{
+    const QList<QDBusMessage> messages = std::exchange(m_gathered, {});
+    for (const QDBusMessage& message : messages) {
+        m_bus.send(message);
+    }
+}
+
+void BusFront::apply(const FaultRequest& request)
+{
+    using Kind = FaultRequest::Kind;
+    switch (request.kind) {
+    case Kind::None:
+        clearFaults();
+        break;
+    case Kind::Stall:
+        m_isStalled = true;
+        if (request.duration) {
+            m_stallEnd.start(*request.duration);
+        }
+        break;
+    case Kind::Leave:
+        leave();
+        if (request.duration) {
+            m_return.start(*request.duration);
+        }
+        break;
+    case Kind::Handover:
+        handOver();
+        break;
+    case Kind::Crash:
+        // Without a word, as a crash is, but not before whoever asked for it has the answer.
+        QTimer::singleShot(0, this, [this] {
+            sync(m_bus);
+            std::raise(SIGKILL);
+        });
+        break;
+    default:
+        m_faults.apply(request);
+        break;
+    }
+}
+
+QStringList BusFront::faultTexts() const
+{
+    QStringList lines = m_faults.texts();
+    if (m_isStalled) {
+        lines << QStringLiteral("answers nothing");
+    }
+    if (m_isAway) {
+        lines << QStringLiteral("has left the bus");
+    }
+    return lines;
+}
+
+void BusFront::clearFaults()
+{
+    m_faults = Faults();
+    endStall();
+    comeBack();
+    sendGathered();
+}
+
+void BusFront::endStall()
+{
+    m_stallEnd.stop();
+    if (!std::exchange(m_isStalled, false)) {
+        return;
+    }
+    sendGathered();
+    const QList<Request> waiting = std::exchange(m_waiting, {});
+    for (const Request& request : waiting) {
+        take(request);
+    }
+}
+
+void BusFront::leave()
+{
+    m_isAway = true;
+    m_bus.unregisterService(daemonService());
+}
+
+void BusFront::comeBack()
+{
+    m_return.stop();
+    if (std::exchange(m_isAway, false) && !m_bus.registerService(daemonService())) {
+        qWarning().noquote() << daemonService() << "is taken by" << ownerOf(daemonService(), m_bus)
+                             << "meanwhile";
+    }
+}
+
+// The next owner waits in the queue for the name, so that the bus passes it on in one step.
+void BusFront::handOver()
+{
+    if (m_isAway) {
+        return;
+    }
+    if (!m_otherBus.isConnected()) {
+        m_otherBus =
+            QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("the next owner"));
+        m_otherBus.registerVirtualObject(daemonPath(), this, QDBusConnection::SingleNode);
+    }
+    m_otherBus.interface()->registerService(daemonService(), QDBusConnectionInterface::QueueService,
+                                            QDBusConnectionInterface::AllowReplacement);
+    sync(m_bus); // what was sent before the handover has the old owner
+    m_bus.interface()->unregisterService(daemonService());
+    std::swap(m_bus, m_otherBus);
+}
+
+} // namespace bt
