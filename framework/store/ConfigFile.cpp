@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+
 #include <optional>
 
 namespace ipc {
@@ -134,9 +135,11 @@ Json& objectIn(Json& parent, const std::string& key)
     return child;
 }
 
-bool contains(const Json& list, const std::string& text)
+/// Whether the module itself stored this value. Another one in its place was put there by hand.
+bool isExcused(const Json& beyondLimits, const std::string& id, const Json& value)
 {
-    return std::find(list.begin(), list.end(), Json(text)) != list.end();
+    const auto stored = beyondLimits.find(id);
+    return stored != beyondLimits.end() && *stored == value;
 }
 
 /// Puts the values of a module's configs where they stood; ids that the module does not have stay.
@@ -158,16 +161,15 @@ void storeValues(Json& values, const ModuleItems& items, const QStringList& ids)
 
 void storeBeyondLimits(Json& beyondLimits, const ModuleItems& items, const QStringList& ids)
 {
-    Json kept = Json::array();
-    for (const Json& entry : beyondLimits) {
-        const QString id = entry.is_string() ? QString::fromStdString(entry.get<std::string>()) : QString();
-        if (items.find(ItemKind::Config, id) == nullptr)
-            kept.push_back(entry);
+    Json kept = Json::object();
+    for (const auto& [id, value] : beyondLimits.items()) {
+        if (items.find(ItemKind::Config, QString::fromStdString(id)) == nullptr)
+            kept[id] = value;
     }
     for (const QString& id : ids) {
         const Item* item = items.find(ItemKind::Config, id);
         if (item != nullptr && item->type.checkLimits(item->value(), true))
-            kept.push_back(id.toStdString());
+            kept[id.toStdString()] = fromVariant(item->value());
     }
     beyondLimits = std::move(kept);
 }
@@ -193,10 +195,10 @@ bool ConfigFile::load(ModuleItems& items) const
     if (found == modules.end() || !found->is_object())
         return true;
     const Json values = found->value(Values, Json::object());
-    const Json beyondLimits = found->value(BeyondLimits, Json::array());
+    const Json beyondLimits = found->value(BeyondLimits, Json::object());
     for (const auto& [id, value] : values.items()) {
         if (Item* item = items.findOrWarn(ItemKind::Config, QString::fromStdString(id)))
-            apply(*item, toVariant(value), contains(beyondLimits, id), m_path);
+            apply(*item, toVariant(value), isExcused(beyondLimits, id, value), m_path);
     }
     return true;
 }
@@ -225,7 +227,7 @@ QString ConfigFile::replace() const
     for (const Gathered& gathered : m_gathered) {
         Json& section = objectIn(objectIn(document, Modules), gathered.items->moduleName().toStdString());
         storeValues(objectIn(section, Values), *gathered.items, gathered.ids);
-        storeBeyondLimits(section[BeyondLimits], *gathered.items, gathered.ids);
+        storeBeyondLimits(objectIn(section, BeyondLimits), *gathered.items, gathered.ids);
     }
     if (document == *stored.document)
         return {};

@@ -13,7 +13,8 @@ class ModuleItems;
 
 /// The configs of a server's modules, in one JSON file:
 ///
-///     { "modules": { "bluetooth": { "values": { "enabled": true, … }, "beyondLimits": [ "pinreplycfg" ] } }
+///     { "modules": { "bluetooth": { "values": { "enabled": true, … }, "beyondLimits": { "pinreplycfg": "" }
+///     } }
 ///     }
 ///
 /// "beyondLimits" names the values that the module itself stored although a client may not: they load as

@@ -108,7 +108,7 @@ void ConfigFileTest::whatNoModuleKnowsStays()
     // After a step back to an older release: ids, a module and keys of the newer one.
     writeFile(R"({"format": 2, "modules": {
         "other": {"values": {"a": 1}},
-        "radio": {"values": {"new": "x", "enabled": false}, "beyondLimits": ["new", "pin"], "since": 3}}})");
+        "radio": {"values": {"new": "x", "enabled": false}, "beyondLimits": {"new": "", "pin": ""}, "since": 3}}})");
     const auto items = makeModule(QStringLiteral("radio"));
     items->find(ItemKind::Config, QStringLiteral("enabled"))->store(true, true);
     QVERIFY(save(*items));
@@ -118,7 +118,7 @@ void ConfigFileTest::whatNoModuleKnowsStays()
     QCOMPARE(QJsonDocument::fromJson(file.readAll()), QJsonDocument::fromJson(R"({"format": 2, "modules": {
         "other": {"values": {"a": 1}},
         "radio": {"values": {"new": "x", "enabled": true, "pin": "5190", "serial": 0},
-                  "beyondLimits": ["new"], "since": 3}}})"));
+                  "beyondLimits": {"new": ""}, "since": 3}}})"));
 }
 
 void ConfigFileTest::wrongValuesTakeTheirDefault_data()
@@ -129,6 +129,8 @@ void ConfigFileTest::wrongValuesTakeTheirDefault_data()
                                     << "enabled: .*a value that is no bool";
     QTest::newRow("text for a bool") << QByteArray(R"("enabled": "true", "pin": "7777")")
                                      << "enabled: .*a value that is no bool";
+    QTest::newRow("too short, in the place of a value that the module stored")
+        << QByteArray(R"("pin": "1"}, "beyondLimits": {"pin": "")") << "pin: .*a value beyond its limits";
     QTest::newRow("too short") << QByteArray(R"("serial": 1, "pin": "1")")
                                << "pin: .*a value beyond its limits";
     QTest::newRow("nested") << QByteArray(R"("serial": {"a": 1}, "enabled": true)")
