@@ -45,7 +45,7 @@ QString lineOf(QProcess& process, const QString& beginning)
 {
     while (true) {
         while (process.canReadLine()) {
-            const QString line = QString::fromUtf8(process.readLine()).trimmed();
+            QString line = QString::fromUtf8(process.readLine()).trimmed();
             if (line.startsWith(beginning))
                 return line;
         }
@@ -76,11 +76,12 @@ void PackageTest::initTestCase()
     QVERIFY2(error.isEmpty(), qPrintable(error));
     qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toUtf8());
     qputenv("XDG_DATA_HOME", path("data").toUtf8());
-    for (const char* component : { "ipc", "ipc-dev" })
+    for (const char* component : { "ipc", "ipc-dev" }) {
         QVERIFY(!run(QStringLiteral("cmake"),
                      { QStringLiteral("--install"), QStringLiteral(BUILD_FOLDER), QStringLiteral("--prefix"),
                        path("prefix"), QStringLiteral("--component"), QLatin1String(component) })
                      .isEmpty());
+    }
 }
 
 void PackageTest::cleanupTestCase()
