@@ -1,7 +1,7 @@
 #pragma once
 
 // The one place that knows the service framework's headers and names. A port to another release of the
-// framework changes this file and nothing else.
+// framework changes this file and nothing else; docs/porting.md says how.
 
 #include "KelAggregate.h"
 #include "RegistrationModule.h"
@@ -21,7 +21,7 @@
 #define HOOK_J runsHeadless // the last of all, behind startQView
 
 /// Sets an item of another module. Nobody waits for the outcome.
-inline void writeItem(const KELClientInterface& client, const QString& item, const QVariant& value)
+inline void writeItem(KELClientInterface& client, const QString& item, const QVariant& value)
 {
     client.setItem(item, value);
 }

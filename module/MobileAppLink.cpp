@@ -26,7 +26,7 @@ KelAggregate createSyncMobileKelItemConnStatus(bool connected, unsigned long lon
 void reportConnection(bool connected, unsigned long long addr)
 {
     // The client belongs to the framework: it is neither kept nor deleted here.
-    const KELClientInterface* const client =
+    KELClientInterface* const client =
         KELClientInterface::getSessionBusClient(QStringLiteral("tov.base.sync_mobile_app"), nullptr);
     if (client == nullptr)
         return;

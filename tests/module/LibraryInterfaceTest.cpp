@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QMetaMethod>
 #include <QProcess>
+#include <QSet>
 #include <QTest>
 
 #include <array>
@@ -18,7 +19,8 @@ private Q_SLOTS:
     void castsByItsOwnName();
     void hooksAnswer();
     void virtualTableIsInOrder();
-    void onlyTheClassIsExported();
+    void symbolsAreThoseListed_data();
+    void symbolsAreThoseListed();
     void sonameIsFixed();
 };
 
@@ -29,6 +31,21 @@ QString outputOf(const QString& program, const QStringList& arguments)
     QProcess process;
     process.start(program, arguments);
     return process.waitForFinished() ? QString::fromLocal8Bit(process.readAllStandardOutput()) : QString();
+}
+
+/// The dynamic symbols of a library, as C++ writes them.
+QStringList symbols(const char* library, const QString& which)
+{
+    QStringList names;
+    const QString output = outputOf(QStringLiteral("nm"), { "-D", "-C", which, library });
+    for (const QString& line : output.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        names << line.mid(19); // behind the address and the kind
+    return names;
+}
+
+QSet<QString> toSet(const QStringList& list)
+{
+    return { list.begin(), list.end() };
 }
 
 } // namespace
@@ -115,16 +132,35 @@ void LibraryInterfaceTest::virtualTableIsInOrder()
     QCOMPARE(found, expected.split(QLatin1Char(' ')));
 }
 
-void LibraryInterfaceTest::onlyTheClassIsExported()
+void LibraryInterfaceTest::symbolsAreThoseListed_data()
 {
-    const QString symbols = outputOf(QStringLiteral("nm"), { "-D", "--defined-only", "-C", LIBRARY });
-    QVERIFY(symbols.contains(QStringLiteral(" BluetoothModule::BluetoothModule(QObject*)")));
-    for (const QString& line : symbols.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        const QString name = line.section(QLatin1Char(' '), 2);
-        QVERIFY2(name.startsWith(QStringLiteral("BluetoothModule::"))
-                     || name.endsWith(QStringLiteral(" for BluetoothModule")),
-                 qPrintable(name));
+    QTest::addColumn<QStringList>("found");
+    const QSet<QString> framework = toSet(symbols(FRAMEWORK, QStringLiteral("--defined-only")));
+    QStringList imported;
+    for (const QString& name : symbols(LIBRARY, QStringLiteral("--undefined-only"))) {
+        if (framework.contains(name))
+            imported << name;
     }
+    // Whoever changes one of the lists changes what a device's framework has to bring along, or what the
+    // device's programs find in the library.
+    QTest::newRow("imported-symbols.txt") << imported;
+    QTest::newRow("exported-symbols.txt") << symbols(LIBRARY, QStringLiteral("--defined-only"));
+}
+
+void LibraryInterfaceTest::symbolsAreThoseListed()
+{
+    QFETCH(const QStringList, found);
+    QFile file(QStringLiteral(SYMBOL_LISTS "/") + QString::fromLatin1(QTest::currentDataTag()));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QStringList listed =
+        QString::fromLatin1(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    QVERIFY(listed.size() > 20);
+    const QStringList lacking = (toSet(found) - toSet(listed)).values();
+    QVERIFY2(lacking.isEmpty(),
+             qPrintable(QStringLiteral("not listed: ") + lacking.join(QStringLiteral("; "))));
+    const QStringList gone = (toSet(listed) - toSet(found)).values();
+    QVERIFY2(gone.isEmpty(),
+             qPrintable(QStringLiteral("not in the library: ") + gone.join(QStringLiteral("; "))));
 }
 
 void LibraryInterfaceTest::sonameIsFixed()

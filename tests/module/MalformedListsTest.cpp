@@ -29,6 +29,9 @@ private:
     pid_t m_host = 0;
 };
 
+using Nesting = Row<void, qulonglong, int, QString, QList<TIS>>;
+Q_DECLARE_METATYPE(Nesting)
+
 namespace {
 
 const QStringList ScanIds{ "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength" };
@@ -117,6 +120,10 @@ void MalformedListsTest::shapes_data()
     row("a(ti)", list<TI>({ { { 7, -3 } } }), { nameless + "-3" }, {});
     row("a(ts)", list<TS>({ { { 7, name } } }), {}, { address + "n|0" });
     row("10000 times (t)", many(T{ 7 }), rows(32, nameless + "2147483647"), rows(32, nameless + "0"));
+
+    // Fields that a later daemon appends are passed over.
+    row("a(tisu)", list<TISU>({ { { 7, -3, name, 1 } }, { { 7, -3, name, 1 } } }), rows(2, scanRow), {});
+    row("a(tisa(tis))", list<Nesting>({ { { 7, -3, name, { scan } } } }), { scanRow }, {});
 
     const auto unreadable = [&row](const char* shape, const QVariant& payload) {
         row(shape, payload, {}, {});

@@ -1,0 +1,64 @@
+# Builds the module as a device team does: against headers and a library from outside, which here are another
+# release of the framework, with module/Framework.h as the only file that is touched.
+#   cmake -DROOT=… -DSCRATCH=… -DGENERATOR=… -DCOMPILER=… -P PortingTest.cmake
+cmake_minimum_required(VERSION 3.25)
+file(REMOVE_RECURSE ${SCRATCH})
+file(MAKE_DIRECTORY ${SCRATCH})
+# Our own messages are the last thing to be seen, and nothing stays behind.
+function(give_up message)
+    file(REMOVE_RECURSE ${SCRATCH})
+    message(FATAL_ERROR "${message}")
+endfunction()
+
+# run(COMMAND...): ends the test when the command fails; leaves its output in RUN_OUTPUT.
+function(run)
+    execute_process(COMMAND ${ARGV} OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE status)
+    if(NOT status EQUAL 0)
+        list(JOIN ARGV " " line)
+        give_up("${line}\n${output}")
+    endif()
+    set(RUN_OUTPUT "${output}" PARENT_SCOPE)
+endfunction()
+
+# refused(EXPECTED ARGUMENT...): configuring with these arguments has to fail with a message.
+function(refused expected)
+    execute_process(COMMAND ${CMAKE_COMMAND} ${configure} -S ${SCRATCH}/source -B ${SCRATCH}/build ${ARGN}
+        OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE status)
+    string(REGEX REPLACE "[ \n]+" " " output "${output}")
+    string(FIND "${output}" "${expected}" position)
+    if(status EQUAL 0 OR position EQUAL -1)
+        give_up("expected \"${expected}\" of ${ARGN}, found ${status}:\n${output}")
+    endif()
+endfunction()
+
+set(configure -G ${GENERATOR} -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_BUILD_TYPE=Debug
+    "-DCMAKE_CXX_FLAGS_DEBUG=-O0")
+
+# The sources of what ships and nothing else.
+file(COPY ${ROOT}/CMakeLists.txt ${ROOT}/cmake ${ROOT}/module ${ROOT}/dbus ${ROOT}/util
+    DESTINATION ${SCRATCH}/source)
+file(COPY_FILE ${ROOT}/tests/porting/Framework.h ${SCRATCH}/source/module/Framework.h)
+
+set(headers ${ROOT}/tests/porting/framework)
+run(${CMAKE_COMMAND} ${configure} -S ${headers} -B ${SCRATCH}/framework)
+run(${CMAKE_COMMAND} --build ${SCRATCH}/framework)
+set(library ${SCRATCH}/framework/libipc.so.1)
+
+refused("IPC_FRAMEWORK is \"none\"" -DIPC_FRAMEWORK=none)
+refused("needs IPC_INCLUDE_DIRS" -DIPC_FRAMEWORK=system)
+refused("/no/such, which is not a folder" -DIPC_FRAMEWORK=system -DIPC_INCLUDE_DIRS=/no/such)
+refused("IPC_LIBRARY is \"/no/such.so\"" -DIPC_FRAMEWORK=system -DIPC_INCLUDE_DIRS=${headers}
+    -DIPC_LIBRARY=/no/such.so)
+
+run(${CMAKE_COMMAND} ${configure} -S ${SCRATCH}/source -B ${SCRATCH}/build
+    -DIPC_FRAMEWORK=system -DIPC_INCLUDE_DIRS=${headers} -DIPC_LIBRARY=${library})
+run(${CMAKE_COMMAND} --build ${SCRATCH}/build)
+
+run(readelf -d ${SCRATCH}/build/lib/libbluetooth-wrapper.so.0)
+foreach(name "soname: [libbluetooth-wrapper.so.0]" "library: [libipc.so.1]")
+    string(FIND "${RUN_OUTPUT}" "${name}" position)
+    if(position EQUAL -1)
+        give_up("no ${name} in\n${RUN_OUTPUT}")
+    endif()
+endforeach()
+file(REMOVE_RECURSE ${SCRATCH})
