@@ -1,20 +1,17 @@
 #include "Failure.h"
 #include "Request.h"
 #include "Servers.h"
+#include "common/Arguments.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
-#include <iostream>
 #include <map>
 #include <string>
 #include <vector>
 
 namespace itemctl {
 namespace {
-
-/// Far more than anybody waits, and what a timer still counts in milliseconds.
-constexpr double LongestTimeoutSeconds = 2'000'000;
 
 const char* const Footer =
     R"(ITEM and ACTION: a full address, MODULE:ID or ID; an instance of a list has :INDEX behind it.
@@ -34,16 +31,6 @@ struct Arguments
     double timeout = 0;
 };
 
-/// Empty for a number of seconds that can be waited for, otherwise what would be right.
-std::string checkSeconds(const std::string& text)
-{
-    bool isNumber = false;
-    const double seconds = QString::fromStdString(text).toDouble(&isNumber);
-    if (isNumber && seconds >= 0 && seconds <= LongestTimeoutSeconds)
-        return {};
-    return "\"" + text + "\" is no number of seconds from 0 to 2000000";
-}
-
 class Parser
 {
 public:
@@ -60,7 +47,6 @@ private:
     void addWriters();
     void addWaiters();
     [[nodiscard]] Request request() const;
-    [[nodiscard]] int report(const CLI::ParseError& error) const;
 
     CLI::App m_app{ "Reads, writes and watches the items of the servers on the session bus.", "itemctl" };
     std::map<const CLI::App*, Request::Command> m_commands;
@@ -106,7 +92,9 @@ void Parser::addItem(CLI::App* app, const char* placeholder, const char* descrip
 
 void Parser::addTimeout(CLI::App* app, const char* description)
 {
-    app->add_option("--timeout", m_arguments.timeout, description)->type_name("SECONDS")->check(checkSeconds);
+    app->add_option("--timeout", m_arguments.timeout, description)
+        ->type_name("SECONDS")
+        ->check(cli::checkSeconds);
 }
 
 void Parser::addReaders()
@@ -180,32 +168,13 @@ Request Parser::request() const
     return request;
 }
 
-int Parser::report(const CLI::ParseError& error) const
-{
-    if (error.get_exit_code() == 0)
-        return m_app.exit(error); // help or version: printed on standard output
-    std::string reason = error.what();
-    if (const auto unknown = m_app.remaining(); m_app.get_subcommands().empty() && !unknown.empty())
-        reason = '"' + unknown.front() + "\" is no subcommand";
-    for (char& character : reason) {
-        if (character == '\n')
-            character = ' ';
-    }
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)
-        reason += R"( (a text that begins with "-" goes behind "--"))";
-    const auto chosen = m_app.get_subcommands();
-    const std::string name = chosen.empty() ? std::string() : chosen.front()->get_name() + ' ';
-    std::cerr << "itemctl: " << reason << "; see itemctl " << name << "--help\n";
-    return static_cast<int>(ExitStatus::Usage);
-}
-
 std::variant<Request, int> Parser::parse(int argc, const char* const* argv)
 {
     try {
         m_app.parse(argc, argv);
         return request();
     } catch (const CLI::ParseError& error) {
-        return report(error);
+        return cli::report(m_app, error);
     }
 }
 

@@ -1,8 +1,8 @@
 #include "Conditions.h"
 
 #include "Description.h"
-#include "DisplayText.h"
 #include "ValueText.h"
+#include "common/DisplayText.h"
 #include "items/EnumMatch.h"
 
 #include <QStringList>

@@ -1,7 +1,7 @@
 #include "Description.h"
 
-#include "DisplayText.h"
 #include "ValueText.h"
+#include "common/DisplayText.h"
 
 #include <QDBusArgument>
 

@@ -1,6 +1,6 @@
 #include "ItemNames.h"
 
-#include "DisplayText.h"
+#include "common/DisplayText.h"
 #include "items/ItemPattern.h"
 
 #include <algorithm>

@@ -1,7 +1,6 @@
 #include "JsonText.h"
 
 #include "Description.h"
-#include "DisplayText.h"
 #include "ValueText.h"
 
 #include <nlohmann/json.hpp>
@@ -33,20 +32,6 @@ void addValue(Json& object, const Item& item)
 }
 
 } // namespace
-
-QString jsonText(const Json& value)
-{
-    const std::string line = value.dump(-1, ' ', false, Json::error_handler_t::replace);
-    QString safe;
-    for (const QChar character : QString::fromStdString(line)) {
-        // The only such characters that JSON lets stand are within texts, where an escape means the same.
-        if (isUnsafeToShow(character.unicode()))
-            safe += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
-        else
-            safe += character;
-    }
-    return safe;
-}
 
 Json itemJson(const Item& item)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Item.h"
+#include "common/JsonLine.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -8,10 +9,6 @@
 #include <QVariantMap>
 
 namespace itemctl {
-
-/// One line of JSON. What a terminal would act on is written as \uHHHH, so that the line is harmless there
-/// and the same for a program.
-QString jsonText(const nlohmann::ordered_json& value);
 
 /// "address", "server", "module", "id", "index" (instances), "kind", "label", "value", "text" (enumerations),
 /// "applicable".

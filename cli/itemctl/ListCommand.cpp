@@ -1,8 +1,8 @@
 #include "Commands.h"
-#include "DisplayText.h"
 #include "ItemNames.h"
 #include "JsonText.h"
 #include "ValueText.h"
+#include "common/DisplayText.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,8 +1,8 @@
 #include "Commands.h"
-#include "DisplayText.h"
 #include "LiveItems.h"
 #include "TerminalSignals.h"
 #include "TopScreen.h"
+#include "common/DisplayText.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>

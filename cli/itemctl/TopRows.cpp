@@ -1,7 +1,7 @@
 #include "TopRows.h"
 
-#include "DisplayText.h"
 #include "ValueText.h"
+#include "common/DisplayText.h"
 
 #include <algorithm>
 #include <map>

@@ -1,6 +1,6 @@
 #include "TopScreen.h"
 
-#include "DisplayText.h"
+#include "common/DisplayText.h"
 
 #define NCURSES_NOMACROS // its macros have the names of Qt's members
 #include <curses.h>

@@ -1,9 +1,9 @@
 #include "Commands.h"
 #include "Description.h"
-#include "DisplayText.h"
 #include "ItemNames.h"
 #include "JsonText.h"
 #include "ValueText.h"
+#include "common/DisplayText.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,10 +1,10 @@
 #include "Commands.h"
-#include "DisplayText.h"
 #include "Ending.h"
 #include "ItemNames.h"
 #include "JsonText.h"
 #include "LiveItems.h"
 #include "ValueText.h"
+#include "common/DisplayText.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,8 +1,8 @@
 #include "Description.h"
-#include "DisplayText.h"
 #include "JsonText.h"
 #include "TopRows.h"
 #include "ValueText.h"
+#include "common/DisplayText.h"
 
 #include <nlohmann/json.hpp>
 

@@ -47,8 +47,9 @@ struct QMetaTypeId<bt::Structure<Types...>>
     static int qt_metatype_id() // NOLINT(readability-identifier-naming): the name is Qt's
     {
         using Type = bt::Structure<Types...>;
-        static const int id =
-            qRegisterNormalizedMetaType<Type>(QByteArray("Structure:") + typeid(Type).name());
+        // As the macro does: this address says that nobody else has registered the type.
+        static const int id = qRegisterNormalizedMetaType<Type>(
+            QByteArray("Structure:") + typeid(Type).name(), reinterpret_cast<Type*>(quintptr(-1)));
         return id;
     }
 };

@@ -4,7 +4,7 @@
 
 #include <cwchar>
 
-namespace itemctl {
+namespace cli {
 namespace {
 
 QString escapeOf(uint character)
@@ -86,4 +86,4 @@ QString fitted(const QString& text, int columns)
     return kept + QString(qMax(0, columns - displayWidth(kept)), QLatin1Char(' '));
 }
 
-} // namespace itemctl
+} // namespace cli

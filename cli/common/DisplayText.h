@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace itemctl {
+namespace cli {
 
 /// Whether a terminal would act on the character instead of showing it: control characters (C0, DEL, C1),
 /// line and paragraph separators, and what changes the direction of writing.
@@ -21,4 +21,4 @@ QString fitted(const QString& text, int columns);
 /// The text in at most this many columns.
 QString cut(const QString& text, int columns);
 
-} // namespace itemctl
+} // namespace cli

@@ -8,11 +8,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
-namespace itemctl {
+namespace cli {
 
-Output::Output()
-    : m_isTerminal(::isatty(STDOUT_FILENO) == 1)
+Output::Output(QString program)
+    : m_program(std::move(program))
+    , m_isTerminal(::isatty(STDOUT_FILENO) == 1)
     , m_hasColour(m_isTerminal && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb")
 {
 }
@@ -34,7 +36,7 @@ bool Output::line(const QString& text)
 
 void Output::note(const QString& message)
 {
-    const QByteArray bytes = "itemctl: " + escaped(message).toUtf8() + '\n';
+    const QByteArray bytes = m_program.toUtf8() + ": " + escaped(message).toUtf8() + '\n';
     std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
 }
 
@@ -52,11 +54,6 @@ int Output::columns() const
     return size.ws_col;
 }
 
-QString Output::nameOf(const Item& item) const
-{
-    return m_isTerminal ? item.shortName() : item.address;
-}
-
 QString Output::dim(const QString& text) const
 {
     return m_hasColour ? QStringLiteral("\x1b[2m%1\x1b[0m").arg(text) : text;
@@ -67,4 +64,4 @@ QString Output::bold(const QString& text) const
     return m_hasColour ? QStringLiteral("\x1b[1m%1\x1b[0m").arg(text) : text;
 }
 
-} // namespace itemctl
+} // namespace cli

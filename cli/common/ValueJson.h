@@ -1,0 +1,17 @@
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <QString>
+#include <QVariant>
+
+namespace cli {
+
+/// The value alone: true or false, all digits of a number, a text as it is, anything that has parts as JSON.
+/// Empty for none.
+QString rawText(const QVariant& value);
+
+/// A value that came over D-Bus, in the JSON type of its own; null for none.
+nlohmann::ordered_json toJson(const QVariant& value);
+
+} // namespace cli

@@ -1,0 +1,268 @@
+#include "Request.h"
+#include "common/Arguments.h"
+#include "common/JsonLine.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <map>
+#include <vector>
+
+namespace simctl {
+namespace {
+
+const char* const Footer =
+    R"(DEVICE: an address, or the name of the one device that has it.
+Exit status: 0 done, 1 refused or failed, 2 usage, 3 no such device or several,
+             4 no answer, 5 no bus or no simulation.)";
+
+const char* const FaultKinds = R"text(KIND:
+  stall [SECONDS]               answers nothing and tells nothing; until "none", or so long
+  crash                         ends without a word
+  leave [SECONDS]               gives its bus name up; comes back with "none", or then
+  handover                      passes its bus name to another connection, without a gap
+  ignore-sigterm SECONDS        ends only so long after SIGTERM
+  slow SECONDS                  takes up every request so much later
+  error                         answers every request with an error
+  payload SIGNAL|PROPERTY SHAPE sends a value of another D-Bus signature, like "a(t)"
+  burst N                       holds signals back until N have gathered
+  silent-property PROPERTY      does not tell that the property changes
+  none                          nothing goes wrong any more
+SECONDS are real ones.)text";
+
+/// What CLI11 fills.
+struct Arguments
+{
+    bool json = false;
+    std::string device;
+    std::vector<std::string> words;
+    double seconds = 0;
+    double timeout = 0;
+    // of add
+    std::string address;
+    std::string deviceClass;
+    std::string pin;
+    std::string code;
+    std::string pairing;
+    int rssi = 0;
+    bool takesCode = false;
+    std::map<std::string, bool> flags; ///< just-works, confirmation, … and the roles
+};
+
+class Parser
+{
+public:
+    Parser();
+    std::variant<Request, int> parse(int argc, const char* const* argv);
+
+private:
+    using Command = Request::Command;
+
+    CLI::App* add(Command command, const char* name, const char* description);
+    CLI::App* addForDevice(Command command, const char* name, const char* description);
+    void addCommon(CLI::App* app);
+    void addDevices();
+    void addAdd();
+    void addPairingOptions(CLI::App* app);
+    void addOthers();
+    [[nodiscard]] Request request() const;
+    [[nodiscard]] QString description() const;
+
+    CLI::App m_app{ "Drives the simulated Bluetooth radio that runs on the system bus.", "simctl" };
+    std::map<const CLI::App*, Command> m_commands;
+    Arguments m_arguments;
+};
+
+Parser::Parser()
+{
+    m_app.require_subcommand(1);
+    m_app.set_version_flag("--version", "simctl " SIMCTL_VERSION, "Print the version and exit");
+    m_app.footer(Footer);
+    addCommon(&m_app);
+    addDevices();
+    addAdd();
+    addOthers();
+}
+
+void Parser::addCommon(CLI::App* app)
+{
+    app->set_help_flag("-h,--help", "Print this help and exit");
+    app->add_flag("--json", m_arguments.json, "Print JSON: an object a line, or one value");
+}
+
+CLI::App* Parser::add(Command command, const char* name, const char* description)
+{
+    CLI::App* app = m_app.add_subcommand(name, description);
+    m_commands[app] = command;
+    addCommon(app);
+    return app;
+}
+
+CLI::App* Parser::addForDevice(Command command, const char* name, const char* description)
+{
+    CLI::App* app = add(command, name, description);
+    app->add_option("DEVICE", m_arguments.device, "Its address, or its name")->required()->type_name("");
+    return app;
+}
+
+void Parser::addDevices()
+{
+    add(Command::Devices, "devices", "What is around, and in which state");
+    addForDevice(Command::Remove, "remove", "A device goes away, and loses its connection");
+    addForDevice(Command::Return, "return", "A device that had been removed is there again");
+    CLI::App* move = addForDevice(Command::Move, "move", "A device comes nearer or goes farther away");
+    move->add_option("RSSI", m_arguments.rssi, "The signal strength that it comes to, in dBm")
+        ->required()
+        ->check(CLI::Range(-127, 20))
+        ->type_name("");
+    move->add_option("--in", m_arguments.seconds, "The simulated time that it takes (default: 0)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, 86400.0));
+    addForDevice(Command::Drop, "drop", "A device loses its connection");
+    addForDevice(Command::Connect, "connect", "A device connects by itself");
+    addForDevice(Command::PairRequest, "pair-request", "A device asks to be paired");
+    CLI::App* answer =
+        addForDevice(Command::Answer, "answer", "The person at the device accepts or refuses the pairing");
+    answer->add_option("ANSWER", m_arguments.words, "accept or refuse")
+        ->required()
+        ->expected(1)
+        ->check(CLI::IsMember({ "accept", "refuse" }))
+        ->type_name("");
+}
+
+void Parser::addAdd()
+{
+    CLI::App* app = add(Command::Add, "add", "A new device");
+    app->add_option("NAME", m_arguments.device, "Its name; \"\" when it never tells one")
+        ->required()
+        ->type_name("");
+    app->add_option("--address", m_arguments.address, "Its address, like 00:11:22:33:44:55")
+        ->required()
+        ->type_name("ADDRESS");
+    app->add_option("--rssi", m_arguments.rssi, "Its signal strength in dBm (default: -60)")
+        ->check(CLI::Range(-127, 20))
+        ->type_name("N");
+    app->add_option("--class", m_arguments.deviceClass, "Its class of device, like 0x5a020c")
+        ->type_name("CLASS");
+    addPairingOptions(app);
+    for (const auto& [name, text] :
+         { std::pair("headset", "Its connection is that of a headset"),
+           std::pair("app", "The companion application runs on it"),
+           std::pair("ftp", "Its connection transfers files"), std::pair("ios", "It is an iOS device"),
+           std::pair("wifed", "It is a Wi-FED: a command socket opens with its connection"),
+           std::pair("paired", "It is paired already") }) {
+        app->add_flag(std::string("--") + name, m_arguments.flags[name], text);
+    }
+}
+
+void Parser::addPairingOptions(CLI::App* app)
+{
+    CLI::Option_group* group = app->add_option_group("How it pairs (default: --just-works)");
+    group->require_option(0, 1);
+    group->add_option("--pin", m_arguments.pin, "By this PIN")->type_name("P");
+    group->add_option("--code", m_arguments.code, "By comparing six digits; those, when they are given")
+        ->type_name("[DIGITS]")
+        ->expected(0, 1);
+    for (const auto& [name, text] :
+         { std::pair("just-works", "Without asking anybody"),
+           std::pair("confirmation", "By a confirmation without a code"),
+           std::pair("wrong-pin", "It asks for a PIN and takes none"), std::pair("refuses", "It refuses"),
+           std::pair("times-out", "It says no more once it is reached"),
+           std::pair("out-of-reach", "It is heard, but cannot be reached") }) {
+        group->add_flag_callback(
+            std::string("--") + name, [this, word = std::string(name)] { m_arguments.pairing = word; }, text);
+    }
+}
+
+void Parser::addOthers()
+{
+    CLI::App* fault = add(Command::Fault, "fault", "Something goes wrong; without KIND: what does");
+    fault->add_option("KIND", m_arguments.words, "The kind, and what belongs to it")->type_name("");
+    fault->footer(FaultKinds);
+    add(Command::Calls, "calls", "The daemon's methods that were called, with arguments and times");
+    CLI::App* time = add(Command::Time, "time", "Show the simulated time, or drive it");
+    time->add_option("WORD", m_arguments.words, "pause, resume, step SECONDS, or speed FACTOR")
+        ->type_name("")
+        ->expected(0, 2);
+    CLI::App* record =
+        add(Command::Record, "record", "Write down what the daemon does, until Ctrl-C; any daemon");
+    record->add_option("FILE", m_arguments.device, "The recording; its name ends with .rec")
+        ->required()
+        ->type_name("");
+    record->add_option("--timeout", m_arguments.timeout, "End after this time")
+        ->type_name("SECONDS")
+        ->check(cli::checkSeconds);
+    // For the shells' completion: names and addresses of the devices.
+    add(Command::Names, "names", "The devices, for completion")->group("");
+}
+
+QString Parser::description() const
+{
+    nlohmann::ordered_json device;
+    device["address"] = m_arguments.address;
+    device["name"] = m_arguments.device;
+    if (!m_arguments.deviceClass.empty())
+        device["class"] = m_arguments.deviceClass;
+    const CLI::App* chosen = m_app.get_subcommands().front();
+    if (chosen->get_option("--rssi")->count() > 0)
+        device["rssi"] = m_arguments.rssi;
+    if (chosen->get_option("--pin")->count() > 0) {
+        device["pairing"] = "pin";
+        device["pin"] = m_arguments.pin;
+    } else if (chosen->get_option("--code")->count() > 0) {
+        device["pairing"] = "code";
+        if (!m_arguments.code.empty())
+            device["code"] = m_arguments.code;
+    } else if (!m_arguments.pairing.empty()) {
+        device["pairing"] = m_arguments.pairing;
+    }
+    auto roles = nlohmann::ordered_json::array();
+    for (const auto& [name, given] : m_arguments.flags) {
+        if (given && name == "paired")
+            device["paired"] = true;
+        else if (given)
+            roles.push_back(name);
+    }
+    device["is"] = roles;
+    return cli::jsonText(device);
+}
+
+Request Parser::request() const
+{
+    const CLI::App* chosen = m_app.get_subcommands().front();
+    Request request;
+    request.command = m_commands.at(chosen);
+    request.json = m_arguments.json;
+    if (chosen->get_option_no_throw("DEVICE") != nullptr || request.command == Command::Record)
+        request.arguments << QString::fromStdString(m_arguments.device);
+    if (request.command == Command::Add)
+        request.description = description();
+    if (request.command == Command::Move) {
+        request.arguments << QString::number(m_arguments.rssi);
+        request.seconds = m_arguments.seconds;
+    }
+    for (const std::string& word : m_arguments.words)
+        request.arguments << QString::fromStdString(word);
+    if (request.command == Command::Record && chosen->get_option("--timeout")->count() > 0)
+        request.timeout = std::chrono::milliseconds(std::llround(m_arguments.timeout * 1000));
+    return request;
+}
+
+std::variant<Request, int> Parser::parse(int argc, const char* const* argv)
+{
+    try {
+        m_app.parse(argc, argv);
+        return request();
+    } catch (const CLI::ParseError& error) {
+        return cli::report(m_app, error);
+    }
+}
+
+} // namespace
+
+std::variant<Request, int> parseCommandLine(int argc, const char* const* argv)
+{
+    return Parser().parse(argc, argv);
+}
+
+} // namespace simctl

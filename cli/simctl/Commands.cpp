@@ -1,0 +1,88 @@
+#include "Commands.h"
+
+#include "common/DisplayText.h"
+#include "common/JsonLine.h"
+#include "common/ValueJson.h"
+#include "simulationproxy.h"
+
+#include <nlohmann/json.hpp>
+
+#include <QDBusArgument>
+
+#include <algorithm>
+
+namespace simctl {
+
+using cli::ExitStatus;
+using cli::Failure;
+
+ExitStatus conclude(const Failure& failure, cli::Output& output)
+{
+    return failure.status == ExitStatus::Done ? ExitStatus::Done : output.fail(failure);
+}
+
+ExitStatus run(const Request& request, cli::Output& output)
+{
+    using Command = Request::Command;
+    const auto simulation = Simulation::find();
+    if (!simulation)
+        return request.command == Command::Names ? simulation.failure().status
+                                                 : output.fail(simulation.failure());
+    switch (request.command) {
+    case Command::Devices:
+        return runDevices(request, *simulation, output);
+    case Command::Names:
+        return runNames(*simulation, output);
+    case Command::Fault:
+        return runFault(request, *simulation, output);
+    case Command::Calls:
+        return runCalls(request, *simulation, output);
+    case Command::Time:
+        return runTime(request, *simulation, output);
+    default:
+        return runDeviceChange(request, *simulation, output);
+    }
+}
+
+ExitStatus runFault(const Request& request, const Simulation& simulation, cli::Output& output)
+{
+    if (!request.arguments.isEmpty())
+        return conclude(Simulation::failureOf(simulation.proxy().SetFault(request.arguments)), output);
+    auto reply = simulation.proxy().Faults();
+    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done)
+        return output.fail(failure);
+    const QStringList faults = reply.value();
+    if (request.json)
+        return output.line(cli::jsonText(cli::toJson(faults))) ? ExitStatus::Done : ExitStatus::Failed;
+    const bool written =
+        std::all_of(faults.begin(), faults.end(), [&](const QString& fault) { return output.line(fault); });
+    return written ? ExitStatus::Done : ExitStatus::Failed;
+}
+
+ExitStatus runCalls(const Request& request, const Simulation& simulation, cli::Output& output)
+{
+    auto reply = simulation.proxy().Calls();
+    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done)
+        return output.fail(failure);
+    const QList<QVariantMap> calls = reply.value();
+    for (const QVariantMap& call : calls) {
+        nlohmann::ordered_json record;
+        record["time"] = call.value(QStringLiteral("time")).toDouble();
+        record["member"] = call.value(QStringLiteral("member")).toString().toStdString();
+        record["arguments"] = cli::toJson(call.value(QStringLiteral("arguments")));
+        QStringList words;
+        for (const auto& argument : record["arguments"])
+            words << cli::jsonText(argument);
+        const QString line = request.json
+            ? cli::jsonText(record)
+            : QStringLiteral("%1  %2(%3)")
+                  .arg(call.value(QStringLiteral("time")).toDouble(), 10, 'f', 3)
+                  .arg(cli::escaped(call.value(QStringLiteral("member")).toString()),
+                       words.join(QStringLiteral(", ")));
+        if (!output.line(line))
+            return ExitStatus::Failed;
+    }
+    return ExitStatus::Done;
+}
+
+} // namespace simctl

@@ -1,0 +1,153 @@
+#include "Commands.h"
+#include "common/DisplayText.h"
+#include "common/JsonLine.h"
+#include "common/ValueJson.h"
+#include "simulationproxy.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+
+namespace simctl {
+namespace {
+
+using cli::ExitStatus;
+using cli::Failure;
+
+/// In the order in which they are printed.
+constexpr std::array Fields{ "address", "name",    "class",  "rssi",       "pairing",
+                             "is",      "present", "paired", "connection", "pairState" };
+
+cli::Expected<QList<QVariantMap>> readDevices(const Simulation& simulation)
+{
+    auto reply = simulation.proxy().Devices();
+    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done)
+        return failure;
+    return reply.value();
+}
+
+QVariant field(const QVariantMap& device, const char* name)
+{
+    return device.value(QLatin1String(name));
+}
+
+QString stateText(const QVariantMap& device)
+{
+    constexpr int Settled = 100;
+    const int pairState = field(device, "pairState").toInt();
+    if (!field(device, "present").toBool())
+        return field(device, "paired").toBool() ? QStringLiteral("away, paired") : QStringLiteral("away");
+    if (pairState > 0 && pairState < Settled)
+        return QStringLiteral("being paired");
+    if (field(device, "connection").toUInt() != 0)
+        return QStringLiteral("connected");
+    return field(device, "paired").toBool() ? QStringLiteral("paired") : QString();
+}
+
+QStringList cells(const QVariantMap& device)
+{
+    const QString name = cli::escaped(field(device, "name").toString());
+    return { field(device, "address").toString(),
+             name.isEmpty() ? QStringLiteral("-") : name,
+             field(device, "rssi").toString() + QStringLiteral(" dBm"),
+             field(device, "pairing").toString(),
+             field(device, "is").toStringList().join(QLatin1Char(',')),
+             stateText(device) };
+}
+
+QStringList tableOf(const QList<QVariantMap>& devices)
+{
+    QList<QStringList> rows;
+    std::vector<int> widths;
+    for (const QVariantMap& device : devices) {
+        rows << cells(device);
+        widths.resize(static_cast<std::size_t>(rows.last().size()));
+        for (int column = 0; column < rows.last().size(); ++column) {
+            int& width = widths[static_cast<std::size_t>(column)];
+            width = std::max(width, cli::displayWidth(rows.last().at(column)));
+        }
+    }
+    QStringList lines;
+    for (const QStringList& row : qAsConst(rows)) {
+        QString line;
+        for (int column = 0; column < row.size(); ++column)
+            line +=
+                cli::fitted(row.at(column), widths[static_cast<std::size_t>(column)]) + QStringLiteral("  ");
+        while (line.endsWith(QLatin1Char(' ')))
+            line.chop(1);
+        lines << line;
+    }
+    return lines;
+}
+
+QString jsonOf(const QVariantMap& device)
+{
+    nlohmann::ordered_json record;
+    for (const char* name : Fields)
+        record[name] = cli::toJson(field(device, name));
+    return cli::jsonText(record);
+}
+
+} // namespace
+
+ExitStatus runDevices(const Request& request, const Simulation& simulation, cli::Output& output)
+{
+    const auto devices = readDevices(simulation);
+    if (!devices)
+        return output.fail(devices.failure());
+    QStringList lines;
+    if (request.json)
+        std::transform(devices->begin(), devices->end(), std::back_inserter(lines), jsonOf);
+    else
+        lines = tableOf(*devices);
+    const bool written =
+        std::all_of(lines.begin(), lines.end(), [&](const QString& line) { return output.line(line); });
+    return written ? ExitStatus::Done : ExitStatus::Failed;
+}
+
+ExitStatus runNames(const Simulation& simulation, cli::Output& output)
+{
+    const auto devices = readDevices(simulation);
+    if (!devices)
+        return devices.failure().status;
+    for (const QVariantMap& device : *devices) {
+        output.line(field(device, "address").toString());
+        const QString name = field(device, "name").toString();
+        if (!name.isEmpty() && cli::escaped(name) == name)
+            output.line(name);
+    }
+    return ExitStatus::Done;
+}
+
+ExitStatus runDeviceChange(const Request& request, const Simulation& simulation, cli::Output& output)
+{
+    using Command = Request::Command;
+    SimulationProxy& proxy = simulation.proxy();
+    const QString device = request.arguments.value(0);
+    const auto done = [&output](const QDBusPendingReply<>& reply) {
+        return conclude(Simulation::failureOf(reply), output);
+    };
+    switch (request.command) {
+    case Command::Add:
+        return done(proxy.AddDevice(request.description));
+    case Command::Remove:
+        return done(proxy.RemoveDevice(device));
+    case Command::Return:
+        return done(proxy.ReturnDevice(device));
+    case Command::Move:
+        return done(proxy.MoveDevice(device, request.arguments.value(1).toInt(), request.seconds));
+    case Command::Drop:
+        return done(proxy.DropDevice(device));
+    case Command::Connect:
+        return done(proxy.ConnectDevice(device));
+    case Command::PairRequest:
+        return done(proxy.RequestPairing(device));
+    case Command::Answer:
+        return done(proxy.AnswerPairing(device, request.arguments.value(1) == QLatin1String("accept")));
+    default:
+        return ExitStatus::Usage;
+    }
+}
+
+} // namespace simctl
