@@ -64,7 +64,10 @@ std::unique_ptr<QProcess> ItemctlFixture::startItemctl(const QStringList& argume
 Finished ItemctlFixture::finish(QProcess& process)
 {
     Finished finished;
-    if (process.waitForFinished(PatienceMilliseconds) && process.exitStatus() == QProcess::NormalExit)
+    // A process whose end was noticed already is not waited for again: that would fail.
+    const bool ended =
+        process.state() == QProcess::NotRunning || process.waitForFinished(PatienceMilliseconds);
+    if (ended && process.exitStatus() == QProcess::NormalExit)
         finished.status = process.exitCode();
     finished.out = QString::fromUtf8(process.readAllStandardOutput());
     finished.err = QString::fromUtf8(process.readAllStandardError());
