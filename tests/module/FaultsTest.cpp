@@ -107,9 +107,10 @@ void FaultsTest::controllerTakesItsTime()
     QFile script("/tmp/slow_controller");
     QVERIFY(script.open(QIODevice::WriteOnly));
     script.write("#!/bin/sh\n"
-                 "trap : TERM\n"
+                 "trap 'kill $!; sleep 2; exit' TERM\n"
+                 "sleep 60 &\n"
                  "echo ready >/tmp/slow_controller.ready\n"
-                 "sleep 60 & wait; sleep 2; kill $!\n");
+                 "wait\n");
     QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
     script.close();
     QVERIFY(switchOnWith(script.fileName()));
