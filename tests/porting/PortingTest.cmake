@@ -1,6 +1,6 @@
 # Builds the module as a device team does: against headers and a library from outside, which here are another
 # release of the framework, with module/Framework.h as the only file that is touched.
-#   cmake -DROOT=… -DSCRATCH=… -DGENERATOR=… -DCOMPILER=… -P PortingTest.cmake
+#   cmake -DROOT=… -DSCRATCH=… -DGENERATOR=… -DCOMPILER=… -DHEADERS=… -DLIBRARY=… -P PortingTest.cmake
 cmake_minimum_required(VERSION 3.25)
 file(REMOVE_RECURSE ${SCRATCH})
 file(MAKE_DIRECTORY ${SCRATCH})
@@ -39,19 +39,14 @@ file(COPY ${ROOT}/CMakeLists.txt ${ROOT}/cmake ${ROOT}/module ${ROOT}/dbus ${ROO
     DESTINATION ${SCRATCH}/source)
 file(COPY_FILE ${ROOT}/tests/porting/Framework.h ${SCRATCH}/source/module/Framework.h)
 
-set(headers ${ROOT}/tests/porting/framework)
-run(${CMAKE_COMMAND} ${configure} -S ${headers} -B ${SCRATCH}/framework)
-run(${CMAKE_COMMAND} --build ${SCRATCH}/framework)
-set(library ${SCRATCH}/framework/libipc.so.1)
-
 refused("IPC_FRAMEWORK is \"none\"" -DIPC_FRAMEWORK=none)
 refused("needs IPC_INCLUDE_DIRS" -DIPC_FRAMEWORK=system)
 refused("/no/such, which is not a folder" -DIPC_FRAMEWORK=system -DIPC_INCLUDE_DIRS=/no/such)
-refused("IPC_LIBRARY is \"/no/such.so\"" -DIPC_FRAMEWORK=system -DIPC_INCLUDE_DIRS=${headers}
+refused("IPC_LIBRARY is \"/no/such.so\"" -DIPC_FRAMEWORK=system -DIPC_INCLUDE_DIRS=${HEADERS}
     -DIPC_LIBRARY=/no/such.so)
 
 run(${CMAKE_COMMAND} ${configure} -S ${SCRATCH}/source -B ${SCRATCH}/build
-    -DIPC_FRAMEWORK=system -DIPC_INCLUDE_DIRS=${headers} -DIPC_LIBRARY=${library})
+    -DIPC_FRAMEWORK=system -DIPC_INCLUDE_DIRS=${HEADERS} -DIPC_LIBRARY=${LIBRARY})
 run(${CMAKE_COMMAND} --build ${SCRATCH}/build)
 
 run(readelf -d ${SCRATCH}/build/lib/libbluetooth-wrapper.so.0)
