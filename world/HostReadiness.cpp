@@ -6,6 +6,8 @@
 #include <QSocketNotifier>
 #include <QTimer>
 
+#include <utility>
+
 namespace world {
 
 namespace {
@@ -17,8 +19,8 @@ QString connectionName()
 
 } // namespace
 
-HostReadiness::HostReadiness(const QString& sessionBusAddress, const QString& busName)
-    : m_busName(busName)
+HostReadiness::HostReadiness(const QString& sessionBusAddress, QString busName)
+    : m_busName(std::move(busName))
     , m_bus(QDBusConnection::connectToBus(sessionBusAddress, connectionName()))
 {
 }

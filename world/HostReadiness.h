@@ -23,7 +23,7 @@ public:
     [[nodiscard]] static QString name() { return QStringLiteral("tov.base.bluetoothlauncher"); }
 
     /// @param busName what the server is going to take.
-    explicit HostReadiness(const QString& sessionBusAddress, const QString& busName = name());
+    explicit HostReadiness(const QString& sessionBusAddress, QString busName = name());
     ~HostReadiness();
     HostReadiness(const HostReadiness&) = delete;
     HostReadiness& operator=(const HostReadiness&) = delete;

@@ -4,16 +4,16 @@
 
 #include <Ipc.h>
 
-#define HOOK_A stubA
-#define HOOK_B stubB
-#define HOOK_C stubC
-#define HOOK_D stubD
-#define HOOK_E stubE
-#define HOOK_F stubF
-#define HOOK_G stubG
-#define HOOK_H stubH
-#define HOOK_I stubI
-#define HOOK_J stubJ
+#define HOOK_A isOffered
+#define HOOK_B beforeReading
+#define HOOK_C beforeWriting
+#define HOOK_D afterWriting
+#define HOOK_E nameTaken
+#define HOOK_F mayEnd
+#define HOOK_G clientCame
+#define HOOK_H idsChosen
+#define HOOK_I ending
+#define HOOK_J needsNoScreen
 
 inline void writeItem(KELClientInterface& client, const QString& item, const QVariant& value)
 {

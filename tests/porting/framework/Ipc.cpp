@@ -39,7 +39,7 @@ QString ServerModule::dbusAddress()
 {
     return {};
 }
-bool ServerModule::stubA()
+bool ServerModule::isOffered()
 {
     return false;
 }
@@ -49,16 +49,16 @@ void ServerModule::haltaction()
 void ServerModule::addedToRegistrationModule()
 {
 }
-void ServerModule::stubB()
+void ServerModule::beforeReading()
 {
 }
-void ServerModule::stubC()
+void ServerModule::beforeWriting()
 {
 }
-void ServerModule::stubD()
+void ServerModule::afterWriting()
 {
 }
-void ServerModule::stubE()
+void ServerModule::nameTaken()
 {
 }
 bool ServerModule::validateAndApply(const QString& /*id*/, const QVariant& /*value*/)
@@ -80,90 +80,96 @@ bool ServerModule::saveConfigurationFile(const QString& /*path*/)
 void ServerModule::halt()
 {
 }
-bool ServerModule::stubF()
+bool ServerModule::mayEnd()
 {
     return false;
 }
 void ServerModule::slotLastConfigLoaded()
 {
 }
-void ServerModule::stubG()
+void ServerModule::clientCame()
 {
 }
 QStringList ServerModule::computeSaveConfigIds()
 {
     return {};
 }
-void ServerModule::stubH()
+void ServerModule::idsChosen()
 {
 }
-void ServerModule::stubI()
+void ServerModule::ending()
 {
 }
 
 using Items = QList<ServerItem*>;
-Items ServerModule::addConfig(const QString&, const QString&, const QVariant&, const QString&, unsigned)
+Items ServerModule::addConfig(const QString& /*id*/, const QString& /*label*/, const QVariant& /*value*/,
+                              const QString& /*applicability*/, unsigned /*instances*/)
 {
     return {};
 }
-Items ServerModule::addStringConfig(const QString&, const QString&, const QString&, const QString&, unsigned,
-                                    const QString&)
+Items ServerModule::addStringConfig(const QString& /*id*/, const QString& /*label*/, const QString& /*text*/,
+                                    const QString& /*applicability*/, unsigned /*instances*/,
+                                    const QString& /*more*/)
 {
     return {};
 }
-Items ServerModule::addResult(const QString&, const QString&, const QVariant&, const QString&, unsigned)
+Items ServerModule::addResult(const QString& /*id*/, const QString& /*label*/, const QVariant& /*value*/,
+                              const QString& /*applicability*/, unsigned /*instances*/)
 {
     return {};
 }
-Items ServerModule::addStringResult(const QString&, const QString&, const QString&, const QString&, unsigned,
-                                    const QString&)
+Items ServerModule::addStringResult(const QString& /*id*/, const QString& /*label*/, const QString& /*text*/,
+                                    const QString& /*applicability*/, unsigned /*instances*/,
+                                    const QString& /*more*/)
 {
     return {};
 }
-Items ServerModule::addBoolResult(const QString&, const QString&, bool, const QString&, unsigned,
-                                  const QString&)
+Items ServerModule::addBoolResult(const QString& /*id*/, const QString& /*label*/, bool /*flag*/,
+                                  const QString& /*applicability*/, unsigned /*instances*/,
+                                  const QString& /*more*/)
 {
     return {};
 }
-Items ServerModule::addEnumResult(const QString&, const QString&, int, const EnumType&, const QString&,
-                                  unsigned)
+Items ServerModule::addEnumResult(const QString& /*id*/, const QString& /*label*/, int /*initial*/,
+                                  const EnumType& /*value*/, const QString& /*hint*/, unsigned /*instances*/)
 {
     return {};
 }
-QString ServerModule::concatForInstances(const QStringList&)
+QString ServerModule::concatForInstances(const QStringList& /*value*/)
 {
     return {};
 }
-void ServerModule::AddActionNullParam(const QString&, const QString&, const boost::function<void()>&)
+void ServerModule::AddActionNullParam(const QString& /*id*/, const QString& /*label*/,
+                                      const boost::function<void()>& /*value*/)
 {
 }
-void ServerModule::AddActionStringParam(const QString&, const QString&,
-                                        const boost::function<std::string(const std::string&)>&)
+void ServerModule::AddActionStringParam(const QString& /*id*/, const QString& /*label*/,
+                                        const boost::function<std::string(const std::string&)>& /*value*/)
 {
 }
-void ServerModule::markConfigAsPrivate(const QString&)
+void ServerModule::markConfigAsPrivate(const QString& /*id*/)
 {
 }
-void ServerModule::observeItem(const QString&)
+void ServerModule::observeItem(const QString& /*id*/)
 {
 }
-bool ServerModule::configExists(const QString&)
+bool ServerModule::configExists(const QString& /*id*/)
 {
     return false;
 }
-ServerItem* ServerModule::config(const QString&)
+ServerItem* ServerModule::config(const QString& /*id*/)
 {
     return nullptr;
 }
-bool ServerModule::setConfig(const QString&, const QVariant&, bool)
+bool ServerModule::setConfig(const QString& /*id*/, const QVariant& /*value*/, bool /*flag*/)
 {
     return false;
 }
-bool ServerModule::setResult(const QString&, const QVariant&, bool)
+bool ServerModule::setResult(const QString& /*id*/, const QVariant& /*value*/, bool /*flag*/)
 {
     return false;
 }
-void ServerModule::setActionApplicable(const QString&, bool)
+void ServerModule::setActionApplicable(const QString& /*id*/, bool /*flag*/)
 {
 }
 
@@ -181,7 +187,7 @@ int RegistrationModule::exitTimeout()
 void RegistrationModule::startQView()
 {
 }
-bool RegistrationModule::stubJ()
+bool RegistrationModule::needsNoScreen()
 {
     return false;
 }

@@ -40,24 +40,24 @@ public:
     ServerModule(const QString& moduleName, QObject* parent);
 
     virtual QString dbusAddress();
-    virtual bool stubA();
+    virtual bool isOffered();
     virtual void haltaction();
     virtual void addedToRegistrationModule();
-    virtual void stubB();
-    virtual void stubC();
-    virtual void stubD();
-    virtual void stubE();
+    virtual void beforeReading();
+    virtual void beforeWriting();
+    virtual void afterWriting();
+    virtual void nameTaken();
     virtual bool validateAndApply(const QString& id, const QVariant& value);
     virtual bool isLastConfigShared();
     virtual bool loadConfigurationFile(const QString& path);
     virtual bool saveConfigurationFile(const QString& path);
     virtual void halt();
-    virtual bool stubF();
+    virtual bool mayEnd();
     virtual void slotLastConfigLoaded();
-    virtual void stubG();
+    virtual void clientCame();
     virtual QStringList computeSaveConfigIds();
-    virtual void stubH();
-    virtual void stubI();
+    virtual void idsChosen();
+    virtual void ending();
 
     QList<ServerItem*> addConfig(const QString&, const QString&, const QVariant&, const QString&, unsigned);
     QList<ServerItem*> addStringConfig(const QString&, const QString&, const QString&, const QString&,
@@ -93,7 +93,7 @@ public:
     void haltaction() override;
     virtual int exitTimeout();
     virtual void startQView();
-    virtual bool stubJ();
+    virtual bool needsNoScreen();
 
 protected:
     void timerEvent(QTimerEvent* event) override;
