@@ -68,10 +68,12 @@ private:
         case QDBusArgument::ArrayType:
             container.beginArray();
             addRest(container, depth);
+            container.endArray(); // what is begun and not ended is never freed
             break;
         case QDBusArgument::StructureType:
             container.beginStructure();
             addRest(container, depth);
+            container.endStructure();
             break;
         case QDBusArgument::MapType:
             container.beginMap();
@@ -80,6 +82,7 @@ private:
                 addRest(container, depth);
                 container.endMapEntry();
             }
+            container.endMap();
             break;
         default:
             addRest(container, depth);

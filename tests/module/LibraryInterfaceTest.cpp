@@ -26,6 +26,12 @@ private Q_SLOTS:
 
 namespace {
 
+#ifdef SANITIZED
+constexpr bool IsSanitized = true;
+#else
+constexpr bool IsSanitized = false;
+#endif
+
 QString outputOf(const QString& program, const QStringList& arguments)
 {
     QProcess process;
@@ -138,7 +144,10 @@ void LibraryInterfaceTest::symbolsAreThoseListed_data()
     const QSet<QString> framework = toSet(symbols(FRAMEWORK, QStringLiteral("--defined-only")));
     QStringList imported;
     for (const QString& name : symbols(LIBRARY, QStringLiteral("--undefined-only"))) {
-        if (framework.contains(name))
+        // The sanitizer asks for more types than the code does.
+        if (framework.contains(name)
+            && !(IsSanitized && name.startsWith(QStringLiteral("typeinfo for "))
+                 && name != QStringLiteral("typeinfo for RegistrationModule")))
             imported << name;
     }
     // Whoever changes one of the lists changes what a device's framework has to bring along, or what the
