@@ -34,6 +34,7 @@ Simulation::Simulation(const Settings& settings, const Scenario& scenario, const
     connect(&m_line, &DaemonBackend::failed, this, &Simulation::fail);
     connect(&m_signalsToEnd, &process::EndingSignals::received, this, &Simulation::askedToEnd);
     m_patience.setSingleShot(true);
+    m_patience.setTimerType(Qt::PreciseTimer);
     connect(&m_patience, &QTimer::timeout, this, &Simulation::end);
     if (settings.isPaused) {
         m_clock.pause();

@@ -38,8 +38,10 @@ BusFront::BusFront(DaemonBackend& backend, SimulationClock& clock)
     , m_otherBus(QString())
 {
     connect(&backend, &DaemonBackend::sent, this, &BusFront::pass);
-    m_stallEnd.setSingleShot(true);
-    m_return.setSingleShot(true);
+    for (QTimer* timer : { &m_stallEnd, &m_return }) {
+        timer->setSingleShot(true);
+        timer->setTimerType(Qt::PreciseTimer);
+    }
     connect(&m_stallEnd, &QTimer::timeout, this, &BusFront::endStall);
     connect(&m_return, &QTimer::timeout, this, &BusFront::comeBack);
 }
