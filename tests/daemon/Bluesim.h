@@ -54,6 +54,7 @@ public:
             }
             status.clear();
         }
+        QCoreApplication::processEvents(); // signals that came before the answer
         return true;
     }
 
