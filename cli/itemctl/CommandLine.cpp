@@ -112,6 +112,9 @@ void Parser::addReaders()
     CLI::App* names = add(Command::Names, "names", "Short names, for completion");
     addNames(names, "KIND", "config, result, action", false);
     names->group("");
+    CLI::App* values = add(Command::Values, "values", "What an item may be set to, for completion");
+    addItem(values, "ITEM", "The item");
+    values->group("");
 }
 
 void Parser::addWriters()

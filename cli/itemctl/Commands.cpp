@@ -28,6 +28,8 @@ ExitStatus run(const Request& request, Output& output)
         return runTop(request, output);
     case Command::Names:
         return runNames(request, output);
+    case Command::Values:
+        return runValues(request, output);
     }
     return ExitStatus::Usage;
 }

@@ -20,6 +20,7 @@ ExitStatus runDescribe(const Request& request, Output& output);
 ExitStatus runServers(const Request& request, Output& output);
 ExitStatus runTop(const Request& request, Output& output);
 ExitStatus runNames(const Request& request, Output& output);
+ExitStatus runValues(const Request& request, Output& output);
 
 /// The servers that a request concerns: the one it names, those that all these names tell by being full
 /// addresses, or all on the bus.

@@ -106,25 +106,6 @@ ExitStatus runList(const Request& request, Output& output)
     return servers->silent().empty() ? status : ExitStatus::NoAnswer;
 }
 
-ExitStatus runNames(const Request& request, Output& output)
-{
-    // A completion that fails has nothing to offer, and nothing to say in the middle of a command line.
-    auto servers = serversFor(request, {});
-    if (!servers)
-        return servers.failure().status;
-    servers->setTimeout(std::chrono::seconds(1));
-    const auto all = servers->list();
-    if (!all)
-        return all.failure().status;
-    for (const Item& item : *all) {
-        if (request.arguments.isEmpty() || request.arguments.contains(item.kind)) {
-            output.line(item.idWithIndex());
-            output.line(item.shortName());
-        }
-    }
-    return ExitStatus::Done;
-}
-
 ExitStatus runServers(const Request& request, Output& output)
 {
     const auto servers = serversFor(request, {});

@@ -12,7 +12,7 @@ namespace itemctl {
 /// What the command line asks for.
 struct Request
 {
-    enum class Command { List, Get, Set, Call, Watch, Wait, Describe, Servers, Top, Names };
+    enum class Command { List, Get, Set, Call, Watch, Wait, Describe, Servers, Top, Names, Values };
 
     Command command = Command::List;
     bool json = false;

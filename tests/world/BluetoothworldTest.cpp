@@ -57,7 +57,9 @@ bool startInTerminal(QProcess& terminal, const QString& command)
         words << QLatin1Char('\'') + word.replace(QLatin1Char('\''), QStringLiteral("'\\''"))
                 + QLatin1Char('\'');
     }
-    terminal.start(QStringLiteral("script"), { "-qec", words.join(QLatin1Char(' ')), "/dev/null" });
+    // Not every shell leaves its place to its last command, and one that stays would get the Ctrl-C, too.
+    terminal.start(QStringLiteral("script"),
+                   { "-qec", QStringLiteral("exec ") + words.join(QLatin1Char(' ')), "/dev/null" });
     QByteArray output;
     while (!output.contains("ready")) {
         if (!terminal.waitForReadyRead()) {

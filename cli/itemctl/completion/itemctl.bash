@@ -4,7 +4,7 @@ _itemctl()
     local commands="list get set call watch wait describe servers top"
     local cur prev words cword
     # Item names contain colons, which are no word breaks here.
-    _init_completion -n : 2>/dev/null || return
+    _init_completion -n := 2>/dev/null || return
     local word command="" kinds=""
     for word in "${words[@]:1:cword-1}"; do
         case " $commands " in *" $word "*) command=$word; break ;; esac
@@ -23,6 +23,19 @@ _itemctl()
             wait) options+=" --timeout" ;;
         esac
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
+        return
+    fi
+    # A condition, or the text of "set": the values of the item before it.
+    local item="" before=""
+    if [[ $command == wait && $cur == *=* ]]; then
+        item=${cur%%=*}; item=${item%!}; before=${cur%"${cur##*=}"}
+    elif [[ $command == set && $prev != set ]]; then
+        item=$prev
+    fi
+    if [[ -n $item ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$(itemctl values "$item" 2>/dev/null)" -- "${cur#"$before"}")
+        # Readline replaces what follows the last word break, and "=" is one.
+        [[ $COMP_WORDBREAKS == *=* ]] || COMPREPLY=("${COMPREPLY[@]/#/$before}")
         return
     fi
     case $command in
