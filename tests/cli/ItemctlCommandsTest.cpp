@@ -72,6 +72,12 @@ void ItemctlCommandsTest::calls_data()
                                    << "itemctl call echo";
     QTest::newRow("get an action, JSON") << List{ "get", "echo", "--json" } << 1 << ""
                                          << "itemctl call echo";
+    QTest::newRow("values of an enumeration, for completion")
+        << List{ "values", "state" } << 0 << "DEMO_STATE_OFF\nDEMO_STATE_ON\nDEMO_STATE_FAILED\n"
+        << "";
+    QTest::newRow("values of a bool, for completion")
+        << List{ "values", "mod:enabled" } << 0 << "true\nfalse\n"
+        << "";
     QTest::newRow("pattern over full addresses")
         << List{ "list", ":config:*:pin:" } << 0 << ":config:demo:mod:pin:  5190  PIN [does not apply]\n"
         << "";
