@@ -24,6 +24,8 @@ ExitStatus conclude(const Failure& failure, cli::Output& output)
 ExitStatus run(const Request& request, cli::Output& output)
 {
     using Command = Request::Command;
+    if (request.command == Command::Record)
+        return runRecord(request, output);
     const auto simulation = Simulation::find();
     if (!simulation)
         return request.command == Command::Names ? simulation.failure().status

@@ -25,6 +25,16 @@ QDBusMessage propertyCall(const char* member, const char* name)
 
 } // namespace
 
+cli::Expected<QDBusConnection> systemBus()
+{
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    if (bus.isConnected())
+        return bus;
+    return Failure{ ExitStatus::NoServer,
+                    QStringLiteral("no system bus (%1); DBUS_SYSTEM_BUS_ADDRESS has to name one")
+                        .arg(bus.lastError().message().simplified()) };
+}
+
 Simulation::Simulation(std::shared_ptr<SimulationProxy> proxy)
     : m_proxy(std::move(proxy))
 {
@@ -32,19 +42,16 @@ Simulation::Simulation(std::shared_ptr<SimulationProxy> proxy)
 
 cli::Expected<Simulation> Simulation::find()
 {
-    const QDBusConnection bus = QDBusConnection::systemBus();
-    if (!bus.isConnected()) {
-        return Failure{ ExitStatus::NoServer,
-                        QStringLiteral("no system bus (%1); DBUS_SYSTEM_BUS_ADDRESS has to name one")
-                            .arg(bus.lastError().message().simplified()) };
-    }
-    if (!bus.interface()->isServiceRegistered(bt::controlService())) {
+    const auto bus = systemBus();
+    if (!bus)
+        return bus.failure();
+    if (!bus->interface()->isServiceRegistered(bt::controlService())) {
         return Failure{ ExitStatus::NoServer,
                         QStringLiteral("no simulated radio is on the system bus; "
                                        "\"itemctl set enabled true\" in \"./run\" starts one") };
     }
     qDBusRegisterMetaType<QList<QVariantMap>>();
-    return Simulation(std::make_shared<SimulationProxy>(bt::controlService(), bt::controlPath(), bus));
+    return Simulation(std::make_shared<SimulationProxy>(bt::controlService(), bt::controlPath(), *bus));
 }
 
 cli::Expected<QVariant> Simulation::property(const char* name) const

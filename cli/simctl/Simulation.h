@@ -2,6 +2,7 @@
 
 #include "common/Failure.h"
 
+#include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusPendingReply>
 
@@ -10,6 +11,9 @@
 class SimulationProxy;
 
 namespace simctl {
+
+/// The system bus, or why there is none.
+[[nodiscard]] cli::Expected<QDBusConnection> systemBus();
 
 /// The simulation that runs on the system bus.
 class Simulation

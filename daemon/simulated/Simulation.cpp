@@ -1,5 +1,8 @@
 #include "Simulation.h"
 
+#include "PrivateLine.h"
+#include "Replay.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusError>
@@ -20,18 +23,36 @@ SimulatedRadio::Identity identityOf(const QString& name)
 
 } // namespace
 
-Simulation::Simulation(const Settings& settings, const Scenario& scenario, const QString& name)
-    : m_settings(settings)
-    , m_clock(settings.timeScale)
-    , m_radio(identityOf(name), Room(scenario.devices), m_clock, settings.seed)
-    , m_timeline(scenario.timeline, m_radio, m_clock)
-    , m_pairings(settings.stateFile)
-    , m_line(m_radio)
-    , m_front(m_line, m_clock)
-    , m_control(&m_radio, m_front, m_clock)
+Simulation::Radio::Radio(const Settings& settings, const Scenario& scenario, const QString& name,
+                         SimulationClock& clock)
+    : radio(identityOf(name), Room(scenario.devices), clock, settings.seed)
+    , timeline(scenario.timeline, radio, clock)
+    , pairings(settings.stateFile)
 {
-    connect(&m_line, &DaemonBackend::ready, this, &Simulation::appear);
-    connect(&m_line, &DaemonBackend::failed, this, &Simulation::fail);
+}
+
+void Simulation::Radio::takePairings()
+{
+    if (const auto kept = pairings.load()) {
+        radio.restorePairs(*kept);
+    } else {
+        radio.pairAsInRoom();
+    }
+    connect(&radio, &bt::Radio::pairListChanged, &radio,
+            [this](const PairList& list) { pairings.save(list); });
+}
+
+Simulation::Simulation(const Settings& settings, const Content& content, const QString& name)
+    : m_clock(settings.timeScale)
+    , m_radio(std::holds_alternative<Scenario>(content)
+                  ? std::make_unique<Radio>(settings, std::get<Scenario>(content), name, m_clock)
+                  : nullptr)
+    , m_backend(makeBackend(content))
+    , m_front(*m_backend, m_clock)
+    , m_control(m_radio ? &m_radio->radio : nullptr, m_front, m_clock)
+{
+    connect(m_backend.get(), &DaemonBackend::ready, this, &Simulation::appear);
+    connect(m_backend.get(), &DaemonBackend::failed, this, &Simulation::fail);
     connect(&m_signalsToEnd, &process::EndingSignals::received, this, &Simulation::askedToEnd);
     m_patience.setSingleShot(true);
     m_patience.setTimerType(Qt::PreciseTimer);
@@ -39,6 +60,14 @@ Simulation::Simulation(const Settings& settings, const Scenario& scenario, const
     if (settings.isPaused) {
         m_clock.pause();
     }
+}
+
+std::unique_ptr<DaemonBackend> Simulation::makeBackend(const Content& content)
+{
+    if (m_radio) {
+        return std::make_unique<PrivateLine>(m_radio->radio);
+    }
+    return std::make_unique<Replay>(std::get<RecordedRun>(content), m_clock);
 }
 
 void Simulation::start()
@@ -52,13 +81,10 @@ void Simulation::start()
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                 SLOT(busLost()));
-    if (const auto kept = m_pairings.load()) {
-        m_radio.restorePairs(*kept);
-    } else {
-        m_radio.pairAsInRoom();
+    if (m_radio) {
+        m_radio->takePairings();
     }
-    connect(&m_radio, &Radio::pairListChanged, this, [this](const PairList& list) { m_pairings.save(list); });
-    m_line.start();
+    m_backend->start();
 }
 
 // The daemon's name comes last: whoever sees it finds the control in place, too.
@@ -68,9 +94,10 @@ void Simulation::appear()
         return;
     }
     const QDBusConnection bus = QDBusConnection::systemBus();
+    const QString noControl = m_control.publish(bus);
     QString problem = m_front.appear(bus);
     if (problem.isEmpty()) {
-        problem = m_control.publish(bus);
+        problem = noControl;
     }
     if (!problem.isEmpty()) {
         fail(problem);

@@ -3,7 +3,7 @@
 #include "BusFront.h"
 #include "ControlService.h"
 #include "PairingStore.h"
-#include "PrivateLine.h"
+#include "RecordedRun.h"
 #include "Settings.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
@@ -13,16 +13,22 @@
 #include <QObject>
 #include <QTimer>
 
+#include <memory>
+#include <variant>
+
 namespace bt {
 
-/// A whole simulated daemon: the radio and who is around it, its place on the system bus, and what drives it.
+/// A whole simulated daemon: a radio and who is around it, or a recording; its place on the system bus, and
+/// what drives it.
 class Simulation : public QObject
 {
     Q_OBJECT
 
 public:
+    using Content = std::variant<Scenario, RecordedRun>;
+
     /// \a name is what other devices see.
-    Simulation(const Settings& settings, const Scenario& scenario, const QString& name);
+    Simulation(const Settings& settings, const Content& content, const QString& name);
 
     /// Begins; QCoreApplication::exit() follows at the end, after a message when something went wrong.
     void start();
@@ -31,17 +37,27 @@ public Q_SLOTS:
     void busLost();
 
 private:
+    /// What only a radio has.
+    struct Radio
+    {
+        Radio(const Settings& settings, const Scenario& scenario, const QString& name,
+              SimulationClock& clock);
+        void takePairings();
+
+        SimulatedRadio radio;
+        Timeline timeline;
+        PairingStore pairings;
+    };
+
+    [[nodiscard]] std::unique_ptr<DaemonBackend> makeBackend(const Content& content);
     void appear();
     void fail(const QString& problem);
     void askedToEnd();
     void end();
 
-    Settings m_settings;
     SimulationClock m_clock;
-    SimulatedRadio m_radio;
-    Timeline m_timeline;
-    PairingStore m_pairings;
-    PrivateLine m_line;
+    std::unique_ptr<Radio> m_radio; ///< null while a recording is played
+    std::unique_ptr<DaemonBackend> m_backend;
     BusFront m_front;
     ControlService m_control;
     process::EndingSignals m_signalsToEnd;

@@ -55,7 +55,9 @@ int simulate(const bt::Settings& settings, const QString& name)
         qCritical().noquote() << *problem;
         return UsageError;
     }
-    bt::Simulation simulation(settings, std::get<bt::Scenario>(loaded), name);
+    const auto* run = std::get_if<bt::RecordedRun>(&loaded);
+    bt::Simulation simulation(
+        settings, run != nullptr ? bt::Simulation::Content(*run) : std::get<bt::Scenario>(loaded), name);
     // In the event loop, so that a problem at the start ends it.
     QMetaObject::invokeMethod(&simulation, &bt::Simulation::start, Qt::QueuedConnection);
     return QCoreApplication::exec();

@@ -38,6 +38,8 @@ BusFront::BusFront(DaemonBackend& backend, SimulationClock& clock)
     , m_otherBus(QString())
 {
     connect(&backend, &DaemonBackend::sent, this, &BusFront::pass);
+    connect(&backend, &DaemonBackend::left, this, &BusFront::leave);
+    connect(&backend, &DaemonBackend::returned, this, &BusFront::comeBack);
     for (QTimer* timer : { &m_stallEnd, &m_return }) {
         timer->setSingleShot(true);
         timer->setTimerType(Qt::PreciseTimer);

@@ -40,6 +40,9 @@ public:
     /// \a done comes when every signal that was caused before is on the bus.
     void flush(std::function<void()> done);
 
+    /// Gives up the name, and takes it again.
+    void leave();
+    void comeBack();
     void apply(const FaultRequest& request);
     [[nodiscard]] QStringList faultTexts() const;
     /// How long SIGTERM is to be ignored.
@@ -65,8 +68,6 @@ private:
     void sendGathered();
     void clearFaults();
     void endStall();
-    void leave();
-    void comeBack();
     void handOver();
 
     DaemonBackend& m_backend;

@@ -29,6 +29,9 @@ public:
 Q_SIGNALS:
     void ready();
     void failed(const QString& problem);
+    /// It leaves the bus by itself, and comes back.
+    void left();
+    void returned();
     /// A signal of the daemon's interface.
     void sent(const QDBusMessage& signal);
 };

@@ -59,17 +59,21 @@ std::pair<QString, QString> findScenario(const QString& nameOrPath)
     return { {}, problem };
 }
 
-std::variant<Scenario, QString> loadScenario(const QString& path)
+std::variant<Scenario, RecordedRun, QString> loadScenario(const QString& path)
 {
+    using Loaded = std::variant<Scenario, RecordedRun, QString>;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         return QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString());
     }
-    const auto read = readScenario(file.readAll());
-    if (const auto* problem = std::get_if<TextProblem>(&read)) {
-        return QStringLiteral("%1:%2: %3").arg(path).arg(problem->line).arg(problem->text);
-    }
-    return std::get<Scenario>(read);
+    const auto finish = [&path](const auto& read) -> Loaded {
+        if (const auto* problem = std::get_if<TextProblem>(&read)) {
+            return QStringLiteral("%1:%2: %3").arg(path).arg(problem->line).arg(problem->text);
+        }
+        return std::get<0>(read);
+    };
+    return path.endsWith(QLatin1String(".rec")) ? finish(readRecording(file.readAll()))
+                                                : finish(readScenario(file.readAll()));
 }
 
 QString problemOf(const QString& nameOrPath)

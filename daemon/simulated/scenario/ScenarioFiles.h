@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RecordedRun.h"
 #include "Scenario.h"
 
 #include <QStringList>
@@ -20,8 +21,9 @@ inline constexpr const char* DefaultScenario = "room";
 /// second, why there is none.
 [[nodiscard]] std::pair<QString, QString> findScenario(const QString& nameOrPath);
 
-/// @return the scenario, or what is wrong with it: "FILE:LINE: …".
-[[nodiscard]] std::variant<Scenario, QString> loadScenario(const QString& file);
+/// @return what the file holds, a recording when its name ends with ".rec", or what is wrong with it:
+/// "FILE:LINE: …".
+[[nodiscard]] std::variant<Scenario, RecordedRun, QString> loadScenario(const QString& file);
 
 /// What keeps a scenario from being simulated; empty when nothing does.
 [[nodiscard]] QString problemOf(const QString& nameOrPath);

@@ -1,0 +1,36 @@
+#include "Commands.h"
+#include "Recording.h"
+#include "process/EndingSignals.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QTimer>
+
+namespace simctl {
+
+cli::ExitStatus runRecord(const Request& request, cli::Output& output)
+{
+    using cli::ExitStatus;
+    if (const auto bus = systemBus(); !bus)
+        return output.fail(bus.failure());
+    const QString path = request.arguments.value(0);
+    if (!path.endsWith(QLatin1String(".rec")))
+        return output.fail(
+            { ExitStatus::Usage, QStringLiteral("%1: the name of a recording ends with .rec").arg(path) });
+    const process::EndingSignals signalsToEnd;
+    QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
+    Recording recording;
+    if (const QString problem = recording.begin(path); !problem.isEmpty())
+        return output.fail({ ExitStatus::Failed, problem });
+    if (request.timeout)
+        QTimer::singleShot(*request.timeout, qApp, &QCoreApplication::quit);
+    else
+        output.note(QStringLiteral("recording to %1; Ctrl-C ends it").arg(path));
+    QCoreApplication::exec();
+    if (const QString problem = recording.problem(); !problem.isEmpty())
+        return output.fail({ ExitStatus::Failed, problem });
+    output.note(QStringLiteral("%1 events recorded").arg(recording.lines()));
+    return ExitStatus::Done;
+}
+
+} // namespace simctl

@@ -1,0 +1,36 @@
+# bash completion for simctl(1): subcommands, options, and the devices that are around now.
+_simctl()
+{
+    local commands="devices add remove return move drop connect pair-request answer fault calls time record"
+    local cur prev words cword
+    # Addresses contain colons, which are no word breaks here.
+    _init_completion -n : 2>/dev/null || return
+    local word command=""
+    for word in "${words[@]:1:cword-1}"; do
+        case " $commands " in *" $word "*) command=$word; break ;; esac
+    done
+    if [[ $cur == -* ]]; then
+        local options="--json --help"
+        case $command in
+            "") options+=" --version" ;;
+            add) options+=" --address --rssi --class --pin --code --just-works --confirmation --wrong-pin --refuses
+                --times-out --out-of-reach --headset --app --ftp --ios --wifed --paired" ;;
+            move) options+=" --in" ;;
+            record) options+=" --timeout" ;;
+        esac
+        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
+        return
+    fi
+    local IFS=$'\n'
+    case $command:$prev in
+        :*) mapfile -t COMPREPLY < <(compgen -W "${commands// /$'\n'}" -- "$cur") ;;
+        fault:fault) mapfile -t COMPREPLY < <(compgen -W $'stall\ncrash\nleave\nhandover\nignore-sigterm\nslow\nerror\npayload\nburst\nsilent-property\nnone' -- "$cur") ;;
+        time:time) mapfile -t COMPREPLY < <(compgen -W $'pause\nresume\nstep\nspeed' -- "$cur") ;;
+        record:record) mapfile -t COMPREPLY < <(compgen -f -- "$cur") ;;
+        remove:remove|return:return|move:move|drop:drop|connect:connect|pair-request:pair-request|answer:answer)
+            mapfile -t COMPREPLY < <(compgen -W "$(simctl names 2>/dev/null | sed 's/ /\\ /g')" -- "$cur")
+            __ltrim_colon_completions "$cur" ;;
+        answer:*) mapfile -t COMPREPLY < <(compgen -W $'accept\nrefuse' -- "$cur") ;;
+    esac
+}
+complete -F _simctl simctl

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "JsonTree.h"
+
+#include <QVariantMap>
+
+#include <chrono>
+
+namespace bt {
+
+/// Something that a daemon did.
+struct RecordedEvent
+{
+    enum class Kind {
+        Appeared, ///< on the bus, with these properties
+        Left,
+        Signal,
+        Property ///< changed without a signal of its own
+    };
+
+    std::chrono::milliseconds time{ 0 };
+    Kind kind = Kind::Signal;
+    QString name; ///< of the signal or property
+    QVariant value;
+    QVariantMap properties; ///< of Appeared
+};
+
+/// What a daemon did in its time, as "simctl record" wrote it down.
+struct RecordedRun
+{
+    std::vector<RecordedEvent> events; ///< by time; the first is Appeared, at 0
+};
+
+/// @return the run, or the first thing that is wrong with the text.
+[[nodiscard]] std::variant<RecordedRun, TextProblem> readRecording(const QByteArray& text);
+
+} // namespace bt

@@ -1,0 +1,302 @@
+// The program itself, against a simulated radio on a bus of its own whose time stands still.
+#include "support/PrivateSystemBus.h"
+#include "world/ChildProcess.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTest>
+
+class SimctlTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup() { m_sim.end(); }
+
+    void listsDevices();
+    void addsDevices_data();
+    void addsDevices();
+    void devicesDoThings();
+    void tellsTheCalls();
+    void drivesTime();
+    void tellsTheFaults();
+    void saysWhatIsWrong_data();
+    void saysWhatIsWrong();
+    void saysThatThereIsNoSimulation();
+    void helpCoversEverySubcommand();
+
+private:
+    struct Finished
+    {
+        int status = -1;
+        QString out;
+        QString err;
+    };
+    static Finished simctl(const QStringList& arguments);
+    /// Empty when it went well and printed nothing, otherwise what it said.
+    static QString change(const QStringList& arguments);
+    static QJsonObject device(const QString& address);
+    static void call(const char* method, const QVariantList& arguments = {});
+
+    PrivateSystemBus m_bus;
+    world::ChildProcess m_sim;
+};
+
+void SimctlTest::initTestCase()
+{
+    QCOMPARE(m_bus.start(), QString());
+    qputenv("BLUESIM_PAUSED", "1");
+}
+
+void SimctlTest::init()
+{
+    world::Command command;
+    command.arguments = QStringList{ QStringLiteral(BLUESIM), "test", "1", "1" };
+    QCOMPARE(m_sim.start(command), 0);
+    QTRY_VERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
+    QCOMPARE(change({ "time", "step", "0.5" }), QString()); // until it is on
+}
+
+SimctlTest::Finished SimctlTest::simctl(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral(SIMCTL), arguments);
+    Finished finished;
+    if (process.waitForFinished() && process.exitStatus() == QProcess::NormalExit)
+        finished.status = process.exitCode();
+    finished.out = QString::fromUtf8(process.readAllStandardOutput());
+    finished.err = QString::fromUtf8(process.readAllStandardError());
+    return finished;
+}
+
+QString SimctlTest::change(const QStringList& arguments)
+{
+    const Finished finished = simctl(arguments);
+    return finished.status == 0 ? finished.out + finished.err
+                                : QStringLiteral("%1: %2").arg(finished.status).arg(finished.err);
+}
+
+QJsonObject SimctlTest::device(const QString& address)
+{
+    for (const QString& line : simctl({ "devices", "--json" }).out.split('\n', Qt::SkipEmptyParts)) {
+        const QJsonObject object = QJsonDocument::fromJson(line.toUtf8()).object();
+        if (object.value("address") == address)
+            return object;
+    }
+    return {};
+}
+
+void SimctlTest::call(const char* method, const QVariantList& arguments)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall("com.qarn.bluetooth", "/com/qarn/Bluetooth",
+                                                          "com.qarn.bluetooth", method);
+    message.setArguments(arguments);
+    QCOMPARE(QDBusConnection::systemBus().call(message).errorMessage(), QString());
+}
+
+void SimctlTest::listsDevices()
+{
+    const Finished table = simctl({ "devices" });
+    QCOMPARE(table.status, 0);
+    const QStringList lines = table.out.split('\n', Qt::SkipEmptyParts);
+    QCOMPARE(lines.size(), 11);
+    QCOMPARE(lines.first(),
+             QStringLiteral("00:11:22:33:44:01  Phone             -48 dBm  code          plain"));
+    QCOMPARE(lines.at(6),
+             QStringLiteral("00:11:22:33:44:07  -                 -74 dBm  just-works    plain"));
+    const QJsonObject phone = device("00:11:22:33:44:08");
+    QCOMPARE(phone.keys(),
+             (QStringList{ "address", "class", "connection", "is", "name", "pairState", "paired", "pairing",
+                           "present", "rssi" }));
+    QCOMPARE(phone.value("is").toArray(), (QJsonArray{ "app", "ios" }));
+}
+
+void SimctlTest::addsDevices_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QString>("pairing");
+    QTest::addColumn<QJsonArray>("is");
+    QTest::newRow("plain") << QStringList{} << "just-works" << QJsonArray{ "plain" };
+    QTest::newRow("PIN") << QStringList{ "--pin", "007" } << "pin" << QJsonArray{ "plain" };
+    QTest::newRow("code") << QStringList{ "--code" } << "code" << QJsonArray{ "plain" };
+    QTest::newRow("that code") << QStringList{ "--code", "000000" } << "code" << QJsonArray{ "plain" };
+    QTest::newRow("refuses") << QStringList{ "--refuses" } << "refuses" << QJsonArray{ "plain" };
+    QTest::newRow("times out") << QStringList{ "--times-out" } << "times-out" << QJsonArray{ "plain" };
+    QTest::newRow("headset") << QStringList{ "--headset", "--confirmation" } << "confirmation"
+                             << QJsonArray{ "headset" };
+    QTest::newRow("all of them") << QStringList{ "--ios", "--app", "--ftp", "--wifed", "--headset" }
+                                 << "just-works" << QJsonArray{ "headset", "app", "ftp", "ios", "wifed" };
+}
+
+void SimctlTest::addsDevices()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QString, pairing);
+    QFETCH(QJsonArray, is);
+    const QString address = QStringLiteral("0A:00:00:00:00:01");
+    QCOMPARE(
+        change(QStringList{ "add", "Lamp \"x\"", "--address", address, "--rssi", "-45", "--class", "0x540" }
+               + options),
+        QString());
+    const QJsonObject lamp = device(address);
+    QCOMPARE(lamp.value("name").toString(), QStringLiteral("Lamp \"x\""));
+    QCOMPARE(lamp.value("rssi").toInt(), -45);
+    QCOMPARE(lamp.value("class").toInt(), 0x540);
+    QCOMPARE(lamp.value("pairing").toString(), pairing);
+    QCOMPARE(lamp.value("is").toArray(), is);
+}
+
+void SimctlTest::devicesDoThings()
+{
+    const QString address = QStringLiteral("00:11:22:33:44:05"); // refuses us, but may ask itself
+    QCOMPARE(change({ "add", "Lamp", "--address", "0A:00:00:00:00:01", "--times-out" }), QString());
+    QCOMPARE(change({ "pair-request", "Lamp" }), QString());
+    QCOMPARE(change({ "time", "step", "2" }), QString());
+    QCOMPARE(device("0A:00:00:00:00:01").value("pairState").toInt(), 2); // waits for the person at the lamp
+    QCOMPARE(change({ "answer", "Lamp", "accept" }), QString());
+    QCOMPARE(change({ "time", "step", "2" }), QString());
+    QVERIFY(device("0A:00:00:00:00:01").value("paired").toBool());
+    QCOMPARE(change({ "connect", "0a:00:00:00:00:01" }), QString());
+    QCOMPARE(device("0A:00:00:00:00:01").value("connection").toInt(), 1);
+    QCOMPARE(change({ "drop", "Lamp" }), QString());
+    QCOMPARE(device("0A:00:00:00:00:01").value("connection").toInt(), 0);
+    QCOMPARE(change({ "move", "Lamp", "-90", "--in", "10" }), QString());
+    QCOMPARE(change({ "time", "step", "5" }), QString());
+    QCOMPARE(device("0A:00:00:00:00:01").value("rssi").toInt(), -75);
+    QCOMPARE(change({ "remove", "Lamp" }), QString());
+    QVERIFY(!device("0A:00:00:00:00:01").value("present").toBool());
+    QCOMPARE(change({ "connect", "Lamp" }),
+             QStringLiteral("1: simctl: there is no device 0A:00:00:00:00:01\n"));
+    QCOMPARE(change({ "return", "Lamp" }), QString());
+    QCOMPARE(change({ "connect", "Lamp" }), QString());
+    QVERIFY(simctl({ "devices" }).out.contains("connected"));
+    QCOMPARE(change({ "answer", address, "refuse" }),
+             QStringLiteral("1: simctl: no pairing with %1 is under way\n").arg(address));
+}
+
+void SimctlTest::tellsTheCalls()
+{
+    call("Pair", { 0x001122334403ULL });
+    QCOMPARE(change({ "time", "step", "1.5" }), QString());
+    call("PINreply", { "51\n90" });
+    QCOMPARE(simctl({ "calls" }).out,
+             QStringLiteral("     0.500  Pair(73588229123)\n     2.000  PINreply(\"51\\n90\")\n"));
+    QCOMPARE(simctl({ "--json", "calls" }).out.split('\n').first(),
+             QStringLiteral(R"({"time":0.5,"member":"Pair","arguments":[73588229123]})"));
+}
+
+void SimctlTest::drivesTime()
+{
+    QCOMPARE(simctl({ "time" }).out, QStringLiteral("0.500 s, standing\n"));
+    QCOMPARE(change({ "time", "step", "29.5" }), QString());
+    QCOMPARE(simctl({ "time", "--json" }).out,
+             QStringLiteral("{\"time\":30.0,\"paused\":true,\"speed\":1.0}\n"));
+    QCOMPARE(change({ "time", "speed", "500" }), QString());
+    QCOMPARE(change({ "time", "resume" }), QString());
+    QVERIFY(simctl({ "time" }).out.endsWith("running at 500 times real time\n"));
+    QCOMPARE(change({ "time", "pause" }), QString());
+    QVERIFY(simctl({ "time" }).out.endsWith("standing\n"));
+}
+
+void SimctlTest::tellsTheFaults()
+{
+    QCOMPARE(simctl({ "fault" }).out, QString());
+    QCOMPARE(change({ "fault", "slow", "2.5" }), QString());
+    QCOMPARE(change({ "fault", "payload", "pairListChanged", "a(t)" }), QString());
+    QCOMPARE(change({ "fault", "silent-property", "pairList" }), QString());
+    QCOMPARE(simctl({ "fault" }).out,
+             QStringLiteral("answers 2.5 s late\nsends pairListChanged in another shape\n"
+                            "does not send pairListChanged\n"));
+    QCOMPARE(change({ "fault", "none" }), QString());
+    QCOMPARE(simctl({ "fault", "--json" }).out, QStringLiteral("[]\n"));
+}
+
+void SimctlTest::saysWhatIsWrong_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("error");
+    const auto row = [](const char* name, const QStringList& arguments, int status, const char* error) {
+        QTest::newRow(name) << arguments << status << QString::fromUtf8(error);
+    };
+    row("nothing", {}, 2, "see simctl --help");
+    row("unknown subcommand", { "explode" }, 2, "\"explode\" is no subcommand; see simctl --help");
+    row("no such device", { "drop", "Hedset" }, 3, "no device \"Hedset\"; did you mean \"Headset\"?");
+    row("nothing like it", { "drop", "0B:00:00:00:00:01" }, 3, "no device \"0B:00:00:00:00:01\"");
+    row("not connected", { "drop", "Headset" }, 1, "00:11:22:33:44:02 is not connected");
+    row("not paired", { "connect", "Headset" }, 1, "is not paired");
+    row("address", { "add", "x", "--address", "0A" }, 2, "\"address\" of a device is \"0A\"");
+    row("there already", { "add", "x", "--address", "00:11:22:33:44:01" }, 1, "there is a device");
+    row("two ways to pair", { "add", "x", "--address", "0A:00:00:00:00:01", "--code", "--pin", "1" }, 2,
+        "--pin");
+    row("signal", { "move", "Phone", "30" }, 2, "30");
+    row("answer", { "answer", "Phone", "maybe" }, 2, "maybe");
+    row("fault", { "fault", "stal" }, 2, "\"stal\" is no fault; did you mean \"stall\"?");
+    row("fault without a number", { "fault", "slow" }, 2, "a fault is told as \"slow SECONDS\"");
+    row("fault of no signal", { "fault", "payload", "pairList2", "s" }, 2, "did you mean \"pairList\"?");
+    row("fault of no shape", { "fault", "payload", "pairList", "a(q)" }, 2, "there is no shape \"a(q)\"");
+    row("time", { "time", "step", "yesterday" }, 2, "step SECONDS");
+    row("recording's name", { "record", "/tmp/x.json" }, 2, "ends with .rec");
+    row("recording's place", { "record", "/nonexistent/x.rec" }, 1, "/nonexistent/x.rec cannot be written");
+}
+
+void SimctlTest::saysWhatIsWrong()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, status);
+    QFETCH(QString, error);
+    const Finished finished = simctl(arguments);
+    QVERIFY2(finished.err.startsWith("simctl: ") && finished.err.contains(error), qPrintable(finished.err));
+    QCOMPARE(finished.err.count('\n'), 1);
+    QCOMPARE(finished.status, status);
+    QCOMPARE(finished.out, QString());
+}
+
+void SimctlTest::saysThatThereIsNoSimulation()
+{
+    m_sim.end();
+    QTRY_VERIFY(!QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
+    QCOMPARE(simctl({ "devices" }).status, 5);
+    QVERIFY(simctl({ "devices" }).err.contains("no simulated radio is on the system bus"));
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    const Finished noBus = simctl({ "time" });
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address().toLocal8Bit());
+    QCOMPARE(noBus.status, 5);
+    QVERIFY2(noBus.err.contains("DBUS_SYSTEM_BUS_ADDRESS"), qPrintable(noBus.err));
+}
+
+// The manual page and the shells' completion know every subcommand that the program offers.
+void SimctlTest::helpCoversEverySubcommand()
+{
+    const QString help = simctl({ "--help" }).out;
+    QFile page(QStringLiteral(SOURCE_FOLDER "/docs/simctl.1"));
+    QFile bash(QStringLiteral(SOURCE_FOLDER "/cli/simctl/completion/simctl.bash"));
+    QFile zsh(QStringLiteral(SOURCE_FOLDER "/cli/simctl/completion/_simctl"));
+    for (QFile* file : { &page, &bash, &zsh })
+        QVERIFY2(file->open(QIODevice::ReadOnly), qPrintable(file->fileName()));
+    const QString manual = QString::fromUtf8(page.readAll());
+    const QString bashText = QString::fromUtf8(bash.readAll());
+    const QString zshText = QString::fromUtf8(zsh.readAll());
+    const QStringList commands = help.mid(help.indexOf("Subcommands:")).split('\n').mid(1);
+    int count = 0;
+    for (const QString& line : commands) {
+        if (!line.startsWith("  ") || line.startsWith("   "))
+            continue;
+        const QString name = line.trimmed().section(' ', 0, 0);
+        ++count;
+        QVERIFY2(manual.contains(".It Cm " + name), qPrintable(name));
+        QVERIFY2(bashText.contains(name), qPrintable(name));
+        QVERIFY2(zshText.contains("'" + name + ":"), qPrintable(name));
+        QCOMPARE(simctl({ name, "--help" }).status, 0);
+    }
+    QCOMPARE(count, 13);
+}
+
+QTEST_GUILESS_MAIN(SimctlTest)
+#include "SimctlTest.moc"
