@@ -24,8 +24,11 @@ struct SimulationOptions
 /// A private world for a test program: buses, the host with the Bluetooth module, and the simulated radio,
 /// seen from both sides: the module's items as a client sees them, and what drives the simulation.
 ///
+///     #include <SimulatedWorld.h>
 ///     class LampTest : public QObject { … explicit LampTest(testkit::SimulatedWorld& world); … };
 ///     BLUETOOTH_TESTKIT_MAIN(LampTest)
+///
+/// In CMake: find_package(bluetooth-testkit), and target_link_libraries(… bluetooth::testkit).
 ///
 /// Questions and changes that fail answer with an empty value or false; problem() then says why.
 class SimulatedWorld
@@ -93,6 +96,7 @@ private:
 template <typename Test>
 int run(int argc, char** argv)
 {
+    world::World::setBinFolder(QStringLiteral(BLUETOOTH_TESTKIT_BIN));
     world::PrivateFilesystem filesystem;
     // Before anything that may start a thread.
     const QString noView =

@@ -160,8 +160,26 @@ QString World::output() const
     return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
 }
 
+namespace {
+
+QString& toldBinFolder()
+{
+    static QString folder;
+    return folder;
+}
+
+} // namespace
+
+void World::setBinFolder(const QString& folder)
+{
+    toldBinFolder() = folder;
+}
+
 QString World::binFolder()
 {
+    if (!toldBinFolder().isEmpty()) {
+        return toldBinFolder();
+    }
     // Tests lie beside "bin", our programs in it.
     const QString own = QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))).path();
     return QFileInfo(own).fileName() == QStringLiteral("tests")

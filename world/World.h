@@ -70,8 +70,10 @@ public:
     /// What buses, host and controller printed so far, unless it goes elsewhere.
     [[nodiscard]] QString output() const;
 
-    /// The folder of this build's programs.
+    /// The folder of this build's programs: beside this program, unless it was told.
     [[nodiscard]] static QString binFolder();
+    /// For a program that stands somewhere else.
+    static void setBinFolder(const QString& folder);
 
 private:
     [[nodiscard]] QString startBuses();
