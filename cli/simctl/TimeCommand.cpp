@@ -9,7 +9,6 @@ namespace simctl {
 namespace {
 
 using cli::ExitStatus;
-using cli::Failure;
 
 constexpr double LongestStep = 86'400;
 constexpr double LargestSpeed = 1e6;

@@ -43,7 +43,7 @@ void Simulation::Radio::takePairings()
 }
 
 Simulation::Simulation(const Settings& settings, const Content& content, const QString& name)
-    : m_clock(settings.timeScale)
+    : m_clock(settings.timeScale, settings.isPaused)
     , m_radio(std::holds_alternative<Scenario>(content)
                   ? std::make_unique<Radio>(settings, std::get<Scenario>(content), name, m_clock)
                   : nullptr)
@@ -57,9 +57,6 @@ Simulation::Simulation(const Settings& settings, const Content& content, const Q
     m_patience.setSingleShot(true);
     m_patience.setTimerType(Qt::PreciseTimer);
     connect(&m_patience, &QTimer::timeout, this, &Simulation::end);
-    if (settings.isPaused) {
-        m_clock.pause();
-    }
 }
 
 std::unique_ptr<DaemonBackend> Simulation::makeBackend(const Content& content)

@@ -6,9 +6,9 @@
 
 namespace bt {
 
-SimulationClock::SimulationClock(double scale, QObject* parent)
-    : QObject(parent)
-    , m_scale(scale)
+SimulationClock::SimulationClock(double scale, bool isPaused)
+    : m_scale(scale)
+    , m_isPaused(isPaused)
 {
     m_elapsed.start();
     m_timer.setSingleShot(true);
@@ -53,7 +53,7 @@ void SimulationClock::setScale(double scale)
 
 void SimulationClock::pause()
 {
-    setBase(now());
+    setBase(now()); // which stays when it stands already
     m_isPaused = true;
     m_timer.stop();
 }

@@ -25,7 +25,8 @@ public:
     static constexpr double LargestScale = 1e6;
 
     /// \a scale: how many times faster than real time the simulated time passes; greater than 0.
-    explicit SimulationClock(double scale, QObject* parent = nullptr);
+    /// \a isPaused: it stands at 0 until it is driven.
+    explicit SimulationClock(double scale, bool isPaused = false);
 
     /// Runs \a step after \a delay of simulated time, unless \a context is gone by then.
     void after(Duration delay, QObject* context, std::function<void()> step);
