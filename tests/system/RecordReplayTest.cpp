@@ -2,11 +2,14 @@
 #include "SimulatedWorld.h"
 
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+
+#include <algorithm>
 
 class RecordReplayTest : public QObject
 {
@@ -116,6 +119,12 @@ void RecordReplayTest::replay(const QString& file)
             // Not two of them in one turn of the host, which would tell its clients of the last alone.
             const QJsonValue state = event.value("value").toObject().value("value");
             QVERIFY(m_world.waitFor("pairstate", QString::number(state.toInt())));
+        } else if (event.value("signal") == "pairListChanged") {
+            const QJsonArray pairs = event.value("value").toObject().value("value").toArray();
+            const bool isConnected = std::any_of(pairs.begin(), pairs.end(), [](const QJsonValue& pair) {
+                return pair.toArray().at(2).toInt() != 0;
+            });
+            QVERIFY(m_world.waitFor("isAnyDeviceConnected", isConnected ? "true" : "false"));
         } else if (event.contains("left")) {
             QVERIFY(m_world.waitForApplicable("scan", false));
         }
