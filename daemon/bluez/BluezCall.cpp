@@ -1,0 +1,76 @@
+#include "BluezCall.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
+#include <QDebug>
+
+#include <utility>
+
+namespace bt {
+
+QDBusPendingCall sendToBluez(const BluezCall& call)
+{
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(QStringLiteral("org.bluez"), call.path, call.interface, call.method);
+    message.setArguments(call.arguments);
+    message.setAutoStartService(false);
+    return QDBusConnection::systemBus().asyncCall(message, static_cast<int>(call.limit.count()));
+}
+
+void askBluez(const BluezCall& call, QObject* context, BluezAnswer answer)
+{
+    auto* watcher = new QDBusPendingCallWatcher(sendToBluez(call), context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
+                     [watcher, answer = std::move(answer)] {
+                         watcher->deleteLater();
+                         answer(watcher->error());
+                     });
+}
+
+BluezCall settingOf(const QString& path, const QString& interface, const QString& property,
+                    const QVariant& value)
+{
+    return { path,
+             QStringLiteral("org.freedesktop.DBus.Properties"),
+             QStringLiteral("Set"),
+             { interface, property, QVariant::fromValue(QDBusVariant(value)) } };
+}
+
+QString failureText(const QString& what, const QDBusError& error)
+{
+    return QStringLiteral("%1 failed: %2 (%3)").arg(what, error.message(), error.name());
+}
+
+void logFailure(const QString& what, const QDBusError& error)
+{
+    qWarning().noquote() << failureText(what, error);
+}
+
+bool isBluezError(const QDBusError& error, const char* name)
+{
+    return error.name() == QLatin1String("org.bluez.Error.") + QLatin1String(name);
+}
+
+PairState pairStateOf(const QDBusError& error)
+{
+    if (!error.isValid() || isBluezError(error, "AlreadyExists")) {
+        return PairState::Paired;
+    }
+    for (const char* refused :
+         { "AuthenticationFailed", "AuthenticationRejected", "AuthenticationTimeout" }) {
+        if (isBluezError(error, refused)) {
+            return PairState::FailedAuthentication;
+        }
+    }
+    // Cancelled and not by us: the link was lost.
+    for (const char* unreachable : { "ConnectionAttemptFailed", "AuthenticationCanceled" }) {
+        if (isBluezError(error, unreachable)) {
+            return PairState::FailedConnection;
+        }
+    }
+    return PairState::Failed;
+}
+
+} // namespace bt

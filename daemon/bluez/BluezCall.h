@@ -1,0 +1,52 @@
+#pragma once
+
+#include "RadioTypes.h"
+
+#include <QDBusError>
+#include <QDBusPendingCall>
+#include <QVariantList>
+
+#include <chrono>
+#include <functional>
+
+class QObject;
+
+namespace bt {
+
+/// A method call to bluetoothd, on the system bus.
+struct BluezCall
+{
+    QString path;
+    QString interface;
+    QString method;
+    QVariantList arguments;
+    /// How long the answer may take. Pairing waits for two people, D-Bus's usual 25 s would end it early.
+    std::chrono::milliseconds limit{ 25'000 };
+};
+
+/// What bluetoothd answered; not valid when it did what was asked.
+using BluezAnswer = std::function<void(const QDBusError&)>;
+
+QDBusPendingCall sendToBluez(const BluezCall& call);
+/// \a answer is called once, unless \a context is deleted before.
+void askBluez(const BluezCall& call, QObject* context, BluezAnswer answer);
+
+/// Sets a property; \a interface is that of the object.
+BluezCall settingOf(const QString& path, const QString& interface, const QString& property,
+                    const QVariant& value);
+
+/// For a person: what was tried and what bluetoothd said.
+QString failureText(const QString& what, const QDBusError& error);
+/// One line on standard error; clients that do not wait for replies leave no other trace.
+void logFailure(const QString& what, const QDBusError& error);
+
+/// Whether an error of org.bluez.Error has this last part.
+bool isBluezError(const QDBusError& error, const char* name);
+
+/// How a failed Device1.Pair() ends the pairing, when it was not the user who ended it.
+PairState pairStateOf(const QDBusError& error);
+
+inline const QString AdapterInterface = QStringLiteral("org.bluez.Adapter1");
+inline const QString DeviceInterface = QStringLiteral("org.bluez.Device1");
+
+} // namespace bt

@@ -1,0 +1,210 @@
+#include "BluezPairing.h"
+
+#include "AddressHelper.h"
+#include "BluezCall.h"
+
+#include <chrono>
+
+namespace bt {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// bluetoothd waits 60 s for its agent, and pages the device before and exchanges keys after that.
+constexpr auto PairLimit = 120s;
+constexpr auto IncomingLimit = 30s;
+
+Outcome nothingPending(const QString& question)
+{
+    return Refusal{ Error::NothingPending, QStringLiteral("no pairing waits for %1").arg(question) };
+}
+
+} // namespace
+
+BluezPairing::BluezPairing(qulonglong address, PairingAgent& agent)
+    : m_address(address)
+    , m_agent(agent)
+{
+    m_deadline.setSingleShot(true);
+    connect(&m_deadline, &QTimer::timeout, this, &BluezPairing::endIncoming);
+}
+
+QString BluezPairing::deviceText() const
+{
+    const QString name = m_device ? m_device->remoteName() : QString();
+    return name.isEmpty() ? UnknownName + QStringLiteral(" - ") + AddressHelper::int2str(m_address) : name;
+}
+
+void BluezPairing::begin(const BluezQt::DevicePtr& device)
+{
+    enter(PairState::Outgoing);
+    if (device) {
+        found(device);
+    }
+}
+
+void BluezPairing::found(const BluezQt::DevicePtr& device)
+{
+    adopt(device);
+    enter(PairState::Outgoing); // its name may be known now
+    BluezCall call{ m_device->ubi(), DeviceInterface, QStringLiteral("Pair"), {} };
+    call.limit = PairLimit;
+    askBluez(call, this, [this](const QDBusError& error) { pairAnswered(error); });
+}
+
+void BluezPairing::notFound()
+{
+    settle(PairState::FailedConnection);
+}
+
+void BluezPairing::beginIncoming(const BluezQt::DevicePtr& device)
+{
+    m_incoming = true;
+    adopt(device);
+    enter(PairState::Incoming);
+}
+
+void BluezPairing::adopt(const BluezQt::DevicePtr& device)
+{
+    m_device = device;
+    connect(device.data(), &BluezQt::Device::remoteNameChanged, this, [this] {
+        if (isUnderWay()) {
+            enter(m_progress.state);
+        }
+    });
+    connect(device.data(), &BluezQt::Device::pairedChanged, this, [this](bool paired) {
+        if (paired && m_incoming) {
+            settle(PairState::Paired);
+        } else if (paired && isUnderWay()) {
+            finish(); // what follows is a look at the device's services
+        }
+    });
+    connect(device.data(), &BluezQt::Device::connectedChanged, this, [this](bool connected) {
+        if (!connected && m_incoming) {
+            endIncoming();
+        }
+    });
+    connect(device.data(), &BluezQt::Device::deviceRemoved, this, [this] { endIncoming(); });
+}
+
+void BluezPairing::pairAnswered(const QDBusError& error)
+{
+    const bool refused = error.isValid() && m_refusedByUser;
+    settle(refused ? PairState::Failed : pairStateOf(error));
+    if (error.isValid() && !refused && m_progress.state != PairState::Paired) {
+        logFailure(QStringLiteral("pairing with %1").arg(AddressHelper::int2str(m_address)), error);
+    }
+}
+
+void BluezPairing::endIncoming()
+{
+    if (m_incoming && isUnderWay()) {
+        settle(m_device->isPaired() ? PairState::Paired : PairState::FailedAuthentication);
+    }
+}
+
+void BluezPairing::ask(const PairingQuestion& question)
+{
+    m_progress.code = question.code;
+    enter(question.state);
+}
+
+void BluezPairing::questionCancelled()
+{
+    if (!isUnderWay()) {
+        return;
+    }
+    m_progress.code.clear();
+    if (m_incoming) {
+        settle(PairState::FailedAuthentication);
+    } else {
+        enter(PairState::Finishing); // the answer to Pair() tells why
+    }
+}
+
+bool BluezPairing::waitsForConfirmation() const
+{
+    return !m_refusedByUser
+        && (m_progress.state == PairState::NeedConfirmation
+            || m_progress.state == PairState::NeedSimpleConfirmation);
+}
+
+Outcome BluezPairing::pinReply(const QString& pin)
+{
+    if (m_progress.state != PairState::PinNeeded || m_refusedByUser) {
+        return nothingPending(QStringLiteral("a PIN"));
+    }
+    Outcome refused = m_agent.replyPin(pin);
+    if (!refused) {
+        finish();
+    }
+    return refused;
+}
+
+Outcome BluezPairing::pinDecline()
+{
+    if (m_progress.state != PairState::PinNeeded || m_refusedByUser) {
+        return nothingPending(QStringLiteral("a PIN"));
+    }
+    refuse();
+    return {};
+}
+
+Outcome BluezPairing::confirm()
+{
+    if (!waitsForConfirmation()) {
+        return nothingPending(QStringLiteral("a confirmation"));
+    }
+    m_agent.confirm();
+    finish();
+    return {};
+}
+
+Outcome BluezPairing::reject()
+{
+    if (!waitsForConfirmation()) {
+        return nothingPending(QStringLiteral("a confirmation"));
+    }
+    refuse();
+    return {};
+}
+
+void BluezPairing::finish()
+{
+    m_progress.code.clear();
+    enter(PairState::Finishing);
+    if (m_incoming) {
+        m_deadline.start(IncomingLimit);
+    }
+}
+
+void BluezPairing::refuse()
+{
+    m_refusedByUser = true;
+    if (!m_agent.refuse()) { // what bluetoothd shows and does not ask is refused by giving the pairing up
+        sendToBluez({ m_device->ubi(), DeviceInterface, QStringLiteral("CancelPairing"), {} });
+    }
+    if (m_incoming) {
+        settle(PairState::Failed);
+    } // otherwise the answer to Pair() settles it: until then bluetoothd would take no other pairing
+}
+
+void BluezPairing::settle(PairState state)
+{
+    if (!isUnderWay()) {
+        return;
+    }
+    m_deadline.stop();
+    m_progress.code.clear();
+    enter(state);
+}
+
+void BluezPairing::enter(PairState state)
+{
+    m_progress.state = state;
+    m_progress.device = isSettled(state) ? QString() : deviceText();
+    Q_EMIT progressed();
+}
+
+} // namespace bt

@@ -1,0 +1,329 @@
+#include "BluezRadio.h"
+
+#include "AddressHelper.h"
+#include "BluezCall.h"
+#include "ConnectionBits.h"
+
+#include <BluezQt/InitManagerJob>
+#include <BluezQt/PendingCall>
+
+#include <QDBusPendingCallWatcher>
+#include <QDebug>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <algorithm>
+#include <utility>
+
+namespace bt {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Of the second that the end of this program may take.
+constexpr auto PutBackLimit = 700ms;
+
+/// "/org/bluez/hci2" goes before "/org/bluez/hci10".
+bool goesBefore(const BluezQt::AdapterPtr& left, const BluezQt::AdapterPtr& right)
+{
+    const QString one = left->ubi();
+    const QString other = right->ubi();
+    return one.size() != other.size() ? one.size() < other.size() : one < other;
+}
+
+/// Returns when all calls are answered, or the limit has passed.
+void waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds limit)
+{
+    QEventLoop loop;
+    int open = 0;
+    for (const QDBusPendingCall& call : calls) {
+        auto* watcher = new QDBusPendingCallWatcher(call, &loop);
+        ++open;
+        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &loop, [&loop, &open, watcher] {
+            if (watcher->isError()) {
+                logFailure(QStringLiteral("putting the adapter back"), watcher->error());
+            }
+            if (--open == 0) {
+                loop.quit();
+            }
+        });
+    }
+    if (open > 0) {
+        QTimer::singleShot(limit, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+}
+
+} // namespace
+
+BluezRadio::BluezRadio(QString name)
+    : m_name(std::move(name))
+{
+    connect(&m_agent, &PairingAgent::asked, this, &BluezRadio::takeQuestion);
+    connect(&m_agent, &PairingAgent::cancelled, this, [this] {
+        if (m_pairing) {
+            m_pairing->questionCancelled();
+        }
+    });
+    connect(&m_agent, &PairingAgent::serviceWanted, this, [this](const QString& path, bool& allowed) {
+        const BluezQt::DevicePtr device = ourDevice(path);
+        allowed = device && device->isPaired();
+    });
+    connect(&m_profiles, &RfcommProfiles::connected, this, [this](const QString& path) {
+        if (const BluezQt::DevicePtr device = ourDevice(path)) {
+            Q_EMIT companionConnected(AddressHelper::str2int(device->address()));
+        }
+    });
+}
+
+BluezRadio::~BluezRadio() = default;
+
+void BluezRadio::start()
+{
+    m_wantsOn = true;
+    Q_EMIT localNameChanged(m_name);
+    Q_EMIT statusChanged(m_status);
+    followBluez();
+}
+
+void BluezRadio::followBluez()
+{
+    connect(&m_manager, &BluezQt::Manager::adapterAdded, this, &BluezRadio::chooseAdapter);
+    connect(&m_manager, &BluezQt::Manager::adapterRemoved, this, [this](const BluezQt::AdapterPtr& adapter) {
+        if (adapter == m_adapter) {
+            loseAdapter();
+            chooseAdapter();
+        }
+    });
+    connect(&m_manager, &BluezQt::Manager::operationalChanged, this, [this](bool operational) {
+        if (operational) {
+            m_agent.registerAtBluez();
+            m_profiles.registerAll();
+        } else {
+            loseAdapter();
+        }
+        chooseAdapter();
+    });
+    connect(&m_manager, &BluezQt::Manager::bluetoothBlockedChanged, this, [this](bool blocked) {
+        if (m_adapter && blocked && !m_adapter->isPowered()) {
+            followPower();
+        } else if (m_adapter && !blocked && m_wantsOn) {
+            switchOn();
+        }
+    });
+    BluezQt::InitManagerJob* job = m_manager.init();
+    connect(job, &BluezQt::InitManagerJob::result, this, [this](BluezQt::InitManagerJob* done) {
+        if (done->error() != BluezQt::InitManagerJob::NoError) {
+            sayOnce(done->errorText());
+        }
+        chooseAdapter();
+    });
+    job->start();
+}
+
+void BluezRadio::chooseAdapter()
+{
+    if (m_adapter || m_stopping) {
+        return;
+    }
+    if (!m_manager.isOperational()) {
+        sayOnce(QStringLiteral("bluetoothd is not there: org.bluez is not on the system bus; start it, by "
+                               "\"systemctl start bluetooth\" for instance"));
+        return;
+    }
+    const QList<BluezQt::AdapterPtr> adapters = m_manager.adapters();
+    const auto first = std::min_element(adapters.begin(), adapters.end(), goesBefore);
+    if (first == adapters.end()) {
+        sayOnce(QStringLiteral("bluetoothd has no Bluetooth adapter; plug one in"));
+        return;
+    }
+    useAdapter(*first);
+}
+
+void BluezRadio::useAdapter(const BluezQt::AdapterPtr& adapter)
+{
+    m_adapter = adapter;
+    sayOnce(QStringLiteral("the radio is %1, %2").arg(adapter->ubi(), adapter->address()));
+    m_settings.remember(*adapter);
+    connect(adapter.data(), &BluezQt::Adapter::poweredChanged, this, &BluezRadio::followPower);
+    connect(adapter.data(), &BluezQt::Adapter::deviceAdded, this, [this](const BluezQt::DevicePtr& device) {
+        if (m_pairing && m_pairing->isLooking()
+            && AddressHelper::str2int(device->address()) == m_pairing->address()) {
+            endSearch();
+            m_pairing->found(device);
+        }
+    });
+    Q_EMIT addressChanged(AddressHelper::str2int(adapter->address()));
+    m_known = std::make_unique<KnownDevices>();
+    connect(m_known.get(), &KnownDevices::listChanged, this, &Radio::pairListChanged);
+    connect(m_known.get(), &KnownDevices::connectionEstablished, this, &Radio::connectionEstablished);
+    connect(m_known.get(), &KnownDevices::headsetConnected, this, &Radio::headsetConnected);
+    connect(m_known.get(), &KnownDevices::deviceDisconnected, this, &Radio::deviceDisconnected);
+    m_known->follow(adapter);
+    if (m_wantsOn) {
+        switchOn();
+    } else {
+        followPower();
+    }
+}
+
+void BluezRadio::loseAdapter()
+{
+    if (!m_adapter) {
+        return;
+    }
+    qWarning().noquote() << "the adapter" << m_adapter->ubi() << "is gone";
+    m_said.clear();
+    m_adapter->disconnect(this);
+    silence();
+    m_adapter.clear();
+    m_known->clear();
+    m_known.reset();
+    m_scanResults = {};
+    Q_EMIT scanResultsChanged(m_scanResults);
+    setStatus(Status::NoDevice);
+}
+
+void BluezRadio::switchOn()
+{
+    m_settings.makeOurs(*m_adapter, m_name);
+    if (m_adapter->isPowered()) {
+        setStatus(Status::On);
+        return;
+    }
+    setStatus(Status::Starting);
+    askBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Powered"), true), m_known.get(),
+             [this](const QDBusError& error) {
+                 if (error.isValid()) {
+                     powerRefused(error);
+                 }
+             });
+}
+
+void BluezRadio::powerRefused(const QDBusError& error)
+{
+    logFailure(QStringLiteral("switching the adapter on"), error);
+    if (isBluezError(error, "Blocked")) {
+        sayOnce(QStringLiteral("the adapter is blocked; \"rfkill unblock bluetooth\" frees it"));
+        setStatus(Status::NoDevice);
+    } else {
+        setStatus(Status::Off);
+    }
+}
+
+void BluezRadio::followPower()
+{
+    if (m_adapter->isPowered()) {
+        setStatus(Status::On);
+        return;
+    }
+    silence();
+    setStatus(m_manager.isBluetoothBlocked() ? Status::NoDevice : Status::Off);
+}
+
+void BluezRadio::silence()
+{
+    endScan();
+    endSearch();
+    m_pairing.reset();
+    Q_EMIT pairingChanged({});
+}
+
+void BluezRadio::setStatus(Status status)
+{
+    m_status = status;
+    Q_EMIT statusChanged(status);
+}
+
+void BluezRadio::sayOnce(const QString& text)
+{
+    if (std::exchange(m_said, text) != text) {
+        qWarning().noquote() << text;
+    }
+}
+
+void BluezRadio::stop()
+{
+    m_stopping = true;
+    silence();
+    if (m_manager.isOperational()) {
+        m_agent.unregisterAtBluez();
+        m_profiles.unregisterAll();
+        putBack();
+    }
+    setStatus(m_adapter ? Status::Off : Status::NoDevice);
+}
+
+void BluezRadio::putBack()
+{
+    if (m_adapter) {
+        m_adapter->disconnect(this);
+        waitFor(m_settings.restore(*m_adapter), PutBackLimit);
+    }
+}
+
+Outcome BluezRadio::setPowered(bool on)
+{
+    if (!m_adapter) {
+        return Refusal{ Error::NotReady, m_said };
+    }
+    const bool goesOn = m_status == Status::On || m_status == Status::Starting;
+    m_wantsOn = on;
+    if (on == goesOn) {
+        return {};
+    }
+    if (on) {
+        switchOn();
+        return {};
+    }
+    silence();
+    setStatus(Status::Stopping);
+    askBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Powered"), false), m_known.get(),
+             [this](const QDBusError& error) {
+                 if (error.isValid()) {
+                     logFailure(QStringLiteral("switching the adapter off"), error);
+                     followPower();
+                 }
+             });
+    return {};
+}
+
+Outcome BluezRadio::setLocalName(const QString& name)
+{
+    if (name.isEmpty()) {
+        return Refusal{ Error::InvalidArgument,
+                        QStringLiteral("the local name is empty; it needs a character") };
+    }
+    m_name = name;
+    if (m_adapter) {
+        askBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Alias"), name), this,
+                 [](const QDBusError& error) {
+                     if (error.isValid()) {
+                         logFailure(QStringLiteral("naming the adapter"), error);
+                     }
+                 });
+    }
+    Q_EMIT localNameChanged(name);
+    return {};
+}
+
+Outcome BluezRadio::registerRfcommUuid(const QString& uuid)
+{
+    return m_profiles.add(uuid, m_manager.isOperational());
+}
+
+Outcome BluezRadio::unregisterRfcommUuid(const QString& uuid)
+{
+    return m_profiles.remove(uuid);
+}
+
+Outcome BluezRadio::sendWifedSocket(const QString& /*text*/)
+{
+    if (!std::exchange(m_saidWifed, true)) {
+        qWarning() << "a Wi-FED's command socket is not supported by this radio; it is left where it is";
+    }
+    return {};
+}
+
+} // namespace bt

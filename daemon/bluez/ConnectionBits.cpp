@@ -1,0 +1,68 @@
+#include "ConnectionBits.h"
+
+#include "RadioTypes.h"
+
+#include <BluezQt/Services>
+
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace bt {
+
+namespace {
+
+// The accessory's end of the same service; some devices list both.
+const QString IapAccessoryUuid = QStringLiteral("00000000-deca-fade-deca-deafdecacaff");
+
+bool offersAny(const QStringList& uuids, std::initializer_list<QString> wanted)
+{
+    return std::any_of(wanted.begin(), wanted.end(),
+                       [&uuids](const QString& uuid) { return uuids.contains(uuid, Qt::CaseInsensitive); });
+}
+
+/// A computer may play a headset's part, and is none.
+bool canBeHeadset(BluezQt::Device::Type type)
+{
+    return type != BluezQt::Device::Computer && type != BluezQt::Device::Phone;
+}
+
+} // namespace
+
+unsigned connectionBits(bool connected, const QStringList& uuids, BluezQt::Device::Type type)
+{
+    if (!connected) {
+        return NotConnected;
+    }
+    unsigned bits = NotConnected;
+    if (offersAny(uuids, { IapUuid, IapAccessoryUuid })) {
+        bits |= Iap;
+    }
+    if (canBeHeadset(type)
+        && offersAny(
+            uuids,
+            { BluezQt::Services::Headset, BluezQt::Services::Handsfree, BluezQt::Services::AudioSink })) {
+        bits |= Headset;
+    }
+    if (offersAny(uuids, { BluezQt::Services::ObexFileTransfer })) {
+        bits |= Ftp;
+    }
+    return bits == NotConnected ? static_cast<unsigned>(Plain) : bits;
+}
+
+QString fullUuid(const QString& text)
+{
+    static const QRegularExpression full(
+        QStringLiteral("\\A[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}\\z"));
+    static const QRegularExpression brief(QStringLiteral("\\A(?:0x)?([0-9a-f]{4}|[0-9a-f]{8})\\z"));
+    const QString lower = text.toLower();
+    if (full.match(lower).hasMatch()) {
+        return lower;
+    }
+    const QRegularExpressionMatch match = brief.match(lower);
+    return match.hasMatch() ? match.captured(1).rightJustified(8, QLatin1Char('0'))
+            + QStringLiteral("-0000-1000-8000-00805f9b34fb")
+                            : QString();
+}
+
+} // namespace bt

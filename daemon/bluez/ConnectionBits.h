@@ -1,0 +1,20 @@
+#pragma once
+
+#include <BluezQt/Device>
+
+#include <QString>
+
+namespace bt {
+
+/// The UUID of the service by which an iOS device talks to accessories.
+inline const QString IapUuid = QStringLiteral("00000000-deca-fade-deca-deafdecacafe");
+
+/// The bits of bt::Connection of a device. bluetoothd tells whether there is a link, not which services use
+/// it: the bits come from the services that the device offers. Plain stands alone.
+unsigned connectionBits(bool connected, const QStringList& uuids, BluezQt::Device::Type type);
+
+/// The 128-bit form of a UUID, lower case; empty when the text is none. Takes 16 and 32 bits in hexadecimal,
+/// with or without "0x", as well.
+QString fullUuid(const QString& text);
+
+} // namespace bt

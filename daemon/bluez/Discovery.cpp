@@ -1,0 +1,144 @@
+#include "Discovery.h"
+
+#include "AddressHelper.h"
+#include "BluezCall.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace bt {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// The standard's usual inquiry of 10.24 s; devices of low energy that announce themselves rarely need it.
+constexpr auto Length = 10240ms;
+constexpr auto GatheringTime = 320ms;
+
+// bluetoothd leaves the strength out where it is not known, BluezQt puts this in its place.
+constexpr qint16 NoStrength = -32768;
+
+BluezCall discoveryCall(const BluezQt::Adapter& adapter, const char* method)
+{
+    return { adapter.ubi(), AdapterInterface, QString::fromLatin1(method), {} };
+}
+
+} // namespace
+
+Discovery::Discovery(BluezQt::AdapterPtr adapter, ScanResults before)
+    : m_adapter(std::move(adapter))
+    , m_results(std::move(before))
+{
+    for (int row = 0; row < m_results.entries.size(); ++row) {
+        m_rows.insert(m_results.entries.at(row).address, row);
+    }
+    m_gathering.setSingleShot(true);
+    m_gathering.setInterval(GatheringTime);
+    connect(&m_gathering, &QTimer::timeout, this, &Discovery::publish);
+    m_end.setSingleShot(true);
+    connect(&m_end, &QTimer::timeout, this, &Discovery::finish);
+    m_end.start(Length);
+
+    const QList<BluezQt::DevicePtr> devices = m_adapter->devices();
+    for (const BluezQt::DevicePtr& device : devices) {
+        follow(device);
+        if (device->rssi() != NoStrength) { // another program is looking around as well
+            hear(*device);
+        }
+    }
+    connect(m_adapter.data(), &BluezQt::Adapter::deviceAdded, this, [this](const BluezQt::DevicePtr& device) {
+        follow(device);
+        hear(*device);
+    });
+    askBluez(discoveryCall(*m_adapter, "StartDiscovery"), this, [this](const QDBusError& error) {
+        if (error.isValid()) {
+            logFailure(QStringLiteral("looking for devices"), error);
+            finish();
+        }
+    });
+}
+
+void Discovery::end()
+{
+    m_gathering.stop();
+    m_end.stop();
+    m_adapter->disconnect(this);
+    const QList<BluezQt::DevicePtr> devices = m_adapter->devices();
+    for (const BluezQt::DevicePtr& device : devices) {
+        device->disconnect(this);
+    }
+    sendToBluez(discoveryCall(*m_adapter, "StopDiscovery"));
+}
+
+void Discovery::follow(const BluezQt::DevicePtr& device)
+{
+    const BluezQt::Device* known = device.data();
+    connect(known, &BluezQt::Device::rssiChanged, this, [this, known](qint16 strength) {
+        if (strength != NoStrength) {
+            hear(*known);
+        }
+    });
+    connect(known, &BluezQt::Device::remoteNameChanged, this, [this, known] {
+        if (m_heard.contains(AddressHelper::str2int(known->address()))) {
+            hear(*known);
+        }
+    });
+}
+
+void Discovery::hear(const BluezQt::Device& device)
+{
+    const qulonglong address = AddressHelper::str2int(device.address());
+    ScanEntry* entry = entryOf(address);
+    if (entry == nullptr) {
+        return;
+    }
+    m_heard.insert(address);
+    if (device.rssi() != NoStrength) {
+        entry->signalStrength = device.rssi();
+    }
+    entry->name = device.remoteName().isEmpty() ? entry->name : device.remoteName();
+    m_changed = true;
+    if (!m_gathering.isActive()) {
+        m_gathering.start();
+    }
+}
+
+ScanEntry* Discovery::entryOf(qulonglong address)
+{
+    const auto known = m_rows.constFind(address);
+    if (known != m_rows.constEnd()) {
+        return &m_results.entries[known.value()];
+    }
+    if (m_results.entries.size() >= MostResults) {
+        return nullptr;
+    }
+    m_rows.insert(address, m_results.entries.size());
+    ScanEntry entry;
+    entry.address = address;
+    m_results.entries.append(entry);
+    return &m_results.entries.last();
+}
+
+void Discovery::publish()
+{
+    if (std::exchange(m_changed, false)) {
+        Q_EMIT resultsChanged();
+    }
+}
+
+void Discovery::finish()
+{
+    m_gathering.stop();
+    auto& entries = m_results.entries;
+    const auto silent = std::remove_if(entries.begin(), entries.end(), [this](const ScanEntry& entry) {
+        return !m_heard.contains(entry.address);
+    });
+    m_changed = m_changed || silent != entries.end();
+    entries.erase(silent, entries.end());
+    publish();
+    Q_EMIT finished();
+}
+
+} // namespace bt

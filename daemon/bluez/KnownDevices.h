@@ -1,0 +1,45 @@
+#pragma once
+
+#include "DaemonTypes.h"
+
+#include <BluezQt/Adapter>
+#include <BluezQt/Device>
+
+#include <QObject>
+
+namespace bt {
+
+/// The devices that the adapter is paired with, in the order of their addresses at first and of their pairing
+/// from then on, and the links to them. Deleting the object says nothing; clear() does.
+class KnownDevices : public QObject
+{
+    Q_OBJECT
+
+public:
+    void follow(const BluezQt::AdapterPtr& adapter);
+    /// The adapter is gone.
+    void clear();
+
+    /// Null when it is not paired.
+    [[nodiscard]] BluezQt::DevicePtr find(qulonglong address) const;
+    [[nodiscard]] QList<BluezQt::DevicePtr> connected(unsigned bits) const;
+
+Q_SIGNALS:
+    void listChanged(const PairList& list);
+    void connectionEstablished(qulonglong address);
+    void headsetConnected(qulonglong address);
+    void deviceDisconnected(qulonglong address);
+
+private:
+    void watch(const BluezQt::DevicePtr& device);
+    void refresh(const BluezQt::DevicePtr& device);
+    void forget(qulonglong address);
+    void announce(qulonglong address, unsigned before, unsigned now);
+    [[nodiscard]] int rowOf(qulonglong address) const;
+
+    BluezQt::AdapterPtr m_adapter;
+    PairList m_list;
+    QList<BluezQt::DevicePtr> m_devices; ///< of the same rows
+};
+
+} // namespace bt

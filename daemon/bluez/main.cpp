@@ -1,0 +1,83 @@
+#include "BluezRadio.h"
+#include "DaemonService.h"
+#include "process/EndingSignals.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDebug>
+#include <QLoggingCategory>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int UsageError = 2;
+constexpr int ArgumentCount = 4;
+constexpr const char* BusVariable = "DBUS_SYSTEM_BUS_ADDRESS";
+
+void printUsage()
+{
+    std::fputs(
+        "usage: bluezradio NAME 1 1\n"
+        "Offers this machine's Bluetooth radio, by BlueZ, as com.qarn.bluetooth on the system bus.\n"
+        "NAME is what other devices see. BLUEZ_SYSTEM_BUS_ADDRESS is the bus of bluetoothd, where that "
+        "is\nanother one. SIGTERM puts the adapter back as it was and ends the program.\n",
+        stderr);
+}
+
+/// The module hands over the host name as "hostname" printed it, line end included.
+QString localName(QString argument)
+{
+    while (argument.endsWith(QLatin1Char('\n')) || argument.endsWith(QLatin1Char('\r'))) {
+        argument.chop(1);
+    }
+    return argument;
+}
+
+/// Joins the bus of our clients. Where bluetoothd is on another one, that one is QDBusConnection::systemBus()
+/// from here on: BluezQt knows no other.
+QDBusConnection joinBusOfClients()
+{
+    const QByteArray bluez = qgetenv("BLUEZ_SYSTEM_BUS_ADDRESS");
+    const QByteArray clients = qgetenv(BusVariable);
+    if (bluez.isEmpty() || bluez == clients || clients.isEmpty()) {
+        return QDBusConnection::systemBus();
+    }
+    QDBusConnection bus =
+        QDBusConnection::connectToBus(QString::fromLocal8Bit(clients), QStringLiteral("clients"));
+    qputenv(BusVariable, bluez);
+    return bus;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    qSetMessagePattern(QStringLiteral("bluezradio: %{message}"));
+    QLoggingCategory::setFilterRules(QStringLiteral("kf.bluezqt*=false")); // we say what matters ourselves
+    process::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() != ArgumentCount) {
+        printUsage();
+        return UsageError;
+    }
+    const process::EndingSignals signalsToEnd;
+    QObject::connect(&signalsToEnd, &process::EndingSignals::received, &application, &QCoreApplication::quit);
+
+    const QDBusConnection clients = joinBusOfClients();
+    bt::BluezRadio radio(localName(arguments.at(1)));
+    bt::DaemonService service(radio);
+    QObject::connect(&service, &bt::DaemonService::busLost, &application, [] {
+        qCritical() << "the system bus is gone";
+        QCoreApplication::exit(1);
+    });
+    const QString problem = service.publish(clients);
+    if (!problem.isEmpty()) {
+        qCritical().noquote() << problem;
+        return 1;
+    }
+    const int status = QCoreApplication::exec();
+    service.withdraw();
+    return status;
+}
