@@ -14,6 +14,8 @@ using namespace std::chrono_literals;
 // bluetoothd waits 60 s for its agent, and pages the device before and exchanges keys after that.
 constexpr auto PairLimit = 120s;
 constexpr auto IncomingLimit = 30s;
+// bluetoothd calls a device paired once it has looked at its services, be it in vain.
+constexpr auto LastWordTime = 2s;
 
 Outcome nothingPending(const QString& question)
 {
@@ -81,8 +83,8 @@ void BluezPairing::adopt(const BluezQt::DevicePtr& device)
         }
     });
     connect(device.data(), &BluezQt::Device::connectedChanged, this, [this](bool connected) {
-        if (!connected && m_incoming) {
-            endIncoming();
+        if (!connected && m_incoming && isUnderWay()) {
+            m_deadline.start(LastWordTime);
         }
     });
     connect(device.data(), &BluezQt::Device::deviceRemoved, this, [this] { endIncoming(); });

@@ -68,7 +68,7 @@ BluezRadio::BluezRadio(QString name)
     });
     connect(&m_agent, &PairingAgent::serviceWanted, this, [this](const QString& path, bool& allowed) {
         const BluezQt::DevicePtr device = ourDevice(path);
-        allowed = device && device->isPaired();
+        allowed = !device.isNull() && device->isPaired();
     });
     connect(&m_profiles, &RfcommProfiles::connected, this, [this](const QString& path) {
         if (const BluezQt::DevicePtr device = ourDevice(path)) {

@@ -137,7 +137,7 @@ Outcome BluezRadio::pair(qulonglong address)
                             .arg(AddressHelper::int2str(m_pairing->address())) };
     }
     endScan();
-    if (m_known->find(address)) {
+    if (!m_known->find(address).isNull()) {
         Q_EMIT pairingChanged({ PairState::Paired, {}, {} });
         return {};
     }

@@ -55,7 +55,7 @@ QString fullUuid(const QString& text)
     static const QRegularExpression full(
         QStringLiteral("\\A[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}\\z"));
     static const QRegularExpression brief(QStringLiteral("\\A(?:0x)?([0-9a-f]{4}|[0-9a-f]{8})\\z"));
-    const QString lower = text.toLower();
+    QString lower = text.toLower();
     if (full.match(lower).hasMatch()) {
         return lower;
     }

@@ -13,8 +13,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// The standard's usual inquiry of 10.24 s; devices of low energy that announce themselves rarely need it.
-constexpr auto Length = 10240ms;
+// bluetoothd looks for low energy and for classic devices by turns, 5.12 s each: about once both.
+constexpr auto Length = 10s;
 constexpr auto GatheringTime = 320ms;
 
 // bluetoothd leaves the strength out where it is not known, BluezQt puts this in its place.

@@ -53,11 +53,9 @@ void KnownDevices::clear()
 
 void KnownDevices::watch(const BluezQt::DevicePtr& device)
 {
-    const QWeakPointer<BluezQt::Device> weak = device;
-    const auto again = [this, weak] {
-        if (const BluezQt::DevicePtr known = weak.toStrongRef()) {
-            refresh(known);
-        }
+    const BluezQt::Device* known = device.data();
+    const auto again = [this, known] {
+        refresh(known->toSharedPtr());
     };
     connect(device.data(), &BluezQt::Device::pairedChanged, this, again);
     connect(device.data(), &BluezQt::Device::connectedChanged, this, again);
