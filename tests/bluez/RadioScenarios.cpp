@@ -1,0 +1,146 @@
+#include "RadioScenarios.h"
+
+#include <QRegularExpression>
+#include <QtTest>
+
+Q_DECLARE_METATYPE(Way)
+
+void RadioScenarios::init()
+{
+    QVERIFY(m_world.enable(true));
+}
+
+void RadioScenarios::cleanup()
+{
+    QVERIFY(unpairAll(m_world));
+    if (QTest::currentTestFailed()) {
+        qWarning().noquote() << m_world.output();
+    }
+}
+
+void RadioScenarios::scanFinds()
+{
+    const QString device = m_world.scenery().device(Way::Code, true);
+    m_world.mark();
+    m_world.trigger(QStringLiteral("scan"));
+    QVERIFY(m_world.await(QStringLiteral("scanstate"), QStringLiteral("Scanning")));
+    QVERIFY(m_world.await(QStringLiteral("scanstate"), QStringLiteral("Scan Complete")));
+    const int row = m_world.row(QStringLiteral("scanresultsAddr"), device);
+    QVERIFY(row >= 0);
+    const QString strength = m_world.text(QStringLiteral("scanresultsSignalStrength:%1").arg(row));
+    QVERIFY2(strength.toInt() < 0 && strength.toInt() > -128, qPrintable(strength));
+    QVERIFY(!m_world.text(QStringLiteral("scanresultsName:%1").arg(row)).isEmpty());
+}
+
+void RadioScenarios::pairs_data()
+{
+    QTest::addColumn<Way>("way");
+    QTest::addColumn<bool>("theyAgree");
+    QTest::addColumn<bool>("weAgree");
+    QTest::addColumn<QString>("pin");
+    QTest::addColumn<QString>("asked");
+    QTest::addColumn<QString>("end");
+
+    const QString pin = Scenery::pin();
+    QTest::newRow("by code") << Way::Code << true << true << pin << "Need Confirmation"
+                             << "Paired";
+    QTest::newRow("by code, we refuse") << Way::Code << true << false << pin << "Need Confirmation"
+                                        << "Failed";
+    QTest::newRow("by code, they refuse") << Way::Code << false << true << pin << ""
+                                          << "Failed Authentication";
+    QTest::newRow("just works") << Way::JustWorks << true << true << pin << ""
+                                << "Paired";
+    QTest::newRow("by PIN") << Way::Pin << true << true << pin << "PIN Needed"
+                            << "Paired";
+    QTest::newRow("by PIN, a wrong one") << Way::Pin << true << true << "1234"
+                                         << "PIN Needed"
+                                         << "Failed Authentication";
+    QTest::newRow("by PIN, we refuse") << Way::Pin << true << false << pin << "PIN Needed"
+                                       << "Failed";
+}
+
+void RadioScenarios::pairs()
+{
+    QFETCH(Way, way);
+    QFETCH(bool, theyAgree);
+    QFETCH(bool, weAgree);
+    QFETCH(QString, pin);
+    QFETCH(QString, asked);
+    QFETCH(QString, end);
+
+    const QString device = m_world.scenery().device(way, theyAgree);
+    QCOMPARE(pairWith(m_world, device, { weAgree, pin }), end);
+
+    const QStringList states = m_world.history(QStringLiteral("pairstate"));
+    QVERIFY2(states.value(1) == QLatin1String("Pairing"), qPrintable(states.join(QLatin1Char(','))));
+    if (!asked.isEmpty()) {
+        QVERIFY2(states.contains(asked), qPrintable(states.join(QLatin1Char(','))));
+    }
+    if (asked == QLatin1String("Need Confirmation")) {
+        const QString code = m_world.history(QStringLiteral("confirmationcode")).value(1);
+        QVERIFY2(QRegularExpression(QStringLiteral("\\A[0-9]{6}\\z")).match(code).hasMatch(),
+                 qPrintable(code));
+    }
+    QCOMPARE(m_world.text(QStringLiteral("confirmationcode")), QString());
+    QCOMPARE(m_world.text(QStringLiteral("pendingpair")), QString());
+    const QString paired = end == QLatin1String("Paired") ? device : QString();
+    QCOMPARE(m_world.text(QStringLiteral("pairlistAddr:0")), paired);
+}
+
+void RadioScenarios::connectsAndDisconnects()
+{
+    const QString device = m_world.scenery().device(Way::Code, true);
+    QCOMPARE(pairWith(m_world, device), QStringLiteral("Paired"));
+    const QString connected = QStringLiteral("isAnyDeviceConnected");
+    if (m_world.text(connected) == QLatin1String("true")) { // pairing may leave the link up
+        m_world.trigger(QStringLiteral("disconnectAddr"), device);
+        QVERIFY(m_world.await(connected, QStringLiteral("false")));
+    }
+    m_world.trigger(QStringLiteral("connectAddr"), device);
+    QVERIFY(m_world.await(connected, QStringLiteral("true")));
+    QCOMPARE(m_world.text(QStringLiteral("pairlistConnectionState:0")), QStringLiteral("Connected"));
+    m_world.trigger(QStringLiteral("disconnectAddr"), device);
+    QVERIFY(m_world.await(connected, QStringLiteral("false")));
+}
+
+void RadioScenarios::isAskedToPair_data()
+{
+    QTest::addColumn<bool>("weAgree");
+    QTest::addColumn<QString>("end");
+    QTest::newRow("we agree") << true << "Paired";
+    QTest::newRow("we refuse") << false << "Failed";
+}
+
+void RadioScenarios::isAskedToPair()
+{
+    if (!m_world.scenery().devicesAct()) {
+        // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
+        QSKIP("this radio's devices do nothing by themselves");
+    }
+    QFETCH(bool, weAgree);
+    QFETCH(QString, end);
+    const QString device = m_world.scenery().requestPairing();
+    m_world.mark();
+    QCOMPARE(seePairingThrough(m_world, { weAgree, {} }), end);
+    const QStringList states = m_world.history(QStringLiteral("pairstate"));
+    QVERIFY2(states.contains(QStringLiteral("Need Confirmation")), qPrintable(states.join(QLatin1Char(','))));
+    QCOMPARE(m_world.text(QStringLiteral("pairlistAddr:0")), weAgree ? device : QString());
+}
+
+void RadioScenarios::losesTheLink()
+{
+    if (!m_world.scenery().devicesAct()) {
+        // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
+        QSKIP("this radio's devices do nothing by themselves");
+    }
+    const QString device = m_world.scenery().device(Way::Code, true);
+    QCOMPARE(pairWith(m_world, device), QStringLiteral("Paired"));
+    const QString connected = QStringLiteral("isAnyDeviceConnected");
+    if (m_world.text(connected) != QLatin1String("true")) { // pairing may leave the link up
+        m_world.trigger(QStringLiteral("connectAddr"), device);
+        QVERIFY(m_world.await(connected, QStringLiteral("true")));
+    }
+    m_world.scenery().dropLink();
+    QVERIFY(m_world.await(connected, QStringLiteral("false")));
+    QCOMPARE(m_world.text(QStringLiteral("pairlistAddr:0")), device);
+}

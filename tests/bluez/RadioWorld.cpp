@@ -1,0 +1,112 @@
+#include "RadioWorld.h"
+
+#include <QDebug>
+#include <QSet>
+
+namespace {
+
+const QString PairState = QStringLiteral("pairstate");
+
+bool isSettled(const QString& state)
+{
+    static const QSet<QString> settled{ QStringLiteral("Idle"), QStringLiteral("Paired"),
+                                        QStringLiteral("Failed"), QStringLiteral("Failed Authentication"),
+                                        QStringLiteral("Failed Connecting") };
+    return settled.contains(state);
+}
+
+void answer(RadioWorld& world, const QString& state, const OurUser& user)
+{
+    if (state == QLatin1String("PIN Needed")) {
+        user.agrees ? world.trigger(QStringLiteral("pinreply"), user.pin)
+                    : world.trigger(QStringLiteral("pindecline"));
+    } else if (state == QLatin1String("Need Confirmation") || state == QLatin1String("Need Verification")) {
+        world.trigger(user.agrees ? QStringLiteral("confirmcode") : QStringLiteral("rejectcode"));
+    }
+}
+
+} // namespace
+
+RadioWorld::RadioWorld(const world::PrivateFilesystem& filesystem, Scenery& scenery)
+    : m_scenery(scenery)
+    , m_world(filesystem)
+{
+}
+
+QString RadioWorld::start()
+{
+    QString problem = m_scenery.begin();
+    if (problem.isEmpty()) {
+        world::WorldOptions options;
+        options.limit = Limit;
+        problem = m_world.start(options);
+    }
+    if (!problem.isEmpty()) {
+        return problem;
+    }
+    m_client = std::make_unique<KELClientInterface>(QStringLiteral("tov.base.bluetoothlauncher"),
+                                                    QDBusConnection::sessionBus());
+    m_mirror = std::make_unique<world::ItemMirror>(*m_client);
+    return m_mirror->begin();
+}
+
+void RadioWorld::trigger(const QString& action, const QString& text)
+{
+    const auto reply = m_client->trigger(action, text);
+    if (!reply) {
+        qWarning().noquote() << action << "failed:" << reply.error().message;
+    }
+}
+
+bool RadioWorld::enable(bool enabled)
+{
+    return m_client->set(QStringLiteral("enabled"), enabled)
+        && await(QStringLiteral("status"), enabled ? QStringLiteral("On") : QStringLiteral("No Device"));
+}
+
+QStringList RadioWorld::history(const QString& item) const
+{
+    for (const world::ItemHistory& history : m_mirror->history()) {
+        if (history.name == item) {
+            return history.values;
+        }
+    }
+    return {};
+}
+
+QString seePairingThrough(RadioWorld& world, const OurUser& user)
+{
+    int seen = 1; // the state before
+    const bool settled = world.await([&] {
+        const QStringList states = world.history(PairState);
+        for (; seen < states.size(); ++seen) {
+            answer(world, states.at(seen), user);
+        }
+        return states.size() > 1 && isSettled(states.last());
+    });
+    return settled ? world.text(PairState) : QStringLiteral("still ") + world.text(PairState);
+}
+
+QString pairWith(RadioWorld& world, const QString& address, const OurUser& user)
+{
+    if (!world.await(QStringLiteral("status"), QStringLiteral("On"))) {
+        return QStringLiteral("no radio");
+    }
+    world.mark();
+    world.trigger(QStringLiteral("pair"), address);
+    return seePairingThrough(world, user);
+}
+
+bool unpairAll(RadioWorld& world)
+{
+    const QString first = QStringLiteral("pairlistAddr:0");
+    while (!world.text(first).isEmpty()) {
+        const QString address = world.text(first);
+        world.trigger(QStringLiteral("unpair"), address);
+        if (!world.await([&] { return world.row(QStringLiteral("pairlistAddr"), address) < 0; })) {
+            return false;
+        }
+    }
+    world.scenery().forgetUs();
+    return true;
+}

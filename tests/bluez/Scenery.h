@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QString>
+
+/// How a device of the scenery wants to be paired.
+enum class Way { Code, Pin, JustWorks };
+
+/// The radio under test, and the devices around it with the people who hold them.
+class Scenery
+{
+public:
+    Scenery() = default;
+    virtual ~Scenery() = default;
+    Scenery(const Scenery&) = delete;
+    Scenery& operator=(const Scenery&) = delete;
+
+    /// The controller program that the module starts.
+    [[nodiscard]] virtual QString controller() const = 0;
+    /// Comes before the host. @return what went wrong; empty when the surroundings are there.
+    [[nodiscard]] virtual QString begin() = 0;
+    /// The address of a device in reach whose person agrees to be paired, or does not. The PIN is pin().
+    [[nodiscard]] virtual QString device(Way way, bool agrees) = 0;
+    /// Whether a device can be told to begin something by itself; the simulated ones cannot be told yet.
+    [[nodiscard]] virtual bool devicesAct() const = 0;
+    /// The device ends the link.
+    virtual void dropLink() { }
+    /// A device begins to pair with us, by code. @return its address.
+    virtual QString requestPairing() { return {}; }
+    /// The devices know nothing of us any more.
+    virtual void forgetUs() { }
+
+    static QString pin() { return QStringLiteral("5190"); }
+    static QString nobody() { return QStringLiteral("0A:0B:0C:0D:0E:0F"); }
+};
