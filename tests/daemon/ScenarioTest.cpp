@@ -82,37 +82,36 @@ void ScenarioTest::saysWhatIsWrong_data()
     row("no object", "[]", 1, "a scenario has to be an object");
     row("no devices", "{\n}", 1, "a scenario needs \"devices\"");
     row("unknown field", "{ \"devices\": [],\n\"timelin\": [] }", 2,
-        "\"timelin\" is no field of a scenario; did you mean \"timeline\"?");
+        R"("timelin" is no field of a scenario; did you mean "timeline"?)");
     row("unlike any field", "{ \"devices\": [],\n\"colour\": 1 }", 2,
         "\"colour\" is no field of a scenario; there are $schema, description, devices, timeline");
     row("a field twice", device("\"rssi\": -60,\n\"rssi\": -61"), 4, "\"rssi\" stands here twice");
-    row("another type", device("\"rssi\": \"-60\""), 3, "\"rssi\" of a device has to be a number");
+    row("another type", device(R"("rssi": "-60")"), 3, "\"rssi\" of a device has to be a number");
     row("out of range, before a line end", device("\"rssi\": -600\n"), 3,
         "\"rssi\" of a device is -600 but has to be from -127 to 20");
     row("no address", "{ \"devices\": [\n{ } ] }", 2, "a device needs \"address\"");
     row("wrong address", "{ \"devices\": [ {\n\"address\": \"1:2:3:4:5:6\" } ] }", 2,
-        "\"address\" of a device is \"1:2:3:4:5:6\"");
+        R"("address" of a device is "1:2:3:4:5:6")");
     row("the same address",
         "{ \"devices\": [ { \"address\": \"00:00:00:00:00:0A\" },\n{ \"address\": \"00:00:00:00:00:0a\" } ] "
         "}",
         2, "another device has the address 00:00:00:00:00:0a already");
-    row("unknown pairing", device("\"pairing\": \"cod\""), 3, "did you mean \"code\"?");
+    row("unknown pairing", device(R"("pairing": "cod")"), 3, "did you mean \"code\"?");
     row("unknown role", device("\"is\": [\n\"headst\" ]"), 4,
-        "\"headst\" is no kind of device; did you mean \"headset\"?");
-    row("PIN without a PIN", device("\"pairing\": \"pin\""), 2, "\"pin\" of a device goes with");
+        R"("headst" is no kind of device; did you mean "headset"?)");
+    row("PIN without a PIN", device(R"("pairing": "pin")"), 2, "\"pin\" of a device goes with");
     row("PIN for a code", device("\"pairing\": \"code\",\n\"pin\": \"1\""), 4,
         "\"pin\" of a device goes with");
     row("five digits", device("\"pairing\": \"code\",\n\"code\": \"12345\""), 4, "has six digits");
-    row("class", device("\"class\": \"phone\""), 3, "has to be a number of 24 bits");
-    row("movement", device("\"moves\": { \"to\": -1 }"), 3, "\"moves\" needs \"in\"");
-    row("event of two kinds", event("\"after\": 1, \"connect\": \"Phone\", \"drop\": \"Phone\""), 3,
+    row("class", device(R"("class": "phone")"), 3, "has to be a number of 24 bits");
+    row("movement", device(R"("moves": { "to": -1 })"), 3, R"("moves" needs "in")");
+    row("event of two kinds", event(R"("after": 1, "connect": "Phone", "drop": "Phone")"), 3,
         "an event has exactly one of");
-    row("event without a time", event("\"connect\": \"Phone\""), 3, "an event needs \"after\"");
+    row("event without a time", event(R"("connect": "Phone")"), 3, "an event needs \"after\"");
     row("unknown device", event("\"after\": 1,\n\"drop\": \"Phne\""), 4,
-        "\"Phne\" is no device of this scenario; did you mean \"Phone\"?");
-    row("move to nowhere", event("\"after\": 1, \"move\": \"Phone\""), 3, "an event needs \"to\"");
-    row("drop to somewhere", event("\"after\": 1, \"drop\": \"Phone\", \"to\": -3"), 3,
-        "go with \"move\" alone");
+        R"("Phne" is no device of this scenario; did you mean "Phone"?)");
+    row("move to nowhere", event(R"("after": 1, "move": "Phone")"), 3, "an event needs \"to\"");
+    row("drop to somewhere", event(R"("after": 1, "drop": "Phone", "to": -3)"), 3, "go with \"move\" alone");
 }
 
 void ScenarioTest::saysWhatIsWrong()
@@ -161,7 +160,7 @@ void ScenarioTest::schemaKnowsTheSameWords()
     const QJsonObject fields = device.value(QLatin1String("properties")).toObject();
     const auto values = [](const QJsonValue& value) {
         QStringList list;
-        for (const QJsonValue& word : value.toObject().value(QLatin1String("enum")).toArray()) {
+        for (const QJsonValue word : value.toObject().value(QLatin1String("enum")).toArray()) {
             list << word.toString();
         }
         return list;

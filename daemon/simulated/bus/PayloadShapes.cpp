@@ -48,8 +48,10 @@ struct QMetaTypeId<bt::Structure<Types...>>
     {
         using Type = bt::Structure<Types...>;
         // As the macro does: this address says that nobody else has registered the type.
-        static const int id = qRegisterNormalizedMetaType<Type>(
-            QByteArray("Structure:") + typeid(Type).name(), reinterpret_cast<Type*>(quintptr(-1)));
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): it is no address, but Qt wants it as one
+        auto* const nobody = reinterpret_cast<Type*>(quintptr(-1));
+        static const int id =
+            qRegisterNormalizedMetaType<Type>(QByteArray("Structure:") + typeid(Type).name(), nobody);
         return id;
     }
 };

@@ -23,7 +23,7 @@ inline constexpr const char* DefaultScenario = "room";
 
 /// @return what the file holds, a recording when its name ends with ".rec", or what is wrong with it:
 /// "FILE:LINE: …".
-[[nodiscard]] std::variant<Scenario, RecordedRun, QString> loadScenario(const QString& file);
+[[nodiscard]] std::variant<Scenario, RecordedRun, QString> loadScenario(const QString& path);
 
 /// What keeps a scenario from being simulated; empty when nothing does.
 [[nodiscard]] QString problemOf(const QString& nameOrPath);

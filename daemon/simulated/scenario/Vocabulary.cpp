@@ -12,11 +12,11 @@ int distance(const QString& left, const QString& right)
 {
     std::vector<int> row(static_cast<std::size_t>(right.size()) + 1);
     std::iota(row.begin(), row.end(), 0);
-    for (int i = 0; i < left.size(); ++i) {
+    for (const QChar letter : left) {
         int diagonal = row.front()++;
         for (int j = 0; j < right.size(); ++j) {
             int& here = row[static_cast<std::size_t>(j) + 1];
-            const int replaced = diagonal + (left[i].toLower() == right[j].toLower() ? 0 : 1);
+            const int replaced = diagonal + (letter.toLower() == right[j].toLower() ? 0 : 1);
             diagonal = here;
             here = std::min({ replaced, here + 1, row[static_cast<std::size_t>(j)] + 1 });
         }
