@@ -7,6 +7,8 @@
 #include <BluezQt/InitManagerJob>
 #include <BluezQt/PendingCall>
 
+#include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusPendingCallWatcher>
 #include <QDebug>
 #include <QEventLoop>
@@ -112,6 +114,14 @@ void BluezRadio::followBluez()
             switchOn();
         }
     });
+    // BluezQt would wait for ever.
+    if (const QDBusConnection bus = QDBusConnection::systemBus(); !bus.isConnected()) {
+        sayOnce(
+            QStringLiteral("the machine's system bus, where bluetoothd is, cannot be reached: %1; start both "
+                           "and switch the radio on again")
+                .arg(bus.lastError().message()));
+        return;
+    }
     BluezQt::InitManagerJob* job = m_manager.init();
     connect(job, &BluezQt::InitManagerJob::result, this, [this](BluezQt::InitManagerJob* done) {
         if (done->error() != BluezQt::InitManagerJob::NoError) {

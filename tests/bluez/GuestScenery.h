@@ -14,7 +14,6 @@ public:
     [[nodiscard]] QString controller() const override { return QStringLiteral(CONTROLLER); }
     [[nodiscard]] QString begin() override;
     [[nodiscard]] QString device(Way way, bool agrees) override;
-    [[nodiscard]] bool devicesAct() const override { return true; }
     void dropLink() override;
     QString requestPairing() override;
     void forgetUs() override;

@@ -113,10 +113,6 @@ void RadioScenarios::isAskedToPair_data()
 
 void RadioScenarios::isAskedToPair()
 {
-    if (!m_world.scenery().devicesAct()) {
-        // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
-        QSKIP("this radio's devices do nothing by themselves");
-    }
     QFETCH(bool, weAgree);
     QFETCH(QString, end);
     const QString device = m_world.scenery().requestPairing();
@@ -129,10 +125,6 @@ void RadioScenarios::isAskedToPair()
 
 void RadioScenarios::losesTheLink()
 {
-    if (!m_world.scenery().devicesAct()) {
-        // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
-        QSKIP("this radio's devices do nothing by themselves");
-    }
     const QString device = m_world.scenery().device(Way::Code, true);
     QCOMPARE(pairWith(m_world, device), QStringLiteral("Paired"));
     const QString connected = QStringLiteral("isAnyDeviceConnected");

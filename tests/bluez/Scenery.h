@@ -20,8 +20,6 @@ public:
     [[nodiscard]] virtual QString begin() = 0;
     /// The address of a device in reach whose person agrees to be paired, or does not. The PIN is pin().
     [[nodiscard]] virtual QString device(Way way, bool agrees) = 0;
-    /// Whether a device can be told to begin something by itself; the simulated ones cannot be told yet.
-    [[nodiscard]] virtual bool devicesAct() const = 0;
     /// The device ends the link.
     virtual void dropLink() { }
     /// A device begins to pair with us, by code. @return its address.

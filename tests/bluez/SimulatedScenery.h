@@ -2,6 +2,9 @@
 
 #include "Scenery.h"
 
+#include <QProcess>
+#include <QTest>
+
 /// The simulated radio and the small room that it starts with.
 class SimulatedScenery : public Scenery
 {
@@ -15,10 +18,24 @@ public:
     [[nodiscard]] QString device(Way way, bool agrees) override
     {
         const char* address = !agrees ? "00:11:22:33:44:05"
-            : way == Way::Code        ? "00:11:22:33:44:01"
+            : way == Way::Code        ? Phone
             : way == Way::Pin         ? "00:11:22:33:44:03"
                                       : "00:11:22:33:44:02";
         return QString::fromLatin1(address);
     }
-    [[nodiscard]] bool devicesAct() const override { return false; }
+    void dropLink() override { tell({ "drop", Phone }); }
+    [[nodiscard]] QString requestPairing() override
+    {
+        tell({ "pair-request", Phone });
+        return QString::fromLatin1(Phone);
+    }
+
+private:
+    static constexpr const char* Phone = "00:11:22:33:44:01";
+
+    static void tell(const QStringList& words)
+    {
+        const int status = QProcess::execute(QStringLiteral(SIMCTL), words);
+        QVERIFY2(status == 0, qPrintable(words.join(QLatin1Char(' '))));
+    }
 };
