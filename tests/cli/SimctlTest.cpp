@@ -85,7 +85,7 @@ QString SimctlTest::change(const QStringList& arguments)
 QJsonObject SimctlTest::device(const QString& address)
 {
     for (const QString& line : simctl({ "devices", "--json" }).out.split('\n', Qt::SkipEmptyParts)) {
-        const QJsonObject object = QJsonDocument::fromJson(line.toUtf8()).object();
+        QJsonObject object = QJsonDocument::fromJson(line.toUtf8()).object();
         if (object.value("address") == address)
             return object;
     }
@@ -227,17 +227,17 @@ void SimctlTest::saysWhatIsWrong_data()
     };
     row("nothing", {}, 2, "see simctl --help");
     row("unknown subcommand", { "explode" }, 2, "\"explode\" is no subcommand; see simctl --help");
-    row("no such device", { "drop", "Hedset" }, 3, "no device \"Hedset\"; did you mean \"Headset\"?");
+    row("no such device", { "drop", "Hedset" }, 3, R"(no device "Hedset"; did you mean "Headset"?)");
     row("nothing like it", { "drop", "0B:00:00:00:00:01" }, 3, "no device \"0B:00:00:00:00:01\"");
     row("not connected", { "drop", "Headset" }, 1, "00:11:22:33:44:02 is not connected");
     row("not paired", { "connect", "Headset" }, 1, "is not paired");
-    row("address", { "add", "x", "--address", "0A" }, 2, "\"address\" of a device is \"0A\"");
+    row("address", { "add", "x", "--address", "0A" }, 2, R"("address" of a device is "0A")");
     row("there already", { "add", "x", "--address", "00:11:22:33:44:01" }, 1, "there is a device");
     row("two ways to pair", { "add", "x", "--address", "0A:00:00:00:00:01", "--code", "--pin", "1" }, 2,
         "--pin");
     row("signal", { "move", "Phone", "30" }, 2, "30");
     row("answer", { "answer", "Phone", "maybe" }, 2, "maybe");
-    row("fault", { "fault", "stal" }, 2, "\"stal\" is no fault; did you mean \"stall\"?");
+    row("fault", { "fault", "stal" }, 2, R"("stal" is no fault; did you mean "stall"?)");
     row("fault without a number", { "fault", "slow" }, 2, "a fault is told as \"slow SECONDS\"");
     row("fault of no signal", { "fault", "payload", "pairList2", "s" }, 2, "did you mean \"pairList\"?");
     row("fault of no shape", { "fault", "payload", "pairList", "a(q)" }, 2, "there is no shape \"a(q)\"");
