@@ -124,7 +124,7 @@ void BluetoothworldTest::refusesWhatMakesNoSense_data()
     QTest::newRow("scenario missing") << QStringList{ "--scenario", "./none.json", "--", "true" }
                                       << "none.json cannot be read: No such file";
     QTest::newRow("scenario unknown") << QStringList{ "--scenario", "crwd", "--", "true" }
-                                      << "no scenario \"crwd\"; did you mean \"crowd\"?";
+                                      << R"(no scenario "crwd"; did you mean "crowd"?)";
     QTest::newRow("scenario wrong") << QStringList{ "--scenario", "/etc/passwd", "--", "true" }
                                     << "/etc/passwd:1: this is no JSON";
     QTest::newRow("state") << QStringList{ "--state", "/proc/none", "--", "true" } << "--state /proc/none: ";
