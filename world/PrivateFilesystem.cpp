@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <cstdio>
 
@@ -57,6 +58,7 @@ QString PrivateFilesystem::enter(const View& view, char* const* arguments)
     Layout layout;
     layout.folder = m_folder.path();
     layout.current = currentFolder();
+    layout.program = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
     layout.kept = pathsBelowTmp(view.kept + foldersOfThisProgram() + QStringList{ layout.current });
     problem = writeBehind(layout);
     if (problem.isEmpty() && !setController(view.controller)) {

@@ -56,6 +56,7 @@ struct Layout
     QString folder; ///< the runtime folder
     QStringList kept; ///< from pathsBelowTmp()
     QString current; ///< the current folder
+    QString program; ///< this program's file; in a chroot, a new mount namespace makes its path unreachable
 
     [[nodiscard]] QString controllerLink() const { return folder + QStringLiteral("/controller"); }
     [[nodiscard]] QString binaries() const { return folder + QStringLiteral("/overlay/bin"); }

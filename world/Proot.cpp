@@ -127,7 +127,7 @@ QString runUnderProot(const Layout& layout, char* const* arguments, int* status)
     command.deathSignal = SIGQUIT; // the one by which it ends its children, too; it ignores SIGTERM
     command.arguments = proot;
     command.arguments << QStringLiteral("-v") << QStringLiteral("-1") // no remarks about signals
-                      << QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
+                      << layout.program;
     for (char* const* argument = arguments + 1; *argument != nullptr; ++argument) {
         command.arguments << QString::fromLocal8Bit(*argument);
     }
