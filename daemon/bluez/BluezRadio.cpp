@@ -165,6 +165,7 @@ void BluezRadio::useAdapter(const BluezQt::AdapterPtr& adapter)
         }
     });
     Q_EMIT addressChanged(AddressHelper::str2int(adapter->address()));
+    m_discoverySwitch = std::make_unique<DiscoverySwitch>(adapter->ubi());
     m_known = std::make_unique<KnownDevices>();
     connect(m_known.get(), &KnownDevices::listChanged, this, &Radio::pairListChanged);
     connect(m_known.get(), &KnownDevices::connectionEstablished, this, &Radio::connectionEstablished);
@@ -187,6 +188,7 @@ void BluezRadio::loseAdapter()
     m_said.clear();
     m_adapter->disconnect(this);
     silence();
+    m_discoverySwitch.reset();
     m_adapter.clear();
     m_known->clear();
     m_known.reset();

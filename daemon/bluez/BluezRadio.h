@@ -89,6 +89,7 @@ private:
     PairingAgent m_agent;
     RfcommProfiles m_profiles;
     std::unique_ptr<KnownDevices> m_known;
+    std::unique_ptr<DiscoverySwitch> m_discoverySwitch; ///< as long as the adapter is there
     std::unique_ptr<Discovery> m_discovery;
     std::unique_ptr<BluezPairing> m_pairing;
     ScanResults m_scanResults;

@@ -72,7 +72,7 @@ Outcome BluezRadio::scan()
 
 void BluezRadio::lookAround()
 {
-    m_discovery = std::make_unique<Discovery>(m_adapter, m_scanResults);
+    m_discovery = std::make_unique<Discovery>(m_adapter, *m_discoverySwitch, m_scanResults);
     connect(m_discovery.get(), &Discovery::resultsChanged, this, [this] {
         if (m_scanning) {
             m_scanResults = m_discovery->results();
@@ -104,10 +104,11 @@ void BluezRadio::endSearch()
     }
 }
 
-// It may be telling something just now.
+// It may be telling something just now, and is not to tell anything more.
 void BluezRadio::leaveDiscovery()
 {
     m_discovery->end();
+    m_discovery->disconnect(this);
     m_discovery.release()->deleteLater();
 }
 

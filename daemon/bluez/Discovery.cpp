@@ -1,7 +1,6 @@
 #include "Discovery.h"
 
 #include "AddressHelper.h"
-#include "BluezCall.h"
 
 #include <algorithm>
 #include <chrono>
@@ -20,15 +19,11 @@ constexpr auto GatheringTime = 320ms;
 // bluetoothd leaves the strength out where it is not known, BluezQt puts this in its place.
 constexpr qint16 NoStrength = -32768;
 
-BluezCall discoveryCall(const BluezQt::Adapter& adapter, const char* method)
-{
-    return { adapter.ubi(), AdapterInterface, QString::fromLatin1(method), {} };
-}
-
 } // namespace
 
-Discovery::Discovery(BluezQt::AdapterPtr adapter, ScanResults before)
+Discovery::Discovery(BluezQt::AdapterPtr adapter, DiscoverySwitch& radio, ScanResults before)
     : m_adapter(std::move(adapter))
+    , m_radio(radio)
     , m_results(std::move(before))
 {
     for (int row = 0; row < m_results.entries.size(); ++row) {
@@ -38,8 +33,8 @@ Discovery::Discovery(BluezQt::AdapterPtr adapter, ScanResults before)
     m_gathering.setInterval(GatheringTime);
     connect(&m_gathering, &QTimer::timeout, this, &Discovery::publish);
     m_end.setSingleShot(true);
+    m_end.setInterval(Length);
     connect(&m_end, &QTimer::timeout, this, &Discovery::finish);
-    m_end.start(Length);
 
     const QList<BluezQt::DevicePtr> devices = m_adapter->devices();
     for (const BluezQt::DevicePtr& device : devices) {
@@ -52,24 +47,23 @@ Discovery::Discovery(BluezQt::AdapterPtr adapter, ScanResults before)
         follow(device);
         hear(*device);
     });
-    askBluez(discoveryCall(*m_adapter, "StartDiscovery"), this, [this](const QDBusError& error) {
-        if (error.isValid()) {
-            logFailure(QStringLiteral("looking for devices"), error);
-            finish();
-        }
-    });
+    connect(&m_radio, &DiscoverySwitch::started, &m_end, qOverload<>(&QTimer::start));
+    connect(&m_radio, &DiscoverySwitch::refused, this, &Discovery::finish);
+    m_radio.set(true);
 }
 
 void Discovery::end()
 {
     m_gathering.stop();
     m_end.stop();
+    m_radio.disconnect(this);
+    m_radio.disconnect(&m_end);
     m_adapter->disconnect(this);
     const QList<BluezQt::DevicePtr> devices = m_adapter->devices();
     for (const BluezQt::DevicePtr& device : devices) {
         device->disconnect(this);
     }
-    sendToBluez(discoveryCall(*m_adapter, "StopDiscovery"));
+    m_radio.set(false);
 }
 
 void Discovery::follow(const BluezQt::DevicePtr& device)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DaemonTypes.h"
+#include "DiscoverySwitch.h"
 
 #include <BluezQt/Adapter>
 #include <BluezQt/Device>
@@ -25,7 +26,8 @@ public:
     /// More devices than that are not listed.
     static constexpr int MostResults = 128;
 
-    Discovery(BluezQt::AdapterPtr adapter, ScanResults before);
+    /// \a radio is the adapter's, and has to outlive this.
+    Discovery(BluezQt::AdapterPtr adapter, DiscoverySwitch& radio, ScanResults before);
 
     /// Ends it early; nothing is told any more.
     void end();
@@ -45,6 +47,7 @@ private:
     void finish();
 
     BluezQt::AdapterPtr m_adapter;
+    DiscoverySwitch& m_radio;
     ScanResults m_results;
     QHash<qulonglong, int> m_rows;
     QSet<qulonglong> m_heard;

@@ -58,6 +58,7 @@ private Q_SLOTS:
     void isBlocked();
     void isSwitchedOffByAnother();
     void gathersACrowd();
+    void awaitsTheAnswer();
     void losesItsAdapter();
     void endsInOrder_data();
     void endsInOrder();
@@ -236,6 +237,28 @@ void BluezRadioTest::gathersACrowd()
     QCOMPARE(proxy().scanState(), 2);
 }
 
+// bluetoothd refuses what comes before it has answered, and would look around for ever.
+void BluezRadioTest::awaitsTheAnswer()
+{
+    const QString start = QStringLiteral("Adapter1.StartDiscovery");
+    const QString stop = QStringLiteral("Adapter1.StopDiscovery");
+    QVERIFY(startOn());
+    m_bluez->answer(start, {});
+    proxy().Scan();
+    QTRY_VERIFY(m_bluez->called({ start }));
+    proxy().CancelScan();
+    QTRY_COMPARE(proxy().scanState(), 2);
+    QVERIFY(!m_bluez->called({ stop }));
+    m_bluez->answer(stop, {});
+    m_bluez->answerAfterAll(start);
+    QTRY_VERIFY(m_bluez->called({ start, stop }));
+    proxy().Scan();
+    QTRY_COMPARE(proxy().scanState(), 1);
+    QVERIFY(!m_bluez->called({ stop, start }));
+    m_bluez->answerAfterAll(stop);
+    QTRY_VERIFY(m_bluez->called({ stop, start }));
+}
+
 void BluezRadioTest::losesItsAdapter()
 {
     QVERIFY(startOn());
@@ -243,6 +266,7 @@ void BluezRadioTest::losesItsAdapter()
                        { { QStringLiteral("Paired"), true }, { QStringLiteral("Connected"), true } });
     QTRY_COMPARE(proxy().pairList().entries.size(), 1);
     proxy().Scan();
+    QTRY_VERIFY(m_bluez->called({ QStringLiteral("Adapter1.StartDiscovery") }));
     m_bluez->addDevice(Hci0, QStringLiteral("00:22:00:00:00:01"));
     QTRY_COMPARE(proxy().scanResults().entries.size(), 1);
     QSignalSpy gone(m_proxy.get(), &BluetoothIf::deviceDisconnected);

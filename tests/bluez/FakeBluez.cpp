@@ -184,6 +184,17 @@ bool FakeBluez::handleMessage(const QDBusMessage& message, const QDBusConnection
     } else if (!error->isEmpty()) {
         connection.send(message.createErrorReply(QStringLiteral("org.bluez.Error.") + *error,
                                                  QStringLiteral("as the test told")));
+    } else {
+        m_waiting.insert(name, message);
     }
     return true;
+}
+
+void FakeBluez::answerAfterAll(const QString& method)
+{
+    m_errors.remove(method);
+    for (const QDBusMessage& message : m_waiting.values(method)) {
+        m_bus.send(message.createReply(valuesFor(message)));
+    }
+    m_waiting.remove(method);
 }

@@ -34,6 +34,8 @@ public:
     /// From now on a method, "Device1.Pair" or "Set Powered", is answered by this error of org.bluez.Error,
     /// or, when it is empty, not at all.
     void answer(const QString& method, const QString& error) { m_errors.insert(method, error); }
+    /// A method that was not answered is, and will be from now on.
+    void answerAfterAll(const QString& method);
 
     /// What was called: "Adapter1.StartDiscovery", "Set Powered=true".
     [[nodiscard]] const QStringList& calls() const { return m_calls; }
@@ -56,6 +58,7 @@ private:
     QDBusConnection m_bus;
     QMap<QDBusObjectPath, BluezInterfaces> m_objects;
     QHash<QString, QString> m_errors;
+    QMultiHash<QString, QDBusMessage> m_waiting;
     QHash<QString, QString> m_registered; ///< the radio's objects, by interface
     QString m_radio;
     QStringList m_calls;
