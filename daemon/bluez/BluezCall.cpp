@@ -22,11 +22,12 @@ QDBusPendingCall sendToBluez(const BluezCall& call)
 void askBluez(const BluezCall& call, QObject* context, BluezAnswer answer)
 {
     auto* watcher = new QDBusPendingCallWatcher(sendToBluez(call), context);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
-                     [watcher, answer = std::move(answer)] {
-                         watcher->deleteLater();
-                         answer(watcher->error());
-                     });
+    const auto pass = [watcher, answer = std::move(answer)] {
+        watcher->deleteLater();
+        answer(watcher->error());
+    };
+    // Queued as BluezQt queues the changes of properties: what bluetoothd told before its answer comes first.
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, pass, Qt::QueuedConnection);
 }
 
 BluezCall settingOf(const QString& path, const QString& interface, const QString& property,

@@ -11,8 +11,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// bluetoothd waits 60 s for its agent, and pages the device before and exchanges keys after that.
-constexpr auto PairLimit = 120s;
+// bluetoothd pages the device for up to 40 s, waits 60 s for its agent, exchanges keys and looks at services.
+constexpr auto PairLimit = 180s;
 constexpr auto IncomingLimit = 30s;
 // bluetoothd calls a device paired once it has looked at its services, be it in vain.
 constexpr auto LastWordTime = 2s;
@@ -50,9 +50,8 @@ void BluezPairing::found(const BluezQt::DevicePtr& device)
 {
     adopt(device);
     enter(PairState::Outgoing); // its name may be known now
-    BluezCall call{ m_device->ubi(), DeviceInterface, QStringLiteral("Pair"), {} };
-    call.limit = PairLimit;
-    askBluez(call, this, [this](const QDBusError& error) { pairAnswered(error); });
+    askBluez({ m_device->ubi(), DeviceInterface, QStringLiteral("Pair"), {}, PairLimit }, this,
+             [this](const QDBusError& error) { pairAnswered(error); });
 }
 
 void BluezPairing::notFound()
@@ -92,8 +91,12 @@ void BluezPairing::adopt(const BluezQt::DevicePtr& device)
 
 void BluezPairing::pairAnswered(const QDBusError& error)
 {
+    if (error.type() == QDBusError::NoReply) { // it may still pair, when nobody reckons with it any more
+        tellDevice(QStringLiteral("CancelPairing"));
+    }
     const bool refused = error.isValid() && m_refusedByUser;
-    settle(refused ? PairState::Failed : pairStateOf(error));
+    // What went wrong after the exchange of keys leaves a device paired.
+    settle(m_device->isPaired() ? PairState::Paired : refused ? PairState::Failed : pairStateOf(error));
     if (error.isValid() && !refused && m_progress.state != PairState::Paired) {
         logFailure(QStringLiteral("pairing with %1").arg(AddressHelper::int2str(m_address)), error);
     }
@@ -109,6 +112,7 @@ void BluezPairing::endIncoming()
 void BluezPairing::ask(const PairingQuestion& question)
 {
     m_progress.code = question.code;
+    m_codeOnlyShown = question.onlyShown;
     enter(question.state);
 }
 
@@ -159,7 +163,7 @@ Outcome BluezPairing::confirm()
         return nothingPending(QStringLiteral("a confirmation"));
     }
     m_agent.confirm();
-    finish();
+    finish(m_codeOnlyShown ? m_progress.code : QString()); // it may have to be typed still
     return {};
 }
 
@@ -172,9 +176,9 @@ Outcome BluezPairing::reject()
     return {};
 }
 
-void BluezPairing::finish()
+void BluezPairing::finish(const QString& code)
 {
-    m_progress.code.clear();
+    m_progress.code = code;
     enter(PairState::Finishing);
     if (m_incoming) {
         m_deadline.start(IncomingLimit);
@@ -184,12 +188,19 @@ void BluezPairing::finish()
 void BluezPairing::refuse()
 {
     m_refusedByUser = true;
-    if (!m_agent.refuse()) { // what bluetoothd shows and does not ask is refused by giving the pairing up
-        sendToBluez({ m_device->ubi(), DeviceInterface, QStringLiteral("CancelPairing"), {} });
+    if (!m_codeOnlyShown) {
+        m_agent.refuse();
+    } else { // CancelPairing is for those who have called Pair
+        tellDevice(m_incoming ? QStringLiteral("Disconnect") : QStringLiteral("CancelPairing"));
     }
     if (m_incoming) {
         settle(PairState::Failed);
     } // otherwise the answer to Pair() settles it: until then bluetoothd would take no other pairing
+}
+
+void BluezPairing::tellDevice(const QString& method)
+{
+    sendToBluez({ m_device->ubi(), DeviceInterface, method, {} });
 }
 
 void BluezPairing::settle(PairState state)

@@ -21,6 +21,8 @@ public:
 
     [[nodiscard]] qulonglong address() const { return m_address; }
     [[nodiscard]] const PairingProgress& progress() const { return m_progress; }
+    /// Null while it is looked for.
+    [[nodiscard]] const BluezQt::DevicePtr& device() const { return m_device; }
     [[nodiscard]] bool isUnderWay() const { return !isSettled(m_progress.state); }
 
     /// We want to pair: the state is Outgoing when this returns. Without a device it has to be found first.
@@ -49,8 +51,9 @@ private:
     void adopt(const BluezQt::DevicePtr& device);
     void pairAnswered(const QDBusError& error);
     void endIncoming();
-    void finish();
+    void finish(const QString& code = {});
     void refuse();
+    void tellDevice(const QString& method);
     void settle(PairState state);
     void enter(PairState state);
     [[nodiscard]] bool waitsForConfirmation() const;
@@ -61,6 +64,7 @@ private:
     BluezQt::DevicePtr m_device;
     PairingProgress m_progress;
     bool m_incoming = false;
+    bool m_codeOnlyShown = false;
     bool m_refusedByUser = false;
     /// bluetoothd tells nobody how a pairing ends that the other side began.
     QTimer m_deadline;

@@ -161,7 +161,7 @@ void BluezRadio::beginPairing(qulonglong address)
 void BluezRadio::pairingProgressed()
 {
     const PairingProgress progress = m_pairing->progress();
-    const BluezQt::DevicePtr device = deviceOf(m_pairing->address());
+    const BluezQt::DevicePtr& device = m_pairing->device();
     if (progress.state == PairState::Paired && device && !device->isTrusted()) {
         sendToBluez(settingOf(device->ubi(), DeviceInterface, QStringLiteral("Trusted"), true));
     }
@@ -171,17 +171,18 @@ void BluezRadio::pairingProgressed()
 void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& question)
 {
     const BluezQt::DevicePtr device = ourDevice(devicePath);
-    const qulonglong address = device ? AddressHelper::str2int(device->address()) : 0;
     const bool pairing = m_pairing && m_pairing->isUnderWay();
-    if (!device || (pairing && m_pairing->address() != address)) {
+    if (!device || (pairing && m_pairing->device() != device)) {
         qWarning().noquote() << devicePath << "wants to pair and is refused:"
                              << (device ? "another pairing is under way" : "it is not ours");
-        m_agent.refuse();
+        if (!question.onlyShown) {
+            m_agent.refuse();
+        }
         return;
     }
     if (!pairing) {
         endScan();
-        beginPairing(address);
+        beginPairing(AddressHelper::str2int(device->address()));
         m_pairing->beginIncoming(device);
     }
     m_pairing->ask(question);
@@ -259,15 +260,15 @@ Outcome BluezRadio::disconnectDevice(qulonglong address)
 
 void BluezRadio::changeLink(const BluezQt::DevicePtr& device, const QString& method)
 {
-    BluezCall call{ device->ubi(), DeviceInterface, method, {} };
-    call.limit = ConnectLimit;
     const bool connects = method == QLatin1String("Connect");
-    askBluez(call, this, [device, method, connects](const QDBusError& error) {
-        // Without a service that both know, bluetoothd keeps the link and calls it a failure all the same.
-        if (error.isValid() && !(connects && device->isConnected())) {
-            logFailure(QStringLiteral("%1 %2").arg(method, device->address()), error);
-        }
-    });
+    askBluez({ device->ubi(), DeviceInterface, method, {}, ConnectLimit }, this,
+             [device, method, connects](const QDBusError& error) {
+                 // Without a service that both know, bluetoothd keeps the link and calls it a failure all the
+                 // same.
+                 if (error.isValid() && !(connects && device->isConnected())) {
+                     logFailure(QStringLiteral("%1 %2").arg(method, device->address()), error);
+                 }
+             });
 }
 
 Outcome BluezRadio::killIap()

@@ -28,7 +28,7 @@ void KnownDevices::follow(const BluezQt::AdapterPtr& adapter)
     m_adapter = adapter;
     connect(adapter.data(), &BluezQt::Adapter::deviceAdded, this, &KnownDevices::watch);
     connect(adapter.data(), &BluezQt::Adapter::deviceRemoved, this,
-            [this](const BluezQt::DevicePtr& device) { forget(addressOf(device)); });
+            [this](const BluezQt::DevicePtr& device) { forget(m_devices.indexOf(device)); });
     QList<BluezQt::DevicePtr> devices = adapter->devices();
     std::sort(devices.begin(), devices.end(),
               [](const auto& left, const auto& right) { return left->address() < right->address(); });
@@ -47,7 +47,7 @@ void KnownDevices::clear()
         m_adapter.clear();
     }
     while (!m_list.entries.isEmpty()) {
-        forget(m_list.entries.last().address);
+        forget(m_list.entries.size() - 1);
     }
 }
 
@@ -57,6 +57,8 @@ void KnownDevices::watch(const BluezQt::DevicePtr& device)
     const auto again = [this, known] {
         refresh(known->toSharedPtr());
     };
+    connect(device.data(), &BluezQt::Device::addressChanged, this,
+            again); // a random one, once keys tell whose
     connect(device.data(), &BluezQt::Device::pairedChanged, this, again);
     connect(device.data(), &BluezQt::Device::connectedChanged, this, again);
     connect(device.data(), &BluezQt::Device::uuidsChanged, this, again);
@@ -67,12 +69,11 @@ void KnownDevices::watch(const BluezQt::DevicePtr& device)
 
 void KnownDevices::refresh(const BluezQt::DevicePtr& device)
 {
-    const qulonglong address = addressOf(device);
+    int row = m_devices.indexOf(device);
     if (!device->isPaired()) {
-        forget(address);
+        forget(row);
         return;
     }
-    int row = rowOf(address);
     if (row < 0) {
         row = m_devices.size();
         m_devices.append(device);
@@ -82,21 +83,20 @@ void KnownDevices::refresh(const BluezQt::DevicePtr& device)
     m_list.entries[row] = entryOf(device);
     if (m_list.entries.at(row) != before) {
         Q_EMIT listChanged(m_list);
-        announce(address, before.connectionState, m_list.entries.at(row).connectionState);
+        announce(addressOf(device), before.connectionState, m_list.entries.at(row).connectionState);
     }
 }
 
-void KnownDevices::forget(qulonglong address)
+void KnownDevices::forget(int row)
 {
-    const int row = rowOf(address);
     if (row < 0) {
         return;
     }
-    const unsigned before = m_list.entries.at(row).connectionState;
+    const PairEntry before = m_list.entries.at(row);
     m_devices.removeAt(row);
     m_list.entries.removeAt(row);
     Q_EMIT listChanged(m_list);
-    announce(address, before, NotConnected);
+    announce(before.address, before.connectionState, NotConnected);
 }
 
 void KnownDevices::announce(qulonglong address, unsigned before, unsigned now)
@@ -112,17 +112,11 @@ void KnownDevices::announce(qulonglong address, unsigned before, unsigned now)
     }
 }
 
-int KnownDevices::rowOf(qulonglong address) const
-{
-    const auto& entries = m_list.entries;
-    const auto found = std::find_if(entries.begin(), entries.end(),
-                                    [address](const PairEntry& entry) { return entry.address == address; });
-    return found == entries.end() ? -1 : static_cast<int>(found - entries.begin());
-}
-
 BluezQt::DevicePtr KnownDevices::find(qulonglong address) const
 {
-    return m_devices.value(rowOf(address));
+    const auto found = std::find_if(m_devices.begin(), m_devices.end(),
+                                    [address](const auto& device) { return addressOf(device) == address; });
+    return found == m_devices.end() ? BluezQt::DevicePtr() : *found;
 }
 
 QList<BluezQt::DevicePtr> KnownDevices::connected(unsigned bits) const

@@ -33,9 +33,8 @@ Q_SIGNALS:
 private:
     void watch(const BluezQt::DevicePtr& device);
     void refresh(const BluezQt::DevicePtr& device);
-    void forget(qulonglong address);
+    void forget(int row);
     void announce(qulonglong address, unsigned before, unsigned now);
-    [[nodiscard]] int rowOf(qulonglong address) const;
 
     BluezQt::AdapterPtr m_adapter;
     PairList m_list;

@@ -24,9 +24,9 @@ BluezCall managerCall(const QString& method, const QVariantList& arguments)
     return { QStringLiteral("/org/bluez"), QStringLiteral("org.bluez.AgentManager1"), method, arguments };
 }
 
-QString codeText(const QString& digits)
+QString codeText(uint passkey)
 {
-    return digits.rightJustified(CodeDigits, QLatin1Char('0'));
+    return QString::number(passkey).rightJustified(CodeDigits, QLatin1Char('0'));
 }
 
 std::optional<uint> passkey(const QString& text)
@@ -80,15 +80,13 @@ void PairingAgent::reply(const QVariantList& values)
     }
 }
 
-bool PairingAgent::refuse()
+void PairingAgent::refuse()
 {
-    if (!m_open) {
-        return false;
+    if (m_open) {
+        const QDBusMessage question = *std::exchange(m_open, std::nullopt);
+        QDBusConnection::systemBus().send(question.createErrorReply(
+            QStringLiteral("org.bluez.Error.Rejected"), QStringLiteral("the user does not want it")));
     }
-    const QDBusMessage question = *std::exchange(m_open, std::nullopt);
-    QDBusConnection::systemBus().send(question.createErrorReply(QStringLiteral("org.bluez.Error.Rejected"),
-                                                                QStringLiteral("the user does not want it")));
-    return true;
 }
 
 void PairingAgent::confirm()
@@ -128,37 +126,37 @@ void PairingAgent::Cancel()
 
 QString PairingAgent::RequestPinCode(const QDBusObjectPath& device)
 {
-    ask(device, { PairState::PinNeeded, {} });
+    ask(device, { PairState::PinNeeded, {}, false });
     return {};
 }
 
 uint PairingAgent::RequestPasskey(const QDBusObjectPath& device)
 {
-    ask(device, { PairState::PinNeeded, {} });
+    ask(device, { PairState::PinNeeded, {}, false });
     return 0;
 }
 
 // The user types what we show on the other device: there is nothing to send back.
 void PairingAgent::DisplayPinCode(const QDBusObjectPath& device, const QString& pinCode)
 {
-    Q_EMIT asked(device.path(), { PairState::NeedConfirmation, codeText(pinCode) });
+    Q_EMIT asked(device.path(), { PairState::NeedConfirmation, pinCode, true });
 }
 
 void PairingAgent::DisplayPasskey(const QDBusObjectPath& device, uint passkey, ushort entered)
 {
     if (entered == 0) { // otherwise a key was pressed over there
-        Q_EMIT asked(device.path(), { PairState::NeedConfirmation, codeText(QString::number(passkey)) });
+        Q_EMIT asked(device.path(), { PairState::NeedConfirmation, codeText(passkey), true });
     }
 }
 
 void PairingAgent::RequestConfirmation(const QDBusObjectPath& device, uint passkey)
 {
-    ask(device, { PairState::NeedConfirmation, codeText(QString::number(passkey)) });
+    ask(device, { PairState::NeedConfirmation, codeText(passkey), false });
 }
 
 void PairingAgent::RequestAuthorization(const QDBusObjectPath& device)
 {
-    ask(device, { PairState::NeedSimpleConfirmation, {} });
+    ask(device, { PairState::NeedSimpleConfirmation, {}, false });
 }
 
 void PairingAgent::AuthorizeService(const QDBusObjectPath& device, const QString& /*uuid*/)

@@ -15,7 +15,9 @@ namespace bt {
 struct PairingQuestion
 {
     PairState state = PairState::Idle; ///< one of those that wait for an answer
-    QString code; ///< six digits in NeedConfirmation
+    QString code; ///< in NeedConfirmation; six digits, or a PIN as it is
+    /// bluetoothd shows the code, for the other device to be told, and waits for no answer of ours.
+    bool onlyShown = false;
 };
 
 /// bluetoothd's org.bluez.Agent1: takes its questions and keeps the one that is open.
@@ -34,8 +36,7 @@ public:
     /// Answers the open question; refused when the text is no PIN or code of the kind that is asked for.
     [[nodiscard]] Outcome replyPin(const QString& pin);
     void confirm();
-    /// @return whether a question was open.
-    bool refuse();
+    void refuse();
 
 public Q_SLOTS:
     // The methods of the interface, with bluetoothd's names and arguments.

@@ -319,28 +319,37 @@ void BluezRadioTest::endsInOrder()
 void BluezRadioTest::mapsPairingErrors_data()
 {
     QTest::addColumn<QString>("error");
-    QTest::addColumn<int>("state");
-    QTest::newRow("page timeout") << "ConnectionAttemptFailed" << 202;
-    QTest::newRow("link lost") << "AuthenticationCanceled" << 202;
-    QTest::newRow("wrong PIN") << "AuthenticationFailed" << 201;
-    QTest::newRow("refused over there") << "AuthenticationRejected" << 201;
-    QTest::newRow("nobody answered") << "AuthenticationTimeout" << 201;
-    QTest::newRow("paired meanwhile") << "AlreadyExists" << 100;
-    QTest::newRow("anything else") << "Failed" << 200;
+    QTest::addColumn<bool>("paired");
+    QTest::addColumn<QList<int>>("states");
+    QTest::newRow("page timeout") << "ConnectionAttemptFailed" << false << QList<int>{ 1, 202 };
+    QTest::newRow("link lost") << "AuthenticationCanceled" << false << QList<int>{ 1, 202 };
+    QTest::newRow("lost when paired") << "AuthenticationCanceled" << true << QList<int>{ 1, 6, 100 };
+    QTest::newRow("wrong PIN") << "AuthenticationFailed" << false << QList<int>{ 1, 201 };
+    QTest::newRow("refused over there") << "AuthenticationRejected" << false << QList<int>{ 1, 201 };
+    QTest::newRow("nobody answered") << "AuthenticationTimeout" << false << QList<int>{ 1, 201 };
+    QTest::newRow("paired meanwhile") << "AlreadyExists" << false << QList<int>{ 1, 100 };
+    QTest::newRow("anything else") << "Failed" << false << QList<int>{ 1, 200 };
 }
 
 void BluezRadioTest::mapsPairingErrors()
 {
     QFETCH(QString, error);
-    QFETCH(int, state);
+    QFETCH(bool, paired);
+    QFETCH(QList<int>, states);
+    const QString pair = QStringLiteral("Device1.Pair");
     QVERIFY(startOn());
-    m_bluez->addDevice(Hci0, Phone);
-    m_bluez->answer(QStringLiteral("Device1.Pair"), error);
-    QSignalSpy states(m_proxy.get(), &BluetoothIf::pairStateChanged);
+    const QString device = m_bluez->addDevice(Hci0, Phone);
+    m_bluez->answer(pair, {});
+    QSignalSpy stateSpy(m_proxy.get(), &BluetoothIf::pairStateChanged);
     proxy().Pair(PhoneNumber);
-    QTRY_COMPARE(numbers(states), (QList<int>{ 1, state }));
+    QTRY_VERIFY(m_bluez->called({ pair }));
+    if (paired) {
+        m_bluez->change(device, Device, { { QStringLiteral("Paired"), true } });
+    }
+    m_bluez->answerAfterAll(pair, error);
+    QTRY_COMPARE(numbers(stateSpy), states);
     const bool told = log().contains(QStringLiteral("org.bluez.Error.") + error);
-    QCOMPARE(told, state != 100);
+    QCOMPARE(told, states.last() != 100);
 }
 
 void BluezRadioTest::asksWhatBluezAsks_data()
@@ -367,6 +376,11 @@ void BluezRadioTest::asksWhatBluezAsks_data()
     row("code, refused") << "RequestConfirmation" << QVariantList{ 1U } << "reject" << QList<int>{ 2, 4, 200 }
                          << "000001" << QVariantList{ "org.bluez.Error.Rejected" };
     row("no code") << "RequestAuthorization" << none << "confirm" << QList<int>{ 2, 5, 6 } << "" << none;
+    row("PIN to be typed there") << "DisplayPinCode" << QVariantList{ "1234" } << "confirm"
+                                 << QList<int>{ 2, 4, 6 } << "1234" << none;
+    row("passkey to be typed there, refused")
+        << "DisplayPasskey" << QVariantList{ 4711U, QVariant::fromValue<ushort>(0) } << "reject"
+        << QList<int>{ 2, 4, 200 } << "004711" << none;
     row("taken back") << "RequestAuthorization" << none << "cancel" << QList<int>{ 2, 5, 201 } << ""
                       << QVariantList{ "none" };
 }
@@ -398,7 +412,9 @@ void BluezRadioTest::asksWhatBluezAsks()
         proxy().PINreply(answer);
     }
     QTRY_COMPARE(numbers(stateSpy), states);
-    QCOMPARE(proxy().confirmationCode(), QString());
+    const bool shown = question.startsWith(QLatin1String("Display"));
+    QCOMPARE(proxy().confirmationCode(), shown && states.last() == 6 ? code : QString());
+    QTRY_VERIFY(!shown || states.last() == 6 || m_bluez->called({ QStringLiteral("Device1.Disconnect") }));
     if (reply != QVariantList{ "none" }) {
         QTRY_VERIFY(call.isFinished());
         const QVariantList got =

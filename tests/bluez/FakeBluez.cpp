@@ -178,23 +178,26 @@ bool FakeBluez::handleMessage(const QDBusMessage& message, const QDBusConnection
     m_calls << (sets ? name + QLatin1Char('=')
                         + message.arguments().at(2).value<QDBusVariant>().variant().toString()
                      : name);
-    const auto error = m_errors.constFind(name);
-    if (error == m_errors.constEnd()) {
-        connection.send(message.createReply(valuesFor(message)));
-    } else if (!error->isEmpty()) {
-        connection.send(message.createErrorReply(QStringLiteral("org.bluez.Error.") + *error,
-                                                 QStringLiteral("as the test told")));
-    } else {
+    if (m_errors.contains(name) && m_errors.value(name).isEmpty()) {
         m_waiting.insert(name, message);
+    } else {
+        connection.send(replyTo(message, m_errors.value(name)));
     }
     return true;
 }
 
-void FakeBluez::answerAfterAll(const QString& method)
+QDBusMessage FakeBluez::replyTo(const QDBusMessage& message, const QString& error)
+{
+    return error.isEmpty() ? message.createReply(valuesFor(message))
+                           : message.createErrorReply(QStringLiteral("org.bluez.Error.") + error,
+                                                      QStringLiteral("as the test told"));
+}
+
+void FakeBluez::answerAfterAll(const QString& method, const QString& error)
 {
     m_errors.remove(method);
     for (const QDBusMessage& message : m_waiting.values(method)) {
-        m_bus.send(message.createReply(valuesFor(message)));
+        m_bus.send(replyTo(message, error));
     }
     m_waiting.remove(method);
 }

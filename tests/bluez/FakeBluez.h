@@ -34,8 +34,8 @@ public:
     /// From now on a method, "Device1.Pair" or "Set Powered", is answered by this error of org.bluez.Error,
     /// or, when it is empty, not at all.
     void answer(const QString& method, const QString& error) { m_errors.insert(method, error); }
-    /// A method that was not answered is, and will be from now on.
-    void answerAfterAll(const QString& method);
+    /// The same for calls that were not answered; without an error they are done.
+    void answerAfterAll(const QString& method, const QString& error = {});
 
     /// What was called: "Adapter1.StartDiscovery", "Set Powered=true".
     [[nodiscard]] const QStringList& calls() const { return m_calls; }
@@ -52,6 +52,7 @@ public:
 private:
     [[nodiscard]] QVariantList valuesFor(const QDBusMessage& message);
     [[nodiscard]] QString nameOf(const QDBusMessage& message) const;
+    [[nodiscard]] QDBusMessage replyTo(const QDBusMessage& message, const QString& error);
     void setProperty(const QDBusMessage& message);
     void announce(const QString& path);
 
