@@ -35,7 +35,9 @@ QString RfcommProfile::path() const
 void RfcommProfile::registerAtBluez()
 {
     // What a paired device connects is its business; the user has agreed to the pairing.
-    const QVariantMap options{ { QStringLiteral("RequireAuthentication"), true },
+    // Channel 0 is any free one; without it bluetoothd listens only for the services that it knows.
+    const QVariantMap options{ { QStringLiteral("Channel"), QVariant::fromValue<quint16>(0) },
+                               { QStringLiteral("RequireAuthentication"), true },
                                { QStringLiteral("RequireAuthorization"), false } };
     askBluez(managerCall(QStringLiteral("RegisterProfile"),
                          { QVariant::fromValue(QDBusObjectPath(path())), m_uuid, options }),

@@ -14,8 +14,8 @@
 
 namespace bt {
 
-/// bluetoothd's org.bluez.Profile1 for one UUID. A connection is kept open, unread, until the device leaves
-/// or the UUID is unregistered.
+/// bluetoothd's org.bluez.Profile1 for one UUID. A connection is kept open, unread, until
+/// bluetoothd ends it, the device connects anew or the UUID is unregistered.
 class RfcommProfile : public QObject, protected QDBusContext
 {
     Q_OBJECT
