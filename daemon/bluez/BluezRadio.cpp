@@ -188,6 +188,7 @@ void BluezRadio::loseAdapter()
     m_said.clear();
     m_adapter->disconnect(this);
     silence();
+    m_switching = false;
     m_discoverySwitch.reset();
     m_adapter.clear();
     m_known->clear();
@@ -200,38 +201,60 @@ void BluezRadio::loseAdapter()
 void BluezRadio::switchOn()
 {
     m_settings.makeOurs(*m_adapter, m_name);
-    if (m_adapter->isPowered()) {
+    if (m_adapter->isPowered() && !m_switching) {
         setStatus(Status::On);
         return;
     }
     setStatus(Status::Starting);
-    askBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Powered"), true), m_known.get(),
-             [this](const QDBusError& error) {
-                 if (error.isValid()) {
-                     powerRefused(error);
+    askForPower(true);
+}
+
+void BluezRadio::switchOff()
+{
+    silence();
+    setStatus(Status::Stopping);
+    askForPower(false);
+}
+
+// A wish that changes meanwhile is seen to afterwards.
+void BluezRadio::askForPower(bool on)
+{
+    if (std::exchange(m_switching, true)) {
+        return;
+    }
+    askBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Powered"), on), m_known.get(),
+             [this, on](const QDBusError& error) {
+                 m_switching = false;
+                 if (m_wantsOn != on) {
+                     m_wantsOn ? switchOn() : switchOff();
+                 } else if (error.isValid()) {
+                     powerRefused(on, error);
                  }
              });
 }
 
-void BluezRadio::powerRefused(const QDBusError& error)
+void BluezRadio::powerRefused(bool on, const QDBusError& error)
 {
-    logFailure(QStringLiteral("switching the adapter on"), error);
+    logFailure(on ? QStringLiteral("switching the adapter on") : QStringLiteral("switching the adapter off"),
+               error);
     if (isBluezError(error, "Blocked")) {
         sayOnce(QStringLiteral("the adapter is blocked; \"rfkill unblock bluetooth\" frees it"));
         setStatus(Status::NoDevice);
     } else {
-        setStatus(Status::Off);
+        followPower();
     }
 }
 
 void BluezRadio::followPower()
 {
     if (m_adapter->isPowered()) {
-        setStatus(Status::On);
+        setStatus(m_switching && !m_wantsOn ? Status::Stopping : Status::On);
         return;
     }
     silence();
-    setStatus(m_manager.isBluetoothBlocked() ? Status::NoDevice : Status::Off);
+    setStatus(m_switching && m_wantsOn             ? Status::Starting
+                  : m_manager.isBluetoothBlocked() ? Status::NoDevice
+                                                   : Status::Off);
 }
 
 void BluezRadio::silence()
@@ -280,24 +303,11 @@ Outcome BluezRadio::setPowered(bool on)
     if (!m_adapter) {
         return Refusal{ Error::NotReady, m_said };
     }
-    const bool goesOn = m_status == Status::On || m_status == Status::Starting;
     m_wantsOn = on;
-    if (on == goesOn) {
-        return {};
+    const bool goesOn = m_status == Status::On || m_status == Status::Starting;
+    if (on != goesOn) {
+        on ? switchOn() : switchOff();
     }
-    if (on) {
-        switchOn();
-        return {};
-    }
-    silence();
-    setStatus(Status::Stopping);
-    askBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Powered"), false), m_known.get(),
-             [this](const QDBusError& error) {
-                 if (error.isValid()) {
-                     logFailure(QStringLiteral("switching the adapter off"), error);
-                     followPower();
-                 }
-             });
     return {};
 }
 

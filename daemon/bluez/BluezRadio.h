@@ -60,8 +60,10 @@ private:
     void useAdapter(const BluezQt::AdapterPtr& adapter);
     void loseAdapter();
     void switchOn();
+    void switchOff();
+    void askForPower(bool on);
     void followPower();
-    void powerRefused(const QDBusError& error);
+    void powerRefused(bool on, const QDBusError& error);
     void silence();
     void setStatus(Status status);
     void sayOnce(const QString& text);
@@ -95,6 +97,7 @@ private:
     ScanResults m_scanResults;
     Status m_status = Status::NoDevice;
     bool m_wantsOn = false;
+    bool m_switching = false; ///< bluetoothd has not answered, and takes no other wish before
     bool m_stopping = false;
     bool m_scanning = false; ///< a discovery also looks for a device to pair with
     bool m_saidWifed = false;

@@ -195,6 +195,16 @@ void BluezRadioTest::isSwitchedOffByAnother()
     QCOMPARE(proxy().scanState(), 2);
     proxy().setState(true);
     QTRY_COMPARE(proxy().status(), 3);
+
+    // The last wish counts, though bluetoothd is at the one before.
+    QSignalSpy status(m_proxy.get(), &BluetoothIf::statusChanged);
+    m_bluez->answer(QStringLiteral("Set Powered"), {});
+    proxy().setState(false);
+    proxy().setState(true);
+    QTRY_COMPARE(proxy().status(), 2);
+    m_bluez->answerAfterAll(QStringLiteral("Set Powered"));
+    QTRY_COMPARE(numbers(status), (QList<int>{ 4, 2, 3 }));
+    QCOMPARE(m_bluez->property(Hci0, QStringLiteral("Powered")), QVariant(true));
 }
 
 void BluezRadioTest::gathersACrowd()
