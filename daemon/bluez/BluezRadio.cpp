@@ -2,19 +2,13 @@
 
 #include "AddressHelper.h"
 #include "BluezCall.h"
-#include "ConnectionBits.h"
 
-#include <BluezQt/InitManagerJob>
-#include <BluezQt/PendingCall>
-
-#include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusPendingCallWatcher>
 #include <QDebug>
 #include <QEventLoop>
 #include <QTimer>
 
-#include <algorithm>
 #include <utility>
 
 namespace bt {
@@ -25,14 +19,6 @@ using namespace std::chrono_literals;
 
 // Of the second that the end of this program may take.
 constexpr auto PutBackLimit = 700ms;
-
-/// "/org/bluez/hci2" goes before "/org/bluez/hci10".
-bool goesBefore(const BluezQt::AdapterPtr& left, const BluezQt::AdapterPtr& right)
-{
-    const QString one = left->ubi();
-    const QString other = right->ubi();
-    return one.size() != other.size() ? one.size() < other.size() : one < other;
-}
 
 /// Returns when all calls are answered, or the limit has passed.
 void waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds limit)
@@ -62,6 +48,19 @@ void waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds lim
 BluezRadio::BluezRadio(QString name)
     : m_name(std::move(name))
 {
+    connect(&m_choice, &AdapterChoice::bluezCame, this, [this] {
+        m_agent.registerAtBluez();
+        m_profiles.registerAll();
+    });
+    connect(&m_choice, &AdapterChoice::found, this, &BluezRadio::useAdapter);
+    connect(&m_choice, &AdapterChoice::lost, this, &BluezRadio::loseAdapter);
+    connect(&m_choice, &AdapterChoice::blockedChanged, this, [this](bool blocked) {
+        if (m_adapter && blocked && !m_adapter->isPowered()) {
+            followPower();
+        } else if (m_adapter && !blocked && m_wantsOn) {
+            switchOn();
+        }
+    });
     connect(&m_agent, &PairingAgent::asked, this, &BluezRadio::takeQuestion);
     connect(&m_agent, &PairingAgent::cancelled, this, [this] {
         if (m_pairing) {
@@ -69,11 +68,11 @@ BluezRadio::BluezRadio(QString name)
         }
     });
     connect(&m_agent, &PairingAgent::serviceWanted, this, [this](const QString& path, bool& allowed) {
-        const BluezQt::DevicePtr device = ourDevice(path);
+        const BluezQt::DevicePtr device = m_choice.device(path);
         allowed = !device.isNull() && device->isPaired();
     });
     connect(&m_profiles, &RfcommProfiles::connected, this, [this](const QString& path) {
-        if (const BluezQt::DevicePtr device = ourDevice(path)) {
+        if (const BluezQt::DevicePtr device = m_choice.device(path)) {
             Q_EMIT companionConnected(AddressHelper::str2int(device->address()));
         }
     });
@@ -86,75 +85,12 @@ void BluezRadio::start()
     m_wantsOn = true;
     Q_EMIT localNameChanged(m_name);
     Q_EMIT statusChanged(m_status);
-    followBluez();
-}
-
-void BluezRadio::followBluez()
-{
-    connect(&m_manager, &BluezQt::Manager::adapterAdded, this, &BluezRadio::chooseAdapter);
-    connect(&m_manager, &BluezQt::Manager::adapterRemoved, this, [this](const BluezQt::AdapterPtr& adapter) {
-        if (adapter == m_adapter) {
-            loseAdapter();
-            chooseAdapter();
-        }
-    });
-    connect(&m_manager, &BluezQt::Manager::operationalChanged, this, [this](bool operational) {
-        if (operational) {
-            m_agent.registerAtBluez();
-            m_profiles.registerAll();
-        } else {
-            loseAdapter();
-        }
-        chooseAdapter();
-    });
-    connect(&m_manager, &BluezQt::Manager::bluetoothBlockedChanged, this, [this](bool blocked) {
-        if (m_adapter && blocked && !m_adapter->isPowered()) {
-            followPower();
-        } else if (m_adapter && !blocked && m_wantsOn) {
-            switchOn();
-        }
-    });
-    // BluezQt would wait for ever.
-    if (const QDBusConnection bus = QDBusConnection::systemBus(); !bus.isConnected()) {
-        sayOnce(
-            QStringLiteral("the machine's system bus, where bluetoothd is, cannot be reached: %1; start both "
-                           "and switch the radio on again")
-                .arg(bus.lastError().message()));
-        return;
-    }
-    BluezQt::InitManagerJob* job = m_manager.init();
-    connect(job, &BluezQt::InitManagerJob::result, this, [this](BluezQt::InitManagerJob* done) {
-        if (done->error() != BluezQt::InitManagerJob::NoError) {
-            sayOnce(done->errorText());
-        }
-        chooseAdapter();
-    });
-    job->start();
-}
-
-void BluezRadio::chooseAdapter()
-{
-    if (m_adapter || m_stopping) {
-        return;
-    }
-    if (!m_manager.isOperational()) {
-        sayOnce(QStringLiteral("bluetoothd is not there: org.bluez is not on the system bus; start it, by "
-                               "\"systemctl start bluetooth\" for instance"));
-        return;
-    }
-    const QList<BluezQt::AdapterPtr> adapters = m_manager.adapters();
-    const auto first = std::min_element(adapters.begin(), adapters.end(), goesBefore);
-    if (first == adapters.end()) {
-        sayOnce(QStringLiteral("bluetoothd has no Bluetooth adapter; plug one in"));
-        return;
-    }
-    useAdapter(*first);
+    m_choice.follow();
 }
 
 void BluezRadio::useAdapter(const BluezQt::AdapterPtr& adapter)
 {
     m_adapter = adapter;
-    sayOnce(QStringLiteral("the radio is %1, %2").arg(adapter->ubi(), adapter->address()));
     m_settings.remember(*adapter);
     connect(adapter.data(), &BluezQt::Adapter::poweredChanged, this, &BluezRadio::followPower);
     connect(adapter.data(), &BluezQt::Adapter::deviceAdded, this, [this](const BluezQt::DevicePtr& device) {
@@ -181,11 +117,6 @@ void BluezRadio::useAdapter(const BluezQt::AdapterPtr& adapter)
 
 void BluezRadio::loseAdapter()
 {
-    if (!m_adapter) {
-        return;
-    }
-    qWarning().noquote() << "the adapter" << m_adapter->ubi() << "is gone";
-    m_said.clear();
     m_adapter->disconnect(this);
     silence();
     m_switching = false;
@@ -238,7 +169,7 @@ void BluezRadio::powerRefused(bool on, const QDBusError& error)
     logFailure(on ? QStringLiteral("switching the adapter on") : QStringLiteral("switching the adapter off"),
                error);
     if (isBluezError(error, "Blocked")) {
-        sayOnce(QStringLiteral("the adapter is blocked; \"rfkill unblock bluetooth\" frees it"));
+        m_choice.say(QStringLiteral("the adapter is blocked; \"rfkill unblock bluetooth\" frees it"));
         setStatus(Status::NoDevice);
     } else {
         followPower();
@@ -252,9 +183,9 @@ void BluezRadio::followPower()
         return;
     }
     silence();
-    setStatus(m_switching && m_wantsOn             ? Status::Starting
-                  : m_manager.isBluetoothBlocked() ? Status::NoDevice
-                                                   : Status::Off);
+    setStatus(m_switching && m_wantsOn   ? Status::Starting
+                  : m_choice.isBlocked() ? Status::NoDevice
+                                         : Status::Off);
 }
 
 void BluezRadio::silence()
@@ -271,18 +202,11 @@ void BluezRadio::setStatus(Status status)
     Q_EMIT statusChanged(status);
 }
 
-void BluezRadio::sayOnce(const QString& text)
-{
-    if (std::exchange(m_said, text) != text) {
-        qWarning().noquote() << text;
-    }
-}
-
 void BluezRadio::stop()
 {
-    m_stopping = true;
+    m_choice.stop();
     silence();
-    if (m_manager.isOperational()) {
+    if (m_choice.bluezRuns()) {
         m_agent.unregisterAtBluez();
         m_profiles.unregisterAll();
         putBack();
@@ -301,7 +225,7 @@ void BluezRadio::putBack()
 Outcome BluezRadio::setPowered(bool on)
 {
     if (!m_adapter) {
-        return Refusal{ Error::NotReady, m_said };
+        return Refusal{ Error::NotReady, m_choice.lastSaid() };
     }
     m_wantsOn = on;
     const bool goesOn = m_status == Status::On || m_status == Status::Starting;
@@ -332,7 +256,7 @@ Outcome BluezRadio::setLocalName(const QString& name)
 
 Outcome BluezRadio::registerRfcommUuid(const QString& uuid)
 {
-    return m_profiles.add(uuid, m_manager.isOperational());
+    return m_profiles.add(uuid, m_choice.bluezRuns());
 }
 
 Outcome BluezRadio::unregisterRfcommUuid(const QString& uuid)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AdapterChoice.h"
 #include "AdapterSettings.h"
 #include "BluezPairing.h"
 #include "Discovery.h"
@@ -7,8 +8,6 @@
 #include "PairingAgent.h"
 #include "Radio.h"
 #include "RfcommProfiles.h"
-
-#include <BluezQt/Manager>
 
 #include <memory>
 #include <optional>
@@ -54,9 +53,7 @@ public:
     Outcome sendWifedSocket(const QString& text) override;
 
 private:
-    // BluezRadio.cpp: bluetoothd and its adapter come and go
-    void followBluez();
-    void chooseAdapter();
+    // BluezRadio.cpp: the adapter and its power
     void useAdapter(const BluezQt::AdapterPtr& adapter);
     void loseAdapter();
     void switchOn();
@@ -66,7 +63,6 @@ private:
     void powerRefused(bool on, const QDBusError& error);
     void silence();
     void setStatus(Status status);
-    void sayOnce(const QString& text);
     void putBack();
 
     // BluezRadioDevices.cpp: scan, pair, connect
@@ -80,13 +76,12 @@ private:
     void pairingProgressed();
     void changeLink(const BluezQt::DevicePtr& device, const QString& method);
     [[nodiscard]] BluezQt::DevicePtr deviceOf(qulonglong address) const;
-    [[nodiscard]] BluezQt::DevicePtr ourDevice(const QString& path) const;
     template <typename Answer>
     Outcome answerPairing(Answer answer);
 
     QString m_name;
-    BluezQt::Manager m_manager;
-    BluezQt::AdapterPtr m_adapter;
+    AdapterChoice m_choice;
+    BluezQt::AdapterPtr m_adapter; ///< null while there is none
     AdapterSettings m_settings;
     PairingAgent m_agent;
     RfcommProfiles m_profiles;
@@ -98,10 +93,8 @@ private:
     Status m_status = Status::NoDevice;
     bool m_wantsOn = false;
     bool m_switching = false; ///< bluetoothd has not answered, and takes no other wish before
-    bool m_stopping = false;
     bool m_scanning = false; ///< a discovery also looks for a device to pair with
     bool m_saidWifed = false;
-    QString m_said;
 };
 
 } // namespace bt

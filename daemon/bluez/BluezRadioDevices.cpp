@@ -45,12 +45,6 @@ BluezQt::DevicePtr BluezRadio::deviceOf(qulonglong address) const
     return m_adapter->deviceForAddress(AddressHelper::int2str(address));
 }
 
-BluezQt::DevicePtr BluezRadio::ourDevice(const QString& path) const
-{
-    const BluezQt::DevicePtr device = m_manager.deviceForUbi(path);
-    return device && device->adapter() == m_adapter ? device : BluezQt::DevicePtr();
-}
-
 Outcome BluezRadio::scan()
 {
     if (Outcome refused = notOn()) {
@@ -170,7 +164,7 @@ void BluezRadio::pairingProgressed()
 
 void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& question)
 {
-    const BluezQt::DevicePtr device = ourDevice(devicePath);
+    const BluezQt::DevicePtr device = m_choice.device(devicePath);
     const bool pairing = m_pairing && m_pairing->isUnderWay();
     if (!device || (pairing && m_pairing->device() != device)) {
         qWarning().noquote() << devicePath << "wants to pair and is refused:"

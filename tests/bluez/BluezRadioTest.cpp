@@ -55,6 +55,7 @@ private Q_SLOTS:
     void cleanup();
 
     void comesUpWithBluetoothd();
+    void asksAgain();
     void isBlocked();
     void isSwitchedOffByAnother();
     void gathersACrowd();
@@ -171,6 +172,20 @@ void BluezRadioTest::comesUpWithBluetoothd()
     QTRY_COMPARE(numbers(status), (QList<int>{ 2, 3, 0, 2, 3 }));
     QTRY_VERIFY(m_bluez->called({ QStringLiteral("AgentManager1.RegisterAgent") }));
     QCOMPARE(log().count(QLatin1String("bluetoothd is not there")), 2);
+}
+
+// bluetoothd may be too busy to answer when it starts, or may not want to.
+void BluezRadioTest::asksAgain()
+{
+    const QString objects = QStringLiteral("ObjectManager.GetManagedObjects");
+    m_bluez->answer(objects, QStringLiteral("Failed"));
+    m_bluez->appear();
+    m_bluez->addAdapter(Hci0);
+    QVERIFY(start());
+    QTRY_VERIFY(log().contains(QLatin1String("bluetoothd does not tell of its adapters: as the test told")));
+    m_bluez->answerAfterAll(objects);
+    QTRY_COMPARE(proxy().status(), 3);
+    QVERIFY2(!log().contains(QLatin1String("is not there")), qPrintable(log()));
 }
 
 void BluezRadioTest::isBlocked()

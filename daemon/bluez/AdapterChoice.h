@@ -1,0 +1,52 @@
+#pragma once
+
+#include <BluezQt/Adapter>
+#include <BluezQt/Device>
+#include <BluezQt/Manager>
+
+#include <QObject>
+
+#include <memory>
+
+namespace bt {
+
+/// The adapter that is ours: the first one of the bluetoothd on QDBusConnection::systemBus(), for as long as
+/// it is there. Says on standard error which it is, or why there is none, once for each reason.
+class AdapterChoice : public QObject
+{
+    Q_OBJECT
+
+public:
+    void follow();
+    /// Chooses no other one any more.
+    void stop() { m_stopped = true; }
+
+    [[nodiscard]] bool bluezRuns() const { return m_manager && m_manager->isOperational(); }
+    [[nodiscard]] bool isBlocked() const { return m_manager && m_manager->isBluetoothBlocked(); }
+    /// Null when it is not known, or another adapter's.
+    [[nodiscard]] BluezQt::DevicePtr device(const QString& path) const;
+
+    /// Says it, unless it was the last thing to be said.
+    void say(const QString& text);
+    [[nodiscard]] const QString& lastSaid() const { return m_said; }
+
+Q_SIGNALS:
+    /// bluetoothd is there; it knows nothing of us. Goes before the adapter.
+    void bluezCame();
+    void found(const BluezQt::AdapterPtr& adapter);
+    void lost();
+    /// By rfkill.
+    void blockedChanged(bool blocked);
+
+private:
+    void askForAdapters();
+    void choose();
+    void lose();
+
+    std::unique_ptr<BluezQt::Manager> m_manager;
+    BluezQt::AdapterPtr m_adapter;
+    QString m_said;
+    bool m_stopped = false;
+};
+
+} // namespace bt
