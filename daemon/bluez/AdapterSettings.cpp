@@ -24,12 +24,16 @@ void AdapterSettings::remember(const BluezQt::Adapter& adapter)
     }
 }
 
-void AdapterSettings::makeOurs(const BluezQt::Adapter& adapter, const QString& name) const
+void AdapterSettings::makeOurs(const BluezQt::Adapter& adapter, const QString& name)
 {
-    set(adapter, QStringLiteral("Alias"), name);
-    set(adapter, QStringLiteral("Pairable"), true);
-    set(adapter, QStringLiteral("DiscoverableTimeout"), 0U);
-    set(adapter, QStringLiteral("Discoverable"), true);
+    const QList<QPair<QString, QVariant>> settings{ { QStringLiteral("Alias"), name },
+                                                    { QStringLiteral("Pairable"), true },
+                                                    { QStringLiteral("DiscoverableTimeout"), 0U },
+                                                    { QStringLiteral("Discoverable"), true } };
+    for (const auto& [property, value] : settings) {
+        tellBluez(settingOf(adapter.ubi(), AdapterInterface, property, value),
+                  QStringLiteral("setting %1 of the adapter").arg(property));
+    }
 }
 
 QList<QDBusPendingCall> AdapterSettings::restore(const BluezQt::Adapter& adapter) const

@@ -15,8 +15,8 @@ public:
     /// second look, after its restart, would find those.
     void remember(const BluezQt::Adapter& adapter);
     /// Other devices find us by our name and may ask to pair, for as long as we run.
-    void makeOurs(const BluezQt::Adapter& adapter, const QString& name) const;
-    /// The calls that put back what differs from what was found.
+    static void makeOurs(const BluezQt::Adapter& adapter, const QString& name);
+    /// The calls that put back what was found.
     [[nodiscard]] QList<QDBusPendingCall> restore(const BluezQt::Adapter& adapter) const;
 
 private:

@@ -1,5 +1,6 @@
 #include "BluezCall.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -28,6 +29,15 @@ void askBluez(const BluezCall& call, QObject* context, BluezAnswer answer)
     };
     // Queued as BluezQt queues the changes of properties: what bluetoothd told before its answer comes first.
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, pass, Qt::QueuedConnection);
+}
+
+void tellBluez(const BluezCall& call, const QString& what)
+{
+    askBluez(call, QCoreApplication::instance(), [what](const QDBusError& error) {
+        if (error.isValid()) {
+            logFailure(what, error);
+        }
+    });
 }
 
 BluezCall settingOf(const QString& path, const QString& interface, const QString& property,

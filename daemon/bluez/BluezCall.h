@@ -31,6 +31,9 @@ QDBusPendingCall sendToBluez(const BluezCall& call);
 /// \a answer is called once, unless \a context is deleted before.
 void askBluez(const BluezCall& call, QObject* context, BluezAnswer answer);
 
+/// When it fails, that is one line about \a what on standard error.
+void tellBluez(const BluezCall& call, const QString& what);
+
 /// Sets a property; \a interface is that of the object.
 BluezCall settingOf(const QString& path, const QString& interface, const QString& property,
                     const QVariant& value);

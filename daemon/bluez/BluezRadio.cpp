@@ -131,7 +131,7 @@ void BluezRadio::loseAdapter()
 
 void BluezRadio::switchOn()
 {
-    m_settings.makeOurs(*m_adapter, m_name);
+    AdapterSettings::makeOurs(*m_adapter, m_name);
     if (m_adapter->isPowered() && !m_switching) {
         setStatus(Status::On);
         return;
@@ -243,12 +243,8 @@ Outcome BluezRadio::setLocalName(const QString& name)
     }
     m_name = name;
     if (m_adapter) {
-        askBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Alias"), name), this,
-                 [](const QDBusError& error) {
-                     if (error.isValid()) {
-                         logFailure(QStringLiteral("naming the adapter"), error);
-                     }
-                 });
+        tellBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Alias"), name),
+                  QStringLiteral("naming the adapter"));
     }
     Q_EMIT localNameChanged(name);
     return {};

@@ -217,15 +217,11 @@ Outcome BluezRadio::unpair(qulonglong address)
     if (!device) {
         return notPaired(address);
     }
-    askBluez({ m_adapter->ubi(),
-               AdapterInterface,
-               QStringLiteral("RemoveDevice"),
-               { QVariant::fromValue(QDBusObjectPath(device->ubi())) } },
-             this, [address](const QDBusError& error) {
-                 if (error.isValid()) {
-                     logFailure(QStringLiteral("unpairing %1").arg(AddressHelper::int2str(address)), error);
-                 }
-             });
+    tellBluez({ m_adapter->ubi(),
+                AdapterInterface,
+                QStringLiteral("RemoveDevice"),
+                { QVariant::fromValue(QDBusObjectPath(device->ubi())) } },
+              QStringLiteral("unpairing %1").arg(AddressHelper::int2str(address)));
     return {};
 }
 
@@ -269,13 +265,8 @@ Outcome BluezRadio::killIap()
 {
     const QList<BluezQt::DevicePtr> devices = m_known ? m_known->connected(Iap) : QList<BluezQt::DevicePtr>();
     for (const BluezQt::DevicePtr& device : devices) {
-        askBluez({ device->ubi(), DeviceInterface, QStringLiteral("DisconnectProfile"), { IapUuid } }, this,
-                 [device](const QDBusError& error) {
-                     if (error.isValid()) {
-                         logFailure(QStringLiteral("ending the iOS connection of %1").arg(device->address()),
-                                    error);
-                     }
-                 });
+        tellBluez({ device->ubi(), DeviceInterface, QStringLiteral("DisconnectProfile"), { IapUuid } },
+                  QStringLiteral("ending the iOS connection of %1").arg(device->address()));
     }
     return {};
 }

@@ -47,12 +47,8 @@ PairingAgent::PairingAgent(QObject* parent)
 void PairingAgent::registerAtBluez()
 {
     const QVariant path = QVariant::fromValue(QDBusObjectPath(agentPath()));
-    askBluez(managerCall(QStringLiteral("RegisterAgent"), { path, QStringLiteral("KeyboardDisplay") }), this,
-             [](const QDBusError& error) {
-                 if (error.isValid()) {
-                     logFailure(QStringLiteral("becoming bluetoothd's pairing agent"), error);
-                 }
-             });
+    tellBluez(managerCall(QStringLiteral("RegisterAgent"), { path, QStringLiteral("KeyboardDisplay") }),
+              QStringLiteral("becoming bluetoothd's pairing agent"));
     // Answers are in order: this one fails when the first did.
     sendToBluez(managerCall(QStringLiteral("RequestDefaultAgent"), { path }));
 }

@@ -39,13 +39,9 @@ void RfcommProfile::registerAtBluez()
     const QVariantMap options{ { QStringLiteral("Channel"), QVariant::fromValue<quint16>(0) },
                                { QStringLiteral("RequireAuthentication"), true },
                                { QStringLiteral("RequireAuthorization"), false } };
-    askBluez(managerCall(QStringLiteral("RegisterProfile"),
-                         { QVariant::fromValue(QDBusObjectPath(path())), m_uuid, options }),
-             this, [uuid = m_uuid](const QDBusError& error) {
-                 if (error.isValid()) {
-                     logFailure(QStringLiteral("registering the UUID %1").arg(uuid), error);
-                 }
-             });
+    tellBluez(managerCall(QStringLiteral("RegisterProfile"),
+                          { QVariant::fromValue(QDBusObjectPath(path())), m_uuid, options }),
+              QStringLiteral("registering the UUID %1").arg(m_uuid));
 }
 
 void RfcommProfile::unregisterAtBluez()
