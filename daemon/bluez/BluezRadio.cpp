@@ -18,7 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 
 // Of the second that the end of this program may take.
-constexpr auto PutBackLimit = 700ms;
+constexpr auto PutBackLimit = 500ms;
 
 /// Returns when all calls are answered, or the limit has passed.
 void waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds limit)

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "FakeBluez.h"
+#include "support/PrivateSystemBus.h"
+#include "support/RadioProgram.h"
+
+#include <QtTest>
+
+#include <memory>
+
+/// The real radio's program before a bluetoothd that does as it is told; the two meet on a bus of their own.
+class BluezFixture : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QCOMPARE(m_clients.start(), QString());
+        QCOMPARE(m_bluezBus.start(world::MessageBus::Kind::System, m_folder.path()), QString());
+        qputenv("BLUEZ_SYSTEM_BUS_ADDRESS", m_bluezBus.address().toLocal8Bit());
+    }
+    void init()
+    {
+        m_bluez = std::make_unique<FakeBluez>(m_bluezBus.address());
+        m_radio = std::make_unique<RadioProgram>(QStringLiteral(BLUEZRADIO));
+    }
+    void cleanup()
+    {
+        m_radio->process().signal(SIGKILL); // it would put the adapter back first
+        m_radio.reset();
+        m_bluez.reset();
+    }
+
+protected:
+    static QString hci0() { return QStringLiteral("/org/bluez/hci0"); }
+    static QString phone() { return QStringLiteral("00:11:22:33:44:01"); }
+    static constexpr qulonglong PhoneNumber = 0x001122334401;
+
+    BluetoothIf& proxy() { return *m_radio->proxy; }
+
+    bool startOn()
+    {
+        m_bluez->appear();
+        m_bluez->addAdapter(hci0());
+        return m_radio->appear() && QTest::qWaitFor([this] { return proxy().status() == 3; });
+    }
+
+    std::unique_ptr<FakeBluez> m_bluez;
+    std::unique_ptr<RadioProgram> m_radio;
+
+private:
+    PrivateSystemBus m_clients;
+    QTemporaryDir m_folder;
+    world::MessageBus m_bluezBus;
+};
