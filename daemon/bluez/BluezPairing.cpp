@@ -17,25 +17,19 @@ constexpr auto IncomingLimit = 30s;
 // bluetoothd calls a device paired once it has looked at its services, be it in vain.
 constexpr auto LastWordTime = 2s;
 
-Outcome nothingPending(const QString& question)
-{
-    return Refusal{ Error::NothingPending, QStringLiteral("no pairing waits for %1").arg(question) };
-}
-
 } // namespace
 
 BluezPairing::BluezPairing(qulonglong address, PairingAgent& agent)
-    : m_address(address)
+    : PairingAttempt(address)
     , m_agent(agent)
 {
     m_deadline.setSingleShot(true);
     connect(&m_deadline, &QTimer::timeout, this, &BluezPairing::endIncoming);
 }
 
-QString BluezPairing::deviceText() const
+QString BluezPairing::deviceName() const
 {
-    const QString name = m_device ? m_device->remoteName() : QString();
-    return name.isEmpty() ? UnknownName + QStringLiteral(" - ") + AddressHelper::int2str(m_address) : name;
+    return m_device ? m_device->remoteName() : QString();
 }
 
 void BluezPairing::begin(const BluezQt::DevicePtr& device)
@@ -71,7 +65,7 @@ void BluezPairing::adopt(const BluezQt::DevicePtr& device)
     m_device = device;
     connect(device.data(), &BluezQt::Device::remoteNameChanged, this, [this] {
         if (isUnderWay()) {
-            enter(m_progress.state);
+            enter(progress().state);
         }
     });
     connect(device.data(), &BluezQt::Device::pairedChanged, this, [this](bool paired) {
@@ -94,11 +88,11 @@ void BluezPairing::pairAnswered(const QDBusError& error)
     if (error.type() == QDBusError::NoReply) { // it may still pair, when nobody reckons with it any more
         tellDevice(QStringLiteral("CancelPairing"));
     }
-    const bool refused = error.isValid() && m_refusedByUser;
+    const bool refused = error.isValid() && isRefused();
     // What went wrong after the exchange of keys leaves a device paired.
     settle(m_device->isPaired() ? PairState::Paired : refused ? PairState::Failed : pairStateOf(error));
-    if (error.isValid() && !refused && m_progress.state != PairState::Paired) {
-        logFailure(QStringLiteral("pairing with %1").arg(AddressHelper::int2str(m_address)), error);
+    if (error.isValid() && !refused && progress().state != PairState::Paired) {
+        logFailure(QStringLiteral("pairing with %1").arg(AddressHelper::int2str(address())), error);
     }
 }
 
@@ -111,7 +105,7 @@ void BluezPairing::endIncoming()
 
 void BluezPairing::ask(const PairingQuestion& question)
 {
-    m_progress.code = question.code;
+    setCode(question.code);
     m_codeOnlyShown = question.onlyShown;
     enter(question.state);
 }
@@ -121,7 +115,7 @@ void BluezPairing::questionCancelled()
     if (!isUnderWay()) {
         return;
     }
-    m_progress.code.clear();
+    setCode({});
     if (m_incoming) {
         settle(PairState::FailedAuthentication);
     } else {
@@ -129,18 +123,8 @@ void BluezPairing::questionCancelled()
     }
 }
 
-bool BluezPairing::waitsForConfirmation() const
+Outcome BluezPairing::takePin(const QString& pin)
 {
-    return !m_refusedByUser
-        && (m_progress.state == PairState::NeedConfirmation
-            || m_progress.state == PairState::NeedSimpleConfirmation);
-}
-
-Outcome BluezPairing::pinReply(const QString& pin)
-{
-    if (m_progress.state != PairState::PinNeeded || m_refusedByUser) {
-        return nothingPending(QStringLiteral("a PIN"));
-    }
     Outcome refused = m_agent.replyPin(pin);
     if (!refused) {
         finish();
@@ -148,46 +132,23 @@ Outcome BluezPairing::pinReply(const QString& pin)
     return refused;
 }
 
-Outcome BluezPairing::pinDecline()
+void BluezPairing::takeConsent()
 {
-    if (m_progress.state != PairState::PinNeeded || m_refusedByUser) {
-        return nothingPending(QStringLiteral("a PIN"));
-    }
-    refuse();
-    return {};
-}
-
-Outcome BluezPairing::confirm()
-{
-    if (!waitsForConfirmation()) {
-        return nothingPending(QStringLiteral("a confirmation"));
-    }
     m_agent.confirm();
-    finish(m_codeOnlyShown ? m_progress.code : QString()); // it may have to be typed still
-    return {};
-}
-
-Outcome BluezPairing::reject()
-{
-    if (!waitsForConfirmation()) {
-        return nothingPending(QStringLiteral("a confirmation"));
-    }
-    refuse();
-    return {};
+    finish(m_codeOnlyShown ? progress().code : QString()); // it may have to be typed still
 }
 
 void BluezPairing::finish(const QString& code)
 {
-    m_progress.code = code;
+    setCode(code);
     enter(PairState::Finishing);
     if (m_incoming) {
         m_deadline.start(IncomingLimit);
     }
 }
 
-void BluezPairing::refuse()
+void BluezPairing::takeRefusal()
 {
-    m_refusedByUser = true;
     if (!m_codeOnlyShown) {
         m_agent.refuse();
     } else { // CancelPairing is for those who have called Pair
@@ -209,15 +170,7 @@ void BluezPairing::settle(PairState state)
         return;
     }
     m_deadline.stop();
-    m_progress.code.clear();
     enter(state);
-}
-
-void BluezPairing::enter(PairState state)
-{
-    m_progress.state = state;
-    m_progress.device = isSettled(state) ? QString() : deviceText();
-    Q_EMIT progressed();
 }
 
 } // namespace bt

@@ -84,7 +84,7 @@ void BluezRadio::start()
 {
     m_wantsOn = true;
     Q_EMIT localNameChanged(m_name);
-    Q_EMIT statusChanged(m_status);
+    Q_EMIT statusChanged(status());
     m_choice.follow();
 }
 
@@ -196,12 +196,6 @@ void BluezRadio::silence()
     Q_EMIT pairingChanged({});
 }
 
-void BluezRadio::setStatus(Status status)
-{
-    m_status = status;
-    Q_EMIT statusChanged(status);
-}
-
 void BluezRadio::stop()
 {
     m_choice.stop();
@@ -228,26 +222,19 @@ Outcome BluezRadio::setPowered(bool on)
         return Refusal{ Error::NotReady, m_choice.lastSaid() };
     }
     m_wantsOn = on;
-    const bool goesOn = m_status == Status::On || m_status == Status::Starting;
-    if (on != goesOn) {
+    if (on != goesOn()) {
         on ? switchOn() : switchOff();
     }
     return {};
 }
 
-Outcome BluezRadio::setLocalName(const QString& name)
+void BluezRadio::takeName(const QString& name)
 {
-    if (name.isEmpty()) {
-        return Refusal{ Error::InvalidArgument,
-                        QStringLiteral("the local name is empty; it needs a character") };
-    }
     m_name = name;
     if (m_adapter) {
         tellBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Alias"), name),
                   QStringLiteral("naming the adapter"));
     }
-    Q_EMIT localNameChanged(name);
-    return {};
 }
 
 Outcome BluezRadio::registerRfcommUuid(const QString& uuid)

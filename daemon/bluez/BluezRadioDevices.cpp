@@ -13,14 +13,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr qulonglong LargestAddress = 0xFFFFFFFFFFFFULL;
 // A page of 5 s for each service that bluetoothd connects, and 40 s for a device of low energy.
 constexpr auto ConnectLimit = 60s;
-
-bool isAddress(qulonglong address)
-{
-    return address != 0 && address <= LargestAddress;
-}
 
 Outcome notPaired(qulonglong address)
 {
@@ -32,49 +26,22 @@ Outcome notPaired(qulonglong address)
 
 } // namespace
 
-Outcome BluezRadio::notOn() const
-{
-    if (m_status == Status::On) {
-        return {};
-    }
-    return Refusal{ Error::NotReady, QStringLiteral("the radio is not on; its status has to be 3") };
-}
-
 BluezQt::DevicePtr BluezRadio::deviceOf(qulonglong address) const
 {
     return m_adapter->deviceForAddress(AddressHelper::int2str(address));
-}
-
-Outcome BluezRadio::scan()
-{
-    if (Outcome refused = notOn()) {
-        return refused;
-    }
-    if (m_scanning) {
-        return Refusal{ Error::InProgress, QStringLiteral("a scan runs already; CancelScan ends it") };
-    }
-    if (m_pairing && m_pairing->isUnderWay()) {
-        return Refusal{ Error::InProgress,
-                        QStringLiteral("%1 is being paired; scan when that has ended")
-                            .arg(AddressHelper::int2str(m_pairing->address())) };
-    }
-    lookAround();
-    m_scanning = true;
-    Q_EMIT scanStateChanged(ScanState::Scanning);
-    return {};
 }
 
 void BluezRadio::lookAround()
 {
     m_discovery = std::make_unique<Discovery>(m_adapter, *m_discoverySwitch, m_scanResults);
     connect(m_discovery.get(), &Discovery::resultsChanged, this, [this] {
-        if (m_scanning) {
+        if (isScanning()) {
             m_scanResults = m_discovery->results();
             Q_EMIT scanResultsChanged(m_scanResults);
         }
     });
     connect(m_discovery.get(), &Discovery::finished, this, [this] {
-        if (m_scanning) {
+        if (isScanning()) {
             endScan();
         } else {
             endSearch();
@@ -83,17 +50,9 @@ void BluezRadio::lookAround()
     });
 }
 
-void BluezRadio::endScan()
-{
-    if (std::exchange(m_scanning, false)) {
-        leaveDiscovery();
-        Q_EMIT scanStateChanged(ScanState::Complete);
-    }
-}
-
 void BluezRadio::endSearch()
 {
-    if (!m_scanning && m_discovery) {
+    if (!isScanning() && m_discovery) {
         leaveDiscovery();
     }
 }
@@ -106,43 +65,19 @@ void BluezRadio::leaveDiscovery()
     m_discovery.release()->deleteLater();
 }
 
-Outcome BluezRadio::cancelScan()
+bool BluezRadio::isPaired(qulonglong address) const
 {
-    if (!m_scanning) {
-        return Refusal{ Error::NothingPending, QStringLiteral("no scan runs") };
-    }
-    endScan();
-    return {};
+    return !m_known->find(address).isNull();
 }
 
-Outcome BluezRadio::pair(qulonglong address)
+void BluezRadio::startPairing(qulonglong address)
 {
-    if (Outcome refused = notOn()) {
-        return refused;
-    }
-    if (!isAddress(address)) {
-        return Refusal{
-            Error::InvalidArgument,
-            QStringLiteral("%1 is no device address; an address is six bytes, not all zero").arg(address)
-        };
-    }
-    if (m_pairing && m_pairing->isUnderWay()) {
-        return Refusal{ Error::InProgress,
-                        QStringLiteral("%1 is being paired; one pairing at a time")
-                            .arg(AddressHelper::int2str(m_pairing->address())) };
-    }
-    endScan();
-    if (!m_known->find(address).isNull()) {
-        Q_EMIT pairingChanged({ PairState::Paired, {}, {} });
-        return {};
-    }
     const BluezQt::DevicePtr device = deviceOf(address);
     beginPairing(address);
     m_pairing->begin(device);
     if (!device) { // bluetoothd forgets what it has found half a minute after a scan
         lookAround();
     }
-    return {};
 }
 
 void BluezRadio::beginPairing(qulonglong address)
@@ -180,35 +115,6 @@ void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& 
         m_pairing->beginIncoming(device);
     }
     m_pairing->ask(question);
-}
-
-template <typename Answer>
-Outcome BluezRadio::answerPairing(Answer answer)
-{
-    if (!m_pairing) {
-        return Refusal{ Error::NothingPending, QStringLiteral("no pairing waits for an answer") };
-    }
-    return answer(*m_pairing);
-}
-
-Outcome BluezRadio::pinReply(const QString& pin)
-{
-    return answerPairing([&pin](BluezPairing& pairing) { return pairing.pinReply(pin); });
-}
-
-Outcome BluezRadio::pinDecline()
-{
-    return answerPairing([](BluezPairing& pairing) { return pairing.pinDecline(); });
-}
-
-Outcome BluezRadio::confirmCode()
-{
-    return answerPairing([](BluezPairing& pairing) { return pairing.confirm(); });
-}
-
-Outcome BluezRadio::rejectCode()
-{
-    return answerPairing([](BluezPairing& pairing) { return pairing.reject(); });
 }
 
 Outcome BluezRadio::unpair(qulonglong address)

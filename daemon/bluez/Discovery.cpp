@@ -2,7 +2,6 @@
 
 #include "AddressHelper.h"
 
-#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -24,11 +23,8 @@ constexpr qint16 NoStrength = -32768;
 Discovery::Discovery(BluezQt::AdapterPtr adapter, DiscoverySwitch& radio, ScanResults before)
     : m_adapter(std::move(adapter))
     , m_radio(radio)
-    , m_results(std::move(before))
+    , m_list(std::move(before))
 {
-    for (int row = 0; row < m_results.entries.size(); ++row) {
-        m_rows.insert(m_results.entries.at(row).address, row);
-    }
     m_gathering.setSingleShot(true);
     m_gathering.setInterval(GatheringTime);
     connect(&m_gathering, &QTimer::timeout, this, &Discovery::publish);
@@ -84,7 +80,7 @@ void Discovery::follow(const BluezQt::DevicePtr& device)
 void Discovery::hear(const BluezQt::Device& device)
 {
     const qulonglong address = AddressHelper::str2int(device.address());
-    ScanEntry* entry = entryOf(address);
+    ScanEntry* entry = m_list.entryOf(address);
     if (entry == nullptr) {
         return;
     }
@@ -99,22 +95,6 @@ void Discovery::hear(const BluezQt::Device& device)
     }
 }
 
-ScanEntry* Discovery::entryOf(qulonglong address)
-{
-    const auto known = m_rows.constFind(address);
-    if (known != m_rows.constEnd()) {
-        return &m_results.entries[known.value()];
-    }
-    if (m_results.entries.size() >= MostResults) {
-        return nullptr;
-    }
-    m_rows.insert(address, m_results.entries.size());
-    ScanEntry entry;
-    entry.address = address;
-    m_results.entries.append(entry);
-    return &m_results.entries.last();
-}
-
 void Discovery::publish()
 {
     if (std::exchange(m_changed, false)) {
@@ -125,12 +105,7 @@ void Discovery::publish()
 void Discovery::finish()
 {
     m_gathering.stop();
-    auto& entries = m_results.entries;
-    const auto silent = std::remove_if(entries.begin(), entries.end(), [this](const ScanEntry& entry) {
-        return !m_heard.contains(entry.address);
-    });
-    m_changed = m_changed || silent != entries.end();
-    entries.erase(silent, entries.end());
+    m_changed = m_list.keepOnly(m_heard) || m_changed;
     publish();
     Q_EMIT finished();
 }

@@ -98,7 +98,7 @@ Outcome SimulatedRadio::deviceAsksToPair(qulonglong address)
     if (Outcome missing = notThere(address)) {
         return missing;
     }
-    if (Outcome busy = busyPairing()) {
+    if (Outcome busy = busyPairing(QStringLiteral("one pairing at a time"))) {
         return busy;
     }
     if (m_paired.contains(address)) {

@@ -25,11 +25,8 @@ Inquiry::Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, S
     : m_room(room)
     , m_clock(clock)
     , m_random(random)
-    , m_results(std::move(before))
+    , m_list(std::move(before))
 {
-    for (int row = 0; row < m_results.entries.size(); ++row) {
-        m_rows.insert(m_results.entries.at(row).address, row);
-    }
     for (const auto& [address, device] : m_room.devices()) {
         if (!device.present) {
             continue;
@@ -51,7 +48,7 @@ void Inquiry::planStep()
 void Inquiry::step()
 {
     ++m_step;
-    const ScanResults before = m_results;
+    const ScanResults before = results();
     for (const auto& [address, schedule] : qAsConst(m_schedules)) {
         if (schedule.found > m_step) {
             break; // they are in this order
@@ -62,7 +59,7 @@ void Inquiry::step()
     if (last) {
         dropUnheard();
     }
-    if (m_results != before) {
+    if (results() != before) {
         Q_EMIT resultsChanged();
     }
     if (last) {
@@ -75,7 +72,7 @@ void Inquiry::step()
 void Inquiry::hear(qulonglong address, const Schedule& schedule)
 {
     const SimulatedDevice* device = m_room.find(address);
-    ScanEntry* entry = device != nullptr ? entryOf(address) : nullptr;
+    ScanEntry* entry = device != nullptr ? m_list.entryOf(address) : nullptr;
     if (entry == nullptr) {
         return;
     }
@@ -89,22 +86,6 @@ void Inquiry::hear(qulonglong address, const Schedule& schedule)
     }
 }
 
-ScanEntry* Inquiry::entryOf(qulonglong address)
-{
-    const auto known = m_rows.constFind(address);
-    if (known != m_rows.constEnd()) {
-        return &m_results.entries[known.value()];
-    }
-    if (m_results.entries.size() >= MostResults) {
-        return nullptr;
-    }
-    m_rows.insert(address, m_results.entries.size());
-    ScanEntry entry;
-    entry.address = address;
-    m_results.entries.append(entry);
-    return &m_results.entries.last();
-}
-
 void Inquiry::dropUnheard()
 {
     QSet<qulonglong> heard;
@@ -113,10 +94,7 @@ void Inquiry::dropUnheard()
             heard.insert(address);
         }
     }
-    auto& entries = m_results.entries;
-    entries.erase(std::remove_if(entries.begin(), entries.end(),
-                                 [&heard](const ScanEntry& entry) { return !heard.contains(entry.address); }),
-                  entries.end());
+    m_list.keepOnly(heard);
 }
 
 } // namespace bt

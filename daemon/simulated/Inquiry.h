@@ -1,8 +1,7 @@
 #pragma once
 
-#include "DaemonTypes.h"
+#include "ScanList.h"
 
-#include <QHash>
 #include <QObject>
 #include <QRandomGenerator>
 
@@ -14,20 +13,16 @@ class SimulationClock;
 /// One look around, 5.12 s of simulated time as the standard's usual inquiry. Devices are found one after
 /// another, their names follow, and signal strengths move.
 ///
-/// The list keeps its order: what an earlier inquiry found stays where it is and goes at the end, unless it
-/// was found again; new devices follow in the order in which they are found. Deleting the object ends the
+/// What an earlier inquiry found goes at the end, unless it was found again. Deleting the object ends the
 /// inquiry.
 class Inquiry : public QObject
 {
     Q_OBJECT
 
 public:
-    /// More devices than that are not listed.
-    static constexpr int MostResults = 128;
-
     Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, ScanResults before);
 
-    [[nodiscard]] const ScanResults& results() const { return m_results; }
+    [[nodiscard]] const ScanResults& results() const { return m_list.results(); }
 
 Q_SIGNALS:
     /// At most once a step of 320 ms.
@@ -45,15 +40,13 @@ private:
     void planStep();
     void step();
     void hear(qulonglong address, const Schedule& schedule);
-    ScanEntry* entryOf(qulonglong address);
     void dropUnheard();
 
     Room& m_room;
     SimulationClock& m_clock;
     QRandomGenerator& m_random;
     QList<QPair<qulonglong, Schedule>> m_schedules;
-    ScanResults m_results;
-    QHash<qulonglong, int> m_rows;
+    ScanList m_list;
     int m_step = 0;
 };
 

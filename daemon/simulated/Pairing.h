@@ -1,8 +1,7 @@
 #pragma once
 
-#include "RadioTypes.h"
+#include "PairingAttempt.h"
 
-#include <QObject>
 #include <QRandomGenerator>
 
 namespace bt {
@@ -11,16 +10,13 @@ class Room;
 class SimulationClock;
 struct SimulatedDevice;
 
-/// One attempt to pair with a device, from the request to a settled state. Deleting the object breaks it off.
-class Pairing : public QObject
+/// Pairs with a device of the room, in the time that this takes.
+class Pairing : public PairingAttempt
 {
     Q_OBJECT
 
 public:
     Pairing(qulonglong address, Room& room, SimulationClock& clock, QRandomGenerator& random);
-
-    [[nodiscard]] qulonglong address() const { return m_address; }
-    [[nodiscard]] const PairingProgress& progress() const { return m_progress; }
 
     /// Calls the device; the first progress is there when it returns.
     void begin();
@@ -28,31 +24,26 @@ public:
     void beginIncoming();
     /// The person at the device accepts or refuses.
     Outcome deviceAnswers(bool accepts);
-    Outcome pinReply(const QString& pin);
-    Outcome pinDecline();
-    Outcome confirm();
-    Outcome reject();
 
 Q_SIGNALS:
-    void progressed();
     /// The device is paired; goes before the progress that says so.
     void succeeded();
 
 private:
+    [[nodiscard]] QString deviceName() const override;
+    Outcome takePin(const QString& pin) override;
+    void takeConsent() override { finish(true); }
+    void takeRefusal() override { settle(PairState::Failed); }
     void reached();
     void waitForDevice();
     void ask(const SimulatedDevice& device);
     void finish(bool accepted);
     void settle(PairState state);
-    void enter(PairState state);
     void giveUpOnUser();
-    [[nodiscard]] QString deviceText() const;
 
-    qulonglong m_address;
     Room& m_room;
     SimulationClock& m_clock;
     QRandomGenerator& m_random;
-    PairingProgress m_progress;
     bool m_waitsForDevice = false;
 };
 

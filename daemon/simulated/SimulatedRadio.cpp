@@ -15,13 +15,6 @@ using namespace std::chrono_literals;
 
 constexpr auto StartTime = 500ms;
 constexpr auto StopTime = 200ms;
-constexpr qulonglong LargestAddress = 0xFFFFFFFFFFFFULL;
-
-bool isAddress(qulonglong address)
-{
-    return address != 0 && address <= LargestAddress;
-}
-
 Outcome notRegistered(const QString& uuid)
 {
     return Refusal{ Error::NotRegistered, QStringLiteral("the UUID \"%1\" is not registered").arg(uuid) };
@@ -60,8 +53,7 @@ void SimulatedRadio::stop()
 
 Outcome SimulatedRadio::setPowered(bool on)
 {
-    const bool goesOn = m_status == Status::On || m_status == Status::Starting;
-    if (on == goesOn) {
+    if (on == goesOn()) {
         return {};
     }
     if (!on) {
@@ -74,12 +66,6 @@ Outcome SimulatedRadio::setPowered(bool on)
     return {};
 }
 
-void SimulatedRadio::setStatus(Status status)
-{
-    m_status = status;
-    Q_EMIT statusChanged(status);
-}
-
 void SimulatedRadio::silence()
 {
     endScan();
@@ -88,100 +74,21 @@ void SimulatedRadio::silence()
     m_paired.dropAll();
 }
 
-Outcome SimulatedRadio::notOn() const
+void SimulatedRadio::startScan()
 {
-    if (m_status == Status::On) {
-        return {};
-    }
-    return Refusal{ Error::NotReady, QStringLiteral("the radio is not on; its status has to be 3") };
-}
-
-Outcome SimulatedRadio::setLocalName(const QString& name)
-{
-    if (name.isEmpty()) {
-        return Refusal{ Error::InvalidArgument,
-                        QStringLiteral("the local name is empty; it needs a character") };
-    }
-    m_identity.name = name;
-    Q_EMIT localNameChanged(name);
-    return {};
-}
-
-Outcome SimulatedRadio::scan()
-{
-    if (Outcome refused = notOn()) {
-        return refused;
-    }
-    if (m_inquiry) {
-        return Refusal{ Error::InProgress, QStringLiteral("a scan runs already; CancelScan ends it") };
-    }
-    if (m_pairing && !isSettled(m_pairing->progress().state)) {
-        return Refusal{ Error::InProgress,
-                        QStringLiteral("%1 is being paired; scan when that has ended")
-                            .arg(AddressHelper::int2str(m_pairing->address())) };
-    }
     m_inquiry = std::make_unique<Inquiry>(m_room, m_clock, m_random, m_scanResults);
     connect(m_inquiry.get(), &Inquiry::resultsChanged, this, [this] {
         m_scanResults = m_inquiry->results();
         Q_EMIT scanResultsChanged(m_scanResults);
     });
-    // Deleted when its step has returned.
-    connect(m_inquiry.get(), &Inquiry::finished, this, [this] {
-        m_inquiry.release()->deleteLater();
-        Q_EMIT scanStateChanged(ScanState::Complete);
-    });
-    Q_EMIT scanStateChanged(ScanState::Scanning);
-    return {};
+    connect(m_inquiry.get(), &Inquiry::finished, this, &SimulatedRadio::endScan);
 }
 
-void SimulatedRadio::endScan()
+// It may be telling something just now.
+void SimulatedRadio::stopScan()
 {
-    if (m_inquiry) {
-        m_inquiry.reset();
-        Q_EMIT scanStateChanged(ScanState::Complete);
-    }
-}
-
-Outcome SimulatedRadio::cancelScan()
-{
-    if (!m_inquiry) {
-        return Refusal{ Error::NothingPending, QStringLiteral("no scan runs") };
-    }
-    endScan();
-    return {};
-}
-
-Outcome SimulatedRadio::pair(qulonglong address)
-{
-    if (Outcome refused = notOn()) {
-        return refused;
-    }
-    if (!isAddress(address)) {
-        return Refusal{
-            Error::InvalidArgument,
-            QStringLiteral("%1 is no device address; an address is six bytes, not all zero").arg(address)
-        };
-    }
-    if (Outcome busy = busyPairing()) {
-        return busy;
-    }
-    endScan();
-    if (m_paired.contains(address)) {
-        Q_EMIT pairingChanged({ PairState::Paired, {}, {} });
-        return {};
-    }
-    newPairing(address).begin();
-    return {};
-}
-
-Outcome SimulatedRadio::busyPairing() const
-{
-    if (!m_pairing || isSettled(m_pairing->progress().state)) {
-        return {};
-    }
-    return Refusal{ Error::InProgress,
-                    QStringLiteral("%1 is being paired; one pairing at a time")
-                        .arg(AddressHelper::int2str(m_pairing->address())) };
+    m_inquiry->disconnect(this);
+    m_inquiry.release()->deleteLater();
 }
 
 Pairing& SimulatedRadio::newPairing(qulonglong address)
@@ -197,35 +104,6 @@ Pairing& SimulatedRadio::newPairing(qulonglong address)
 Outcome SimulatedRadio::unpair(qulonglong address)
 {
     return m_paired.remove(address);
-}
-
-template <typename Answer>
-Outcome SimulatedRadio::answerPairing(Answer answer)
-{
-    if (!m_pairing) {
-        return Refusal{ Error::NothingPending, QStringLiteral("no pairing waits for an answer") };
-    }
-    return answer(*m_pairing);
-}
-
-Outcome SimulatedRadio::pinReply(const QString& pin)
-{
-    return answerPairing([&pin](Pairing& pairing) { return pairing.pinReply(pin); });
-}
-
-Outcome SimulatedRadio::pinDecline()
-{
-    return answerPairing([](Pairing& pairing) { return pairing.pinDecline(); });
-}
-
-Outcome SimulatedRadio::confirmCode()
-{
-    return answerPairing([](Pairing& pairing) { return pairing.confirm(); });
-}
-
-Outcome SimulatedRadio::rejectCode()
-{
-    return answerPairing([](Pairing& pairing) { return pairing.reject(); });
 }
 
 Outcome SimulatedRadio::connectDevice(qulonglong address)

@@ -3,7 +3,7 @@
 #include "Inquiry.h"
 #include "PairedDevices.h"
 #include "Pairing.h"
-#include "Radio.h"
+#include "RadioGate.h"
 #include "Room.h"
 
 #include <QRandomGenerator>
@@ -18,12 +18,9 @@ class SimulationClock;
 /// A radio without hardware: it finds, pairs and connects the devices of a room, in the time that real ones
 /// take.
 ///
-/// - A request that needs the radio is refused while it is not on.
-/// - A scan is refused while a pairing is under way; a pairing ends a scan.
-/// - Pairing with a device that is paired already succeeds at once.
 /// - The outcome of a pairing stays until the next one begins or the radio is switched off.
 /// - What is paired stays paired while the radio is off, and with restorePairs() over a restart.
-class SimulatedRadio : public Radio
+class SimulatedRadio : public RadioGate
 {
     Q_OBJECT
 
@@ -63,15 +60,7 @@ public:
     void start() override;
     void stop() override;
     Outcome setPowered(bool on) override;
-    Outcome setLocalName(const QString& name) override;
-    Outcome scan() override;
-    Outcome cancelScan() override;
-    Outcome pair(qulonglong address) override;
     Outcome unpair(qulonglong address) override;
-    Outcome pinReply(const QString& pin) override;
-    Outcome pinDecline() override;
-    Outcome confirmCode() override;
-    Outcome rejectCode() override;
     Outcome connectDevice(qulonglong address) override;
     Outcome disconnectDevice(qulonglong address) override;
     Outcome killIap() override;
@@ -80,23 +69,23 @@ public:
     Outcome sendWifedSocket(const QString& text) override;
 
 private:
-    [[nodiscard]] Outcome notOn() const;
-    void setStatus(Status status);
+    void takeName(const QString& name) override { m_identity.name = name; }
+    void startScan() override;
+    void stopScan() override;
+    [[nodiscard]] bool isPaired(qulonglong address) const override { return m_paired.contains(address); }
+    void startPairing(qulonglong address) override { newPairing(address).begin(); }
+    [[nodiscard]] PairingAttempt* attempt() const override { return m_pairing.get(); }
+
     void silence();
     [[nodiscard]] Outcome notThere(qulonglong address) const;
-    [[nodiscard]] Outcome busyPairing() const;
     Pairing& newPairing(qulonglong address);
-    void endScan();
     void announceConnection(qulonglong address, const SimulatedDevice& device);
     void announceDisconnection(qulonglong address);
-    template <typename Answer>
-    Outcome answerPairing(Answer answer);
 
     Identity m_identity;
     Room m_room;
     SimulationClock& m_clock;
     QRandomGenerator m_random;
-    Status m_status = Status::Off;
     PairedDevices m_paired;
     ScanResults m_scanResults;
     QSet<QString> m_rfcommUuids;

@@ -1,0 +1,80 @@
+#include "PairingAttempt.h"
+
+#include "AddressHelper.h"
+
+namespace bt {
+
+namespace {
+
+Outcome nothingPending(const QString& question)
+{
+    return Refusal{ Error::NothingPending, QStringLiteral("no pairing waits for %1").arg(question) };
+}
+
+} // namespace
+
+bool PairingAttempt::waitsForPin() const
+{
+    return !m_refused && m_progress.state == PairState::PinNeeded;
+}
+
+bool PairingAttempt::waitsForConfirmation() const
+{
+    return !m_refused
+        && (m_progress.state == PairState::NeedConfirmation
+            || m_progress.state == PairState::NeedSimpleConfirmation);
+}
+
+Outcome PairingAttempt::pinReply(const QString& pin)
+{
+    return waitsForPin() ? takePin(pin) : nothingPending(QStringLiteral("a PIN"));
+}
+
+Outcome PairingAttempt::pinDecline()
+{
+    if (!waitsForPin()) {
+        return nothingPending(QStringLiteral("a PIN"));
+    }
+    refuse();
+    return {};
+}
+
+Outcome PairingAttempt::confirm()
+{
+    if (!waitsForConfirmation()) {
+        return nothingPending(QStringLiteral("a confirmation"));
+    }
+    takeConsent();
+    return {};
+}
+
+Outcome PairingAttempt::reject()
+{
+    if (!waitsForConfirmation()) {
+        return nothingPending(QStringLiteral("a confirmation"));
+    }
+    refuse();
+    return {};
+}
+
+void PairingAttempt::refuse()
+{
+    m_refused = true;
+    takeRefusal();
+}
+
+void PairingAttempt::enter(PairState state)
+{
+    m_progress.state = state;
+    if (isSettled(state)) {
+        m_progress.device.clear();
+        m_progress.code.clear();
+    } else {
+        const QString name = deviceName();
+        m_progress.device =
+            name.isEmpty() ? UnknownName + QStringLiteral(" - ") + AddressHelper::int2str(m_address) : name;
+    }
+    Q_EMIT progressed();
+}
+
+} // namespace bt

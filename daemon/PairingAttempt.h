@@ -1,0 +1,57 @@
+#pragma once
+
+#include "RadioTypes.h"
+
+#include <QObject>
+
+namespace bt {
+
+/// One attempt to pair with a device, from its beginning to a settled state, as its user sees and answers it.
+/// Which answer fits is decided here; what comes of it by the radio. Deleting the object breaks it off.
+class PairingAttempt : public QObject
+{
+    Q_OBJECT
+
+public:
+    [[nodiscard]] qulonglong address() const { return m_address; }
+    [[nodiscard]] const PairingProgress& progress() const { return m_progress; }
+    [[nodiscard]] bool isUnderWay() const { return !isSettled(m_progress.state); }
+
+    Outcome pinReply(const QString& pin);
+    Outcome pinDecline();
+    Outcome confirm();
+    Outcome reject();
+
+Q_SIGNALS:
+    void progressed();
+
+protected:
+    explicit PairingAttempt(qulonglong address)
+        : m_address(address)
+    {
+    }
+
+    /// Goes on to a state, or stays in it with a name that has become known. The code stays until a settled
+    /// state.
+    void enter(PairState state);
+    void setCode(const QString& code) { m_progress.code = code; }
+    /// The user does not want it; there is no other answer after that.
+    [[nodiscard]] bool isRefused() const { return m_refused; }
+
+private:
+    /// Empty while it is not known.
+    [[nodiscard]] virtual QString deviceName() const = 0;
+    virtual Outcome takePin(const QString& pin) = 0;
+    virtual void takeConsent() = 0;
+    virtual void takeRefusal() = 0;
+
+    [[nodiscard]] bool waitsForConfirmation() const;
+    [[nodiscard]] bool waitsForPin() const;
+    void refuse();
+
+    qulonglong m_address;
+    PairingProgress m_progress;
+    bool m_refused = false;
+};
+
+} // namespace bt

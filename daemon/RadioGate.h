@@ -1,0 +1,57 @@
+#pragma once
+
+#include "PairingAttempt.h"
+#include "Radio.h"
+
+namespace bt {
+
+/// The rules that a person meets, the same for every radio; what they let through, the radio behind them
+/// does.
+///
+/// - A request that needs the radio is refused while it is not on.
+/// - A scan is refused while one runs or a pairing is under way; a pairing ends a scan.
+/// - One pairing at a time. Pairing with a device that is paired already succeeds at once.
+class RadioGate : public Radio
+{
+    Q_OBJECT
+
+public:
+    Outcome setLocalName(const QString& name) final;
+    Outcome scan() final;
+    Outcome cancelScan() final;
+    Outcome pair(qulonglong address) final;
+    Outcome pinReply(const QString& pin) final;
+    Outcome pinDecline() final;
+    Outcome confirmCode() final;
+    Outcome rejectCode() final;
+
+protected:
+    [[nodiscard]] Status status() const { return m_status; }
+    void setStatus(Status status);
+    /// On, or about to be.
+    [[nodiscard]] bool goesOn() const;
+
+    // What refuses a request, if anything does.
+    [[nodiscard]] Outcome notOn() const;
+    [[nodiscard]] Outcome busyPairing(const QString& instead) const;
+
+    [[nodiscard]] bool isScanning() const { return m_scanning; }
+    /// Tells that the scan that runs is complete, if one does.
+    void endScan();
+
+private:
+    virtual void takeName(const QString& name) = 0;
+    virtual void startScan() = 0;
+    virtual void stopScan() = 0;
+    [[nodiscard]] virtual bool isPaired(qulonglong address) const = 0;
+    virtual void startPairing(qulonglong address) = 0;
+    /// The last pairing, settled or not; null before the first one and after the radio went off.
+    [[nodiscard]] virtual PairingAttempt* attempt() const = 0;
+
+    Outcome answer(Outcome (PairingAttempt::*how)());
+
+    Status m_status = Status::NoDevice;
+    bool m_scanning = false;
+};
+
+} // namespace bt
