@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QRegularExpression>
 
 #include <fcntl.h>
 
@@ -28,6 +29,15 @@ void showOutput(const world::World& world)
     if (!output.isEmpty()) {
         say(QStringLiteral("buses, host and controller said:"));
         std::fputs(qPrintable(output), stderr);
+    }
+}
+
+/// Whether this machine's radio is there, and why not, is told by its controller alone.
+void showRadio(const world::World& world)
+{
+    const QStringList lines = world.output().split(QLatin1Char('\n'));
+    for (const QString& line : lines.filter(QRegularExpression(QStringLiteral("^bluezradio: ")))) {
+        std::fputs(qPrintable(line + QLatin1Char('\n')), stderr);
     }
 }
 
@@ -85,6 +95,8 @@ int runWorld(const world::CommandLine& line, const world::PrivateFilesystem& fil
     }
     if (!hostRan || (line.isTour && status != 0)) {
         showOutput(world);
+    } else if (line.machineBus) {
+        showRadio(world);
     }
     return status;
 }

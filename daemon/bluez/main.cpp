@@ -78,6 +78,7 @@ int main(int argc, char* argv[])
         return 1;
     }
     const int status = QCoreApplication::exec();
+    service.disconnect(&application); // who ends us may end the bus at once
     service.withdraw();
     return status;
 }
