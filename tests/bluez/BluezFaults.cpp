@@ -1,5 +1,7 @@
 #include "BluezFaults.h"
 
+#include "BluetoothIf.h"
+
 #include <QtTest>
 
 namespace {
@@ -24,7 +26,7 @@ void BluezFaults::cleanup()
 
 bool BluezFaults::scanFinds(const QString& device)
 {
-    m_world.trigger(QStringLiteral("scan"));
+    RadioWorld::trigger(QStringLiteral("scan"));
     return m_world.await([&] { return m_world.row(QStringLiteral("scanresultsAddr"), device) >= 0; })
         && m_world.await(QStringLiteral("scanstate"), QStringLiteral("Scan Complete"));
 }
@@ -32,9 +34,9 @@ bool BluezFaults::scanFinds(const QString& device)
 void BluezFaults::controllersVanishWhileScanning()
 {
     QString device = m_guest.device(Way::Code, true);
-    m_world.trigger(QStringLiteral("scan"));
+    RadioWorld::trigger(QStringLiteral("scan"));
+    QVERIFY(m_world.await(QStringLiteral("scanstate"), QStringLiteral("Scanning")));
     QVERIFY(m_world.await([&] { return m_world.row(QStringLiteral("scanresultsAddr"), device) >= 0; }));
-    QCOMPARE(m_world.text(QStringLiteral("scanstate")), QStringLiteral("Scanning"));
     m_guest.unplug();
     QVERIFY(m_world.await(Status, NoDevice));
     QVERIFY(m_world.await(QStringLiteral("scanstate"), QStringLiteral("Scan Complete")));
@@ -50,7 +52,7 @@ void BluezFaults::controllersVanishWhileScanning()
 void BluezFaults::bluetoothdDiesWhilePairing()
 {
     const QString device = m_guest.device(Way::Code, true);
-    m_world.trigger(QStringLiteral("pair"), device);
+    RadioWorld::trigger(QStringLiteral("pair"), device);
     QVERIFY(m_world.await(QStringLiteral("pairstate"), QStringLiteral("Need Confirmation")));
     m_guest.killBluetoothd();
     QVERIFY(m_world.await(Status, NoDevice));
@@ -67,6 +69,22 @@ void BluezFaults::bluetoothdDiesWhilePairing()
     m_guest.plugIn();
     QCOMPARE(m_guest.awaitAdapters(), QString());
     QCOMPARE(pairWith(m_world, m_guest.device(Way::Code, true)), QStringLiteral("Paired"));
+    QVERIFY(unpairAll(m_world));
+}
+
+// By an RFCOMM channel that bluetoothd chooses, for a UUID that it has never heard of.
+void BluezFaults::companionConnects()
+{
+    const QString uuid = QStringLiteral("5a1f1e5c-0000-4b0e-9d5e-0123456789ab");
+    BluetoothIf daemon(QStringLiteral("com.qarn.bluetooth"), QStringLiteral("/com/qarn/Bluetooth"),
+                       QDBusConnection::systemBus(), nullptr);
+    QSignalSpy companion(&daemon, &BluetoothIf::mtConnectionEstablished);
+    RadioWorld::trigger(QStringLiteral("registerrfcommuuid"), uuid);
+    const QString device = m_guest.device(Way::Code, true);
+    QCOMPARE(pairWith(m_world, device), QStringLiteral("Paired"));
+    m_guest.second().connectTo(m_guest.adapterProperty(QStringLiteral("Address")).toString(), uuid);
+    QTRY_COMPARE_WITH_TIMEOUT(companion.size(), 1, 60'000);
+    RadioWorld::trigger(QStringLiteral("unregisterrfcommuuid"), uuid);
     QVERIFY(unpairAll(m_world));
 }
 

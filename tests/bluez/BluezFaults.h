@@ -22,6 +22,7 @@ private Q_SLOTS:
     void cleanup();
     void controllersVanishWhileScanning();
     void bluetoothdDiesWhilePairing();
+    void companionConnects();
     void isBlocked();
     void leavesTheAdapterAsItWas();
 

@@ -105,6 +105,11 @@ void GuestScenery::setCaller(bool second)
     if (std::exchange(m_secondCalls, second) == second) {
         return;
     }
+    plugInAnew();
+}
+
+void GuestScenery::plugInAnew()
+{
     unplug();
     QVERIFY(QTest::qWaitFor([this] { return m_second->address().isEmpty(); }, 60'000));
     plugIn();
@@ -132,6 +137,19 @@ QString GuestScenery::requestPairing()
 {
     setCaller(true);
     m_second->pairWith(adapterProperty(QStringLiteral("Address")).toString());
+    return m_second->address();
+}
+
+void GuestScenery::takeBackRequest()
+{
+    m_second->giveUpPairing(adapterProperty(QStringLiteral("Address")).toString());
+}
+
+QString GuestScenery::lowEnergyDevice(const QString& capability)
+{
+    m_secondCalls = false;
+    plugInAnew(); // bluetoothd prefers what it remembers of the classic one
+    m_second->advertise(capability);
     return m_second->address();
 }
 

@@ -16,7 +16,12 @@ public:
     [[nodiscard]] QString device(Way way, bool agrees) override;
     void dropLink() override;
     QString requestPairing() override;
+    void takeBackRequest() override;
     void forgetUs() override;
+
+    [[nodiscard]] SecondRadio& second() { return *m_second; }
+    /// The second controller as a device of low energy that nobody has met. @return its address.
+    [[nodiscard]] QString lowEnergyDevice(const QString& capability);
 
     void plugIn();
     void unplug();
@@ -34,6 +39,7 @@ public:
 
 private:
     void setCaller(bool second);
+    void plugInAnew();
     [[nodiscard]] QString leaveAsFound();
 
     world::ChildProcess m_controllers;

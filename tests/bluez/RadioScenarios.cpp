@@ -4,6 +4,7 @@
 #include <QtTest>
 
 Q_DECLARE_METATYPE(Way)
+Q_DECLARE_METATYPE(OurUser::Says)
 
 void RadioScenarios::init()
 {
@@ -22,7 +23,7 @@ void RadioScenarios::scanFinds()
 {
     const QString device = m_world.scenery().device(Way::Code, true);
     m_world.mark();
-    m_world.trigger(QStringLiteral("scan"));
+    RadioWorld::trigger(QStringLiteral("scan"));
     QVERIFY(m_world.await(QStringLiteral("scanstate"), QStringLiteral("Scanning")));
     QVERIFY(m_world.await(QStringLiteral("scanstate"), QStringLiteral("Scan Complete")));
     const int row = m_world.row(QStringLiteral("scanresultsAddr"), device);
@@ -36,40 +37,39 @@ void RadioScenarios::pairs_data()
 {
     QTest::addColumn<Way>("way");
     QTest::addColumn<bool>("theyAgree");
-    QTest::addColumn<bool>("weAgree");
+    QTest::addColumn<OurUser::Says>("weSay");
     QTest::addColumn<QString>("pin");
     QTest::addColumn<QString>("asked");
     QTest::addColumn<QString>("end");
 
+    constexpr auto Yes = OurUser::Says::Yes;
+    constexpr auto No = OurUser::Says::No;
+    const auto row = [](const char* name, Way way, bool theyAgree, OurUser::Says weSay, const QString& pin,
+                        const char* asked, const char* end) {
+        QTest::newRow(name) << way << theyAgree << weSay << pin << asked << end;
+    };
     const QString pin = Scenery::pin();
-    QTest::newRow("by code") << Way::Code << true << true << pin << "Need Confirmation"
-                             << "Paired";
-    QTest::newRow("by code, we refuse") << Way::Code << true << false << pin << "Need Confirmation"
-                                        << "Failed";
-    QTest::newRow("by code, they refuse") << Way::Code << false << true << pin << ""
-                                          << "Failed Authentication";
-    QTest::newRow("just works") << Way::JustWorks << true << true << pin << ""
-                                << "Paired";
-    QTest::newRow("by PIN") << Way::Pin << true << true << pin << "PIN Needed"
-                            << "Paired";
-    QTest::newRow("by PIN, a wrong one") << Way::Pin << true << true << "1234"
-                                         << "PIN Needed"
-                                         << "Failed Authentication";
-    QTest::newRow("by PIN, we refuse") << Way::Pin << true << false << pin << "PIN Needed"
-                                       << "Failed";
+    row("by code", Way::Code, true, Yes, {}, "Need Confirmation", "Paired");
+    row("by code, we refuse", Way::Code, true, No, {}, "Need Confirmation", "Failed");
+    row("by code, they refuse", Way::Code, false, Yes, {}, "", "Failed Authentication");
+    row("just works", Way::JustWorks, true, Yes, {}, "", "Paired");
+    row("by PIN", Way::Pin, true, Yes, pin, "PIN Needed", "Paired");
+    row("by PIN, a wrong one", Way::Pin, true, Yes, QStringLiteral("1234"), "PIN Needed",
+        "Failed Authentication");
+    row("by PIN, we refuse", Way::Pin, true, No, {}, "PIN Needed", "Failed");
 }
 
 void RadioScenarios::pairs()
 {
     QFETCH(Way, way);
     QFETCH(bool, theyAgree);
-    QFETCH(bool, weAgree);
+    QFETCH(OurUser::Says, weSay);
     QFETCH(QString, pin);
     QFETCH(QString, asked);
     QFETCH(QString, end);
 
     const QString device = m_world.scenery().device(way, theyAgree);
-    QCOMPARE(pairWith(m_world, device, { weAgree, pin }), end);
+    QCOMPARE(pairWith(m_world, device, { weSay, pin }), end);
 
     const QStringList states = m_world.history(QStringLiteral("pairstate"));
     QVERIFY2(states.value(1) == QLatin1String("Pairing"), qPrintable(states.join(QLatin1Char(','))));
@@ -93,34 +93,40 @@ void RadioScenarios::connectsAndDisconnects()
     QCOMPARE(pairWith(m_world, device), QStringLiteral("Paired"));
     const QString connected = QStringLiteral("isAnyDeviceConnected");
     if (m_world.text(connected) == QLatin1String("true")) { // pairing may leave the link up
-        m_world.trigger(QStringLiteral("disconnectAddr"), device);
+        RadioWorld::trigger(QStringLiteral("disconnectAddr"), device);
         QVERIFY(m_world.await(connected, QStringLiteral("false")));
     }
-    m_world.trigger(QStringLiteral("connectAddr"), device);
+    RadioWorld::trigger(QStringLiteral("connectAddr"), device);
     QVERIFY(m_world.await(connected, QStringLiteral("true")));
     QCOMPARE(m_world.text(QStringLiteral("pairlistConnectionState:0")), QStringLiteral("Connected"));
-    m_world.trigger(QStringLiteral("disconnectAddr"), device);
+    RadioWorld::trigger(QStringLiteral("disconnectAddr"), device);
     QVERIFY(m_world.await(connected, QStringLiteral("false")));
 }
 
 void RadioScenarios::isAskedToPair_data()
 {
-    QTest::addColumn<bool>("weAgree");
+    QTest::addColumn<OurUser::Says>("weSay");
     QTest::addColumn<QString>("end");
-    QTest::newRow("we agree") << true << "Paired";
-    QTest::newRow("we refuse") << false << "Failed";
+    QTest::newRow("we agree") << OurUser::Says::Yes << "Paired";
+    QTest::newRow("we refuse") << OurUser::Says::No << "Failed";
+    QTest::newRow("they take it back") << OurUser::Says::Nothing << "Failed Authentication";
 }
 
 void RadioScenarios::isAskedToPair()
 {
-    QFETCH(bool, weAgree);
+    QFETCH(OurUser::Says, weSay);
     QFETCH(QString, end);
     const QString device = m_world.scenery().requestPairing();
     m_world.mark();
-    QCOMPARE(seePairingThrough(m_world, { weAgree, {} }), end);
+    if (weSay == OurUser::Says::Nothing) {
+        QVERIFY(m_world.await(QStringLiteral("pairstate"), QStringLiteral("Need Confirmation")));
+        m_world.scenery().takeBackRequest();
+    }
+    QCOMPARE(seePairingThrough(m_world, { weSay, {} }), end);
     const QStringList states = m_world.history(QStringLiteral("pairstate"));
     QVERIFY2(states.contains(QStringLiteral("Need Confirmation")), qPrintable(states.join(QLatin1Char(','))));
-    QCOMPARE(m_world.text(QStringLiteral("pairlistAddr:0")), weAgree ? device : QString());
+    QCOMPARE(m_world.text(QStringLiteral("pairlistAddr:0")),
+             weSay == OurUser::Says::Yes ? device : QString());
 }
 
 void RadioScenarios::losesTheLink()
@@ -129,7 +135,7 @@ void RadioScenarios::losesTheLink()
     QCOMPARE(pairWith(m_world, device), QStringLiteral("Paired"));
     const QString connected = QStringLiteral("isAnyDeviceConnected");
     if (m_world.text(connected) != QLatin1String("true")) { // pairing may leave the link up
-        m_world.trigger(QStringLiteral("connectAddr"), device);
+        RadioWorld::trigger(QStringLiteral("connectAddr"), device);
         QVERIFY(m_world.await(connected, QStringLiteral("true")));
     }
     m_world.scenery().dropLink();

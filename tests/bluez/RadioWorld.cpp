@@ -1,6 +1,6 @@
 #include "RadioWorld.h"
 
-#include <QDebug>
+#include <QProcess>
 #include <QSet>
 
 namespace {
@@ -15,14 +15,24 @@ bool isSettled(const QString& state)
     return settled.contains(state);
 }
 
-void answer(RadioWorld& world, const QString& state, const OurUser& user)
+void answer(const QString& state, const OurUser& user)
 {
-    if (state == QLatin1String("PIN Needed")) {
-        user.agrees ? world.trigger(QStringLiteral("pinreply"), user.pin)
-                    : world.trigger(QStringLiteral("pindecline"));
-    } else if (state == QLatin1String("Need Confirmation") || state == QLatin1String("Need Verification")) {
-        world.trigger(user.agrees ? QStringLiteral("confirmcode") : QStringLiteral("rejectcode"));
+    const bool agrees = user.says == OurUser::Says::Yes;
+    if (user.says == OurUser::Says::Nothing) {
+        return;
     }
+    if (state == QLatin1String("PIN Needed")) {
+        agrees ? RadioWorld::trigger(QStringLiteral("pinreply"), user.pin)
+               : RadioWorld::trigger(QStringLiteral("pindecline"));
+    } else if (state == QLatin1String("Need Confirmation") || state == QLatin1String("Need Verification")) {
+        RadioWorld::trigger(agrees ? QStringLiteral("confirmcode") : QStringLiteral("rejectcode"));
+    }
+}
+
+/// What it has to say goes to our own output.
+bool itemctl(const QStringList& arguments)
+{
+    return QProcess::execute(QStringLiteral("itemctl"), arguments) == 0;
 }
 
 } // namespace
@@ -52,15 +62,13 @@ QString RadioWorld::start()
 
 void RadioWorld::trigger(const QString& action, const QString& text)
 {
-    const auto reply = m_client->trigger(action, text);
-    if (!reply) {
-        qWarning().noquote() << action << "failed:" << reply.error().message;
-    }
+    itemctl({ QStringLiteral("call"), action, QStringLiteral("--"), text });
 }
 
 bool RadioWorld::enable(bool enabled)
 {
-    return m_client->set(QStringLiteral("enabled"), enabled)
+    return itemctl({ QStringLiteral("set"), QStringLiteral("enabled"),
+                     enabled ? QStringLiteral("true") : QStringLiteral("false") })
         && await(QStringLiteral("status"), enabled ? QStringLiteral("On") : QStringLiteral("No Device"));
 }
 
@@ -80,7 +88,7 @@ QString seePairingThrough(RadioWorld& world, const OurUser& user)
     const bool settled = world.await([&] {
         const QStringList states = world.history(PairState);
         for (; seen < states.size(); ++seen) {
-            answer(world, states.at(seen), user);
+            answer(states.at(seen), user);
         }
         return states.size() > 1 && isSettled(states.last());
     });
@@ -93,7 +101,7 @@ QString pairWith(RadioWorld& world, const QString& address, const OurUser& user)
         return QStringLiteral("no radio");
     }
     world.mark();
-    world.trigger(QStringLiteral("pair"), address);
+    RadioWorld::trigger(QStringLiteral("pair"), address);
     return seePairingThrough(world, user);
 }
 
@@ -102,7 +110,7 @@ bool unpairAll(RadioWorld& world)
     const QString first = QStringLiteral("pairlistAddr:0");
     while (!world.text(first).isEmpty()) {
         const QString address = world.text(first);
-        world.trigger(QStringLiteral("unpair"), address);
+        RadioWorld::trigger(QStringLiteral("unpair"), address);
         if (!world.await([&] { return world.row(QStringLiteral("pairlistAddr"), address) < 0; })) {
             return false;
         }

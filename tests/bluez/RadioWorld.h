@@ -45,7 +45,8 @@ public:
         return await([&] { return text(item) == value; });
     }
 
-    void trigger(const QString& action, const QString& text = {});
+    /// By itemctl, as everybody does.
+    static void trigger(const QString& action, const QString& text = {});
     [[nodiscard]] bool enable(bool enabled);
 
     /// Begins to keep what items go through.
@@ -63,7 +64,8 @@ private:
 /// How our user answers what is asked during a pairing.
 struct OurUser
 {
-    bool agrees = true;
+    enum class Says { Yes, No, Nothing };
+    Says says = Says::Yes;
     QString pin = Scenery::pin();
 };
 

@@ -24,6 +24,8 @@ public:
     virtual void dropLink() { }
     /// A device begins to pair with us, by code. @return its address.
     virtual QString requestPairing() { return {}; }
+    /// That device no longer wants to.
+    virtual void takeBackRequest() { }
     /// The devices know nothing of us any more.
     virtual void forgetUs() { }
 

@@ -2,7 +2,7 @@
 
 #include <QDBusArgument>
 #include <QDBusMessage>
-#include <QDBusPendingCall>
+#include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QProcess>
 #include <QtTest>
@@ -18,9 +18,26 @@ const QString Properties = QStringLiteral("org.freedesktop.DBus.Properties");
 const QString AgentManager = QStringLiteral("org.bluez.AgentManager1");
 const QString BluezPath = QStringLiteral("/org/bluez");
 
+const QString Advertising = QStringLiteral("org.bluez.LEAdvertisingManager1");
+
+QDBusMessage callOf(const QString& path, const QString& interface, const QString& method,
+                    const QVariantList& arguments)
+{
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(QStringLiteral("org.bluez"), path, interface, method);
+    message.setArguments(arguments);
+    message.setAutoStartService(false);
+    return message;
+}
+
 QVariant agentPath()
 {
     return QVariant::fromValue(QDBusObjectPath(QStringLiteral("/second")));
+}
+
+QString advertisementPath()
+{
+    return QStringLiteral("/second/advertisement");
 }
 
 } // namespace
@@ -29,21 +46,19 @@ SecondRadio::SecondRadio(QDBusConnection bus)
     : m_bus(std::move(bus))
 {
     m_bus.registerObject(QStringLiteral("/second"), this, QDBusConnection::ExportAllSlots);
+    m_bus.registerObject(advertisementPath(), &m_advertisement,
+                         QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties);
 }
 
 SecondRadio::~SecondRadio()
 {
-    m_bus.unregisterObject(QStringLiteral("/second"));
+    m_bus.unregisterObject(QStringLiteral("/second"), QDBusConnection::UnregisterTree);
 }
 
 QDBusMessage SecondRadio::call(const QString& path, const QString& interface, const QString& method,
                                const QVariantList& arguments) const
 {
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(QStringLiteral("org.bluez"), path, interface, method);
-    message.setArguments(arguments);
-    message.setAutoStartService(false);
-    return m_bus.call(message);
+    return m_bus.call(callOf(path, interface, method, arguments));
 }
 
 QVariant SecondRadio::property(const QDBusConnection& bus, const QString& path, const QString& interface,
@@ -64,16 +79,14 @@ QString SecondRadio::address() const
 
 QString SecondRadio::switchOn()
 {
-    const QList<QPair<QString, QVariant>> settings{
-        { QStringLiteral("Powered"), true },      { QStringLiteral("Alias"), QStringLiteral("Second") },
-        { QStringLiteral("Pairable"), true },     { QStringLiteral("DiscoverableTimeout"), 0U },
-        { QStringLiteral("Discoverable"), true },
-    };
-    for (const auto& [name, value] : settings) {
-        const QDBusMessage reply = call(Adapter, Properties, QStringLiteral("Set"),
-                                        { AdapterInterface, name, QVariant::fromValue(QDBusVariant(value)) });
-        if (reply.type() == QDBusMessage::ErrorMessage) {
-            return name + QStringLiteral(": ") + reply.errorMessage();
+    for (const auto& [name, value] :
+         QList<QPair<QString, QVariant>>{ { QStringLiteral("Powered"), true },
+                                          { QStringLiteral("Alias"), QStringLiteral("Second") },
+                                          { QStringLiteral("Pairable"), true },
+                                          { QStringLiteral("DiscoverableTimeout"), 0U },
+                                          { QStringLiteral("Discoverable"), true } }) {
+        if (QString problem = set(name, value); !problem.isEmpty()) {
+            return problem;
         }
     }
     return {};
@@ -124,13 +137,69 @@ void SecondRadio::pairWith(const QString& address)
 {
     m_agrees = true;
     registerAgent(QStringLiteral("KeyboardDisplay"), false);
-    const QString path =
-        Adapter + QStringLiteral("/dev_") + QString(address).replace(QLatin1Char(':'), QLatin1Char('_'));
+    const QString path = pathOf(address);
     call(Adapter, AdapterInterface, QStringLiteral("StartDiscovery"));
     QVERIFY(QTest::qWaitFor([&] { return devices().contains(path); }, 30'000));
     call(Adapter, AdapterInterface, QStringLiteral("StopDiscovery"));
     m_bus.asyncCall(QDBusMessage::createMethodCall(QStringLiteral("org.bluez"), path, DeviceInterface,
                                                    QStringLiteral("Pair")),
+                    120'000);
+}
+
+QString SecondRadio::pathOf(const QString& address)
+{
+    return Adapter + QStringLiteral("/dev_") + QString(address).replace(QLatin1Char(':'), QLatin1Char('_'));
+}
+
+void SecondRadio::giveUpPairing(const QString& address)
+{
+    call(pathOf(address), DeviceInterface, QStringLiteral("CancelPairing"));
+}
+
+QString SecondRadio::set(const QString& property, const QVariant& value) const
+{
+    const QDBusMessage reply = call(Adapter, Properties, QStringLiteral("Set"),
+                                    { AdapterInterface, property, QVariant::fromValue(QDBusVariant(value)) });
+    return reply.type() == QDBusMessage::ErrorMessage ? property + QStringLiteral(": ") + reply.errorMessage()
+                                                      : QString();
+}
+
+void SecondRadio::advertise(const QString& capability)
+{
+    m_agrees = true;
+    m_shownCode.clear();
+    registerAgent(capability, true);
+    QCOMPARE(set(QStringLiteral("Discoverable"), false), QString());
+    const QDBusPendingReply<> reply =
+        m_bus.asyncCall(callOf(Adapter, Advertising, QStringLiteral("RegisterAdvertisement"),
+                               { QVariant::fromValue(QDBusObjectPath(advertisementPath())), QVariantMap() }));
+    QVERIFY(QTest::qWaitFor([&reply] { return reply.isFinished(); }, 60'000)); // it asks us meanwhile
+    QVERIFY2(!reply.isError(), qPrintable(reply.error().message()));
+}
+
+void SecondRadio::beClassic()
+{
+    call(Adapter, Advertising, QStringLiteral("UnregisterAdvertisement"),
+         { QVariant::fromValue(QDBusObjectPath(advertisementPath())) });
+    QCOMPARE(set(QStringLiteral("Discoverable"), true), QString());
+}
+
+bool SecondRadio::type(const QString& code)
+{
+    if (!QTest::qWaitFor([this] { return m_passkeyQuestion.has_value(); }, 60'000)) {
+        return false;
+    }
+    return m_bus.send(m_passkeyQuestion->createReply(code.toUInt()));
+}
+
+void SecondRadio::DisplayPasskey(const QDBusObjectPath& /*device*/, uint passkey, ushort /*entered*/)
+{
+    m_shownCode = QStringLiteral("%1").arg(passkey, 6, 10, QLatin1Char('0'));
+}
+
+void SecondRadio::connectTo(const QString& address, const QString& uuid)
+{
+    m_bus.asyncCall(callOf(pathOf(address), DeviceInterface, QStringLiteral("ConnectProfile"), { uuid }),
                     120'000);
 }
 
@@ -157,7 +226,8 @@ QString SecondRadio::RequestPinCode(const QDBusObjectPath& /*device*/)
 
 uint SecondRadio::RequestPasskey(const QDBusObjectPath& /*device*/)
 {
-    refuseUnlessAgreed();
+    setDelayedReply(true);
+    m_passkeyQuestion = message();
     return 0;
 }
 

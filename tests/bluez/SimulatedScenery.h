@@ -29,6 +29,7 @@ public:
         tell({ "pair-request", Phone });
         return QString::fromLatin1(Phone);
     }
+    void takeBackRequest() override { tell({ "answer", Phone, "refuse" }); }
 
 private:
     static constexpr const char* Phone = "00:11:22:33:44:01";

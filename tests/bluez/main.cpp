@@ -1,6 +1,7 @@
 #include "RadioScenarios.h"
 #ifdef GUEST
 #include "BluezFaults.h"
+#include "LowEnergy.h"
 #else
 #include "SimulatedScenery.h"
 #endif
@@ -46,6 +47,8 @@ int main(int argc, char** argv)
     RadioScenarios scenarios(world);
     int failures = run(scenarios, argc, argv);
 #ifdef GUEST
+    LowEnergy lowEnergy(world, scenery);
+    failures += run(lowEnergy, argc, argv);
     BluezFaults faults(world, scenery);
     failures += run(faults, argc, argv);
 #endif
