@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
+#include <optional>
 #include <string>
 
 namespace cli {
@@ -9,8 +11,11 @@ namespace cli {
 /// Empty for a number of seconds that can be waited for, otherwise what would be right.
 [[nodiscard]] std::string checkSeconds(const std::string& text);
 
-/// Prints help or version when that was asked for, otherwise one line that says why the command line is not
-/// understood, with the subcommand whose help to read. @return the exit status
-[[nodiscard]] int report(const CLI::App& app, const CLI::ParseError& error);
+/// Fills what \a app was told to. Prints help or version when that was asked for, and one line that says why
+/// the command line is not understood, with the subcommand whose help to read.
+/// @return the exit status when that is all there is to do
+[[nodiscard]] std::optional<int> parse(CLI::App& app, int argc, const char* const* argv);
+
+[[nodiscard]] std::chrono::milliseconds milliseconds(double seconds);
 
 } // namespace cli

@@ -167,18 +167,15 @@ Request Parser::request() const
     if (given("--count"))
         request.count = m_arguments.count;
     if (given("--timeout"))
-        request.timeout = std::chrono::milliseconds(std::llround(m_arguments.timeout * 1000));
+        request.timeout = cli::milliseconds(m_arguments.timeout);
     return request;
 }
 
 std::variant<Request, int> Parser::parse(int argc, const char* const* argv)
 {
-    try {
-        m_app.parse(argc, argv);
-        return request();
-    } catch (const CLI::ParseError& error) {
-        return cli::report(m_app, error);
-    }
+    if (const auto status = cli::parse(m_app, argc, argv))
+        return *status;
+    return request();
 }
 
 } // namespace

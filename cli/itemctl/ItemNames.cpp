@@ -2,10 +2,9 @@
 
 #include "common/DisplayText.h"
 #include "items/ItemPattern.h"
+#include "text/NearestWord.h"
 
 #include <algorithm>
-#include <numeric>
-#include <vector>
 
 namespace itemctl {
 namespace {
@@ -32,50 +31,18 @@ bool isInstanceOf(const Item& item, const QString& name)
     return name == QStringLiteral(":%1:%2:%3:%4:").arg(item.kind, item.server, item.module, item.id);
 }
 
-/// Insertions, deletions, replacements and swaps of neighbours that turn one text into the other.
-int editDistance(const QString& from, const QString& to)
-{
-    const auto columns = static_cast<std::size_t>(to.size()) + 1;
-    std::vector<int> beforeLast(columns);
-    std::vector<int> last(columns);
-    std::vector<int> row(columns);
-    std::iota(last.begin(), last.end(), 0);
-    for (int i = 1; i <= from.size(); ++i) {
-        row[0] = i;
-        for (std::size_t j = 1; j < columns; ++j) {
-            const auto at = static_cast<int>(j);
-            const int replaced = last[j - 1] + (from[i - 1] == to[at - 1] ? 0 : 1);
-            row[j] = std::min({ replaced, last[j] + 1, row[j - 1] + 1 });
-            if (i > 1 && at > 1 && from[i - 1] == to[at - 2] && from[i - 2] == to[at - 1])
-                row[j] = std::min(row[j], beforeLast[j - 2] + 1);
-        }
-        std::swap(beforeLast, last);
-        std::swap(last, row);
-    }
-    return last.back();
-}
-
 /// The name that was probably meant; empty when none is near enough.
 QString nearest(const Items& items, const QString& name)
 {
-    const QString wanted = name.toLower();
-    const int tolerated = std::max(1, name.size() / 3);
     const bool withModule = name.contains(QLatin1Char(':'));
-    QString best;
-    int bestDistance = tolerated + 1;
-    QString lastTried;
+    QStringList candidates;
     for (const Item& item : items) {
         const QString candidate = withModule ? item.shortName() : item.id;
-        if (candidate == lastTried || std::abs(candidate.size() - name.size()) > tolerated)
-            continue;
-        lastTried = candidate; // the instances of a list follow one another
-        const int distance = editDistance(wanted, candidate.toLower());
-        if (distance < bestDistance) {
-            bestDistance = distance;
-            best = candidate;
-        }
+        // The instances of a list follow one another.
+        if (candidates.isEmpty() || candidates.last() != candidate)
+            candidates += candidate;
     }
-    return best;
+    return text::nearestWord(name, candidates);
 }
 
 QString suggestion(const Items& items, const QString& name)

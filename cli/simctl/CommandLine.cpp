@@ -4,7 +4,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cmath>
 #include <map>
 #include <vector>
 
@@ -244,18 +243,15 @@ Request Parser::request() const
     for (const std::string& word : m_arguments.words)
         request.arguments << QString::fromStdString(word);
     if (request.command == Command::Record && chosen->get_option("--timeout")->count() > 0)
-        request.timeout = std::chrono::milliseconds(std::llround(m_arguments.timeout * 1000));
+        request.timeout = cli::milliseconds(m_arguments.timeout);
     return request;
 }
 
 std::variant<Request, int> Parser::parse(int argc, const char* const* argv)
 {
-    try {
-        m_app.parse(argc, argv);
-        return request();
-    } catch (const CLI::ParseError& error) {
-        return cli::report(m_app, error);
-    }
+    if (const auto status = cli::parse(m_app, argc, argv))
+        return *status;
+    return request();
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "BluetoothIf.h"
 #include "PayloadShapes.h"
 #include "ScenarioReader.h"
+#include "text/NearestWord.h"
 
 #include <QMetaMethod>
 #include <QMetaProperty>
@@ -79,7 +80,7 @@ QStringList signalNames()
 
 QString unknown(const QString& word, const char* role, const QStringList& words)
 {
-    const QString nearest = nearestOf(word, words);
+    const QString nearest = text::nearestWord(word, words);
     return QStringLiteral("\"%1\" is no %2").arg(word, QLatin1String(role))
         + (nearest.isEmpty() ? QStringLiteral("; there are %1").arg(words.join(QStringLiteral(", ")))
                              : QStringLiteral("; did you mean \"%1\"?").arg(nearest));

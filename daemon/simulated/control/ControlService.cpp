@@ -8,6 +8,7 @@
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
 #include "simulationadaptor.h"
+#include "text/NearestWord.h"
 
 #include <QDBusMessage>
 #include <QDBusMetaType>
@@ -123,7 +124,7 @@ qulonglong ControlService::find(const QString& device)
     if (found.size() == 1) {
         return found.first();
     }
-    const QString nearest = nearestOf(device, names);
+    const QString nearest = text::nearestWord(device, names);
     refuse("NoSuchDevice",
            !found.isEmpty() ? QStringLiteral("several devices are called \"%1\"; give an address").arg(device)
                : nearest.isEmpty()

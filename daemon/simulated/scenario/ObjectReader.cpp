@@ -1,6 +1,7 @@
 #include "ObjectReader.h"
 
 #include "ScenarioReader.h"
+#include "text/NearestWord.h"
 
 #include <algorithm>
 
@@ -8,7 +9,7 @@ namespace bt {
 
 QString unknownWord(const QString& text, const QString& role, const QStringList& words)
 {
-    const QString nearest = nearestOf(text, words);
+    const QString nearest = text::nearestWord(text, words);
     const QString advice = nearest.isEmpty()
         ? QStringLiteral("; there are %1").arg(words.join(QStringLiteral(", ")))
         : QStringLiteral("; did you mean \"%1\"?").arg(nearest);

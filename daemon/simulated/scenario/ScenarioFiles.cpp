@@ -1,6 +1,7 @@
 #include "ScenarioFiles.h"
 
 #include "ScenarioReader.h"
+#include "text/NearestWord.h"
 
 #include <QDir>
 #include <QFile>
@@ -47,7 +48,7 @@ std::pair<QString, QString> findScenario(const QString& nameOrPath)
     if (names.contains(nameOrPath)) {
         return { scenarioFolder() + QLatin1Char('/') + nameOrPath + suffix(), {} };
     }
-    const QString nearest = nearestOf(nameOrPath, names);
+    const QString nearest = text::nearestWord(nameOrPath, names);
     QString problem = names.isEmpty()
         ? QStringLiteral("there is no scenario in %1").arg(scenarioFolder())
         : QStringLiteral("there is no scenario \"%1\"; there are %2, and any file by its path")

@@ -29,7 +29,4 @@ struct ScenarioVocabulary
     static const QStringList& roles(); ///< the values in the device's "is"
 };
 
-/// The one of \a words that \a word was probably meant to be; empty when none is near.
-[[nodiscard]] QString nearestOf(const QString& word, const QStringList& words);
-
 } // namespace bt
