@@ -1,15 +1,20 @@
 #pragma once
 
-#include "client/KELClientInterface.h"
-#include "world/World.h"
-
-#include <QCoreApplication>
 #include <QDBusMessage>
+#include <QString>
+#include <QStringList>
 #include <QTest>
+#include <QVariantList>
 
-#include <cstdio>
 #include <functional>
 #include <memory>
+
+#include <sys/types.h>
+
+class KELClientInterface;
+namespace world {
+class PrivateFilesystem;
+}
 
 namespace testkit {
 
@@ -39,8 +44,9 @@ public:
     SimulatedWorld(const SimulatedWorld&) = delete;
     SimulatedWorld& operator=(const SimulatedWorld&) = delete;
 
-    /// Begins, or begins anew: a fresh host, the radio off, nothing paired. Sets the environment of this
-    /// process, see world::World.
+    /// Begins, or begins anew: a fresh host, the radio off, nothing paired. From then on the environment of
+    /// this process leads to the world's buses (DBUS_SYSTEM_BUS_ADDRESS, DBUS_SESSION_BUS_ADDRESS) and
+    /// programs (PATH), so that whatever the test starts is in the world as well.
     [[nodiscard]] bool start(const SimulationOptions& options = {});
 
     /// Has the module switch the radio on, and returns when it is.
@@ -48,7 +54,7 @@ public:
     /// Puts a daemon on the bus that is no child of the module, so that it stays when the module switches
     /// off.
     [[nodiscard]] bool startOwnDaemon(const QString& scenario = {});
-    void endOwnDaemon() { m_ownDaemon.reset(); }
+    void endOwnDaemon();
 
     // The module's items, by id.
     [[nodiscard]] QString text(const QString& item);
@@ -59,7 +65,8 @@ public:
     /// Returns when the item has this value.
     [[nodiscard]] bool waitFor(const QString& item, const QString& value);
     [[nodiscard]] bool waitForApplicable(const QString& item, bool applicable);
-    [[nodiscard]] KELClientInterface& client() { return *m_client; }
+    /// For all that a client can do; declared in the header of the same name, of the package "ipc".
+    [[nodiscard]] KELClientInterface& client();
 
     // The simulation.
     /// Lets simulated time pass; returns when every signal that fell due is on the bus.
@@ -77,52 +84,37 @@ public:
 
     /// Why the last question or change failed.
     [[nodiscard]] const QString& problem() const { return m_problem; }
-    [[nodiscard]] world::World& world() { return m_world; }
+    /// What buses, host and radio printed so far.
+    [[nodiscard]] QString output() const;
+    /// The process that has the module; 0 when it has ended.
+    [[nodiscard]] pid_t hostPid() const;
 
 private:
+    struct Parts;
+
     [[nodiscard]] bool succeed(const QString& problem);
     [[nodiscard]] bool waitForSimulation();
 
-    const world::PrivateFilesystem& m_filesystem;
-    world::World m_world;
-    std::unique_ptr<KELClientInterface> m_client;
-    std::unique_ptr<world::ChildProcess> m_ownDaemon;
+    std::unique_ptr<Parts> m_parts;
     QString m_problem;
-    bool m_hasBuses = false;
 };
 
-/// main() of a test class that is constructed with a SimulatedWorld&. 77, which CTest can count as skipped,
-/// where no private view of the file system can be had.
-template <typename Test>
-int run(int argc, char** argv)
-{
-    world::World::setBinFolder(QStringLiteral(BLUETOOTH_TESTKIT_BIN));
-    world::PrivateFilesystem filesystem;
-    // Before anything that may start a thread.
-    const QString noView =
-        filesystem.enter({ world::World::binFolder() + QStringLiteral("/bluesim"), {} }, argv);
-    if (!noView.isEmpty()) {
-        std::fprintf(stderr, "%s\n", qPrintable(noView));
-        return 77;
-    }
-    const QCoreApplication application(argc, argv);
-    SimulatedWorld world(filesystem);
-    if (!world.start()) {
-        std::fprintf(stderr, "%s\n%s\n", qPrintable(world.problem()), qPrintable(world.world().output()));
-        return 1;
-    }
-    Test test(world);
-    const int failures = QTest::qExec(&test, argc, argv);
-    if (failures != 0) {
-        std::fprintf(stderr, "%s\n", qPrintable(world.world().output()));
-    }
-    return failures;
-}
+/// Calls \a test with a world that has started. Once in a process, and before anything in it starts a thread.
+/// @param programs the folder of the test kit's programs
+/// @return what \a test returned; 1 when the world did not start; 77, which CTest can count as skipped, where
+/// no private view of the file system can be had. Then, and when \a test fails, standard error says more.
+[[nodiscard]] int runInWorld(int& argc, char** argv, const QString& programs,
+                             const std::function<int(SimulatedWorld&)>& test);
 
 } // namespace testkit
 
+/// main() of a test class that is constructed with a SimulatedWorld&.
 #define BLUETOOTH_TESTKIT_MAIN(Test)                                                                         \
     int main(int argc, char** argv)                                                                          \
     {                                                                                                        \
-        return testkit::run<Test>(argc, argv);                                                               \
+        return testkit::runInWorld(argc, argv, QStringLiteral(BLUETOOTH_TESTKIT_BIN),                        \
+                                   [&](testkit::SimulatedWorld& world) {                                     \
+                                       Test test(world);                                                     \
+                                       return QTest::qExec(&test, argc, argv);                               \
+                                   });                                                                       \
     }

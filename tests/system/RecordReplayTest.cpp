@@ -1,5 +1,7 @@
 // A walk through the module is recorded at the daemon; played to the module again, its items end up the same.
 #include "SimulatedWorld.h"
+#include "client/KELClientInterface.h"
+#include "world/World.h"
 
 #include <QFile>
 #include <QJsonArray>
