@@ -1,13 +1,20 @@
 #include "JsonTree.h"
 
+#include "JsonMistake.h"
+#include "text/Quoted.h"
+
+#include <QSet>
+
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <iterator>
 
 namespace bt {
 
 namespace {
+
+/// Far beyond what any file of ours needs, and far below what the stack bears.
+constexpr std::size_t DeepestNesting = 32;
 
 /// What the parser reads through: it counts the lines, which the parser does not tell to its handlers. The
 /// parser may be one character ahead, behind a number; that one is no part of a value, so that the line of
@@ -26,6 +33,7 @@ public:
     {
         int now = 1;
         int ofValue = 1;
+        bool isBehindReturn = false;
     };
 
     CountingIterator(const char* position, Lines* lines)
@@ -37,11 +45,13 @@ public:
     CountingIterator& operator++()
     {
         const char passed = *m_position++;
-        if (passed == '\n') {
+        // A line ends with a line feed, a carriage return, or both.
+        if (passed == '\r' || (passed == '\n' && !m_lines->isBehindReturn)) {
             ++m_lines->now;
-        } else if (passed != ' ' && passed != '\t' && passed != '\r') {
+        } else if (passed != ' ' && passed != '\t' && passed != '\n') {
             m_lines->ofValue = m_lines->now;
         }
+        m_lines->isBehindReturn = passed == '\r';
         return *this;
     }
     bool operator==(const CountingIterator& other) const { return m_position == other.m_position; }
@@ -56,8 +66,9 @@ private:
 class TreeBuilder : public nlohmann::json_sax<nlohmann::json>
 {
 public:
-    explicit TreeBuilder(const CountingIterator::Lines& lines)
-        : m_lines(lines)
+    TreeBuilder(const QByteArray& text, const CountingIterator::Lines& lines)
+        : m_text(text)
+        , m_lines(lines)
     {
     }
 
@@ -78,22 +89,28 @@ public:
         Frame& frame = m_open.back();
         frame.name = QString::fromStdString(name);
         frame.nameLine = m_lines.ofValue;
-        const auto& members = std::get<JsonValue::Members>(frame.value.content);
-        const bool twice = std::any_of(members.begin(), members.end(),
-                                       [&](const auto& member) { return member.first == frame.name; });
-        if (twice) {
-            m_problem = { frame.nameLine, QStringLiteral("\"%1\" stands here twice").arg(frame.name) };
+        frame.expectsValue = true;
+        if (frame.names.contains(frame.name)) {
+            m_problem = {
+                frame.nameLine,
+                QStringLiteral("%1 stands here twice; leave one of them").arg(text::quoted(frame.name))
+            };
+            return false;
         }
-        return !twice;
+        frame.names.insert(frame.name);
+        return true;
     }
 
-    bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
+    bool parse_error(std::size_t position, const std::string& /*token*/,
                      const nlohmann::json::exception& error) override
     {
-        // "[json.exception.parse_error.101] parse error at line 1, column 2: …"
-        const QString text = QString::fromUtf8(error.what());
-        const int begin = text.indexOf(QLatin1String(": "));
-        m_problem = { m_lines.now, QStringLiteral("this is no JSON: ") + text.mid(begin + 2) };
+        constexpr int NumberOverflow = 406; // the library's number of the exception
+        JsonStop stop;
+        stop.position = static_cast<int>(position);
+        stop.isTooLarge = error.id == NumberOverflow;
+        stop.expected = expected();
+        stop.openLine = m_open.empty() ? 0 : m_open.back().value.line;
+        m_problem = explainMistake(m_text, stop);
         return false;
     }
 
@@ -111,7 +128,21 @@ private:
         JsonValue value;
         QString name; ///< of the member that comes
         int nameLine = 0;
+        bool expectsValue = false; ///< behind its name
+        QSet<QString> names;
     };
+
+    [[nodiscard]] JsonStop::Expected expected() const
+    {
+        using Expected = JsonStop::Expected;
+        if (m_open.empty()) {
+            return m_isComplete ? Expected::Nothing : Expected::Document;
+        }
+        if (m_open.back().value.as<JsonValue::Elements>() != nullptr) {
+            return Expected::Element;
+        }
+        return m_open.back().expectsValue ? Expected::Value : Expected::Member;
+    }
 
     template <typename Content>
     bool add(Content&& content)
@@ -125,6 +156,13 @@ private:
     template <typename Container>
     bool open(Container container)
     {
+        if (m_open.size() == DeepestNesting) {
+            m_problem = {
+                m_lines.ofValue,
+                QStringLiteral("objects and lists are nested more than %1 deep here").arg(DeepestNesting)
+            };
+            return false;
+        }
         Frame frame;
         frame.value.line = m_lines.ofValue;
         frame.value.content = std::move(container);
@@ -143,11 +181,13 @@ private:
     {
         if (m_open.empty()) {
             m_root = std::move(value);
+            m_isComplete = true;
             return true;
         }
         Frame& frame = m_open.back();
         if (auto* members = std::get_if<JsonValue::Members>(&frame.value.content)) {
             value.line = frame.nameLine;
+            frame.expectsValue = false;
             members->emplace_back(frame.name, std::move(value));
         } else {
             std::get<JsonValue::Elements>(frame.value.content).push_back(std::move(value));
@@ -155,9 +195,11 @@ private:
         return true;
     }
 
+    const QByteArray& m_text;
     const CountingIterator::Lines& m_lines;
     std::vector<Frame> m_open;
     JsonValue m_root;
+    bool m_isComplete = false;
     TextProblem m_problem;
 };
 
@@ -166,7 +208,7 @@ private:
 std::variant<JsonValue, TextProblem> parseJson(const QByteArray& text)
 {
     CountingIterator::Lines lines;
-    TreeBuilder builder(lines);
+    TreeBuilder builder(text, lines);
     const bool parsed =
         nlohmann::json::sax_parse(CountingIterator(text.constData(), &lines),
                                   CountingIterator(text.constData() + text.size(), &lines), &builder);

@@ -1,19 +1,39 @@
 #include "ObjectReader.h"
 
-#include "ScenarioReader.h"
 #include "text/NearestWord.h"
+#include "text/Quoted.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace bt {
+
+namespace {
+
+/// Some of the words; those of a file are escaped where they would steer a terminal.
+QString listOf(const QStringList& words)
+{
+    constexpr int Most = 12;
+    QStringList shown;
+    for (const QString& word : words.mid(0, Most)) {
+        const QString quoted = text::quoted(word);
+        shown << (quoted.size() == word.size() + 2 ? word : quoted);
+    }
+    if (words.size() > Most) {
+        shown << QStringLiteral("and %1 more").arg(words.size() - Most);
+    }
+    return shown.isEmpty() ? QStringLiteral("none") : shown.join(QStringLiteral(", "));
+}
+
+} // namespace
 
 QString unknownWord(const QString& text, const QString& role, const QStringList& words)
 {
     const QString nearest = text::nearestWord(text, words);
     const QString advice = nearest.isEmpty()
-        ? QStringLiteral("; there are %1").arg(words.join(QStringLiteral(", ")))
-        : QStringLiteral("; did you mean \"%1\"?").arg(nearest);
-    return QStringLiteral("\"%1\" is no %2").arg(text, role) + advice;
+        ? QStringLiteral("; there are %1").arg(listOf(words))
+        : QStringLiteral("; did you mean %1?").arg(text::quoted(nearest));
+    return QStringLiteral("%1 is no %2").arg(text::quoted(text), role) + advice;
 }
 
 ObjectReader::ObjectReader(const JsonValue& value, QString what, const QStringList& known,
@@ -27,10 +47,11 @@ ObjectReader::ObjectReader(const JsonValue& value, QString what, const QStringLi
         complain(value.line, QStringLiteral("%1 has to be an object, \"{ … }\"").arg(m_what));
         return;
     }
-    for (const auto& [name, member] : *m_members) {
-        if (!known.contains(name)) {
-            complain(member.line, unknownWord(name, QStringLiteral("field of %1").arg(m_what), known));
-        }
+    const auto unknown = std::find_if(m_members->begin(), m_members->end(),
+                                      [&known](const auto& entry) { return !known.contains(entry.first); });
+    if (unknown != m_members->end()) {
+        complain(unknown->second.line,
+                 unknownWord(unknown->first, QStringLiteral("field of %1").arg(m_what), known));
     }
 }
 
@@ -64,8 +85,13 @@ void ObjectReader::require(const char* name)
     }
 }
 
+QString ObjectReader::memberText(const char* name) const
+{
+    return QStringLiteral("\"%1\" of %2").arg(QLatin1String(name), m_what);
+}
+
 template <typename Type>
-const Type* ObjectReader::typed(const char* name, const char* type)
+const Type* ObjectReader::typed(const char* name, const QString& type)
 {
     const JsonValue* value = member(name);
     if (value == nullptr) {
@@ -73,35 +99,38 @@ const Type* ObjectReader::typed(const char* name, const char* type)
     }
     const auto* content = value->as<Type>();
     if (content == nullptr) {
-        complain(value->line,
-                 QStringLiteral("\"%1\" of %2 has to be %3")
-                     .arg(QLatin1String(name), m_what, QLatin1String(type)));
+        complain(value->line, QStringLiteral("%1 has to be %2").arg(memberText(name), type));
     }
     return content;
 }
 
 std::optional<QString> ObjectReader::text(const char* name)
 {
-    const auto* content = typed<QString>(name, "a text");
+    const auto* content = typed<QString>(name, QStringLiteral("a text"));
+    if (content != nullptr && content->contains(QChar(0))) { // the end of a text on D-Bus
+        complain(
+            lineOf(name),
+            QStringLiteral("%1 has the character \"\\u0000\", which no text can hold").arg(memberText(name)));
+    }
     return content != nullptr ? std::optional<QString>(*content) : std::nullopt;
 }
 
 std::optional<bool> ObjectReader::truth(const char* name)
 {
-    const auto* content = typed<bool>(name, "true or false");
+    const auto* content = typed<bool>(name, QStringLiteral("true or false"));
     return content != nullptr ? std::optional<bool>(*content) : std::nullopt;
 }
 
 std::optional<double> ObjectReader::number(const char* name, double least, double most)
 {
-    const auto* content = typed<double>(name, "a number");
+    const auto* content = typed<double>(name, QStringLiteral("a number"));
     if (content == nullptr) {
         return {};
     }
     if (*content < least || *content > most) {
         complain(lineOf(name),
-                 QStringLiteral("\"%1\" of %2 is %3 but has to be from %4 to %5")
-                     .arg(QLatin1String(name), m_what)
+                 QStringLiteral("%1 is %2 but has to be from %3 to %4")
+                     .arg(memberText(name))
                      .arg(*content)
                      .arg(least)
                      .arg(most));
@@ -110,13 +139,27 @@ std::optional<double> ObjectReader::number(const char* name, double least, doubl
     return *content;
 }
 
+std::optional<int> ObjectReader::wholeNumber(const char* name, int least, int most)
+{
+    const auto content = number(name, least, most);
+    if (!content) {
+        return {};
+    }
+    if (std::trunc(*content) != *content) {
+        complain(lineOf(name),
+                 QStringLiteral("%1 is %2 but has to be a whole number").arg(memberText(name)).arg(*content));
+        return {};
+    }
+    return static_cast<int>(*content);
+}
+
 std::optional<QString> ObjectReader::word(const char* name, const QStringList& words)
 {
     std::optional<QString> content = text(name);
     if (content && !words.contains(*content)) {
         complain(
             lineOf(name),
-            QStringLiteral("\"%1\" of %2: ").arg(QLatin1String(name), m_what)
+            QStringLiteral("%1: ").arg(memberText(name))
                 + unknownWord(*content, QStringLiteral("%1 that is known").arg(QLatin1String(name)), words));
         return {};
     }
@@ -125,7 +168,7 @@ std::optional<QString> ObjectReader::word(const char* name, const QStringList& w
 
 const JsonValue::Elements* ObjectReader::list(const char* name)
 {
-    return typed<JsonValue::Elements>(name, "a list, \"[ … ]\"");
+    return typed<JsonValue::Elements>(name, QStringLiteral("a list, \"[ … ]\""));
 }
 
 } // namespace bt

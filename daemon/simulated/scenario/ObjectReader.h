@@ -13,8 +13,10 @@ namespace bt {
 class ObjectReader
 {
 public:
-    /// \a what the object is, for messages: "a device". \a known: the members that it may have.
+    /// \a what the object is, for messages: "a scenario". \a known: the members that it may have.
     ObjectReader(const JsonValue& value, QString what, const QStringList& known, TextProblem& problem);
+
+    [[nodiscard]] const QString& what() const { return m_what; }
 
     [[nodiscard]] const JsonValue* member(const char* name) const;
     [[nodiscard]] int lineOf(const char* name) const;
@@ -23,6 +25,8 @@ public:
     std::optional<bool> truth(const char* name);
     /// A number from \a least to \a most.
     std::optional<double> number(const char* name, double least, double most);
+    /// A number without a fraction.
+    std::optional<int> wholeNumber(const char* name, int least, int most);
     /// One of the words.
     std::optional<QString> word(const char* name, const QStringList& words);
     /// What the elements of a list are; none when the member is missing.
@@ -34,7 +38,9 @@ public:
 
 private:
     template <typename Type>
-    const Type* typed(const char* name, const char* type);
+    const Type* typed(const char* name, const QString& type);
+    /// "rssi" of what the object is.
+    [[nodiscard]] QString memberText(const char* name) const;
 
     const JsonValue& m_value;
     const JsonValue::Members* m_members;
@@ -42,7 +48,7 @@ private:
     TextProblem& m_problem;
 };
 
-/// \a text in quotation marks, and what it was probably meant to be.
+/// That \a text is none of the words, and which of them it was probably meant to be.
 [[nodiscard]] QString unknownWord(const QString& text, const QString& role, const QStringList& words);
 
 } // namespace bt

@@ -17,6 +17,38 @@ const QString& suffix()
     return text;
 }
 
+constexpr qint64 LargestScenario = 16LL * 1024 * 1024;
+constexpr qint64 LargestRecording = 256LL * 1024 * 1024; // some days of a busy radio
+
+bool isRecording(const QString& path)
+{
+    return path.endsWith(QLatin1String(".rec"));
+}
+
+/// @return what is in the file, or why it cannot be had. Nobody has to wait for a pipe or a device.
+std::variant<QByteArray, QString> contentOf(const QString& path)
+{
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile()) {
+        return QStringLiteral("%1 is no regular file; a scenario or a recording has to be one").arg(path);
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString());
+    }
+    const qint64 largest = isRecording(path) ? LargestRecording : LargestScenario;
+    QByteArray content = file.read(largest + 1);
+    if (file.error() != QFileDevice::NoError) {
+        return QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString());
+    }
+    if (content.size() > largest) {
+        return QStringLiteral("%1 is too large; %2 MiB are the most that it may have")
+            .arg(path)
+            .arg(largest / (1024LL * 1024));
+    }
+    return content;
+}
+
 } // namespace
 
 QString scenarioFolder()
@@ -63,18 +95,18 @@ std::pair<QString, QString> findScenario(const QString& nameOrPath)
 std::variant<Scenario, RecordedRun, QString> loadScenario(const QString& path)
 {
     using Loaded = std::variant<Scenario, RecordedRun, QString>;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString());
+    const auto found = contentOf(path);
+    if (const auto* problem = std::get_if<QString>(&found)) {
+        return *problem;
     }
+    const auto& content = std::get<QByteArray>(found);
     const auto finish = [&path](const auto& read) -> Loaded {
         if (const auto* problem = std::get_if<TextProblem>(&read)) {
-            return QStringLiteral("%1:%2: %3").arg(path).arg(problem->line).arg(problem->text);
+            return path + QStringLiteral(":%1: ").arg(problem->line) + problem->text;
         }
         return std::get<0>(read);
     };
-    return path.endsWith(QLatin1String(".rec")) ? finish(readRecording(file.readAll()))
-                                                : finish(readScenario(file.readAll()));
+    return isRecording(path) ? finish(readRecording(content)) : finish(readScenario(content));
 }
 
 QString problemOf(const QString& nameOrPath)

@@ -15,9 +15,6 @@ namespace bt {
 /// The same of one device alone.
 [[nodiscard]] std::variant<SimulatedDevice, TextProblem> readDevice(const QByteArray& text);
 
-/// Makes the device what one of ScenarioVocabulary::roles() says.
-void applyRole(SimulatedDevice& device, const QString& role);
-
 /// The names that may stand in an object of a scenario file.
 struct ScenarioVocabulary
 {
