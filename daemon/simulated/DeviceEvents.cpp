@@ -2,16 +2,35 @@
 #include "AddressHelper.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
+#include "text/Quoted.h"
+
+#include <utility>
 
 namespace bt {
 
+namespace {
+
+/// Its name, unless there is none that can be read.
+QString titleOf(const SimulatedDevice& device)
+{
+    const bool isReadable = text::quoted(device.name).size() == device.name.size() + 2;
+    return isReadable && !device.name.isEmpty() ? device.name : AddressHelper::int2str(device.address);
+}
+
+} // namespace
+
 Outcome SimulatedRadio::notThere(qulonglong address) const
 {
-    if (m_room.find(address) != nullptr) {
-        return {};
+    const auto found = m_room.devices().find(address);
+    if (found == m_room.devices().end()) {
+        return Refusal{ Error::InvalidArgument,
+                        QStringLiteral("there is no device %1").arg(AddressHelper::int2str(address)) };
     }
-    return Refusal{ Error::InvalidArgument,
-                    QStringLiteral("there is no device %1").arg(AddressHelper::int2str(address)) };
+    if (!found->second.present) {
+        return Refusal{ Error::Failed,
+                        QStringLiteral("%1 is away; it has to return first").arg(titleOf(found->second)) };
+    }
+    return {};
 }
 
 void SimulatedRadio::pairAsInRoom()
@@ -33,15 +52,21 @@ Outcome SimulatedRadio::addDevice(const SimulatedDevice& device)
                             .arg(AddressHelper::int2str(device.address)) };
     }
     m_room.put(device);
+    if (device.paired) {
+        m_paired.add(device.address, device.name);
+    }
     return {};
 }
 
 Outcome SimulatedRadio::removeDevice(qulonglong address)
 {
-    if (Outcome missing = notThere(address)) {
-        return missing;
+    SimulatedDevice* device = m_room.known(address);
+    if (device == nullptr) {
+        return notThere(address);
     }
-    m_room.find(address)->present = false;
+    if (!std::exchange(device->present, false)) {
+        return Refusal{ Error::Failed, QStringLiteral("%1 is away already").arg(titleOf(*device)) };
+    }
     m_paired.drop(address);
     return {};
 }
@@ -52,7 +77,9 @@ Outcome SimulatedRadio::returnDevice(qulonglong address)
     if (device == nullptr) {
         return notThere(address);
     }
-    device->present = true;
+    if (std::exchange(device->present, true)) {
+        return Refusal{ Error::Failed, QStringLiteral("%1 is there already").arg(titleOf(*device)) };
+    }
     return {};
 }
 
@@ -69,17 +96,20 @@ Outcome SimulatedRadio::moveDevice(qulonglong address, int signalStrength, std::
 
 Outcome SimulatedRadio::deviceConnects(qulonglong address)
 {
-    if (Outcome refused = notOn()) {
-        return refused;
-    }
     if (Outcome missing = notThere(address)) {
         return missing;
+    }
+    if (Outcome refused = notOn()) {
+        return refused;
     }
     return m_paired.acceptConnection(address);
 }
 
 Outcome SimulatedRadio::deviceDrops(qulonglong address)
 {
+    if (Outcome missing = notThere(address)) {
+        return missing;
+    }
     for (const PairEntry& entry : pairs().entries) {
         if (entry.address == address && entry.connectionState != NotConnected) {
             m_paired.drop(address);
@@ -92,11 +122,11 @@ Outcome SimulatedRadio::deviceDrops(qulonglong address)
 
 Outcome SimulatedRadio::deviceAsksToPair(qulonglong address)
 {
-    if (Outcome refused = notOn()) {
-        return refused;
-    }
     if (Outcome missing = notThere(address)) {
         return missing;
+    }
+    if (Outcome refused = notOn()) {
+        return refused;
     }
     if (Outcome busy = busyPairing(QStringLiteral("one pairing at a time"))) {
         return busy;
@@ -112,6 +142,9 @@ Outcome SimulatedRadio::deviceAsksToPair(qulonglong address)
 
 Outcome SimulatedRadio::deviceAnswers(qulonglong address, bool accepts)
 {
+    if (Outcome missing = notThere(address)) {
+        return missing;
+    }
     if (!m_pairing || m_pairing->address() != address) {
         return Refusal{
             Error::NothingPending,

@@ -56,7 +56,7 @@ struct SimulatedDevice
     bool companion = false;
     /// A Wi-FED: a command socket opens with its connection.
     bool wifed = false;
-    /// Paired when the simulation begins, unless pairings of an earlier run are known.
+    /// Paired when the simulation begins, unless pairings of an earlier run are known, or when it is added.
     bool paired = false;
     /// Whether it is there.
     bool present = true;

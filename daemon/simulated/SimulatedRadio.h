@@ -40,6 +40,7 @@ public:
     void pairAsInRoom();
 
     // What the devices do by themselves. Refused when it cannot happen.
+    /// It is paired at once when it says so, whether the radio is on or not.
     Outcome addDevice(const SimulatedDevice& device);
     /// It goes away, and with it its connection.
     Outcome removeDevice(qulonglong address);

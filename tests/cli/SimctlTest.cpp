@@ -127,6 +127,7 @@ void SimctlTest::addsDevices_data()
     QTest::newRow("code") << QStringList{ "--code" } << "code" << QJsonArray{ "plain" };
     QTest::newRow("that code") << QStringList{ "--code", "000000" } << "code" << QJsonArray{ "plain" };
     QTest::newRow("refuses") << QStringList{ "--refuses" } << "refuses" << QJsonArray{ "plain" };
+    QTest::newRow("paired") << QStringList{ "--paired", "--pin", "1" } << "pin" << QJsonArray{ "plain" };
     QTest::newRow("times out") << QStringList{ "--times-out" } << "times-out" << QJsonArray{ "plain" };
     QTest::newRow("headset") << QStringList{ "--headset", "--confirmation" } << "confirmation"
                              << QJsonArray{ "headset" };
@@ -150,6 +151,7 @@ void SimctlTest::addsDevices()
     QCOMPARE(lamp.value("class").toInt(), 0x540);
     QCOMPARE(lamp.value("pairing").toString(), pairing);
     QCOMPARE(lamp.value("is").toArray(), is);
+    QCOMPARE(lamp.value("paired").toBool(), options.contains("--paired"));
 }
 
 void SimctlTest::devicesDoThings()
@@ -171,9 +173,12 @@ void SimctlTest::devicesDoThings()
     QCOMPARE(device("0A:00:00:00:00:01").value("rssi").toInt(), -75);
     QCOMPARE(change({ "remove", "Lamp" }), QString());
     QVERIFY(!device("0A:00:00:00:00:01").value("present").toBool());
-    QCOMPARE(change({ "connect", "Lamp" }),
-             QStringLiteral("1: simctl: there is no device 0A:00:00:00:00:01\n"));
+    QCOMPARE(change({ "remove", "Lamp" }), QStringLiteral("1: simctl: Lamp is away already\n"));
+    for (const char* command : { "connect", "drop", "pair-request" })
+        QCOMPARE(change({ command, "Lamp" }),
+                 QStringLiteral("1: simctl: Lamp is away; it has to return first\n"));
     QCOMPARE(change({ "return", "Lamp" }), QString());
+    QCOMPARE(change({ "return", "Lamp" }), QStringLiteral("1: simctl: Lamp is there already\n"));
     QCOMPARE(change({ "connect", "Lamp" }), QString());
     QVERIFY(simctl({ "devices" }).out.contains("connected"));
     QCOMPARE(change({ "answer", address, "refuse" }),
@@ -228,10 +233,11 @@ void SimctlTest::saysWhatIsWrong_data()
     row("nothing", {}, 2, "see simctl --help");
     row("unknown subcommand", { "explode" }, 2, "\"explode\" is no subcommand; see simctl --help");
     row("no such device", { "drop", "Hedset" }, 3, R"(no device "Hedset"; did you mean "Headset"?)");
-    row("nothing like it", { "drop", "0B:00:00:00:00:01" }, 3, "no device \"0B:00:00:00:00:01\"");
+    row("nothing like it", { "drop", "Toaster" }, 3, "no device \"Toaster\"");
+    row("address like another", { "drop", "0b:11:22:33:44:01" }, 3, "did you mean \"00:11:22:33:44:01\"?");
     row("not connected", { "drop", "Headset" }, 1, "00:11:22:33:44:02 is not connected");
     row("not paired", { "connect", "Headset" }, 1, "is not paired");
-    row("address", { "add", "x", "--address", "0A" }, 2, R"("address" of a device is "0A")");
+    row("address", { "add", "x", "--address", "0A" }, 2, R"("address" of "x" is "0A")");
     row("there already", { "add", "x", "--address", "00:11:22:33:44:01" }, 1, "there is a device");
     row("two ways to pair", { "add", "x", "--address", "0A:00:00:00:00:01", "--code", "--pin", "1" }, 2,
         "--pin");

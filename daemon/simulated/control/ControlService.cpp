@@ -4,38 +4,29 @@
 #include "BusFront.h"
 #include "ControlNames.h"
 #include "DeviceRecord.h"
+#include "Quantities.h"
 #include "ScenarioReader.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
 #include "simulationadaptor.h"
 #include "text/NearestWord.h"
+#include "text/Quoted.h"
 
 #include <QDBusMessage>
 #include <QDBusMetaType>
 
-#include <cmath>
-
 namespace bt {
 
 namespace {
-
-constexpr double LongestStep = 86'400; // seconds
-constexpr int WeakestSignal = -127;
-constexpr int StrongestSignal = 20;
 
 double seconds(std::chrono::milliseconds time)
 {
     return static_cast<double>(time.count()) / 1000;
 }
 
-std::chrono::milliseconds milliseconds(double seconds)
-{
-    return std::chrono::milliseconds(std::llround(seconds * 1000));
-}
-
 bool isDuration(double seconds)
 {
-    return seconds >= 0 && seconds <= LongestStep;
+    return seconds >= 0 && seconds <= LongestTime;
 }
 
 } // namespace
@@ -113,10 +104,11 @@ qulonglong ControlService::find(const QString& device)
     if (devices.count(address) != 0 && AddressHelper::int2str(address) == device.toUpper()) {
         return address;
     }
+    const bool meansAddress = device.contains(QLatin1Char(':'));
     QList<qulonglong> found;
-    QStringList names;
+    QStringList words;
     for (const auto& [key, value] : devices) {
-        names << (value.name.isEmpty() ? AddressHelper::int2str(key) : value.name);
+        words << (meansAddress || value.name.isEmpty() ? AddressHelper::int2str(key) : value.name);
         if (value.name == device && !device.isEmpty()) {
             found << key;
         }
@@ -124,12 +116,14 @@ qulonglong ControlService::find(const QString& device)
     if (found.size() == 1) {
         return found.first();
     }
-    const QString nearest = text::nearestWord(device, names);
-    refuse("NoSuchDevice",
-           !found.isEmpty() ? QStringLiteral("several devices are called \"%1\"; give an address").arg(device)
-               : nearest.isEmpty()
-               ? QStringLiteral("there is no device \"%1\"").arg(device)
-               : QStringLiteral("there is no device \"%1\"; did you mean \"%2\"?").arg(device, nearest));
+    const QString quoted = text::quoted(device);
+    const QString nearest = text::nearestWord(device, words);
+    refuse(
+        "NoSuchDevice",
+        !found.isEmpty() ? QStringLiteral("several devices are called %1; give an address").arg(quoted)
+            : nearest.isEmpty()
+            ? QStringLiteral("there is no device %1").arg(quoted)
+            : QStringLiteral("there is no device %1; did you mean %2?").arg(quoted, text::quoted(nearest)));
     return 0;
 }
 
