@@ -1,6 +1,9 @@
 #include "PairingStore.h"
 
 #include "AddressHelper.h"
+#include "DeviceReader.h"
+#include "ObjectReader.h"
+#include "text/Quoted.h"
 
 #include <QDebug>
 #include <QFile>
@@ -26,25 +29,40 @@ QByteArray textOf(const PairList& list)
     return QByteArray::fromStdString(text);
 }
 
-/// @return what is wrong with the text; empty when \a list is what it says.
-QString read(const QByteArray& text, PairList& list)
+PairEntry readDevice(const JsonValue& value, TextProblem& problem)
 {
-    try {
-        const Json document = Json::parse(text.constBegin(), text.constEnd());
-        for (const Json& device : document.at("paired")) {
-            PairEntry entry;
-            const QString address = QString::fromStdString(device.at("address").get<std::string>());
-            entry.address = AddressHelper::str2int(address);
-            entry.name = QString::fromStdString(device.at("name").get<std::string>());
-            if (AddressHelper::int2str(entry.address) != address) {
-                return QStringLiteral("\"%1\" is no device address").arg(address);
-            }
-            list.entries.append(entry);
-        }
-        return {};
-    } catch (const Json::exception& error) {
-        return QString::fromUtf8(error.what());
+    ObjectReader reader(value, QStringLiteral("a device"),
+                        { QStringLiteral("address"), QStringLiteral("name") }, problem);
+    reader.require("address");
+    reader.require("name");
+    const QString address = reader.text("address").value_or(QString());
+    PairEntry entry;
+    entry.address = addressFrom(address);
+    entry.name = reader.text("name").value_or(QString());
+    if (entry.address == 0) {
+        reader.complain(reader.lineOf("address"),
+                        QStringLiteral("%1 is no device address").arg(text::quoted(address)));
     }
+    return entry;
+}
+
+/// @return what is wrong with the text; nothing when \a list is what it says.
+TextProblem read(const QByteArray& text, PairList& list)
+{
+    const auto parsed = parseJson(text);
+    if (const auto* problem = std::get_if<TextProblem>(&parsed)) {
+        return *problem;
+    }
+    TextProblem problem;
+    ObjectReader reader(std::get<JsonValue>(parsed), QStringLiteral("the file"), { QStringLiteral("paired") },
+                        problem);
+    reader.require("paired");
+    if (const auto* devices = reader.list("paired")) {
+        for (const JsonValue& device : *devices) {
+            list.entries.append(readDevice(device, problem));
+        }
+    }
+    return problem;
 }
 
 } // namespace
@@ -61,9 +79,9 @@ std::optional<PairList> PairingStore::load()
     }
     const QByteArray text = file.readAll();
     PairList list;
-    const QString problem = read(text, list);
-    if (!problem.isEmpty()) {
-        setAside(problem);
+    const TextProblem problem = read(text, list);
+    if (!problem.text.isEmpty()) {
+        setAside(QStringLiteral("line %1: ").arg(problem.line) + problem.text);
         return {};
     }
     m_written = text;

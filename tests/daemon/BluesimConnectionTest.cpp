@@ -157,8 +157,9 @@ void BluesimConnectionTest::setsADamagedFileAside_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QString>("reason");
-    QTest::newRow("cut off") << QByteArray("{ \"paired\": [") << "line 1, column 14";
-    QTest::newRow("no list") << QByteArray("{}") << "'paired' not found";
+    QTest::newRow("cut off") << QByteArray("{ \"paired\": [")
+                             << "line 1: this is no JSON: it ends while the bracket";
+    QTest::newRow("no list") << QByteArray("{}") << "the file needs \"paired\"";
     QTest::newRow("no address") << QByteArray(R"({"paired":[{"address":"near","name":"x"}]})")
                                 << "\"near\" is no device address";
 }
