@@ -10,6 +10,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QTimer>
 
 #include <cstdio>
@@ -20,7 +21,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto Patience = 20s;
+constexpr std::chrono::milliseconds DefaultPatience = 20s;
 
 const QString& simulationName()
 {
@@ -36,10 +37,10 @@ const QString& daemonName()
 
 /// Waits for a signal after which a condition holds; the condition may hold already.
 template <typename Connect>
-bool waitUntil(const std::function<bool()>& holds, Connect connectTo)
+bool waitUntil(const std::function<bool()>& holds, std::chrono::milliseconds patience, Connect connectTo)
 {
     QEventLoop loop;
-    QTimer::singleShot(Patience, &loop, &QEventLoop::quit);
+    QTimer::singleShot(patience, &loop, &QEventLoop::quit);
     bool held = false;
     const auto check = [&] {
         held = holds();
@@ -60,10 +61,10 @@ bool isOnTheBus(const QString& name)
     return QDBusConnection::systemBus().interface()->isServiceRegistered(name);
 }
 
-bool waitForName(const QString& name, bool there)
+bool waitForName(const QString& name, bool there, std::chrono::milliseconds patience)
 {
     QDBusServiceWatcher watcher(name, QDBusConnection::systemBus(), QDBusServiceWatcher::WatchForOwnerChange);
-    return waitUntil([&] { return isOnTheBus(name) == there; },
+    return waitUntil([&] { return isOnTheBus(name) == there; }, patience,
                      [&](QEventLoop& loop, const auto& check) {
                          QObject::connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, &loop, check);
                      });
@@ -81,6 +82,8 @@ struct SimulatedWorld::Parts
     world::World world;
     std::unique_ptr<KELClientInterface> client;
     std::unique_ptr<world::ChildProcess> ownDaemon;
+    std::chrono::milliseconds patience = DefaultPatience;
+    QString checkedScenario = SimulationOptions().scenario;
     bool hasBuses = false;
 };
 
@@ -97,8 +100,16 @@ bool SimulatedWorld::succeed(const QString& problem)
     return problem.isEmpty();
 }
 
+void SimulatedWorld::setPatience(std::chrono::milliseconds patience)
+{
+    m_parts->patience = patience;
+}
+
 bool SimulatedWorld::start(const SimulationOptions& options)
 {
+    if (!checkScenario(options.scenario)) {
+        return false;
+    }
     qputenv("BLUESIM_SCENARIO", QFile::encodeName(options.scenario));
     qputenv("BLUESIM_SEED", QByteArray::number(options.seed));
     qputenv("BLUESIM_PAUSED", options.isPaused ? "1" : "0");
@@ -111,7 +122,8 @@ bool SimulatedWorld::start(const SimulationOptions& options)
         }
     } else {
         m_parts->world.stopHost();
-        if (!waitForName(daemonName(), false) || !waitForName(simulationName(), false)) {
+        if (!waitForName(daemonName(), false, m_parts->patience)
+            || !waitForName(simulationName(), false, m_parts->patience)) {
             return succeed(QStringLiteral("an earlier daemon does not leave the bus"));
         }
         QFile::remove(qEnvironmentVariable("BLUESIM_STATE"));
@@ -125,9 +137,29 @@ bool SimulatedWorld::start(const SimulationOptions& options)
     return text(QStringLiteral("enabled")) != QLatin1String("true") || set(QStringLiteral("enabled"), false);
 }
 
+// The radio itself would say so only when it is switched on.
+bool SimulatedWorld::checkScenario(const QString& scenario)
+{
+    if (scenario.isEmpty() || scenario == m_parts->checkedScenario) {
+        return succeed({});
+    }
+    QProcess check;
+    check.start(world::World::binFolder() + QStringLiteral("/bluesim"),
+                { QStringLiteral("--check-scenario"), scenario });
+    if (!check.waitForFinished()) {
+        return succeed(check.errorString());
+    }
+    if (check.exitCode() != 0) {
+        return succeed(QString::fromUtf8(check.readAllStandardError()).trimmed());
+    }
+    m_parts->checkedScenario = scenario;
+    return succeed({});
+}
+
 bool SimulatedWorld::waitForSimulation()
 {
-    return waitForName(daemonName(), true) && waitForName(simulationName(), true)
+    return waitForName(daemonName(), true, m_parts->patience)
+            && waitForName(simulationName(), true, m_parts->patience)
         ? succeed({})
         : succeed(QStringLiteral("no simulated radio came: %1").arg(m_parts->world.output()));
 }
@@ -184,8 +216,14 @@ QString SimulatedWorld::text(const QString& item)
 bool SimulatedWorld::isApplicable(const QString& item)
 {
     const auto found = m_parts->client->list({ QStringLiteral("bluetooth:") + item });
-    return succeed(found ? QString() : found.error().message) && found->items.size() == 1
-        && found->items.first().properties.value(QStringLiteral("applicable")).toBool();
+    if (!found) {
+        return succeed(found.error().message);
+    }
+    if (found->items.size() != 1) {
+        return succeed(QStringLiteral("bluetooth has no item \"%1\"").arg(item));
+    }
+    m_problem.clear();
+    return found->items.first().properties.value(QStringLiteral("applicable")).toBool();
 }
 
 bool SimulatedWorld::set(const QString& item, const QVariant& value)
@@ -200,44 +238,89 @@ bool SimulatedWorld::trigger(const QString& action, const QString& text)
     return succeed(reply ? QString() : reply.error().message);
 }
 
+bool SimulatedWorld::waitForItem(const std::function<bool()>& holds)
+{
+    if (holds()) {
+        return true;
+    }
+    if (!m_problem.isEmpty()) { // there is no such item, or nobody answers
+        return false;
+    }
+    return m_parts->client->watch()
+        && waitUntil(holds, m_parts->patience, [&](QEventLoop& loop, const auto& check) {
+               QObject::connect(m_parts->client.get(), &KELClientInterface::changed, &loop, check);
+           });
+}
+
 bool SimulatedWorld::waitFor(const QString& item, const QString& value)
 {
-    const bool held = m_parts->client->watch()
-        && waitUntil([&] { return text(item) == value; },
-                     [&](QEventLoop& loop, const auto& check) {
-                         QObject::connect(m_parts->client.get(), &KELClientInterface::changed, &loop, check);
-                     });
-    return held ? succeed({}) : succeed(QStringLiteral("%1 is \"%2\"").arg(item, text(item)));
+    return waitForItem([&] { return text(item) == value && m_problem.isEmpty(); }) || fail(item);
 }
 
 bool SimulatedWorld::waitForApplicable(const QString& item, bool applicable)
 {
-    return m_parts->client->watch()
-        && waitUntil([&] { return isApplicable(item) == applicable; },
-                     [&](QEventLoop& loop, const auto& check) {
-                         QObject::connect(m_parts->client.get(), &KELClientInterface::changed, &loop, check);
-                     });
+    if (waitForItem([&] { return isApplicable(item) == applicable && m_problem.isEmpty(); })) {
+        return true;
+    }
+    return m_problem.isEmpty()
+        ? succeed(QStringLiteral("%1 %2").arg(item, QLatin1String(applicable ? "does not apply" : "applies")))
+        : false;
+}
+
+bool SimulatedWorld::fail(const QString& item, const QString& reason)
+{
+    const QString value = text(item);
+    if (m_problem.isEmpty()) {
+        m_problem = QStringLiteral("%1 is \"%2\"").arg(item, value);
+    }
+    if (!reason.isEmpty()) {
+        m_problem += QStringLiteral("; ") + reason;
+    }
+    return false;
 }
 
 bool SimulatedWorld::stepUntil(const std::function<bool()>& holds)
 {
     constexpr double HalfASecond = 0.5;
-    return QTest::qWaitFor([&] { return step(HalfASecond) && holds(); },
-                           static_cast<int>(std::chrono::milliseconds(Patience).count()));
+    const bool held = QTest::qWaitFor([&] { return step(HalfASecond) && holds(); },
+                                      static_cast<int>(m_parts->patience.count()));
+    return held               ? succeed({})
+        : m_problem.isEmpty() ? succeed(QStringLiteral("it did not come about"))
+                              : false;
 }
 
 bool SimulatedWorld::stepUntil(const QString& item, const QString& value)
 {
-    return stepUntil([&] { return text(item) == value; })
-        || succeed(QStringLiteral("%1 is \"%2\"").arg(item, text(item)));
+    const auto holds = [&] {
+        return text(item) == value && m_problem.isEmpty();
+    };
+    if (!holds() && !m_problem.isEmpty()) {
+        return false;
+    }
+    if (stepUntil(holds)) {
+        return true;
+    }
+    const QString reason = m_problem; // the item is asked for once more
+    return fail(item, reason);
+}
+
+QList<DaemonCall> SimulatedWorld::callsWithArguments() const
+{
+    QList<DaemonCall> calls;
+    const auto records = qdbus_cast<QList<QVariantMap>>(ask("Calls").arguments().value(0));
+    for (const QVariantMap& record : records) {
+        calls << DaemonCall{ record.value(QStringLiteral("time")).toDouble(),
+                             record.value(QStringLiteral("member")).toString(),
+                             qdbus_cast<QVariantList>(record.value(QStringLiteral("arguments"))) };
+    }
+    return calls;
 }
 
 QStringList SimulatedWorld::calls() const
 {
     QStringList members;
-    const auto records = qdbus_cast<QList<QVariantMap>>(ask("Calls").arguments().value(0));
-    for (const QVariantMap& record : records) {
-        members << record.value(QStringLiteral("member")).toString();
+    for (const DaemonCall& call : callsWithArguments()) {
+        members << call.member;
     }
     return members;
 }
@@ -254,7 +337,11 @@ QDBusMessage SimulatedWorld::ask(const char* method, const QVariantList& argumen
 bool SimulatedWorld::control(const char* method, const QVariantList& arguments)
 {
     const QDBusMessage reply = ask(method, arguments);
-    return succeed(reply.type() == QDBusMessage::ErrorMessage ? reply.errorMessage() : QString());
+    if (reply.type() != QDBusMessage::ErrorMessage) {
+        return succeed({});
+    }
+    return succeed(isOnTheBus(simulationName()) ? reply.errorMessage()
+                                                : QStringLiteral("no simulated radio is on the bus"));
 }
 
 int runInWorld(int& argc, char** argv, const QString& programs,

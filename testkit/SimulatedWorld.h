@@ -6,6 +6,7 @@
 #include <QTest>
 #include <QVariantList>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -21,9 +22,18 @@ namespace testkit {
 /// Who is around the simulated radio, and how it runs.
 struct SimulationOptions
 {
-    QString scenario = QStringLiteral("room"); ///< a name, or the path of a file
+    /// A name, or the path of a file; a recording as well. Empty is the simulation's default.
+    QString scenario = QStringLiteral("room");
     quint32 seed = 1; ///< the same number, the same run
     bool isPaused = true; ///< the simulated time passes by step() alone, so that a test has no race
+};
+
+/// One call of a method of the Bluetooth daemon.
+struct DaemonCall
+{
+    double time = 0; ///< simulated seconds
+    QString member; ///< the method, or "set NAME" for a property
+    QVariantList arguments;
 };
 
 /// A private world for a test program: buses, the host with the Bluetooth module, and the simulated radio,
@@ -35,7 +45,8 @@ struct SimulationOptions
 ///
 /// In CMake: find_package(bluetooth-testkit), and target_link_libraries(… bluetooth::testkit).
 ///
-/// Questions and changes that fail answer with an empty value or false; problem() then says why.
+/// Questions and changes that fail answer with an empty value or false; problem() then says why. What can be
+/// seen to be in vain, as waiting for an item that does not exist, fails at once.
 class SimulatedWorld
 {
 public:
@@ -48,6 +59,8 @@ public:
     /// this process leads to the world's buses (DBUS_SYSTEM_BUS_ADDRESS, DBUS_SESSION_BUS_ADDRESS) and
     /// programs (PATH), so that whatever the test starts is in the world as well.
     [[nodiscard]] bool start(const SimulationOptions& options = {});
+    /// How long to wait for anything before it counts as failed, in real time; 20 s unless it is set.
+    void setPatience(std::chrono::milliseconds patience);
 
     /// Has the module switch the radio on, and returns when it is.
     [[nodiscard]] bool switchOn();
@@ -68,6 +81,24 @@ public:
     /// For all that a client can do; declared in the header of the same name, of the package "ipc".
     [[nodiscard]] KELClientInterface& client();
 
+    // The devices around the radio, by address or name; as in simctl(1).
+    /// @param description as in a scenario file, like { "address": "0A:00:00:00:00:01", "name": "Lamp" }
+    [[nodiscard]] bool addDevice(const QString& description) { return control("AddDevice", { description }); }
+    [[nodiscard]] bool removeDevice(const QString& device) { return control("RemoveDevice", { device }); }
+    [[nodiscard]] bool returnDevice(const QString& device) { return control("ReturnDevice", { device }); }
+    /// @param rssi in dBm, reached after that many simulated seconds
+    [[nodiscard]] bool moveDevice(const QString& device, int rssi, double seconds = 0)
+    {
+        return control("MoveDevice", { device, rssi, seconds });
+    }
+    [[nodiscard]] bool dropDevice(const QString& device) { return control("DropDevice", { device }); }
+    [[nodiscard]] bool connectDevice(const QString& device) { return control("ConnectDevice", { device }); }
+    [[nodiscard]] bool requestPairing(const QString& device) { return control("RequestPairing", { device }); }
+    [[nodiscard]] bool answerPairing(const QString& device, bool accept)
+    {
+        return control("AnswerPairing", { device, accept });
+    }
+
     // The simulation.
     /// Lets simulated time pass; returns when every signal that fell due is on the bus.
     [[nodiscard]] bool step(double seconds) { return control("Step", { seconds }); }
@@ -78,6 +109,7 @@ public:
     [[nodiscard]] bool fault(const QStringList& fault) { return control("SetFault", { fault }); }
     /// The daemon's methods that were called, the oldest first.
     [[nodiscard]] QStringList calls() const;
+    [[nodiscard]] QList<DaemonCall> callsWithArguments() const;
     /// Any method of tov.sim.Radio1.
     [[nodiscard]] bool control(const char* method, const QVariantList& arguments);
     [[nodiscard]] QDBusMessage ask(const char* method, const QVariantList& arguments = {}) const;
@@ -93,7 +125,11 @@ private:
     struct Parts;
 
     [[nodiscard]] bool succeed(const QString& problem);
+    [[nodiscard]] bool checkScenario(const QString& scenario);
     [[nodiscard]] bool waitForSimulation();
+    [[nodiscard]] bool waitForItem(const std::function<bool()>& holds);
+    /// Says what an item is instead, and why. @return false
+    [[nodiscard]] bool fail(const QString& item, const QString& reason = {});
 
     std::unique_ptr<Parts> m_parts;
     QString m_problem;

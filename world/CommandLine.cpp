@@ -72,7 +72,10 @@ void describe(CLI::App& app, Options& options)
         ->capture_default_str();
     app.add_option("--scenario", options.scenario,
                    "the simulated radio's surroundings (a small room of devices)")
-        ->type_name("NAME|FILE");
+        ->type_name("NAME|FILE")
+        ->check([](const std::string& text) {
+            return text.empty() ? std::string("an empty text names no scenario") : std::string();
+        });
     app.add_option("--state", options.state, "where the host keeps its configs (fresh for each call)")
         ->type_name("DIR");
     app.add_option("--log", options.log,
@@ -172,8 +175,8 @@ Parsed complete(const Options& options, const std::vector<std::string>& command)
     line.isTour = options.tour;
     for (const std::string& word : command) {
         line.command << QFile::decodeName(word.c_str());
-        if (word.front() == '/') {
-            line.named << line.command.last();
+        if (word.find('/') != std::string::npos) {
+            line.named << absolute(word);
         }
     }
     if (line.command.isEmpty()) {

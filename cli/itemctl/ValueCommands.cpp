@@ -31,9 +31,12 @@ Expected<Selection> select(const Request& request, const QStringList& names, Wan
     for (const QString& name : names) {
         const auto found = findItem(*all, name, wanted);
         // What nobody knows may well be an item of the server that does not answer.
-        if (!found)
-            return servers->silent().empty() ? found.failure()
-                                             : Failure{ ExitStatus::NoAnswer, found.failure().message };
+        if (!found) {
+            return servers->silent().empty()
+                ? found.failure()
+                : Failure{ ExitStatus::NoAnswer,
+                           QStringLiteral("no server that answers has \"%1\"").arg(name) };
+        }
         items += (*all)[*found];
     }
     return Selection{ std::move(*servers), items };

@@ -29,12 +29,19 @@ const char* const FaultKinds = R"text(KIND:
   none                          nothing goes wrong any more
 SECONDS are real ones.)text";
 
+bool isCode(const std::string& text)
+{
+    return text.size() == 6 && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
 /// What CLI11 fills.
 struct Arguments
 {
     bool json = false;
     std::string device;
     std::vector<std::string> words;
+    std::string word; ///< of time
+    std::string number; ///< of time
     double seconds = 0;
     double timeout = 0;
     // of add
@@ -132,9 +139,16 @@ void Parser::addDevices()
 void Parser::addAdd()
 {
     CLI::App* app = add(Command::Add, "add", "A new device");
-    app->add_option("NAME", m_arguments.device, "Its name; \"\" when it never tells one")
-        ->required()
-        ->type_name("");
+    const CLI::Option* nameOption =
+        app->add_option("NAME", m_arguments.device, "Its name; \"\" when it never tells one")->type_name("");
+    // NAME is needed, but may stand behind --code, whose digits may be left out.
+    app->final_callback([this, nameOption] {
+        if (nameOption->count() > 0)
+            return;
+        if (m_arguments.code.empty() || isCode(m_arguments.code))
+            throw CLI::RequiredError("NAME");
+        m_arguments.device = std::exchange(m_arguments.code, {});
+    });
     app->add_option("--address", m_arguments.address, "Its address, like 00:11:22:33:44:55")
         ->required()
         ->type_name("ADDRESS");
@@ -177,12 +191,12 @@ void Parser::addOthers()
 {
     CLI::App* fault = add(Command::Fault, "fault", "Something goes wrong; without KIND: what does");
     fault->add_option("KIND", m_arguments.words, "The kind, and what belongs to it")->type_name("");
-    fault->footer(FaultKinds);
+    fault->footer(std::string(FaultKinds) + '\n' + Footer);
     add(Command::Calls, "calls", "The daemon's methods that were called, with arguments and times");
     CLI::App* time = add(Command::Time, "time", "Show the simulated time, or drive it");
-    time->add_option("WORD", m_arguments.words, "pause, resume, step SECONDS, or speed FACTOR")
-        ->type_name("")
-        ->expected(0, 2);
+    time->add_option("WORD", m_arguments.word, "pause, resume, step or speed")->type_name("");
+    time->add_option("NUMBER", m_arguments.number, "Of step: seconds; of speed: times real time")
+        ->type_name("");
     CLI::App* record =
         add(Command::Record, "record", "Write down what the daemon does, until Ctrl-C; any daemon");
     record->add_option("FILE", m_arguments.device, "The recording; its name ends with .rec")
@@ -191,8 +205,11 @@ void Parser::addOthers()
     record->add_option("--timeout", m_arguments.timeout, "End after this time")
         ->type_name("SECONDS")
         ->check(cli::checkSeconds);
-    // For the shells' completion: names and addresses of the devices.
-    add(Command::Names, "names", "The devices, for completion")->group("");
+    // For the shells' completion: names and addresses of the devices, or the members of the daemon's
+    // interface.
+    CLI::App* names = add(Command::Names, "names", "The devices, for completion");
+    names->add_option("KIND", m_arguments.words, "device or member");
+    names->group("");
 }
 
 QString Parser::description() const
@@ -242,6 +259,10 @@ Request Parser::request() const
     }
     for (const std::string& word : m_arguments.words)
         request.arguments << QString::fromStdString(word);
+    for (const std::string& word : { m_arguments.word, m_arguments.number }) {
+        if (!word.empty())
+            request.arguments << QString::fromStdString(word);
+    }
     if (request.command == Command::Record && chosen->get_option("--timeout")->count() > 0)
         request.timeout = cli::milliseconds(m_arguments.timeout);
     return request;

@@ -34,7 +34,7 @@ ExitStatus run(const Request& request, cli::Output& output)
     case Command::Devices:
         return runDevices(request, *simulation, output);
     case Command::Names:
-        return runNames(*simulation, output);
+        return runNames(request, *simulation, output);
     case Command::Fault:
         return runFault(request, *simulation, output);
     case Command::Calls:

@@ -11,7 +11,7 @@ cli::ExitStatus run(const Request& request, cli::Output& output);
 
 // The subcommands that need the simulation.
 cli::ExitStatus runDevices(const Request& request, const Simulation& simulation, cli::Output& output);
-cli::ExitStatus runNames(const Simulation& simulation, cli::Output& output);
+cli::ExitStatus runNames(const Request& request, const Simulation& simulation, cli::Output& output);
 cli::ExitStatus runDeviceChange(const Request& request, const Simulation& simulation, cli::Output& output);
 cli::ExitStatus runFault(const Request& request, const Simulation& simulation, cli::Output& output);
 cli::ExitStatus runCalls(const Request& request, const Simulation& simulation, cli::Output& output);

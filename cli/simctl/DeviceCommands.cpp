@@ -56,6 +56,9 @@ QStringList cells(const QVariantMap& device)
              stateText(device) };
 }
 
+/// Names come over the radio, and may be 248 bytes long; with --json they are whole.
+constexpr int WidestCell = 32;
+
 QStringList tableOf(const QList<QVariantMap>& devices)
 {
     QList<QStringList> rows;
@@ -65,7 +68,7 @@ QStringList tableOf(const QList<QVariantMap>& devices)
         widths.resize(static_cast<std::size_t>(rows.last().size()));
         for (int column = 0; column < rows.last().size(); ++column) {
             int& width = widths[static_cast<std::size_t>(column)];
-            width = std::max(width, cli::displayWidth(rows.last().at(column)));
+            width = std::max(width, std::min(cli::displayWidth(rows.last().at(column)), WidestCell));
         }
     }
     QStringList lines;
@@ -106,8 +109,15 @@ ExitStatus runDevices(const Request& request, const Simulation& simulation, cli:
     return written ? ExitStatus::Done : ExitStatus::Failed;
 }
 
-ExitStatus runNames(const Simulation& simulation, cli::Output& output)
+ExitStatus runNames(const Request& request, const Simulation& simulation, cli::Output& output)
 {
+    constexpr int CompletionPatience = 1000; // milliseconds; somebody is in the middle of a command line
+    simulation.proxy().setTimeout(CompletionPatience);
+    if (request.arguments.contains(QLatin1String("member"))) {
+        for (const QString& member : simulation.daemonMembers())
+            output.line(member);
+        return ExitStatus::Done;
+    }
     const auto devices = readDevices(simulation);
     if (!devices)
         return devices.failure().status;

@@ -32,7 +32,7 @@ struct Request
     Command command = Command::Devices;
     bool json = false;
     /// Of add the name; of the commands about a device that device, and what follows it; of fault and time
-    /// the words; of record the file.
+    /// the words; of record the file; of names what it names.
     QStringList arguments;
     QString description; ///< of add: the device as a JSON object
     double seconds = 0; ///< of move

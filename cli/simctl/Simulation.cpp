@@ -7,12 +7,16 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMetaType>
 #include <QDBusVariant>
+#include <QXmlStreamReader>
 
 namespace simctl {
 namespace {
 
 using cli::ExitStatus;
 using cli::Failure;
+
+/// How long the simulation may take to answer.
+constexpr int PatienceMilliseconds = 10'000;
 
 QDBusMessage propertyCall(const char* member, const char* name)
 {
@@ -51,12 +55,14 @@ cli::Expected<Simulation> Simulation::find()
                                        "\"itemctl set enabled true\" in \"./run\" starts one") };
     }
     qDBusRegisterMetaType<QList<QVariantMap>>();
-    return Simulation(std::make_shared<SimulationProxy>(bt::controlService(), bt::controlPath(), *bus));
+    auto proxy = std::make_shared<SimulationProxy>(bt::controlService(), bt::controlPath(), *bus);
+    proxy->setTimeout(PatienceMilliseconds);
+    return Simulation(std::move(proxy));
 }
 
 cli::Expected<QVariant> Simulation::property(const char* name) const
 {
-    const QDBusPendingReply<QDBusVariant> reply = m_proxy->connection().asyncCall(propertyCall("Get", name));
+    const QDBusPendingReply<QDBusVariant> reply = ask(propertyCall("Get", name));
     if (const Failure failure = failureOf(reply); failure.status != ExitStatus::Done)
         return failure;
     return reply.value().variant();
@@ -66,7 +72,36 @@ Failure Simulation::setProperty(const char* name, const QVariant& value) const
 {
     QDBusMessage call = propertyCall("Set", name);
     call << QVariant::fromValue(QDBusVariant(value));
-    return failureOf(QDBusPendingReply<>(m_proxy->connection().asyncCall(call)));
+    return failureOf(QDBusPendingReply<>(ask(call)));
+}
+
+QStringList Simulation::daemonMembers() const
+{
+    const QString daemon = QStringLiteral("com.qarn.bluetooth");
+    const QDBusPendingReply<QString> reply = ask(QDBusMessage::createMethodCall(
+        daemon, QStringLiteral("/com/qarn/Bluetooth"), QStringLiteral("org.freedesktop.DBus.Introspectable"),
+        QStringLiteral("Introspect")));
+    if (failureOf(reply).status != ExitStatus::Done)
+        return {};
+    QStringList members;
+    bool isOfDaemon = false;
+    for (QXmlStreamReader xml(reply.value()); !xml.atEnd();) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        const QString name = xml.attributes().value(QLatin1String("name")).toString();
+        if (xml.name() == QLatin1String("interface"))
+            isOfDaemon = name == daemon;
+        else if (isOfDaemon
+                 && (xml.name() == QLatin1String("signal") || xml.name() == QLatin1String("property")))
+            members << name;
+    }
+    members.removeDuplicates();
+    return members;
+}
+
+QDBusPendingCall Simulation::ask(const QDBusMessage& call) const
+{
+    return m_proxy->connection().asyncCall(call, m_proxy->timeout());
 }
 
 Failure Simulation::failureFrom(const QDBusError& error)
@@ -78,7 +113,8 @@ Failure Simulation::failureFrom(const QDBusError& error)
     else if (name == bt::controlError("InvalidArgument"))
         status = ExitStatus::Usage;
     else if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout)
-        status = ExitStatus::NoAnswer;
+        return { ExitStatus::NoAnswer,
+                 QStringLiteral("the simulation does not answer; it is stopped, or busy, or has ended") };
     else if (error.type() == QDBusError::ServiceUnknown || error.type() == QDBusError::Disconnected)
         status = ExitStatus::NoServer;
     return { status, error.message() };

@@ -4,6 +4,7 @@
 
 #include <QDBusConnection>
 #include <QDBusError>
+#include <QDBusPendingCall>
 #include <QDBusPendingReply>
 
 #include <memory>
@@ -26,6 +27,8 @@ public:
     [[nodiscard]] SimulationProxy& proxy() const { return *m_proxy; }
     /// One of its properties.
     [[nodiscard]] cli::Expected<QVariant> property(const char* name) const;
+    /// The signals and properties of the daemon that it plays.
+    [[nodiscard]] QStringList daemonMembers() const;
     /// Done, or why not.
     [[nodiscard]] cli::Failure setProperty(const char* name, const QVariant& value) const;
 
@@ -39,6 +42,8 @@ public:
     [[nodiscard]] static cli::Failure failureFrom(const QDBusError& error);
 
 private:
+    [[nodiscard]] QDBusPendingCall ask(const QDBusMessage& call) const;
+
     std::shared_ptr<SimulationProxy> m_proxy;
 };
 

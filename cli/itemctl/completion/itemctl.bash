@@ -1,4 +1,15 @@
 # bash completion for itemctl(1): subcommands, options, and the items that are on the bus now.
+# Offers the lines of standard input that begin with the word: whatever stands in one is never expanded, and comes
+# out quoted.
+_itemctl_offer()
+{
+    local word=$1 name quoted
+    while IFS= read -r name; do
+        printf -v quoted %q "$name"
+        [[ $quoted == "$word"* ]] && COMPREPLY+=("$quoted")
+    done
+}
+
 _itemctl()
 {
     local commands="list get set call watch wait describe servers top"
@@ -11,7 +22,7 @@ _itemctl()
     done
     case $prev in
         --server)
-            mapfile -t COMPREPLY < <(compgen -W "$(itemctl servers 2>/dev/null | sed 's/^tov\.base\.//; s/ .*//')" -- "$cur")
+            _itemctl_offer "$cur" < <(itemctl servers 2>/dev/null | sed 's/^tov\.base\.//; s/ .*//')
             return ;;
         --count|--timeout) return ;;
     esac
@@ -33,7 +44,7 @@ _itemctl()
         item=$prev
     fi
     if [[ -n $item ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(itemctl values "$item" 2>/dev/null)" -- "${cur#"$before"}")
+        _itemctl_offer "${cur#"$before"}" < <(itemctl values "$item" 2>/dev/null)
         # Readline replaces what follows the last word break, and "=" is one.
         [[ $COMP_WORDBREAKS == *=* ]] || COMPREPLY=("${COMPREPLY[@]/#/$before}")
         return
@@ -46,7 +57,7 @@ _itemctl()
         servers|top) return ;;
     esac
     # shellcheck disable=SC2086  # kinds are words
-    mapfile -t COMPREPLY < <(compgen -W "$(itemctl names $kinds 2>/dev/null)" -- "$cur")
+    _itemctl_offer "$cur" < <(itemctl names $kinds 2>/dev/null)
     [[ $command == wait ]] && compopt -o nospace
     __ltrim_colon_completions "$cur"
 }

@@ -1,4 +1,21 @@
 # bash completion for simctl(1): subcommands, options, and the devices that are around now.
+
+# Offers the lines of standard input that begin with the word. Devices choose their names: what stands in one is
+# never expanded, and comes out quoted.
+_simctl_offer()
+{
+    local word=$1 name quoted
+    while IFS= read -r name; do
+        case $word in
+            \"*) [[ $name == "${word:1}"* && $name != *[\"\$\`\\!]* ]] && COMPREPLY+=("$name") ;;
+            \'*) [[ $name == "${word:1}"* && $name != *\'* ]] && COMPREPLY+=("$name") ;;
+            *)
+                printf -v quoted %q "$name"
+                [[ $quoted == "$word"* ]] && COMPREPLY+=("$quoted") ;;
+        esac
+    done
+}
+
 _simctl()
 {
     local commands="devices add remove return move drop connect pair-request answer fault calls time record"
@@ -25,10 +42,11 @@ _simctl()
     case $command:$prev in
         :*) mapfile -t COMPREPLY < <(compgen -W "${commands// /$'\n'}" -- "$cur") ;;
         fault:fault) mapfile -t COMPREPLY < <(compgen -W $'stall\ncrash\nleave\nhandover\nignore-sigterm\nslow\nerror\npayload\nburst\nsilent-property\nnone' -- "$cur") ;;
+        fault:payload|fault:silent-property) _simctl_offer "$cur" < <(simctl names member 2>/dev/null) ;;
         time:time) mapfile -t COMPREPLY < <(compgen -W $'pause\nresume\nstep\nspeed' -- "$cur") ;;
         record:record) mapfile -t COMPREPLY < <(compgen -f -- "$cur") ;;
         remove:remove|return:return|move:move|drop:drop|connect:connect|pair-request:pair-request|answer:answer)
-            mapfile -t COMPREPLY < <(compgen -W "$(simctl names 2>/dev/null | sed 's/ /\\ /g')" -- "$cur")
+            _simctl_offer "$cur" < <(simctl names 2>/dev/null)
             __ltrim_colon_completions "$cur" ;;
         answer:*) mapfile -t COMPREPLY < <(compgen -W $'accept\nrefuse' -- "$cur") ;;
     esac
