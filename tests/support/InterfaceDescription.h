@@ -21,15 +21,12 @@ struct InterfaceDescription
         bool inside = false;
         while (!reader.atEnd()) {
             reader.readNext();
-            if (!reader.isStartElement() && !reader.isEndElement()) {
+            if (!reader.isStartElement() && !reader.isEndElement())
                 continue;
-            }
-            if (reader.name() == QLatin1String("interface")) {
-                inside =
-                    reader.isStartElement() && reader.attributes().value(QLatin1String("name")) == interface;
-            } else if (inside && reader.isStartElement()) {
+            if (reader.name() == "interface")
+                inside = reader.isStartElement() && reader.attributes().value("name") == interface;
+            else if (inside && reader.isStartElement())
                 result.add(reader);
-            }
         }
         return result;
     }
@@ -45,16 +42,15 @@ private:
     {
         const QXmlStreamAttributes attributes = reader.attributes();
         const QString kind = reader.name().toString();
-        const QString name = attributes.value(QLatin1String("name")).toString();
-        if (kind == QLatin1String("signal")) {
+        const QString name = attributes.value("name").toString();
+        if (kind == "signal") {
             signalLines << name + arguments(reader);
-        } else if (kind == QLatin1String("method")) {
+        } else if (kind == "method") {
             methodLines << name + arguments(reader);
-        } else if (kind == QLatin1String("property")) {
-            const QString type = attributes.value(QLatin1String("type")).toString();
-            propertySignatures << name + QLatin1Char(' ') + type;
-            propertyLines << attributes.value(QLatin1String("access")) + QLatin1Char(' ') + cppType(type)
-                    + QLatin1Char(' ') + name;
+        } else if (kind == "property") {
+            const QString type = attributes.value("type").toString();
+            propertySignatures << name + ' ' + type;
+            propertyLines << attributes.value("access") + ' ' + cppType(type) + ' ' + name;
         }
     }
 
@@ -62,21 +58,19 @@ private:
     {
         QStringList all;
         while (reader.readNextStartElement()) {
-            all << cppType(reader.attributes().value(QLatin1String("type")).toString()) + QLatin1Char(' ')
-                    + reader.attributes().value(QLatin1String("name"));
+            all << cppType(reader.attributes().value("type").toString()) + ' '
+                    + reader.attributes().value("name");
             reader.skipCurrentElement();
         }
-        return QLatin1Char('(') + all.join(QLatin1String(", ")) + QLatin1Char(')');
+        return '(' + all.join(", ") + ')';
     }
 
     static QString cppType(const QString& signature)
     {
-        if (signature == QLatin1String("a(tis)")) {
-            return QStringLiteral("ScanResults");
-        }
-        if (signature == QLatin1String("a(tsu)")) {
-            return QStringLiteral("PairList");
-        }
+        if (signature == "a(tis)")
+            return "ScanResults";
+        if (signature == "a(tsu)")
+            return "PairList";
         return QString::fromLatin1(QMetaType::typeName(QDBusMetaType::signatureToType(signature.toLatin1())));
     }
 };

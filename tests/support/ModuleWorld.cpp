@@ -14,8 +14,8 @@ QString ModuleWorld::start()
     if (!problem.isEmpty())
         return problem;
     m_daemon = std::make_unique<ScriptedDaemon>(m_world.systemBusAddress());
-    m_client = std::make_unique<KELClientInterface>(QStringLiteral("tov.base.bluetoothlauncher"),
-                                                    QDBusConnection::sessionBus());
+    m_client =
+        std::make_unique<KELClientInterface>("tov.base.bluetoothlauncher", QDBusConnection::sessionBus());
     return {};
 }
 
@@ -27,13 +27,13 @@ QVariant ModuleWorld::value(const QString& item) const
 
 QVariant ModuleWorld::property(const QString& item, const QString& name) const
 {
-    const auto found = m_client->list({ QStringLiteral("bluetooth:") + item });
+    const auto found = m_client->list({ "bluetooth:" + item });
     return found && found->items.size() == 1 ? found->items.first().properties.value(name) : QVariant();
 }
 
 bool ModuleWorld::isApplicable(const QString& item) const
 {
-    return property(item, QStringLiteral("applicable")).toBool();
+    return property(item, "applicable").toBool();
 }
 
 bool ModuleWorld::set(const QString& item, const QVariant& value) const
@@ -44,60 +44,87 @@ bool ModuleWorld::set(const QString& item, const QVariant& value) const
 QString ModuleWorld::trigger(const QString& action, const QString& text) const
 {
     const auto reply = m_client->trigger(action, text);
-    return reply ? *reply : QStringLiteral("?");
+    return reply ? *reply : "?";
+}
+
+QStringList ModuleWorld::scanRows() const
+{
+    return rows({ "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength" });
+}
+
+QStringList ModuleWorld::pairRows() const
+{
+    return rows({ "pairlistAddr", "pairlistName", "pairlistConnectionState" });
+}
+
+QStringList ModuleWorld::rows(const QStringList& ids) const
+{
+    const auto items = m_client->list({ "bluetooth:scanresults*", "bluetooth:pairlist*" });
+    if (!items)
+        return { items.error().message };
+    QHash<QString, QString> values;
+    for (const ipc::ItemRecord& item : items->items)
+        values.insert(item.properties["id"].toString() + item.properties["index"].toString(),
+                      item.properties["value"].toString());
+    QStringList rows;
+    for (int i = 0; i < 32; ++i) {
+        const QString index = QString::number(i);
+        rows << values[ids[0] + index] + '|' + values[ids[1] + index] + '|' + values[ids[2] + index];
+    }
+    while (!rows.isEmpty() && rows.last() == "||0")
+        rows.removeLast();
+    return rows;
 }
 
 bool ModuleWorld::daemonAppears()
 {
-    m_daemon->answer(QStringLiteral("confirmationCode"), { QStringLiteral("appeared") });
+    m_daemon->answer("confirmationCode", { "appeared" });
     if (!m_daemon->appear())
         return false;
     // Everything of the registration happens in one turn of the host, so that the next answer comes after it.
-    return QTest::qWaitFor(
-        [this] { return text(QStringLiteral("confirmationcode")) == QStringLiteral("appeared"); });
+    return QTest::qWaitFor([this] { return text("confirmationcode") == "appeared"; });
 }
 
 bool ModuleWorld::daemonLeaves()
 {
     m_daemon->leave();
-    return QTest::qWaitFor([this] { return !isApplicable(QStringLiteral("scan")); });
+    return QTest::qWaitFor([this] { return !isApplicable("scan"); });
 }
 
 bool ModuleWorld::settle()
 {
     const QString fence = QString::number(++m_fence);
-    m_daemon->send(QStringLiteral("confirmationCodeChanged"), fence);
-    return QTest::qWaitFor([&] { return text(QStringLiteral("confirmationcode")) == fence; });
+    m_daemon->send("confirmationCodeChanged", fence);
+    return QTest::qWaitFor([&] { return text("confirmationcode") == fence; });
 }
 
 int ModuleWorld::countInOutput(const QString& line) const
 {
-    return m_world.output().split(QLatin1Char('\n')).count(line);
+    return m_world.output().split('\n').count(line);
 }
 
 QList<pid_t> ModuleWorld::hostChildren() const
 {
-    QFile file(QStringLiteral("/proc/%1/task/%1/children").arg(m_world.hostPid()));
+    QFile file(QString("/proc/%1/task/%1/children").arg(m_world.hostPid()));
     QList<pid_t> children;
     if (file.open(QIODevice::ReadOnly)) {
         const QList<QByteArray> pids = file.readAll().simplified().split(' ');
-        for (const QByteArray& pid : pids) {
+        for (const QByteArray& pid : pids)
             if (!pid.isEmpty())
                 children.append(pid.toInt());
-        }
     }
     return children;
 }
 
 bool isZombie(pid_t pid)
 {
-    QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
+    QFile file(QString("/proc/%1/stat").arg(pid));
     return file.open(QIODevice::ReadOnly) && file.readAll().contains(") Z ");
 }
 
 QList<ControllerRun> controllerRuns()
 {
-    QFile file(QStringLiteral("/tmp/controller.runs"));
+    QFile file("/tmp/controller.runs");
     QList<ControllerRun> runs;
     if (!file.open(QIODevice::ReadOnly))
         return runs;

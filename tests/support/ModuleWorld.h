@@ -1,15 +1,14 @@
 #pragma once
 
+#include "PrivateView.h"
 #include "ScriptedDaemon.h"
 #include "client/KELClientInterface.h"
 #include "world/World.h"
 
-#include <QCoreApplication>
 #include <QTest>
 
 #include <sys/types.h>
 
-#include <cstdio>
 #include <memory>
 
 /// The module in its real host on private buses, seen from both sides: its items as a client sees them, and
@@ -38,6 +37,10 @@ public:
     /// The action's reply text; "?" when it could not be triggered.
     [[nodiscard]] QString trigger(const QString& action, const QString& text = {}) const;
 
+    /// The rows of a list of devices up to the last that is in use, each as "address|name|detail".
+    [[nodiscard]] QStringList scanRows() const;
+    [[nodiscard]] QStringList pairRows() const;
+
     /// Takes the daemon to the bus, or from it, and waits until the module has followed.
     [[nodiscard]] bool daemonAppears();
     [[nodiscard]] bool daemonLeaves();
@@ -50,6 +53,8 @@ public:
     [[nodiscard]] QList<pid_t> hostChildren() const;
 
 private:
+    [[nodiscard]] QStringList rows(const QStringList& ids) const;
+
     const world::PrivateFilesystem& m_filesystem;
     world::World m_world;
     std::unique_ptr<ScriptedDaemon> m_daemon;
@@ -71,29 +76,44 @@ struct ControllerRun
 };
 [[nodiscard]] QList<ControllerRun> controllerRuns();
 
-/// main() of a test class that is constructed with a ModuleWorld&. 77, which counts as skipped, where no
-/// private view of the file system can be had.
+/// What every test class in a ModuleWorld has.
+class ModuleTest : public QObject
+{
+public:
+    explicit ModuleTest(ModuleWorld& world)
+        : m_world(world)
+        , m_daemon(world.daemon())
+    {
+    }
+
+protected:
+    ModuleWorld& m_world;
+    ScriptedDaemon& m_daemon;
+};
+
+/// main() of such a class.
 template <typename Test>
 int runInModuleWorld(int argc, char** argv)
 {
-    world::PrivateFilesystem filesystem;
-    // Before anything that may start a thread.
-    const QString noView = filesystem.enter({ QStringLiteral(RECORDING_CONTROLLER), {} }, argv);
-    if (!noView.isEmpty()) {
-        std::fprintf(stderr, "%s\n", qPrintable(noView));
-        return 77;
-    }
-    qputenv("PATH", QByteArray(TEST_PROGRAMS) + ':' + qgetenv("PATH"));
-    const QCoreApplication application(argc, argv);
-    ModuleWorld world(filesystem);
-    const QString problem = world.start();
-    if (!problem.isEmpty()) {
-        std::fprintf(stderr, "%s\n%s\n", qPrintable(problem), qPrintable(world.world().output()));
-        return 1;
-    }
-    Test test(world);
-    const int failures = QTest::qExec(&test, argc, argv);
-    if (failures != 0)
-        std::fprintf(stderr, "%s\n", qPrintable(world.world().output()));
-    return failures;
+    return runInPrivateView(
+        RECORDING_CONTROLLER, argc, argv, [&](const world::PrivateFilesystem& filesystem) {
+            qputenv("PATH", QByteArray(TEST_PROGRAMS) + ':' + qgetenv("PATH"));
+            ModuleWorld world(filesystem);
+            const QString problem = world.start();
+            if (!problem.isEmpty()) {
+                std::fprintf(stderr, "%s\n%s\n", qPrintable(problem), qPrintable(world.world().output()));
+                return 1;
+            }
+            Test test(world);
+            const int failures = QTest::qExec(&test, argc, argv);
+            if (failures != 0)
+                std::fprintf(stderr, "%s\n", qPrintable(world.world().output()));
+            return failures;
+        });
 }
+
+#define MODULE_TEST_MAIN(Test)                                                                               \
+    int main(int argc, char** argv)                                                                          \
+    {                                                                                                        \
+        return runInModuleWorld<Test>(argc, argv);                                                           \
+    }

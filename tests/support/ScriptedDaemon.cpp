@@ -11,8 +11,8 @@
 
 namespace {
 
-const QString Path = QStringLiteral("/com/qarn/Bluetooth");
-const QString Interface = QStringLiteral("com.qarn.bluetooth");
+const QString Path = "/com/qarn/Bluetooth";
+const QString Interface = "com.qarn.bluetooth";
 
 } // namespace
 
@@ -24,11 +24,12 @@ public:
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
     {
         const QMutexLocker locker(&m_mutex);
-        if (message.interface() == QLatin1String("org.freedesktop.DBus.Properties")) {
+        const bool isProperty = message.interface() == "org.freedesktop.DBus.Properties";
+        if (isProperty && message.member() == "Get") {
             connection.send(read(message));
             return true;
         }
-        if (message.interface() != Interface)
+        if (!isProperty && message.interface() != Interface)
             return false;
         m_calls.append({ message.member(), message.signature(), message.arguments() });
         connection.send(message.createReply());

@@ -14,7 +14,7 @@
 class ScriptedDaemon
 {
 public:
-    /// One method call, as it arrived.
+    /// One method call, or write of a property, as it arrived.
     struct Call
     {
         QString member;
@@ -32,8 +32,8 @@ public:
     ScriptedDaemon& operator=(const ScriptedDaemon&) = delete;
 
     /// Takes the bus name, from another daemon too. @return whether that worked
-    [[nodiscard]] bool appear(const QString& name = QStringLiteral("com.qarn.bluetooth")) const;
-    void leave(const QString& name = QStringLiteral("com.qarn.bluetooth")) const;
+    [[nodiscard]] bool appear(const QString& name = "com.qarn.bluetooth") const;
+    void leave(const QString& name = "com.qarn.bluetooth") const;
 
     /// Successive reads of a property get these values in turn; the last stays.
     void answer(const QString& property, const QVariantList& values);

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "PrivateBus.h"
+
+#include <QHash>
+#include <QProcess>
+
+#include <memory>
+
+inline const QString DemoBusName = "tov.base.demo";
+
+/// Server processes with demonstration items, on a session bus of their own.
+class DemoServers
+{
+public:
+    /// What went wrong; empty when the bus is there.
+    [[nodiscard]] QString startBus() { return m_bus.start(); }
+    /// Ends the servers, and then the bus.
+    void stop();
+
+    /// @return whether the server came onto the bus.
+    [[nodiscard]] bool start(const QString& server = "demo", const QString& module = "mod");
+    void end(const QString& server = "demo");
+    void kill(const QString& server = "demo");
+    /// Forgets what a server has stored.
+    void removeState(const QString& server = "demo") const;
+    [[nodiscard]] QProcess& process() { return *m_servers["demo"]; }
+    [[nodiscard]] QString statePath(const QString& server) const { return m_folder.filePath(server); }
+
+private:
+    QTemporaryDir m_folder;
+    PrivateSessionBus m_bus;
+    QHash<QString, std::shared_ptr<QProcess>> m_servers;
+};

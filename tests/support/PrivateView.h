@@ -1,0 +1,23 @@
+#pragma once
+
+#include "world/PrivateFilesystem.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+/// main() of tests that run in a private view of the file system. 77, which counts as skipped, where none can
+/// be had.
+template <typename Body>
+int runInPrivateView(const QString& controller, int argc, char** argv, const Body& body)
+{
+    world::PrivateFilesystem filesystem;
+    // Before anything that may start a thread.
+    const QString noView = filesystem.enter({ controller, {} }, argv);
+    if (!noView.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qPrintable(noView));
+        return 77;
+    }
+    const QCoreApplication application(argc, argv);
+    return body(filesystem);
+}
