@@ -1,15 +1,12 @@
 // Actions as the daemon sees them: one method call each, with exactly this signature and argument.
 #include "ModuleWorld.h"
+#include "support/Rows.h"
 
-class ActionForwardingTest : public QObject
+class ActionForwardingTest : public ModuleTest
 {
     Q_OBJECT
 public:
-    explicit ActionForwardingTest(ModuleWorld& world)
-        : m_world(world)
-        , m_daemon(world.daemon())
-    {
-    }
+    using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
     void withoutADaemonRequestsAreDropped();
@@ -22,9 +19,6 @@ private Q_SLOTS:
 
 private:
     using Call = ScriptedDaemon::Call;
-
-    ModuleWorld& m_world;
-    ScriptedDaemon& m_daemon;
 };
 
 void ActionForwardingTest::withoutADaemonRequestsAreDropped()
@@ -42,17 +36,15 @@ void ActionForwardingTest::withoutADaemonRequestsAreDropped()
 
 void ActionForwardingTest::requestsAreForwarded_data()
 {
-    QTest::addColumn<QString>("action");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("member");
-    QTest::addColumn<QVariant>("argument"); // invalid: none
+    // argument: invalid: none
+    const Rows<QString, QString, QString, QVariant> row("action", "text", "member", "argument");
     for (const auto& [action, member] : { std::pair{ "scan", "Scan" },
                                           { "cancelscan", "CancelScan" },
                                           { "confirmcode", "ConfirmCode" },
                                           { "rejectcode", "RejectCode" },
                                           { "pindecline", "PINdecline" },
                                           { "killiap", "killIAP" } })
-        QTest::newRow(action) << action << "" << member << QVariant();
+        row(action, action, "", member, {});
     for (const auto& [action, member] : { std::pair{ "registerrfcommuuid", "registerRFCOMMUUID" },
                                           { "unregisterrfcommuuid", "unregisterRFCOMMUUID" },
                                           { "sendwifedcmdctlfd", "sendWifedCmdCtlFD" } }) {
@@ -66,9 +58,8 @@ void ActionForwardingTest::requestsAreForwarded_data()
         QTest::addRow("%s", action) << action << "12:34:56:78:9a:BC" << member << QVariant(0x123456789ABCULL);
         QTest::addRow("%s, no address", action) << action << "12-34" << member << QVariant(0ULL);
     }
-    QTest::newRow("pinreply") << "pinreply"
-                              << "no digits, and longer than any PIN"
-                              << "PINreply" << QVariant("no digits, and longer than any PIN");
+    row("pinreply", "pinreply", "no digits, and longer than any PIN", "PINreply",
+        "no digits, and longer than any PIN");
 }
 
 void ActionForwardingTest::requestsAreForwarded()
@@ -91,12 +82,11 @@ void ActionForwardingTest::requestsAreForwarded()
 
 void ActionForwardingTest::addressField5Unmasked_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<qulonglong>("address");
-    QTest::newRow("the others are masked") << "1AB:1AB:1AB:1AB:1AB:0" << 0xABABABABAB00ULL;
-    QTest::newRow("carries") << "00:00:00:00:00:100" << 0x100ULL;
-    QTest::newRow("subtracts") << "00:00:00:00:01:-1" << 0xFFULL;
-    QTest::newRow("below zero") << "0:0:0:0:0:-1" << 18446744073709551615ULL;
+    const Rows<QString, qulonglong> row("text", "address");
+    row("the others are masked", "1AB:1AB:1AB:1AB:1AB:0", 0xABABABABAB00ULL);
+    row("carries", "00:00:00:00:00:100", 0x100ULL);
+    row("subtracts", "00:00:00:00:01:-1", 0xFFULL);
+    row("below zero", "0:0:0:0:0:-1", 18446744073709551615ULL);
 }
 
 void ActionForwardingTest::addressField5Unmasked()
@@ -132,9 +122,5 @@ void ActionForwardingTest::pinUsedOnce()
     QCOMPARE(sent, (QStringList{ "PINreply s 1234", "PINreply s 5190", "PINreply s ", "PINreply s 987654" }));
 }
 
-int main(int argc, char** argv)
-{
-    return runInModuleWorld<ActionForwardingTest>(argc, argv);
-}
-
+MODULE_TEST_MAIN(ActionForwardingTest)
 #include "ActionForwardingTest.moc"

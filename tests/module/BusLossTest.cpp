@@ -1,8 +1,9 @@
 // A bus ends under the host: it says so and leaves, with every config stored, and its successor goes on.
 #include "ModuleWorld.h"
+#include "support/PrivateBus.h"
+#include "support/Rows.h"
 #include "world/ChildProcess.h"
 #include "world/HostReadiness.h"
-#include "world/MessageBus.h"
 
 #include <QTemporaryDir>
 
@@ -10,15 +11,12 @@
 
 #include <fcntl.h>
 
-using world::MessageBus;
-
 class BusLossTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
     void hostEndsWithABus_data();
     void hostEndsWithABus();
-    void needsASystemBus();
 
 private:
     [[nodiscard]] bool startBuses();
@@ -27,8 +25,8 @@ private:
     [[nodiscard]] QString said() const;
 
     QTemporaryDir m_folder;
-    MessageBus m_systemBus;
-    MessageBus m_sessionBus;
+    PrivateSystemBus m_systemBus;
+    PrivateSessionBus m_sessionBus;
     world::ChildProcess m_host;
 };
 
@@ -36,21 +34,17 @@ namespace {
 
 const QString ClientName = "client";
 
-std::unique_ptr<KELClientInterface> connectTo(const MessageBus& bus)
+std::unique_ptr<KELClientInterface> connectTo(const QString& address)
 {
     return std::make_unique<KELClientInterface>(world::HostReadiness::name(),
-                                                QDBusConnection::connectToBus(bus.address(), ClientName));
+                                                QDBusConnection::connectToBus(address, ClientName));
 }
 
 } // namespace
 
 bool BusLossTest::startBuses()
 {
-    const bool started = m_systemBus.start(MessageBus::Kind::System, m_folder.path()).isEmpty()
-        && m_sessionBus.start(MessageBus::Kind::Session, m_folder.path()).isEmpty();
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_systemBus.address().toLocal8Bit());
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_sessionBus.address().toLocal8Bit());
-    return started;
+    return m_systemBus.start().isEmpty() && m_sessionBus.start().isEmpty();
 }
 
 bool BusLossTest::startHost()
@@ -82,12 +76,11 @@ QString BusLossTest::said() const
 
 void BusLossTest::hostEndsWithABus_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("signal");
-    QTest::newRow("system bus, in order") << "system" << SIGTERM;
-    QTest::newRow("system bus, killed") << "system" << SIGKILL;
-    QTest::newRow("session bus, in order") << "session" << SIGTERM;
-    QTest::newRow("session bus, killed") << "session" << SIGKILL;
+    const Rows<QString, int> row("name", "signal");
+    row("system bus, in order", "system", SIGTERM);
+    row("system bus, killed", "system", SIGKILL);
+    row("session bus, in order", "session", SIGTERM);
+    row("session bus, killed", "session", SIGKILL);
 }
 
 void BusLossTest::hostEndsWithABus()
@@ -97,7 +90,7 @@ void BusLossTest::hostEndsWithABus()
     QFile::remove("/tmp/controller.runs");
     QVERIFY(startBuses());
     QVERIFY(startHost());
-    auto client = connectTo(m_sessionBus);
+    auto client = connectTo(m_sessionBus.address());
     QVERIFY(client->set("pinreplycfg", "4711"));
     QVERIFY(client->set("enabled", true));
     QTRY_COMPARE(controllerRuns().size(), 1);
@@ -106,8 +99,7 @@ void BusLossTest::hostEndsWithABus()
     QVERIFY(daemon.appear());
     QTRY_COMPARE(client->get("status").operator bool() ? client->get("status")->toInt() : -1, 3);
 
-    const MessageBus& bus = name == "system" ? m_systemBus : m_sessionBus;
-    QCOMPARE(kill(bus.pid(), signal), 0);
+    QCOMPARE(kill(name == "system" ? m_systemBus.pid() : m_sessionBus.pid(), signal), 0);
     QCOMPARE(m_host.wait(std::chrono::seconds(10)), std::optional<int>(1));
     QVERIFY2(said().contains("bluetoothlauncher: the " + name + " bus has ended"), qPrintable(said()));
     QTRY_VERIFY(controllerRuns().constFirst().ended); // by the kernel, behind the host
@@ -115,7 +107,7 @@ void BusLossTest::hostEndsWithABus()
 
     QVERIFY(startBuses());
     QVERIFY(startHost());
-    client = connectTo(m_sessionBus);
+    client = connectTo(m_sessionBus.address());
     QCOMPARE(*client->get("pinreplycfg"), QVariant("4711"));
     QCOMPARE(*client->get("enabled"), QVariant(true));
     QTRY_COMPARE(controllerRuns().size(), 2);
@@ -124,28 +116,12 @@ void BusLossTest::hostEndsWithABus()
     stopBuses();
 }
 
-void BusLossTest::needsASystemBus()
-{
-    QVERIFY(startBuses());
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
-    QVERIFY(!startHost());
-    QCOMPARE(m_host.wait(std::chrono::seconds(10)), std::optional<int>(1));
-    QVERIFY2(said().contains("DBUS_SYSTEM_BUS_ADDRESS"), qPrintable(said()));
-    stopBuses();
-}
-
 int main(int argc, char** argv)
 {
-    world::PrivateFilesystem filesystem;
-    // Before anything that may start a thread.
-    const QString noView = filesystem.enter({ QStringLiteral(RECORDING_CONTROLLER), {} }, argv);
-    if (!noView.isEmpty()) {
-        std::fprintf(stderr, "%s\n", qPrintable(noView));
-        return 77;
-    }
-    const QCoreApplication application(argc, argv);
-    BusLossTest test;
-    return QTest::qExec(&test, argc, argv);
+    return runInPrivateView(RECORDING_CONTROLLER, argc, argv, [&](const world::PrivateFilesystem& /*view*/) {
+        BusLossTest test;
+        return QTest::qExec(&test, argc, argv);
+    });
 }
 
 #include "BusLossTest.moc"

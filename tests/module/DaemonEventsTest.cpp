@@ -2,16 +2,13 @@
 // converted and of types that cannot.
 #include "DaemonTypes.h"
 #include "ModuleWorld.h"
+#include "support/Rows.h"
 
-class DaemonEventsTest : public QObject
+class DaemonEventsTest : public ModuleTest
 {
     Q_OBJECT
 public:
-    explicit DaemonEventsTest(ModuleWorld& world)
-        : m_world(world)
-        , m_daemon(world.daemon())
-    {
-    }
+    using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
     void initTestCase();
@@ -27,10 +24,6 @@ private Q_SLOTS:
     void addressesAreLoggedOnly();
     void aNewNameWaitsForTheRefresh();
     void unknownConfigsAreWrittenAllTheSame();
-
-private:
-    ModuleWorld& m_world;
-    ScriptedDaemon& m_daemon;
 };
 
 namespace {
@@ -51,15 +44,9 @@ void DaemonEventsTest::initTestCase()
 
 void DaemonEventsTest::itemsFollowSignals_data()
 {
-    QTest::addColumn<QString>("signal");
-    QTest::addColumn<QVariant>("payload");
-    QTest::addColumn<QString>("item");
-    QTest::addColumn<QVariant>("before"); // the payload of an earlier signal
-    QTest::addColumn<QVariant>("after");
-    const auto row = [](const char* name, const char* signal, const QVariant& payload, const char* item,
-                        const QVariant& before, const QVariant& after) {
-        QTest::newRow(name) << signal << payload << item << before << after;
-    };
+    // "before" is the payload of an earlier signal.
+    const Rows<QString, QVariant, QString, QVariant, QVariant> row("signal", "payload", "item", "before",
+                                                                   "after");
     // The two texts; what is read back is stored as it came.
     row("code", "confirmationCodeChanged", " 007 ", "confirmationcode", "x", " 007 ");
     row("code, a number", "confirmationCodeChanged", 12, "confirmationcode", "x", "12");
@@ -115,16 +102,11 @@ void DaemonEventsTest::itemsFollowSignals()
 
 void DaemonEventsTest::unknownNameMarker_data()
 {
-    QTest::addColumn<QString>("sent");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("alone") << "`,.\";00!"
-                           << "Unknown Name";
-    QTest::newRow("twice within a text") << "a `,.\";00! b`,.\";00!"
-                                         << "a Unknown Name bUnknown Name";
-    QTest::newRow("half of it") << "`,.\";00"
-                                << "`,.\";00";
-    QTest::newRow("its beginning doubled") << "`,.\";0`,.\";00!"
-                                           << "`,.\";0Unknown Name";
+    const Rows<QString, QString> row("sent", "shown");
+    row("alone", "`,.\";00!", "Unknown Name");
+    row("twice within a text", "a `,.\";00! b`,.\";00!", "a Unknown Name bUnknown Name");
+    row("half of it", "`,.\";00", "`,.\";00");
+    row("its beginning doubled", "`,.\";0`,.\";00!", "`,.\";0Unknown Name");
 }
 
 void DaemonEventsTest::unknownNameMarker()
@@ -160,12 +142,11 @@ void DaemonEventsTest::pairingDecidesWhetherToScan()
 
 void DaemonEventsTest::slots17And18Alike_data()
 {
-    QTest::addColumn<QString>("signal");
-    QTest::addColumn<QVariant>("payload");
-    QTest::newRow("available") << "wifedCmdCtlSockAvailable" << QVariant("socket");
-    QTest::newRow("closed") << "wifedCmdCtlSockClosed" << QVariant("socket");
-    QTest::newRow("available, no text") << "wifedCmdCtlSockAvailable" << entry();
-    QTest::newRow("closed, no text") << "wifedCmdCtlSockClosed" << entry();
+    const Rows<QString, QVariant> row("signal", "payload");
+    row("available", "wifedCmdCtlSockAvailable", "socket");
+    row("closed", "wifedCmdCtlSockClosed", "socket");
+    row("available, no text", "wifedCmdCtlSockAvailable", entry());
+    row("closed, no text", "wifedCmdCtlSockClosed", entry());
 }
 
 void DaemonEventsTest::slots17And18Alike()
@@ -185,15 +166,11 @@ void DaemonEventsTest::slots17And18Alike()
 
 void DaemonEventsTest::addressesAreLoggedOnly_data()
 {
-    QTest::addColumn<QString>("signal");
-    QTest::addColumn<QVariant>("payload");
-    QTest::addColumn<QString>("line");
-    QTest::newRow("headset") << "headsetConnected" << QVariant(18446744073709551615ULL)
-                             << "addr: 18446744073709551615";
-    QTest::newRow("headset, a text") << "headsetConnected" << QVariant("none") << "addr: 0";
-    QTest::newRow("connection") << "connectionEstablished" << QVariant(0x123456789ABCULL)
-                                << "Connected addr: 20015998343868";
-    QTest::newRow("headset, a structure") << "headsetConnected" << entry() << "";
+    const Rows<QString, QVariant, QString> row("signal", "payload", "line");
+    row("headset", "headsetConnected", 18446744073709551615ULL, "addr: 18446744073709551615");
+    row("headset, a text", "headsetConnected", "none", "addr: 0");
+    row("connection", "connectionEstablished", 0x123456789ABCULL, "Connected addr: 20015998343868");
+    row("headset, a structure", "headsetConnected", entry(), "");
 }
 
 void DaemonEventsTest::addressesAreLoggedOnly()
@@ -241,9 +218,5 @@ void DaemonEventsTest::unknownConfigsAreWrittenAllTheSame()
     QCOMPARE(output.count("\"str\""), 1);
 }
 
-int main(int argc, char** argv)
-{
-    return runInModuleWorld<DaemonEventsTest>(argc, argv);
-}
-
+MODULE_TEST_MAIN(DaemonEventsTest)
 #include "DaemonEventsTest.moc"

@@ -1,16 +1,13 @@
 // The daemon's lists as 32 rows of three results each.
 #include "DaemonTypes.h"
 #include "ModuleWorld.h"
+#include "support/Rows.h"
 
-class DeviceListsTest : public QObject
+class DeviceListsTest : public ModuleTest
 {
     Q_OBJECT
 public:
-    explicit DeviceListsTest(ModuleWorld& world)
-        : m_world(world)
-        , m_daemon(world.daemon())
-    {
-    }
+    using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
     void initTestCase();
@@ -19,20 +16,11 @@ private Q_SLOTS:
     void connectedDevicesBeyondTheRowsDoNotCount();
     void odd_data();
     void odd();
-
-private:
-    [[nodiscard]] QStringList rows(const QStringList& ids) const;
-
-    ModuleWorld& m_world;
-    ScriptedDaemon& m_daemon;
 };
 
 namespace {
 
-constexpr int Rows = 32;
-const QStringList ScanIds{ "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength" };
-const QStringList PairIds{ "pairlistAddr", "pairlistName", "pairlistConnectionState" };
-const QString FreeRow = "||0";
+constexpr int RowCount = 32;
 
 ScanResults scan(int count)
 {
@@ -50,7 +38,7 @@ PairList pairs(int count)
     return list;
 }
 
-QString row(int index, const QString& name, const QString& detail)
+QString shown(int index, const QString& name, const QString& detail)
 {
     return QString("00:00:00:00:00:%1|%2|%3")
         .arg(QString::number(index + 0x10, 16).toUpper().rightJustified(2, '0'), name, detail);
@@ -64,31 +52,15 @@ void DeviceListsTest::initTestCase()
     QVERIFY(m_world.daemonAppears());
 }
 
-QStringList DeviceListsTest::rows(const QStringList& ids) const
-{
-    QStringList rows;
-    for (int i = 0; i < Rows; ++i) {
-        QStringList fields;
-        for (const QString& id : ids) {
-            // Texts are texts, also those that look like numbers; the connection state alone is an
-            // enumeration.
-            fields << m_world.text(QString("%1:%2").arg(id).arg(i));
-        }
-        rows << fields.join('|');
-    }
-    return rows;
-}
-
 void DeviceListsTest::rowsFollowTheList_data()
 {
-    QTest::addColumn<int>("before");
-    QTest::addColumn<int>("after");
-    QTest::newRow("none") << 3 << 0;
-    QTest::newRow("one") << 0 << 1;
-    QTest::newRow("shrinks") << 10 << 3;
-    QTest::newRow("all rows") << 0 << 32;
-    QTest::newRow("one more than rows") << 0 << 33;
-    QTest::newRow("many more than rows") << 1 << 40;
+    const Rows<int, int> row("before", "after");
+    row("none", 3, 0);
+    row("one", 0, 1);
+    row("shrinks", 10, 3);
+    row("all rows", 0, 32);
+    row("one more than rows", 0, 33);
+    row("many more than rows", 1, 40);
 }
 
 void DeviceListsTest::rowsFollowTheList()
@@ -102,12 +74,12 @@ void DeviceListsTest::rowsFollowTheList()
     QVERIFY(m_world.settle());
     QStringList scanned;
     QStringList paired;
-    for (int i = 0; i < Rows; ++i) {
-        scanned << (i < after ? row(i, QString("scan %1").arg(i), QString::number(-i)) : FreeRow);
-        paired << (i < after ? row(i, QString("pair %1").arg(i), "0") : FreeRow);
+    for (int i = 0; i < qMin(after, RowCount); ++i) {
+        scanned << shown(i, QString("scan %1").arg(i), QString::number(-i));
+        paired << shown(i, QString("pair %1").arg(i), "0");
     }
-    QCOMPARE(rows(ScanIds), scanned);
-    QCOMPARE(rows(PairIds), paired);
+    QCOMPARE(m_world.scanRows(), scanned);
+    QCOMPARE(m_world.pairRows(), paired);
     QCOMPARE(m_world.value("isAnyDeviceConnected"), QVariant(false));
 }
 
@@ -127,46 +99,32 @@ void DeviceListsTest::connectedDevicesBeyondTheRowsDoNotCount()
 
 void DeviceListsTest::odd_data()
 {
-    QTest::addColumn<QString>("signal");
-    QTest::addColumn<QVariant>("payload");
-    QTest::addColumn<QString>("firstRow");
+    const Rows<QString, QVariant, QStringList> row("signal", "payload", "rows");
     const QString nameless = "12:34:56:78:9A:BC|Unknown Name - 12:34:56:78:9A:BC|";
-    const auto scanRow = [](const char* name, const QVariant& payload, const QString& firstRow) {
-        QTest::addRow("scan: %s", name) << "scanResultsChanged" << payload << firstRow;
+    const auto scan = [](qulonglong address, int signalStrength, const char* name) {
+        return QVariant::fromValue(ScanResults{ { { address, signalStrength, name } } });
     };
-    const auto pairRow = [](const char* name, const QVariant& payload, const QString& firstRow) {
-        QTest::addRow("pairs: %s", name) << "pairListChanged" << payload << firstRow;
+    const auto pair = [](qulonglong address, const char* name, uint state) {
+        return QVariant::fromValue(PairList{ { { address, name, state } } });
     };
-    scanRow("nameless", QVariant::fromValue(ScanResults{ { { 0x123456789ABC, -57, "" } } }),
-            nameless + "-57");
-    pairRow("nameless", QVariant::fromValue(PairList{ { { 0x123456789ABC, "", 0 } } }), nameless + "0");
-    scanRow("high bits", QVariant::fromValue(ScanResults{ { { 0xFFFF123456789ABC, 5, "n" } } }),
-            "12:34:56:78:9A:BC|n|5");
-    pairRow("unknown state", QVariant::fromValue(PairList{ { { 0x123456789ABC, "n", 3 } } }),
-            "12:34:56:78:9A:BC|n|3");
-    scanRow("a place holder in the name", QVariant::fromValue(ScanResults{ { { 0x10, 0, "%1 %2" } } }),
-            "00:00:00:00:00:10|%1 %2|0");
+    row("scan: nameless", "scanResultsChanged", scan(0x123456789ABC, -57, ""), { nameless + "-57" });
+    row("pairs: nameless", "pairListChanged", pair(0x123456789ABC, "", 0), { nameless + "0" });
+    row("high bits", "scanResultsChanged", scan(0xFFFF123456789ABC, 5, "n"), { "12:34:56:78:9A:BC|n|5" });
+    row("unknown state", "pairListChanged", pair(0x123456789ABC, "n", 3), { "12:34:56:78:9A:BC|n|3" });
+    row("a place holder in the name", "scanResultsChanged", scan(0x10, 0, "%1 %2"),
+        { "00:00:00:00:00:10|%1 %2|0" });
 }
 
 void DeviceListsTest::odd()
 {
     QFETCH(const QString, signal);
     QFETCH(const QVariant, payload);
-    const bool isScan = signal == "scanResultsChanged";
     m_daemon.send("scanResultsChanged", QVariant::fromValue(scan(2)));
     m_daemon.send("pairListChanged", QVariant::fromValue(pairs(2)));
-    QVERIFY(m_world.settle());
-    QCOMPARE(rows(isScan ? ScanIds : PairIds).count(FreeRow), Rows - 2);
     m_daemon.send(signal, payload);
     QVERIFY(m_world.settle());
-    const QStringList found = rows(isScan ? ScanIds : PairIds);
-    QTEST(found.first(), "firstRow");
-    QCOMPARE(found.mid(1).count(FreeRow), Rows - 1);
+    QTEST(signal == "scanResultsChanged" ? m_world.scanRows() : m_world.pairRows(), "rows");
 }
 
-int main(int argc, char** argv)
-{
-    return runInModuleWorld<DeviceListsTest>(argc, argv);
-}
-
+MODULE_TEST_MAIN(DeviceListsTest)
 #include "DeviceListsTest.moc"

@@ -3,14 +3,13 @@
 #include "BluetoothModule.h"
 #include "ScriptedDaemon.h"
 #include "bus/ItemServer.h"
-#include "support/PrivateSystemBus.h"
-#include "world/PrivateFilesystem.h"
+#include "support/PrivateBus.h"
+#include "support/PrivateView.h"
+#include "support/Rows.h"
 
-#include <QCoreApplication>
 #include <QDBusAbstractInterface>
 #include <QTest>
 
-#include <cstdio>
 #include <memory>
 
 class DirectCallsTest : public QObject
@@ -76,12 +75,11 @@ void DirectCallsTest::cleanup()
 
 void DirectCallsTest::textsEndAtTheirFirstNul_data()
 {
-    QTest::addColumn<TextMember>("member");
-    QTest::addColumn<QString>("method");
-    QTest::newRow("registerrfcommuuid") << &BluetoothModule::registerRFCOMMUUID << "registerRFCOMMUUID";
-    QTest::newRow("unregisterrfcommuuid") << &BluetoothModule::unregisterRFCOMMUUID << "unregisterRFCOMMUUID";
-    QTest::newRow("sendwifedcmdctlfd") << &BluetoothModule::sendWifedCmdCtlFD << "sendWifedCmdCtlFD";
-    QTest::newRow("pinreply") << &BluetoothModule::PINreply << "PINreply";
+    const Rows<TextMember, QString> row("member", "method");
+    row("registerrfcommuuid", &BluetoothModule::registerRFCOMMUUID, "registerRFCOMMUUID");
+    row("unregisterrfcommuuid", &BluetoothModule::unregisterRFCOMMUUID, "unregisterRFCOMMUUID");
+    row("sendwifedcmdctlfd", &BluetoothModule::sendWifedCmdCtlFD, "sendWifedCmdCtlFD");
+    row("pinreply", &BluetoothModule::PINreply, "PINreply");
 }
 
 void DirectCallsTest::textsEndAtTheirFirstNul()
@@ -98,11 +96,11 @@ void DirectCallsTest::textsEndAtTheirFirstNul()
 
 void DirectCallsTest::addressesDoNot_data()
 {
-    QTest::addColumn<TextMember>("member");
-    QTest::newRow("Pair") << &BluetoothModule::Pair;
-    QTest::newRow("ConnectAddr") << &BluetoothModule::ConnectAddr;
-    QTest::newRow("DisconnectAddr") << &BluetoothModule::DisconnectAddr;
-    QTest::newRow("UnPair") << &BluetoothModule::UnPair;
+    const Rows<TextMember> row("member");
+    row("Pair", &BluetoothModule::Pair);
+    row("ConnectAddr", &BluetoothModule::ConnectAddr);
+    row("DisconnectAddr", &BluetoothModule::DisconnectAddr);
+    row("UnPair", &BluetoothModule::UnPair);
 }
 
 void DirectCallsTest::addressesDoNot()
@@ -165,21 +163,16 @@ extern "C" Q_DECL_EXPORT const char* __lsan_default_suppressions()
 int main(int argc, char** argv)
 {
     // The module looks for its files in /tmp.
-    world::PrivateFilesystem filesystem;
-    const QString noView = filesystem.enter({ QStringLiteral(RECORDING_CONTROLLER), {} }, argv);
-    if (!noView.isEmpty()) {
-        std::fprintf(stderr, "%s\n", qPrintable(noView));
-        return 77;
-    }
-    const QCoreApplication application(argc, argv);
-    // Part of the addresses by which the module finds its own items.
-    QCoreApplication::setApplicationName("bluetoothlauncher");
-    PrivateSystemBus bus;
-    const QString problem = bus.start();
-    if (!problem.isEmpty())
-        qFatal("%s", qPrintable(problem));
-    DirectCallsTest test(bus.address());
-    return QTest::qExec(&test, argc, argv);
+    return runInPrivateView(RECORDING_CONTROLLER, argc, argv, [&](const world::PrivateFilesystem& /*view*/) {
+        // Part of the addresses by which the module finds its own items.
+        QCoreApplication::setApplicationName("bluetoothlauncher");
+        PrivateSystemBus bus;
+        const QString problem = bus.start();
+        if (!problem.isEmpty())
+            qFatal("%s", qPrintable(problem));
+        DirectCallsTest test(bus.address());
+        return QTest::qExec(&test, argc, argv);
+    });
 }
 
 #include "DirectCallsTest.moc"

@@ -1,98 +1,80 @@
 // The host as a program: what it says when it cannot serve, and how it ends.
 #include "ModuleWorld.h"
+#include "support/Programs.h"
+#include "support/Rows.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 
 #include <csignal>
 
-class HostTest : public QObject
+class HostTest : public ModuleTest
 {
     Q_OBJECT
 public:
-    explicit HostTest(ModuleWorld& world)
-        : m_world(world)
-    {
-    }
+    using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
     void saysWhyItCannotServe_data();
     void saysWhyItCannotServe();
-    void needsASessionBus();
+    void needsBothBuses_data();
+    void needsBothBuses();
     void endsInOrder_data();
     void endsInOrder();
     void survivesIgnoredChildSignals();
 
 private:
-    ModuleWorld& m_world;
+    [[nodiscard]] static QString hostPath() { return world::World::binFolder() + "/bluetoothlauncher"; }
 };
-
-namespace {
-
-struct Run
-{
-    int status = -1;
-    QString errors;
-};
-
-Run run(const QStringList& arguments, const QProcessEnvironment& environment)
-{
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(world::World::binFolder() + "/bluetoothlauncher", arguments);
-    if (!process.waitForFinished())
-        return {};
-    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-             QString::fromLocal8Bit(process.readAllStandardError()) };
-}
-
-} // namespace
 
 void HostTest::saysWhyItCannotServe_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("message");
+    const Rows<QStringList, int, QString> row("arguments", "status", "message");
     const QString library = QDir::cleanPath(world::World::binFolder() + "/../lib/libipc.so.1");
     QFile text("/tmp/text.so");
     QVERIFY(text.open(QIODevice::WriteOnly));
-    QTest::newRow("no module file") << QStringList{ "--module", "/tmp/none.so" } << 1 << "\"/tmp/none.so\"";
-    QTest::newRow("a folder") << QStringList{ "--module", "/tmp" } << 1 << "\"/tmp\"";
-    QTest::newRow("no library") << QStringList{ "--module", text.fileName() } << 1 << text.fileName();
-    QTest::newRow("no factory") << QStringList{ "--module", library } << 1
-                                << "\"" + library + "\" is not a module file: it has no function";
-    QTest::newRow("a second host") << QStringList{ "--state", "/tmp/state" } << 1
-                                   << "tov.base.bluetoothlauncher is taken";
-    QTest::newRow("unknown option") << QStringList{ "--stat", "/tmp" } << 2 << "--stat";
-    QTest::newRow("help") << QStringList{ "--help" } << 0 << "";
+    row("no module file", { "--module", "/tmp/none.so" }, 1, "\"/tmp/none.so\"");
+    row("a folder", { "--module", "/tmp" }, 1, "\"/tmp\"");
+    row("no library", { "--module", text.fileName() }, 1, text.fileName());
+    row("no factory", { "--module", library }, 1,
+        "\"" + library + "\" is not a module file: it has no function");
+    row("a second host", { "--state", "/tmp/state" }, 1, "tov.base.bluetoothlauncher is taken");
+    row("unknown option", { "--stat", "/tmp" }, 2, "--stat");
+    row("help", { "--help" }, 0, "");
 }
 
 void HostTest::saysWhyItCannotServe()
 {
     QFETCH(const QStringList, arguments);
     QFETCH(const QString, message);
-    const Run outcome = run(arguments, QProcessEnvironment::systemEnvironment());
-    QTEST(outcome.status, "status");
-    QVERIFY2(outcome.errors.contains(message), qPrintable(outcome.errors));
+    const Finished host = run(hostPath(), arguments);
+    QTEST(host.status, "status");
+    QVERIFY2(host.err.contains(message), qPrintable(host.err));
     // The one that serves is not disturbed.
     QCOMPARE(m_world.value("enabled"), QVariant(false));
 }
 
-void HostTest::needsASessionBus()
+void HostTest::needsBothBuses_data()
 {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
-    const Run outcome = run({ "--state", "/tmp/state" }, environment);
-    QCOMPARE(outcome.status, 1);
-    QVERIFY2(outcome.errors.contains("DBUS_SESSION_BUS_ADDRESS"), qPrintable(outcome.errors));
+    const Rows<QString> row("variable");
+    row("session", "DBUS_SESSION_BUS_ADDRESS");
+    row("system", "DBUS_SYSTEM_BUS_ADDRESS");
+}
+
+void HostTest::needsBothBuses()
+{
+    QFETCH(const QString, variable);
+    const Finished host = run(hostPath(), { "--state", "/tmp/other" },
+                              { { { variable, "unix:path=/nonexistent" } }, false, {} });
+    QCOMPARE(host.status, 1);
+    QVERIFY2(host.err.contains(variable), qPrintable(host.err));
 }
 
 void HostTest::endsInOrder_data()
 {
-    QTest::addColumn<int>("signal");
-    QTest::newRow("SIGTERM") << SIGTERM;
-    QTest::newRow("SIGINT") << SIGINT;
+    const Rows<int> row("signal");
+    row("SIGTERM", SIGTERM);
+    row("SIGINT", SIGINT);
 }
 
 void HostTest::endsInOrder()
@@ -101,7 +83,7 @@ void HostTest::endsInOrder()
     m_world.world().stopHost();
     QProcess host;
     host.setProcessChannelMode(QProcess::ForwardedChannels);
-    host.start(world::World::binFolder() + "/bluetoothlauncher", { "--state", "/tmp/state" });
+    host.start(hostPath(), { "--state", "/tmp/state" });
     QTRY_VERIFY(m_world.set("enabled", true));
     QTRY_VERIFY(!controllerRuns().isEmpty());
     QCOMPARE(::kill(static_cast<pid_t>(host.processId()), signal), 0);
@@ -121,9 +103,7 @@ void HostTest::survivesIgnoredChildSignals()
     // What a parent that ignores SIGCHLD leaves to its children would make every wait for one fail.
     QProcess host;
     host.setProcessChannelMode(QProcess::ForwardedChannels);
-    host.start("sh",
-               { "-c", "trap '' CHLD; exec \"$0\" --state /tmp/state",
-                 world::World::binFolder() + "/bluetoothlauncher" });
+    host.start("sh", { "-c", "trap '' CHLD; exec \"$0\" --state /tmp/state", hostPath() });
     QTRY_VERIFY(m_world.set("enabled", true));
     QFile status(QString("/proc/%1/status").arg(host.processId()));
     QVERIFY(status.open(QIODevice::ReadOnly));
@@ -135,9 +115,5 @@ void HostTest::survivesIgnoredChildSignals()
     QVERIFY(host.waitForFinished());
 }
 
-int main(int argc, char** argv)
-{
-    return runInModuleWorld<HostTest>(argc, argv);
-}
-
+MODULE_TEST_MAIN(HostTest)
 #include "HostTest.moc"

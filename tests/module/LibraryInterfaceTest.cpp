@@ -1,10 +1,11 @@
 // What other binaries rely on: the library's name and symbols, the class's virtual table and its meta-object.
 #include "BluetoothModule.h"
+#include "support/Programs.h"
+#include "support/Rows.h"
 
 #include <QDBusVariant>
 #include <QFile>
 #include <QMetaMethod>
-#include <QProcess>
 #include <QSet>
 #include <QTest>
 
@@ -32,19 +33,12 @@ constexpr bool IsSanitized = true;
 constexpr bool IsSanitized = false;
 #endif
 
-QString outputOf(const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    return process.waitForFinished() ? QString::fromLocal8Bit(process.readAllStandardOutput()) : QString();
-}
-
 /// The dynamic symbols of a library, as C++ writes them.
 QStringList symbols(const char* library, const QString& which)
 {
     QStringList names;
-    const QString output = outputOf(QStringLiteral("nm"), { "-D", "-C", which, library });
-    for (const QString& line : output.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+    const QString output = run("nm", { "-D", "-C", which, library }).out;
+    for (const QString& line : output.split('\n', Qt::SkipEmptyParts))
         names << line.mid(19); // behind the address and the kind
     return names;
 }
@@ -74,7 +68,7 @@ void LibraryInterfaceTest::slotsAreInOrder()
                              "onPendingPairChanged(QDBusVariant) onWifedCmdCtlSockAvailable(QDBusVariant) "
                              "onWifedCmdCtlSockClosed(QDBusVariant) onServiceRegistered(QString) "
                              "onServiceUnregistered(QString) cycleRadio()";
-    QCOMPARE(found, expected.split(QLatin1Char(' ')));
+    QCOMPARE(found, expected.split(' '));
 }
 
 void LibraryInterfaceTest::signalValuesAreRegistered()
@@ -110,16 +104,15 @@ void LibraryInterfaceTest::hooksAnswer()
 
 void LibraryInterfaceTest::virtualTableIsInOrder()
 {
-    QFile file(QStringLiteral(CLASS_LAYOUT));
+    QFile file(CLASS_LAYOUT);
     if (!file.open(QIODevice::ReadOnly))
         // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
         QSKIP("this compiler does not tell how it lays out classes");
     const QString layout = QString::fromLatin1(file.readAll());
-    const QString table = layout.section(QStringLiteral("\nVtable for BluetoothModule\n"), 1)
-                              .section(QStringLiteral("\n\n"), 0, 0);
+    const QString table = layout.section("\nVtable for BluetoothModule\n", 1).section("\n\n", 0, 0);
     QStringList found;
-    for (const QString& line : table.split(QLatin1Char('\n')).mid(3))
-        found << line.section(QLatin1Char(')'), -1);
+    for (const QString& line : table.split('\n').mid(3))
+        found << line.section(')', -1);
     const QString expected =
         "BluetoothModule::metaObject BluetoothModule::qt_metacast BluetoothModule::qt_metacall "
         "BluetoothModule::~BluetoothModule BluetoothModule::~BluetoothModule QObject::event "
@@ -135,48 +128,45 @@ void LibraryInterfaceTest::virtualTableIsInOrder()
         "ServerModule::computeSaveConfigIds BluetoothModule::saveConfigIdsComputed "
         "BluetoothModule::aboutToExit RegistrationModule::exitTimeout "
         "RegistrationModule::startQView BluetoothModule::runsHeadless";
-    QCOMPARE(found, expected.split(QLatin1Char(' ')));
+    QCOMPARE(found, expected.split(' '));
 }
 
 void LibraryInterfaceTest::symbolsAreThoseListed_data()
 {
-    QTest::addColumn<QStringList>("found");
-    const QSet<QString> framework = toSet(symbols(FRAMEWORK, QStringLiteral("--defined-only")));
+    const Rows<QStringList> row("found");
+    const QSet<QString> framework = toSet(symbols(FRAMEWORK, "--defined-only"));
     QStringList imported;
-    for (const QString& name : symbols(LIBRARY, QStringLiteral("--undefined-only"))) {
+    for (const QString& name : symbols(LIBRARY, "--undefined-only")) {
         // The sanitizer asks for more types than the code does.
         if (framework.contains(name)
-            && !(IsSanitized && name.startsWith(QStringLiteral("typeinfo for "))
-                 && name != QStringLiteral("typeinfo for RegistrationModule")))
+            && !(IsSanitized && name.startsWith("typeinfo for ")
+                 && name != "typeinfo for RegistrationModule"))
             imported << name;
     }
     // Whoever changes one of the lists changes what a device's framework has to bring along, or what the
     // device's programs find in the library.
-    QTest::newRow("imported-symbols.txt") << imported;
-    QTest::newRow("exported-symbols.txt") << symbols(LIBRARY, QStringLiteral("--defined-only"));
+    row("imported-symbols.txt", imported);
+    row("exported-symbols.txt", symbols(LIBRARY, "--defined-only"));
 }
 
 void LibraryInterfaceTest::symbolsAreThoseListed()
 {
     QFETCH(const QStringList, found);
-    QFile file(QStringLiteral(SYMBOL_LISTS "/") + QString::fromLatin1(QTest::currentDataTag()));
+    QFile file(SYMBOL_LISTS "/" + QString::fromLatin1(QTest::currentDataTag()));
     QVERIFY(file.open(QIODevice::ReadOnly));
-    const QStringList listed =
-        QString::fromLatin1(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QStringList listed = QString::fromLatin1(file.readAll()).split('\n', Qt::SkipEmptyParts);
     QVERIFY(listed.size() > 20);
     const QStringList lacking = (toSet(found) - toSet(listed)).values();
-    QVERIFY2(lacking.isEmpty(),
-             qPrintable(QStringLiteral("not listed: ") + lacking.join(QStringLiteral("; "))));
+    QVERIFY2(lacking.isEmpty(), qPrintable("not listed: " + lacking.join("; ")));
     const QStringList gone = (toSet(listed) - toSet(found)).values();
-    QVERIFY2(gone.isEmpty(),
-             qPrintable(QStringLiteral("not in the library: ") + gone.join(QStringLiteral("; "))));
+    QVERIFY2(gone.isEmpty(), qPrintable("not in the library: " + gone.join("; ")));
 }
 
 void LibraryInterfaceTest::sonameIsFixed()
 {
-    const QString dynamic = outputOf(QStringLiteral("readelf"), { "-d", LIBRARY });
-    QVERIFY(dynamic.contains(QStringLiteral("soname: [libbluetooth-wrapper.so.0]")));
-    QVERIFY(dynamic.contains(QStringLiteral("[libipc.so.1]")));
+    const QString dynamic = run("readelf", { "-d", LIBRARY }).out;
+    QVERIFY(dynamic.contains("soname: [libbluetooth-wrapper.so.0]"));
+    QVERIFY(dynamic.contains("[libipc.so.1]"));
 }
 
 // A module leaves its bus watcher behind, by intent. The name is the sanitizer's.

@@ -3,18 +3,15 @@
 #include "DaemonTypes.h"
 #include "ModuleWorld.h"
 #include "Payloads.h"
+#include "support/Rows.h"
 
 using namespace payloads;
 
-class MalformedListsTest : public QObject
+class MalformedListsTest : public ModuleTest
 {
     Q_OBJECT
 public:
-    explicit MalformedListsTest(ModuleWorld& world)
-        : m_world(world)
-        , m_daemon(world.daemon())
-    {
-    }
+    using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
     void initTestCase();
@@ -22,10 +19,6 @@ private Q_SLOTS:
     void shapes();
 
 private:
-    [[nodiscard]] QStringList rowsInUse(const QStringList& ids) const;
-
-    ModuleWorld& m_world;
-    ScriptedDaemon& m_daemon;
     pid_t m_host = 0;
 };
 
@@ -34,8 +27,6 @@ Q_DECLARE_METATYPE(Nesting)
 
 namespace {
 
-const QStringList ScanIds{ "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength" };
-const QStringList PairIds{ "pairlistAddr", "pairlistName", "pairlistConnectionState" };
 constexpr int Many = 10'000;
 
 template <typename Element>
@@ -69,34 +60,11 @@ void MalformedListsTest::initTestCase()
     QVERIFY(m_world.daemonAppears());
 }
 
-/// The rows of a list up to the last that is not free, each as "address|name|detail".
-QStringList MalformedListsTest::rowsInUse(const QStringList& ids) const
-{
-    const auto items = m_world.client().list({ "bluetooth:scanresults*", "bluetooth:pairlist*" });
-    if (!items)
-        return { items.error().message };
-    QHash<QString, QString> values;
-    for (const ipc::ItemRecord& item : items->items)
-        values.insert(item.properties["id"].toString() + item.properties["index"].toString(),
-                      item.properties["value"].toString());
-    QStringList rows;
-    int used = 0;
-    for (int i = 0; i < 32; ++i) {
-        const QString index = QString::number(i);
-        rows << values[ids[0] + index] + '|' + values[ids[1] + index] + '|' + values[ids[2] + index];
-        if (rows.last() != "||0")
-            used = i + 1;
-    }
-    return rows.mid(0, used);
-}
-
 void MalformedListsTest::shapes_data()
 {
-    QTest::addColumn<QVariant>("payload");
-    QTest::addColumn<QStringList>("scanned"); // the rows in use when a signal brought it
-    QTest::addColumn<QStringList>("paired");
-    QTest::addColumn<bool>("isProperty"); // whether Qt takes it as the property, too: only the exact type
-
+    // "scanned" and "paired" are the rows in use when a signal brought the payload; "isProperty" says whether
+    // Qt takes it as the property, too: only the exact type.
+    const Rows<QVariant, QStringList, QStringList, bool> row("payload", "scanned", "paired", "isProperty");
     const QString name = "n";
     const TIS scan{ { 7, -3, name } };
     const TSU pair{ { 7, name, 4 } };
@@ -104,29 +72,24 @@ void MalformedListsTest::shapes_data()
     const QString nameless = address + "Unknown Name - 00:00:00:00:00:07|";
     const QString scanRow = address + "n|-3";
     const QString pairRow = address + "n|4";
-    const auto row = [](const char* shape, const QVariant& payload, const QStringList& scanned,
-                        const QStringList& paired, bool isProperty = false) {
-        QTest::newRow(shape) << payload << scanned << paired << isProperty;
-    };
     // What the daemon sends to one of the lists is malformed for the other.
     row("a(tis)", list<TIS>({ scan }), { scanRow }, {}, true);
     row("a(tsu)", list<TSU>({ pair }), {}, { pairRow }, true);
     row("10000 times (tis)", many(scan), rows(32, scanRow), {}, true);
     row("10000 times (tsu)", many(pair), {}, rows(32, pairRow), true);
-    // What a later daemon appends is passed over.
-    row("a(tisu)", list<TISU>({ { { 7, -3, name, 1 } } }), { scanRow }, {});
     // Structures that end early keep their defaults.
-    row("a(t)", list<T>({ { 7 }, { 7 } }), rows(2, nameless + "2147483647"), rows(2, nameless + "0"));
-    row("a(ti)", list<TI>({ { { 7, -3 } } }), { nameless + "-3" }, {});
-    row("a(ts)", list<TS>({ { { 7, name } } }), {}, { address + "n|0" });
-    row("10000 times (t)", many(T{ 7 }), rows(32, nameless + "2147483647"), rows(32, nameless + "0"));
+    row("a(t)", list<T>({ { 7 }, { 7 } }), rows(2, nameless + "2147483647"), rows(2, nameless + "0"), false);
+    row("a(ti)", list<TI>({ { { 7, -3 } } }), { nameless + "-3" }, {}, false);
+    row("a(ts)", list<TS>({ { { 7, name } } }), {}, { address + "n|0" }, false);
+    row("10000 times (t)", many(T{ 7 }), rows(32, nameless + "2147483647"), rows(32, nameless + "0"), false);
 
     // Fields that a later daemon appends are passed over.
-    row("a(tisu)", list<TISU>({ { { 7, -3, name, 1 } }, { { 7, -3, name, 1 } } }), rows(2, scanRow), {});
-    row("a(tisa(tis))", list<Nesting>({ { { 7, -3, name, { scan } } } }), { scanRow }, {});
+    row("a(tisu)", list<TISU>({ { { 7, -3, name, 1 } }, { { 7, -3, name, 1 } } }), rows(2, scanRow), {},
+        false);
+    row("a(tisa(tis))", list<Nesting>({ { { 7, -3, name, { scan } } } }), { scanRow }, {}, false);
 
-    const auto unreadable = [&row](const char* shape, const QVariant& payload) {
-        row(shape, payload, {}, {});
+    const auto unreadable = [row](const char* shape, const QVariant& payload) {
+        row(shape, payload, {}, {}, false);
     };
     unreadable("a(tsi)", list<TSI>({ { { 7, name, 1 } } }));
     unreadable("a(xis)", list<XIS>({ { { 7, -3, name } } }));
@@ -163,22 +126,18 @@ void MalformedListsTest::shapes()
     m_daemon.send("scanResultsChanged", payload);
     m_daemon.send("pairListChanged", payload);
     QVERIFY(m_world.settle());
-    QCOMPARE(rowsInUse(ScanIds), scanned);
-    QCOMPARE(rowsInUse(PairIds), paired);
+    QCOMPARE(m_world.scanRows(), scanned);
+    QCOMPARE(m_world.pairRows(), paired);
 
     QVERIFY(m_world.daemonLeaves());
     m_daemon.answer("scanResults", { payload });
     m_daemon.answer("pairList", { payload });
     QVERIFY(m_world.daemonAppears());
-    QCOMPARE(rowsInUse(ScanIds), isProperty ? scanned : QStringList());
-    QCOMPARE(rowsInUse(PairIds), isProperty ? paired : QStringList());
+    QCOMPARE(m_world.scanRows(), isProperty ? scanned : QStringList());
+    QCOMPARE(m_world.pairRows(), isProperty ? paired : QStringList());
     QVERIFY(m_world.world().hostRuns());
     QCOMPARE(m_world.world().hostPid(), m_host);
 }
 
-int main(int argc, char** argv)
-{
-    return runInModuleWorld<MalformedListsTest>(argc, argv);
-}
-
+MODULE_TEST_MAIN(MalformedListsTest)
 #include "MalformedListsTest.moc"

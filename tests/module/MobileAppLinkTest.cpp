@@ -4,6 +4,7 @@
 #include "ModuleWorld.h"
 #include "RegistrationModule.h"
 #include "bus/ItemServer.h"
+#include "support/Rows.h"
 
 #include <QTemporaryDir>
 
@@ -48,15 +49,11 @@ private:
 
 } // namespace
 
-class MobileAppLinkTest : public QObject
+class MobileAppLinkTest : public ModuleTest
 {
     Q_OBJECT
 public:
-    explicit MobileAppLinkTest(ModuleWorld& world)
-        : m_world(world)
-        , m_daemon(world.daemon())
-    {
-    }
+    using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
     void initTestCase();
@@ -65,10 +62,6 @@ private Q_SLOTS:
     void deviceDisconnectedOfAnyDevice();
     void withoutTheModuleEventsAreDropped();
     void propertiesHaveExactTypes();
-
-private:
-    ModuleWorld& m_world;
-    ScriptedDaemon& m_daemon;
 };
 
 void MobileAppLinkTest::initTestCase()
@@ -81,24 +74,19 @@ void MobileAppLinkTest::initTestCase()
 
 void MobileAppLinkTest::eventsAreReported_data()
 {
-    QTest::addColumn<QString>("signal");
-    QTest::addColumn<QVariant>("payload");
-    QTest::addColumn<QVariantMap>("record");
-    QTest::addColumn<QString>("log");
+    const Rows<QString, QVariant, QVariantMap, QString> row("signal", "payload", "record", "log");
     const auto record = [](qulonglong address, bool connected) {
         return QVariantMap{ { "deviceAddr", address }, { "deviceConnected", connected } };
     };
     const QString slot = "BluetoothModule::onMTConnectionEstablished\n";
-    QTest::newRow("connected") << "mtConnectionEstablished" << QVariant(0xA1B2C3D4E5F6ULL)
-                               << record(0xA1B2C3D4E5F6, true) << slot + "Connected addr: 177789161760246\n";
-    QTest::newRow("disconnected") << "deviceDisconnected" << QVariant(0xA1B2C3D4E5F6ULL)
-                                  << record(0xA1B2C3D4E5F6, false) << "Disconnected addr: 177789161760246\n";
-    QTest::newRow("largest") << "mtConnectionEstablished" << QVariant(~0ULL) << record(~0ULL, true)
-                             << slot + "Connected addr: 18446744073709551615\n";
-    QTest::newRow("a text") << "mtConnectionEstablished" << QVariant("nobody") << record(0, true)
-                            << slot + "Connected addr: 0\n";
-    QTest::newRow("a text of a number")
-        << "deviceDisconnected" << QVariant("77") << record(77, false) << "Disconnected addr: 77\n";
+    row("connected", "mtConnectionEstablished", 0xA1B2C3D4E5F6ULL, record(0xA1B2C3D4E5F6, true),
+        slot + "Connected addr: 177789161760246\n");
+    row("disconnected", "deviceDisconnected", 0xA1B2C3D4E5F6ULL, record(0xA1B2C3D4E5F6, false),
+        "Disconnected addr: 177789161760246\n");
+    row("largest", "mtConnectionEstablished", ~0ULL, record(~0ULL, true),
+        slot + "Connected addr: 18446744073709551615\n");
+    row("a text", "mtConnectionEstablished", "nobody", record(0, true), slot + "Connected addr: 0\n");
+    row("a text of a number", "deviceDisconnected", "77", record(77, false), "Disconnected addr: 77\n");
     for (const char* signal : { "mtConnectionEstablished", "deviceDisconnected" }) {
         QTest::addRow("%s, a structure", signal)
             << signal << QVariant::fromValue(ScanEntry()) << QVariantMap() << "";
@@ -178,9 +166,5 @@ void MobileAppLinkTest::propertiesHaveExactTypes()
     QCOMPARE(aggregate.toVariant(), QVariant(QVariantMap{ { "address", ~0ULL }, { "connected", true } }));
 }
 
-int main(int argc, char** argv)
-{
-    return runInModuleWorld<MobileAppLinkTest>(argc, argv);
-}
-
+MODULE_TEST_MAIN(MobileAppLinkTest)
 #include "MobileAppLinkTest.moc"

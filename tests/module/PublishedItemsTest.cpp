@@ -1,16 +1,13 @@
 // The items as clients find them before any daemon has come, their limits, and when they apply.
 #include "DaemonTypes.h"
 #include "ModuleWorld.h"
+#include "support/Rows.h"
 
-class PublishedItemsTest : public QObject
+class PublishedItemsTest : public ModuleTest
 {
     Q_OBJECT
 public:
-    explicit PublishedItemsTest(ModuleWorld& world)
-        : m_world(world)
-        , m_daemon(world.daemon())
-    {
-    }
+    using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
     void initTestCase() { registerDaemonTypes(); }
@@ -27,10 +24,6 @@ private Q_SLOTS:
     void applicabilityFollowsTheState();
     void freeRowsDoNotApply_data();
     void freeRowsDoNotApply();
-
-private:
-    ModuleWorld& m_world;
-    ScriptedDaemon& m_daemon;
 };
 
 void PublishedItemsTest::itemsAreInOrder()
@@ -59,12 +52,7 @@ void PublishedItemsTest::itemsAreInOrder()
 
 void PublishedItemsTest::labelsAndValuesAtFirst_data()
 {
-    QTest::addColumn<QString>("label");
-    QTest::addColumn<QVariant>("value");
-    const QVariant none;
-    const auto row = [](const char* id, const char* label, const QVariant& value) {
-        QTest::newRow(id) << label << value;
-    };
+    const Rows<QString, QVariant> row("label", "value");
     row("myname", "Local Name", "");
     row("enabled", "Enabled", false);
     row("pinreplycfg", "PIN", "5190");
@@ -79,10 +67,10 @@ void PublishedItemsTest::labelsAndValuesAtFirst_data()
     row("pendingpair", "Pending Pair", "");
     row("connectedwifeds", "Connected Wi-FEDs", "");
     row("isAnyDeviceConnected", "Is any device connected", false);
-    row("killiap", "Kill iAP Connection", none);
-    row("disconnectAddr", "Disconnect From Addr", none);
-    row("requestBluetooth", "Internal Use", none);
-    row("sendwifedcmdctlfd", "Send Wifed CmdCtl FD", none);
+    row("killiap", "Kill iAP Connection", {});
+    row("disconnectAddr", "Disconnect From Addr", {});
+    row("requestBluetooth", "Internal Use", {});
+    row("sendwifedcmdctlfd", "Send Wifed CmdCtl FD", {});
 }
 
 void PublishedItemsTest::labelsAndValuesAtFirst()
@@ -95,31 +83,27 @@ void PublishedItemsTest::labelsAndValuesAtFirst()
 
 void PublishedItemsTest::enumerations_data()
 {
-    QTest::addColumn<QStringList>("expected");
-    QTest::newRow("status") << QStringList{ "0 BLUETOOTHSTATUS_NODEVICE No Device",
-                                            "1 BLUETOOTHSTATUS_OFF Off",
-                                            "2 BLUETOOTHSTATUS_STARTING Starting", "3 BLUETOOTHSTATUS_ON On",
-                                            "4 BLUETOOTHSTATUS_STOPPING Stopping" };
-    QTest::newRow("scanstate") << QStringList{ "0 BLUETOOTHSTATUS_NEVERSCANNED Never Scanned",
-                                               "1 BLUETOOTHSTATUS_SCANNING Scanning",
-                                               "2 BLUETOOTHSTATUS_SCANDONE Scan Complete" };
-    QTest::newRow("pairstate") << QStringList{ "0 BLUETOOTHPAIR_NOT_PAIRING Idle",
-                                               "1 BLUETOOTHPAIR_OUTGOING Pairing",
-                                               "2 BLUETOOTHPAIR_INCOMING Incoming",
-                                               "3 BLUETOOTHPAIR_PINNEEDED PIN Needed",
-                                               "4 BLUETOOTHPAIR_NEEDCONFIRMATION Need Confirmation",
-                                               "5 BLUETOOTHPAIR_NEEDSIMPLECONFIRMATION Need Verification",
-                                               "6 BLUETOOTHPAIR_FINISHING Finishing",
-                                               "100 BLUETOOTHPAIR_PAIROKAY Paired",
-                                               "200 BLUETOOTHPAIR_FAILED Failed",
-                                               "201 BLUETOOTHPAIR_FAILED_AUTH Failed Authentication",
-                                               "202 BLUETOOTHPAIR_FAILED_CONN Failed Connecting" };
-    QTest::newRow("pairlistConnectionState:9")
-        << QStringList{ "0 BLUETOOTH_CONNECTION_NOT_CONNECTED Not Connected",
-                        "1 BLUETOOTH_CONNECTION_CONNECTED Connected",
-                        "2 BLUETOOTH_CONNECTION_IAP_CONNECTED iOS Connected",
-                        "4 BLUETOOTH_CONNECTION_HEADSET_CONNECTED Headset Connected",
-                        "8 BLUETOOTH_CONNECTION_FTP_CONNECTED FTP Connected" };
+    const Rows<QStringList> row("expected");
+    row("status",
+        { "0 BLUETOOTHSTATUS_NODEVICE No Device", "1 BLUETOOTHSTATUS_OFF Off",
+          "2 BLUETOOTHSTATUS_STARTING Starting", "3 BLUETOOTHSTATUS_ON On",
+          "4 BLUETOOTHSTATUS_STOPPING Stopping" });
+    row("scanstate",
+        { "0 BLUETOOTHSTATUS_NEVERSCANNED Never Scanned", "1 BLUETOOTHSTATUS_SCANNING Scanning",
+          "2 BLUETOOTHSTATUS_SCANDONE Scan Complete" });
+    row("pairstate",
+        { "0 BLUETOOTHPAIR_NOT_PAIRING Idle", "1 BLUETOOTHPAIR_OUTGOING Pairing",
+          "2 BLUETOOTHPAIR_INCOMING Incoming", "3 BLUETOOTHPAIR_PINNEEDED PIN Needed",
+          "4 BLUETOOTHPAIR_NEEDCONFIRMATION Need Confirmation",
+          "5 BLUETOOTHPAIR_NEEDSIMPLECONFIRMATION Need Verification", "6 BLUETOOTHPAIR_FINISHING Finishing",
+          "100 BLUETOOTHPAIR_PAIROKAY Paired", "200 BLUETOOTHPAIR_FAILED Failed",
+          "201 BLUETOOTHPAIR_FAILED_AUTH Failed Authentication",
+          "202 BLUETOOTHPAIR_FAILED_CONN Failed Connecting" });
+    row("pairlistConnectionState:9",
+        { "0 BLUETOOTH_CONNECTION_NOT_CONNECTED Not Connected", "1 BLUETOOTH_CONNECTION_CONNECTED Connected",
+          "2 BLUETOOTH_CONNECTION_IAP_CONNECTED iOS Connected",
+          "4 BLUETOOTH_CONNECTION_HEADSET_CONNECTED Headset Connected",
+          "8 BLUETOOTH_CONNECTION_FTP_CONNECTED FTP Connected" });
 }
 
 void PublishedItemsTest::enumerations()
@@ -134,16 +118,15 @@ void PublishedItemsTest::enumerations()
 
 void PublishedItemsTest::pinHasLimits_data()
 {
-    QTest::addColumn<QString>("pin");
-    QTest::addColumn<bool>("accepted");
-    QTest::newRow("3 digits") << "123" << false;
-    QTest::newRow("4 digits") << "1234" << true;
-    QTest::newRow("16 digits") << "1234567890123456" << true;
-    QTest::newRow("17 digits") << "12345678901234567" << false;
-    QTest::newRow("letter") << "123a" << false;
-    QTest::newRow("digits within") << "x1234x" << false;
-    QTest::newRow("line end") << "1234\n" << false;
-    QTest::newRow("empty") << "" << false;
+    const Rows<QString, bool> row("pin", "accepted");
+    row("3 digits", "123", false);
+    row("4 digits", "1234", true);
+    row("16 digits", "1234567890123456", true);
+    row("17 digits", "12345678901234567", false);
+    row("letter", "123a", false);
+    row("digits within", "x1234x", false);
+    row("line end", "1234\n", false);
+    row("empty", "", false);
 }
 
 void PublishedItemsTest::pinHasLimits()
@@ -177,20 +160,18 @@ void PublishedItemsTest::privateConfigs()
 
 void PublishedItemsTest::applicabilityFollowsTheState_data()
 {
-    QTest::addColumn<bool>("enabled");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<int>("pairState");
-    QTest::addColumn<QString>("applicable"); // of the items below
+    // applicable: of the items below
+    const Rows<bool, int, int, QString> row("enabled", "status", "pairState", "applicable");
     const QString always = "enabled status connectedwifeds isAnyDeviceConnected";
     const QString on = " myname scanstate pairstate confirmationcode";
-    QTest::newRow("off") << false << 1 << 0 << always;
-    QTest::newRow("enabled, starting") << true << 2 << 0 << always;
-    QTest::newRow("on, not enabled") << false << 3 << 0 << always;
-    QTest::newRow("on") << true << 3 << 0 << always + on;
+    row("off", false, 1, 0, always);
+    row("enabled, starting", true, 2, 0, always);
+    row("on, not enabled", false, 3, 0, always);
+    row("on", true, 3, 0, always + on);
     for (const int state : { 1, 2, 4, 5, 6 })
         QTest::addRow("on, pairing in state %d", state) << true << 3 << state << always + on + " pendingpair";
-    QTest::newRow("on, PIN needed") << true << 3 << 3 << always + on + " pendingpair pinreplycfg";
-    QTest::newRow("off, PIN needed") << false << 1 << 3 << always + " pinreplycfg";
+    row("on, PIN needed", true, 3, 3, always + on + " pendingpair pinreplycfg");
+    row("off, PIN needed", false, 1, 3, always + " pinreplycfg");
     for (const int state : { 100, 200, 201, 202 })
         QTest::addRow("on, settled in state %d", state) << true << 3 << state << always + on;
 }
@@ -214,10 +195,9 @@ void PublishedItemsTest::applicabilityFollowsTheState()
     QVERIFY(m_world.settle());
     QStringList found;
     for (const char* id : { "myname", "enabled", "pinreplycfg", "status", "scanstate", "pairstate",
-                            "confirmationcode", "pendingpair", "connectedwifeds", "isAnyDeviceConnected" }) {
+                            "confirmationcode", "pendingpair", "connectedwifeds", "isAnyDeviceConnected" })
         if (m_world.isApplicable(id))
             found << id;
-    }
     QStringList expected = applicable.split(' ');
     found.sort();
     expected.sort();
@@ -228,10 +208,10 @@ void PublishedItemsTest::applicabilityFollowsTheState()
 
 void PublishedItemsTest::freeRowsDoNotApply_data()
 {
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QStringList>("rows"); // that apply, of each list
-    QTest::newRow("on") << 3 << QStringList{ "0", "1" };
-    QTest::newRow("stopping") << 4 << QStringList();
+    // rows: that apply, of each list
+    const Rows<int, QStringList> row("status", "rows");
+    row("on", 3, { "0", "1" });
+    row("stopping", 4, {});
 }
 
 void PublishedItemsTest::freeRowsDoNotApply()
@@ -247,19 +227,14 @@ void PublishedItemsTest::freeRowsDoNotApply()
     for (const char* id : { "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength", "pairlistAddr",
                             "pairlistName", "pairlistConnectionState" }) {
         QStringList found;
-        for (int i = 0; i < 32; ++i) {
+        for (int i = 0; i < 32; ++i)
             if (m_world.isApplicable(QString("%1:%2").arg(id).arg(i)))
                 found << QString::number(i);
-        }
         QCOMPARE(found, rows);
     }
     m_daemon.leave();
     QTRY_VERIFY(!m_world.isApplicable("scan"));
 }
 
-int main(int argc, char** argv)
-{
-    return runInModuleWorld<PublishedItemsTest>(argc, argv);
-}
-
+MODULE_TEST_MAIN(PublishedItemsTest)
 #include "PublishedItemsTest.moc"

@@ -1,5 +1,6 @@
 // The radio controller as the host's child: how it is started and stopped, and when it is not.
 #include "ModuleWorld.h"
+#include "support/Rows.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -7,20 +8,20 @@
 
 #include <csignal>
 
-class RadioPowerTest : public QObject
+#include <unistd.h>
+
+class RadioPowerTest : public ModuleTest
 {
     Q_OBJECT
 public:
-    explicit RadioPowerTest(ModuleWorld& world)
-        : m_world(world)
-    {
-    }
+    using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
     void init();
     void controllerIsStartedAndWaitedFor();
     void controllerGetsTheHostName_data();
     void controllerGetsTheHostName();
+    void controllerTakesItsTime();
     void nothingIsStartedTwice();
     void aDaemonOnTheBusNeedsNoController();
     void aControllerThatLeftIsNotReplaced();
@@ -29,14 +30,11 @@ private Q_SLOTS:
     void secondCycleradioWithinASecond();
     void failedChild();
     void theSettingOutlivesTheHost();
-    void theControllerDoesNot();
 
 private:
     [[nodiscard]] bool switchOn();
     [[nodiscard]] bool waitForRun();
     [[nodiscard]] QList<bool> flipsOfCycles(int calls);
-
-    ModuleWorld& m_world;
 };
 
 namespace {
@@ -48,6 +46,17 @@ void writeFile(const QString& path, const QByteArray& content)
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(content);
+}
+
+/// The time that a process has spent on a processor, in milliseconds.
+qint64 processorTime(pid_t pid)
+{
+    QFile file(QString("/proc/%1/stat").arg(pid));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    const QByteArray stat = file.readAll();
+    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(") ") + 2).split(' ');
+    return (fields[11].toLongLong() + fields[12].toLongLong()) * 1000 / sysconf(_SC_CLK_TCK);
 }
 
 } // namespace
@@ -88,16 +97,15 @@ void RadioPowerTest::controllerIsStartedAndWaitedFor()
 
 void RadioPowerTest::controllerGetsTheHostName_data()
 {
-    QTest::addColumn<QByteArray>("printed");
-    QTest::addColumn<QByteArray>("name");
-    QTest::newRow("with its line end") << QByteArray("inst42\n") << QByteArray("TORLO-inst42\n");
-    QTest::newRow("no line end") << QByteArray("inst42") << QByteArray("TORLO-inst42");
-    QTest::newRow("first line") << QByteArray("a b\nc\n") << QByteArray("TORLO-a b\n");
-    QTest::newRow("empty line") << QByteArray("\n") << QByteArray("TORLO-\n");
-    QTest::newRow("nothing") << QByteArray() << QByteArray("TORLO-EKS");
-    QTest::newRow("127 characters") << QByteArray(127, 'n') + '\n' << "TORLO-" + QByteArray(127, 'n');
-    QTest::newRow("200 characters") << QByteArray(200, 'n') + '\n' << "TORLO-" + QByteArray(127, 'n');
-    QTest::newRow("no text") << QByteArray("\xff\xfe\n") << QByteArray("TORLO-\xff\xfe\n");
+    const Rows<QByteArray, QByteArray> row("printed", "name");
+    row("with its line end", "inst42\n", "TORLO-inst42\n");
+    row("no line end", "inst42", "TORLO-inst42");
+    row("first line", "a b\nc\n", "TORLO-a b\n");
+    row("empty line", "\n", "TORLO-\n");
+    row("nothing", "", "TORLO-EKS");
+    row("127 characters", QByteArray(127, 'n') + '\n', "TORLO-" + QByteArray(127, 'n'));
+    row("200 characters", QByteArray(200, 'n') + '\n', "TORLO-" + QByteArray(127, 'n'));
+    row("no text", "\xff\xfe\n", "TORLO-\xff\xfe\n");
 }
 
 void RadioPowerTest::controllerGetsTheHostName()
@@ -108,6 +116,38 @@ void RadioPowerTest::controllerGetsTheHostName()
     QVERIFY(switchOn());
     QCOMPARE(controllerRuns().constFirst().arguments,
              (QList<QByteArray>{ "/usr/bin/blue_controller_zq4", name, "1", "1" }));
+}
+
+void RadioPowerTest::controllerTakesItsTime()
+{
+    QFile script("/tmp/slow_controller");
+    QVERIFY(script.open(QIODevice::WriteOnly));
+    script.write("#!/bin/sh\n"
+                 "trap 'kill $!; sleep 2; exit' TERM\n"
+                 "sleep 60 &\n"
+                 "echo ready >/tmp/slow_controller.ready\n"
+                 "wait\n");
+    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+    script.close();
+    QVERIFY(m_world.world().setController(script.fileName()));
+    QVERIFY(m_world.set("enabled", true));
+    QTRY_VERIFY(QFile::exists("/tmp/slow_controller.ready"));
+
+    // The write is answered when the controller has gone. The host sleeps meanwhile, and others wait for it.
+    KELClientInterface impatient("tov.base.bluetoothlauncher", QDBusConnection::sessionBus());
+    impatient.setTimeout(std::chrono::milliseconds(500));
+    const pid_t host = m_world.world().hostPid();
+    const qint64 before = processorTime(host);
+    QElapsedTimer time;
+    time.start();
+    m_world.client().setItem("enabled", false);
+    const auto answer = impatient.get("enabled");
+    QVERIFY(!answer);
+    QCOMPARE(answer.error().kind, ipc::ClientError::Kind::NoAnswer);
+    QCOMPARE(m_world.value("enabled"), QVariant(false));
+    QVERIFY2(time.elapsed() >= 2000, qPrintable(QString::number(time.elapsed())));
+    QVERIFY2(processorTime(host) - before < 500, qPrintable(QString::number(processorTime(host))));
+    QCOMPARE(m_world.hostChildren(), QList<pid_t>());
 }
 
 void RadioPowerTest::nothingIsStartedTwice()
@@ -150,9 +190,9 @@ void RadioPowerTest::aControllerThatLeftIsNotReplaced()
 
 void RadioPowerTest::cycleFlipsTwice_data()
 {
-    QTest::addColumn<bool>("first");
-    QTest::newRow("off and on") << true;
-    QTest::newRow("on and off") << false;
+    const Rows<bool> row("first");
+    row("off and on", true);
+    row("on and off", false);
 }
 
 /// Calls "cycleradio" and gives what "enabled" became one after the other, two values for each call.
@@ -163,10 +203,9 @@ QList<bool> RadioPowerTest::flipsOfCycles(int calls)
         return flips;
     const auto connection =
         connect(&m_world.client(), &KELClientInterface::changed, [&](const ipc::ItemRecords& items) {
-            for (const ipc::ItemRecord& item : items) {
+            for (const ipc::ItemRecord& item : items)
                 if (item.address.contains(":enabled:") && item.properties.contains("value"))
                     flips << item.properties["value"].toBool();
-            }
         });
     for (int i = 0; i < calls; ++i)
         (void)m_world.trigger("cycleradio");
@@ -234,24 +273,12 @@ void RadioPowerTest::failedChild()
 void RadioPowerTest::theSettingOutlivesTheHost()
 {
     QVERIFY(switchOn());
-    m_world.world().stopHost();
-    QTRY_VERIFY(controllerRuns().constFirst().ended);
+    QCOMPARE(kill(m_world.world().hostPid(), SIGKILL), 0);
+    QTRY_VERIFY(controllerRuns().constFirst().ended); // the controller does not
     QCOMPARE(m_world.world().restartHost(), QString());
     QCOMPARE(m_world.value("enabled"), QVariant(true));
     QTRY_COMPARE(controllerRuns().size(), 2);
 }
 
-void RadioPowerTest::theControllerDoesNot()
-{
-    QVERIFY(switchOn());
-    QCOMPARE(kill(m_world.world().hostPid(), SIGKILL), 0);
-    QTRY_VERIFY(controllerRuns().constFirst().ended);
-    QCOMPARE(m_world.world().restartHost(), QString());
-}
-
-int main(int argc, char** argv)
-{
-    return runInModuleWorld<RadioPowerTest>(argc, argv);
-}
-
+MODULE_TEST_MAIN(RadioPowerTest)
 #include "RadioPowerTest.moc"

@@ -1,6 +1,7 @@
 // The daemon comes and goes: what the module reads then, and what it does to the items.
 #include "DaemonTypes.h"
 #include "ModuleWorld.h"
+#include "support/Rows.h"
 
 #include <QDir>
 #include <QFile>
@@ -9,15 +10,11 @@
 
 #include <cerrno>
 
-class ServicePresenceTest : public QObject
+class ServicePresenceTest : public ModuleTest
 {
     Q_OBJECT
 public:
-    explicit ServicePresenceTest(ModuleWorld& world)
-        : m_world(world)
-        , m_daemon(world.daemon())
-    {
-    }
+    using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
     void initTestCase() { registerDaemonTypes(); }
@@ -36,10 +33,6 @@ private Q_SLOTS:
     void markerThatIsADirectory();
     void markerThatCannotBeRemoved();
     void aDaemonThatIsThereFirstIsNotSeen();
-
-private:
-    ModuleWorld& m_world;
-    ScriptedDaemon& m_daemon;
 };
 
 namespace {
@@ -64,10 +57,10 @@ void ServicePresenceTest::init()
 
 void ServicePresenceTest::otherNamesChangeNothing_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::newRow("other letter case") << "com.qarn.Bluetooth";
-    QTest::newRow("longer") << "com.qarn.bluetooth.agent";
-    QTest::newRow("shorter") << "com.qarn";
+    const Rows<QString> row("name");
+    row("other letter case", "com.qarn.Bluetooth");
+    row("longer", "com.qarn.bluetooth.agent");
+    row("shorter", "com.qarn");
 }
 
 void ServicePresenceTest::otherNamesChangeNothing()
@@ -84,18 +77,16 @@ void ServicePresenceTest::upToFiveReadsOfPairState_data()
 {
     // What successive reads of the pairing state give, and how many the refresh makes: one for the result,
     // then one for each comparison with 0, 100, 200, 201 and 202 until one fits.
-    QTest::addColumn<QVariantList>("pairStates");
-    QTest::addColumn<int>("reads");
-    QTest::addColumn<int>("shown");
-    QTest::newRow("idle") << QVariantList{ 0 } << 2 << 0;
-    QTest::newRow("paired") << QVariantList{ 100 } << 3 << 100;
-    QTest::newRow("failed") << QVariantList{ 200 } << 4 << 200;
-    QTest::newRow("not authenticated") << QVariantList{ 201 } << 5 << 201;
-    QTest::newRow("not connected") << QVariantList{ 202 } << 6 << 202;
-    QTest::newRow("under way") << QVariantList{ 3 } << 6 << 3;
-    QTest::newRow("settles meanwhile") << QVariantList{ 1, 6, 200 } << 4 << 1;
-    QTest::newRow("settles too late for its comparison") << QVariantList{ 1, 6, 6, 100 } << 6 << 1;
-    QTest::newRow("not a number") << QVariantList{ QStringList{ "x" } } << 2 << 0;
+    const Rows<QVariantList, int, int> row("pairStates", "reads", "shown");
+    row("idle", { 0 }, 2, 0);
+    row("paired", { 100 }, 3, 100);
+    row("failed", { 200 }, 4, 200);
+    row("not authenticated", { 201 }, 5, 201);
+    row("not connected", { 202 }, 6, 202);
+    row("under way", { 3 }, 6, 3);
+    row("settles meanwhile", { 1, 6, 200 }, 4, 1);
+    row("settles too late for its comparison", { 1, 6, 6, 100 }, 6, 1);
+    row("not a number", { QStringList{ "x" } }, 2, 0);
 }
 
 void ServicePresenceTest::upToFiveReadsOfPairState()
@@ -142,8 +133,8 @@ void ServicePresenceTest::publishesWhatItRead()
     QCOMPARE(m_world.value("scanstate"), QVariant(2));
     QCOMPARE(m_world.text("myname"), "kitchen");
     QCOMPARE(m_world.text("pendingpair"), "");
-    QCOMPARE(m_world.text("scanresultsAddr:0"), "12:34:56:78:9A:BC");
-    QCOMPARE(m_world.text("pairlistName:0"), "b");
+    QCOMPARE(m_world.scanRows(), QStringList{ "12:34:56:78:9A:BC|a|-57" });
+    QCOMPARE(m_world.pairRows(), QStringList{ "A1:B2:C3:D4:E5:F6|b|2" });
     QCOMPARE(m_world.value("isAnyDeviceConnected"), QVariant(true));
 }
 
@@ -161,9 +152,7 @@ void ServicePresenceTest::unreadablePropertiesReadAsNothing()
     QVERIFY(m_world.daemonAppears());
     QCOMPARE(m_world.value("status"), QVariant(0));
     QCOMPARE(m_world.text("myname"), "");
-    QCOMPARE(m_world.text("scanresultsName:0"), "");
-    QCOMPARE(m_world.text("scanresultsSignalStrength:31"), "0");
-    QCOMPARE(m_world.text("pairlistConnectionState:0"), "0");
+    QCOMPARE(m_world.scanRows() + m_world.pairRows(), QStringList());
 }
 
 void ServicePresenceTest::aReplacedDaemonIsNotReadAgain()
@@ -202,23 +191,17 @@ void ServicePresenceTest::leavingResetsTheResults()
         QCOMPARE(m_world.value(number), QVariant(0));
     for (const char* text : { "confirmationcode", "pendingpair", "connectedwifeds" })
         QCOMPARE(m_world.text(text), "");
-    for (int i = 0; i < 32; ++i) {
-        const QString index = QString::number(i);
-        QCOMPARE(m_world.text("pairlistAddr:" + index) + m_world.text("pairlistName:" + index), "");
-        QCOMPARE(m_world.text("pairlistConnectionState:" + index), "0");
-        QCOMPARE(m_world.text("scanresultsSignalStrength:" + index), "0");
-    }
+    QCOMPARE(m_world.pairRows() + m_world.scanRows(), QStringList());
     QCOMPARE(m_world.value("isAnyDeviceConnected"), QVariant(false));
     QCOMPARE(m_world.text("myname"), "kitchen");
 }
 
 void ServicePresenceTest::markerKeepsTheSetting_data()
 {
-    QTest::addColumn<QString>("marker");
-    QTest::addColumn<bool>("staysEnabled");
-    QTest::newRow("none") << "" << false;
-    QTest::newRow("file") << "file" << true;
-    QTest::newRow("link to a file") << "link" << true;
+    const Rows<QString, bool> row("marker", "staysEnabled");
+    row("none", "", false);
+    row("file", "file", true);
+    row("link to a file", "link", true);
 }
 
 void ServicePresenceTest::markerKeepsTheSetting()
@@ -285,9 +268,5 @@ void ServicePresenceTest::aDaemonThatIsThereFirstIsNotSeen()
     QCOMPARE(m_daemon.takeCalls(), QList<ScriptedDaemon::Call>());
 }
 
-int main(int argc, char** argv)
-{
-    return runInModuleWorld<ServicePresenceTest>(argc, argv);
-}
-
+MODULE_TEST_MAIN(ServicePresenceTest)
 #include "ServicePresenceTest.moc"
