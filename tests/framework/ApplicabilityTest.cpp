@@ -1,5 +1,6 @@
 #include "expressions/Applicability.h"
 #include "items/ModuleItems.h"
+#include "support/Rows.h"
 
 #include <QTest>
 
@@ -40,68 +41,48 @@ private:
 
 void ApplicabilityTest::init()
 {
-    m_items = std::make_unique<ModuleItems>(QStringLiteral("server"), QStringLiteral("module"),
-                                            [](const QString&) {});
-    const QVector<EnumValue> states{ { QStringLiteral("Off"), QStringLiteral("S_OFF"), 0 },
-                                     { QStringLiteral("On"), QStringLiteral("S_ON"), 3 } };
-    m_items->add({ ItemKind::Result, QStringLiteral("state"), QString(), ValueType::enumeration(states), 3 });
-    m_items->add(
-        { ItemKind::Result, QStringLiteral("name"), QString(), ValueType::of(QString()), QString() });
-    m_items->add({ ItemKind::Config, QStringLiteral("enabled"), QString(), ValueType::of(false), true });
-    m_items->add(
-        { ItemKind::Result, QStringLiteral("row"), QString(), ValueType::of(QString()), QString(), {}, 3 });
+    m_items = std::make_unique<ModuleItems>("server", "module", [](const QString&) {});
+    const QVector<EnumValue> states{ { "Off", "S_OFF", 0 }, { "On", "S_ON", 3 } };
+    m_items->add({ ItemKind::Result, "state", QString(), ValueType::enumeration(states), 3 });
+    m_items->add({ ItemKind::Result, "name", QString(), ValueType::of(QString()), QString() });
+    m_items->add({ ItemKind::Config, "enabled", QString(), ValueType::of(false), true });
+    m_items->add({ ItemKind::Result, "row", QString(), ValueType::of(QString()), QString(), {}, 3 });
 }
 
 void ApplicabilityTest::expressions_data()
 {
-    QTest::addColumn<QString>("expression");
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("applies");
-    QTest::newRow("enumeration") << "res.state.value == res.state.enums.eS_ON"
-                                 << "" << true;
-    QTest::newRow("other enumeration value") << "res.state.value == res.state.enums.eS_OFF"
-                                             << "" << false;
-    QTest::newRow("config") << "(cfg.enabled.value)"
-                            << "" << true;
-    QTest::newRow("both") << "((res.state.value == 3) && (cfg.enabled.value))&& ((1 == 2) || (3 == 3))"
-                          << "" << true;
-    QTest::newRow("empty text is empty") << "res.name.value != \"\""
-                                         << "" << false;
-    QTest::newRow("empty text is loosely 0") << "res.name.value != 0"
-                                             << "" << false;
-    QTest::newRow("text 0 is loosely 0") << "res.name.value != 0"
-                                         << "0" << false;
-    QTest::newRow("text 0 is not empty") << "res.name.value != \"\""
-                                         << "0" << true;
-    QTest::newRow("an address is no number") << "res.name.value != 0"
-                                             << "12:34:56:78:9A:BC" << true;
-    QTest::newRow("a number as text") << "res.state.value == \"3\""
-                                      << "" << true;
-    QTest::newRow("names within texts are no inputs") << "res.name.value == 'res.nix.value'"
-                                                      << "res.nix.value" << true;
-    QTest::newRow("literal") << "true"
-                             << "" << true;
-    QTest::newRow("trailing comment") << "true // always"
-                                      << "" << true;
+    const Rows<QString, QString, bool> row("expression", "name", "applies");
+    row("enumeration", "res.state.value == res.state.enums.eS_ON", "", true);
+    row("other enumeration value", "res.state.value == res.state.enums.eS_OFF", "", false);
+    row("config", "(cfg.enabled.value)", "", true);
+    row("both", "((res.state.value == 3) && (cfg.enabled.value))&& ((1 == 2) || (3 == 3))", "", true);
+    row("empty text is empty", "res.name.value != \"\"", "", false);
+    row("empty text is loosely 0", "res.name.value != 0", "", false);
+    row("text 0 is loosely 0", "res.name.value != 0", "0", false);
+    row("text 0 is not empty", "res.name.value != \"\"", "0", true);
+    row("an address is no number", "res.name.value != 0", "12:34:56:78:9A:BC", true);
+    row("a number as text", "res.state.value == \"3\"", "", true);
+    row("names within texts are no inputs", "res.name.value == 'res.nix.value'", "res.nix.value", true);
+    row("literal", "true", "", true);
+    row("trailing comment", "true // always", "", true);
 }
 
 void ApplicabilityTest::expressions()
 {
     QFETCH(QString, expression);
     QFETCH(QString, name);
-    set(QStringLiteral("name"), name);
-    QTEST(addItem(QStringLiteral("x"), expression).isApplicable(), "applies");
+    set("name", name);
+    QTEST(addItem("x", expression).isApplicable(), "applies");
 }
 
 void ApplicabilityTest::instancesFollowTheirRow()
 {
     QStringList rows;
     for (int i = 0; i < 3; ++i)
-        rows << QStringLiteral("res.row_%1.value != \"\"").arg(i);
-    const auto details =
-        m_items->add({ ItemKind::Result, QStringLiteral("detail"), QString(), ValueType::of(QString()),
-                       QString(), ModuleItems::joinExpressions(rows), 3 });
-    set(QStringLiteral("row:1"), QStringLiteral("there"));
+        rows << QString("res.row_%1.value != \"\"").arg(i);
+    const auto details = m_items->add({ ItemKind::Result, "detail", QString(), ValueType::of(QString()),
+                                        QString(), ModuleItems::joinExpressions(rows), 3 });
+    set("row:1", "there");
     QVERIFY(!details[0]->isApplicable());
     QVERIFY(details[1]->isApplicable());
     QVERIFY(!details[2]->isApplicable());
@@ -109,20 +90,13 @@ void ApplicabilityTest::instancesFollowTheirRow()
 
 void ApplicabilityTest::brokenExpressionsSayWhatIsWrong_data()
 {
-    QTest::addColumn<QString>("expression");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("does not compile") << "(res.state.value =="
-                                      << ":x: never applies; its expression .*does not compile";
-    QTest::newRow("a statement") << "var a = 1"
-                                 << ":x: never applies; its expression .*does not compile";
-    QTest::newRow("unknown result") << "cfg.enabled.value || res.nix.value"
-                                    << "names nix at character 22, .*no result";
-    QTest::newRow("unknown config") << "cfg.state.value"
-                                    << "names state at character 1, .*no config";
-    QTest::newRow("unknown instance") << "res.row_3.value"
-                                      << "names row_3 at character 1";
-    QTest::newRow("fails when evaluated") << "res.state.nix.nix"
-                                          << ":x: does not apply; its expression .*failed";
+    const Rows<QString, QString> row("expression", "message");
+    row("does not compile", "(res.state.value ==", ":x: never applies; its expression .*does not compile");
+    row("a statement", "var a = 1", ":x: never applies; its expression .*does not compile");
+    row("unknown result", "cfg.enabled.value || res.nix.value", "names nix at character 22, .*no result");
+    row("unknown config", "cfg.state.value", "names state at character 1, .*no config");
+    row("unknown instance", "res.row_3.value", "names row_3 at character 1");
+    row("fails when evaluated", "res.state.nix.nix", ":x: does not apply; its expression .*failed");
 }
 
 void ApplicabilityTest::brokenExpressionsSayWhatIsWrong()
@@ -130,7 +104,7 @@ void ApplicabilityTest::brokenExpressionsSayWhatIsWrong()
     QFETCH(QString, expression);
     QFETCH(QString, message);
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(message));
-    Item& item = addItem(QStringLiteral("x"), expression);
+    Item& item = addItem("x", expression);
     m_items->checkExpressions();
     QVERIFY(!item.isApplicable());
     QVERIFY(!item.isApplicable()); // and says it once
@@ -139,26 +113,26 @@ void ApplicabilityTest::brokenExpressionsSayWhatIsWrong()
 void ApplicabilityTest::onlyAChangedInputLeadsToAnEvaluation()
 {
     // The expression counts its own evaluations in an object that the engine keeps.
-    Item& item = addItem(QStringLiteral("x"), QStringLiteral("res.state.count = (res.state.count || 0) + 1"));
+    Item& item = addItem("x", "res.state.count = (res.state.count || 0) + 1");
     auto evaluations = [&, probe = 0]() mutable {
-        const QString id = QStringLiteral("probe%1").arg(++probe);
+        const QString id = QString("probe%1").arg(++probe);
         for (int count = 0; count < 10; ++count) {
-            const QString expression = QStringLiteral("res.state.count == %1").arg(count);
+            const QString expression = QString("res.state.count == %1").arg(count);
             if (addItem(id + QString::number(count), expression).isApplicable())
                 return count;
         }
         return 0;
     };
-    set(QStringLiteral("state"), 0);
+    set("state", 0);
     QCOMPARE(evaluations(), 0); // nobody asked
     QVERIFY(item.isApplicable());
     QVERIFY(item.isApplicable());
-    set(QStringLiteral("name"), QStringLiteral("no input of it"));
-    set(QStringLiteral("state"), 0); // the value that it has
+    set("name", "no input of it");
+    set("state", 0); // the value that it has
     QVERIFY(item.isApplicable());
-    set(QStringLiteral("state"), 3);
-    set(QStringLiteral("state"), 0);
-    set(QStringLiteral("state"), 3);
+    set("state", 3);
+    set("state", 0);
+    set("state", 3);
     QVERIFY(item.isApplicable());
     // A probe's expression is compiled anew for each text, so one list of probes is enough.
     QCOMPARE(evaluations(), 2);
@@ -166,12 +140,12 @@ void ApplicabilityTest::onlyAChangedInputLeadsToAnEvaluation()
 
 void ApplicabilityTest::whatAModuleMadeInapplicableStaysSo()
 {
-    Item& item = addItem(QStringLiteral("x"), QStringLiteral("cfg.enabled.value"));
+    Item& item = addItem("x", "cfg.enabled.value");
     item.setApplicable(false, true);
     QVERIFY(!item.isApplicable());
     item.setApplicable(true, true);
     QVERIFY(item.isApplicable());
-    m_items->find(ItemKind::Config, QStringLiteral("enabled"))->store(false, true);
+    m_items->find(ItemKind::Config, "enabled")->store(false, true);
     QVERIFY(!item.isApplicable());
 }
 

@@ -1,5 +1,6 @@
 // The commands in docs/bus-interface.md do what it says, against the host that they name.
 #include "ModuleWorld.h"
+#include "support/Rows.h"
 
 #include <QFile>
 #include <QProcess>
@@ -9,14 +10,11 @@
 #include <algorithm>
 #include <cstdio>
 
-class BusInterfaceDocumentTest : public QObject
+class BusInterfaceDocumentTest : public ModuleTest
 {
     Q_OBJECT
 public:
-    explicit BusInterfaceDocumentTest(ModuleWorld& world)
-        : m_world(world)
-    {
-    }
+    using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
     void initTestCase();
@@ -29,54 +27,50 @@ private:
     /// What a method answers, as a D-Bus signature; from the heading that describes it.
     [[nodiscard]] QString documentedAnswer(const QString& method) const;
 
-    ModuleWorld& m_world;
     QString m_document;
     QStringList m_examples; ///< command lines
 };
 
 namespace {
 
-const QString Call =
-    QStringLiteral("busctl --user call tov.base.bluetoothlauncher /tov/base/Items tov.base.Items ");
+const QString Call = "busctl --user call tov.base.bluetoothlauncher /tov/base/Items tov.base.Items ";
 
 QString methodOf(const QString& example)
 {
-    return example.mid(Call.size()).section(QLatin1Char(' '), 0, 0);
+    return example.mid(Call.size()).section(' ', 0, 0);
 }
 
 } // namespace
 
 void BusInterfaceDocumentTest::initTestCase()
 {
-    QFile file(QStringLiteral(DOCUMENT));
+    QFile file(DOCUMENT);
     QVERIFY2(file.open(QIODevice::ReadOnly), DOCUMENT);
     m_document = QString::fromUtf8(file.readAll());
-    for (const QString& line : m_document.split(QLatin1Char('\n'))) {
-        if (line.startsWith(QStringLiteral("    busctl ")))
+    for (const QString& line : m_document.split('\n'))
+        if (line.startsWith("    busctl "))
             m_examples << line.trimmed();
-    }
 }
 
 QString BusInterfaceDocumentTest::documentedAnswer(const QString& method) const
 {
-    const QRegularExpression heading(QStringLiteral("^### %1\\(.*?\\)(?: → \\((.*)\\))?$").arg(method),
+    const QRegularExpression heading(QString("^### %1\\(.*?\\)(?: → \\((.*)\\))?$").arg(method),
                                      QRegularExpression::MultilineOption);
     QString signature;
-    for (const QString& argument : heading.match(m_document).captured(1).split(QStringLiteral(", ")))
-        signature += argument.section(QLatin1Char(' '), 0, 0);
+    for (const QString& argument : heading.match(m_document).captured(1).split(", "))
+        signature += argument.section(' ', 0, 0);
     return signature;
 }
 
 void BusInterfaceDocumentTest::everyMethodHasAnExample()
 {
-    const QRegularExpression heading(
-        QStringLiteral("^### (\\w+)\\((?!.*serial, a\\(sa\\{sv\\}\\) items\\)$)"),
-        QRegularExpression::MultilineOption);
+    const QRegularExpression heading("^### (\\w+)\\((?!.*serial, a\\(sa\\{sv\\}\\) items\\)$)",
+                                     QRegularExpression::MultilineOption);
     auto headings = heading.globalMatch(m_document);
     int methods = 0;
     for (; headings.hasNext(); ++methods) {
         const QString method = headings.next().captured(1);
-        const QString call = Call + method + QLatin1Char(' ');
+        const QString call = Call + method + ' ';
         const bool hasExample = std::any_of(m_examples.begin(), m_examples.end(),
                                             [&](const QString& example) { return example.startsWith(call); });
         QVERIFY2(hasExample, qPrintable(method));
@@ -86,11 +80,10 @@ void BusInterfaceDocumentTest::everyMethodHasAnExample()
 
 void BusInterfaceDocumentTest::callsAnswerAsDocumented_data()
 {
-    QTest::addColumn<QString>("example");
-    for (const QString& example : m_examples) {
-        if (!example.contains(QStringLiteral(" monitor ")))
-            QTest::newRow(qPrintable(methodOf(example))) << example;
-    }
+    const Rows<QString> row("example");
+    for (const QString& example : m_examples)
+        if (!example.contains(" monitor "))
+            row(qPrintable(methodOf(example)), example);
 }
 
 void BusInterfaceDocumentTest::callsAnswerAsDocumented()
@@ -98,25 +91,23 @@ void BusInterfaceDocumentTest::callsAnswerAsDocumented()
     QFETCH(QString, example);
     QVERIFY2(example.startsWith(Call), qPrintable(example));
     QProcess shell;
-    shell.start(QStringLiteral("/bin/sh"), { QStringLiteral("-c"), example });
+    shell.start("/bin/sh", { "-c", example });
     QVERIFY(shell.waitForFinished());
     const QByteArray errors = shell.readAllStandardError();
     QVERIFY2(shell.exitCode() == 0, errors.constData());
-    const QString answer =
-        QString::fromUtf8(shell.readAllStandardOutput()).section(QLatin1Char(' '), 0, 0).trimmed();
+    const QString answer = QString::fromUtf8(shell.readAllStandardOutput()).section(' ', 0, 0).trimmed();
     QCOMPARE(answer, documentedAnswer(methodOf(example)));
-    if (methodOf(example) == QLatin1String("Set"))
-        QCOMPARE(m_world.value(QStringLiteral("enabled")), QVariant(true));
+    if (methodOf(example) == "Set")
+        QCOMPARE(m_world.value("enabled"), QVariant(true));
 }
 
 void BusInterfaceDocumentTest::monitorShowsChanges()
 {
-    const QStringList monitors = m_examples.filter(QStringLiteral(" monitor "));
+    const QStringList monitors = m_examples.filter(" monitor ");
     QCOMPARE(monitors.size(), 1);
     QProcess shell;
     shell.setProcessChannelMode(QProcess::MergedChannels);
-    shell.start(QStringLiteral("/bin/sh"),
-                { QStringLiteral("-c"), QStringLiteral("exec ") + monitors.first() });
+    shell.start("/bin/sh", { "-c", "exec " + monitors.first() });
     QString shown;
     const auto shows = [&](const char* text) {
         shell.waitForReadyRead(0);
@@ -124,8 +115,8 @@ void BusInterfaceDocumentTest::monitorShowsChanges()
         return shown.contains(QLatin1String(text));
     };
     QTRY_VERIFY2(shows("Monitoring bus message stream"), qPrintable(shown));
-    const bool before = m_world.value(QStringLiteral("enabled")).toBool();
-    QVERIFY(m_world.set(QStringLiteral("enabled"), !before));
+    const bool before = m_world.value("enabled").toBool();
+    QVERIFY(m_world.set("enabled", !before));
     QTRY_VERIFY2(shows("Member=Changed"), qPrintable(shown));
     QTRY_VERIFY2(shows(":config:bluetoothlauncher:bluetooth:enabled:"), qPrintable(shown));
     shell.kill();
@@ -134,7 +125,7 @@ void BusInterfaceDocumentTest::monitorShowsChanges()
 
 int main(int argc, char** argv)
 {
-    if (QStandardPaths::findExecutable(QStringLiteral("busctl")).isEmpty()) {
+    if (QStandardPaths::findExecutable("busctl").isEmpty()) {
         std::fputs("there is no busctl here; it is in the package \"systemd\"\n", stderr);
         return 77; // skipped
     }

@@ -1,5 +1,6 @@
 #include "store/ConfigFile.h"
 #include "items/ModuleItems.h"
+#include "support/Rows.h"
 
 #include <QDir>
 #include <QFile>
@@ -29,15 +30,15 @@ private Q_SLOTS:
 private:
     std::unique_ptr<ModuleItems> makeModule(const QString& name)
     {
-        auto items = std::make_unique<ModuleItems>(QStringLiteral("server"), name,
-                                                   [this](const QString& id) { m_announced << id; });
-        items->add({ ItemKind::Config, QStringLiteral("enabled"), QString(), ValueType::of(false), false })
+        auto items =
+            std::make_unique<ModuleItems>("server", name, [this](const QString& id) { m_announced << id; });
+        items->add({ ItemKind::Config, "enabled", QString(), ValueType::of(false), false })
             .front()
             ->isObserved = true;
         ValueType pin = ValueType::of(QString());
         pin.setRange(4, 8);
-        items->add({ ItemKind::Config, QStringLiteral("pin"), QString(), pin, QStringLiteral("5190") });
-        items->add({ ItemKind::Config, QStringLiteral("serial"), QString(), ValueType::of(0ULL), 0ULL });
+        items->add({ ItemKind::Config, "pin", QString(), pin, "5190" });
+        items->add({ ItemKind::Config, "serial", QString(), ValueType::of(0ULL), 0ULL });
         return items;
     }
     static QVariant value(const ModuleItems& items, const char* id)
@@ -47,7 +48,7 @@ private:
     [[nodiscard]] bool save(const ModuleItems& items) const
     {
         ConfigFile file(m_path);
-        file.gather(items, { QStringLiteral("enabled"), QStringLiteral("pin"), QStringLiteral("serial") });
+        file.gather(items, { "enabled", "pin", "serial" });
         return file.write();
     }
     void writeFile(const QByteArray& content) const
@@ -65,40 +66,40 @@ private:
 void ConfigFileTest::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
-    m_path = m_folder->filePath(QStringLiteral("server.json"));
+    m_path = m_folder->filePath("server.json");
     m_announced.clear();
 }
 
 void ConfigFileTest::whatWasStoredComesBack()
 {
-    const auto before = makeModule(QStringLiteral("radio"));
-    before->find(ItemKind::Config, QStringLiteral("enabled"))->store(true, true);
+    const auto before = makeModule("radio");
+    before->find(ItemKind::Config, "enabled")->store(true, true);
     // Only the module itself may empty it; that has to survive a restart.
-    before->find(ItemKind::Config, QStringLiteral("pin"))->store(QString(), true);
-    before->find(ItemKind::Config, QStringLiteral("serial"))->store(18446744073709551615ULL, true);
+    before->find(ItemKind::Config, "pin")->store(QString(), true);
+    before->find(ItemKind::Config, "serial")->store(18446744073709551615ULL, true);
     QVERIFY(save(*before));
     QCOMPARE(QFile::permissions(m_path)
                  & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
              QFile::Permissions());
 
     m_announced.clear();
-    const auto after = makeModule(QStringLiteral("radio"));
+    const auto after = makeModule("radio");
     QVERIFY(ConfigFile(m_path).load(*after));
     QCOMPARE(value(*after, "enabled"), QVariant(true));
     QCOMPARE(value(*after, "pin"), QVariant(QString()));
     QCOMPARE(value(*after, "serial"), QVariant(18446744073709551615ULL));
-    QCOMPARE(m_announced, QStringList(QStringLiteral(":config:server:radio:enabled:")));
+    QCOMPARE(m_announced, QStringList(":config:server:radio:enabled:"));
 }
 
 void ConfigFileTest::twoModulesShareTheFile()
 {
-    const auto one = makeModule(QStringLiteral("one"));
-    const auto two = makeModule(QStringLiteral("two"));
-    one->find(ItemKind::Config, QStringLiteral("pin"))->store(QStringLiteral("1111"), true);
-    two->find(ItemKind::Config, QStringLiteral("pin"))->store(QStringLiteral("2222"), true);
+    const auto one = makeModule("one");
+    const auto two = makeModule("two");
+    one->find(ItemKind::Config, "pin")->store("1111", true);
+    two->find(ItemKind::Config, "pin")->store("2222", true);
     QVERIFY(save(*one));
     QVERIFY(save(*two));
-    const auto again = makeModule(QStringLiteral("one"));
+    const auto again = makeModule("one");
     QVERIFY(ConfigFile(m_path).load(*again));
     QCOMPARE(value(*again, "pin"), QVariant("1111"));
 }
@@ -109,8 +110,8 @@ void ConfigFileTest::whatNoModuleKnowsStays()
     writeFile(R"({"format": 2, "modules": {
         "other": {"values": {"a": 1}},
         "radio": {"values": {"new": "x", "enabled": false}, "beyondLimits": {"new": "", "pin": ""}, "since": 3}}})");
-    const auto items = makeModule(QStringLiteral("radio"));
-    items->find(ItemKind::Config, QStringLiteral("enabled"))->store(true, true);
+    const auto items = makeModule("radio");
+    items->find(ItemKind::Config, "enabled")->store(true, true);
     QVERIFY(save(*items));
     QFile file(m_path);
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -123,19 +124,14 @@ void ConfigFileTest::whatNoModuleKnowsStays()
 
 void ConfigFileTest::wrongValuesTakeTheirDefault_data()
 {
-    QTest::addColumn<QByteArray>("values");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("type of a bool") << QByteArray(R"("enabled": 1, "pin": "7777")")
-                                    << "enabled: .*a value that is no bool";
-    QTest::newRow("text for a bool") << QByteArray(R"("enabled": "true", "pin": "7777")")
-                                     << "enabled: .*a value that is no bool";
-    QTest::newRow("too short, in the place of a value that the module stored")
-        << QByteArray(R"("pin": "1"}, "beyondLimits": {"pin": "")") << "pin: .*a value beyond its limits";
-    QTest::newRow("too short") << QByteArray(R"("serial": 1, "pin": "1")")
-                               << "pin: .*a value beyond its limits";
-    QTest::newRow("nested") << QByteArray(R"("serial": {"a": 1}, "enabled": true)")
-                            << "serial: .*a value that is no int";
-    QTest::newRow("unknown id") << QByteArray(R"("nix": true)") << "radio has no config \"nix\"";
+    const Rows<QByteArray, QString> row("values", "message");
+    row("type of a bool", R"("enabled": 1, "pin": "7777")", "enabled: .*a value that is no bool");
+    row("text for a bool", R"("enabled": "true", "pin": "7777")", "enabled: .*a value that is no bool");
+    row("too short, in the place of a value that the module stored",
+        R"("pin": "1"}, "beyondLimits": {"pin": "")", "pin: .*a value beyond its limits");
+    row("too short", R"("serial": 1, "pin": "1")", "pin: .*a value beyond its limits");
+    row("nested", R"("serial": {"a": 1}, "enabled": true)", "serial: .*a value that is no int");
+    row("unknown id", R"("nix": true)", "radio has no config \"nix\"");
 }
 
 void ConfigFileTest::wrongValuesTakeTheirDefault()
@@ -144,7 +140,7 @@ void ConfigFileTest::wrongValuesTakeTheirDefault()
     QFETCH(QString, message);
     writeFile(R"({"modules": {"radio": {"values": {)" + values + "}}}}");
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(message));
-    const auto items = makeModule(QStringLiteral("radio"));
+    const auto items = makeModule("radio");
     QVERIFY(ConfigFile(m_path).load(*items));
     // The value that was wrong stays at its default, its neighbour is loaded.
     QCOMPARE(value(*items, "enabled"), QVariant(values.contains("\"enabled\": true")));
@@ -153,24 +149,23 @@ void ConfigFileTest::wrongValuesTakeTheirDefault()
 
 void ConfigFileTest::damagedFilesAreSetAside_data()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("cut off") << QByteArray(R"({"modules": {"radio": {"values": {"ena)");
-    QTest::newRow("no object") << QByteArray("[1, 2]");
-    QTest::newRow("modules of another shape") << QByteArray(R"({"modules": 3})");
-    QTest::newRow("bytes") << QByteArray("\xff\xfe\x00\x01", 4);
+    const Rows<QByteArray> row("content");
+    row("empty", "");
+    row("cut off", QByteArray(R"({"modules": {"radio": {"values": {"ena)"));
+    row("no object", "[1, 2]");
+    row("modules of another shape", R"({"modules": 3})");
+    row("bytes", QByteArray("\xff\xfe\x00\x01", 4));
 }
 
 void ConfigFileTest::damagedFilesAreSetAside()
 {
     QFETCH(QByteArray, content);
     writeFile(content);
-    QTest::ignoreMessage(QtWarningMsg,
-                         QRegularExpression(QStringLiteral("server.json is damaged .*is kept as")));
-    const auto items = makeModule(QStringLiteral("radio"));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("server.json is damaged .*is kept as"));
+    const auto items = makeModule("radio");
     QVERIFY(!ConfigFile(m_path).load(*items));
     QVERIFY(!QFile::exists(m_path));
-    const QStringList kept = QDir(m_folder->path()).entryList({ QStringLiteral("server.json.damaged-*") });
+    const QStringList kept = QDir(m_folder->path()).entryList({ "server.json.damaged-*" });
     QCOMPARE(kept.size(), 1);
     QFile file(m_folder->filePath(kept.first()));
     QVERIFY(file.open(QIODevice::ReadOnly));

@@ -1,6 +1,6 @@
-#include "DemoServer.h"
-
 #include "client/KELClientInterface.h"
+#include "support/DemoServers.h"
+#include "support/Programs.h"
 
 #include <QDBusMessage>
 #include <QFile>
@@ -37,7 +37,7 @@ private:
     /// All values changed by the time that the predicate's item shows up.
     static QVariantMap changeOf(const QList<QVariant>& signal, const QString& address);
 
-    DemoServer m_demo;
+    DemoServers m_demo;
     std::unique_ptr<KELClientInterface> m_client;
 };
 
@@ -55,53 +55,50 @@ QStringList addresses(const ItemRecords& records)
 
 void ItemServerTest::initTestCase()
 {
-    const QString error = m_demo.startBus();
-    QVERIFY2(error.isEmpty(), qPrintable(error));
+    QCOMPARE(m_demo.startBus(), QString());
 }
 
 void ItemServerTest::init()
 {
-    QVERIFY(m_demo.startServer());
-    m_client = std::make_unique<KELClientInterface>(BusName, QDBusConnection::sessionBus());
+    QVERIFY(m_demo.start());
+    m_client = std::make_unique<KELClientInterface>(DemoBusName, QDBusConnection::sessionBus());
 }
 
 void ItemServerTest::cleanup()
 {
     m_client.reset();
-    m_demo.stopServer();
+    m_demo.end();
     m_demo.removeState();
 }
 
 void ItemServerTest::cleanupTestCase()
 {
-    m_demo.stopBus();
+    m_demo.stop();
 }
 
 void ItemServerTest::valuesKeepTheirType()
 {
-    QCOMPARE(*m_client->get(QStringLiteral("serial")), QVariant(18446744073709551615ULL));
-    QCOMPARE(*m_client->get(QStringLiteral("enabled")), QVariant(false));
-    QCOMPARE(*m_client->get(QStringLiteral("state")), QVariant(0));
-    const auto description = m_client->describe(QStringLiteral("state"));
-    const auto values = qdbus_cast<ipc::EnumValues>(description->value(QStringLiteral("enumeration")));
+    QCOMPARE(*m_client->get("serial"), QVariant(18446744073709551615ULL));
+    QCOMPARE(*m_client->get("enabled"), QVariant(false));
+    QCOMPARE(*m_client->get("state"), QVariant(0));
+    const auto description = m_client->describe("state");
+    const auto values = qdbus_cast<ipc::EnumValues>(description->value("enumeration"));
     QCOMPARE(values.size(), 3);
-    QCOMPARE(values.last().symbol, QStringLiteral("DEMO_STATE_FAILED"));
-    QCOMPARE(description->value(QStringLiteral("text")).toString(), QStringLiteral("Off"));
+    QCOMPARE(values.last().symbol, "DEMO_STATE_FAILED");
+    QCOMPARE(description->value("text").toString(), "Off");
 }
 
 void ItemServerTest::actionsAnswer()
 {
-    QCOMPARE(*m_client->trigger(QStringLiteral("echo"), QStringLiteral("grüße\n")),
-             QStringLiteral("grüße\n"));
-    QCOMPARE(*m_client->trigger(QStringLiteral("echo"), QString()), QString());
+    QCOMPARE(*m_client->trigger("echo", "grüße\n"), "grüße\n");
+    QCOMPARE(*m_client->trigger("echo", QString()), QString());
 }
 
 QVariantMap ItemServerTest::changeOf(const QList<QVariant>& signal, const QString& address)
 {
-    for (const ipc::ItemRecord& record : signal.first().value<ItemRecords>()) {
+    for (const ipc::ItemRecord& record : signal.first().value<ItemRecords>())
         if (record.address == address)
             return record.properties;
-    }
     return {};
 }
 
@@ -109,119 +106,106 @@ void ItemServerTest::oneSignalCarriesOnlyWhatChanged()
 {
     QVERIFY(m_client->watch());
     QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
-    QVERIFY(m_client->trigger(QStringLiteral("writemany"), QStringLiteral("first")));
+    QVERIFY(m_client->trigger("writemany", "first"));
     QVERIFY(changed.wait());
     // The same once more changes nothing; what follows is therefore the next signal.
-    QVERIFY(m_client->trigger(QStringLiteral("writemany"), QStringLiteral("first")));
-    QVERIFY(m_client->trigger(QStringLiteral("write"), QStringLiteral("state=3")));
+    QVERIFY(m_client->trigger("writemany", "first"));
+    QVERIFY(m_client->trigger("write", "state=3"));
     QTRY_COMPARE(changed.size(), 2);
-    QCOMPARE(addresses(changed[0].first().value<ItemRecords>()),
-             QStringList(QStringLiteral(":result:demo:mod:rowName:0:")));
-    QCOMPARE(addresses(changed[1].first().value<ItemRecords>()),
-             QStringList(QStringLiteral(":result:demo:mod:state:")));
-    const QVariantMap state = changeOf(changed[1], QStringLiteral(":result:demo:mod:state:"));
+    QCOMPARE(addresses(changed[0].first().value<ItemRecords>()), QStringList(":result:demo:mod:rowName:0:"));
+    QCOMPARE(addresses(changed[1].first().value<ItemRecords>()), QStringList(":result:demo:mod:state:"));
+    const QVariantMap state = changeOf(changed[1], ":result:demo:mod:state:");
     QCOMPARE(state, (QVariantMap{ { "value", 3 }, { "text", "On" } }));
 }
 
 void ItemServerTest::watchersHearOfApplicability()
 {
-    QVERIFY(m_client->trigger(QStringLiteral("writemany"), QStringLiteral("somebody")));
-    const auto snapshot = m_client->watch({ QStringLiteral("rowName") });
+    QVERIFY(m_client->trigger("writemany", "somebody"));
+    const auto snapshot = m_client->watch({ "rowName" });
     QCOMPARE(snapshot->items.size(), 4);
-    QCOMPARE(snapshot->items.first().properties.value(QStringLiteral("applicable")), QVariant(false));
+    QCOMPARE(snapshot->items.first().properties.value("applicable"), QVariant(false));
     QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
-    QVERIFY(m_client->set(QStringLiteral("enabled"), true));
+    QVERIFY(m_client->set("enabled", true));
     QVERIFY(changed.wait());
     // Its own value, and the row that is filled: name and state of it; no other row.
     QCOMPARE(addresses(changed.first().first().value<ItemRecords>()),
              QStringList({ ":config:demo:mod:enabled:", ":result:demo:mod:rowName:0:",
                            ":result:demo:mod:rowState:0:" }));
-    QCOMPARE(changeOf(changed.first(), QStringLiteral(":result:demo:mod:rowState:0:")),
+    QCOMPARE(changeOf(changed.first(), ":result:demo:mod:rowState:0:"),
              (QVariantMap{ { "applicable", true } }));
 }
 
 void ItemServerTest::observedWritesAreAnnouncedEachTime()
 {
     for (const bool value : { true, true, false })
-        QVERIFY(m_client->set(QStringLiteral("enabled"), value));
-    QVERIFY(m_client->set(QStringLiteral("pin"), QStringLiteral("1234"))); // not observed
-    m_demo.stopServer();
+        QVERIFY(m_client->set("enabled", value));
+    QVERIFY(m_client->set("pin", "1234")); // not observed
+    m_demo.end();
     const QString output = QString::fromUtf8(m_demo.process().readAll());
-    QCOMPARE(output.count(QStringLiteral("itemChanged :config:demo:mod:enabled: true")), 2);
-    QCOMPARE(output.count(QStringLiteral("itemChanged")), 3);
+    QCOMPARE(output.count("itemChanged :config:demo:mod:enabled: true"), 2);
+    QCOMPARE(output.count("itemChanged"), 3);
 }
 
 void ItemServerTest::configsSurviveARestartAndAKill()
 {
-    QVERIFY(m_client->set(QStringLiteral("enabled"), true));
-    QVERIFY(m_client->set(QStringLiteral("pin"), QStringLiteral("4711")));
+    QVERIFY(m_client->set("enabled", true));
+    QVERIFY(m_client->set("pin", "4711"));
     QVERIFY(m_client->list()); // an answer comes after what was to be written
-    m_demo.process().kill();
-    m_demo.process().waitForFinished();
-    m_demo.process().readAll();
-    QVERIFY(m_demo.startServer());
-    QCOMPARE(*m_client->get(QStringLiteral("pin")), QVariant("4711"));
-    QCOMPARE(*m_client->get(QStringLiteral("enabled")), QVariant(true));
+    m_demo.kill();
+    QVERIFY(m_demo.start());
+    QCOMPARE(*m_client->get("pin"), QVariant("4711"));
+    QCOMPARE(*m_client->get("enabled"), QVariant(true));
     m_demo.process().waitForReadyRead(0);
     QVERIFY(m_demo.process().readAll().contains("itemChanged :config:demo:mod:enabled: true"));
 }
 
 void ItemServerTest::aForkedCopyLeavesSilently()
 {
-    QVERIFY(m_client->trigger(QStringLiteral("fork"), QString()));
-    const auto child = m_client->get(QStringLiteral("serial"))->toString();
+    QVERIFY(m_client->trigger("fork", QString()));
+    const auto child = m_client->get("serial")->toString();
     // A copy that has left is a zombie until its parent asks for it.
-    QFile status(QStringLiteral("/proc/%1/stat").arg(child));
-    const auto hasLeft = [&] {
-        return status.open(QIODevice::ReadOnly) && [&] {
-            const bool left = status.readAll().contains(") Z ");
-            status.close();
-            return left;
-        }();
+    const auto hasLeft = [&child] {
+        QFile status(QString("/proc/%1/stat").arg(child));
+        return status.open(QIODevice::ReadOnly) && status.readAll().contains(") Z ");
     };
     QTRY_VERIFY(hasLeft());
-    QCOMPARE(*m_client->trigger(QStringLiteral("echo"), QStringLiteral("still here")),
-             QStringLiteral("still here"));
+    QCOMPARE(*m_client->trigger("echo", "still here"), "still here");
 }
 
 void ItemServerTest::aSecondServerOfTheSameNameIsRefused()
 {
-    QProcess second;
-    second.start(QStringLiteral(ITEM_TEST_SERVER),
-                 { QStringLiteral("demo"), m_demo.filePath(QStringLiteral("other")), QStringLiteral("mod") });
-    QVERIFY(second.waitForFinished());
-    QCOMPARE(second.exitCode(), 1);
-    QVERIFY(second.readAllStandardError().contains("tov.base.demo is taken"));
-    QVERIFY(m_client->get(QStringLiteral("state")));
+    const Finished second = run(ITEM_TEST_SERVER, { "demo", m_demo.statePath("other"), "mod" });
+    QCOMPARE(second.status, 1);
+    QVERIFY(second.err.contains("tov.base.demo is taken"));
+    QVERIFY(m_client->get("state"));
 }
 
 void ItemServerTest::anAbsentOrSilentServerIsTold()
 {
-    KELClientInterface nobody(QStringLiteral("tov.base.nobody"), QDBusConnection::sessionBus());
-    const auto absent = nobody.get(QStringLiteral("state"));
+    KELClientInterface nobody("tov.base.nobody", QDBusConnection::sessionBus());
+    const auto absent = nobody.get("state");
     QCOMPARE(absent.error().kind, ClientError::Kind::NoServer);
-    QVERIFY(absent.error().message.contains(QStringLiteral("tov.base.nobody is not on the session bus")));
+    QVERIFY(absent.error().message.contains("tov.base.nobody is not on the session bus"));
 
-    const auto gone = m_client->trigger(QStringLiteral("crash"), QString());
+    const auto gone = m_client->trigger("crash", QString());
     QVERIFY(gone.error().kind == ClientError::Kind::NoAnswer);
-    QVERIFY(gone.error().message.contains(QStringLiteral("left the bus before it answered")));
-    m_demo.process().waitForFinished();
-    QVERIFY(m_demo.startServer());
+    QVERIFY(gone.error().message.contains("left the bus before it answered"));
+    QVERIFY(m_demo.process().waitForFinished());
+    QVERIFY(m_demo.start());
 
     m_client->setTimeout(std::chrono::milliseconds(50));
-    const auto silent = m_client->trigger(QStringLiteral("stall"), QString());
+    const auto silent = m_client->trigger("stall", QString());
     QVERIFY2(silent.error().kind == ClientError::Kind::NoAnswer, qPrintable(silent.error().message));
-    QVERIFY(silent.error().message.contains(QStringLiteral("did not answer within 0.05 s")));
-    m_demo.process().kill(); // it waits for a signal and nothing else
-    m_demo.process().waitForFinished();
+    QVERIFY(silent.error().message.contains("did not answer within 0.05 s"));
+    m_demo.kill(); // it waits for a signal and nothing else
 }
 
 void ItemServerTest::sharedClientsAreSharedAndOnlyOfWhatIsThere()
 {
-    KELClientInterface* first = KELClientInterface::getSessionBusClient(BusName, nullptr);
+    KELClientInterface* first = KELClientInterface::getSessionBusClient(DemoBusName, nullptr);
     QVERIFY(first);
-    QCOMPARE(KELClientInterface::getSessionBusClient(BusName, nullptr), first);
-    QCOMPARE(KELClientInterface::getSessionBusClient(QStringLiteral("tov.base.nobody"), nullptr), nullptr);
+    QCOMPARE(KELClientInterface::getSessionBusClient(DemoBusName, nullptr), first);
+    QCOMPARE(KELClientInterface::getSessionBusClient("tov.base.nobody", nullptr), nullptr);
 }
 
 void ItemServerTest::recordsOfOtherModulesTravel()
@@ -229,9 +213,9 @@ void ItemServerTest::recordsOfOtherModulesTravel()
     const QVariantMap record{ { "deviceAddr", 18446744073709551615ULL }, { "deviceConnected", true } };
     QVERIFY(m_client->watch());
     QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
-    m_client->setItem(QStringLiteral("record"), record);
+    m_client->setItem("record", record);
     QVERIFY(changed.wait());
-    QCOMPARE(qdbus_cast<QVariantMap>(*m_client->get(QStringLiteral("record"))), record);
+    QCOMPARE(qdbus_cast<QVariantMap>(*m_client->get("record")), record);
 }
 
 QTEST_GUILESS_MAIN(ItemServerTest)

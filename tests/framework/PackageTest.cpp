@@ -1,5 +1,6 @@
 #include "client/KELClientInterface.h"
-#include "world/MessageBus.h"
+#include "support/PrivateBus.h"
+#include "support/Programs.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
@@ -24,21 +25,20 @@ private Q_SLOTS:
 private:
     [[nodiscard]] QString path(const char* name) const { return m_folder.filePath(QLatin1String(name)); }
     /// Runs a program to its end. @return what it printed; nothing when it failed, which is a test failure.
-    [[nodiscard]] QString run(const QString& program, const QStringList& arguments) const;
+    [[nodiscard]] QString printed(const QString& program, const QStringList& arguments) const;
     [[nodiscard]] QString findFile(const QString& name) const;
     void startLamp(QProcess& lamp) const;
 
     QTemporaryDir m_folder;
-    world::MessageBus m_bus;
+    PrivateSessionBus m_bus;
 };
 
 namespace {
 
-constexpr int PatienceMilliseconds = 100'000;
-const QString Lamps = QStringLiteral("tov.base.lamps");
-const QString Brightness = QStringLiteral(":config:lamps:lamp:brightness: ");
+const QString Lamps = "tov.base.lamps";
+const QString Brightness = ":config:lamps:lamp:brightness: ";
 // What was built with a sanitizer is linked with it.
-const QString Flags = QStringLiteral(SANITIZER_FLAGS);
+const QString Flags = SANITIZER_FLAGS;
 
 /// The next line of output that begins with a text.
 QString lineOf(QProcess& process, const QString& beginning)
@@ -50,36 +50,29 @@ QString lineOf(QProcess& process, const QString& beginning)
                 return line;
         }
         if (!process.waitForReadyRead())
-            return QStringLiteral("no line \"%1\"").arg(beginning);
+            return QString("no line \"%1\"").arg(beginning);
     }
 }
 
 } // namespace
 
-QString PackageTest::run(const QString& program, const QStringList& arguments) const
+QString PackageTest::printed(const QString& program, const QStringList& arguments) const
 {
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.setWorkingDirectory(m_folder.path());
-    process.start(program, arguments);
-    const bool ended = process.waitForFinished(PatienceMilliseconds);
-    const QString output = QString::fromUtf8(process.readAll());
-    if (ended && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
-        return output.isEmpty() ? QStringLiteral("done") : output.trimmed();
-    qWarning().noquote() << program << arguments.join(QLatin1Char(' ')) << process.errorString() << output;
+    const Finished finished = run(program, arguments, { {}, false, m_folder.path() });
+    if (finished.status == 0)
+        return finished.out.isEmpty() ? "done" : finished.out.trimmed();
+    qWarning().noquote() << program << arguments.join(' ') << finished.out << finished.err;
     return {};
 }
 
 void PackageTest::initTestCase()
 {
-    const QString error = m_bus.start(world::MessageBus::Kind::Session, m_folder.path());
-    QVERIFY2(error.isEmpty(), qPrintable(error));
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toUtf8());
+    QCOMPARE(m_bus.start(), QString());
     qputenv("XDG_DATA_HOME", path("data").toUtf8());
     for (const char* component : { "ipc", "ipc-dev" }) {
-        QVERIFY(!run(QStringLiteral("cmake"),
-                     { QStringLiteral("--install"), QStringLiteral(BUILD_FOLDER), QStringLiteral("--prefix"),
-                       path("prefix"), QStringLiteral("--component"), QLatin1String(component) })
+        QVERIFY(!printed("cmake",
+                         { "--install", BUILD_FOLDER, "--prefix", path("prefix"), "--component",
+                           QLatin1String(component) })
                      .isEmpty());
     }
 }
@@ -100,32 +93,30 @@ void PackageTest::startLamp(QProcess& lamp) const
 
 void PackageTest::examplesBuildAndRun()
 {
-    QVERIFY(
-        !run(QStringLiteral("cmake"),
-             { QStringLiteral("-G"), QStringLiteral("Ninja"), QStringLiteral("-S"), QStringLiteral(EXAMPLES),
-               QStringLiteral("-B"), path("build"), QStringLiteral("-DCMAKE_PREFIX_PATH=") + path("prefix"),
-               QStringLiteral("-DCMAKE_CXX_FLAGS=") + Flags })
-             .isEmpty());
-    QVERIFY(!run(QStringLiteral("cmake"), { QStringLiteral("--build"), path("build") }).isEmpty());
+    QVERIFY(!printed("cmake",
+                     { "-G", "Ninja", "-S", EXAMPLES, "-B", path("build"),
+                       "-DCMAKE_PREFIX_PATH=" + path("prefix"), "-DCMAKE_CXX_FLAGS=" + Flags })
+                 .isEmpty());
+    QVERIFY(!printed("cmake", { "--build", path("build") }).isEmpty());
 
     QProcess lamp;
     startLamp(lamp);
     QProcess follower;
-    follower.start(path("build/follow-list/follow_list"), { Lamps, QStringLiteral("bright*") });
-    QCOMPARE(lineOf(follower, Brightness), Brightness + QLatin1String("50"));
+    follower.start(path("build/follow-list/follow_list"), { Lamps, "bright*" });
+    QCOMPARE(lineOf(follower, Brightness), Brightness + "50");
     const KELClientInterface client(Lamps, QDBusConnection::sessionBus());
-    QVERIFY(client.trigger(QStringLiteral("off"), QString()));
-    QCOMPARE(lineOf(follower, Brightness), Brightness + QLatin1Char('0'));
-    QVERIFY(!client.set(QStringLiteral("brightness"), 101));
+    QVERIFY(client.trigger("off", QString()));
+    QCOMPARE(lineOf(follower, Brightness), Brightness + '0');
+    QVERIFY(!client.set("brightness", 101));
 
     // The next lamp is as bright as this one was, and is followed without another word.
-    QVERIFY(client.set(QStringLiteral("brightness"), 80));
-    QCOMPARE(lineOf(follower, Brightness), Brightness + QLatin1String("80"));
+    QVERIFY(client.set("brightness", 80));
+    QCOMPARE(lineOf(follower, Brightness), Brightness + "80");
     lamp.kill();
     lamp.waitForFinished();
-    QCOMPARE(lineOf(follower, Lamps), Lamps + QLatin1String(" left"));
+    QCOMPARE(lineOf(follower, Lamps), Lamps + " left");
     startLamp(lamp);
-    QCOMPARE(lineOf(follower, Brightness), Brightness + QLatin1String("80"));
+    QCOMPARE(lineOf(follower, Brightness), Brightness + "80");
     for (QProcess* process : { &follower, &lamp }) {
         process->kill();
         process->waitForFinished();
@@ -134,29 +125,26 @@ void PackageTest::examplesBuildAndRun()
 
 void PackageTest::pkgConfigLeadsToEveryHeader()
 {
-    const QStringList headers = QDir(path("prefix/include/ipc")).entryList({ QStringLiteral("*.h") });
-    QVERIFY2(headers.contains(QStringLiteral("KELClientInterface.h")),
-             qPrintable(headers.join(QLatin1Char(' '))));
+    const QStringList headers = QDir(path("prefix/include/ipc")).entryList({ "*.h" });
+    QVERIFY2(headers.contains("KELClientInterface.h"), qPrintable(headers.join(' ')));
     QFile source(path("all.cpp"));
     QVERIFY(source.open(QIODevice::WriteOnly));
     for (const QString& header : headers)
-        source.write(QStringLiteral("#include <ipc/%1>\n").arg(header).toUtf8());
+        source.write(QString("#include <ipc/%1>\n").arg(header).toUtf8());
     source.write("#include <cstdio>\nint main() { std::printf(\"%s %s\", "
                  "ipc::ItemServer::staticMetaObject.className(),"
                  " KELClientInterface::staticMetaObject.className()); }\n");
     source.close();
 
-    qputenv("PKG_CONFIG_PATH", QFileInfo(findFile(QStringLiteral("ipc.pc"))).path().toUtf8());
-    const QString flags =
-        run(QStringLiteral("pkg-config"),
-            { QStringLiteral("--cflags"), QStringLiteral("--libs"), QStringLiteral("ipc") });
+    qputenv("PKG_CONFIG_PATH", QFileInfo(findFile("ipc.pc")).path().toUtf8());
+    const QString flags = printed("pkg-config", { "--cflags", "--libs", "ipc" });
     QVERIFY(!flags.isEmpty());
-    const QString library = QFileInfo(findFile(QStringLiteral("libipc.so.1"))).path();
-    QStringList arguments{ QStringLiteral("-std=c++17"), QStringLiteral("-fPIC"), source.fileName() };
-    arguments << (flags + QLatin1Char(' ') + Flags).split(QLatin1Char(' '), Qt::SkipEmptyParts)
-              << QStringLiteral("-Wl,-rpath,") + library << QStringLiteral("-o") << path("all");
-    QVERIFY(!run(QStringLiteral(COMPILER), arguments).isEmpty());
-    QCOMPARE(run(path("all"), {}), QStringLiteral("ipc::ItemServer KELClientInterface"));
+    const QString library = QFileInfo(findFile("libipc.so.1")).path();
+    QStringList arguments{ "-std=c++17", "-fPIC", source.fileName() };
+    arguments << (flags + ' ' + Flags).split(' ', Qt::SkipEmptyParts) << "-Wl,-rpath," + library << "-o"
+              << path("all");
+    QVERIFY(!printed(COMPILER, arguments).isEmpty());
+    QCOMPARE(printed(path("all"), {}), "ipc::ItemServer KELClientInterface");
 }
 
 QString PackageTest::findFile(const QString& name) const

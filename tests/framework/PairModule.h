@@ -12,19 +12,18 @@ public:
     explicit PairModule(const QString& name)
         : RegistrationModule(name, nullptr)
     {
-        addConfig(QStringLiteral("left"), QStringLiteral("Left"), 0, EMPTYQS, 1);
-        addConfig(QStringLiteral("right"), QStringLiteral("Right"), 0, EMPTYQS, 1);
+        addConfig("left", "Left", 0, EMPTYQS, 1);
+        addConfig("right", "Right", 0, EMPTYQS, 1);
     }
 
     void setPair(int number)
     {
-        setConfig(QStringLiteral("left"), number, true);
-        setConfig(QStringLiteral("right"), number, true);
+        setConfig("left", number, true);
+        setConfig("right", number, true);
     }
     [[nodiscard]] QPair<int, int> pair() const
     {
-        return { config(QStringLiteral("left"))->value().toInt(),
-                 config(QStringLiteral("right"))->value().toInt() };
+        return { config("left")->value().toInt(), config("right")->value().toInt() };
     }
 
     void configSaved() override { ++timesSaved; }

@@ -13,9 +13,9 @@
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("pairs"));
-    PairModule one(QStringLiteral("one"));
-    PairModule two(QStringLiteral("two"));
+    QCoreApplication::setApplicationName("pairs");
+    PairModule one("one");
+    PairModule two("two");
     ipc::ItemServer server(QDBusConnection::sessionBus(), QCoreApplication::arguments().value(1));
     server.addModule(one);
     server.addModule(two);

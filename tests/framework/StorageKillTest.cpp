@@ -1,5 +1,5 @@
+#include "support/PrivateBus.h"
 #include "world/ChildProcess.h"
-#include "world/MessageBus.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
@@ -39,13 +39,10 @@ private:
     /// The value that all configs in the file have, 0 without a file; -1 when it is not whole, or they
     /// differ.
     [[nodiscard]] int storedValue() const;
-    [[nodiscard]] QString statePath(const QString& name) const
-    {
-        return m_folder.filePath(QStringLiteral("state/") + name);
-    }
+    [[nodiscard]] QString statePath(const QString& name) const { return m_folder.filePath("state/" + name); }
 
     QTemporaryDir m_folder;
-    world::MessageBus m_bus;
+    PrivateSessionBus m_bus;
     world::FileDescriptor m_steps; ///< inotify
 };
 
@@ -60,9 +57,7 @@ constexpr std::uint32_t StepsOfAWrite = IN_CREATE | IN_MODIFY | IN_MOVED_TO;
 
 void StorageKillTest::initTestCase()
 {
-    const QString error = m_bus.start(world::MessageBus::Kind::Session, m_folder.path());
-    QVERIFY2(error.isEmpty(), qPrintable(error));
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toUtf8());
+    QCOMPARE(m_bus.start(), QString());
     QVERIFY(QDir().mkdir(statePath(QString())));
     m_steps = world::FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     QVERIFY(
@@ -101,16 +96,15 @@ int StorageKillTest::stepsSeen() const
 
 QByteArray StorageKillTest::startAndKill(int steps, int looks)
 {
-    QFile output(m_folder.filePath(QStringLiteral("output")));
+    QFile output(m_folder.filePath("output"));
     if (!output.open(QIODevice::ReadWrite | QIODevice::Truncate))
         return "no file for the output";
-    QDBusServiceWatcher watcher(QStringLiteral("tov.base.pairs"), QDBusConnection::sessionBus(),
+    QDBusServiceWatcher watcher("tov.base.pairs", QDBusConnection::sessionBus(),
                                 QDBusServiceWatcher::WatchForUnregistration);
     QSignalSpy left(&watcher, &QDBusServiceWatcher::serviceUnregistered);
     world::ChildProcess server;
     world::Command command;
-    command.arguments =
-        QStringList{ QStringLiteral(PAIR_WRITER), m_folder.filePath(QStringLiteral("state")) };
+    command.arguments = QStringList{ PAIR_WRITER, m_folder.filePath("state") };
     command.output = output.handle();
     if (server.start(command) != 0)
         return "the server cannot be started";
@@ -119,7 +113,7 @@ QByteArray StorageKillTest::startAndKill(int steps, int looks)
         return "the server ended by itself, or does not write: " + output.readAll();
     // A few idle looks move the kill about within the step that is under way by now.
     for (int i = 0; i < looks; ++i)
-        QFile::exists(statePath(QStringLiteral("pairs.json")));
+        QFile::exists(statePath("pairs.json"));
     server.signal(SIGKILL);
     server.wait();
     while (stepsSeen() > 0) { } // those of the next start count anew
@@ -130,7 +124,7 @@ QByteArray StorageKillTest::startAndKill(int steps, int looks)
 
 int StorageKillTest::storedValue() const
 {
-    QFile file(statePath(QStringLiteral("pairs.json")));
+    QFile file(statePath("pairs.json"));
     if (!file.exists())
         return 0;
     if (!file.open(QIODevice::ReadOnly))
@@ -154,12 +148,12 @@ void StorageKillTest::aKillLeavesTheOldOrTheNewState()
         // Each start went on where the kill before left it. Three steps are one write.
         const int after = storedValue();
         QVERIFY2(after >= before + steps / 3,
-                 qPrintable(QStringLiteral("%1 after %2 and %3 steps").arg(after).arg(before).arg(steps)));
+                 qPrintable(QString("%1 after %2 and %3 steps").arg(after).arg(before).arg(steps)));
         before = after;
 
         QStringList entries = QDir(statePath(QString())).entryList(QDir::Files | QDir::Hidden);
-        entries.removeOne(QStringLiteral("pairs.json"));
-        QVERIFY2(entries.size() <= 1, qPrintable(entries.join(QLatin1Char(' '))));
+        entries.removeOne("pairs.json");
+        QVERIFY2(entries.size() <= 1, qPrintable(entries.join(' ')));
         interrupted += static_cast<int>(entries.size());
     }
     QVERIFY2(interrupted > 0, "no kill hit a write, so nothing was tried");

@@ -3,7 +3,7 @@
 
 #include "bus/ItemServer.h"
 #include "store/AtomicFile.h"
-#include "world/MessageBus.h"
+#include "support/PrivateBus.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -36,13 +36,12 @@ private:
     void stopServer();
     [[nodiscard]] QString statePath(const char* name) const
     {
-        return m_folder->filePath(QStringLiteral("state/") + QLatin1String(name));
+        return m_folder->filePath("state/" + QLatin1String(name));
     }
     /// Lets the turn end in which something was changed.
     static void endTurn() { QCoreApplication::processEvents(); }
 
-    QTemporaryDir m_busFolder;
-    world::MessageBus m_bus;
+    PrivateSessionBus m_bus;
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<PairModule> m_one;
     std::unique_ptr<PairModule> m_two;
@@ -66,18 +65,15 @@ mode_t permissions(const QString& path)
     return stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777U : 0;
 }
 
-const QStringList OneWrite{ QStringLiteral("fsync server.json.XXXXXX.unfinished"),
-                            QStringLiteral("rename server.json.XXXXXX.unfinished server.json"),
-                            QStringLiteral("fsync state") };
+const QStringList OneWrite{ "fsync server.json.XXXXXX.unfinished",
+                            "rename server.json.XXXXXX.unfinished server.json", "fsync state" };
 
 } // namespace
 
 void StorageTest::initTestCase()
 {
-    const QString error = m_bus.start(world::MessageBus::Kind::Session, m_busFolder.path());
-    QVERIFY2(error.isEmpty(), qPrintable(error));
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toUtf8());
-    QCoreApplication::setApplicationName(QStringLiteral("server"));
+    QCOMPARE(m_bus.start(), QString());
+    QCoreApplication::setApplicationName("server");
     umask(0); // the worst that a host can be started with
 }
 
@@ -90,10 +86,9 @@ void StorageTest::init()
 
 void StorageTest::startServer()
 {
-    m_one = std::make_unique<PairModule>(QStringLiteral("one"));
-    m_two = std::make_unique<PairModule>(QStringLiteral("two"));
-    m_server = std::make_unique<ipc::ItemServer>(QDBusConnection::sessionBus(),
-                                                 m_folder->filePath(QStringLiteral("state")));
+    m_one = std::make_unique<PairModule>("one");
+    m_two = std::make_unique<PairModule>("two");
+    m_server = std::make_unique<ipc::ItemServer>(QDBusConnection::sessionBus(), m_folder->filePath("state"));
     m_server->addModule(*m_one);
     m_server->addModule(*m_two);
     QString error;
@@ -178,12 +173,12 @@ void StorageTest::aFailureIsToldOnceAndTheNextChangeTriesAgain()
     qInstallMessageHandler(before);
 
     QCOMPARE(toldMeanwhile.size(), 1);
-    QVERIFY2(toldMeanwhile.first().contains(QStringLiteral("server.json cannot be written"))
-                 && toldMeanwhile.first().contains(QStringLiteral("No space left on device")),
+    QVERIFY2(toldMeanwhile.first().contains("server.json cannot be written")
+                 && toldMeanwhile.first().contains("No space left on device"),
              qPrintable(toldMeanwhile.first()));
-    QCOMPARE(left, QStringList(QStringLiteral("server.json")));
+    QCOMPARE(left, QStringList("server.json"));
     QCOMPARE(messages.size(), 2);
-    QVERIFY(messages.last().contains(QStringLiteral("is written again")));
+    QVERIFY(messages.last().contains("is written again"));
     QCOMPARE(m_one->timesSaved, 2);
     stopServer();
     startServer();
@@ -226,12 +221,11 @@ void StorageTest::nobodyElseCanRead()
     endTurn();
     QCOMPARE(permissions(statePath("server.json")), 0600U);
 
-    const QString deep = m_folder->filePath(QStringLiteral("a/b"));
+    const QString deep = m_folder->filePath("a/b");
     QCOMPARE(ipc::makePrivateFolder(deep), QString());
     QCOMPARE(permissions(deep), 0700U);
-    QCOMPARE(permissions(m_folder->filePath(QStringLiteral("a"))), 0700U);
-    QVERIFY(ipc::makePrivateFolder(statePath("server.json/c"))
-                .contains(QStringLiteral("server.json: File exists")));
+    QCOMPARE(permissions(m_folder->filePath("a")), 0700U);
+    QVERIFY(ipc::makePrivateFolder(statePath("server.json/c")).contains("server.json: File exists"));
 }
 
 QTEST_GUILESS_MAIN(StorageTest)

@@ -17,8 +17,8 @@ namespace {
 
 QString shown(const QString& path)
 {
-    static const QRegularExpression random(QStringLiteral("\\.[A-Za-z0-9]{6}\\.unfinished$"));
-    return QFileInfo(path).fileName().replace(random, QStringLiteral(".XXXXXX.unfinished"));
+    static const QRegularExpression random("\\.[A-Za-z0-9]{6}\\.unfinished$");
+    return QFileInfo(path).fileName().replace(random, ".XXXXXX.unfinished");
 }
 
 } // namespace
@@ -27,8 +27,8 @@ QString shown(const QString& path)
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 int fsync(int descriptor)
 {
-    const QString path = QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(descriptor));
-    SystemCalls::made << QStringLiteral("fsync ") + shown(path);
+    const QString path = QFile::symLinkTarget(QString("/proc/self/fd/%1").arg(descriptor));
+    SystemCalls::made << "fsync " + shown(path);
     if (SystemCalls::fsyncError != 0) {
         errno = SystemCalls::fsyncError;
         return -1;
@@ -39,7 +39,7 @@ int fsync(int descriptor)
 int rename(const char* from, const char* to) noexcept
 {
     SystemCalls::made
-        << QStringLiteral("rename %1 %2").arg(shown(QFile::decodeName(from)), shown(QFile::decodeName(to)));
+        << QString("rename %1 %2").arg(shown(QFile::decodeName(from)), shown(QFile::decodeName(to)));
     return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0U));
 }
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)

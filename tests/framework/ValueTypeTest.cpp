@@ -1,4 +1,5 @@
 #include "items/ValueType.h"
+#include "support/Rows.h"
 
 #include <QTest>
 
@@ -21,14 +22,13 @@ private Q_SLOTS:
 
 namespace {
 
-const QVector<EnumValue> States{ { QStringLiteral("Off"), QStringLiteral("STATE_OFF"), 0 },
-                                 { QStringLiteral("On"), QStringLiteral("STATE_ON"), 3 } };
+const QVector<EnumValue> States{ { "Off", "STATE_OFF", 0 }, { "On", "STATE_ON", 3 } };
 
 ValueType pinType()
 {
-    ValueType pin = ValueType::of(QStringLiteral("5190"));
+    ValueType pin = ValueType::of("5190");
     pin.setRange(4U, 16U);
-    pin.setRegularExpression(QStringLiteral("[0-9]{4,16}"));
+    pin.setRegularExpression("[0-9]{4,16}");
     return pin;
 }
 
@@ -52,45 +52,38 @@ void ValueTypeTest::clientWrites_data()
     const ValueType boolean = ValueType::of(false);
     const ValueType states = ValueType::enumeration(States);
     const ValueType large = ValueType::of(0ULL);
-    const QString long17(17, QLatin1Char('1'));
+    const QString long17(17, '1');
 
-    QTest::addColumn<ValueType>("type");
-    QTest::addColumn<QVariant>("written");
-    QTest::addColumn<int>("refusal");
-    QTest::addColumn<QVariant>("stored");
+    const Rows<ValueType, QVariant, int, QVariant> row("type", "written", "refusal", "stored");
 
-    QTest::newRow("bool") << boolean << QVariant(true) << Accepted << QVariant(true);
-    QTest::newRow("bool as text") << boolean << QVariant("TRUE") << Accepted << QVariant(true);
-    QTest::newRow("bool as number") << boolean << QVariant(0) << Accepted << QVariant(false);
-    QTest::newRow("no bool") << boolean << QVariant("yes") << BadType << QVariant();
-    QTest::newRow("2 is no bool") << boolean << QVariant(2) << BadType << QVariant();
-    QTest::newRow("a list is no bool") << boolean << QVariant(QVariantList{ 1, 2 }) << BadType << QVariant();
+    row("bool", boolean, true, Accepted, true);
+    row("bool as text", boolean, "TRUE", Accepted, true);
+    row("bool as number", boolean, 0, Accepted, false);
+    row("no bool", boolean, "yes", BadType, {});
+    row("2 is no bool", boolean, 2, BadType, {});
+    row("a list is no bool", boolean, QVariantList{ 1, 2 }, BadType, {});
 
-    QTest::newRow("enum by number") << states << QVariant(3) << Accepted << QVariant(3);
-    QTest::newRow("enum by label") << states << QVariant("On") << Accepted << QVariant(3);
-    QTest::newRow("number outside of the enum") << states << QVariant(1) << NoEnumValue << QVariant();
+    row("enum by number", states, 3, Accepted, 3);
+    row("enum by label", states, "On", Accepted, 3);
+    row("number outside of the enum", states, 1, NoEnumValue, {});
 
-    QTest::newRow("4 digits") << pinType() << QVariant("0000") << Accepted << QVariant("0000");
-    QTest::newRow("16 digits") << pinType() << QVariant("1234567890123456") << Accepted
-                               << QVariant("1234567890123456");
-    QTest::newRow("3 digits") << pinType() << QVariant("123") << BadRange << QVariant();
-    QTest::newRow("17 digits") << pinType() << QVariant(long17) << BadRange << QVariant();
-    QTest::newRow("a letter among digits") << pinType() << QVariant("12345x") << BadPattern << QVariant();
-    QTest::newRow("pattern is anchored: line end")
-        << pinType() << QVariant("1234\n") << BadPattern << QVariant();
-    QTest::newRow("a number for a text") << pinType() << QVariant(4711) << Accepted << QVariant("4711");
+    row("4 digits", pinType(), "0000", Accepted, "0000");
+    row("16 digits", pinType(), "1234567890123456", Accepted, "1234567890123456");
+    row("3 digits", pinType(), "123", BadRange, {});
+    row("17 digits", pinType(), long17, BadRange, {});
+    row("a letter among digits", pinType(), "12345x", BadPattern, {});
+    row("pattern is anchored: line end", pinType(), "1234\n", BadPattern, {});
+    row("a number for a text", pinType(), 4711, Accepted, "4711");
 
-    QTest::newRow("lower bound") << volumeType() << QVariant("0") << Accepted << QVariant(0);
-    QTest::newRow("below it") << volumeType() << QVariant(-1) << BadRange << QVariant();
-    QTest::newRow("upper bound") << volumeType() << QVariant(10) << Accepted << QVariant(10);
-    QTest::newRow("above it") << volumeType() << QVariant("11") << BadRange << QVariant();
-    QTest::newRow("no whole number") << volumeType() << QVariant("1.5") << BadType << QVariant();
-    QTest::newRow("beyond an int") << volumeType() << QVariant(5000000000LL) << BadType << QVariant();
-    QTest::newRow("largest number, exactly")
-        << large << QVariant("18446744073709551615") << Accepted << QVariant(18446744073709551615ULL);
-    QTest::newRow("negative for unsigned") << large << QVariant("-1") << BadType << QVariant();
-    QTest::newRow("anything goes") << ValueType::of({}) << QVariant(QVariantMap{ { "a", 1 } }) << Accepted
-                                   << QVariant(QVariantMap{ { "a", 1 } });
+    row("lower bound", volumeType(), "0", Accepted, 0);
+    row("below it", volumeType(), -1, BadRange, {});
+    row("upper bound", volumeType(), 10, Accepted, 10);
+    row("above it", volumeType(), "11", BadRange, {});
+    row("no whole number", volumeType(), "1.5", BadType, {});
+    row("beyond an int", volumeType(), 5000000000LL, BadType, {});
+    row("largest number, exactly", large, "18446744073709551615", Accepted, 18446744073709551615ULL);
+    row("negative for unsigned", large, "-1", BadType, {});
+    row("anything goes", ValueType::of({}), QVariantMap{ { "a", 1 } }, Accepted, QVariantMap{ { "a", 1 } });
 }
 
 void ValueTypeTest::clientWrites()
@@ -109,17 +102,13 @@ void ValueTypeTest::clientWrites()
 
 void ValueTypeTest::moduleWrites_data()
 {
-    QTest::addColumn<ValueType>("type");
-    QTest::addColumn<QVariant>("written");
-    QTest::addColumn<QVariant>("stored");
-    QTest::newRow("enum as text") << ValueType::enumeration(States) << QVariant("3") << QVariant(3);
-    QTest::newRow("number outside of the enum")
-        << ValueType::enumeration(States) << QVariant(77) << QVariant(77);
-    QTest::newRow("number beyond an int")
-        << ValueType::enumeration(States) << QVariant("4294967296") << QVariant(4294967296LL);
-    QTest::newRow("text beyond its limits") << pinType() << QVariant(QString("")) << QVariant(QString(""));
-    QTest::newRow("number beyond its range") << volumeType() << QVariant(4000) << QVariant(4000);
-    QTest::newRow("what does not convert") << volumeType() << QVariant("loud") << QVariant();
+    const Rows<ValueType, QVariant, QVariant> row("type", "written", "stored");
+    row("enum as text", ValueType::enumeration(States), "3", 3);
+    row("number outside of the enum", ValueType::enumeration(States), 77, 77);
+    row("number beyond an int", ValueType::enumeration(States), "4294967296", 4294967296LL);
+    row("text beyond its limits", pinType(), QString(""), QString(""));
+    row("number beyond its range", volumeType(), 4000, 4000);
+    row("what does not convert", volumeType(), "loud", {});
 }
 
 void ValueTypeTest::moduleWrites()
@@ -133,9 +122,9 @@ void ValueTypeTest::moduleWrites()
 void ValueTypeTest::secretsStayOutOfReasons()
 {
     std::optional<Refusal> refused;
-    static_cast<void>(pinType().fromClient(QStringLiteral("secret"), true, refused));
+    static_cast<void>(pinType().fromClient("secret", true, refused));
     QVERIFY(refused);
-    QVERIFY2(!refused->reason.contains(QStringLiteral("secret")), qPrintable(refused->reason));
+    QVERIFY2(!refused->reason.contains("secret"), qPrintable(refused->reason));
 }
 
 QTEST_GUILESS_MAIN(ValueTypeTest)
