@@ -1,4 +1,5 @@
 #include "Conditions.h"
+#include "support/Rows.h"
 
 #include <QTest>
 
@@ -27,7 +28,7 @@ const ipc::EnumValues Status{ { "No Device", "BLUETOOTHSTATUS_NODEVICE", 0 },
 QVariantMap described(const QString& type)
 {
     QVariantMap description{ { "type", type } };
-    if (type == QLatin1String("enum"))
+    if (type == "enum")
         description.insert("enumeration", QVariant::fromValue(Status));
     return description;
 }
@@ -36,19 +37,19 @@ QVariantMap described(const QString& type)
 
 void ItemctlConditionsTest::itemsOfConditions_data()
 {
-    QTest::addColumn<QString>("item");
-    QTest::newRow("status=On") << "status";
-    QTest::newRow("status!=On") << "status";
-    QTest::newRow("name~^a=b") << "name";
-    QTest::newRow("name=a!=b~c") << "name";
-    QTest::newRow("name=") << "name";
-    QTest::newRow("pairlistAddr:3=") << "pairlistAddr:3";
-    QTest::newRow("scan:applicable") << "scan";
-    QTest::newRow("bluetooth:scan:inapplicable") << "bluetooth:scan";
-    QTest::newRow(":config:host:bluetooth:enabled:=true") << ":config:host:bluetooth:enabled:";
-    QTest::newRow(":config:host:bluetooth:enabled::applicable") << ":config:host:bluetooth:enabled:";
-    QTest::newRow(":config:host:bluetooth:enabled:applicable") << ":config:host:bluetooth:enabled:";
-    QTest::newRow("name=x:applicable") << "name";
+    const Rows<QString> row("item");
+    row("status=On", "status");
+    row("status!=On", "status");
+    row("name~^a=b", "name");
+    row("name=a!=b~c", "name");
+    row("name=", "name");
+    row("pairlistAddr:3=", "pairlistAddr:3");
+    row("scan:applicable", "scan");
+    row("bluetooth:scan:inapplicable", "bluetooth:scan");
+    row(":config:host:bluetooth:enabled:=true", ":config:host:bluetooth:enabled:");
+    row(":config:host:bluetooth:enabled::applicable", ":config:host:bluetooth:enabled:");
+    row(":config:host:bluetooth:enabled:applicable", ":config:host:bluetooth:enabled:");
+    row("name=x:applicable", "name");
 }
 
 void ItemctlConditionsTest::itemsOfConditions()
@@ -60,64 +61,35 @@ void ItemctlConditionsTest::itemsOfConditions()
 
 void ItemctlConditionsTest::holds_data()
 {
-    QTest::addColumn<QString>("type");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("condition");
-    QTest::addColumn<bool>("expected");
+    const Rows<QString, QVariant, QString, QString, bool> row("type", "value", "text", "condition",
+                                                              "expected");
     const QVariant on(3);
-    QTest::newRow("number") << "enum" << on << "On"
-                            << "i=3" << true;
-    QTest::newRow("symbol") << "enum" << on << "On"
-                            << "i=BLUETOOTHSTATUS_ON" << true;
-    QTest::newRow("label") << "enum" << on << "On"
-                           << "i=On" << true;
-    QTest::newRow("label, other case") << "enum" << on << "On"
-                                       << "i=on" << true;
-    QTest::newRow("label with a blank") << "enum" << QVariant(0) << "No Device"
-                                        << "i=No Device" << true;
-    QTest::newRow("other value") << "enum" << on << "On"
-                                 << "i=Off" << false;
-    QTest::newRow("differs") << "enum" << on << "On"
-                             << "i!=Off" << true;
-    QTest::newRow("differs not") << "enum" << on << "On"
-                                 << "i!=3" << false;
-    QTest::newRow("number outside the enumeration") << "enum" << QVariant(77) << ""
-                                                    << "i=77" << true;
-    QTest::newRow("regex over the label") << "enum" << on << "On"
-                                          << "i~^O" << true;
-    QTest::newRow("regex over the number") << "enum" << on << "On"
-                                           << "i~^3$" << true;
-    QTest::newRow("regex over neither") << "enum" << on << "On"
-                                        << "i~Off|1" << false;
-    QTest::newRow("true") << "bool" << QVariant(true) << ""
-                          << "i=true" << true;
-    QTest::newRow("1 is true") << "bool" << QVariant(true) << ""
-                               << "i=1" << true;
-    QTest::newRow("false") << "bool" << QVariant(true) << ""
-                           << "i=False" << false;
-    QTest::newRow("unsigned, last digit") << "int" << QVariant(18446744073709551615ULL) << ""
-                                          << "i=18446744073709551614" << false;
-    QTest::newRow("unsigned") << "int" << QVariant(18446744073709551615ULL) << ""
-                              << "i=18446744073709551615" << true;
-    QTest::newRow("zeros in front") << "int" << QVariant(5) << ""
-                                    << "i=05" << true;
-    QTest::newRow("number, written otherwise") << "number" << QVariant(0.5) << ""
-                                               << "i=.50" << true;
-    QTest::newRow("text") << "text" << QVariant("05") << ""
-                          << "i=5" << false;
-    QTest::newRow("empty text") << "text" << QVariant(QString()) << ""
-                                << "i=" << true;
-    QTest::newRow("text with signs") << "text" << QVariant("a!=b") << ""
-                                     << "i=a!=b" << true;
-    QTest::newRow("regex in the middle") << "text" << QVariant("12:34") << ""
-                                         << "i~2:3" << true;
-    QTest::newRow("of any type") << "any" << QVariant(7) << ""
-                                 << "i=7" << true;
-    QTest::newRow("applicable") << "text" << QVariant("x") << ""
-                                << "i:applicable" << true;
-    QTest::newRow("inapplicable") << "text" << QVariant("x") << ""
-                                  << "i:inapplicable" << false;
+    row("number", "enum", on, "On", "i=3", true);
+    row("symbol", "enum", on, "On", "i=BLUETOOTHSTATUS_ON", true);
+    row("label", "enum", on, "On", "i=On", true);
+    row("label, other case", "enum", on, "On", "i=on", true);
+    row("label with a blank", "enum", 0, "No Device", "i=No Device", true);
+    row("other value", "enum", on, "On", "i=Off", false);
+    row("differs", "enum", on, "On", "i!=Off", true);
+    row("differs not", "enum", on, "On", "i!=3", false);
+    row("number outside the enumeration", "enum", 77, "", "i=77", true);
+    row("regex over the label", "enum", on, "On", "i~^O", true);
+    row("regex over the number", "enum", on, "On", "i~^3$", true);
+    row("regex over neither", "enum", on, "On", "i~Off|1", false);
+    row("true", "bool", true, "", "i=true", true);
+    row("1 is true", "bool", true, "", "i=1", true);
+    row("false", "bool", true, "", "i=False", false);
+    row("unsigned, last digit", "int", 18446744073709551615ULL, "", "i=18446744073709551614", false);
+    row("unsigned", "int", 18446744073709551615ULL, "", "i=18446744073709551615", true);
+    row("zeros in front", "int", 5, "", "i=05", true);
+    row("number, written otherwise", "number", 0.5, "", "i=.50", true);
+    row("text", "text", "05", "", "i=5", false);
+    row("empty text", "text", QString(), "", "i=", true);
+    row("text with signs", "text", "a!=b", "", "i=a!=b", true);
+    row("regex in the middle", "text", "12:34", "", "i~2:3", true);
+    row("of any type", "any", 7, "", "i=7", true);
+    row("applicable", "text", "x", "", "i:applicable", true);
+    row("inapplicable", "text", "x", "", "i:inapplicable", false);
 }
 
 void ItemctlConditionsTest::holds()
@@ -138,26 +110,16 @@ void ItemctlConditionsTest::holds()
 
 void ItemctlConditionsTest::refusals_data()
 {
-    QTest::addColumn<QString>("type");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("status") << "enum"
-                            << "ITEM=VALUE";
-    QTest::newRow("=On") << "enum"
-                         << "ITEM=VALUE";
-    QTest::newRow(":applicable") << "enum"
-                                 << "ITEM:applicable";
-    QTest::newRow("status~[a") << "enum"
-                               << "no regular expression";
-    QTest::newRow("status=Onn") << "enum"
-                                << "1 (Off), 3 (On)";
-    QTest::newRow("enabled=yes") << "bool"
-                                 << "true or false";
-    QTest::newRow("volume=loud") << "int"
-                                 << "a number";
-    QTest::newRow("volume=1.5") << "int"
-                                << "a number";
-    QTest::newRow("scan=1") << "action"
-                            << "scan:applicable";
+    const Rows<QString, QString> row("type", "message");
+    row("status", "enum", "ITEM=VALUE");
+    row("=On", "enum", "ITEM=VALUE");
+    row(":applicable", "enum", "ITEM:applicable");
+    row("status~[a", "enum", "no regular expression");
+    row("status=Onn", "enum", "1 (Off), 3 (On)");
+    row("enabled=yes", "bool", "true or false");
+    row("volume=loud", "int", "a number");
+    row("volume=1.5", "int", "a number");
+    row("scan=1", "action", "scan:applicable");
 }
 
 void ItemctlConditionsTest::refusals()

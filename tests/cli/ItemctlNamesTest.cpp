@@ -1,4 +1,5 @@
 #include "ItemNames.h"
+#include "support/Rows.h"
 
 #include <QTest>
 
@@ -30,7 +31,7 @@ Item item(const char* kind, const char* server, const char* module, const char* 
     made.server = server;
     made.module = module;
     made.id = id;
-    made.address = QStringLiteral(":%1:%2:%3:%4:").arg(kind, server, module, id);
+    made.address = QString(":%1:%2:%3:%4:").arg(kind, server, module, id);
     return made;
 }
 
@@ -42,7 +43,7 @@ Items items()
     for (int index = 0; index < 3; ++index) {
         Item instance = item("result", "host", "bluetooth", "pairlistAddr");
         instance.index = index;
-        instance.address += QString::number(index) + QLatin1Char(':');
+        instance.address += QString::number(index) + ':';
         all += instance;
     }
     all += item("action", "host", "bluetooth", "connectAddr");
@@ -55,22 +56,16 @@ Items items()
 
 void ItemctlNamesTest::names_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<Wanted>("wanted");
-    QTest::addColumn<QString>("address");
-    QTest::newRow("id on one server")
-        << "deviceConnStatus" << Wanted::Any << ":result:other:sync:deviceConnStatus:";
-    QTest::newRow("module tells servers apart")
-        << "sync:enabled" << Wanted::Valued << ":config:other:sync:enabled:";
-    QTest::newRow("address") << ":config:host:bluetooth:enabled:" << Wanted::Any
-                             << ":config:host:bluetooth:enabled:";
-    QTest::newRow("instance") << "pairlistAddr:2" << Wanted::Any << ":result:host:bluetooth:pairlistAddr:2:";
-    QTest::newRow("instance with module")
-        << "bluetooth:pairlistAddr:0" << Wanted::Valued << ":result:host:bluetooth:pairlistAddr:0:";
-    QTest::newRow("a value is wanted") << "scan" << Wanted::Valued << ":result:host:bluetooth:scan:";
-    QTest::newRow("an action is wanted") << "scan" << Wanted::Action << ":action:host:bluetooth:scan:";
-    QTest::newRow("only an action is there")
-        << "connectAddr" << Wanted::Valued << ":action:host:bluetooth:connectAddr:";
+    const Rows<QString, Wanted, QString> row("name", "wanted", "address");
+    row("id on one server", "deviceConnStatus", Wanted::Any, ":result:other:sync:deviceConnStatus:");
+    row("module tells servers apart", "sync:enabled", Wanted::Valued, ":config:other:sync:enabled:");
+    row("address", ":config:host:bluetooth:enabled:", Wanted::Any, ":config:host:bluetooth:enabled:");
+    row("instance", "pairlistAddr:2", Wanted::Any, ":result:host:bluetooth:pairlistAddr:2:");
+    row("instance with module", "bluetooth:pairlistAddr:0", Wanted::Valued,
+        ":result:host:bluetooth:pairlistAddr:0:");
+    row("a value is wanted", "scan", Wanted::Valued, ":result:host:bluetooth:scan:");
+    row("an action is wanted", "scan", Wanted::Action, ":action:host:bluetooth:scan:");
+    row("only an action is there", "connectAddr", Wanted::Valued, ":action:host:bluetooth:connectAddr:");
 }
 
 void ItemctlNamesTest::names()
@@ -84,21 +79,18 @@ void ItemctlNamesTest::names()
 
 void ItemctlNamesTest::misses_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<Wanted>("wanted");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("several servers") << "enabled" << Wanted::Valued
-                                     << ":config:host:bluetooth:enabled:, :config:other:sync:enabled:";
-    QTest::newRow("several kinds") << "scan" << Wanted::Any << ":action:host:bluetooth:scan:";
-    QTest::newRow("swapped letters") << "enalbed" << Wanted::Any << "did you mean \"enabled\"?";
-    QTest::newRow("other case") << "CONNECTADDR" << Wanted::Action << "did you mean \"connectAddr\"?";
-    QTest::newRow("with its module") << "bluetoth:scan" << Wanted::Any << "did you mean \"bluetooth:scan\"?";
-    QTest::newRow("nothing near") << "volume" << Wanted::Any << "\"itemctl list\" shows";
-    QTest::newRow("list without index")
-        << "pairlistAddr" << Wanted::Any << "pairlistAddr:0 to pairlistAddr:2";
-    QTest::newRow("index out of range") << "pairlistAddr:3" << Wanted::Any << "no item \"pairlistAddr:3\"";
-    QTest::newRow("no action") << "deviceConnStatus" << Wanted::Action << "is a result, not an action";
-    QTest::newRow("control characters") << "\x1b[2J" << Wanted::Any << R"("\x1b[2J")";
+    const Rows<QString, Wanted, QString> row("name", "wanted", "message");
+    row("several servers", "enabled", Wanted::Valued,
+        ":config:host:bluetooth:enabled:, :config:other:sync:enabled:");
+    row("several kinds", "scan", Wanted::Any, ":action:host:bluetooth:scan:");
+    row("swapped letters", "enalbed", Wanted::Any, "did you mean \"enabled\"?");
+    row("other case", "CONNECTADDR", Wanted::Action, "did you mean \"connectAddr\"?");
+    row("with its module", "bluetoth:scan", Wanted::Any, "did you mean \"bluetooth:scan\"?");
+    row("nothing near", "volume", Wanted::Any, "\"itemctl list\" shows");
+    row("list without index", "pairlistAddr", Wanted::Any, "pairlistAddr:0 to pairlistAddr:2");
+    row("index out of range", "pairlistAddr:3", Wanted::Any, "no item \"pairlistAddr:3\"");
+    row("no action", "deviceConnStatus", Wanted::Action, "is a result, not an action");
+    row("control characters", "\x1b[2J", Wanted::Any, R"("\x1b[2J")");
 }
 
 void ItemctlNamesTest::misses()
@@ -114,20 +106,18 @@ void ItemctlNamesTest::misses()
 
 void ItemctlNamesTest::patterns_data()
 {
-    QTest::addColumn<QStringList>("patterns");
-    QTest::addColumn<QString>("positions");
-    QTest::addColumn<QStringList>("left");
+    const Rows<QStringList, QString, QStringList> row("patterns", "positions", "left");
     const QStringList none;
-    QTest::newRow("none: all") << none << "0 1 2 3 4 5 6 7 8" << none;
-    QTest::newRow("id") << QStringList{ "pairlist*" } << "3 4 5" << none;
-    QTest::newRow("module") << QStringList{ "sync:*" } << "7 8" << none;
-    QTest::newRow("module and id") << QStringList{ "blue*:*Addr" } << "3 4 5 6" << none;
-    QTest::newRow("instance") << QStringList{ "pairlistAddr:[12]" } << "4 5" << none;
-    QTest::newRow("all instances") << QStringList{ "bluetooth:pairlistAddr:*" } << "3 4 5" << none;
-    QTest::newRow("address") << QStringList{ ":action:*:bluetooth:*" } << "2 6" << none;
-    QTest::newRow("order and no doubles") << QStringList{ "scan", "enabled", "s?an" } << "0 1 2 7" << none;
-    QTest::newRow("case counts") << QStringList{ "Scan", "scan" } << "1 2" << QStringList{ "Scan" };
-    QTest::newRow("not a part of an id") << QStringList{ "pairlist" } << "" << QStringList{ "pairlist" };
+    row("none: all", none, "0 1 2 3 4 5 6 7 8", none);
+    row("id", { "pairlist*" }, "3 4 5", none);
+    row("module", { "sync:*" }, "7 8", none);
+    row("module and id", { "blue*:*Addr" }, "3 4 5 6", none);
+    row("instance", { "pairlistAddr:[12]" }, "4 5", none);
+    row("all instances", { "bluetooth:pairlistAddr:*" }, "3 4 5", none);
+    row("address", { ":action:*:bluetooth:*" }, "2 6", none);
+    row("order and no doubles", { "scan", "enabled", "s?an" }, "0 1 2 7", none);
+    row("case counts", { "Scan", "scan" }, "1 2", { "Scan" });
+    row("not a part of an id", { "pairlist" }, "", { "pairlist" });
 }
 
 void ItemctlNamesTest::patterns()
@@ -136,10 +126,9 @@ void ItemctlNamesTest::patterns()
     const Items all = items();
     QStringList positions;
     for (const Item& found : itemctl::matching(all, patterns)) {
-        for (int i = 0; i < all.size(); ++i) {
+        for (int i = 0; i < all.size(); ++i)
             if (all[i].address == found.address)
                 positions += QString::number(i);
-        }
     }
     QTEST(positions.join(' '), "positions");
     QTEST(itemctl::unmatched(all, patterns), "left");

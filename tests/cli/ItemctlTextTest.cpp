@@ -3,6 +3,7 @@
 #include "TopRows.h"
 #include "ValueText.h"
 #include "common/DisplayText.h"
+#include "support/Rows.h"
 
 #include <nlohmann/json.hpp>
 
@@ -34,13 +35,13 @@ namespace {
 Item enumItem(int value, const QString& text)
 {
     Item item;
-    item.server = QStringLiteral("host");
-    item.address = QStringLiteral(":result:host:bluetooth:pairlistConnectionState:3:");
-    item.kind = QStringLiteral("result");
-    item.module = QStringLiteral("bluetooth");
-    item.id = QStringLiteral("pairlistConnectionState");
+    item.server = "host";
+    item.address = ":result:host:bluetooth:pairlistConnectionState:3:";
+    item.kind = "result";
+    item.module = "bluetooth";
+    item.id = "pairlistConnectionState";
     item.index = 3;
-    item.label = QStringLiteral("Connection State");
+    item.label = "Connection State";
     item.value = value;
     item.text = text;
     item.isEnumeration = true;
@@ -51,22 +52,16 @@ Item enumItem(int value, const QString& text)
 
 void ItemctlTextTest::escapes_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("plain") << "Küche \u65e5 \\n"
-                           << "Küche \u65e5 \\n";
-    QTest::newRow("lines") << "a\r\n\tb"
-                           << R"(a\r\n\tb)";
-    QTest::newRow("terminal sequence") << "\x1b[2J\x07"
-                                       << R"(\x1b[2J\x07)";
-    QTest::newRow("zero") << QString(QChar(0)) << R"(\x00)";
-    QTest::newRow("delete") << "\x7f"
-                            << R"(\x7f)";
-    QTest::newRow("C1: CSI in one character") << QStringLiteral("\u009b31m") << R"(\x9b31m)";
-    QTest::newRow("direction override") << QStringLiteral("a\u202eb\u2066") << R"(a\u202eb\u2066)";
-    QTest::newRow("line separator") << QStringLiteral("\u2028") << R"(\u2028)";
-    QTest::newRow("beyond the basic plane")
-        << QString::fromUtf8("\U0001F3A7") << QString::fromUtf8("\U0001F3A7");
+    const Rows<QString, QString> row("text", "shown");
+    row("plain", "Küche \u65e5 \\n", "Küche \u65e5 \\n");
+    row("lines", "a\r\n\tb", R"(a\r\n\tb)");
+    row("terminal sequence", "\x1b[2J\x07", R"(\x1b[2J\x07)");
+    row("zero", QString(QChar(0)), R"(\x00)");
+    row("delete", "\x7f", R"(\x7f)");
+    row("C1: CSI in one character", "\u009b31m", R"(\x9b31m)");
+    row("direction override", "a\u202eb\u2066", R"(a\u202eb\u2066)");
+    row("line separator", "\u2028", R"(\u2028)");
+    row("beyond the basic plane", "\U0001F3A7", "\U0001F3A7");
 }
 
 void ItemctlTextTest::escapes()
@@ -77,15 +72,13 @@ void ItemctlTextTest::escapes()
 
 void ItemctlTextTest::fits_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("columns");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("filled") << "ab" << 4 << "ab  ";
-    QTest::newRow("exactly") << "abcd" << 4 << "abcd";
-    QTest::newRow("cut") << "abcde" << 4 << "abc\u2026";
-    QTest::newRow("no room") << "abc" << 0 << "";
-    QTest::newRow("wide characters") << "\u65e5\u65e5\u65e5" << 5 << "\u65e5\u65e5\u2026";
-    QTest::newRow("not in the middle of a wide one") << "\u65e5\u65e5\u65e5" << 4 << "\u65e5\u2026 ";
+    const Rows<QString, int, QString> row("text", "columns", "shown");
+    row("filled", "ab", 4, "ab  ");
+    row("exactly", "abcd", 4, "abcd");
+    row("cut", "abcde", 4, "abc\u2026");
+    row("no room", "abc", 0, "");
+    row("wide characters", "\u65e5\u65e5\u65e5", 5, "\u65e5\u65e5\u2026");
+    row("not in the middle of a wide one", "\u65e5\u65e5\u65e5", 4, "\u65e5\u2026 ");
 }
 
 void ItemctlTextTest::fits()
@@ -97,34 +90,21 @@ void ItemctlTextTest::fits()
 
 void ItemctlTextTest::values_data()
 {
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("raw");
-    QTest::addColumn<QString>("json");
-    QTest::newRow("true") << QVariant(true) << "true"
-                          << "true";
-    QTest::newRow("largest unsigned")
-        << QVariant(std::numeric_limits<qulonglong>::max()) << "18446744073709551615"
-        << "18446744073709551615";
-    QTest::newRow("smallest signed") << QVariant(std::numeric_limits<qlonglong>::min())
-                                     << "-9223372036854775808"
-                                     << "-9223372036854775808";
-    QTest::newRow("byte") << QVariant::fromValue(uchar(65)) << "65"
-                          << "65";
-    QTest::newRow("number") << QVariant(0.1) << "0.1"
-                            << "0.1";
-    QTest::newRow("text") << QVariant("a \"b\"\n") << "a \"b\"\n"
-                          << R"("a \"b\"\n")";
-    QTest::newRow("text that looks like a number") << QVariant("007") << "007"
-                                                   << R"("007")";
-    QTest::newRow("unsafe text") << QVariant(QStringLiteral("\u009b\u202e\x7f"))
-                                 << QStringLiteral("\u009b\u202e\x7f") << R"("\u009b\u202e\u007f")";
-    QTest::newRow("nothing") << QVariant() << ""
-                             << "null";
-    QTest::newRow("texts") << QVariant(QStringList{ "a", "b" }) << R"(["a","b"])"
-                           << R"(["a","b"])";
-    QTest::newRow("record") << QVariant(QVariantMap{ { "addr", 18446744073709551615ULL }, { "on", true } })
-                            << R"({"addr":18446744073709551615,"on":true})"
-                            << R"({"addr":18446744073709551615,"on":true})";
+    const Rows<QVariant, QString, QString> row("value", "raw", "json");
+    row("true", true, "true", "true");
+    row("largest unsigned", std::numeric_limits<qulonglong>::max(), "18446744073709551615",
+        "18446744073709551615");
+    row("smallest signed", std::numeric_limits<qlonglong>::min(), "-9223372036854775808",
+        "-9223372036854775808");
+    row("byte", QVariant::fromValue(uchar(65)), "65", "65");
+    row("number", 0.1, "0.1", "0.1");
+    row("text", "a \"b\"\n", "a \"b\"\n", R"("a \"b\"\n")");
+    row("text that looks like a number", "007", "007", R"("007")");
+    row("unsafe text", "\u009b\u202e\x7f", "\u009b\u202e\x7f", R"("\u009b\u202e\u007f")");
+    row("nothing", {}, "", "null");
+    row("texts", QStringList{ "a", "b" }, R"(["a","b"])", R"(["a","b"])");
+    row("record", QVariantMap{ { "addr", 18446744073709551615ULL }, { "on", true } },
+        R"({"addr":18446744073709551615,"on":true})", R"({"addr":18446744073709551615,"on":true})");
 }
 
 void ItemctlTextTest::values()
@@ -136,20 +116,18 @@ void ItemctlTextTest::values()
 
 void ItemctlTextTest::itemAsJson()
 {
-    QCOMPARE(itemctl::shownValue(enumItem(4, QStringLiteral("Headset\x1b"))),
-             QStringLiteral("4 (Headset\\x1b)"));
-    QCOMPARE(itemctl::shownValue(enumItem(77, QString())), QStringLiteral("77"));
-    QCOMPARE(
-        itemctl::jsonText(itemctl::itemJson(enumItem(4, QStringLiteral("Headset Connected")))),
-        QStringLiteral(R"({"address":":result:host:bluetooth:pairlistConnectionState:3:","server":"host",)"
-                       R"("module":"bluetooth","id":"pairlistConnectionState","index":3,"kind":"result",)"
-                       R"("label":"Connection State","value":4,"text":"Headset Connected",)"
-                       R"("applicable":true})"));
+    QCOMPARE(itemctl::shownValue(enumItem(4, "Headset\x1b")), "4 (Headset\\x1b)");
+    QCOMPARE(itemctl::shownValue(enumItem(77, QString())), "77");
+    QCOMPARE(itemctl::jsonText(itemctl::itemJson(enumItem(4, "Headset Connected"))),
+             R"({"address":":result:host:bluetooth:pairlistConnectionState:3:","server":"host",)"
+             R"("module":"bluetooth","id":"pairlistConnectionState","index":3,"kind":"result",)"
+             R"("label":"Connection State","value":4,"text":"Headset Connected",)"
+             R"("applicable":true})");
 }
 
 void ItemctlTextTest::changeAsJson()
 {
-    Item item = enumItem(4, QStringLiteral("Headset Connected"));
+    Item item = enumItem(4, "Headset Connected");
     const auto applicability = itemctl::apply({ { "applicable", false } }, item);
     const auto json = itemctl::changeJson(item, applicability);
     QCOMPARE(json.value("applicable", true), false);
@@ -186,23 +164,23 @@ void ItemctlTextTest::descriptionNamesLimits()
 void ItemctlTextTest::liveViewHidesEmptyRows()
 {
     Item name = enumItem(0, {});
-    name.id = QStringLiteral("pairlistName");
+    name.id = "pairlistName";
     name.isEnumeration = false;
     itemctl::Items items;
     for (int index = 0; index < 3; ++index) {
         name.index = index;
         name.applicable = index != 1;
-        name.value = index == 2 ? QString() : QStringLiteral("Headset");
+        name.value = index == 2 ? QString() : "Headset";
         items += name;
     }
-    Item state = enumItem(1, QStringLiteral("Connected"));
+    Item state = enumItem(1, "Connected");
     state.index = 0;
     items += state;
     const auto rows = itemctl::topRows(items);
     QCOMPARE(rows.size(), 2);
-    QCOMPARE(rows[0].text, QStringLiteral("bluetooth:pairlist"));
+    QCOMPARE(rows[0].text, "bluetooth:pairlist");
     QCOMPARE(rows[1].items, (QVector<int>{ 0, 3 }));
-    QCOMPARE(rows[1].text.simplified(), QStringLiteral("0 Headset 1 (Connected)"));
+    QCOMPARE(rows[1].text.simplified(), "0 Headset 1 (Connected)");
 }
 
 QTEST_GUILESS_MAIN(ItemctlTextTest)

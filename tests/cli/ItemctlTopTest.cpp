@@ -3,12 +3,11 @@
 #include <QTest>
 
 /// The live view on a terminal, as script(1) makes one.
-class ItemctlTopTest : public QObject
+class ItemctlTopTest : public ItemctlFixture
 {
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
     void init();
     void cleanup();
 
@@ -19,7 +18,6 @@ private Q_SLOTS:
 private:
     bool shows(const QByteArray& text);
 
-    ItemctlFixture m_fixture;
     QProcess m_terminal;
     QByteArray m_drawn;
 };
@@ -32,14 +30,8 @@ const QByteArray LeaveFullScreen = "\x1b[?1049l";
 
 void ItemctlTopTest::initTestCase()
 {
-    const QString error = m_fixture.start();
-    QVERIFY2(error.isEmpty(), qPrintable(error));
-    QCOMPARE(ItemctlFixture::itemctl({ "call", "write", "rowName:1=Headset" }).status, 0);
-}
-
-void ItemctlTopTest::cleanupTestCase()
-{
-    m_fixture.stop();
+    ItemctlFixture::initTestCase();
+    succeed({ "call", "write", "rowName:1=Headset" });
 }
 
 void ItemctlTopTest::init()
@@ -51,7 +43,7 @@ void ItemctlTopTest::init()
     m_terminal.setProcessEnvironment(environment);
     m_terminal.setProcessChannelMode(QProcess::MergedChannels);
     m_drawn.clear();
-    m_terminal.start("script", { "-qec", "exec '" + ItemctlFixture::itemctlPath() + "' top", "/dev/null" });
+    m_terminal.start("script", { "-qec", "exec '" ITEMCTL "' top", "/dev/null" });
     QVERIFY(shows("Actions"));
 }
 
@@ -79,7 +71,7 @@ void ItemctlTopTest::showsAndActs()
     QVERIFY2(!m_drawn.contains("Headset"), "the row does not apply yet");
     m_terminal.write("e");
     QVERIFY(shows("Headset"));
-    QCOMPARE(ItemctlFixture::itemctl({ "get", "enabled" }).out, QStringLiteral("true\n"));
+    QCOMPARE(itemctl({ "get", "enabled" }).out, "true\n");
     // From the last action up to "echo", which asks for a text.
     m_terminal.write("\x1bOF\x1bOA\x1bOA\x1bOA\r");
     QVERIFY(shows("text for echo"));
@@ -100,7 +92,7 @@ void ItemctlTopTest::givesTheTerminalBackOnASignal()
 
 void ItemctlTopTest::needsATerminal()
 {
-    const Finished finished = ItemctlFixture::itemctl({ "top" });
+    const Finished finished = itemctl({ "top" });
     QCOMPARE(finished.status, 1);
     QVERIFY(finished.err.contains("needs a terminal"));
 }

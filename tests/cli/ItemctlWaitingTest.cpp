@@ -6,12 +6,10 @@
 #include <QTest>
 
 /// watch and wait: what happens while the program runs.
-class ItemctlWaitingTest : public QObject
+class ItemctlWaitingTest : public ItemctlFixture
 {
     Q_OBJECT
 private Q_SLOTS:
-    void initTestCase();
-    void cleanupTestCase();
     void init();
 
     void watchPrintsEachChange();
@@ -25,46 +23,25 @@ private Q_SLOTS:
     void waitSurvivesARestart();
 
 private:
-    ItemctlFixture m_fixture;
+    static std::unique_ptr<QProcess> startWatching(const QStringList& arguments);
 };
 
-namespace {
-
 /// Starts the program and returns when the server watches for it.
-std::unique_ptr<QProcess> startWatching(const QStringList& arguments)
+std::unique_ptr<QProcess> ItemctlWaitingTest::startWatching(const QStringList& arguments)
 {
-    auto process = ItemctlFixture::startItemctl(arguments);
-    if (!QTest::qWaitFor([] { return ItemctlFixture::watchers() == 1; }, 30'000))
+    auto process = startItemctl(arguments);
+    if (!QTest::qWaitFor([] { return watchers() == 1; }, 30'000))
         return nullptr;
     // The server answers in order: with this answer, that to the watcher is on its way as well.
-    return ItemctlFixture::itemctl({ "get", "state" }).status == 0 ? std::move(process) : nullptr;
-}
-
-void itemctl(const QStringList& arguments)
-{
-    const Finished finished = ItemctlFixture::itemctl(arguments);
-    QVERIFY2(finished.status == 0, qPrintable(finished.err));
-}
-
-} // namespace
-
-void ItemctlWaitingTest::initTestCase()
-{
-    const QString error = m_fixture.start();
-    QVERIFY2(error.isEmpty(), qPrintable(error));
-}
-
-void ItemctlWaitingTest::cleanupTestCase()
-{
-    m_fixture.stop();
+    return itemctl({ "get", "state" }).status == 0 ? std::move(process) : nullptr;
 }
 
 void ItemctlWaitingTest::init()
 {
-    QTRY_COMPARE(ItemctlFixture::watchers(), 0);
-    itemctl({ "call", "write", "enabled=false" });
-    itemctl({ "call", "write", "state=0" });
-    itemctl({ "call", "write", "rowName:1=" });
+    QTRY_COMPARE(watchers(), 0);
+    succeed({ "call", "write", "enabled=false" });
+    succeed({ "call", "write", "state=0" });
+    succeed({ "call", "write", "rowName:1=" });
 }
 
 void ItemctlWaitingTest::watchPrintsEachChange()
@@ -72,27 +49,27 @@ void ItemctlWaitingTest::watchPrintsEachChange()
     const auto watch =
         startWatching({ "watch", "state", "enabled", "pin", "--count", "4", "--timeout", "60" });
     QVERIFY(watch);
-    itemctl({ "call", "write", "state=3" });
+    succeed({ "call", "write", "state=3" });
     // Each line is there at once, not when the program ends.
     QTRY_VERIFY(watch->canReadLine() || watch->waitForReadyRead(0));
     QCOMPARE(watch->readLine(), QByteArray(":result:demo:mod:state: 3 (On)\n"));
-    itemctl({ "call", "write", "serial=1" });
-    itemctl({ "set", "enabled", "true" });
-    itemctl({ "call", "write", "state=77" });
-    const Finished finished = ItemctlFixture::finish(*watch);
+    succeed({ "call", "write", "serial=1" });
+    succeed({ "set", "enabled", "true" });
+    succeed({ "call", "write", "state=77" });
+    const Finished finished = finish(*watch);
     QCOMPARE(finished.status, 0);
     QCOMPARE(finished.out,
-             QStringLiteral(":config:demo:mod:enabled: true\n:config:demo:mod:pin: [applies]\n"
-                            ":result:demo:mod:state: 77\n"));
+             ":config:demo:mod:enabled: true\n:config:demo:mod:pin: [applies]\n"
+             ":result:demo:mod:state: 77\n");
 }
 
 void ItemctlWaitingTest::watchAsJson()
 {
     const auto watch = startWatching({ "watch", "--json", "row*:1", "--count", "2" });
     QVERIFY(watch);
-    itemctl({ "set", "enabled", "true" });
-    itemctl({ "call", "write", "rowName:1=Headset" });
-    const Finished finished = ItemctlFixture::finish(*watch);
+    succeed({ "set", "enabled", "true" });
+    succeed({ "call", "write", "rowName:1=Headset" });
+    const Finished finished = finish(*watch);
     QCOMPARE(finished.status, 0);
     const QStringList lines = finished.out.split('\n', Qt::SkipEmptyParts);
     QCOMPARE(lines.size(), 2);
@@ -108,26 +85,25 @@ void ItemctlWaitingTest::watchAsJson()
 
 void ItemctlWaitingTest::watchEndsInTime()
 {
-    QCOMPARE(ItemctlFixture::itemctl({ "watch", "--timeout", "0.1" }).status, 0);
-    const Finished short1 = ItemctlFixture::itemctl({ "watch", "--timeout", "0.1", "--count", "1" });
+    QCOMPARE(itemctl({ "watch", "--timeout", "0.1" }).status, 0);
+    const Finished short1 = itemctl({ "watch", "--timeout", "0.1", "--count", "1" });
     QCOMPARE(short1.status, 4);
     QVERIFY(short1.err.contains("0 of 1"));
 }
 
 void ItemctlWaitingTest::watchSurvivesARestart()
 {
-    itemctl({ "call", "write", "state=3" });
+    succeed({ "call", "write", "state=3" });
     const auto watch = startWatching({ "watch", "state", "--count", "2", "--timeout", "60" });
     QVERIFY(watch);
-    m_fixture.endServer("demo");
-    QVERIFY(m_fixture.startServer("demo", "mod"));
-    QTRY_COMPARE(ItemctlFixture::watchers(), 1);
-    itemctl({ "call", "write", "state=200" });
-    const Finished finished = ItemctlFixture::finish(*watch);
+    m_servers.kill();
+    QVERIFY(m_servers.start());
+    QTRY_COMPARE(watchers(), 1);
+    succeed({ "call", "write", "state=200" });
+    const Finished finished = finish(*watch);
     QCOMPARE(finished.status, 0);
     // What differs after the return counts as a change.
-    QCOMPARE(finished.out,
-             QStringLiteral(":result:demo:mod:state: 0 (Off)\n:result:demo:mod:state: 200 (Gone Wrong)\n"));
+    QCOMPARE(finished.out, ":result:demo:mod:state: 0 (Off)\n:result:demo:mod:state: 200 (Gone Wrong)\n");
     QVERIFY2(finished.err.contains("server demo left the bus") && finished.err.contains("is back"),
              qPrintable(finished.err));
 }
@@ -136,8 +112,7 @@ void ItemctlWaitingTest::waitHoldsAlready()
 {
     QElapsedTimer timer;
     timer.start();
-    const Finished finished =
-        ItemctlFixture::itemctl({ "wait", "--json", "state=Off", "state!=3", "mod:enabled=false" });
+    const Finished finished = itemctl({ "wait", "--json", "state=Off", "state!=3", "mod:enabled=false" });
     QCOMPARE(finished.status, 0);
     QVERIFY(timer.elapsed() < 10'000);
     const auto items = nlohmann::json::parse(finished.out.toStdString());
@@ -151,11 +126,11 @@ void ItemctlWaitingTest::waitForSeveralTogether()
         startWatching({ "wait", "--json", "state=DEMO_STATE_ON", "enabled=true", "--timeout", "60" });
     QVERIFY(wait);
     // Each holds for a while, but not together.
-    itemctl({ "call", "write", "state=3" });
-    itemctl({ "call", "write", "state=0" });
-    itemctl({ "set", "enabled", "true" });
-    itemctl({ "call", "write", "state=3" });
-    const Finished finished = ItemctlFixture::finish(*wait);
+    succeed({ "call", "write", "state=3" });
+    succeed({ "call", "write", "state=0" });
+    succeed({ "set", "enabled", "true" });
+    succeed({ "call", "write", "state=3" });
+    const Finished finished = finish(*wait);
     QCOMPARE(finished.status, 0);
     const auto items = nlohmann::json::parse(finished.out.toStdString());
     QCOMPARE(items[0].value("value", -1), 3);
@@ -167,35 +142,35 @@ void ItemctlWaitingTest::waitForApplicability()
     const auto wait =
         startWatching({ "wait", "pin:applicable", "rowState:1:inapplicable", "--timeout", "60" });
     QVERIFY(wait);
-    itemctl({ "set", "enabled", "true" });
-    itemctl({ "call", "write", "state=3" });
-    QCOMPARE(ItemctlFixture::finish(*wait).status, 0);
+    succeed({ "set", "enabled", "true" });
+    succeed({ "call", "write", "state=3" });
+    QCOMPARE(finish(*wait).status, 0);
 }
 
 void ItemctlWaitingTest::waitSaysWhatIsMissing()
 {
-    const Finished finished = ItemctlFixture::itemctl(
-        { "wait", "state~^Gone", "enabled=false", "pin:applicable", "--timeout", "0.1" });
+    const Finished finished =
+        itemctl({ "wait", "state~^Gone", "enabled=false", "pin:applicable", "--timeout", "0.1" });
     QCOMPARE(finished.status, 4);
     QVERIFY2(finished.err.contains("state~^Gone does not hold, it is 0 (Off)"), qPrintable(finished.err));
     QVERIFY2(finished.err.contains("pin:applicable does not hold, it does not apply"),
              qPrintable(finished.err));
     QVERIFY(!finished.err.contains("enabled"));
-    QCOMPARE(ItemctlFixture::itemctl({ "wait", "state=Onn" }).status, 2);
-    QCOMPARE(ItemctlFixture::itemctl({ "wait", "stat=On" }).status, 3);
-    QCOMPARE(ItemctlFixture::itemctl({ "wait", "state" }).status, 2);
+    QCOMPARE(itemctl({ "wait", "state=Onn" }).status, 2);
+    QCOMPARE(itemctl({ "wait", "stat=On" }).status, 3);
+    QCOMPARE(itemctl({ "wait", "state" }).status, 2);
 }
 
 void ItemctlWaitingTest::waitSurvivesARestart()
 {
-    itemctl({ "set", "enabled", "true" });
-    itemctl({ "call", "write", "state=3" });
+    succeed({ "set", "enabled", "true" });
+    succeed({ "call", "write", "state=3" });
     // About applicability: a value would be looked up in the enumeration first, which the end must not hit.
     const auto wait = startWatching({ "wait", "pin:inapplicable", "--timeout", "60" });
     QVERIFY(wait);
-    m_fixture.endServer("demo");
-    QVERIFY(m_fixture.startServer("demo", "mod")); // it comes back enabled, but with its state off
-    QCOMPARE(ItemctlFixture::finish(*wait).status, 0);
+    m_servers.kill();
+    QVERIFY(m_servers.start()); // it comes back enabled, but with its state off
+    QCOMPARE(finish(*wait).status, 0);
 }
 
 QTEST_GUILESS_MAIN(ItemctlWaitingTest)

@@ -1,5 +1,7 @@
 // The program itself, against a simulated radio on a bus of its own whose time stands still.
-#include "support/PrivateSystemBus.h"
+#include "support/PrivateBus.h"
+#include "support/Programs.h"
+#include "support/Rows.h"
 #include "world/ChildProcess.h"
 
 #include <QDBusConnection>
@@ -7,7 +9,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTest>
 
 class SimctlTest : public QObject
@@ -32,13 +33,7 @@ private Q_SLOTS:
     void helpCoversEverySubcommand();
 
 private:
-    struct Finished
-    {
-        int status = -1;
-        QString out;
-        QString err;
-    };
-    static Finished simctl(const QStringList& arguments);
+    static Finished simctl(const QStringList& arguments) { return run(SIMCTL, arguments); }
     /// Empty when it went well and printed nothing, otherwise what it said.
     static QString change(const QStringList& arguments);
     static QJsonObject device(const QString& address);
@@ -57,29 +52,17 @@ void SimctlTest::initTestCase()
 void SimctlTest::init()
 {
     world::Command command;
-    command.arguments = QStringList{ QStringLiteral(BLUESIM), "test", "1", "1" };
+    command.arguments = QStringList{ BLUESIM, "test", "1", "1" };
     QCOMPARE(m_sim.start(command), 0);
     QTRY_VERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
     QCOMPARE(change({ "time", "step", "0.5" }), QString()); // until it is on
-}
-
-SimctlTest::Finished SimctlTest::simctl(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(SIMCTL), arguments);
-    Finished finished;
-    if (process.waitForFinished() && process.exitStatus() == QProcess::NormalExit)
-        finished.status = process.exitCode();
-    finished.out = QString::fromUtf8(process.readAllStandardOutput());
-    finished.err = QString::fromUtf8(process.readAllStandardError());
-    return finished;
 }
 
 QString SimctlTest::change(const QStringList& arguments)
 {
     const Finished finished = simctl(arguments);
     return finished.status == 0 ? finished.out + finished.err
-                                : QStringLiteral("%1: %2").arg(finished.status).arg(finished.err);
+                                : QString("%1: %2").arg(finished.status).arg(finished.err);
 }
 
 QJsonObject SimctlTest::device(const QString& address)
@@ -106,10 +89,8 @@ void SimctlTest::listsDevices()
     QCOMPARE(table.status, 0);
     const QStringList lines = table.out.split('\n', Qt::SkipEmptyParts);
     QCOMPARE(lines.size(), 11);
-    QCOMPARE(lines.first(),
-             QStringLiteral("00:11:22:33:44:01  Phone             -48 dBm  code          plain"));
-    QCOMPARE(lines.at(6),
-             QStringLiteral("00:11:22:33:44:07  -                 -74 dBm  just-works    plain"));
+    QCOMPARE(lines.first(), "00:11:22:33:44:01  Phone             -48 dBm  code          plain");
+    QCOMPARE(lines.at(6), "00:11:22:33:44:07  -                 -74 dBm  just-works    plain");
     const QJsonObject phone = device("00:11:22:33:44:08");
     QCOMPARE(phone.keys(),
              (QStringList{ "address", "class", "connection", "is", "name", "pairState", "paired", "pairing",
@@ -119,20 +100,17 @@ void SimctlTest::listsDevices()
 
 void SimctlTest::addsDevices_data()
 {
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QString>("pairing");
-    QTest::addColumn<QJsonArray>("is");
-    QTest::newRow("plain") << QStringList{} << "just-works" << QJsonArray{ "plain" };
-    QTest::newRow("PIN") << QStringList{ "--pin", "007" } << "pin" << QJsonArray{ "plain" };
-    QTest::newRow("code") << QStringList{ "--code" } << "code" << QJsonArray{ "plain" };
-    QTest::newRow("that code") << QStringList{ "--code", "000000" } << "code" << QJsonArray{ "plain" };
-    QTest::newRow("refuses") << QStringList{ "--refuses" } << "refuses" << QJsonArray{ "plain" };
-    QTest::newRow("paired") << QStringList{ "--paired", "--pin", "1" } << "pin" << QJsonArray{ "plain" };
-    QTest::newRow("times out") << QStringList{ "--times-out" } << "times-out" << QJsonArray{ "plain" };
-    QTest::newRow("headset") << QStringList{ "--headset", "--confirmation" } << "confirmation"
-                             << QJsonArray{ "headset" };
-    QTest::newRow("all of them") << QStringList{ "--ios", "--app", "--ftp", "--wifed", "--headset" }
-                                 << "just-works" << QJsonArray{ "headset", "app", "ftp", "ios", "wifed" };
+    const Rows<QStringList, QString, QJsonArray> row("options", "pairing", "is");
+    row("plain", {}, "just-works", { "plain" });
+    row("PIN", { "--pin", "007" }, "pin", { "plain" });
+    row("code", { "--code" }, "code", { "plain" });
+    row("that code", { "--code", "000000" }, "code", { "plain" });
+    row("refuses", { "--refuses" }, "refuses", { "plain" });
+    row("paired", { "--paired", "--pin", "1" }, "pin", { "plain" });
+    row("times out", { "--times-out" }, "times-out", { "plain" });
+    row("headset", { "--headset", "--confirmation" }, "confirmation", { "headset" });
+    row("all of them", { "--ios", "--app", "--ftp", "--wifed", "--headset" }, "just-works",
+        { "headset", "app", "ftp", "ios", "wifed" });
 }
 
 void SimctlTest::addsDevices()
@@ -140,13 +118,13 @@ void SimctlTest::addsDevices()
     QFETCH(QStringList, options);
     QFETCH(QString, pairing);
     QFETCH(QJsonArray, is);
-    const QString address = QStringLiteral("0A:00:00:00:00:01");
+    const QString address = "0A:00:00:00:00:01";
     QCOMPARE(
         change(QStringList{ "add", "Lamp \"x\"", "--address", address, "--rssi", "-45", "--class", "0x540" }
                + options),
         QString());
     const QJsonObject lamp = device(address);
-    QCOMPARE(lamp.value("name").toString(), QStringLiteral("Lamp \"x\""));
+    QCOMPARE(lamp.value("name").toString(), "Lamp \"x\"");
     QCOMPARE(lamp.value("rssi").toInt(), -45);
     QCOMPARE(lamp.value("class").toInt(), 0x540);
     QCOMPARE(lamp.value("pairing").toString(), pairing);
@@ -156,7 +134,7 @@ void SimctlTest::addsDevices()
 
 void SimctlTest::devicesDoThings()
 {
-    const QString address = QStringLiteral("00:11:22:33:44:05"); // refuses us, but may ask itself
+    const QString address = "00:11:22:33:44:05"; // refuses us, but may ask itself
     QCOMPARE(change({ "add", "Lamp", "--address", "0A:00:00:00:00:01", "--times-out" }), QString());
     QCOMPARE(change({ "pair-request", "Lamp" }), QString());
     QCOMPARE(change({ "time", "step", "2" }), QString());
@@ -173,16 +151,15 @@ void SimctlTest::devicesDoThings()
     QCOMPARE(device("0A:00:00:00:00:01").value("rssi").toInt(), -75);
     QCOMPARE(change({ "remove", "Lamp" }), QString());
     QVERIFY(!device("0A:00:00:00:00:01").value("present").toBool());
-    QCOMPARE(change({ "remove", "Lamp" }), QStringLiteral("1: simctl: Lamp is away already\n"));
+    QCOMPARE(change({ "remove", "Lamp" }), "1: simctl: Lamp is away already\n");
     for (const char* command : { "connect", "drop", "pair-request" })
-        QCOMPARE(change({ command, "Lamp" }),
-                 QStringLiteral("1: simctl: Lamp is away; it has to return first\n"));
+        QCOMPARE(change({ command, "Lamp" }), "1: simctl: Lamp is away; it has to return first\n");
     QCOMPARE(change({ "return", "Lamp" }), QString());
-    QCOMPARE(change({ "return", "Lamp" }), QStringLiteral("1: simctl: Lamp is there already\n"));
+    QCOMPARE(change({ "return", "Lamp" }), "1: simctl: Lamp is there already\n");
     QCOMPARE(change({ "connect", "Lamp" }), QString());
     QVERIFY(simctl({ "devices" }).out.contains("connected"));
     QCOMPARE(change({ "answer", address, "refuse" }),
-             QStringLiteral("1: simctl: no pairing with %1 is under way\n").arg(address));
+             QString("1: simctl: no pairing with %1 is under way\n").arg(address));
 }
 
 void SimctlTest::tellsTheCalls()
@@ -190,18 +167,16 @@ void SimctlTest::tellsTheCalls()
     call("Pair", { 0x001122334403ULL });
     QCOMPARE(change({ "time", "step", "1.5" }), QString());
     call("PINreply", { "51\n90" });
-    QCOMPARE(simctl({ "calls" }).out,
-             QStringLiteral("     0.500  Pair(73588229123)\n     2.000  PINreply(\"51\\n90\")\n"));
+    QCOMPARE(simctl({ "calls" }).out, "     0.500  Pair(73588229123)\n     2.000  PINreply(\"51\\n90\")\n");
     QCOMPARE(simctl({ "--json", "calls" }).out.split('\n').first(),
-             QStringLiteral(R"({"time":0.5,"member":"Pair","arguments":[73588229123]})"));
+             R"({"time":0.5,"member":"Pair","arguments":[73588229123]})");
 }
 
 void SimctlTest::drivesTime()
 {
-    QCOMPARE(simctl({ "time" }).out, QStringLiteral("0.500 s, standing\n"));
+    QCOMPARE(simctl({ "time" }).out, "0.500 s, standing\n");
     QCOMPARE(change({ "time", "step", "29.5" }), QString());
-    QCOMPARE(simctl({ "time", "--json" }).out,
-             QStringLiteral("{\"time\":30.0,\"paused\":true,\"speed\":1.0}\n"));
+    QCOMPARE(simctl({ "time", "--json" }).out, "{\"time\":30.0,\"paused\":true,\"speed\":1.0}\n");
     QCOMPARE(change({ "time", "speed", "500" }), QString());
     QCOMPARE(change({ "time", "resume" }), QString());
     QVERIFY(simctl({ "time" }).out.endsWith("running at 500 times real time\n"));
@@ -216,20 +191,15 @@ void SimctlTest::tellsTheFaults()
     QCOMPARE(change({ "fault", "payload", "pairListChanged", "a(t)" }), QString());
     QCOMPARE(change({ "fault", "silent-property", "pairList" }), QString());
     QCOMPARE(simctl({ "fault" }).out,
-             QStringLiteral("answers 2.5 s late\nsends pairListChanged in another shape\n"
-                            "does not send pairListChanged\n"));
+             "answers 2.5 s late\nsends pairListChanged in another shape\n"
+             "does not send pairListChanged\n");
     QCOMPARE(change({ "fault", "none" }), QString());
-    QCOMPARE(simctl({ "fault", "--json" }).out, QStringLiteral("[]\n"));
+    QCOMPARE(simctl({ "fault", "--json" }).out, "[]\n");
 }
 
 void SimctlTest::saysWhatIsWrong_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("error");
-    const auto row = [](const char* name, const QStringList& arguments, int status, const char* error) {
-        QTest::newRow(name) << arguments << status << QString::fromUtf8(error);
-    };
+    const Rows<QStringList, int, QString> row("arguments", "status", "error");
     row("nothing", {}, 2, "see simctl --help");
     row("unknown subcommand", { "explode" }, 2, "\"explode\" is no subcommand; see simctl --help");
     row("no such device", { "drop", "Hedset" }, 3, R"(no device "Hedset"; did you mean "Headset"?)");
@@ -270,9 +240,8 @@ void SimctlTest::saysThatThereIsNoSimulation()
     QTRY_VERIFY(!QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
     QCOMPARE(simctl({ "devices" }).status, 5);
     QVERIFY(simctl({ "devices" }).err.contains("no simulated radio is on the system bus"));
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
-    const Finished noBus = simctl({ "time" });
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address().toLocal8Bit());
+    const Finished noBus = run(
+        SIMCTL, { "time" }, { { { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus" } }, false, {} });
     QCOMPARE(noBus.status, 5);
     QVERIFY2(noBus.err.contains("DBUS_SYSTEM_BUS_ADDRESS"), qPrintable(noBus.err));
 }
