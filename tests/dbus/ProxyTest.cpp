@@ -1,55 +1,17 @@
 #include "BluetoothIf.h"
 #include "support/InterfaceDescription.h"
-#include "support/PrivateSystemBus.h"
+#include "support/PrivateBus.h"
+#include "support/Rows.h"
+#include "support/ScriptedDaemon.h"
 
-#include <QDBusVirtualObject>
 #include <QMetaMethod>
 #include <QMetaProperty>
-#include <QMutex>
-#include <QThread>
 #include <QtTest>
 
 namespace {
 
-const QString Interface = QStringLiteral("com.qarn.bluetooth");
-const QString Path = QStringLiteral("/com/qarn/Bluetooth");
-
-// Stands where the daemon stands: keeps every call, answers property reads with what the test put there.
-class Peer : public QDBusVirtualObject
-{
-public:
-    [[nodiscard]] QString introspect(const QString& /*path*/) const override { return {}; }
-
-    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
-    {
-        const QMutexLocker locker(&m_mutex);
-        m_calls.append(message);
-        const QVariant value = m_values.value(message.arguments().value(1).toString());
-        QDBusMessage reply = message.createReply();
-        if (message.member() == QLatin1String("Get")) {
-            reply = value.isValid() ? message.createReply(QVariant::fromValue(QDBusVariant(value)))
-                                    : message.createErrorReply(QDBusError::UnknownProperty, QString());
-        }
-        return connection.send(reply);
-    }
-
-    QList<QDBusMessage> takeCalls()
-    {
-        const QMutexLocker locker(&m_mutex);
-        return std::exchange(m_calls, {});
-    }
-
-    void setValue(const QString& property, const QVariant& value)
-    {
-        const QMutexLocker locker(&m_mutex);
-        m_values.insert(property, value);
-    }
-
-private:
-    QMutex m_mutex;
-    QList<QDBusMessage> m_calls;
-    QVariantMap m_values;
-};
+const QString Interface = "com.qarn.bluetooth";
+const QString Path = "/com/qarn/Bluetooth";
 
 QStringList ownMethods(QMetaMethod::MethodType type)
 {
@@ -57,16 +19,14 @@ QStringList ownMethods(QMetaMethod::MethodType type)
     const QMetaObject& meta = BluetoothIf::staticMetaObject;
     for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
         const QMetaMethod method = meta.method(i);
-        if (method.methodType() != type) {
+        if (method.methodType() != type)
             continue;
-        }
         QStringList arguments;
         for (int k = 0; k < method.parameterCount(); ++k) {
             arguments << QString::fromLatin1(method.parameterTypes().at(k) + ' '
                                              + method.parameterNames().at(k));
         }
-        lines << QString::fromLatin1(method.name()) + QLatin1Char('(') + arguments.join(QLatin1String(", "))
-                + QLatin1Char(')');
+        lines << QString::fromLatin1(method.name()) + '(' + arguments.join(", ") + ')';
     }
     return lines;
 }
@@ -79,11 +39,7 @@ class ProxyTest : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
-    void init() { m_peer->takeCalls(); }
     void matchesTheInterfaceDescription();
-    void callsWithoutWaiting_data();
-    void callsWithoutWaiting();
     void readsProperties_data();
     void readsProperties();
     void readsDefaultsWhereThereIsNothing();
@@ -92,34 +48,24 @@ private Q_SLOTS:
 
 private:
     PrivateSystemBus m_bus;
-    QThread m_daemonThread; // a property read blocks the client's thread
-    Peer* m_peer = nullptr;
-    QScopedPointer<BluetoothIf> m_proxy;
+    std::unique_ptr<ScriptedDaemon> m_daemon;
+    std::unique_ptr<BluetoothIf> m_proxy;
 };
 
 void ProxyTest::initTestCase()
 {
     QCOMPARE(m_bus.start(), QString());
     registerDaemonTypes();
-    m_peer = new Peer;
-    m_peer->moveToThread(&m_daemonThread);
-    QObject::connect(&m_daemonThread, &QThread::finished, m_peer, &QObject::deleteLater);
-    m_daemonThread.start();
-    QDBusConnection daemon = QDBusConnection::connectToBus(m_bus.address(), QStringLiteral("daemon"));
-    QVERIFY(daemon.registerVirtualObject(Path, m_peer));
-    m_proxy.reset(new BluetoothIf(daemon.baseService(), Path, QDBusConnection::systemBus(), nullptr));
-}
-
-void ProxyTest::cleanupTestCase()
-{
-    m_proxy.reset();
-    m_daemonThread.quit();
-    m_daemonThread.wait();
+    QMetaType::registerEqualsComparator<ScanResults>();
+    QMetaType::registerEqualsComparator<PairList>();
+    m_daemon = std::make_unique<ScriptedDaemon>(m_bus.address());
+    QVERIFY(m_daemon->appear());
+    m_proxy = std::make_unique<BluetoothIf>(Interface, Path, QDBusConnection::systemBus(), nullptr);
 }
 
 void ProxyTest::matchesTheInterfaceDescription()
 {
-    const auto described = InterfaceDescription::ofFile(QStringLiteral(INTERFACE_XML), Interface);
+    const auto described = InterfaceDescription::ofFile(INTERFACE_XML, Interface);
     QCOMPARE(described.signalLines.size(), 16);
     QCOMPARE(described.methodLines.size(), 14);
     QCOMPARE(described.propertyLines.size(), 10);
@@ -134,7 +80,7 @@ void ProxyTest::matchesTheInterfaceDescription()
     for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
         const QMetaProperty property = meta.property(i);
         QVERIFY(!property.hasNotifySignal());
-        properties << QStringLiteral("%1 %2 %3")
+        properties << QString("%1 %2 %3")
                           .arg(QLatin1String(property.isWritable() ? "readwrite" : "read"),
                                QLatin1String(property.typeName()), QLatin1String(property.name()));
     }
@@ -143,95 +89,27 @@ void ProxyTest::matchesTheInterfaceDescription()
     QCOMPARE(m_proxy->interface(), Interface);
 }
 
-void ProxyTest::callsWithoutWaiting_data()
-{
-    QTest::addColumn<QString>("method");
-    QTest::addColumn<QVariantList>("arguments");
-    for (const QString& line : ownMethods(QMetaMethod::Slot)) {
-        const QString name = line.section(QLatin1Char('('), 0, 0);
-        if (line.contains(QLatin1String("qulonglong"))) {
-            QTest::newRow(qPrintable(name)) << name << QVariantList{ 0xFFFF123456789ABCULL };
-        } else if (line.contains(QLatin1String("QString"))) {
-            QTest::newRow(qPrintable(name)) << name << QVariantList{ QStringLiteral("Zürich 7") };
-            QTest::newRow(qPrintable(name + QLatin1String(", empty"))) << name << QVariantList{ QString() };
-        } else {
-            QTest::newRow(qPrintable(name)) << name << QVariantList();
-        }
-    }
-}
-
-void ProxyTest::callsWithoutWaiting()
-{
-    QFETCH(QString, method);
-    QFETCH(QVariantList, arguments);
-
-    QDBusPendingReply<> reply;
-    const QByteArray member = method.toLatin1();
-    const QGenericReturnArgument result("QDBusPendingReply<>", &reply);
-    if (arguments.isEmpty()) {
-        QVERIFY(QMetaObject::invokeMethod(m_proxy.data(), member.constData(), result));
-    } else if (arguments.first().type() == QVariant::String) {
-        QVERIFY(QMetaObject::invokeMethod(m_proxy.data(), member.constData(), result,
-                                          Q_ARG(QString, arguments.first().toString())));
-    } else {
-        QVERIFY(QMetaObject::invokeMethod(m_proxy.data(), member.constData(), result,
-                                          Q_ARG(qulonglong, arguments.first().toULongLong())));
-    }
-    reply.waitForFinished();
-    QVERIFY2(reply.isValid(), qPrintable(reply.error().message()));
-    const QList<QDBusMessage> calls = m_peer->takeCalls();
-    QCOMPARE(calls.size(), 1);
-    QCOMPARE(calls.first().member(), method);
-    QCOMPARE(calls.first().interface(), Interface);
-    QCOMPARE(calls.first().arguments(), arguments);
-    QCOMPARE(calls.first().signature(),
-             QString::fromLatin1(
-                 arguments.isEmpty() ? "" : QDBusMetaType::typeToSignature(arguments.first().userType())));
-}
-
 void ProxyTest::readsProperties_data()
 {
-    QTest::addColumn<QString>("property");
-    QTest::addColumn<QVariant>("sent");
-    QTest::addColumn<QVariant>("read");
-
-    const auto same = [](const char* property, const QVariant& value) {
-        QTest::newRow(property) << QString::fromLatin1(property) << value << value;
-    };
-    same("confirmationCode", QStringLiteral("000042"));
-    same("myAddress", 0xFFFFFFFFFFFFFFFFULL);
-    same("pairState", 100);
-    same("state", true);
-    const ScanResults scan{ { { 7, -3, QStringLiteral("x") }, { 8, -4, {} } } };
-    const PairList pairs{ { { 7, QStringLiteral("x"), 4 } } };
-    same("scanResults", QVariant::fromValue(scan));
-    same("pairList", QVariant::fromValue(pairs));
-    QTest::newRow("a list of another shape")
-        << "scanResults" << QVariant::fromValue(pairs) << QVariant::fromValue(ScanResults());
-    QTest::newRow("a text for a list")
-        << "pairList" << QVariant(QStringLiteral("x")) << QVariant::fromValue(PairList());
+    const Rows<QVariant> row("value");
+    row("confirmationCode", "000042");
+    row("myAddress", 0xFFFFFFFFFFFFFFFFULL);
+    row("pairState", 100);
+    row("state", true);
+    row("scanResults", QVariant::fromValue(ScanResults{ { { 7, -3, "x" }, { 8, -4, {} } } }));
+    row("pairList", QVariant::fromValue(PairList{ { { 7, "x", 4 } } }));
 }
 
 void ProxyTest::readsProperties()
 {
-    QFETCH(QString, property);
-    QFETCH(QVariant, sent);
-    QFETCH(QVariant, read);
-
-    m_peer->setValue(property, sent);
-    if (read.userType() == qMetaTypeId<ScanResults>()) {
-        QCOMPARE(m_proxy->scanResults(), read.value<ScanResults>());
-    } else if (read.userType() == qMetaTypeId<PairList>()) {
-        QCOMPARE(m_proxy->pairList(), read.value<PairList>());
-    } else {
-        QCOMPARE(m_proxy->property(property.toLatin1().constData()), read);
-    }
+    QFETCH(QVariant, value);
+    m_daemon->answer(QTest::currentDataTag(), { value });
+    QCOMPARE(m_proxy->property(QTest::currentDataTag()), value);
 }
 
 void ProxyTest::readsDefaultsWhereThereIsNothing()
 {
-    const BluetoothIf absent(QStringLiteral("com.qarn.bluetooth"), Path, QDBusConnection::systemBus(),
-                             nullptr);
+    const BluetoothIf absent("com.qarn.absent", Path, QDBusConnection::systemBus(), nullptr);
     QCOMPARE(absent.confirmationCode(), QString());
     QCOMPARE(absent.myAddress(), 0ULL);
     QCOMPARE(absent.status(), 0);
@@ -239,18 +117,21 @@ void ProxyTest::readsDefaultsWhereThereIsNothing()
     QCOMPARE(absent.pairList(), PairList());
     QCOMPARE(absent.scanResults(), ScanResults());
 
-    m_peer->setValue(QStringLiteral("status"), QStringLiteral("not a number"));
+    m_daemon->answer("status", { "not a number" });
     QCOMPARE(m_proxy->status(), 0);
+    m_daemon->answer("scanResults", { QVariant::fromValue(PairList{ { { 7, "x", 4 } } }) });
+    QCOMPARE(m_proxy->scanResults(), ScanResults());
+    m_daemon->answer("pairList", { "x" });
+    QCOMPARE(m_proxy->pairList(), PairList());
 }
 
 void ProxyTest::writesProperties_data()
 {
-    QTest::addColumn<QString>("property");
-    QTest::addColumn<QVariant>("value");
-    QTest::newRow("t") << "myAddress" << QVariant(0x123456789ABCULL);
-    QTest::newRow("s") << "myName" << QVariant(QStringLiteral("Zürich"));
-    QTest::newRow("another s") << "wifedsConnected" << QVariant(QString());
-    QTest::newRow("b") << "state" << QVariant(true);
+    const Rows<QString, QVariant> row("property", "value");
+    row("t", "myAddress", 0x123456789ABCULL);
+    row("s", "myName", "Zürich");
+    row("another s", "wifedsConnected", QString());
+    row("b", "state", true);
 }
 
 void ProxyTest::writesProperties()
@@ -259,13 +140,11 @@ void ProxyTest::writesProperties()
     QFETCH(QVariant, value);
 
     QVERIFY(m_proxy->setProperty(property.toLatin1().constData(), value));
-    const QList<QDBusMessage> calls = m_peer->takeCalls();
+    const QList<ScriptedDaemon::Call> calls = m_daemon->takeCalls();
     QCOMPARE(calls.size(), 1);
-    QCOMPARE(calls.first().member(), QStringLiteral("Set"));
-    const QVariantList arguments = calls.first().arguments();
-    QCOMPARE(arguments.at(0).toString(), Interface);
-    QCOMPARE(arguments.at(1).toString(), property);
-    const QVariant written = arguments.at(2).value<QDBusVariant>().variant();
+    QCOMPARE(calls.first().member, "Set");
+    QCOMPARE(calls.first().arguments.mid(0, 2), (QVariantList{ Interface, property }));
+    const QVariant written = calls.first().arguments.at(2).value<QDBusVariant>().variant();
     QCOMPARE(written, value);
     QCOMPARE(written.userType(), value.userType());
 }
