@@ -18,14 +18,12 @@ public:
     bool switchOn(const char* scale = Scale)
     {
         qputenv("BLUESIM_TIME_SCALE", scale);
-        if (!appear()) {
+        if (!appear())
             return false;
-        }
         QSignalSpy status(proxy.data(), &BluetoothIf::statusChanged);
         while (proxy->status() != 3) {
-            if (status.isEmpty() && !status.wait()) {
+            if (status.isEmpty() && !status.wait())
                 return false;
-            }
             status.clear();
         }
         QCoreApplication::processEvents(); // signals that came before the answer

@@ -1,5 +1,6 @@
 #include "AddressHelper.h"
 #include "BluesimFixture.h"
+#include "support/Rows.h"
 
 #include <csignal>
 
@@ -20,16 +21,12 @@ private Q_SLOTS:
 
 void BluesimConnectionTest::connects_data()
 {
-    QTest::addColumn<qulonglong>("address");
-    QTest::addColumn<uint>("bits");
-    QTest::addColumn<bool>("headset");
-    QTest::addColumn<bool>("companion");
-    QTest::addColumn<bool>("wifed");
-    QTest::newRow("phone") << room::Phone << 1U << false << false << false;
-    QTest::newRow("headset") << room::Headset << 4U << true << false << false;
-    QTest::newRow("companion phone") << room::CompanionPhone << 2U << false << true << false;
-    QTest::newRow("notebook") << room::Notebook << 8U << false << false << false;
-    QTest::newRow("Wi-FED") << room::Wifed << 1U << false << false << true;
+    const Rows<qulonglong, uint, bool, bool, bool> row("address", "bits", "headset", "companion", "wifed");
+    row("phone", room::Phone, 1U, false, false, false);
+    row("headset", room::Headset, 4U, true, false, false);
+    row("companion phone", room::CompanionPhone, 2U, false, true, false);
+    row("notebook", room::Notebook, 8U, false, false, false);
+    row("Wi-FED", room::Wifed, 1U, false, false, true);
 }
 
 void BluesimConnectionTest::connects()
@@ -70,15 +67,11 @@ void BluesimConnectionTest::connects()
 
 void BluesimConnectionTest::endsConnections_data()
 {
-    QTest::addColumn<QString>("how");
-    QTest::addColumn<QList<qulonglong>>("disconnected");
-    QTest::addColumn<QList<qulonglong>>("stillPaired");
-    QTest::newRow("kill iOS accessories") << "killIAP" << QList<qulonglong>{ room::CompanionPhone }
-                                          << QList<qulonglong>{ room::CompanionPhone, room::Headset };
-    QTest::newRow("unpair") << "UnPair" << QList<qulonglong>{ room::Headset }
-                            << QList<qulonglong>{ room::CompanionPhone };
-    QTest::newRow("switch off") << "off" << QList<qulonglong>{ room::CompanionPhone, room::Headset }
-                                << QList<qulonglong>{ room::CompanionPhone, room::Headset };
+    const Rows<QString, QList<qulonglong>, QList<qulonglong>> row("how", "disconnected", "stillPaired");
+    row("kill iOS accessories", "killIAP", { room::CompanionPhone }, { room::CompanionPhone, room::Headset });
+    row("unpair", "UnPair", { room::Headset }, { room::CompanionPhone });
+    row("switch off", "off", { room::CompanionPhone, room::Headset },
+        { room::CompanionPhone, room::Headset });
 }
 
 void BluesimConnectionTest::endsConnections()
@@ -92,18 +85,16 @@ void BluesimConnectionTest::endsConnections()
         QVERIFY(connectTo(address));
     }
     QSignalSpy gone(&proxy(), &BluetoothIf::deviceDisconnected);
-    if (how == QLatin1String("killIAP")) {
+    if (how == "killIAP")
         proxy().killIAP();
-    } else if (how == QLatin1String("UnPair")) {
+    else if (how == "UnPair")
         proxy().UnPair(room::Headset);
-    } else {
+    else
         proxy().setState(false);
-    }
     QTRY_COMPARE(allCarried<qulonglong>(gone), disconnected);
     QList<qulonglong> left;
-    for (const PairEntry& entry : proxy().pairList().entries) {
+    for (const PairEntry& entry : proxy().pairList().entries)
         left << entry.address;
-    }
     QCOMPARE(left, stillPaired);
 }
 
@@ -120,7 +111,7 @@ void BluesimConnectionTest::switchesOffAndOn()
     QCOMPARE(proxy().pairState(), 0);
     QDBusPendingReply<> refused = proxy().Scan();
     refused.waitForFinished();
-    QCOMPARE(refused.error().name(), QStringLiteral("com.qarn.bluetooth.Error.NotReady"));
+    QCOMPARE(refused.error().name(), "com.qarn.bluetooth.Error.NotReady");
 
     status.clear();
     proxy().setState(true);
@@ -132,7 +123,7 @@ void BluesimConnectionTest::switchesOffAndOn()
 void BluesimConnectionTest::keepsPairingsOverARestart()
 {
     const QTemporaryDir folder;
-    qputenv("BLUESIM_STATE", QFile::encodeName(folder.filePath(QStringLiteral("pairings"))));
+    qputenv("BLUESIM_STATE", QFile::encodeName(folder.filePath("pairings")));
     const auto unset = qScopeGuard([] { qunsetenv("BLUESIM_STATE"); });
     restart();
     QVERIFY(pairWith(room::Notebook));
@@ -141,27 +132,23 @@ void BluesimConnectionTest::keepsPairingsOverARestart()
 
     m_sim->process().signal(SIGKILL); // also then
     restart();
-    const PairList kept{ { { room::Notebook, QStringLiteral("Notebook"), 0 },
-                           { room::Headset, QStringLiteral("Headset"), 0 } } };
+    const PairList kept{ { { room::Notebook, "Notebook", 0 }, { room::Headset, "Headset", 0 } } };
     QCOMPARE(proxy().pairList(), kept);
     proxy().UnPair(room::Notebook);
     QTRY_COMPARE(proxy().pairList().entries.size(), 1);
     restart();
     QCOMPARE(proxy().pairList(), PairList{ { kept.entries.last() } });
     QVERIFY(connectTo(room::Headset));
-    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{ QStringLiteral("pairings") });
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{ "pairings" });
     QCOMPARE(m_sim->log(), QString());
 }
 
 void BluesimConnectionTest::setsADamagedFileAside_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QString>("reason");
-    QTest::newRow("cut off") << QByteArray("{ \"paired\": [")
-                             << "line 1: this is no JSON: it ends while the bracket";
-    QTest::newRow("no list") << QByteArray("{}") << "the file needs \"paired\"";
-    QTest::newRow("no address") << QByteArray(R"({"paired":[{"address":"near","name":"x"}]})")
-                                << "\"near\" is no device address";
+    const Rows<QByteArray, QString> row("text", "reason");
+    row("cut off", "{ \"paired\": [", "line 1: this is no JSON: it ends while the bracket");
+    row("no list", "{}", R"(the file needs "paired")");
+    row("no address", R"({"paired":[{"address":"near","name":"x"}]})", "\"near\" is no device address");
 }
 
 void BluesimConnectionTest::setsADamagedFileAside()
@@ -170,7 +157,7 @@ void BluesimConnectionTest::setsADamagedFileAside()
     QFETCH(QString, reason);
 
     const QTemporaryDir folder;
-    QFile file(folder.filePath(QStringLiteral("pairings")));
+    QFile file(folder.filePath("pairings"));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.flush());
     qputenv("BLUESIM_STATE", QFile::encodeName(file.fileName()));
     const auto unset = qScopeGuard([] { qunsetenv("BLUESIM_STATE"); });
@@ -178,7 +165,7 @@ void BluesimConnectionTest::setsADamagedFileAside()
     QCOMPARE(proxy().pairList(), PairList());
     const QString log = m_sim->log();
     QVERIFY2(log.contains(file.fileName()) && log.contains(reason), qPrintable(log));
-    QFile aside(file.fileName() + QStringLiteral(".damaged"));
+    QFile aside(file.fileName() + ".damaged");
     QVERIFY(aside.open(QIODevice::ReadOnly));
     QCOMPARE(aside.readAll(), text);
     QVERIFY(pairWith(room::Headset));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Bluesim.h"
-#include "support/PrivateSystemBus.h"
+#include "support/PrivateBus.h"
 
 #include <QtTest>
 
@@ -54,16 +54,13 @@ protected:
         QSignalSpy states(&proxy(), &BluetoothIf::pairStateChanged);
         const auto confirm =
             connect(&proxy(), &BluetoothIf::pairStateChanged, this, [this](const QDBusVariant& state) {
-                if (state.variant() == 4) {
+                if (state.variant() == 4)
                     proxy().ConfirmCode();
-                }
             });
         proxy().Pair(address);
-        while (states.isEmpty() || carried<int>(states.last()) < 100) {
-            if (!states.wait()) {
+        while (states.isEmpty() || carried<int>(states.last()) < 100)
+            if (!states.wait())
                 return false;
-            }
-        }
         disconnect(confirm);
         return carried<int>(states.last()) == 100;
     }
@@ -77,11 +74,9 @@ protected:
 
     PairEntry paired(qulonglong address)
     {
-        for (const PairEntry& entry : proxy().pairList().entries) {
-            if (entry.address == address) {
+        for (const PairEntry& entry : proxy().pairList().entries)
+            if (entry.address == address)
                 return entry;
-            }
-        }
         return {};
     }
 

@@ -1,5 +1,6 @@
 #include "AddressHelper.h"
 #include "BluesimFixture.h"
+#include "support/Rows.h"
 
 #include <QRegularExpression>
 
@@ -7,7 +8,7 @@ namespace {
 
 QString unknown(qulonglong address)
 {
-    return QStringLiteral("`,.\";00! - ") + AddressHelper::int2str(address);
+    return "`,.\";00! - " + AddressHelper::int2str(address);
 }
 
 } // namespace
@@ -27,34 +28,22 @@ private Q_SLOTS:
 
 void BluesimPairingTest::pairs_data()
 {
-    QTest::addColumn<qulonglong>("address");
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<QList<int>>("states");
-    QTest::addColumn<QString>("code");
-    QTest::addColumn<QString>("name");
-
-    const QString none = QStringLiteral("^$");
-    const QString digits = QStringLiteral("^[0-9]{6}$");
-    const auto row = [](const char* what) -> QTestData& {
-        return QTest::newRow(what);
-    };
-    row("code, confirmed") << room::Phone << "confirm" << QList<int>{ 1, 4, 6, 100 } << digits << "Phone";
-    row("code, rejected") << room::Phone << "reject" << QList<int>{ 1, 4, 200 } << digits << "Phone";
-    row("code 000000") << room::Notebook << "confirm" << QList<int>{ 1, 4, 6, 100 } << "^000000$"
-                       << "Notebook";
-    row("just works") << room::Headset << "" << QList<int>{ 1, 6, 100 } << none << "Headset";
-    row("right PIN") << room::CarKit << "5190" << QList<int>{ 1, 3, 6, 100 } << none << "Car Kit";
-    row("wrong PIN") << room::CarKit << "5191" << QList<int>{ 1, 3, 6, 201 } << none << "Car Kit";
-    row("no PIN") << room::CarKit << "decline" << QList<int>{ 1, 3, 200 } << none << "Car Kit";
-    row("simple confirmation, given")
-        << room::Strap << "confirm" << QList<int>{ 1, 5, 6, 100 } << none << "Heart-rate Strap";
-    row("simple confirmation, not given")
-        << room::Strap << "reject" << QList<int>{ 1, 5, 200 } << none << "Heart-rate Strap";
-    row("refused by the device") << room::LockedTablet << "confirm" << QList<int>{ 1, 201 } << none
-                                 << "Locked Tablet";
-    row("out of reach") << room::FarSpeaker << "" << QList<int>{ 1, 202 } << none << QString();
-    row("nobody there") << room::Nobody << "" << QList<int>{ 1, 202 } << none << QString();
-    row("without a name") << room::Nameless << "" << QList<int>{ 1, 6, 100 } << none << QString();
+    const Rows<qulonglong, QString, QList<int>, QString, QString> row("address", "answer", "states", "code",
+                                                                      "name");
+    const QString none = "^$";
+    row("code, confirmed", room::Phone, "confirm", { 1, 4, 6, 100 }, "^[0-9]{6}$", "Phone");
+    row("code, rejected", room::Phone, "reject", { 1, 4, 200 }, "^[0-9]{6}$", "Phone");
+    row("code 000000", room::Notebook, "confirm", { 1, 4, 6, 100 }, "^000000$", "Notebook");
+    row("just works", room::Headset, "", { 1, 6, 100 }, none, "Headset");
+    row("right PIN", room::CarKit, "5190", { 1, 3, 6, 100 }, none, "Car Kit");
+    row("wrong PIN", room::CarKit, "5191", { 1, 3, 6, 201 }, none, "Car Kit");
+    row("no PIN", room::CarKit, "decline", { 1, 3, 200 }, none, "Car Kit");
+    row("simple confirmation, given", room::Strap, "confirm", { 1, 5, 6, 100 }, none, "Heart-rate Strap");
+    row("simple confirmation, not given", room::Strap, "reject", { 1, 5, 200 }, none, "Heart-rate Strap");
+    row("refused by the device", room::LockedTablet, "confirm", { 1, 201 }, none, "Locked Tablet");
+    row("out of reach", room::FarSpeaker, "", { 1, 202 }, none, "");
+    row("nobody there", room::Nobody, "", { 1, 202 }, none, "");
+    row("without a name", room::Nameless, "", { 1, 6, 100 }, none, "");
 }
 
 void BluesimPairingTest::pairs()
@@ -75,10 +64,10 @@ void BluesimPairingTest::pairs()
         const int number = state.variant().toInt();
         codeNow = codeSpy.isEmpty() ? QString() : carried<QString>(codeSpy.last());
         if (number == 3) {
-            answer == QLatin1String("decline") ? proxy().PINdecline() : proxy().PINreply(answer);
+            answer == "decline" ? proxy().PINdecline() : proxy().PINreply(answer);
         } else if (number == 4 || number == 5) {
             codeWhenAsked = codeNow;
-            answer == QLatin1String("confirm") ? proxy().ConfirmCode() : proxy().RejectCode();
+            answer == "confirm" ? proxy().ConfirmCode() : proxy().RejectCode();
         } else {
             QVERIFY2(codeNow.isEmpty(), "a code without a question");
         }
@@ -90,9 +79,8 @@ void BluesimPairingTest::pairs()
     QCOMPARE(proxy().confirmationCode(), QString());
     // It was never seen before, so its name comes with the connection.
     QStringList pending{ unknown(address) };
-    if (!name.isEmpty()) {
+    if (!name.isEmpty())
         pending << name;
-    }
     pending << QString();
     QCOMPARE(allCarried<QString>(pendingSpy), pending);
     const PairEntry entry{ address, name, 0 };
@@ -113,11 +101,11 @@ void BluesimPairingTest::pairingEndsAScan()
 
     QDBusPendingReply<> refused = proxy().Scan();
     refused.waitForFinished();
-    QCOMPARE(refused.error().name(), QStringLiteral("com.qarn.bluetooth.Error.InProgress"));
+    QCOMPARE(refused.error().name(), "com.qarn.bluetooth.Error.InProgress");
     QVERIFY(refused.error().message().contains(AddressHelper::int2str(room::Phone)));
     refused = proxy().Pair(room::Headset);
     refused.waitForFinished();
-    QCOMPARE(refused.error().name(), QStringLiteral("com.qarn.bluetooth.Error.InProgress"));
+    QCOMPARE(refused.error().name(), "com.qarn.bluetooth.Error.InProgress");
     proxy().RejectCode();
     QTRY_COMPARE(proxy().pairState(), 200);
     proxy().Scan();
@@ -127,22 +115,19 @@ void BluesimPairingTest::pairingEndsAScan()
 
 void BluesimPairingTest::refuses_data()
 {
-    QTest::addColumn<QString>("method");
-    QTest::addColumn<QVariant>("argument");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("pair with no address") << "Pair" << QVariant(0ULL) << "InvalidArgument";
-    QTest::newRow("pair beyond 48 bits") << "Pair" << QVariant(0x1000000000000ULL) << "InvalidArgument";
-    QTest::newRow("connect a stranger") << "ConnectAddr" << QVariant(room::Phone) << "NotPaired";
-    QTest::newRow("disconnect a stranger") << "DisconnectAddr" << QVariant(room::Phone) << "NotPaired";
-    QTest::newRow("unpair a stranger") << "UnPair" << QVariant(room::Nobody) << "NotPaired";
-    QTest::newRow("PIN unasked") << "PINreply" << QVariant(QStringLiteral("1")) << "NothingPending";
-    QTest::newRow("decline unasked") << "PINdecline" << QVariant() << "NothingPending";
-    QTest::newRow("confirm unasked") << "ConfirmCode" << QVariant() << "NothingPending";
-    QTest::newRow("reject unasked") << "RejectCode" << QVariant() << "NothingPending";
-    QTest::newRow("cancel no scan") << "CancelScan" << QVariant() << "NothingPending";
-    QTest::newRow("empty UUID") << "registerRFCOMMUUID" << QVariant(QString()) << "InvalidArgument";
-    QTest::newRow("unknown UUID") << "unregisterRFCOMMUUID" << QVariant(QStringLiteral("1101"))
-                                  << "NotRegistered";
+    const Rows<QString, QVariant, QString> row("method", "argument", "error");
+    row("pair with no address", "Pair", 0ULL, "InvalidArgument");
+    row("pair beyond 48 bits", "Pair", 0x1000000000000ULL, "InvalidArgument");
+    row("connect a stranger", "ConnectAddr", room::Phone, "NotPaired");
+    row("disconnect a stranger", "DisconnectAddr", room::Phone, "NotPaired");
+    row("unpair a stranger", "UnPair", room::Nobody, "NotPaired");
+    row("PIN unasked", "PINreply", "1", "NothingPending");
+    row("decline unasked", "PINdecline", {}, "NothingPending");
+    row("confirm unasked", "ConfirmCode", {}, "NothingPending");
+    row("reject unasked", "RejectCode", {}, "NothingPending");
+    row("cancel no scan", "CancelScan", {}, "NothingPending");
+    row("empty UUID", "registerRFCOMMUUID", QString(), "InvalidArgument");
+    row("unknown UUID", "unregisterRFCOMMUUID", "1101", "NotRegistered");
 }
 
 void BluesimPairingTest::refuses()
@@ -154,11 +139,10 @@ void BluesimPairingTest::refuses()
     const QList<QVariant> arguments = argument.isValid() ? QList<QVariant>{ argument } : QList<QVariant>();
     QSignalSpy states(&proxy(), &BluetoothIf::pairStateChanged);
     const QDBusMessage reply = proxy().callWithArgumentList(QDBus::Block, method, arguments);
-    QCOMPARE(reply.errorName(), QStringLiteral("com.qarn.bluetooth.Error.") + error);
+    QCOMPARE(reply.errorName(), "com.qarn.bluetooth.Error." + error);
     QVERIFY(!reply.errorMessage().isEmpty());
     // Clients that do not wait for replies leave no other trace than this line.
-    QVERIFY2(m_sim->log().contains(method + QLatin1String(" refused: ") + reply.errorMessage()),
-             qPrintable(m_sim->log()));
+    QVERIFY2(m_sim->log().contains(method + " refused: " + reply.errorMessage()), qPrintable(m_sim->log()));
     QCOMPARE(proxy().pairState(), 0);
     deliverAll();
     QVERIFY(states.isEmpty());
@@ -166,14 +150,14 @@ void BluesimPairingTest::refuses()
 
 void BluesimPairingTest::tellsOnlyChanges()
 {
-    QCOMPARE(proxy().myName(), QStringLiteral("TORLO-test")); // without the line end of the argument
+    QCOMPARE(proxy().myName(), "TORLO-test"); // without the line end of the argument
     QSignalSpy names(&proxy(), &BluetoothIf::myNameChanged);
     QSignalSpy addresses(&proxy(), &BluetoothIf::myAddressChanged);
-    proxy().setMyName(QStringLiteral("Workshop"));
-    proxy().setMyName(QStringLiteral("Workshop"));
+    proxy().setMyName("Workshop");
+    proxy().setMyName("Workshop");
     proxy().setMyName(QString());
-    QTRY_COMPARE(allCarried<QString>(names), QStringList{ QStringLiteral("Workshop") });
-    QCOMPARE(proxy().myName(), QStringLiteral("Workshop"));
+    QTRY_COMPARE(allCarried<QString>(names), QStringList{ "Workshop" });
+    QCOMPARE(proxy().myName(), "Workshop");
 
     const qulonglong address = proxy().myAddress();
     QVERIFY(address != 0);

@@ -1,6 +1,8 @@
 #include "Bluesim.h"
 #include "support/InterfaceDescription.h"
-#include "support/PrivateSystemBus.h"
+#include "support/PrivateBus.h"
+#include "support/Programs.h"
+#include "support/Rows.h"
 
 #include <QDBusReply>
 #include <QtTest>
@@ -38,12 +40,11 @@ void BluesimProcessTest::offersTheDescribedInterface()
     Bluesim sim;
     QVERIFY(sim.switchOn());
     const QDBusMessage request = QDBusMessage::createMethodCall(
-        Bluesim::service(), QStringLiteral("/com/qarn/Bluetooth"),
-        QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect"));
+        Bluesim::service(), "/com/qarn/Bluetooth", "org.freedesktop.DBus.Introspectable", "Introspect");
     const QDBusReply<QString> xml = QDBusConnection::systemBus().call(request);
     QVERIFY(xml.isValid());
     const auto offered = InterfaceDescription::read(xml.value().toUtf8(), Bluesim::service());
-    const auto described = InterfaceDescription::ofFile(QStringLiteral(INTERFACE_XML), Bluesim::service());
+    const auto described = InterfaceDescription::ofFile(INTERFACE_XML, Bluesim::service());
     QCOMPARE(described.signalLines.size(), 16);
     QCOMPARE(offered.signalLines, described.signalLines);
     QCOMPARE(offered.methodLines, described.methodLines);
@@ -53,9 +54,9 @@ void BluesimProcessTest::offersTheDescribedInterface()
 
 void BluesimProcessTest::endsInOrder_data()
 {
-    QTest::addColumn<int>("number");
-    QTest::newRow("SIGTERM") << SIGTERM;
-    QTest::newRow("SIGINT") << SIGINT;
+    const Rows<int> row("number");
+    row("SIGTERM", SIGTERM);
+    row("SIGINT", SIGINT);
 }
 
 void BluesimProcessTest::endsInOrder()
@@ -86,7 +87,7 @@ void BluesimProcessTest::endsAlthoughTheSignalWasBlocked()
     sigaddset(&blocked, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &blocked, &before);
     QProcess process;
-    process.start(QStringLiteral(BLUESIM), { QStringLiteral("x"), QStringLiteral("1"), QStringLiteral("1") });
+    process.start(BLUESIM, { "x", "1", "1" });
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     QTRY_VERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered(Bluesim::service()));
     process.terminate();
@@ -97,43 +98,28 @@ void BluesimProcessTest::endsAlthoughTheSignalWasBlocked()
 
 void BluesimProcessTest::refusesToStart_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QByteArray>("scale");
-    QTest::addColumn<QByteArray>("bus");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("message");
-
-    const QByteArray scale("20");
-    const QByteArray bus = m_bus.address().toLocal8Bit();
-    const QStringList proper{ QStringLiteral("x"), QStringLiteral("1"), QStringLiteral("1") };
-    QTest::newRow("no arguments") << QStringList() << scale << bus << 2 << "usage: bluesim NAME 1 1";
-    QTest::newRow("too few") << QStringList(proper.mid(1)) << scale << bus << 2 << "usage:";
-    QTest::newRow("too many") << proper + proper << scale << bus << 2 << "usage:";
-    QTest::newRow("time stands still") << proper << QByteArray("0") << bus << 2 << "BLUESIM_TIME_SCALE";
-    QTest::newRow("scenario unknown") << proper << QByteArray("1") << bus << 2 << "BLUESIM_SCENARIO: ";
-    QTest::newRow("time is no number") << proper << QByteArray("fast") << bus << 2 << "\"fast\"";
-    QTest::newRow("no bus") << proper << scale << QByteArray("unix:path=/nonexistent/bus") << 1
-                            << "/nonexistent/bus";
+    const Rows<QStringList, QString, QString, int, QString> row("arguments", "variable", "value", "status",
+                                                                "message");
+    const QStringList proper{ "x", "1", "1" };
+    const QString scale = "BLUESIM_TIME_SCALE";
+    row("no arguments", {}, scale, "20", 2, "usage: bluesim NAME 1 1");
+    row("too few", proper.mid(1), scale, "20", 2, "usage:");
+    row("too many", proper + proper, scale, "20", 2, "usage:");
+    row("time stands still", proper, scale, "0", 2, "BLUESIM_TIME_SCALE");
+    row("time is no number", proper, scale, "fast", 2, "\"fast\"");
+    row("scenario unknown", proper, "BLUESIM_SCENARIO", "no-such", 2, "BLUESIM_SCENARIO: ");
+    row("no bus", proper, "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1, "/nonexistent/bus");
 }
 
 void BluesimProcessTest::refusesToStart()
 {
     QFETCH(QStringList, arguments);
-    QFETCH(QByteArray, scale);
-    QFETCH(QByteArray, bus);
-    QFETCH(int, status);
+    QFETCH(QString, variable);
+    QFETCH(QString, value);
     QFETCH(QString, message);
-
-    const auto unset = qScopeGuard([] { qunsetenv("BLUESIM_SCENARIO"); });
-    if (message.contains(QLatin1String("SCENARIO"))) {
-        qputenv("BLUESIM_SCENARIO", "no-such");
-    }
-    qputenv("BLUESIM_TIME_SCALE", scale);
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus);
-    Bluesim sim;
-    QCOMPARE(sim.start(arguments), 0);
-    QCOMPARE(sim.process().wait(10000ms), std::optional<int>(status));
-    QVERIFY2(sim.log().contains(message), qPrintable(sim.log()));
+    const Finished sim = run(BLUESIM, arguments, { { { variable, value } }, false, {} });
+    QTEST(sim.status, "status");
+    QVERIFY2(sim.err.contains(message), qPrintable(sim.err));
 }
 
 void BluesimProcessTest::leavesTheNameToTheFirst()
@@ -144,25 +130,23 @@ void BluesimProcessTest::leavesTheNameToTheFirst()
     QCOMPARE(second.start(), 0);
     QCOMPARE(second.process().wait(10000ms), std::optional<int>(1));
     QVERIFY2(second.log().contains(
-                 QStringLiteral("com.qarn.bluetooth is taken by process %1").arg(first.process().pid())),
+                 QString("com.qarn.bluetooth is taken by process %1").arg(first.process().pid())),
              qPrintable(second.log()));
     QCOMPARE(first.proxy->status(), 3);
 }
 
 void BluesimProcessTest::endsWithTheBus()
 {
-    QTemporaryDir folder;
-    world::MessageBus bus;
-    QCOMPARE(bus.start(world::MessageBus::Kind::System, folder.path()), QString());
-    const QString connectionName = QStringLiteral("other bus");
+    PrivateSystemBus bus;
+    QCOMPARE(bus.start(), QString());
+    const QString connectionName = "other bus";
     QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), connectionName);
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toLocal8Bit());
     Bluesim sim;
     QCOMPARE(sim.start(), 0);
     QTRY_VERIFY(connection.interface()->isServiceRegistered(Bluesim::service()));
     bus.stop();
     QCOMPARE(sim.process().wait(10000ms), std::optional<int>(1));
-    QVERIFY2(sim.log().contains(QStringLiteral("the system bus is gone")), qPrintable(sim.log()));
+    QVERIFY2(sim.log().contains("the system bus is gone"), qPrintable(sim.log()));
     QDBusConnection::disconnectFromBus(connectionName);
 }
 

@@ -1,6 +1,7 @@
 #include "JsonTree.h"
 #include "ScenarioFiles.h"
 #include "ScenarioReader.h"
+#include "support/Rows.h"
 
 #include <QDir>
 #include <QFile>
@@ -57,7 +58,7 @@ void ScenarioTest::readsEverything()
     QCOMPARE(lamp.address, 0x0A1B2C3D4E5FULL);
     QCOMPARE(lamp.deviceClass, 0x5A020CU);
     QCOMPARE(lamp.signalStrength, -71);
-    QCOMPARE(lamp.code, QStringLiteral("000000"));
+    QCOMPARE(lamp.code, "000000");
     QCOMPARE(lamp.connection, 2U + 4U);
     QVERIFY(lamp.companion && lamp.paired && lamp.present && lamp.movement->returns);
     QCOMPARE(scenario.devices.back().connection, 1U);
@@ -171,12 +172,10 @@ std::vector<Mistake> mistakesInScenario()
 
 void ScenarioTest::saysWhatIsWrong_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<int>("line");
-    QTest::addColumn<QString>("problem");
+    const Rows<QByteArray, int, QString> row("text", "line", "problem");
     for (const auto& mistakes : { mistakesInJson(), mistakesInScenario() })
         for (const Mistake& mistake : mistakes)
-            QTest::newRow(mistake.name) << mistake.text << mistake.line << QString::fromUtf8(mistake.problem);
+            row(mistake.name, mistake.text, mistake.line, mistake.problem);
 }
 
 void ScenarioTest::saysWhatIsWrong()
@@ -206,12 +205,11 @@ void ScenarioTest::refusesWhatIsNoScenarioFile()
 
 void ScenarioTest::shippedFilesCanBeRead_data()
 {
-    QTest::addColumn<QString>("name");
+    const Rows<QString> row("name");
     const QStringList names = bt::scenarioNames();
     QVERIFY(names.contains(QLatin1String(bt::DefaultScenario)));
-    for (const QString& name : names) {
-        QTest::newRow(qPrintable(name)) << name;
-    }
+    for (const QString& name : names)
+        row(qPrintable(name), name);
 }
 
 void ScenarioTest::shippedFilesCanBeRead()
@@ -223,34 +221,32 @@ void ScenarioTest::shippedFilesCanBeRead()
 // The schema helps whoever writes a file in an editor; the program reads by its own tables.
 void ScenarioTest::schemaKnowsTheSameWords()
 {
-    QFile file(bt::scenarioFolder() + QStringLiteral("/scenario.schema.json"));
+    QFile file(bt::scenarioFolder() + "/scenario.schema.json");
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QJsonObject schema = QJsonDocument::fromJson(file.readAll()).object();
-    const QJsonObject parts = schema.value(QLatin1String("$defs")).toObject();
+    const QJsonObject parts = schema.value("$defs").toObject();
     const auto words = [](const QJsonObject& part) {
-        return part.value(QLatin1String("properties")).toObject().keys();
+        return part.value("properties").toObject().keys();
     };
     const auto sorted = [](QStringList list) {
         list.sort();
         return list;
     };
-    const QJsonObject device = parts.value(QLatin1String("device")).toObject();
-    const QJsonObject fields = device.value(QLatin1String("properties")).toObject();
+    const QJsonObject device = parts.value("device").toObject();
+    const QJsonObject fields = device.value("properties").toObject();
     const auto values = [](const QJsonValue& value) {
         QStringList list;
-        for (const QJsonValue word : value.toObject().value(QLatin1String("enum")).toArray()) {
+        for (const QJsonValue word : value.toObject().value("enum").toArray())
             list << word.toString();
-        }
         return list;
     };
     using Vocabulary = bt::ScenarioVocabulary;
     QCOMPARE(words(schema), sorted(Vocabulary::scenario()));
     QCOMPARE(words(device), sorted(Vocabulary::device()));
-    QCOMPARE(words(parts.value(QLatin1String("movement")).toObject()), sorted(Vocabulary::movement()));
-    QCOMPARE(words(parts.value(QLatin1String("event")).toObject()), sorted(Vocabulary::event()));
-    QCOMPARE(values(fields.value(QLatin1String("pairing"))), Vocabulary::pairing());
-    QCOMPARE(values(fields.value(QLatin1String("is")).toObject().value(QLatin1String("items"))),
-             Vocabulary::roles());
+    QCOMPARE(words(parts.value("movement").toObject()), sorted(Vocabulary::movement()));
+    QCOMPARE(words(parts.value("event").toObject()), sorted(Vocabulary::event()));
+    QCOMPARE(values(fields.value("pairing")), Vocabulary::pairing());
+    QCOMPARE(values(fields.value("is").toObject().value("items")), Vocabulary::roles());
 }
 
 // An editor that checks with the schema finds what the program would refuse, and nothing else.

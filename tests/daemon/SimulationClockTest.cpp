@@ -1,4 +1,5 @@
 #include "SimulationClock.h"
+#include "support/Rows.h"
 
 #include <QtTest>
 
@@ -17,9 +18,9 @@ private Q_SLOTS:
 
 void SimulationClockTest::runsInTheOrderOfSimulatedTime_data()
 {
-    QTest::addColumn<double>("scale");
-    QTest::newRow("nearly as slow as real") << 2.0;
-    QTest::newRow("everything is due in one tick of the real timer") << 10000.0;
+    const Rows<double> row("scale");
+    row("nearly as slow as real", 2.0);
+    row("everything is due in one tick of the real timer", 10000.0);
 }
 
 void SimulationClockTest::runsInTheOrderOfSimulatedTime()
@@ -36,7 +37,7 @@ void SimulationClockTest::runsInTheOrderOfSimulatedTime()
     clock.after(75ms, this, note("75"));
     clock.after(50ms, this, note("50"));
     clock.after(25ms, this, [&] {
-        order << QStringLiteral("25");
+        order << "25";
         clock.after(24ms, this, note("25+24"));
         clock.after(26ms, this, note("25+26"));
     });
@@ -65,9 +66,9 @@ void SimulationClockTest::canBeDriven()
     const auto begin = clock.now();
     QStringList order;
     clock.after(10s, this, [&] {
-        order << QStringLiteral("10");
-        clock.after(0s, this, [&] { order << QStringLiteral("10+0"); });
-        clock.after(20s, this, [&] { order << QStringLiteral("10+20"); });
+        order << "10";
+        clock.after(0s, this, [&] { order << "10+0"; });
+        clock.after(20s, this, [&] { order << "10+20"; });
     });
     QCoreApplication::processEvents(); // a million times faster it would be due, if it ran
     QVERIFY(order.isEmpty());
