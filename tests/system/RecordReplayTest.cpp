@@ -1,6 +1,8 @@
 // A walk through the module is recorded at the daemon; played to the module again, its items end up the same.
 #include "SimulatedWorld.h"
 #include "client/KELClientInterface.h"
+#include "support/Programs.h"
+#include "support/Rows.h"
 #include "world/World.h"
 
 #include <QFile>
@@ -36,7 +38,7 @@ private:
     [[nodiscard]] QString program(const char* name) const { return world::World::binFolder() + '/' + name; }
 
     testkit::SimulatedWorld& m_world;
-    QTemporaryDir m_folder{ QStringLiteral("/tmp/recording-XXXXXX") };
+    QTemporaryDir m_folder{ "/tmp/recording-XXXXXX" };
 };
 
 /// Of each item that follows the daemon the last value that was more than nothing: switching off clears them.
@@ -180,14 +182,12 @@ void RecordReplayTest::tourReplays()
 
 void RecordReplayTest::refusesWhatIsNoRecording_data()
 {
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<QString>("problem");
-    QTest::newRow("empty") << QByteArray() << "no daemon appears in this recording";
-    QTest::newRow("no JSON") << QByteArray("{\n") << ".rec:1: no line of a recording";
-    QTest::newRow("no time") << QByteArray("{ \"left\": true }\n") << ".rec:1: no line of a recording";
-    QTest::newRow("another type")
-        << QByteArray("\n{ \"time\": 1, \"signal\": \"statusChanged\", \"value\": { \"type\": \"h\" } }\n")
-        << ".rec:2: no line of a recording: a value of the D-Bus type \"h\" cannot be replayed";
+    const Rows<QByteArray, QString> row("text", "problem");
+    row("empty", "", "no daemon appears in this recording");
+    row("no JSON", "{\n", ".rec:1: no line of a recording");
+    row("no time", "{ \"left\": true }\n", ".rec:1: no line of a recording");
+    row("another type", "\n{ \"time\": 1, \"signal\": \"statusChanged\", \"value\": { \"type\": \"h\" } }\n",
+        ".rec:2: no line of a recording: a value of the D-Bus type \"h\" cannot be replayed");
 }
 
 void RecordReplayTest::refusesWhatIsNoRecording()
@@ -197,12 +197,9 @@ void RecordReplayTest::refusesWhatIsNoRecording()
     QFile file(m_folder.filePath("wrong.rec"));
     QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size());
     file.close();
-    QProcess check;
-    check.start(program("bluesim"), QStringList{ "--check-scenario", file.fileName() });
-    QVERIFY(check.waitForFinished());
-    QCOMPARE(check.exitCode(), 2);
-    const QString said = QString::fromUtf8(check.readAllStandardError());
-    QVERIFY2(said.contains(problem), qPrintable(said));
+    const Finished check = run(program("bluesim"), { "--check-scenario", file.fileName() });
+    QCOMPARE(check.status, 2);
+    QVERIFY2(check.err.contains(problem), qPrintable(check.err));
 }
 
 BLUETOOTH_TESTKIT_MAIN(RecordReplayTest)

@@ -1,6 +1,7 @@
 // Each scenario that comes with the simulated radio, through the module: what its items show in the end.
 #include "ScenarioFiles.h"
 #include "SimulatedWorld.h"
+#include "support/Rows.h"
 
 #include <QDBusConnection>
 #include <QElapsedTimer>
@@ -55,42 +56,16 @@ private:
 
 void ScenariosTest::pairs_data()
 {
-    QTest::addColumn<QString>("asked"); // the pairing state that waits for an answer; empty for none
-    QTest::addColumn<QString>("action");
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<QString>("outcome");
-    QTest::newRow("pair-pin") << "3"
-                              << "pinreply"
-                              << "4711"
-                              << "100";
-    QTest::newRow("pair-wrong-pin") << "3"
-                                    << "pinreply"
-                                    << "4711"
-                                    << "201";
-    QTest::newRow("pair-code") << "4"
-                               << "confirmcode"
-                               << ""
-                               << "100";
-    QTest::newRow("pair-confirmation") << "5"
-                                       << "confirmcode"
-                                       << ""
-                                       << "100";
-    QTest::newRow("pair-just-works") << ""
-                                     << ""
-                                     << ""
-                                     << "100";
-    QTest::newRow("pair-refused") << ""
-                                  << ""
-                                  << ""
-                                  << "201";
-    QTest::newRow("pair-times-out") << ""
-                                    << ""
-                                    << ""
-                                    << "201";
-    QTest::newRow("pair-out-of-reach") << ""
-                                       << ""
-                                       << ""
-                                       << "202";
+    // "asked" is the pairing state that waits for an answer; empty for none.
+    const Rows<QString, QString, QString, QString> row("asked", "action", "answer", "outcome");
+    row("pair-pin", "3", "pinreply", "4711", "100");
+    row("pair-wrong-pin", "3", "pinreply", "4711", "201");
+    row("pair-code", "4", "confirmcode", "", "100");
+    row("pair-confirmation", "5", "confirmcode", "", "100");
+    row("pair-just-works", "", "", "", "100");
+    row("pair-refused", "", "", "", "201");
+    row("pair-times-out", "", "", "", "201");
+    row("pair-out-of-reach", "", "", "", "202");
 }
 
 void ScenariosTest::pairs()
@@ -99,14 +74,14 @@ void ScenariosTest::pairs()
     QFETCH(QString, action);
     QFETCH(QString, answer);
     QFETCH(QString, outcome);
-    const QString address = QStringLiteral("00:11:22:33:77:01");
+    const QString address = "00:11:22:33:77:01";
     QVERIFY2(begin(QTest::currentDataTag()), qPrintable(m_world.problem()));
     QVERIFY(m_world.trigger("pair", address));
     QVERIFY(m_world.waitFor("pairstate", "1"));
     if (!asked.isEmpty()) {
         QVERIFY(m_world.step(1));
         QVERIFY2(m_world.waitFor("pairstate", asked), qPrintable(m_world.problem()));
-        QCOMPARE(m_world.text("confirmationcode"), asked == "4" ? QStringLiteral("271828") : QString());
+        QCOMPARE(m_world.text("confirmationcode"), asked == "4" ? "271828" : QString());
         QVERIFY(m_world.trigger(action, answer));
     }
     QVERIFY2(m_world.stepUntil("pairstate", outcome), qPrintable(m_world.problem()));
@@ -123,7 +98,7 @@ void ScenariosTest::roomIsTheDefault()
     QVERIFY2(scan(), qPrintable(m_world.problem()));
     QStringList names;
     for (int row = 0; row < 32; ++row)
-        names << m_world.text(QStringLiteral("scanresultsName:%1").arg(row));
+        names << m_world.text(QString("scanresultsName:%1").arg(row));
     names.removeAll({});
     names.sort();
     QCOMPARE(names,
@@ -139,7 +114,7 @@ void ScenariosTest::crowdFillsTheList()
     QVERIFY2(scan(), qPrintable(m_world.problem()));
     QSet<QString> addresses;
     for (int row = 0; row < 32; ++row)
-        addresses << m_world.text(QStringLiteral("scanresultsAddr:%1").arg(row));
+        addresses << m_world.text(QString("scanresultsAddr:%1").arg(row));
     QCOMPARE(addresses.size(), 32);
     QVERIFY(!addresses.contains(QString()));
 }
@@ -147,8 +122,8 @@ void ScenariosTest::crowdFillsTheList()
 void ScenariosTest::carConnectsByItself()
 {
     QVERIFY2(begin("car"), qPrintable(m_world.problem()));
-    QCOMPARE(m_world.text("pairlistName:0"), QStringLiteral("Phone"));
-    QCOMPARE(m_world.text("isAnyDeviceConnected"), QStringLiteral("false"));
+    QCOMPARE(m_world.text("pairlistName:0"), "Phone");
+    QCOMPARE(m_world.text("isAnyDeviceConnected"), "false");
     QVERIFY(m_world.step(3));
     QVERIFY2(m_world.waitFor("pairlistConnectionState:0", "2"), qPrintable(m_world.problem()));
     QVERIFY(m_world.step(57)); // its link is lost
@@ -163,13 +138,13 @@ void ScenariosTest::hostileNamesAreShownAsTheyAre()
     QVERIFY(m_world.step(3)); // somebody asks to be paired
     QVERIFY2(m_world.waitFor("pairstate", "4"), qPrintable(m_world.problem()));
     QCOMPARE(m_world.text("pendingpair"), QString::fromUtf8("\x1b[2J\x1b[31mFree Wi-Fi\a\n"));
-    QCOMPARE(m_world.text("confirmationcode"), QStringLiteral("000000"));
+    QCOMPARE(m_world.text("confirmationcode"), "000000");
     QVERIFY(m_world.trigger("rejectcode"));
     QVERIFY(m_world.waitFor("pairstate", "200"));
     QVERIFY2(scan(), qPrintable(m_world.problem()));
     QStringList names;
     for (int row = 0; row < 32; ++row)
-        names << m_world.text(QStringLiteral("scanresultsName:%1").arg(row));
+        names << m_world.text(QString("scanresultsName:%1").arg(row));
     QCOMPARE(names.count("Phone"), 2);
     QVERIFY(names.contains("-- --help; $(reboot)"));
     QVERIFY(names.contains("`,.\";00!")); // replaced in the pending pair alone
@@ -185,7 +160,7 @@ void ScenariosTest::emptyStaysEmpty()
     QVERIFY2(m_world.control("AddDevice", { R"({ "address": "0A:00:00:00:00:01", "name": "Lamp" })" }),
              qPrintable(m_world.problem()));
     QVERIFY(scan());
-    QCOMPARE(m_world.text("scanresultsName:0"), QStringLiteral("Lamp"));
+    QCOMPARE(m_world.text("scanresultsName:0"), "Lamp");
     QVERIFY(m_world.control("RemoveDevice", { "Lamp" }));
     QVERIFY(scan());
     QCOMPARE(m_world.text("scanresultsAddr:0"), QString());
@@ -206,14 +181,14 @@ void ScenariosTest::deviceAsksToBePaired()
     QVERIFY(m_world.waitFor("pairstate", "4"));
     QVERIFY(m_world.trigger("confirmcode"));
     QVERIFY(m_world.stepUntil("pairstate", "100"));
-    QCOMPARE(m_world.text("pairlistName:0"), QStringLiteral("Phone"));
+    QCOMPARE(m_world.text("pairlistName:0"), "Phone");
 }
 
 QString ScenariosTest::describe(const QDBusMessage& signal)
 {
     QString text;
     QDebug(&text) << signal;
-    return signal.member() + text.mid(text.indexOf(QLatin1String("contents="))); // without the sender
+    return signal.member() + text.mid(text.indexOf("contents=")); // without the sender
 }
 
 QStringList ScenariosTest::run(quint32 seed)

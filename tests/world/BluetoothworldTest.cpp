@@ -1,5 +1,6 @@
-#include "Programs.h"
+#include "Mechanisms.h"
 
+#include "support/Rows.h"
 #include "world/World.h"
 
 #include <QDir>
@@ -35,13 +36,12 @@ namespace {
 
 QString program()
 {
-    return world::World::binFolder() + QStringLiteral("/bluetoothworld");
+    return world::World::binFolder() + "/bluetoothworld";
 }
 
 QStringList withStandIn(const QStringList& arguments)
 {
-    return QStringList{ "--radio", "/bin/true", "--host", besideTest(QStringLiteral("stand_in_host")) }
-    + arguments;
+    return QStringList{ "--radio", "/bin/true", "--host", besideTest("stand_in_host") } + arguments;
 }
 
 bool isGone(pid_t pid)
@@ -53,18 +53,14 @@ bool isGone(pid_t pid)
 bool startInTerminal(QProcess& terminal, const QString& command)
 {
     QStringList words;
-    for (QString word : QStringList{ program() } + withStandIn({ "--", "sh", "-c", command })) {
-        words << QLatin1Char('\'') + word.replace(QLatin1Char('\''), QStringLiteral("'\\''"))
-                + QLatin1Char('\'');
-    }
+    for (QString word : QStringList{ program() } + withStandIn({ "--", "sh", "-c", command }))
+        words << '\'' + word.replace('\'', "'\\''") + '\'';
     // Not every shell leaves its place to its last command, and one that stays would get the Ctrl-C, too.
-    terminal.start(QStringLiteral("script"),
-                   { "-qec", QStringLiteral("exec ") + words.join(QLatin1Char(' ')), "/dev/null" });
+    terminal.start("script", { "-qec", "exec " + words.join(' '), "/dev/null" });
     QByteArray output;
     while (!output.contains("ready")) {
-        if (!terminal.waitForReadyRead()) {
+        if (!terminal.waitForReadyRead())
             return false;
-        }
         output += terminal.readAll();
     }
     return true;
@@ -74,9 +70,8 @@ bool startInTerminal(QProcess& terminal, const QString& command)
 QList<pid_t> processesIn(const QString& output)
 {
     QList<pid_t> result;
-    for (const QString& line : output.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+    for (const QString& line : output.split('\n', Qt::SkipEmptyParts))
         result << line.toInt();
-    }
     return result;
 }
 
@@ -84,18 +79,14 @@ QList<pid_t> processesIn(const QString& output)
 
 void BluetoothworldTest::exitStatus_data()
 {
-    QTest::addColumn<QStringList>("command");
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("done") << QStringList{ "true" } << 0 << "";
-    QTest::newRow("failed") << QStringList{ "sh", "-c", "exit 42" } << 42 << "";
-    QTest::newRow("signal") << QStringList{ "sh", "-c", "kill -USR1 $$" } << 128 + SIGUSR1 << "";
-    QTest::newRow("not found") << QStringList{ "no-such-command" } << 127
-                               << "bluetoothworld: no-such-command: command not found\n";
-    QTest::newRow("not executable") << QStringList{ "/etc/passwd" } << 126
-                                    << "bluetoothworld: /etc/passwd: Permission denied\n";
-    QTest::newRow("arguments like options") << QStringList{ "test", "--", "=", "--" } << 0 << "";
-    QTest::newRow("an empty argument") << QStringList{ "test", "-z", "" } << 0 << "";
+    const Rows<QStringList, int, QString> row("command", "status", "error");
+    row("done", { "true" }, 0, "");
+    row("failed", { "sh", "-c", "exit 42" }, 42, "");
+    row("signal", { "sh", "-c", "kill -USR1 $$" }, 128 + SIGUSR1, "");
+    row("not found", { "no-such-command" }, 127, "bluetoothworld: no-such-command: command not found\n");
+    row("not executable", { "/etc/passwd" }, 126, "bluetoothworld: /etc/passwd: Permission denied\n");
+    row("arguments like options", { "test", "--", "=", "--" }, 0, "");
+    row("an empty argument", { "test", "-z", "" }, 0, "");
 }
 
 void BluetoothworldTest::exitStatus()
@@ -104,31 +95,27 @@ void BluetoothworldTest::exitStatus()
     QFETCH(int, status);
     QFETCH(QString, error);
     const Finished world = run(program(), withStandIn({ "--" }) + command);
-    QCOMPARE(world.error, error);
+    QCOMPARE(world.err, error);
     QCOMPARE(world.status, status);
 }
 
 void BluetoothworldTest::refusesWhatMakesNoSense_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("command without dashes") << QStringList{ "itemctl", "list" } << "comes behind \"--\"";
-    QTest::newRow("no command") << QStringList{ "--" } << "no COMMAND behind";
-    QTest::newRow("tour and command") << QStringList{ "tour", "--", "true" } << "not both";
-    QTest::newRow("unknown option") << QStringList{ "--colour", "--", "true" } << "--help";
-    QTest::newRow("radio missing") << QStringList{ "--radio", "/no/such", "--", "true" }
-                                   << "--radio /no/such: ";
-    QTest::newRow("radio not executable")
-        << QStringList{ "--radio", "/etc/passwd", "--", "true" } << "--radio /etc/passwd: ";
-    QTest::newRow("radio a folder") << QStringList{ "--radio", "/etc", "--", "true" } << "--radio /etc: ";
-    QTest::newRow("scenario missing") << QStringList{ "--scenario", "./none.json", "--", "true" }
-                                      << "none.json cannot be read: No such file";
-    QTest::newRow("scenario unknown") << QStringList{ "--scenario", "crwd", "--", "true" }
-                                      << R"(no scenario "crwd"; did you mean "crowd"?)";
-    QTest::newRow("scenario wrong") << QStringList{ "--scenario", "/etc/passwd", "--", "true" }
-                                    << "/etc/passwd:1: this is no JSON";
-    QTest::newRow("state") << QStringList{ "--state", "/proc/none", "--", "true" } << "--state /proc/none: ";
-    QTest::newRow("log") << QStringList{ "--log", "/proc/none", "--", "true" } << "--log /proc/none: ";
+    const Rows<QStringList, QString> row("arguments", "error");
+    row("command without dashes", { "itemctl", "list" }, "comes behind \"--\"");
+    row("no command", { "--" }, "no COMMAND behind");
+    row("tour and command", { "tour", "--", "true" }, "not both");
+    row("unknown option", { "--colour", "--", "true" }, "--help");
+    row("radio missing", { "--radio", "/no/such", "--", "true" }, "--radio /no/such: ");
+    row("radio not executable", { "--radio", "/etc/passwd", "--", "true" }, "--radio /etc/passwd: ");
+    row("radio a folder", { "--radio", "/etc", "--", "true" }, "--radio /etc: ");
+    row("scenario missing", { "--scenario", "./none.json", "--", "true" },
+        "none.json cannot be read: No such file");
+    row("scenario unknown", { "--scenario", "crwd", "--", "true" },
+        R"(no scenario "crwd"; did you mean "crowd"?)");
+    row("scenario wrong", { "--scenario", "/etc/passwd", "--", "true" }, "/etc/passwd:1: this is no JSON");
+    row("state", { "--state", "/proc/none", "--", "true" }, "--state /proc/none: ");
+    row("log", { "--log", "/proc/none", "--", "true" }, "--log /proc/none: ");
 }
 
 void BluetoothworldTest::refusesWhatMakesNoSense()
@@ -136,16 +123,16 @@ void BluetoothworldTest::refusesWhatMakesNoSense()
     QFETCH(QStringList, arguments);
     QFETCH(QString, error);
     const Finished world = run(program(), arguments);
-    QVERIFY2(world.error.contains(error), qPrintable(world.error));
-    QCOMPARE(world.error.count(QLatin1Char('\n')), 1);
-    QCOMPARE(world.output, QString());
+    QVERIFY2(world.err.contains(error), qPrintable(world.err));
+    QCOMPARE(world.err.count('\n'), 1);
+    QCOMPARE(world.out, QString());
     QCOMPARE(world.status, 2);
 }
 
 void BluetoothworldTest::passesChoicesOn()
 {
-    const QTemporaryDir folder(QStringLiteral("/tmp/choices-XXXXXX"));
-    QFile scenario(folder.filePath(QStringLiteral("room.json")));
+    const QTemporaryDir folder("/tmp/choices-XXXXXX");
+    QFile scenario(folder.filePath("room.json"));
     QVERIFY(scenario.open(QIODevice::WriteOnly));
     scenario.write(R"({ "devices": [] })");
     scenario.close();
@@ -155,51 +142,42 @@ void BluetoothworldTest::passesChoicesOn()
             withStandIn({ "--scenario", "room.json", "--state", "kept", "--log", "kept.log", "--", "sh", "-c",
                           "echo $BLUESIM_SCENARIO; cat kept.log; pwd; ls -d kept; echo ${PATH%%:*}" }),
             { {}, false, folder.path() });
-    QCOMPARE(world.error, QString());
-    const QStringList lines = world.output.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    QCOMPARE(world.err, QString());
+    const QStringList lines = world.out.split('\n', Qt::SkipEmptyParts);
     QCOMPARE(lines.first(), scenario.fileName());
-    QVERIFY2(lines.contains(QStringLiteral("host: state in ") + folder.filePath(QStringLiteral("kept"))),
-             qPrintable(world.output));
-    QCOMPARE(lines.mid(lines.size() - 3),
-             QStringList({ folder.path(), QStringLiteral("kept"), world::World::binFolder() }));
+    QVERIFY2(lines.contains("host: state in " + folder.filePath("kept")), qPrintable(world.out));
+    QCOMPARE(lines.mid(lines.size() - 3), QStringList({ folder.path(), "kept", world::World::binFolder() }));
     const Finished named =
         run(program(), withStandIn({ "--scenario", "crowd", "--", "printenv", "BLUESIM_SCENARIO" }));
-    QCOMPARE(named.output, QStringLiteral("crowd\n"));
+    QCOMPARE(named.out, "crowd\n");
 }
 
 void BluetoothworldTest::nothingStaysBehind()
 {
-    QFETCH(QString, mechanism);
-    QFETCH(bool, ordinaryUser);
-    const QString reason = whyNot(mechanism, ordinaryUser);
-    if (!reason.isEmpty()) {
-        QTest::qSkip(qPrintable(reason), __FILE__, __LINE__);
-        return;
-    }
-    const QTemporaryDir runtime(QStringLiteral("/var/tmp/runtime-XXXXXX"));
+    FETCH_MECHANISM
+    const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
     QVERIFY(QFile::setPermissions(runtime.path(), QFile::Permissions(0x7777)));
-    Run how{ only(mechanism), ordinaryUser, QStringLiteral("/") };
-    how.environment.emplace_back(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+    Run how{ only(mechanism), ordinaryUser, "/" };
+    how.environment.emplace_back("XDG_RUNTIME_DIR", runtime.path());
     // A job, a daemon with a session of its own, and, once, one that does not hear SIGTERM (it costs a
     // grace); and those of the world.
-    const bool deaf = mechanism == QStringLiteral("namespace") && !ordinaryUser;
+    const bool deaf = mechanism == "namespace" && !ordinaryUser;
     const QString script =
-        QStringLiteral("sleep 1000 >/dev/null 2>&1 & echo $!\n"
-                       "(setsid sh -c 'echo $$; exec >&- 2>&-; sleep 1000 & wait' &)\n"
-                       "(setsid sh -c '%1 echo $$; exec >&- 2>&-; exec sleep 1000' &)\n"
-                       "for bus in SYSTEM SESSION; do eval address=\\$DBUS_${bus}_BUS_ADDRESS\n"
-                       "dbus-send --bus=$address --print-reply=literal --dest=org.freedesktop.DBus / "
-                       "org.freedesktop.DBus.GetConnectionUnixProcessID string:org.freedesktop.DBus "
-                       "| tr -dc '0-9\\n' | sed s/^32//; done\n")
-            .arg(deaf ? QStringLiteral("trap \"\" TERM;") : QString());
+        QString("sleep 1000 >/dev/null 2>&1 & echo $!\n"
+                "(setsid sh -c 'echo $$; exec >&- 2>&-; sleep 1000 & wait' &)\n"
+                "(setsid sh -c '%1 echo $$; exec >&- 2>&-; exec sleep 1000' &)\n"
+                "for bus in SYSTEM SESSION; do eval address=\\$DBUS_${bus}_BUS_ADDRESS\n"
+                "dbus-send --bus=$address --print-reply=literal --dest=org.freedesktop.DBus / "
+                "org.freedesktop.DBus.GetConnectionUnixProcessID string:org.freedesktop.DBus "
+                "| tr -dc '0-9\\n' | sed s/^32//; done\n")
+            .arg(deaf ? "trap \"\" TERM;" : QString());
     const Finished world = run(program(), withStandIn({ "--", "sh", "-c", script }), how);
-    QCOMPARE(world.error, QString());
+    QCOMPARE(world.err, QString());
     QCOMPARE(world.status, 0);
-    const QList<pid_t> processes = processesIn(world.output);
+    const QList<pid_t> processes = processesIn(world.out);
     QCOMPARE(processes.size(), 5);
-    for (const pid_t process : processes) {
+    for (const pid_t process : processes)
         QVERIFY2(isGone(process), qPrintable(QString::number(process)));
-    }
     QCOMPARE(QDir(runtime.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList());
 }
@@ -208,11 +186,9 @@ void BluetoothworldTest::signalEndsTheWorld_data()
 {
     QTest::addColumn<int>("number");
     QTest::addColumn<QString>("mechanism");
-    for (const char* mechanism : { "namespace", "proot" }) {
-        for (const int number : { SIGTERM, SIGHUP, SIGINT }) {
+    for (const char* mechanism : { "namespace", "proot" })
+        for (const int number : { SIGTERM, SIGHUP, SIGINT })
             QTest::addRow("%s, signal %d", mechanism, number) << number << mechanism;
-        }
-    }
 }
 
 void BluetoothworldTest::signalEndsTheWorld()
@@ -226,9 +202,8 @@ void BluetoothworldTest::signalEndsTheWorld()
     }
     QProcess world;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const auto& [name, value] : only(mechanism)) {
+    for (const auto& [name, value] : only(mechanism))
         environment.insert(name, value);
-    }
     world.setProcessEnvironment(environment);
     world.start(program(), withStandIn({ "--", "sh", "-c", "echo $$; exec sleep 1000" }));
     QVERIFY(world.waitForReadyRead());
@@ -243,14 +218,13 @@ void BluetoothworldTest::signalEndsTheWorld()
 
 void BluetoothworldTest::controlC_data()
 {
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<int>("status");
-    QTest::newRow("ends a command") << "echo ready; exec sleep 1000" << 128 + SIGINT;
-    QTest::newRow("is the command's to handle") << "trap 'exit 9' INT; echo ready; sleep 1000 & wait" << 9;
-    QTest::newRow("does not end the world")
-        << "trap 'stop=1' INT; echo ready; until [ \"$stop\" ]; do :; done\n"
-           "busctl --user --no-pager status tov.base.bluetoothlauncher >/dev/null && exit 8"
-        << 8;
+    const Rows<QString, int> row("script", "status");
+    row("ends a command", "echo ready; exec sleep 1000", 128 + SIGINT);
+    row("is the command's to handle", "trap 'exit 9' INT; echo ready; sleep 1000 & wait", 9);
+    row("does not end the world",
+        "trap 'stop=1' INT; echo ready; until [ \"$stop\" ]; do :; done\n"
+        "busctl --user --no-pager status tov.base.bluetoothlauncher >/dev/null && exit 8",
+        8);
 }
 
 void BluetoothworldTest::controlC()
@@ -266,12 +240,12 @@ void BluetoothworldTest::controlC()
 
 void BluetoothworldTest::endsWithItsTerminal()
 {
-    const QTemporaryDir runtime(QStringLiteral("/var/tmp/runtime-XXXXXX"));
+    const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
     QProcess terminal;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+    environment.insert("XDG_RUNTIME_DIR", runtime.path());
     terminal.setProcessEnvironment(environment);
-    QVERIFY(startInTerminal(terminal, QStringLiteral("echo ready; exec sleep 1000")));
+    QVERIFY(startInTerminal(terminal, "echo ready; exec sleep 1000"));
     QVERIFY(!QDir(runtime.path()).isEmpty());
     terminal.kill();
     QVERIFY(terminal.waitForFinished());
@@ -281,25 +255,25 @@ void BluetoothworldTest::endsWithItsTerminal()
 void BluetoothworldTest::hostThatLeavesIsReported()
 {
     const QString script =
-        QStringLiteral("kill -KILL $(busctl --user call org.freedesktop.DBus / org.freedesktop.DBus "
-                       "GetConnectionUnixProcessID "
-                       "s tov.base.bluetoothlauncher | cut -d' ' -f2)\n"
-                       "until ! busctl --user status tov.base.bluetoothlauncher >/dev/null 2>&1; do :; done");
+        "kill -KILL $(busctl --user call org.freedesktop.DBus / org.freedesktop.DBus "
+        "GetConnectionUnixProcessID "
+        "s tov.base.bluetoothlauncher | cut -d' ' -f2)\n"
+        "until ! busctl --user status tov.base.bluetoothlauncher >/dev/null 2>&1; do :; done";
     const Finished world = run(program(), withStandIn({ "--", "sh", "-c", script }));
     QCOMPARE(world.status, 0);
-    QVERIFY2(world.error.contains(QStringLiteral("the host ended by itself")), qPrintable(world.error));
-    QVERIFY2(world.error.contains(QStringLiteral("host: state in")), qPrintable(world.error));
+    QVERIFY2(world.err.contains("the host ended by itself"), qPrintable(world.err));
+    QVERIFY2(world.err.contains("host: state in"), qPrintable(world.err));
 }
 
 void BluetoothworldTest::outputGoesToTheLog()
 {
-    const QTemporaryDir folder(QStringLiteral("/var/tmp/log-XXXXXX"));
-    QFile log(folder.filePath(QStringLiteral("world.log")));
+    const QTemporaryDir folder("/var/tmp/log-XXXXXX");
+    QFile log(folder.filePath("world.log"));
     const Finished world = run(program(), withStandIn({ "--log", log.fileName(), "--", "true" }),
                                { { { "STAND_IN_HOST", "fails" } }, false, {} });
     QCOMPARE(world.status, 69);
-    QCOMPARE(world.error.count(QLatin1Char('\n')), 1);
-    QVERIFY2(world.error.contains(QStringLiteral("ended with status 3")), qPrintable(world.error));
+    QCOMPARE(world.err.count('\n'), 1);
+    QVERIFY2(world.err.contains("ended with status 3"), qPrintable(world.err));
     QVERIFY(log.open(QIODevice::ReadOnly));
     QVERIFY(log.readAll().contains("host: the configs cannot be read"));
 }

@@ -1,4 +1,5 @@
 #include "world/MessageBus.h"
+#include "support/Rows.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -14,7 +15,6 @@ class MessageBusTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void bothKindsCarryNames();
     void endsWithTheObject();
     void foldersWithOddNames_data();
     void foldersWithOddNames();
@@ -26,8 +26,7 @@ namespace {
 
 QString parentFolder()
 {
-    return QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm/bus-XXXXXX")
-                                                     : QStringLiteral("/var/tmp/bus-XXXXXX");
+    return QDir("/dev/shm").exists() ? "/dev/shm/bus-XXXXXX" : "/var/tmp/bus-XXXXXX";
 }
 
 bool takesName(const QString& address, const QString& name)
@@ -38,18 +37,6 @@ bool takesName(const QString& address, const QString& name)
 }
 
 } // namespace
-
-void MessageBusTest::bothKindsCarryNames()
-{
-    const QTemporaryDir folder(parentFolder());
-    MessageBus system;
-    MessageBus session;
-    QCOMPARE(system.start(MessageBus::Kind::System, folder.path()), QString());
-    QCOMPARE(session.start(MessageBus::Kind::Session, folder.path()), QString());
-    QVERIFY(system.address() != session.address());
-    QVERIFY(takesName(system.address(), QStringLiteral("com.example.one")));
-    QVERIFY(takesName(session.address(), QStringLiteral("com.example.one")));
-}
 
 void MessageBusTest::endsWithTheObject()
 {
@@ -67,11 +54,11 @@ void MessageBusTest::endsWithTheObject()
 
 void MessageBusTest::foldersWithOddNames_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::newRow("blank") << "a b";
-    QTest::newRow("separators of an address") << "a,b;c=d%41";
-    QTest::newRow("markup") << "a<&>\"b";
-    QTest::newRow("not ASCII") << QStringLiteral("g\u00e4ste~1");
+    const Rows<QString> row("name");
+    row("blank", "a b");
+    row("separators of an address", "a,b;c=d%41");
+    row("markup", "a<&>\"b");
+    row("not ASCII", "g\u00e4ste~1");
 }
 
 void MessageBusTest::foldersWithOddNames()
@@ -81,17 +68,15 @@ void MessageBusTest::foldersWithOddNames()
     QVERIFY(QDir(folder.path()).mkdir(name));
     MessageBus bus;
     QCOMPARE(bus.start(MessageBus::Kind::Session, folder.filePath(name)), QString());
-    QVERIFY(takesName(bus.address(), QStringLiteral("com.example.one")));
+    QVERIFY(takesName(bus.address(), "com.example.one"));
 }
 
 void MessageBusTest::saysWhatIsWrong_data()
 {
-    QTest::addColumn<QString>("inside");
-    QTest::addColumn<QByteArray>("path");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("no daemon") << "" << QByteArray("/nonexistent") << "in the package \"dbus-daemon\"";
-    QTest::newRow("no folder") << "missing" << qgetenv("PATH") << "missing/session.conf cannot be written";
-    QTest::newRow("long path") << QString(100, 'x') << qgetenv("PATH") << "use a shorter folder";
+    const Rows<QString, QByteArray, QString> row("inside", "path", "expected");
+    row("no daemon", "", "/nonexistent", "in the package \"dbus-daemon\"");
+    row("no folder", "missing", qgetenv("PATH"), "missing/session.conf cannot be written");
+    row("long path", QString(100, 'x'), qgetenv("PATH"), "use a shorter folder");
 }
 
 void MessageBusTest::saysWhatIsWrong()

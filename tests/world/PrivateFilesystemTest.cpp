@@ -1,4 +1,4 @@
-#include "Programs.h"
+#include "Mechanisms.h"
 
 #include <QDir>
 #include <QFile>
@@ -46,90 +46,77 @@ ls -L /usr/bin/blue_controller_zq4 >/dev/null || echo "ls does not see the contr
 
 QString identity(bool ordinaryUser)
 {
-    return ordinaryUser ? QStringLiteral("65534:65534")
-                        : QStringLiteral("%1:%2").arg(geteuid()).arg(getegid());
+    return ordinaryUser ? "65534:65534" : QString("%1:%2").arg(geteuid()).arg(getegid());
 }
 
 Finished probe(const QStringList& arguments, const QString& mechanism, bool ordinaryUser,
                const QString& folder)
 {
-    return run(besideTest(QStringLiteral("view_probe")), arguments,
-               { only(mechanism), ordinaryUser, folder });
+    return run(besideTest("view_probe"), arguments, { only(mechanism), ordinaryUser, folder });
 }
 
 } // namespace
 
-#define SKIP_WHERE_FORBIDDEN                                                                                 \
-    QFETCH(QString, mechanism);                                                                              \
-    QFETCH(bool, ordinaryUser);                                                                              \
-    const QString reason = whyNot(mechanism, ordinaryUser);                                                  \
-    if (!reason.isEmpty()) {                                                                                 \
-        QTest::qSkip(qPrintable(reason), __FILE__, __LINE__);                                                \
-        return;                                                                                              \
-    }
-
 void PrivateFilesystemTest::showsTheView()
 {
-    SKIP_WHERE_FORBIDDEN
+    FETCH_MECHANISM
     const Finished shell = probe({ "/bin/true", "sh", "-c", Inspection, "sh", identity(ordinaryUser) },
-                                 mechanism, ordinaryUser, QStringLiteral("/"));
-    QCOMPARE(shell.error, QString());
-    QCOMPARE(shell.output, QString());
+                                 mechanism, ordinaryUser, "/");
+    QCOMPARE(shell.err, QString());
+    QCOMPARE(shell.out, QString());
     QCOMPARE(shell.status, 0);
-    QVERIFY(!QFile::exists(QStringLiteral("/tmp/bt.bts")));
+    QVERIFY(!QFile::exists("/tmp/bt.bts"));
 }
 
 void PrivateFilesystemTest::bindsBackWhereTheCallerStands()
 {
-    SKIP_WHERE_FORBIDDEN
-    const QTemporaryDir machine(QStringLiteral("/tmp/private-view-XXXXXX"));
-    const QString checkout = machine.filePath(QStringLiteral("a checkout"));
+    FETCH_MECHANISM
+    const QTemporaryDir machine("/tmp/private-view-XXXXXX");
+    const QString checkout = machine.filePath("a checkout");
     QVERIFY(QDir().mkpath(checkout));
-    QVERIFY(QDir().mkpath(machine.filePath(QStringLiteral("hidden"))));
-    for (const QString& folder : { machine.path(), checkout }) {
+    QVERIFY(QDir().mkpath(machine.filePath("hidden")));
+    for (const QString& folder : { machine.path(), checkout })
         QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x7777)));
-    }
     const Finished shell = probe({ "/bin/true", "sh", "-c", "echo built >file; cat \"$PWD/file\"; ls .." },
                                  mechanism, ordinaryUser, checkout);
-    QCOMPARE(shell.error, QString());
-    QCOMPARE(shell.output, QStringLiteral("built\na checkout\n"));
-    QVERIFY(QFile::exists(checkout + QStringLiteral("/file")));
+    QCOMPARE(shell.err, QString());
+    QCOMPARE(shell.out, "built\na checkout\n");
+    QVERIFY(QFile::exists(checkout + "/file"));
 }
 
 void PrivateFilesystemTest::controllerIsItself()
 {
-    SKIP_WHERE_FORBIDDEN
-    const QString program = besideTest(QStringLiteral("view_probe"));
+    FETCH_MECHANISM
+    const QString program = besideTest("view_probe");
     const Finished controller =
         probe({ program, "/usr/bin/blue_controller_zq4", "--who", "1", "1" }, mechanism, ordinaryUser, "/");
-    QCOMPARE(controller.error, QString());
+    QCOMPARE(controller.err, QString());
     // The name by which it was called, and the place where it finds what lies beside it.
-    QCOMPARE(
-        controller.output,
-        QStringLiteral("/usr/bin/blue_controller_zq4 3 %1\n").arg(QFileInfo(program).canonicalFilePath()));
+    QCOMPARE(controller.out,
+             QString("/usr/bin/blue_controller_zq4 3 %1\n").arg(QFileInfo(program).canonicalFilePath()));
 }
 
 void PrivateFilesystemTest::controllerCanBeExchanged()
 {
-    SKIP_WHERE_FORBIDDEN
+    FETCH_MECHANISM
     const Finished controller =
         probe({ "--exchange", "/bin/false", "/bin/true", "/usr/bin/blue_controller_zq4" }, mechanism,
               ordinaryUser, "/");
-    QCOMPARE(controller.error, QString());
+    QCOMPARE(controller.err, QString());
     QCOMPARE(controller.status, 1);
 }
 
 void PrivateFilesystemTest::leavesNothing()
 {
-    SKIP_WHERE_FORBIDDEN
-    const QTemporaryDir runtime(QStringLiteral("/var/tmp/runtime-XXXXXX"));
+    FETCH_MECHANISM
+    const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
     QVERIFY(QFile::setPermissions(runtime.path(), QFile::Permissions(0x7777)));
-    Run how{ only(mechanism), ordinaryUser, QStringLiteral("/") };
-    how.environment.emplace_back(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
-    const Finished shell = run(besideTest(QStringLiteral("view_probe")),
-                               { "/bin/true", "sh", "-c", "echo $XDG_RUNTIME_DIR/*; exit 7" }, how);
+    Run how{ only(mechanism), ordinaryUser, "/" };
+    how.environment.emplace_back("XDG_RUNTIME_DIR", runtime.path());
+    const Finished shell =
+        run(besideTest("view_probe"), { "/bin/true", "sh", "-c", "echo $XDG_RUNTIME_DIR/*; exit 7" }, how);
     QCOMPARE(shell.status, 7);
-    QVERIFY2(shell.output.contains(QStringLiteral("/bluetoothworld-")), qPrintable(shell.output));
+    QVERIFY2(shell.out.contains("/bluetoothworld-"), qPrintable(shell.out));
     QCOMPARE(QDir(runtime.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList());
 }
@@ -137,14 +124,13 @@ void PrivateFilesystemTest::leavesNothing()
 void PrivateFilesystemTest::saysWhyThereIsNoView()
 {
     const Finished none =
-        run(besideTest(QStringLiteral("view_probe")), { "/bin/true", "/bin/true" },
+        run(besideTest("view_probe"), { "/bin/true", "/bin/true" },
             { { { "BLUETOOTHWORLD_FILESYSTEM", "proot" }, { "PATH", "/nonexistent" } }, false, "/" });
     QCOMPARE(none.status, 69);
-    QCOMPARE(none.output, QString());
-    QCOMPARE(none.error.count(QLatin1Char('\n')), 1);
-    QVERIFY2(none.error.contains(QStringLiteral("namespaces: "))
-                 && none.error.contains(QStringLiteral("proot: No such file")),
-             qPrintable(none.error));
+    QCOMPARE(none.out, QString());
+    QCOMPARE(none.err.count('\n'), 1);
+    QVERIFY2(none.err.contains("namespaces: ") && none.err.contains("proot: No such file"),
+             qPrintable(none.err));
 }
 
 QTEST_GUILESS_MAIN(PrivateFilesystemTest)

@@ -1,4 +1,4 @@
-#include "Programs.h"
+#include "Mechanisms.h"
 
 #include "world/ChildProcess.h"
 #include "world/HostReadiness.h"
@@ -22,7 +22,7 @@ private Q_SLOTS:
 private:
     [[nodiscard]] Finished walk() const;
 
-    QTemporaryDir m_folder{ QStringLiteral("/var/tmp/tour-XXXXXX") };
+    QTemporaryDir m_folder{ "/var/tmp/tour-XXXXXX" };
     world::MessageBus m_bus;
     world::ChildProcess m_server;
 };
@@ -35,14 +35,14 @@ void TourTest::initTestCase()
 
 Finished TourTest::walk() const
 {
-    return run(world::World::binFolder() + QStringLiteral("/bluetoothtour"), { "--timeout", "0.5" });
+    return run(world::World::binFolder() + "/bluetoothtour", { "--timeout", "0.5" });
 }
 
 void TourTest::saysThatThereIsNoModule()
 {
     const Finished tour = walk();
     QCOMPARE(tour.status, 1);
-    QVERIFY2(tour.output.contains(QStringLiteral("tov.base.bluetoothlauncher")), qPrintable(tour.output));
+    QVERIFY2(tour.out.contains("tov.base.bluetoothlauncher"), qPrintable(tour.out));
 }
 
 void TourTest::saysWhatDidNotHappen()
@@ -60,14 +60,12 @@ void TourTest::saysWhatDidNotHappen()
     QCOMPARE(tour.status, 1);
     for (const char* text :
          { "$ itemctl set enabled true\n", "enabled                     false -> true\n",
-           "! This did not happen.\n", "expected: status is On\n", "there is: status is (empty)\n" }) {
-        QVERIFY2(tour.output.contains(QLatin1String(text)), qPrintable(tour.output));
-    }
-    QVERIFY(!tour.output.contains(QStringLiteral("itemctl call scan"))); // the steps after it make no sense
-    QVERIFY(!tour.output.contains(QLatin1Char('\033')));
-    for (const QString& line : tour.output.split(QLatin1Char('\n'))) {
+           "! This did not happen.\n", "expected: status is On\n", "there is: status is (empty)\n" })
+        QVERIFY2(tour.out.contains(QLatin1String(text)), qPrintable(tour.out));
+    QVERIFY(!tour.out.contains("itemctl call scan")); // the steps after it make no sense
+    QVERIFY(!tour.out.contains('\033'));
+    for (const QString& line : tour.out.split('\n'))
         QVERIFY2(line.size() <= 80, qPrintable(line));
-    }
 }
 
 QTEST_GUILESS_MAIN(TourTest)

@@ -10,16 +10,15 @@
 int main(int argc, char** argv)
 {
     QStringList arguments;
-    for (int i = 1; i < argc; ++i) {
+    for (int i = 1; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
-    }
-    if (arguments.value(0) == QStringLiteral("--who")) {
-        const QString place = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
+    if (arguments.value(0) == "--who") {
+        const QString place = QFile::symLinkTarget("/proc/self/exe");
         std::printf("%s %d %s\n", argv[0], argc - 1, qPrintable(place));
         return 0;
     }
     QString next;
-    if (arguments.value(0) == QStringLiteral("--exchange")) {
+    if (arguments.value(0) == "--exchange") {
         next = arguments.value(1);
         arguments = arguments.mid(2);
     }
@@ -29,9 +28,8 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "%s\n", qPrintable(problem));
         return 69;
     }
-    if (!next.isEmpty() && !filesystem.setController(next)) {
+    if (!next.isEmpty() && !filesystem.setController(next))
         return 70;
-    }
     world::Command command;
     command.arguments = arguments;
     command.place = world::Command::Place::Foreground;
