@@ -1,4 +1,5 @@
 #include "AddressHelper.h"
+#include "support/Rows.h"
 
 #include <QtTest>
 
@@ -15,31 +16,30 @@ private Q_SLOTS:
 
 void AddressCodecTest::reads_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<qulonglong>("address");
+    const Rows<QString, qulonglong> row("text", "address");
 
-    QTest::newRow("upper case") << "12:34:56:78:9A:BC" << 0x123456789ABCULL;
-    QTest::newRow("lower case") << "12:34:56:78:9a:bc" << 0x123456789ABCULL;
-    QTest::newRow("all ones") << "FF:FF:FF:FF:FF:FF" << 0xFFFFFFFFFFFFULL;
-    QTest::newRow("one digit a field") << "1:2:3:4:5:6" << 0x010203040506ULL;
-    QTest::newRow("another separator") << "12-34-56-78-9A-BC" << 0ULL;
-    QTest::newRow("five fields") << "12:34:56:78:9A" << 0ULL;
-    QTest::newRow("seven fields, the last empty") << "12:34:56:78:9A:BC:" << 0ULL;
-    QTest::newRow("seven fields, the first empty") << ":12:34:56:78:9A:BC" << 0ULL;
-    QTest::newRow("nothing") << "" << 0ULL;
-    QTest::newRow("six empty fields") << ":::::" << 0ULL;
-    QTest::newRow("a field that is no number") << "12:34:ZZ:78:9A:BC" << 0x123400789ABCULL;
-    QTest::newRow("a blank around a field") << "12:34:56:78:9A:BC " << 0x123456789ABCULL;
-    QTest::newRow("a first field too large") << "1AB:00:00:00:00:00" << 0xAB0000000000ULL;
-    QTest::newRow("a fifth field too large") << "00:00:00:00:1AB:00" << 0xAB00ULL;
-    QTest::newRow("a negative middle field keeps its low byte") << "00:-1:00:00:00:00" << 0x00FF00000000ULL;
-    QTest::newRow("a last field that carries") << "00:00:00:00:00:100" << 0x100ULL;
-    QTest::newRow("a carry through every field") << "00:FF:FF:FF:FF:100" << 0x010000000000ULL;
-    QTest::newRow("a last field beyond the address") << "00:00:00:00:00:1000000000000" << 0x1000000000000ULL;
-    QTest::newRow("a negative last field subtracts") << "00:00:00:00:01:-1" << 0xFFULL;
-    QTest::newRow("a negative last field wraps") << "00:00:00:00:00:-1" << 0xFFFFFFFFFFFFFFFFULL;
-    QTest::newRow("a last field beyond 64 bits") << "12:34:56:78:9A:10000000000000000" << 0x123456789A00ULL;
-    QTest::newRow("prefixed hexadecimal") << "0x12:34:56:78:9A:0xBC" << 0x123456789ABCULL;
+    row("upper case", "12:34:56:78:9A:BC", 0x123456789ABCULL);
+    row("lower case", "12:34:56:78:9a:bc", 0x123456789ABCULL);
+    row("all ones", "FF:FF:FF:FF:FF:FF", 0xFFFFFFFFFFFFULL);
+    row("one digit a field", "1:2:3:4:5:6", 0x010203040506ULL);
+    row("another separator", "12-34-56-78-9A-BC", 0ULL);
+    row("five fields", "12:34:56:78:9A", 0ULL);
+    row("seven fields, the last empty", "12:34:56:78:9A:BC:", 0ULL);
+    row("seven fields, the first empty", ":12:34:56:78:9A:BC", 0ULL);
+    row("nothing", "", 0ULL);
+    row("six empty fields", ":::::", 0ULL);
+    row("a field that is no number", "12:34:ZZ:78:9A:BC", 0x123400789ABCULL);
+    row("a blank around a field", "12:34:56:78:9A:BC ", 0x123456789ABCULL);
+    row("a first field too large", "1AB:00:00:00:00:00", 0xAB0000000000ULL);
+    row("a fifth field too large", "00:00:00:00:1AB:00", 0xAB00ULL);
+    row("a negative middle field keeps its low byte", "00:-1:00:00:00:00", 0x00FF00000000ULL);
+    row("a last field that carries", "00:00:00:00:00:100", 0x100ULL);
+    row("a carry through every field", "00:FF:FF:FF:FF:100", 0x010000000000ULL);
+    row("a last field beyond the address", "00:00:00:00:00:1000000000000", 0x1000000000000ULL);
+    row("a negative last field subtracts", "00:00:00:00:01:-1", 0xFFULL);
+    row("a negative last field wraps", "00:00:00:00:00:-1", 0xFFFFFFFFFFFFFFFFULL);
+    row("a last field beyond 64 bits", "12:34:56:78:9A:10000000000000000", 0x123456789A00ULL);
+    row("prefixed hexadecimal", "0x12:34:56:78:9A:0xBC", 0x123456789ABCULL);
 }
 
 void AddressCodecTest::reads()
@@ -51,13 +51,12 @@ void AddressCodecTest::reads()
 
 void AddressCodecTest::writes_data()
 {
-    QTest::addColumn<qulonglong>("address");
-    QTest::addColumn<QString>("text");
+    const Rows<qulonglong, QString> row("address", "text");
 
-    QTest::newRow("every digit in place") << 0x123456789ABCULL << "12:34:56:78:9A:BC";
-    QTest::newRow("the other digits") << 0x00DEF0000001ULL << "00:DE:F0:00:00:01";
-    QTest::newRow("zero") << 0ULL << "00:00:00:00:00:00";
-    QTest::newRow("the top sixteen bits are dropped") << 0xFFFF123456789ABCULL << "12:34:56:78:9A:BC";
+    row("every digit in place", 0x123456789ABCULL, "12:34:56:78:9A:BC");
+    row("the other digits", 0x00DEF0000001ULL, "00:DE:F0:00:00:01");
+    row("zero", 0ULL, "00:00:00:00:00:00");
+    row("the top sixteen bits are dropped", 0xFFFF123456789ABCULL, "12:34:56:78:9A:BC");
 }
 
 void AddressCodecTest::writes()
