@@ -133,7 +133,7 @@ void ItemctlCommandsTest::jsonIsOneObjectALine()
 
 void ItemctlCommandsTest::textsFromOutsideAreHarmless()
 {
-    const QString name = "a\x1b[31m\n\u009b\u202e\u65e5";
+    const QString name = QStringLiteral("a\x1b[31m\n\u009b\u202e\u65e5");
     QCOMPARE(itemctl({ "call", "write", "rowName:0=" + name }).status, 0);
     QCOMPARE(itemctl({ "get", "rowName:0" }).out, name + '\n');
     const QString shown = "a\\x1b[31m\\n\\x9b\\u202e\u65e5";

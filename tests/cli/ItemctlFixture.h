@@ -10,7 +10,6 @@ class ItemctlFixture : public QObject
 protected Q_SLOTS:
     /// The bus, and the server "demo" with the module "mod".
     void initTestCase();
-    void cleanupTestCase() { m_servers.stop(); }
 
 protected:
     /// Runs itemctl to its end.

@@ -59,7 +59,7 @@ void ItemctlTextTest::escapes_data()
     row("zero", QString(QChar(0)), R"(\x00)");
     row("delete", "\x7f", R"(\x7f)");
     row("C1: CSI in one character", "\u009b31m", R"(\x9b31m)");
-    row("direction override", "a\u202eb\u2066", R"(a\u202eb\u2066)");
+    row("direction override", QStringLiteral("a\u202eb\u2066"), R"(a\u202eb\u2066)");
     row("line separator", "\u2028", R"(\u2028)");
     row("beyond the basic plane", "\U0001F3A7", "\U0001F3A7");
 }
@@ -100,7 +100,8 @@ void ItemctlTextTest::values_data()
     row("number", 0.1, "0.1", "0.1");
     row("text", "a \"b\"\n", "a \"b\"\n", R"("a \"b\"\n")");
     row("text that looks like a number", "007", "007", R"("007")");
-    row("unsafe text", "\u009b\u202e\x7f", "\u009b\u202e\x7f", R"("\u009b\u202e\u007f")");
+    const QString unsafe = QStringLiteral("\u009b\u202e\x7f");
+    row("unsafe text", unsafe, unsafe, R"("\u009b\u202e\u007f")");
     row("nothing", {}, "", "null");
     row("texts", QStringList{ "a", "b" }, R"(["a","b"])", R"(["a","b"])");
     row("record", QVariantMap{ { "addr", 18446744073709551615ULL }, { "on", true } },

@@ -1,10 +1,8 @@
 #include "Bluesim.h"
-#include "support/InterfaceDescription.h"
 #include "support/PrivateBus.h"
 #include "support/Programs.h"
 #include "support/Rows.h"
 
-#include <QDBusReply>
 #include <QtTest>
 
 #include <chrono>
@@ -22,7 +20,6 @@ private Q_SLOTS:
     void init() { qputenv("BLUESIM_TIME_SCALE", Bluesim::Scale); }
     void cleanup() { qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address().toLocal8Bit()); }
 
-    void offersTheDescribedInterface();
     void endsInOrder_data();
     void endsInOrder();
     void endsAlthoughTheSignalWasBlocked();
@@ -34,23 +31,6 @@ private Q_SLOTS:
 private:
     PrivateSystemBus m_bus;
 };
-
-void BluesimProcessTest::offersTheDescribedInterface()
-{
-    Bluesim sim;
-    QVERIFY(sim.switchOn());
-    const QDBusMessage request = QDBusMessage::createMethodCall(
-        Bluesim::service(), "/com/qarn/Bluetooth", "org.freedesktop.DBus.Introspectable", "Introspect");
-    const QDBusReply<QString> xml = QDBusConnection::systemBus().call(request);
-    QVERIFY(xml.isValid());
-    const auto offered = InterfaceDescription::read(xml.value().toUtf8(), Bluesim::service());
-    const auto described = InterfaceDescription::ofFile(INTERFACE_XML, Bluesim::service());
-    QCOMPARE(described.signalLines.size(), 16);
-    QCOMPARE(offered.signalLines, described.signalLines);
-    QCOMPARE(offered.methodLines, described.methodLines);
-    QCOMPARE(offered.propertyLines, described.propertyLines);
-    QCOMPARE(offered.propertySignatures, described.propertySignatures);
-}
 
 void BluesimProcessTest::endsInOrder_data()
 {

@@ -64,7 +64,7 @@ QString BusInterfaceDocumentTest::documentedAnswer(const QString& method) const
 
 void BusInterfaceDocumentTest::everyMethodHasAnExample()
 {
-    const QRegularExpression heading("^### (\\w+)\\((?!.*serial, a\\(sa\\{sv\\}\\) items\\)$)",
+    const QRegularExpression heading(R"(^### (\w+)\((?!.*serial, a\(sa\{sv\}\) items\)$))",
                                      QRegularExpression::MultilineOption);
     auto headings = heading.globalMatch(m_document);
     int methods = 0;

@@ -11,7 +11,6 @@ class ItemRequestsTest : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
 
     void namesOfItems_data();
     void namesOfItems();
@@ -42,12 +41,6 @@ void ItemRequestsTest::initTestCase()
     QCOMPARE(m_demo.startBus(), QString());
     QVERIFY(m_demo.start());
     m_client = std::make_unique<KELClientInterface>(DemoBusName, QDBusConnection::sessionBus());
-}
-
-void ItemRequestsTest::cleanupTestCase()
-{
-    m_client.reset();
-    m_demo.stop();
 }
 
 void ItemRequestsTest::namesOfItems_data()

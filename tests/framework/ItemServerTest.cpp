@@ -19,7 +19,6 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void cleanup();
-    void cleanupTestCase();
 
     void valuesKeepTheirType();
     void actionsAnswer();
@@ -69,11 +68,6 @@ void ItemServerTest::cleanup()
     m_client.reset();
     m_demo.end();
     m_demo.removeState();
-}
-
-void ItemServerTest::cleanupTestCase()
-{
-    m_demo.stop();
 }
 
 void ItemServerTest::valuesKeepTheirType()

@@ -18,7 +18,6 @@ class PackageTest : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
     void examplesBuildAndRun();
     void pkgConfigLeadsToEveryHeader();
 
@@ -75,11 +74,6 @@ void PackageTest::initTestCase()
                            QLatin1String(component) })
                      .isEmpty());
     }
-}
-
-void PackageTest::cleanupTestCase()
-{
-    m_bus.stop();
 }
 
 void PackageTest::startLamp(QProcess& lamp) const

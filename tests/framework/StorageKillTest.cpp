@@ -26,7 +26,6 @@ class StorageKillTest : public QObject
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
     void aKillLeavesTheOldOrTheNewState();
 
 private:
@@ -63,11 +62,6 @@ void StorageKillTest::initTestCase()
     QVERIFY(
         inotify_add_watch(m_steps.get(), QFile::encodeName(statePath(QString())).constData(), StepsOfAWrite)
         >= 0);
-}
-
-void StorageKillTest::cleanupTestCase()
-{
-    m_bus.stop();
 }
 
 bool StorageKillTest::waitForSteps(int steps, int serverEnded) const

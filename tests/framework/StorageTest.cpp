@@ -23,7 +23,6 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void cleanup();
-    void cleanupTestCase();
 
     void allOfOneTurnIsOneWriteThatLasts();
     void whatIsStoredAlreadyIsNotWritten();
@@ -107,11 +106,6 @@ void StorageTest::cleanup()
 {
     SystemCalls::fsyncError = 0;
     stopServer();
-}
-
-void StorageTest::cleanupTestCase()
-{
-    m_bus.stop();
 }
 
 void StorageTest::allOfOneTurnIsOneWriteThatLasts()

@@ -5,11 +5,10 @@
 #include <QDir>
 #include <QSignalSpy>
 
-void DemoServers::stop()
+DemoServers::~DemoServers()
 {
     for (const QString& server : m_servers.keys())
         end(server);
-    m_bus.stop();
 }
 
 bool DemoServers::start(const QString& server, const QString& module)

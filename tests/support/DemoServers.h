@@ -13,10 +13,13 @@ inline const QString DemoBusName = "tov.base.demo";
 class DemoServers
 {
 public:
+    DemoServers() = default;
+    ~DemoServers();
+    DemoServers(const DemoServers&) = delete;
+    DemoServers& operator=(const DemoServers&) = delete;
+
     /// What went wrong; empty when the bus is there.
     [[nodiscard]] QString startBus() { return m_bus.start(); }
-    /// Ends the servers, and then the bus.
-    void stop();
 
     /// @return whether the server came onto the bus.
     [[nodiscard]] bool start(const QString& server = "demo", const QString& module = "mod");

@@ -46,6 +46,15 @@ private:
         return m_world.trigger("scan") && m_world.waitFor("scanstate", "1")
             && m_world.stepUntil("scanstate", "2");
     }
+    /// What the rows of the scan have in this column.
+    [[nodiscard]] QStringList scanned(const QString& id)
+    {
+        QStringList values;
+        for (int row = 0; row < 32; ++row)
+            values << m_world.text(QString("%1:%2").arg(id).arg(row));
+        values.removeAll({});
+        return values;
+    }
     [[nodiscard]] static QString describe(const QDBusMessage& signal);
     [[nodiscard]] QStringList run(quint32 seed);
 
@@ -96,10 +105,7 @@ void ScenariosTest::roomIsTheDefault()
     options.scenario.clear();
     QVERIFY(m_world.start(options) && m_world.switchOn());
     QVERIFY2(scan(), qPrintable(m_world.problem()));
-    QStringList names;
-    for (int row = 0; row < 32; ++row)
-        names << m_world.text(QString("scanresultsName:%1").arg(row));
-    names.removeAll({});
+    QStringList names = scanned("scanresultsName");
     names.sort();
     QCOMPARE(names,
              (QStringList{ "Car Kit", "Companion Phone", "Far Speaker", "GPS Receiver", "Headset",
@@ -112,11 +118,9 @@ void ScenariosTest::crowdFillsTheList()
 {
     QVERIFY2(begin("crowd"), qPrintable(m_world.problem()));
     QVERIFY2(scan(), qPrintable(m_world.problem()));
-    QSet<QString> addresses;
-    for (int row = 0; row < 32; ++row)
-        addresses << m_world.text(QString("scanresultsAddr:%1").arg(row));
+    QStringList addresses = scanned("scanresultsAddr");
+    QCOMPARE(addresses.removeDuplicates(), 0);
     QCOMPARE(addresses.size(), 32);
-    QVERIFY(!addresses.contains(QString()));
 }
 
 void ScenariosTest::carConnectsByItself()
@@ -142,9 +146,7 @@ void ScenariosTest::hostileNamesAreShownAsTheyAre()
     QVERIFY(m_world.trigger("rejectcode"));
     QVERIFY(m_world.waitFor("pairstate", "200"));
     QVERIFY2(scan(), qPrintable(m_world.problem()));
-    QStringList names;
-    for (int row = 0; row < 32; ++row)
-        names << m_world.text(QString("scanresultsName:%1").arg(row));
+    const QStringList names = scanned("scanresultsName");
     QCOMPARE(names.count("Phone"), 2);
     QVERIFY(names.contains("-- --help; $(reboot)"));
     QVERIFY(names.contains("`,.\";00!")); // replaced in the pending pair alone
