@@ -16,36 +16,13 @@
 #include <algorithm>
 #include <cmath>
 
-class RecordReplayTest : public QObject
-{
-    Q_OBJECT
-public:
-    explicit RecordReplayTest(testkit::SimulatedWorld& world)
-        : m_world(world)
-    {
-    }
-
-private Q_SLOTS:
-    void tourReplays();
-    void refusesWhatIsNoRecording_data();
-    void refusesWhatIsNoRecording();
-
-private:
-    class Watcher;
-    void recordTour(const QString& file, QMap<QString, QString>& values);
-    static QMap<QString, QString> outcome(const QJsonObject& event);
-    void replay(const QString& file);
-    [[nodiscard]] QString program(const char* name) const { return world::World::binFolder() + '/' + name; }
-
-    testkit::SimulatedWorld& m_world;
-    QTemporaryDir m_folder{ "/tmp/recording-XXXXXX" };
-};
+namespace {
 
 /// Of each item that follows the daemon the last value that was more than nothing: switching off clears them.
 /// Not of the status: "off" is told while the module waits for the end of its controller, and seen only where
 /// it does not. Nor of a pairing's code and name: a recorder that was kept waiting notes their coming and
 /// going at one time, and the host tells its clients of neither then.
-class RecordReplayTest::Watcher : public QObject
+class Watcher : public QObject
 {
 public:
     // By a client of its own: a new look at the items takes for known what another waits for.
@@ -75,6 +52,32 @@ private:
 
     KELClientInterface m_client;
     bool m_isGood;
+};
+
+} // namespace
+
+class RecordReplayTest : public QObject
+{
+    Q_OBJECT
+public:
+    explicit RecordReplayTest(testkit::SimulatedWorld& world)
+        : m_world(world)
+    {
+    }
+
+private Q_SLOTS:
+    void tourReplays();
+    void refusesWhatIsNoRecording_data();
+    void refusesWhatIsNoRecording();
+
+private:
+    void recordTour(const QString& file, QMap<QString, QString>& values);
+    static QMap<QString, QString> outcome(const QJsonObject& event);
+    void replay(const QString& file);
+    [[nodiscard]] QString program(const char* name) const { return world::World::binFolder() + '/' + name; }
+
+    testkit::SimulatedWorld& m_world;
+    QTemporaryDir m_folder{ "/tmp/recording-XXXXXX" };
 };
 
 void RecordReplayTest::recordTour(const QString& file, QMap<QString, QString>& values)
