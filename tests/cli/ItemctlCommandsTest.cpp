@@ -11,206 +11,202 @@
 class ItemctlCommandsTest : public ItemctlFixture
 {
     Q_OBJECT
+
 private Q_SLOTS:
-    void calls_data();
-    void calls();
-    void listIsATable();
-    void jsonIsOneObjectALine();
-    void textsFromOutsideAreHarmless();
-    void recordsKeepTheirDigits();
-    void namesAreLookedForOnAllServers();
-    void withoutServerOrBus();
-    void fullDisk();
-    void silentServer();
-};
-
-void ItemctlCommandsTest::calls_data()
-{
-    // "err" is a part of it.
-    const Rows<QStringList, int, QString, QString> row("arguments", "status", "out", "err");
-    row("get", { "get", "state", "serial", "enabled" }, 0, "0\n18446744073709551615\nfalse\n", "");
-    row("get, JSON behind", { "get", "serial", "--json" }, 0, "18446744073709551615\n", "");
-    row("get several, JSON in front", { "--json", "get", "state", "enabled" }, 0, "[0,false]\n", "");
-    row("get what does not apply", { "get", "pin" }, 0, "5190\n", "itemctl: note: pin does not apply now");
-    row("get what was never written", { "get", "record" }, 1, "", "record has no value yet");
-    row("get an action", { "get", "echo" }, 1, "", "itemctl call echo");
-    row("get an action, JSON", { "get", "echo", "--json" }, 1, "", "itemctl call echo");
-    row("values of an enumeration, for completion", { "values", "state" }, 0,
-        "DEMO_STATE_OFF\nDEMO_STATE_ON\nDEMO_STATE_FAILED\n", "");
-    row("values of a bool, for completion", { "values", "mod:enabled" }, 0, "true\nfalse\n", "");
-    row("pattern over full addresses", { "list", ":config:*:pin:" }, 0,
-        ":config:demo:mod:pin:  5190  PIN [does not apply]\n", "");
-    row("nothing of it when one is missing", { "get", "state", "stat" }, 3, "", "did you mean \"state\"?");
-    row("config and result", { "get", "volume" }, 3, "",
-        ":config:demo:mod:volume:, :result:demo:mod:volume:");
-    row("list without index", { "get", "rowName" }, 3, "", "rowName:0 to rowName:3");
-    row("set refused by range", { "set", ":config:demo:mod:volume:", "11" }, 1, "", "0 to 10 are allowed");
-    row("set refused by type", { "set", "enabled", "maybe" }, 1, "", "true or false");
-    row("set a result", { "set", "state", "On" }, 1, "", ":result:demo:mod:state:");
-    row("set an action", { "set", "echo", "x" }, 1, "", "is an action");
-    row("set, JSON", { "set", ":config:demo:mod:volume:", "7", "--json" }, 0, "7\n", "");
-    row("set what does not apply", { "set", "pin", "4711" }, 0, "", "pin does not apply now");
-    row("set the empty text", { "set", "pin", "" }, 1, "", "0 characters");
-    row("call", { "call", "echo", "a b" }, 0, "a b\n", "");
-    row("call without text", { "call", "echo" }, 0, "", "");
-    row("call, JSON", { "call", "echo", "--json" }, 0, "\"\"\n", "");
-    row("text like an option", { "call", "echo", "--", "--json" }, 0, "--json\n", "");
-    row("text like a number", { "call", "--json", "echo", "--", "-5,1" }, 0, "\"-5,1\"\n", "");
-    row("text like a list", { "call", "echo", "[a,b]" }, 0, "[a,b]\n", "");
-    row("reply that reads like a failure", { "call", "echo", "Rejected" }, 0, "Rejected\n", "");
-    row("call a config", { "call", "enabled" }, 3, "", "not an action");
-    row("other case", { "call", "Echo" }, 3, "", "did you mean \"echo\"?");
-    row("describe an action", { "describe", "fork", "--json" }, 0,
-        R"({"address":":action:demo:mod:fork:","server":"demo","module":"mod","id":"fork","kind":"action",)"
-        R"("label":"Fork and Return","value":null,"applicable":true,"takesText":false,"type":"action"})"
-        "\n",
-        "");
-    row("servers", { "servers", "--json" }, 0,
-        R"([{"server":"demo","busName":"tov.base.demo","modules":["mod"]}])"
-        "\n",
-        "");
-    row("server with prefix", { "--server", "tov.base.demo", "get", "state" }, 0, "0\n", "");
-    row("server behind", { "get", "state", "--server", "demo" }, 0, "0\n", "");
-    row("absent server", { "get", "state", "--server", "nosuch" }, 5, "", "no server \"nosuch\"");
-    row("address of an absent server", { "get", ":config:nosuch:mod:state:" }, 5, "", "nosuch");
-    row("pattern of nothing", { "list", "nosuch*" }, 3, "", "\"nosuch*\"");
-    row("watch nothing", { "watch", "nosuch" }, 3, "", "\"nosuch\"");
-    row("no subcommand", {}, 2, "", "itemctl --help");
-    row("unknown subcommand", { "lst" }, 2, "", "\"lst\" is no subcommand");
-    row("unknown option", { "list", "--all" }, 2, "", "--all");
-    row("no item", { "get" }, 2, "", "ITEM");
-    row("too much", { "set", "enabled", "true", "now" }, 2, "", "now");
-    row("no number", { "wait", "state=0", "--timeout", "nan" }, 2, "", "\"nan\"");
-    row("no count", { "watch", "--count", "0" }, 2, "", "--count");
-}
-
-void ItemctlCommandsTest::calls()
-{
-    QFETCH(QStringList, arguments);
-    QFETCH(QString, err);
-    const Finished finished = itemctl(arguments);
-    QTEST(finished.out, "out");
-    QVERIFY2(err.isEmpty() ? finished.err.isEmpty() : finished.err.contains(err), qPrintable(finished.err));
-    // A reason is one line that says who speaks.
-    QVERIFY(finished.err.isEmpty()
-            || (finished.err.startsWith("itemctl: ") && finished.err.count('\n') <= 2));
-    QTEST(finished.status, "status");
-}
-
-void ItemctlCommandsTest::listIsATable()
-{
-    const Finished all = itemctl({ "list" });
-    QCOMPARE(all.status, 0);
-    const QStringList lines = all.out.split('\n', Qt::SkipEmptyParts);
-    QVERIFY(lines.size() > 15);
-    QVERIFY(lines.filter(QRegularExpression("^:result:demo:mod:state: +0 \\(Off\\) +State$")).size() == 1);
-    QVERIFY(lines.filter(QRegularExpression("^:config:demo:mod:pin: .*PIN \\[does not apply\\]$")).size()
-            == 1);
-    QVERIFY(lines.filter(QRegularExpression("^:action:demo:mod:echo: +- +Echo$")).size() == 1);
-    QCOMPARE(lines[0].indexOf("Enabled"), lines.filter(":mod:state:").first().indexOf("State"));
-    QVERIFY(!all.out.contains('\x1b'));
-    const QStringList rows =
-        itemctl({ "list", "rowName:[13]", "rowState" }).out.split('\n', Qt::SkipEmptyParts);
-    QCOMPARE(rows.size(), 6);
-    QVERIFY(rows[1].startsWith(":result:demo:mod:rowName:3:"));
-}
-
-void ItemctlCommandsTest::jsonIsOneObjectALine()
-{
-    const QStringList lines = itemctl({ "list", "--json" }).out.split('\n', Qt::SkipEmptyParts);
-    QVERIFY(lines.size() > 15);
-    for (const QString& line : lines) {
-        const auto object = nlohmann::json::parse(line.toStdString(), nullptr, false);
-        for (const char* key : { "address", "id", "module", "kind", "value", "label", "applicable" })
-            QVERIFY2(object.contains(key), qPrintable(line));
+    void calls_data()
+    {
+        // "err" is a part of it.
+        const Rows<QStringList, int, QString, QString> row("arguments", "status", "out", "err");
+        row("get", { "get", "state", "serial", "enabled" }, 0, "0\n18446744073709551615\nfalse\n", "");
+        row("get, JSON behind", { "get", "serial", "--json" }, 0, "18446744073709551615\n", "");
+        row("get several, JSON in front", { "--json", "get", "state", "enabled" }, 0, "[0,false]\n", "");
+        row("get what does not apply", { "get", "pin" }, 0, "5190\n",
+            "itemctl: note: pin does not apply now");
+        row("get what was never written", { "get", "record" }, 1, "", "record has no value yet");
+        row("get an action", { "get", "echo" }, 1, "", "itemctl call echo");
+        row("get an action, JSON", { "get", "echo", "--json" }, 1, "", "itemctl call echo");
+        row("values of an enumeration, for completion", { "values", "state" }, 0,
+            "DEMO_STATE_OFF\nDEMO_STATE_ON\nDEMO_STATE_FAILED\n", "");
+        row("values of a bool, for completion", { "values", "mod:enabled" }, 0, "true\nfalse\n", "");
+        row("pattern over full addresses", { "list", ":config:*:pin:" }, 0,
+            ":config:demo:mod:pin:  5190  PIN [does not apply]\n", "");
+        row("nothing of it when one is missing", { "get", "state", "stat" }, 3, "",
+            "did you mean \"state\"?");
+        row("config and result", { "get", "volume" }, 3, "",
+            ":config:demo:mod:volume:, :result:demo:mod:volume:");
+        row("list without index", { "get", "rowName" }, 3, "", "rowName:0 to rowName:3");
+        row("set refused by range", { "set", ":config:demo:mod:volume:", "11" }, 1, "",
+            "0 to 10 are allowed");
+        row("set refused by type", { "set", "enabled", "maybe" }, 1, "", "true or false");
+        row("set a result", { "set", "state", "On" }, 1, "", ":result:demo:mod:state:");
+        row("set an action", { "set", "echo", "x" }, 1, "", "is an action");
+        row("set, JSON", { "set", ":config:demo:mod:volume:", "7", "--json" }, 0, "7\n", "");
+        row("set what does not apply", { "set", "pin", "4711" }, 0, "", "pin does not apply now");
+        row("set the empty text", { "set", "pin", "" }, 1, "", "0 characters");
+        row("call", { "call", "echo", "a b" }, 0, "a b\n", "");
+        row("call without text", { "call", "echo" }, 0, "", "");
+        row("call, JSON", { "call", "echo", "--json" }, 0, "\"\"\n", "");
+        row("text like an option", { "call", "echo", "--", "--json" }, 0, "--json\n", "");
+        row("text like a number", { "call", "--json", "echo", "--", "-5,1" }, 0, "\"-5,1\"\n", "");
+        row("text like a list", { "call", "echo", "[a,b]" }, 0, "[a,b]\n", "");
+        row("reply that reads like a failure", { "call", "echo", "Rejected" }, 0, "Rejected\n", "");
+        row("call a config", { "call", "enabled" }, 3, "", "not an action");
+        row("other case", { "call", "Echo" }, 3, "", "did you mean \"echo\"?");
+        row("describe an action", { "describe", "fork", "--json" }, 0,
+            R"({"address":":action:demo:mod:fork:","server":"demo","module":"mod","id":"fork","kind":"action",)"
+            R"("label":"Fork and Return","value":null,"applicable":true,"takesText":false,"type":"action"})"
+            "\n",
+            "");
+        row("servers", { "servers" }, 0, "tov.base.demo  mod\n", "");
+        row("servers, JSON", { "servers", "--json" }, 0,
+            R"([{"server":"demo","busName":"tov.base.demo","modules":["mod"]}])"
+            "\n",
+            "");
+        row("server with prefix", { "--server", "tov.base.demo", "get", "state" }, 0, "0\n", "");
+        row("server behind", { "get", "state", "--server", "demo" }, 0, "0\n", "");
+        row("absent server", { "get", "state", "--server", "nosuch" }, 5, "", "no server \"nosuch\"");
+        row("address of an absent server", { "get", ":config:nosuch:mod:state:" }, 5, "", "nosuch");
+        row("pattern of nothing", { "list", "nosuch*" }, 3, "", "\"nosuch*\"");
+        row("watch nothing", { "watch", "nosuch" }, 3, "", "\"nosuch\"");
+        row("no subcommand", {}, 2, "", "itemctl --help");
+        row("unknown subcommand", { "lst" }, 2, "", "\"lst\" is no subcommand");
+        row("unknown option", { "list", "--all" }, 2, "", "--all");
+        row("no item", { "get" }, 2, "", "ITEM");
+        row("too much", { "set", "enabled", "true", "now" }, 2, "", "now");
+        row("no number", { "wait", "state=0", "--timeout", "nan" }, 2, "", "\"nan\"");
+        row("no count", { "watch", "--count", "0" }, 2, "", "--count");
     }
-    const auto row = nlohmann::json::parse(itemctl({ "list", "--json", "rowState:2" }).out.toStdString());
-    QCOMPARE(row.value("id", ""), std::string("rowState"));
-    QCOMPARE(row.value("index", -1), 2);
-    QCOMPARE(row.value("text", ""), std::string("Off"));
-    QVERIFY(row["value"].is_number_integer());
-}
 
-void ItemctlCommandsTest::textsFromOutsideAreHarmless()
-{
-    const QString name = QStringLiteral("a\x1b[31m\n\u009b\u202e\u65e5");
-    QCOMPARE(itemctl({ "call", "write", "rowName:0=" + name }).status, 0);
-    QCOMPARE(itemctl({ "get", "rowName:0" }).out, name + '\n');
-    const QString shown = "a\\x1b[31m\\n\\x9b\\u202e\u65e5";
-    QVERIFY(itemctl({ "list", "rowName:0" }).out.contains(shown));
-    QVERIFY(itemctl({ "describe", "rowName:0" }).out.contains(shown));
-    QCOMPARE(itemctl({ "call", "echo", name }).out, shown + '\n');
-    const QString json = itemctl({ "get", "rowName:0", "--json" }).out;
-    QCOMPARE(json, "\"a\\u001b[31m\\n\\u009b\\u202e\u65e5\"\n");
-}
-
-void ItemctlCommandsTest::recordsKeepTheirDigits()
-{
-    KELClientInterface client("tov.base.demo", QDBusConnection::sessionBus());
-    const QVariantMap record{ { "deviceAddr", 18446744073709551615ULL }, { "deviceConnected", true } };
-    QVERIFY(client.set("record", record));
-    const QString json = "{\"deviceAddr\":18446744073709551615,\"deviceConnected\":true}\n";
-    QCOMPARE(itemctl({ "get", "record" }).out, json);
-    QCOMPARE(itemctl({ "get", "record", "--json" }).out, json);
-}
-
-void ItemctlCommandsTest::namesAreLookedForOnAllServers()
-{
-    QVERIFY(m_servers.start("other", "side"));
-    const Finished several = itemctl({ "get", "enabled" });
-    QCOMPARE(several.status, 3);
-    QVERIFY(several.err.contains(":config:demo:mod:enabled:, :config:other:side:enabled:"));
-    QCOMPARE(itemctl({ "set", "side:enabled", "true" }).status, 0);
-    QCOMPARE(itemctl({ "get", "enabled", "--server", "other" }).out, "true\n");
-    QCOMPARE(itemctl({ "get", "enabled", "--server", "demo" }).out, "false\n");
-    QCOMPARE(itemctl({ "list", "enabled" }).out.count('\n'), 2);
-    m_servers.kill("other");
-}
-
-void ItemctlCommandsTest::withoutServerOrBus()
-{
-    m_servers.kill();
-    for (const QStringList& arguments :
-         QList<QStringList>{ { "list" }, { "get", "state" }, { "wait", "state=On" }, { "servers" } }) {
+    void calls()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, err);
         const Finished finished = itemctl(arguments);
-        QCOMPARE(finished.status, 5);
-        QVERIFY(finished.err.startsWith("itemctl: no server"));
+        QTEST(finished.out, "out");
+        QVERIFY2(err.isEmpty() ? finished.err.isEmpty() : finished.err.contains(err),
+                 qPrintable(finished.err));
+        // A reason is one line that says who speaks.
+        QVERIFY(finished.err.isEmpty()
+                || (finished.err.startsWith("itemctl: ") && finished.err.count('\n') <= 2));
+        QTEST(finished.status, "status");
     }
-    QVERIFY(m_servers.start());
-    const Finished finished =
-        run(ITEMCTL, { "list" }, { { { "DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent" } }, false, {} });
-    QCOMPARE(finished.status, 5);
-    QVERIFY(finished.err.contains("DBUS_SESSION_BUS_ADDRESS"));
-}
 
-void ItemctlCommandsTest::fullDisk()
-{
-    QProcess process;
-    process.setStandardOutputFile("/dev/full");
-    process.start(ITEMCTL, { "list" });
-    const Finished finished = finish(process);
-    QCOMPARE(finished.status, 1);
-    QVERIFY(finished.err.contains("standard output"));
-}
+    void listIsATable()
+    {
+        const Finished all = itemctl({ "list" });
+        QCOMPARE(all.status, 0);
+        const QStringList lines = all.out.split('\n', Qt::SkipEmptyParts);
+        QVERIFY(lines.size() > 15);
+        QVERIFY(lines.filter(QRegularExpression("^:result:demo:mod:state: +0 \\(Off\\) +State$")).size()
+                == 1);
+        QVERIFY(lines.filter(QRegularExpression("^:config:demo:mod:pin: .*PIN \\[does not apply\\]$")).size()
+                == 1);
+        QVERIFY(lines.filter(QRegularExpression("^:action:demo:mod:echo: +- +Echo$")).size() == 1);
+        QCOMPARE(lines[0].indexOf("Enabled"), lines.filter(":mod:state:").first().indexOf("State"));
+        QVERIFY(!all.out.contains('\x1b'));
+        const QStringList rows =
+            itemctl({ "list", "rowName:[13]", "rowState" }).out.split('\n', Qt::SkipEmptyParts);
+        QCOMPARE(rows.size(), 6);
+        QVERIFY(rows[1].startsWith(":result:demo:mod:rowName:3:"));
+    }
 
-void ItemctlCommandsTest::silentServer()
-{
-    QVERIFY(m_servers.start("mute", "side"));
-    const auto call = startItemctl({ "call", "side:stall" });
-    // From the moment on that the action runs, the server answers nobody.
-    KELClientInterface client("tov.base.mute", QDBusConnection::sessionBus());
-    client.setTimeout(std::chrono::milliseconds(100));
-    QTRY_VERIFY(!client.modules());
-    const Finished named = itemctl({ "wait", "enabled=true", "--server", "mute", "--timeout", "0" });
-    QCOMPARE(named.status, 4);
-    QVERIFY(named.err.contains("did not answer"));
-    // What another server has is found all the same.
-    const Finished found = itemctl({ "wait", "state=0", "--timeout", "1" });
-    QCOMPARE(found.status, 0);
-    QVERIFY(found.err.contains("tov.base.mute did not answer"));
-    m_servers.kill("mute");
-    QCOMPARE(finish(*call).status, 4);
-}
+    void jsonIsOneObjectALine()
+    {
+        const QStringList lines = itemctl({ "list", "--json" }).out.split('\n', Qt::SkipEmptyParts);
+        QVERIFY(lines.size() > 15);
+        for (const QString& line : lines) {
+            const auto object = nlohmann::json::parse(line.toStdString(), nullptr, false);
+            for (const char* key : { "address", "id", "module", "kind", "value", "label", "applicable" })
+                QVERIFY2(object.contains(key), qPrintable(line));
+        }
+        const auto row = nlohmann::json::parse(itemctl({ "list", "--json", "rowState:2" }).out.toStdString());
+        QCOMPARE(row.value("id", ""), std::string("rowState"));
+        QCOMPARE(row.value("index", -1), 2);
+        QCOMPARE(row.value("text", ""), std::string("Off"));
+        QVERIFY(row["value"].is_number_integer());
+    }
+
+    void textsFromOutsideAreHarmless()
+    {
+        const QString name = QStringLiteral("a\x1b[31m\n\u009b\u202e\u65e5");
+        QCOMPARE(itemctl({ "call", "write", "rowName:0=" + name }).status, 0);
+        QCOMPARE(itemctl({ "get", "rowName:0" }).out, name + '\n');
+        const QString shown = "a\\x1b[31m\\n\\x9b\\u202e\u65e5";
+        QVERIFY(itemctl({ "list", "rowName:0" }).out.contains(shown));
+        QVERIFY(itemctl({ "describe", "rowName:0" }).out.contains(shown));
+        QCOMPARE(itemctl({ "call", "echo", name }).out, shown + '\n');
+        const QString json = itemctl({ "get", "rowName:0", "--json" }).out;
+        QCOMPARE(json, "\"a\\u001b[31m\\n\\u009b\\u202e\u65e5\"\n");
+    }
+
+    void recordsKeepTheirDigits()
+    {
+        KELClientInterface client("tov.base.demo", QDBusConnection::sessionBus());
+        const QVariantMap record{ { "deviceAddr", 18446744073709551615ULL }, { "deviceConnected", true } };
+        QVERIFY(client.set("record", record));
+        const QString json = "{\"deviceAddr\":18446744073709551615,\"deviceConnected\":true}\n";
+        QCOMPARE(itemctl({ "get", "record" }).out, json);
+        QCOMPARE(itemctl({ "get", "record", "--json" }).out, json);
+    }
+
+    void namesAreLookedForOnAllServers()
+    {
+        QVERIFY(m_servers.start("other", "side"));
+        const Finished several = itemctl({ "get", "enabled" });
+        QCOMPARE(several.status, 3);
+        QVERIFY(several.err.contains(":config:demo:mod:enabled:, :config:other:side:enabled:"));
+        QCOMPARE(itemctl({ "set", "side:enabled", "true" }).status, 0);
+        QCOMPARE(itemctl({ "get", "enabled", "--server", "other" }).out, "true\n");
+        QCOMPARE(itemctl({ "get", "enabled", "--server", "demo" }).out, "false\n");
+        QCOMPARE(itemctl({ "list", "enabled" }).out.count('\n'), 2);
+        m_servers.kill("other");
+    }
+
+    void withoutServerOrBus()
+    {
+        m_servers.kill();
+        for (const QStringList& arguments :
+             QList<QStringList>{ { "list" }, { "get", "state" }, { "wait", "state=On" }, { "servers" } }) {
+            const Finished finished = itemctl(arguments);
+            QCOMPARE(finished.status, 5);
+            QVERIFY(finished.err.startsWith("itemctl: no server"));
+        }
+        QVERIFY(m_servers.start());
+        const Finished finished = run(
+            ITEMCTL, { "list" }, { { { "DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent" } }, false, {} });
+        QCOMPARE(finished.status, 5);
+        QVERIFY(finished.err.contains("DBUS_SESSION_BUS_ADDRESS"));
+    }
+
+    void fullDisk()
+    {
+        QProcess process;
+        process.setStandardOutputFile("/dev/full");
+        process.start(ITEMCTL, { "list" });
+        const Finished finished = finish(process);
+        QCOMPARE(finished.status, 1);
+        QVERIFY(finished.err.contains("standard output"));
+    }
+
+    void silentServer()
+    {
+        QVERIFY(m_servers.start("mute", "side"));
+        const auto call = startItemctl({ "call", "side:stall" });
+        // From the moment on that the action runs, the server answers nobody.
+        KELClientInterface client("tov.base.mute", QDBusConnection::sessionBus());
+        client.setTimeout(std::chrono::milliseconds(100));
+        QTRY_VERIFY(!client.modules());
+        const Finished named = itemctl({ "wait", "enabled=true", "--server", "mute", "--timeout", "0" });
+        QCOMPARE(named.status, 4);
+        QVERIFY(named.err.contains("did not answer"));
+        // What another server has is found all the same.
+        const Finished found = itemctl({ "wait", "state=0", "--timeout", "1" });
+        QCOMPARE(found.status, 0);
+        QVERIFY(found.err.contains("tov.base.mute did not answer"));
+        m_servers.kill("mute");
+        QCOMPARE(finish(*call).status, 4);
+    }
+};
 
 QTEST_GUILESS_MAIN(ItemctlCommandsTest)
 #include "ItemctlCommandsTest.moc"

@@ -9,169 +9,157 @@
 class ItemctlWaitingTest : public ItemctlFixture
 {
     Q_OBJECT
-private Q_SLOTS:
-    void init();
 
-    void watchPrintsEachChange();
-    void watchAsJson();
-    void watchEndsInTime();
-    void watchSurvivesARestart();
-    void waitHoldsAlready();
-    void waitForSeveralTogether();
-    void waitForApplicability();
-    void waitSaysWhatIsMissing();
-    void waitSurvivesARestart();
+private Q_SLOTS:
+    void init()
+    {
+        QTRY_COMPARE(watchers(), 0);
+        succeed({ "call", "write", "enabled=false" });
+        succeed({ "call", "write", "state=0" });
+        succeed({ "call", "write", "rowName:1=" });
+    }
+
+    void watchPrintsEachChange()
+    {
+        const auto watch =
+            startWatching({ "watch", "state", "enabled", "pin", "--count", "4", "--timeout", "60" });
+        QVERIFY(watch);
+        succeed({ "call", "write", "state=3" });
+        // Each line is there at once, not when the program ends.
+        QTRY_VERIFY(watch->canReadLine() || watch->waitForReadyRead(0));
+        QCOMPARE(watch->readLine(), QByteArray(":result:demo:mod:state: 3 (On)\n"));
+        succeed({ "call", "write", "serial=1" });
+        succeed({ "set", "enabled", "true" });
+        succeed({ "call", "write", "state=77" });
+        const Finished finished = finish(*watch);
+        QCOMPARE(finished.status, 0);
+        QCOMPARE(finished.out,
+                 ":config:demo:mod:enabled: true\n:config:demo:mod:pin: [applies]\n"
+                 ":result:demo:mod:state: 77\n");
+    }
+
+    void watchAsJson()
+    {
+        const auto watch = startWatching({ "watch", "--json", "row*:1", "--count", "2" });
+        QVERIFY(watch);
+        succeed({ "set", "enabled", "true" });
+        succeed({ "call", "write", "rowName:1=Headset" });
+        const Finished finished = finish(*watch);
+        QCOMPARE(finished.status, 0);
+        const QStringList lines = finished.out.split('\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 2);
+        const auto name = nlohmann::json::parse(lines[0].toStdString());
+        QCOMPARE(name.value("id", ""), std::string("rowName"));
+        QCOMPARE(name.value("index", -1), 1);
+        QCOMPARE(name.value("value", ""), std::string("Headset"));
+        QCOMPARE(name.value("applicable", false), true);
+        const auto state = nlohmann::json::parse(lines[1].toStdString());
+        QCOMPARE(state.value("applicable", false), true);
+        QVERIFY(!state.contains("value"));
+    }
+
+    void watchEndsInTime()
+    {
+        QCOMPARE(itemctl({ "watch", "--timeout", "0.1" }).status, 0);
+        const Finished short1 = itemctl({ "watch", "--timeout", "0.1", "--count", "1" });
+        QCOMPARE(short1.status, 4);
+        QVERIFY(short1.err.contains("0 of 1"));
+    }
+
+    void watchSurvivesARestart()
+    {
+        succeed({ "call", "write", "state=3" });
+        const auto watch = startWatching({ "watch", "state", "--count", "2", "--timeout", "60" });
+        QVERIFY(watch);
+        m_servers.kill();
+        QVERIFY(m_servers.start());
+        QTRY_COMPARE(watchers(), 1);
+        succeed({ "call", "write", "state=200" });
+        const Finished finished = finish(*watch);
+        QCOMPARE(finished.status, 0);
+        // What differs after the return counts as a change.
+        QCOMPARE(finished.out, ":result:demo:mod:state: 0 (Off)\n:result:demo:mod:state: 200 (Gone Wrong)\n");
+        QVERIFY2(finished.err.contains("server demo left the bus") && finished.err.contains("is back"),
+                 qPrintable(finished.err));
+    }
+
+    void waitHoldsAlready()
+    {
+        QElapsedTimer timer;
+        timer.start();
+        const Finished finished = itemctl({ "wait", "--json", "state=Off", "state!=3", "mod:enabled=false" });
+        QCOMPARE(finished.status, 0);
+        QVERIFY(timer.elapsed() < 10'000);
+        const auto items = nlohmann::json::parse(finished.out.toStdString());
+        QCOMPARE(items.size(), std::size_t(2));
+        QCOMPARE(items[0].value("text", ""), std::string("Off"));
+    }
+
+    void waitForSeveralTogether()
+    {
+        const auto wait =
+            startWatching({ "wait", "--json", "state=DEMO_STATE_ON", "enabled=true", "--timeout", "60" });
+        QVERIFY(wait);
+        // Each holds for a while, but not together.
+        succeed({ "call", "write", "state=3" });
+        succeed({ "call", "write", "state=0" });
+        succeed({ "set", "enabled", "true" });
+        succeed({ "call", "write", "state=3" });
+        const Finished finished = finish(*wait);
+        QCOMPARE(finished.status, 0);
+        const auto items = nlohmann::json::parse(finished.out.toStdString());
+        QCOMPARE(items[0].value("value", -1), 3);
+        QCOMPARE(items[1].value("value", false), true);
+    }
+
+    void waitForApplicability()
+    {
+        const auto wait =
+            startWatching({ "wait", "pin:applicable", "rowState:1:inapplicable", "--timeout", "60" });
+        QVERIFY(wait);
+        succeed({ "set", "enabled", "true" });
+        succeed({ "call", "write", "state=3" });
+        QCOMPARE(finish(*wait).status, 0);
+    }
+
+    void waitSaysWhatIsMissing()
+    {
+        const Finished finished =
+            itemctl({ "wait", "state~^Gone", "enabled=false", "pin:applicable", "--timeout", "0.1" });
+        QCOMPARE(finished.status, 4);
+        QVERIFY2(finished.err.contains("state~^Gone does not hold, it is 0 (Off)"), qPrintable(finished.err));
+        QVERIFY2(finished.err.contains("pin:applicable does not hold, it does not apply"),
+                 qPrintable(finished.err));
+        QVERIFY(!finished.err.contains("enabled"));
+        QCOMPARE(itemctl({ "wait", "state=Onn" }).status, 2);
+        QCOMPARE(itemctl({ "wait", "stat=On" }).status, 3);
+        QCOMPARE(itemctl({ "wait", "state" }).status, 2);
+    }
+
+    void waitSurvivesARestart()
+    {
+        succeed({ "set", "enabled", "true" });
+        succeed({ "call", "write", "state=3" });
+        // About applicability: a value would be looked up in the enumeration first, which the end must not
+        // hit.
+        const auto wait = startWatching({ "wait", "pin:inapplicable", "--timeout", "60" });
+        QVERIFY(wait);
+        m_servers.kill();
+        QVERIFY(m_servers.start()); // it comes back enabled, but with its state off
+        QCOMPARE(finish(*wait).status, 0);
+    }
 
 private:
-    static std::unique_ptr<QProcess> startWatching(const QStringList& arguments);
+    /// Starts the program and returns when the server watches for it.
+    static std::unique_ptr<QProcess> startWatching(const QStringList& arguments)
+    {
+        auto process = startItemctl(arguments);
+        if (!QTest::qWaitFor([] { return watchers() == 1; }, 30'000))
+            return nullptr;
+        // The server answers in order: with this answer, that to the watcher is on its way as well.
+        return itemctl({ "get", "state" }).status == 0 ? std::move(process) : nullptr;
+    }
 };
-
-/// Starts the program and returns when the server watches for it.
-std::unique_ptr<QProcess> ItemctlWaitingTest::startWatching(const QStringList& arguments)
-{
-    auto process = startItemctl(arguments);
-    if (!QTest::qWaitFor([] { return watchers() == 1; }, 30'000))
-        return nullptr;
-    // The server answers in order: with this answer, that to the watcher is on its way as well.
-    return itemctl({ "get", "state" }).status == 0 ? std::move(process) : nullptr;
-}
-
-void ItemctlWaitingTest::init()
-{
-    QTRY_COMPARE(watchers(), 0);
-    succeed({ "call", "write", "enabled=false" });
-    succeed({ "call", "write", "state=0" });
-    succeed({ "call", "write", "rowName:1=" });
-}
-
-void ItemctlWaitingTest::watchPrintsEachChange()
-{
-    const auto watch =
-        startWatching({ "watch", "state", "enabled", "pin", "--count", "4", "--timeout", "60" });
-    QVERIFY(watch);
-    succeed({ "call", "write", "state=3" });
-    // Each line is there at once, not when the program ends.
-    QTRY_VERIFY(watch->canReadLine() || watch->waitForReadyRead(0));
-    QCOMPARE(watch->readLine(), QByteArray(":result:demo:mod:state: 3 (On)\n"));
-    succeed({ "call", "write", "serial=1" });
-    succeed({ "set", "enabled", "true" });
-    succeed({ "call", "write", "state=77" });
-    const Finished finished = finish(*watch);
-    QCOMPARE(finished.status, 0);
-    QCOMPARE(finished.out,
-             ":config:demo:mod:enabled: true\n:config:demo:mod:pin: [applies]\n"
-             ":result:demo:mod:state: 77\n");
-}
-
-void ItemctlWaitingTest::watchAsJson()
-{
-    const auto watch = startWatching({ "watch", "--json", "row*:1", "--count", "2" });
-    QVERIFY(watch);
-    succeed({ "set", "enabled", "true" });
-    succeed({ "call", "write", "rowName:1=Headset" });
-    const Finished finished = finish(*watch);
-    QCOMPARE(finished.status, 0);
-    const QStringList lines = finished.out.split('\n', Qt::SkipEmptyParts);
-    QCOMPARE(lines.size(), 2);
-    const auto name = nlohmann::json::parse(lines[0].toStdString());
-    QCOMPARE(name.value("id", ""), std::string("rowName"));
-    QCOMPARE(name.value("index", -1), 1);
-    QCOMPARE(name.value("value", ""), std::string("Headset"));
-    QCOMPARE(name.value("applicable", false), true);
-    const auto state = nlohmann::json::parse(lines[1].toStdString());
-    QCOMPARE(state.value("applicable", false), true);
-    QVERIFY(!state.contains("value"));
-}
-
-void ItemctlWaitingTest::watchEndsInTime()
-{
-    QCOMPARE(itemctl({ "watch", "--timeout", "0.1" }).status, 0);
-    const Finished short1 = itemctl({ "watch", "--timeout", "0.1", "--count", "1" });
-    QCOMPARE(short1.status, 4);
-    QVERIFY(short1.err.contains("0 of 1"));
-}
-
-void ItemctlWaitingTest::watchSurvivesARestart()
-{
-    succeed({ "call", "write", "state=3" });
-    const auto watch = startWatching({ "watch", "state", "--count", "2", "--timeout", "60" });
-    QVERIFY(watch);
-    m_servers.kill();
-    QVERIFY(m_servers.start());
-    QTRY_COMPARE(watchers(), 1);
-    succeed({ "call", "write", "state=200" });
-    const Finished finished = finish(*watch);
-    QCOMPARE(finished.status, 0);
-    // What differs after the return counts as a change.
-    QCOMPARE(finished.out, ":result:demo:mod:state: 0 (Off)\n:result:demo:mod:state: 200 (Gone Wrong)\n");
-    QVERIFY2(finished.err.contains("server demo left the bus") && finished.err.contains("is back"),
-             qPrintable(finished.err));
-}
-
-void ItemctlWaitingTest::waitHoldsAlready()
-{
-    QElapsedTimer timer;
-    timer.start();
-    const Finished finished = itemctl({ "wait", "--json", "state=Off", "state!=3", "mod:enabled=false" });
-    QCOMPARE(finished.status, 0);
-    QVERIFY(timer.elapsed() < 10'000);
-    const auto items = nlohmann::json::parse(finished.out.toStdString());
-    QCOMPARE(items.size(), std::size_t(2));
-    QCOMPARE(items[0].value("text", ""), std::string("Off"));
-}
-
-void ItemctlWaitingTest::waitForSeveralTogether()
-{
-    const auto wait =
-        startWatching({ "wait", "--json", "state=DEMO_STATE_ON", "enabled=true", "--timeout", "60" });
-    QVERIFY(wait);
-    // Each holds for a while, but not together.
-    succeed({ "call", "write", "state=3" });
-    succeed({ "call", "write", "state=0" });
-    succeed({ "set", "enabled", "true" });
-    succeed({ "call", "write", "state=3" });
-    const Finished finished = finish(*wait);
-    QCOMPARE(finished.status, 0);
-    const auto items = nlohmann::json::parse(finished.out.toStdString());
-    QCOMPARE(items[0].value("value", -1), 3);
-    QCOMPARE(items[1].value("value", false), true);
-}
-
-void ItemctlWaitingTest::waitForApplicability()
-{
-    const auto wait =
-        startWatching({ "wait", "pin:applicable", "rowState:1:inapplicable", "--timeout", "60" });
-    QVERIFY(wait);
-    succeed({ "set", "enabled", "true" });
-    succeed({ "call", "write", "state=3" });
-    QCOMPARE(finish(*wait).status, 0);
-}
-
-void ItemctlWaitingTest::waitSaysWhatIsMissing()
-{
-    const Finished finished =
-        itemctl({ "wait", "state~^Gone", "enabled=false", "pin:applicable", "--timeout", "0.1" });
-    QCOMPARE(finished.status, 4);
-    QVERIFY2(finished.err.contains("state~^Gone does not hold, it is 0 (Off)"), qPrintable(finished.err));
-    QVERIFY2(finished.err.contains("pin:applicable does not hold, it does not apply"),
-             qPrintable(finished.err));
-    QVERIFY(!finished.err.contains("enabled"));
-    QCOMPARE(itemctl({ "wait", "state=Onn" }).status, 2);
-    QCOMPARE(itemctl({ "wait", "stat=On" }).status, 3);
-    QCOMPARE(itemctl({ "wait", "state" }).status, 2);
-}
-
-void ItemctlWaitingTest::waitSurvivesARestart()
-{
-    succeed({ "set", "enabled", "true" });
-    succeed({ "call", "write", "state=3" });
-    // About applicability: a value would be looked up in the enumeration first, which the end must not hit.
-    const auto wait = startWatching({ "wait", "pin:inapplicable", "--timeout", "60" });
-    QVERIFY(wait);
-    m_servers.kill();
-    QVERIFY(m_servers.start()); // it comes back enabled, but with its state off
-    QCOMPARE(finish(*wait).status, 0);
-}
 
 QTEST_GUILESS_MAIN(ItemctlWaitingTest)
 #include "ItemctlWaitingTest.moc"

@@ -7,21 +7,6 @@
 
 #include <QTest>
 
-class CompanionTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void nothingArrivedAtFirst();
-    void connectionsOfThePhoneArrive();
-    void peopleReadTheRecordExactly();
-
-private:
-    [[nodiscard]] QVariantMap record() const;
-
-    KELClientInterface m_bluetooth{ "tov.base.bluetoothlauncher", QDBusConnection::sessionBus() };
-    KELClientInterface m_companion{ "tov.base.sync_mobile_app", QDBusConnection::sessionBus() };
-};
-
 namespace {
 
 const QString Phone = "00:11:22:33:44:08";
@@ -29,50 +14,60 @@ constexpr qulonglong PhoneAddress = 0x001122334408;
 
 } // namespace
 
-QVariantMap CompanionTest::record() const
+class CompanionTest : public QObject
 {
-    const auto value = m_companion.get("deviceConnStatus");
-    return value ? qdbus_cast<QVariantMap>(*value) : QVariantMap();
-}
+    Q_OBJECT
 
-void CompanionTest::nothingArrivedAtFirst()
-{
-    const Finished get = run("itemctl", { "--server", "sync_mobile_app", "get", "deviceConnStatus" });
-    QCOMPARE(get.status, 1);
-    QCOMPARE(get.out, "");
-    QCOMPARE(get.err, "itemctl: deviceConnStatus has no value yet\n");
-}
-
-void CompanionTest::connectionsOfThePhoneArrive()
-{
-    const auto reads = [this](const char* item, int value) {
-        const auto found = m_bluetooth.get(item);
-        return found && found->toInt() == value;
-    };
-    QVERIFY(m_bluetooth.set("enabled", true));
-    QTRY_VERIFY(reads("status", 3));
-    QVERIFY(m_bluetooth.trigger("pair", Phone));
-    QTRY_VERIFY(reads("pairstate", 4));
-    QVERIFY(m_bluetooth.trigger("confirmcode", {}));
-    QTRY_VERIFY(reads("pairstate", 100));
-
-    for (const bool connected : { true, false, true }) {
-        QVERIFY(m_bluetooth.trigger(connected ? "connectAddr" : "disconnectAddr", Phone));
-        QTRY_COMPARE(record(),
-                     (QVariantMap{ { "deviceAddr", PhoneAddress }, { "deviceConnected", connected } }));
+private Q_SLOTS:
+    void nothingArrivedAtFirst()
+    {
+        const Finished get = run("itemctl", { "--server", "sync_mobile_app", "get", "deviceConnStatus" });
+        QCOMPARE(get.status, 1);
+        QCOMPARE(get.out, "");
+        QCOMPARE(get.err, "itemctl: deviceConnStatus has no value yet\n");
     }
-}
 
-void CompanionTest::peopleReadTheRecordExactly()
-{
-    // An address of all bits: whatever a person reads it with shows all its digits.
-    const QString item = ":result:sync_mobile_app:sync_mobile_reg_module:deviceConnStatus:";
-    QVERIFY(m_companion.set(item, QVariantMap{ { "deviceAddr", ~0ULL }, { "deviceConnected", true } }));
-    const Finished busctl = run("busctl",
-                                { "--user", "call", "tov.base.sync_mobile_app", "/tov/base/Items",
-                                  "tov.base.Items", "Get", "s", item });
-    QCOMPARE(busctl.out, "v a{sv} 2 \"deviceAddr\" t 18446744073709551615 \"deviceConnected\" b true\n");
-}
+    void connectionsOfThePhoneArrive()
+    {
+        const auto reads = [this](const char* item, int value) {
+            const auto found = m_bluetooth.get(item);
+            return found && found->toInt() == value;
+        };
+        QVERIFY(m_bluetooth.set("enabled", true));
+        QTRY_VERIFY(reads("status", 3));
+        QVERIFY(m_bluetooth.trigger("pair", Phone));
+        QTRY_VERIFY(reads("pairstate", 4));
+        QVERIFY(m_bluetooth.trigger("confirmcode", {}));
+        QTRY_VERIFY(reads("pairstate", 100));
+
+        for (const bool connected : { true, false, true }) {
+            QVERIFY(m_bluetooth.trigger(connected ? "connectAddr" : "disconnectAddr", Phone));
+            QTRY_COMPARE(record(),
+                         (QVariantMap{ { "deviceAddr", PhoneAddress }, { "deviceConnected", connected } }));
+        }
+    }
+
+    void peopleReadTheRecordExactly()
+    {
+        // An address of all bits: whatever a person reads it with shows all its digits.
+        const QString item = ":result:sync_mobile_app:sync_mobile_reg_module:deviceConnStatus:";
+        QVERIFY(m_companion.set(item, QVariantMap{ { "deviceAddr", ~0ULL }, { "deviceConnected", true } }));
+        const Finished busctl = run("busctl",
+                                    { "--user", "call", "tov.base.sync_mobile_app", "/tov/base/Items",
+                                      "tov.base.Items", "Get", "s", item });
+        QCOMPARE(busctl.out, "v a{sv} 2 \"deviceAddr\" t 18446744073709551615 \"deviceConnected\" b true\n");
+    }
+
+private:
+    [[nodiscard]] QVariantMap record() const
+    {
+        const auto value = m_companion.get("deviceConnStatus");
+        return value ? qdbus_cast<QVariantMap>(*value) : QVariantMap();
+    }
+
+    KELClientInterface m_bluetooth{ "tov.base.bluetoothlauncher", QDBusConnection::sessionBus() };
+    KELClientInterface m_companion{ "tov.base.sync_mobile_app", QDBusConnection::sessionBus() };
+};
 
 int main(int argc, char** argv)
 {

@@ -20,115 +20,107 @@ private Q_SLOTS:
     void init() { qputenv("BLUESIM_TIME_SCALE", Bluesim::Scale); }
     void cleanup() { qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address().toLocal8Bit()); }
 
-    void endsInOrder_data();
-    void endsInOrder();
-    void endsAlthoughTheSignalWasBlocked();
-    void refusesToStart_data();
-    void refusesToStart();
-    void leavesTheNameToTheFirst();
-    void endsWithTheBus();
+    void endsInOrder_data()
+    {
+        const Rows<int> row("number");
+        row("SIGTERM", SIGTERM);
+        row("SIGINT", SIGINT);
+    }
+
+    void endsInOrder()
+    {
+        QFETCH(int, number);
+        Bluesim sim;
+        QVERIFY(sim.switchOn());
+        QDBusServiceWatcher watcher(Bluesim::service(), QDBusConnection::systemBus(),
+                                    QDBusServiceWatcher::WatchForUnregistration);
+        QSignalSpy left(&watcher, &QDBusServiceWatcher::serviceUnregistered);
+        QSignalSpy status(sim.proxy.data(), &BluetoothIf::statusChanged);
+        QDBusPendingReply<> scanning = sim.proxy->Scan(); // in the middle of something
+        scanning.waitForFinished();
+
+        sim.process().signal(number);
+        QVERIFY(left.wait());
+        QCOMPARE(allCarried<int>(status), QList<int>{ 1 }); // told before the name went
+        QCOMPARE(sim.process().wait(5000ms), std::optional<int>(0));
+        QCOMPARE(sim.log(), QString());
+    }
+
+    // A parent that handles signals through a descriptor blocks them, and exec() keeps that.
+    void endsAlthoughTheSignalWasBlocked()
+    {
+        sigset_t blocked;
+        sigset_t before;
+        sigemptyset(&blocked);
+        sigaddset(&blocked, SIGTERM);
+        pthread_sigmask(SIG_BLOCK, &blocked, &before);
+        QProcess process;
+        process.start(BLUESIM, { "x", "1", "1" });
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        QTRY_VERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered(Bluesim::service()));
+        process.terminate();
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 0);
+    }
+
+    void refusesToStart_data()
+    {
+        const Rows<QStringList, QString, QString, int, QString> row("arguments", "variable", "value",
+                                                                    "status", "message");
+        const QStringList proper{ "x", "1", "1" };
+        const QString scale = "BLUESIM_TIME_SCALE";
+        row("no arguments", {}, scale, "20", 2, "usage: bluesim NAME 1 1");
+        row("too few", proper.mid(1), scale, "20", 2, "usage:");
+        row("too many", proper + proper, scale, "20", 2, "usage:");
+        row("time stands still", proper, scale, "0", 2, "BLUESIM_TIME_SCALE");
+        row("time is no number", proper, scale, "fast", 2, "\"fast\"");
+        row("scenario unknown", proper, "BLUESIM_SCENARIO", "no-such", 2, "BLUESIM_SCENARIO: ");
+        row("no bus", proper, "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1, "/nonexistent/bus");
+    }
+
+    void refusesToStart()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, variable);
+        QFETCH(QString, value);
+        QFETCH(QString, message);
+        const Finished sim = run(BLUESIM, arguments, { { { variable, value } }, false, {} });
+        QTEST(sim.status, "status");
+        QVERIFY2(sim.err.contains(message), qPrintable(sim.err));
+    }
+
+    void leavesTheNameToTheFirst()
+    {
+        Bluesim first;
+        QVERIFY(first.switchOn());
+        Bluesim second;
+        QCOMPARE(second.start(), 0);
+        QCOMPARE(second.process().wait(10000ms), std::optional<int>(1));
+        QVERIFY2(second.log().contains(
+                     QString("com.qarn.bluetooth is taken by process %1").arg(first.process().pid())),
+                 qPrintable(second.log()));
+        QCOMPARE(first.proxy->status(), 3);
+    }
+
+    void endsWithTheBus()
+    {
+        PrivateSystemBus bus;
+        QCOMPARE(bus.start(), QString());
+        const QString connectionName = "other bus";
+        QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), connectionName);
+        Bluesim sim;
+        QCOMPARE(sim.start(), 0);
+        QTRY_VERIFY(connection.interface()->isServiceRegistered(Bluesim::service()));
+        bus.stop();
+        QCOMPARE(sim.process().wait(10000ms), std::optional<int>(1));
+        QVERIFY2(sim.log().contains("the system bus is gone"), qPrintable(sim.log()));
+        QDBusConnection::disconnectFromBus(connectionName);
+    }
 
 private:
     PrivateSystemBus m_bus;
 };
-
-void BluesimProcessTest::endsInOrder_data()
-{
-    const Rows<int> row("number");
-    row("SIGTERM", SIGTERM);
-    row("SIGINT", SIGINT);
-}
-
-void BluesimProcessTest::endsInOrder()
-{
-    QFETCH(int, number);
-    Bluesim sim;
-    QVERIFY(sim.switchOn());
-    QDBusServiceWatcher watcher(Bluesim::service(), QDBusConnection::systemBus(),
-                                QDBusServiceWatcher::WatchForUnregistration);
-    QSignalSpy left(&watcher, &QDBusServiceWatcher::serviceUnregistered);
-    QSignalSpy status(sim.proxy.data(), &BluetoothIf::statusChanged);
-    QDBusPendingReply<> scanning = sim.proxy->Scan(); // in the middle of something
-    scanning.waitForFinished();
-
-    sim.process().signal(number);
-    QVERIFY(left.wait());
-    QCOMPARE(allCarried<int>(status), QList<int>{ 1 }); // told before the name went
-    QCOMPARE(sim.process().wait(5000ms), std::optional<int>(0));
-    QCOMPARE(sim.log(), QString());
-}
-
-// A parent that handles signals through a descriptor blocks them, and exec() keeps that.
-void BluesimProcessTest::endsAlthoughTheSignalWasBlocked()
-{
-    sigset_t blocked;
-    sigset_t before;
-    sigemptyset(&blocked);
-    sigaddset(&blocked, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &blocked, &before);
-    QProcess process;
-    process.start(BLUESIM, { "x", "1", "1" });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    QTRY_VERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered(Bluesim::service()));
-    process.terminate();
-    QVERIFY(process.waitForFinished());
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(process.exitCode(), 0);
-}
-
-void BluesimProcessTest::refusesToStart_data()
-{
-    const Rows<QStringList, QString, QString, int, QString> row("arguments", "variable", "value", "status",
-                                                                "message");
-    const QStringList proper{ "x", "1", "1" };
-    const QString scale = "BLUESIM_TIME_SCALE";
-    row("no arguments", {}, scale, "20", 2, "usage: bluesim NAME 1 1");
-    row("too few", proper.mid(1), scale, "20", 2, "usage:");
-    row("too many", proper + proper, scale, "20", 2, "usage:");
-    row("time stands still", proper, scale, "0", 2, "BLUESIM_TIME_SCALE");
-    row("time is no number", proper, scale, "fast", 2, "\"fast\"");
-    row("scenario unknown", proper, "BLUESIM_SCENARIO", "no-such", 2, "BLUESIM_SCENARIO: ");
-    row("no bus", proper, "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1, "/nonexistent/bus");
-}
-
-void BluesimProcessTest::refusesToStart()
-{
-    QFETCH(QStringList, arguments);
-    QFETCH(QString, variable);
-    QFETCH(QString, value);
-    QFETCH(QString, message);
-    const Finished sim = run(BLUESIM, arguments, { { { variable, value } }, false, {} });
-    QTEST(sim.status, "status");
-    QVERIFY2(sim.err.contains(message), qPrintable(sim.err));
-}
-
-void BluesimProcessTest::leavesTheNameToTheFirst()
-{
-    Bluesim first;
-    QVERIFY(first.switchOn());
-    Bluesim second;
-    QCOMPARE(second.start(), 0);
-    QCOMPARE(second.process().wait(10000ms), std::optional<int>(1));
-    QVERIFY2(second.log().contains(
-                 QString("com.qarn.bluetooth is taken by process %1").arg(first.process().pid())),
-             qPrintable(second.log()));
-    QCOMPARE(first.proxy->status(), 3);
-}
-
-void BluesimProcessTest::endsWithTheBus()
-{
-    PrivateSystemBus bus;
-    QCOMPARE(bus.start(), QString());
-    const QString connectionName = "other bus";
-    QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), connectionName);
-    Bluesim sim;
-    QCOMPARE(sim.start(), 0);
-    QTRY_VERIFY(connection.interface()->isServiceRegistered(Bluesim::service()));
-    bus.stop();
-    QCOMPARE(sim.process().wait(10000ms), std::optional<int>(1));
-    QVERIFY2(sim.log().contains("the system bus is gone"), qPrintable(sim.log()));
-    QDBusConnection::disconnectFromBus(connectionName);
-}
 
 QTEST_GUILESS_MAIN(BluesimProcessTest)
 #include "BluesimProcessTest.moc"

@@ -10,79 +10,74 @@ class SimulationClockTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void runsInTheOrderOfSimulatedTime_data();
-    void runsInTheOrderOfSimulatedTime();
-    void forgetsStepsOfWhatIsGone();
-    void canBeDriven();
-};
+    void runsInTheOrderOfSimulatedTime_data()
+    {
+        const Rows<double> row("scale");
+        row("nearly as slow as real", 2.0);
+        row("everything is due in one tick of the real timer", 10000.0);
+    }
 
-void SimulationClockTest::runsInTheOrderOfSimulatedTime_data()
-{
-    const Rows<double> row("scale");
-    row("nearly as slow as real", 2.0);
-    row("everything is due in one tick of the real timer", 10000.0);
-}
+    void runsInTheOrderOfSimulatedTime()
+    {
+        QFETCH(double, scale);
 
-void SimulationClockTest::runsInTheOrderOfSimulatedTime()
-{
-    QFETCH(double, scale);
-
-    bt::SimulationClock clock(scale);
-    QStringList order;
-    const auto note = [&order](const char* what) {
-        return [&order, what] {
-            order << QString::fromLatin1(what);
+        bt::SimulationClock clock(scale);
+        QStringList order;
+        const auto note = [&order](const char* what) {
+            return [&order, what] {
+                order << QString::fromLatin1(what);
+            };
         };
-    };
-    clock.after(75ms, this, note("75"));
-    clock.after(50ms, this, note("50"));
-    clock.after(25ms, this, [&] {
-        order << "25";
-        clock.after(24ms, this, note("25+24"));
-        clock.after(26ms, this, note("25+26"));
-    });
-    clock.after(50ms, this, note("50 again"));
-    QTRY_COMPARE(order, (QStringList{ "25", "25+24", "50", "50 again", "25+26", "75" }));
-}
+        clock.after(75ms, this, note("75"));
+        clock.after(50ms, this, note("50"));
+        clock.after(25ms, this, [&] {
+            order << "25";
+            clock.after(24ms, this, note("25+24"));
+            clock.after(26ms, this, note("25+26"));
+        });
+        clock.after(50ms, this, note("50 again"));
+        QTRY_COMPARE(order, (QStringList{ "25", "25+24", "50", "50 again", "25+26", "75" }));
+    }
 
-void SimulationClockTest::forgetsStepsOfWhatIsGone()
-{
-    bt::SimulationClock clock(100);
-    bool ran = false;
-    QObject early;
-    auto late = std::make_unique<QObject>();
-    clock.after(20ms, late.get(), [&ran] { ran = true; });
-    clock.after(10ms, &early, [&late] { late.reset(); });
-    bool last = false;
-    clock.after(30ms, this, [&last] { last = true; });
-    QTRY_VERIFY(last);
-    QVERIFY(!ran);
-}
+    void forgetsStepsOfWhatIsGone()
+    {
+        bt::SimulationClock clock(100);
+        bool ran = false;
+        QObject early;
+        auto late = std::make_unique<QObject>();
+        clock.after(20ms, late.get(), [&ran] { ran = true; });
+        clock.after(10ms, &early, [&late] { late.reset(); });
+        bool last = false;
+        clock.after(30ms, this, [&last] { last = true; });
+        QTRY_VERIFY(last);
+        QVERIFY(!ran);
+    }
 
-void SimulationClockTest::canBeDriven()
-{
-    bt::SimulationClock clock(1e6);
-    clock.pause();
-    const auto begin = clock.now();
-    QStringList order;
-    clock.after(10s, this, [&] {
-        order << "10";
-        clock.after(0s, this, [&] { order << "10+0"; });
-        clock.after(20s, this, [&] { order << "10+20"; });
-    });
-    QCoreApplication::processEvents(); // a million times faster it would be due, if it ran
-    QVERIFY(order.isEmpty());
-    clock.advance(10s);
-    QCOMPARE(order, (QStringList{ "10", "10+0" }));
-    QVERIFY(clock.now() - begin == 10s);
-    clock.advance(19s);
-    QCOMPARE(order.size(), 2);
-    clock.setScale(2e4);
-    QVERIFY(clock.isPaused() && clock.now() - begin == 29s);
-    clock.resume();
-    QTRY_COMPARE(order.size(), 3);
-    QVERIFY(clock.now() - begin >= 30s);
-}
+    void canBeDriven()
+    {
+        bt::SimulationClock clock(1e6);
+        clock.pause();
+        const auto begin = clock.now();
+        QStringList order;
+        clock.after(10s, this, [&] {
+            order << "10";
+            clock.after(0s, this, [&] { order << "10+0"; });
+            clock.after(20s, this, [&] { order << "10+20"; });
+        });
+        QCoreApplication::processEvents(); // a million times faster it would be due, if it ran
+        QVERIFY(order.isEmpty());
+        clock.advance(10s);
+        QCOMPARE(order, (QStringList{ "10", "10+0" }));
+        QVERIFY(clock.now() - begin == 10s);
+        clock.advance(19s);
+        QCOMPARE(order.size(), 2);
+        clock.setScale(2e4);
+        QVERIFY(clock.isPaused() && clock.now() - begin == 29s);
+        clock.resume();
+        QTRY_COMPARE(order.size(), 3);
+        QVERIFY(clock.now() - begin >= 30s);
+    }
+};
 
 QTEST_GUILESS_MAIN(SimulationClockTest)
 #include "SimulationClockTest.moc"

@@ -13,15 +13,118 @@ using ipc::ValueType;
 class ApplicabilityTest : public QObject
 {
     Q_OBJECT
+
 private Q_SLOTS:
-    void init();
-    void expressions_data();
-    void expressions();
-    void instancesFollowTheirRow();
-    void brokenExpressionsSayWhatIsWrong_data();
-    void brokenExpressionsSayWhatIsWrong();
-    void onlyAChangedInputLeadsToAnEvaluation();
-    void whatAModuleMadeInapplicableStaysSo();
+    void init()
+    {
+        m_items = std::make_unique<ModuleItems>("server", "module", [](const QString&) {});
+        const QVector<EnumValue> states{ { "Off", "S_OFF", 0 }, { "On", "S_ON", 3 } };
+        m_items->add({ ItemKind::Result, "state", QString(), ValueType::enumeration(states), 3 });
+        m_items->add({ ItemKind::Result, "name", QString(), ValueType::of(QString()), QString() });
+        m_items->add({ ItemKind::Config, "enabled", QString(), ValueType::of(false), true });
+        m_items->add({ ItemKind::Result, "row", QString(), ValueType::of(QString()), QString(), {}, 3 });
+    }
+
+    void expressions_data()
+    {
+        const Rows<QString, QString, bool> row("expression", "name", "applies");
+        row("enumeration", "res.state.value == res.state.enums.eS_ON", "", true);
+        row("other enumeration value", "res.state.value == res.state.enums.eS_OFF", "", false);
+        row("config", "(cfg.enabled.value)", "", true);
+        row("both", "((res.state.value == 3) && (cfg.enabled.value))&& ((1 == 2) || (3 == 3))", "", true);
+        row("empty text is empty", "res.name.value != \"\"", "", false);
+        row("empty text is loosely 0", "res.name.value != 0", "", false);
+        row("text 0 is loosely 0", "res.name.value != 0", "0", false);
+        row("text 0 is not empty", "res.name.value != \"\"", "0", true);
+        row("an address is no number", "res.name.value != 0", "12:34:56:78:9A:BC", true);
+        row("a number as text", "res.state.value == \"3\"", "", true);
+        row("names within texts are no inputs", "res.name.value == 'res.nix.value'", "res.nix.value", true);
+        row("literal", "true", "", true);
+        row("trailing comment", "true // always", "", true);
+    }
+
+    void expressions()
+    {
+        QFETCH(QString, expression);
+        QFETCH(QString, name);
+        set("name", name);
+        QTEST(addItem("x", expression).isApplicable(), "applies");
+    }
+
+    void instancesFollowTheirRow()
+    {
+        QStringList rows;
+        for (int i = 0; i < 3; ++i)
+            rows << QString("res.row_%1.value != \"\"").arg(i);
+        const auto details = m_items->add({ ItemKind::Result, "detail", QString(), ValueType::of(QString()),
+                                            QString(), ModuleItems::joinExpressions(rows), 3 });
+        set("row:1", "there");
+        QVERIFY(!details[0]->isApplicable());
+        QVERIFY(details[1]->isApplicable());
+        QVERIFY(!details[2]->isApplicable());
+    }
+
+    void brokenExpressionsSayWhatIsWrong_data()
+    {
+        const Rows<QString, QString> row("expression", "message");
+        row("does not compile",
+            "(res.state.value ==", ":x: never applies; its expression .*does not compile");
+        row("a statement", "var a = 1", ":x: never applies; its expression .*does not compile");
+        row("unknown result", "cfg.enabled.value || res.nix.value", "names nix at character 22, .*no result");
+        row("unknown config", "cfg.state.value", "names state at character 1, .*no config");
+        row("unknown instance", "res.row_3.value", "names row_3 at character 1");
+        row("fails when evaluated", "res.state.nix.nix", ":x: does not apply; its expression .*failed");
+    }
+
+    void brokenExpressionsSayWhatIsWrong()
+    {
+        QFETCH(QString, expression);
+        QFETCH(QString, message);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(message));
+        Item& item = addItem("x", expression);
+        m_items->checkExpressions();
+        QVERIFY(!item.isApplicable());
+        QVERIFY(!item.isApplicable()); // and says it once
+    }
+
+    void onlyAChangedInputLeadsToAnEvaluation()
+    {
+        // The expression counts its own evaluations in an object that the engine keeps.
+        Item& item = addItem("x", "res.state.count = (res.state.count || 0) + 1");
+        auto evaluations = [&, probe = 0]() mutable {
+            const QString id = QString("probe%1").arg(++probe);
+            for (int count = 0; count < 10; ++count) {
+                const QString expression = QString("res.state.count == %1").arg(count);
+                if (addItem(id + QString::number(count), expression).isApplicable())
+                    return count;
+            }
+            return 0;
+        };
+        set("state", 0);
+        QCOMPARE(evaluations(), 0); // nobody asked
+        QVERIFY(item.isApplicable());
+        QVERIFY(item.isApplicable());
+        set("name", "no input of it");
+        set("state", 0); // the value that it has
+        QVERIFY(item.isApplicable());
+        set("state", 3);
+        set("state", 0);
+        set("state", 3);
+        QVERIFY(item.isApplicable());
+        // A probe's expression is compiled anew for each text, so one list of probes is enough.
+        QCOMPARE(evaluations(), 2);
+    }
+
+    void whatAModuleMadeInapplicableStaysSo()
+    {
+        Item& item = addItem("x", "cfg.enabled.value");
+        item.setApplicable(false, true);
+        QVERIFY(!item.isApplicable());
+        item.setApplicable(true, true);
+        QVERIFY(item.isApplicable());
+        m_items->find(ItemKind::Config, "enabled")->store(false, true);
+        QVERIFY(!item.isApplicable());
+    }
 
 private:
     Item& addItem(const QString& id, const QString& applicability)
@@ -38,116 +141,6 @@ private:
 
     std::unique_ptr<ModuleItems> m_items;
 };
-
-void ApplicabilityTest::init()
-{
-    m_items = std::make_unique<ModuleItems>("server", "module", [](const QString&) {});
-    const QVector<EnumValue> states{ { "Off", "S_OFF", 0 }, { "On", "S_ON", 3 } };
-    m_items->add({ ItemKind::Result, "state", QString(), ValueType::enumeration(states), 3 });
-    m_items->add({ ItemKind::Result, "name", QString(), ValueType::of(QString()), QString() });
-    m_items->add({ ItemKind::Config, "enabled", QString(), ValueType::of(false), true });
-    m_items->add({ ItemKind::Result, "row", QString(), ValueType::of(QString()), QString(), {}, 3 });
-}
-
-void ApplicabilityTest::expressions_data()
-{
-    const Rows<QString, QString, bool> row("expression", "name", "applies");
-    row("enumeration", "res.state.value == res.state.enums.eS_ON", "", true);
-    row("other enumeration value", "res.state.value == res.state.enums.eS_OFF", "", false);
-    row("config", "(cfg.enabled.value)", "", true);
-    row("both", "((res.state.value == 3) && (cfg.enabled.value))&& ((1 == 2) || (3 == 3))", "", true);
-    row("empty text is empty", "res.name.value != \"\"", "", false);
-    row("empty text is loosely 0", "res.name.value != 0", "", false);
-    row("text 0 is loosely 0", "res.name.value != 0", "0", false);
-    row("text 0 is not empty", "res.name.value != \"\"", "0", true);
-    row("an address is no number", "res.name.value != 0", "12:34:56:78:9A:BC", true);
-    row("a number as text", "res.state.value == \"3\"", "", true);
-    row("names within texts are no inputs", "res.name.value == 'res.nix.value'", "res.nix.value", true);
-    row("literal", "true", "", true);
-    row("trailing comment", "true // always", "", true);
-}
-
-void ApplicabilityTest::expressions()
-{
-    QFETCH(QString, expression);
-    QFETCH(QString, name);
-    set("name", name);
-    QTEST(addItem("x", expression).isApplicable(), "applies");
-}
-
-void ApplicabilityTest::instancesFollowTheirRow()
-{
-    QStringList rows;
-    for (int i = 0; i < 3; ++i)
-        rows << QString("res.row_%1.value != \"\"").arg(i);
-    const auto details = m_items->add({ ItemKind::Result, "detail", QString(), ValueType::of(QString()),
-                                        QString(), ModuleItems::joinExpressions(rows), 3 });
-    set("row:1", "there");
-    QVERIFY(!details[0]->isApplicable());
-    QVERIFY(details[1]->isApplicable());
-    QVERIFY(!details[2]->isApplicable());
-}
-
-void ApplicabilityTest::brokenExpressionsSayWhatIsWrong_data()
-{
-    const Rows<QString, QString> row("expression", "message");
-    row("does not compile", "(res.state.value ==", ":x: never applies; its expression .*does not compile");
-    row("a statement", "var a = 1", ":x: never applies; its expression .*does not compile");
-    row("unknown result", "cfg.enabled.value || res.nix.value", "names nix at character 22, .*no result");
-    row("unknown config", "cfg.state.value", "names state at character 1, .*no config");
-    row("unknown instance", "res.row_3.value", "names row_3 at character 1");
-    row("fails when evaluated", "res.state.nix.nix", ":x: does not apply; its expression .*failed");
-}
-
-void ApplicabilityTest::brokenExpressionsSayWhatIsWrong()
-{
-    QFETCH(QString, expression);
-    QFETCH(QString, message);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(message));
-    Item& item = addItem("x", expression);
-    m_items->checkExpressions();
-    QVERIFY(!item.isApplicable());
-    QVERIFY(!item.isApplicable()); // and says it once
-}
-
-void ApplicabilityTest::onlyAChangedInputLeadsToAnEvaluation()
-{
-    // The expression counts its own evaluations in an object that the engine keeps.
-    Item& item = addItem("x", "res.state.count = (res.state.count || 0) + 1");
-    auto evaluations = [&, probe = 0]() mutable {
-        const QString id = QString("probe%1").arg(++probe);
-        for (int count = 0; count < 10; ++count) {
-            const QString expression = QString("res.state.count == %1").arg(count);
-            if (addItem(id + QString::number(count), expression).isApplicable())
-                return count;
-        }
-        return 0;
-    };
-    set("state", 0);
-    QCOMPARE(evaluations(), 0); // nobody asked
-    QVERIFY(item.isApplicable());
-    QVERIFY(item.isApplicable());
-    set("name", "no input of it");
-    set("state", 0); // the value that it has
-    QVERIFY(item.isApplicable());
-    set("state", 3);
-    set("state", 0);
-    set("state", 3);
-    QVERIFY(item.isApplicable());
-    // A probe's expression is compiled anew for each text, so one list of probes is enough.
-    QCOMPARE(evaluations(), 2);
-}
-
-void ApplicabilityTest::whatAModuleMadeInapplicableStaysSo()
-{
-    Item& item = addItem("x", "cfg.enabled.value");
-    item.setApplicable(false, true);
-    QVERIFY(!item.isApplicable());
-    item.setApplicable(true, true);
-    QVERIFY(item.isApplicable());
-    m_items->find(ItemKind::Config, "enabled")->store(false, true);
-    QVERIFY(!item.isApplicable());
-}
 
 QTEST_GUILESS_MAIN(ApplicabilityTest)
 #include "ApplicabilityTest.moc"

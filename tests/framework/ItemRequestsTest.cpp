@@ -5,25 +5,6 @@
 #include <QDBusMessage>
 #include <QTest>
 
-/// What a server answers to single requests: names, refusals and limits.
-class ItemRequestsTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void initTestCase();
-
-    void namesOfItems_data();
-    void namesOfItems();
-    void refusedRequests_data();
-    void refusedRequests();
-    void limitsOfRequests_data();
-    void limitsOfRequests();
-
-private:
-    DemoServers m_demo;
-    std::unique_ptr<KELClientInterface> m_client;
-};
-
 namespace {
 
 QDBusMessage call(const QString& method, const QVariantList& arguments)
@@ -36,144 +17,157 @@ QDBusMessage call(const QString& method, const QVariantList& arguments)
 
 } // namespace
 
-void ItemRequestsTest::initTestCase()
+/// What a server answers to single requests: names, refusals and limits.
+class ItemRequestsTest : public QObject
 {
-    QCOMPARE(m_demo.startBus(), QString());
-    QVERIFY(m_demo.start());
-    m_client = std::make_unique<KELClientInterface>(DemoBusName, QDBusConnection::sessionBus());
-}
+    Q_OBJECT
 
-void ItemRequestsTest::namesOfItems_data()
-{
-    const Rows<QString, QString> row("name", "address");
-    row("id", "state", ":result:demo:mod:state:");
-    row("module and id", "mod:state", ":result:demo:mod:state:");
-    row("full address", ":config:demo:mod:volume:", ":config:demo:mod:volume:");
-    row("instance", "rowName:3", ":result:demo:mod:rowName:3:");
-    row("instance with module", "mod:rowName:0", ":result:demo:mod:rowName:0:");
-    row("instance, full address", ":result:demo:mod:rowName:2:", ":result:demo:mod:rowName:2:");
-    row("action", "echo", ":action:demo:mod:echo:");
-}
-
-void ItemRequestsTest::namesOfItems()
-{
-    QFETCH(QString, name);
-    const auto description = m_client->describe(name);
-    QVERIFY2(description, qPrintable(description.error().message));
-    QTEST(description->value("address").toString(), "address");
-}
-
-void ItemRequestsTest::refusedRequests_data()
-{
-    const Rows<QString, QVariantList, QString, QString> row("method", "arguments", "error", "text");
-    const auto set = [](const char* item, const QVariant& value) {
-        return QVariantList{ QString::fromLatin1(item), QVariant::fromValue(QDBusVariant(value)) };
-    };
-    row("no such item", "Get", { "nix" }, "NoSuchItem", "\"nix\"");
-    row("other case", "Get", { "State" }, "NoSuchItem", "\"State\"");
-    row("other server's address", "Get", { ":result:other:mod:state:" }, "NoSuchItem", "other");
-    row("no fifth row", "Get", { "rowName:4" }, "NoSuchItem", "rowName:4");
-    row("list without index", "Get", { "rowName" }, "NoSuchItem", "rowName");
-    row("several items", "Get", { "volume" }, "AmbiguousItem", ":config:demo:mod:volume:, :result:");
-    row("action has no value", "Get", { "echo" }, "NoValue", "Trigger");
-    row("never written", "Get", { "record" }, "NoValue", ":record:");
-    row("result", "Set", set("state", 3), "ReadOnly", ":result:demo:mod:state:");
-    row("too long", "Set", set("pin", "123456789"), "InvalidValue", "9 characters, 4 to 8");
-    row("pattern", "Set", set("pin", "12a45"), "InvalidValue", "[0-9]{4,8}");
-    row("wrong type", "Set", set(":config:demo:mod:volume:", "loud"), "InvalidValue", "whole number");
-    row("not an action", "Trigger", { "state", "" }, "NotAnAction", ":state:");
-    row("text for none", "Trigger", { "fork", "x" }, "InvalidValue", "takes no text");
-    row("long value", "Set", set(":config:demo:mod:volume:", QString(60'000, 'x')), "InvalidValue",
-        "xxx…\" does not fit");
-    const QString unknownMethod = "org.freedesktop.DBus.Error.UnknownMethod";
-    row("other signature", "Get", { 3 }, unknownMethod, "signature 'i'");
-    row("an argument too many", "List", { QStringList(), 1 }, unknownMethod, "'asi'");
-    row("no argument", "Set", {}, unknownMethod, "Set");
-}
-
-void ItemRequestsTest::refusedRequests()
-{
-    QFETCH(QString, method);
-    QFETCH(QVariantList, arguments);
-    QFETCH(QString, error);
-    QFETCH(QString, text);
-    const QDBusMessage reply = call(method, arguments);
-    QCOMPARE(reply.errorName(), error.contains('.') ? error : "tov.base.Error." + error);
-    QVERIFY2(reply.errorMessage().contains(text), qPrintable(reply.errorMessage()));
-    // And nothing was stored by it.
-    QCOMPARE(*m_client->get("pin"), QVariant("5190"));
-    QCOMPARE(*m_client->get(":config:demo:mod:volume:"), QVariant(5));
-}
-
-void ItemRequestsTest::limitsOfRequests_data()
-{
-    // "limit" is a part of the error's text; empty for a request that is accepted.
-    const Rows<QString, QVariantList, QString> row("method", "arguments", "limit");
-    const auto text = [](int length) {
-        return QString(length, 'x');
-    };
-    const auto record = [](const QVariant& value) {
-        return QVariantList{ "record", QVariant::fromValue(QDBusVariant(value)) };
-    };
-    const auto nested = [](int records) {
-        QVariant value = 1;
-        for (int i = 0; i < records; ++i)
-            value = QVariantMap{ { "in", value } };
-        return value;
-    };
-    const auto patterns = [](const QStringList& all) {
-        return QVariantList{ all };
-    };
-    QStringList tooMany;
-    for (int i = 0; i < 65; ++i)
-        tooMany << "rowName";
-
-    for (const char* method : { "Get", "Describe" })
-        QTest::addRow("name, %s", method) << method << QVariantList{ text(257) } << "at most 256";
-    row("name, Set", "Set", { text(1'000'000), QVariant::fromValue(QDBusVariant(1)) },
-        "has 1000000 characters; at most 256");
-    row("name, Trigger", "Trigger", { text(257), text(1) }, "at most 256");
-    for (const char* method : { "List", "Watch" }) {
-        QTest::addRow("patterns, %s", method) << method << patterns(tooMany.mid(1)) << QString();
-        QTest::addRow("patterns, too many, %s", method) << method << patterns(tooMany) << "at most 64";
-        QTest::addRow("pattern, %s", method) << method << patterns({ text(256) }) << QString();
-        QTest::addRow("pattern, too long, %s", method) << method << patterns({ text(257) }) << "at most 256";
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QCOMPARE(m_demo.startBus(), QString());
+        QVERIFY(m_demo.start());
+        m_client = std::make_unique<KELClientInterface>(DemoBusName, QDBusConnection::sessionBus());
     }
-    row("action text", "Trigger", { "echo", text(65536) }, "");
-    row("action text, too long", "Trigger", { "echo", text(65537) }, "at most 65536");
-    row("text", "Set", record(text(65536)), "");
-    row("text, too long", "Set", record(text(65537)), "more than 65536 characters");
-    row("text for a number", "Set", { "mod:enabled", QVariant::fromValue(QDBusVariant(text(65537))) },
-        "more than 65536 characters");
-    row("bytes, too many", "Set", record(QByteArray(65537, 'x')), "more than 65536");
-    row("texts together", "Set", record(QStringList{ text(65536), text(1) }), "more than 65536 characters");
-    row("depth", "Set", record(nested(4)), "");
-    row("too deep", "Set", record(nested(5)), "deeper than 8 levels");
-    row("far too deep", "Set", record(nested(15)), "deeper than 8 levels");
-    row("many values", "Set", record(QStringList(tooMany + tooMany)), "");
-    row("too many values", "Set", record(QVariant::fromValue(QList<int>(QVector<int>(1024).toList()))),
-        "more than 1024");
-    row("too many texts", "Set", record(QStringList(QVector<QString>(1024).toList())), "more than 1024");
-    QVariantMap wide;
-    for (int i = 0; i < 400; ++i)
-        wide.insert(QString::number(i), i);
-    row("too many keys", "Set", record(wide), "more than 1024");
-}
 
-void ItemRequestsTest::limitsOfRequests()
-{
-    QFETCH(QString, method);
-    QFETCH(QVariantList, arguments);
-    QFETCH(QString, limit);
-    const QDBusMessage reply = call(method, arguments);
-    if (limit.isEmpty()) {
-        QVERIFY2(reply.type() == QDBusMessage::ReplyMessage, qPrintable(reply.errorMessage()));
-        return;
+    void namesOfItems_data()
+    {
+        const Rows<QString, QString> row("name", "address");
+        row("id", "state", ":result:demo:mod:state:");
+        row("module and id", "mod:state", ":result:demo:mod:state:");
+        row("full address", ":config:demo:mod:volume:", ":config:demo:mod:volume:");
+        row("instance", "rowName:3", ":result:demo:mod:rowName:3:");
+        row("instance with module", "mod:rowName:0", ":result:demo:mod:rowName:0:");
+        row("instance, full address", ":result:demo:mod:rowName:2:", ":result:demo:mod:rowName:2:");
+        row("action", "echo", ":action:demo:mod:echo:");
     }
-    QCOMPARE(reply.errorName(), "tov.base.Error.LimitExceeded");
-    QVERIFY2(reply.errorMessage().contains(limit), qPrintable(reply.errorMessage()));
-    QVERIFY2(reply.errorMessage().size() < 300, "the error repeats what was too long");
-}
+
+    void namesOfItems()
+    {
+        QFETCH(QString, name);
+        const auto description = m_client->describe(name);
+        QVERIFY2(description, qPrintable(description.error().message));
+        QTEST(description->value("address").toString(), "address");
+    }
+
+    void refusedRequests_data()
+    {
+        const Rows<QString, QVariantList, QString, QString> row("method", "arguments", "error", "text");
+        const auto set = [](const char* item, const QVariant& value) {
+            return QVariantList{ QString::fromLatin1(item), QVariant::fromValue(QDBusVariant(value)) };
+        };
+        row("no such item", "Get", { "nix" }, "NoSuchItem", "\"nix\"");
+        row("other case", "Get", { "State" }, "NoSuchItem", "\"State\"");
+        row("other server's address", "Get", { ":result:other:mod:state:" }, "NoSuchItem", "other");
+        row("no fifth row", "Get", { "rowName:4" }, "NoSuchItem", "rowName:4");
+        row("list without index", "Get", { "rowName" }, "NoSuchItem", "rowName");
+        row("several items", "Get", { "volume" }, "AmbiguousItem", ":config:demo:mod:volume:, :result:");
+        row("action has no value", "Get", { "echo" }, "NoValue", "Trigger");
+        row("never written", "Get", { "record" }, "NoValue", ":record:");
+        row("result", "Set", set("state", 3), "ReadOnly", ":result:demo:mod:state:");
+        row("too long", "Set", set("pin", "123456789"), "InvalidValue", "9 characters, 4 to 8");
+        row("pattern", "Set", set("pin", "12a45"), "InvalidValue", "[0-9]{4,8}");
+        row("wrong type", "Set", set(":config:demo:mod:volume:", "loud"), "InvalidValue", "whole number");
+        row("not an action", "Trigger", { "state", "" }, "NotAnAction", ":state:");
+        row("text for none", "Trigger", { "fork", "x" }, "InvalidValue", "takes no text");
+        row("long value", "Set", set(":config:demo:mod:volume:", QString(60'000, 'x')), "InvalidValue",
+            "xxx…\" does not fit");
+        const QString unknownMethod = "org.freedesktop.DBus.Error.UnknownMethod";
+        row("other signature", "Get", { 3 }, unknownMethod, "signature 'i'");
+        row("an argument too many", "List", { QStringList(), 1 }, unknownMethod, "'asi'");
+        row("no argument", "Set", {}, unknownMethod, "Set");
+    }
+
+    void refusedRequests()
+    {
+        QFETCH(QString, method);
+        QFETCH(QVariantList, arguments);
+        QFETCH(QString, error);
+        QFETCH(QString, text);
+        const QDBusMessage reply = call(method, arguments);
+        QCOMPARE(reply.errorName(), error.contains('.') ? error : "tov.base.Error." + error);
+        QVERIFY2(reply.errorMessage().contains(text), qPrintable(reply.errorMessage()));
+        // And nothing was stored by it.
+        QCOMPARE(*m_client->get("pin"), QVariant("5190"));
+        QCOMPARE(*m_client->get(":config:demo:mod:volume:"), QVariant(5));
+    }
+
+    void limitsOfRequests_data()
+    {
+        // "limit" is a part of the error's text; empty for a request that is accepted.
+        const Rows<QString, QVariantList, QString> row("method", "arguments", "limit");
+        const auto text = [](int length) {
+            return QString(length, 'x');
+        };
+        const auto record = [](const QVariant& value) {
+            return QVariantList{ "record", QVariant::fromValue(QDBusVariant(value)) };
+        };
+        const auto nested = [](int records) {
+            QVariant value = 1;
+            for (int i = 0; i < records; ++i)
+                value = QVariantMap{ { "in", value } };
+            return value;
+        };
+        const auto patterns = [](const QStringList& all) {
+            return QVariantList{ all };
+        };
+        QStringList tooMany;
+        for (int i = 0; i < 65; ++i)
+            tooMany << "rowName";
+
+        for (const char* method : { "Get", "Describe" })
+            QTest::addRow("name, %s", method) << method << QVariantList{ text(257) } << "at most 256";
+        row("name, Set", "Set", { text(1'000'000), QVariant::fromValue(QDBusVariant(1)) },
+            "has 1000000 characters; at most 256");
+        row("name, Trigger", "Trigger", { text(257), text(1) }, "at most 256");
+        for (const char* method : { "List", "Watch" }) {
+            QTest::addRow("patterns, %s", method) << method << patterns(tooMany.mid(1)) << QString();
+            QTest::addRow("patterns, too many, %s", method) << method << patterns(tooMany) << "at most 64";
+            QTest::addRow("pattern, %s", method) << method << patterns({ text(256) }) << QString();
+            QTest::addRow("pattern, too long, %s", method)
+                << method << patterns({ text(257) }) << "at most 256";
+        }
+        row("action text", "Trigger", { "echo", text(65536) }, "");
+        row("action text, too long", "Trigger", { "echo", text(65537) }, "at most 65536");
+        row("text", "Set", record(text(65536)), "");
+        row("text, too long", "Set", record(text(65537)), "more than 65536 characters");
+        row("text for a number", "Set", { "mod:enabled", QVariant::fromValue(QDBusVariant(text(65537))) },
+            "more than 65536 characters");
+        row("bytes, too many", "Set", record(QByteArray(65537, 'x')), "more than 65536");
+        row("texts together", "Set", record(QStringList{ text(65536), text(1) }),
+            "more than 65536 characters");
+        row("depth", "Set", record(nested(4)), "");
+        row("too deep", "Set", record(nested(5)), "deeper than 8 levels");
+        row("far too deep", "Set", record(nested(15)), "deeper than 8 levels");
+        row("many values", "Set", record(QStringList(tooMany + tooMany)), "");
+        row("too many values", "Set", record(QVariant::fromValue(QList<int>(QVector<int>(1024).toList()))),
+            "more than 1024");
+        row("too many texts", "Set", record(QStringList(QVector<QString>(1024).toList())), "more than 1024");
+        QVariantMap wide;
+        for (int i = 0; i < 400; ++i)
+            wide.insert(QString::number(i), i);
+        row("too many keys", "Set", record(wide), "more than 1024");
+    }
+
+    void limitsOfRequests()
+    {
+        QFETCH(QString, method);
+        QFETCH(QVariantList, arguments);
+        QFETCH(QString, limit);
+        const QDBusMessage reply = call(method, arguments);
+        if (limit.isEmpty()) {
+            QVERIFY2(reply.type() == QDBusMessage::ReplyMessage, qPrintable(reply.errorMessage()));
+            return;
+        }
+        QCOMPARE(reply.errorName(), "tov.base.Error.LimitExceeded");
+        QVERIFY2(reply.errorMessage().contains(limit), qPrintable(reply.errorMessage()));
+        QVERIFY2(reply.errorMessage().size() < 300, "the error repeats what was too long");
+    }
+
+private:
+    DemoServers m_demo;
+    std::unique_ptr<KELClientInterface> m_client;
+};
 
 QTEST_GUILESS_MAIN(ItemRequestsTest)
 #include "ItemRequestsTest.moc"

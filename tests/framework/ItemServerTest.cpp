@@ -11,35 +11,6 @@
 using ipc::ClientError;
 using ipc::ItemRecords;
 
-/// A real server process on a real bus, as its clients meet it.
-class ItemServerTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
-    void valuesKeepTheirType();
-    void actionsAnswer();
-    void oneSignalCarriesOnlyWhatChanged();
-    void watchersHearOfApplicability();
-    void observedWritesAreAnnouncedEachTime();
-    void configsSurviveARestartAndAKill();
-    void aForkedCopyLeavesSilently();
-    void aSecondServerOfTheSameNameIsRefused();
-    void anAbsentOrSilentServerIsTold();
-    void sharedClientsAreSharedAndOnlyOfWhatIsThere();
-    void recordsOfOtherModulesTravel();
-
-private:
-    /// All values changed by the time that the predicate's item shows up.
-    static QVariantMap changeOf(const QList<QVariant>& signal, const QString& address);
-
-    DemoServers m_demo;
-    std::unique_ptr<KELClientInterface> m_client;
-};
-
 namespace {
 
 QStringList addresses(const ItemRecords& records)
@@ -52,165 +23,175 @@ QStringList addresses(const ItemRecords& records)
 
 } // namespace
 
-void ItemServerTest::initTestCase()
+/// A real server process on a real bus, as its clients meet it.
+class ItemServerTest : public QObject
 {
-    QCOMPARE(m_demo.startBus(), QString());
-}
+    Q_OBJECT
 
-void ItemServerTest::init()
-{
-    QVERIFY(m_demo.start());
-    m_client = std::make_unique<KELClientInterface>(DemoBusName, QDBusConnection::sessionBus());
-}
+private Q_SLOTS:
+    void initTestCase() { QCOMPARE(m_demo.startBus(), QString()); }
 
-void ItemServerTest::cleanup()
-{
-    m_client.reset();
-    m_demo.end();
-    m_demo.removeState();
-}
+    void init()
+    {
+        QVERIFY(m_demo.start());
+        m_client = std::make_unique<KELClientInterface>(DemoBusName, QDBusConnection::sessionBus());
+    }
 
-void ItemServerTest::valuesKeepTheirType()
-{
-    QCOMPARE(*m_client->get("serial"), QVariant(18446744073709551615ULL));
-    QCOMPARE(*m_client->get("enabled"), QVariant(false));
-    QCOMPARE(*m_client->get("state"), QVariant(0));
-    const auto description = m_client->describe("state");
-    const auto values = qdbus_cast<ipc::EnumValues>(description->value("enumeration"));
-    QCOMPARE(values.size(), 3);
-    QCOMPARE(values.last().symbol, "DEMO_STATE_FAILED");
-    QCOMPARE(description->value("text").toString(), "Off");
-}
+    void cleanup()
+    {
+        m_client.reset();
+        m_demo.end();
+        m_demo.removeState();
+    }
 
-void ItemServerTest::actionsAnswer()
-{
-    QCOMPARE(*m_client->trigger("echo", "grüße\n"), "grüße\n");
-    QCOMPARE(*m_client->trigger("echo", QString()), QString());
-}
+    void valuesKeepTheirType()
+    {
+        QCOMPARE(*m_client->get("serial"), QVariant(18446744073709551615ULL));
+        QCOMPARE(*m_client->get("enabled"), QVariant(false));
+        QCOMPARE(*m_client->get("state"), QVariant(0));
+        const auto description = m_client->describe("state");
+        const auto values = qdbus_cast<ipc::EnumValues>(description->value("enumeration"));
+        QCOMPARE(values.size(), 3);
+        QCOMPARE(values.last().symbol, "DEMO_STATE_FAILED");
+        QCOMPARE(description->value("text").toString(), "Off");
+    }
 
-QVariantMap ItemServerTest::changeOf(const QList<QVariant>& signal, const QString& address)
-{
-    for (const ipc::ItemRecord& record : signal.first().value<ItemRecords>())
-        if (record.address == address)
-            return record.properties;
-    return {};
-}
+    void actionsAnswer()
+    {
+        QCOMPARE(*m_client->trigger("echo", "grüße\n"), "grüße\n");
+        QCOMPARE(*m_client->trigger("echo", QString()), QString());
+    }
 
-void ItemServerTest::oneSignalCarriesOnlyWhatChanged()
-{
-    QVERIFY(m_client->watch());
-    QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
-    QVERIFY(m_client->trigger("writemany", "first"));
-    QVERIFY(changed.wait());
-    // The same once more changes nothing; what follows is therefore the next signal.
-    QVERIFY(m_client->trigger("writemany", "first"));
-    QVERIFY(m_client->trigger("write", "state=3"));
-    QTRY_COMPARE(changed.size(), 2);
-    QCOMPARE(addresses(changed[0].first().value<ItemRecords>()), QStringList(":result:demo:mod:rowName:0:"));
-    QCOMPARE(addresses(changed[1].first().value<ItemRecords>()), QStringList(":result:demo:mod:state:"));
-    const QVariantMap state = changeOf(changed[1], ":result:demo:mod:state:");
-    QCOMPARE(state, (QVariantMap{ { "value", 3 }, { "text", "On" } }));
-}
+    void oneSignalCarriesOnlyWhatChanged()
+    {
+        QVERIFY(m_client->watch());
+        QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
+        QVERIFY(m_client->trigger("writemany", "first"));
+        QVERIFY(changed.wait());
+        // The same once more changes nothing; what follows is therefore the next signal.
+        QVERIFY(m_client->trigger("writemany", "first"));
+        QVERIFY(m_client->trigger("write", "state=3"));
+        QTRY_COMPARE(changed.size(), 2);
+        QCOMPARE(addresses(changed[0].first().value<ItemRecords>()),
+                 QStringList(":result:demo:mod:rowName:0:"));
+        QCOMPARE(addresses(changed[1].first().value<ItemRecords>()), QStringList(":result:demo:mod:state:"));
+        const QVariantMap state = changeOf(changed[1], ":result:demo:mod:state:");
+        QCOMPARE(state, (QVariantMap{ { "value", 3 }, { "text", "On" } }));
+    }
 
-void ItemServerTest::watchersHearOfApplicability()
-{
-    QVERIFY(m_client->trigger("writemany", "somebody"));
-    const auto snapshot = m_client->watch({ "rowName" });
-    QCOMPARE(snapshot->items.size(), 4);
-    QCOMPARE(snapshot->items.first().properties.value("applicable"), QVariant(false));
-    QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
-    QVERIFY(m_client->set("enabled", true));
-    QVERIFY(changed.wait());
-    // Its own value, and the row that is filled: name and state of it; no other row.
-    QCOMPARE(addresses(changed.first().first().value<ItemRecords>()),
-             QStringList({ ":config:demo:mod:enabled:", ":result:demo:mod:rowName:0:",
-                           ":result:demo:mod:rowState:0:" }));
-    QCOMPARE(changeOf(changed.first(), ":result:demo:mod:rowState:0:"),
-             (QVariantMap{ { "applicable", true } }));
-}
+    void watchersHearOfApplicability()
+    {
+        QVERIFY(m_client->trigger("writemany", "somebody"));
+        const auto snapshot = m_client->watch({ "rowName" });
+        QCOMPARE(snapshot->items.size(), 4);
+        QCOMPARE(snapshot->items.first().properties.value("applicable"), QVariant(false));
+        QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
+        QVERIFY(m_client->set("enabled", true));
+        QVERIFY(changed.wait());
+        // Its own value, and the row that is filled: name and state of it; no other row.
+        QCOMPARE(addresses(changed.first().first().value<ItemRecords>()),
+                 QStringList({ ":config:demo:mod:enabled:", ":result:demo:mod:rowName:0:",
+                               ":result:demo:mod:rowState:0:" }));
+        QCOMPARE(changeOf(changed.first(), ":result:demo:mod:rowState:0:"),
+                 (QVariantMap{ { "applicable", true } }));
+    }
 
-void ItemServerTest::observedWritesAreAnnouncedEachTime()
-{
-    for (const bool value : { true, true, false })
-        QVERIFY(m_client->set("enabled", value));
-    QVERIFY(m_client->set("pin", "1234")); // not observed
-    m_demo.end();
-    const QString output = QString::fromUtf8(m_demo.process().readAll());
-    QCOMPARE(output.count("itemChanged :config:demo:mod:enabled: true"), 2);
-    QCOMPARE(output.count("itemChanged"), 3);
-}
+    void observedWritesAreAnnouncedEachTime()
+    {
+        for (const bool value : { true, true, false })
+            QVERIFY(m_client->set("enabled", value));
+        QVERIFY(m_client->set("pin", "1234")); // not observed
+        m_demo.end();
+        const QString output = QString::fromUtf8(m_demo.process().readAll());
+        QCOMPARE(output.count("itemChanged :config:demo:mod:enabled: true"), 2);
+        QCOMPARE(output.count("itemChanged"), 3);
+    }
 
-void ItemServerTest::configsSurviveARestartAndAKill()
-{
-    QVERIFY(m_client->set("enabled", true));
-    QVERIFY(m_client->set("pin", "4711"));
-    QVERIFY(m_client->list()); // an answer comes after what was to be written
-    m_demo.kill();
-    QVERIFY(m_demo.start());
-    QCOMPARE(*m_client->get("pin"), QVariant("4711"));
-    QCOMPARE(*m_client->get("enabled"), QVariant(true));
-    m_demo.process().waitForReadyRead(0);
-    QVERIFY(m_demo.process().readAll().contains("itemChanged :config:demo:mod:enabled: true"));
-}
+    void configsSurviveARestartAndAKill()
+    {
+        QVERIFY(m_client->set("enabled", true));
+        QVERIFY(m_client->set("pin", "4711"));
+        QVERIFY(m_client->list()); // an answer comes after what was to be written
+        m_demo.kill();
+        QVERIFY(m_demo.start());
+        QCOMPARE(*m_client->get("pin"), QVariant("4711"));
+        QCOMPARE(*m_client->get("enabled"), QVariant(true));
+        m_demo.process().waitForReadyRead(0);
+        QVERIFY(m_demo.process().readAll().contains("itemChanged :config:demo:mod:enabled: true"));
+    }
 
-void ItemServerTest::aForkedCopyLeavesSilently()
-{
-    QVERIFY(m_client->trigger("fork", QString()));
-    const auto child = m_client->get("serial")->toString();
-    // A copy that has left is a zombie until its parent asks for it.
-    const auto hasLeft = [&child] {
-        QFile status(QString("/proc/%1/stat").arg(child));
-        return status.open(QIODevice::ReadOnly) && status.readAll().contains(") Z ");
-    };
-    QTRY_VERIFY(hasLeft());
-    QCOMPARE(*m_client->trigger("echo", "still here"), "still here");
-}
+    void aForkedCopyLeavesSilently()
+    {
+        QVERIFY(m_client->trigger("fork", QString()));
+        const auto child = m_client->get("serial")->toString();
+        // A copy that has left is a zombie until its parent asks for it.
+        const auto hasLeft = [&child] {
+            QFile status(QString("/proc/%1/stat").arg(child));
+            return status.open(QIODevice::ReadOnly) && status.readAll().contains(") Z ");
+        };
+        QTRY_VERIFY(hasLeft());
+        QCOMPARE(*m_client->trigger("echo", "still here"), "still here");
+    }
 
-void ItemServerTest::aSecondServerOfTheSameNameIsRefused()
-{
-    const Finished second = run(ITEM_TEST_SERVER, { "demo", m_demo.statePath("other"), "mod" });
-    QCOMPARE(second.status, 1);
-    QVERIFY(second.err.contains("tov.base.demo is taken"));
-    QVERIFY(m_client->get("state"));
-}
+    void aSecondServerOfTheSameNameIsRefused()
+    {
+        const Finished second = run(ITEM_TEST_SERVER, { "demo", m_demo.statePath("other"), "mod" });
+        QCOMPARE(second.status, 1);
+        QVERIFY(second.err.contains("tov.base.demo is taken"));
+        QVERIFY(m_client->get("state"));
+    }
 
-void ItemServerTest::anAbsentOrSilentServerIsTold()
-{
-    KELClientInterface nobody("tov.base.nobody", QDBusConnection::sessionBus());
-    const auto absent = nobody.get("state");
-    QCOMPARE(absent.error().kind, ClientError::Kind::NoServer);
-    QVERIFY(absent.error().message.contains("tov.base.nobody is not on the session bus"));
+    void anAbsentOrSilentServerIsTold()
+    {
+        KELClientInterface nobody("tov.base.nobody", QDBusConnection::sessionBus());
+        const auto absent = nobody.get("state");
+        QCOMPARE(absent.error().kind, ClientError::Kind::NoServer);
+        QVERIFY(absent.error().message.contains("tov.base.nobody is not on the session bus"));
 
-    const auto gone = m_client->trigger("crash", QString());
-    QVERIFY(gone.error().kind == ClientError::Kind::NoAnswer);
-    QVERIFY(gone.error().message.contains("left the bus before it answered"));
-    QVERIFY(m_demo.process().waitForFinished());
-    QVERIFY(m_demo.start());
+        const auto gone = m_client->trigger("crash", QString());
+        QVERIFY(gone.error().kind == ClientError::Kind::NoAnswer);
+        QVERIFY(gone.error().message.contains("left the bus before it answered"));
+        QVERIFY(m_demo.process().waitForFinished());
+        QVERIFY(m_demo.start());
 
-    m_client->setTimeout(std::chrono::milliseconds(50));
-    const auto silent = m_client->trigger("stall", QString());
-    QVERIFY2(silent.error().kind == ClientError::Kind::NoAnswer, qPrintable(silent.error().message));
-    QVERIFY(silent.error().message.contains("did not answer within 0.05 s"));
-    m_demo.kill(); // it waits for a signal and nothing else
-}
+        m_client->setTimeout(std::chrono::milliseconds(50));
+        const auto silent = m_client->trigger("stall", QString());
+        QVERIFY2(silent.error().kind == ClientError::Kind::NoAnswer, qPrintable(silent.error().message));
+        QVERIFY(silent.error().message.contains("did not answer within 0.05 s"));
+        m_demo.kill(); // it waits for a signal and nothing else
+    }
 
-void ItemServerTest::sharedClientsAreSharedAndOnlyOfWhatIsThere()
-{
-    KELClientInterface* first = KELClientInterface::getSessionBusClient(DemoBusName, nullptr);
-    QVERIFY(first);
-    QCOMPARE(KELClientInterface::getSessionBusClient(DemoBusName, nullptr), first);
-    QCOMPARE(KELClientInterface::getSessionBusClient("tov.base.nobody", nullptr), nullptr);
-}
+    void sharedClientsAreSharedAndOnlyOfWhatIsThere()
+    {
+        KELClientInterface* first = KELClientInterface::getSessionBusClient(DemoBusName, nullptr);
+        QVERIFY(first);
+        QCOMPARE(KELClientInterface::getSessionBusClient(DemoBusName, nullptr), first);
+        QCOMPARE(KELClientInterface::getSessionBusClient("tov.base.nobody", nullptr), nullptr);
+    }
 
-void ItemServerTest::recordsOfOtherModulesTravel()
-{
-    const QVariantMap record{ { "deviceAddr", 18446744073709551615ULL }, { "deviceConnected", true } };
-    QVERIFY(m_client->watch());
-    QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
-    m_client->setItem("record", record);
-    QVERIFY(changed.wait());
-    QCOMPARE(qdbus_cast<QVariantMap>(*m_client->get("record")), record);
-}
+    void recordsOfOtherModulesTravel()
+    {
+        const QVariantMap record{ { "deviceAddr", 18446744073709551615ULL }, { "deviceConnected", true } };
+        QVERIFY(m_client->watch());
+        QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
+        m_client->setItem("record", record);
+        QVERIFY(changed.wait());
+        QCOMPARE(qdbus_cast<QVariantMap>(*m_client->get("record")), record);
+    }
+
+private:
+    /// All values changed by the time that the predicate's item shows up.
+    static QVariantMap changeOf(const QList<QVariant>& signal, const QString& address)
+    {
+        for (const ipc::ItemRecord& record : signal.first().value<ItemRecords>())
+            if (record.address == address)
+                return record.properties;
+        return {};
+    }
+
+    DemoServers m_demo;
+    std::unique_ptr<KELClientInterface> m_client;
+};
 
 QTEST_GUILESS_MAIN(ItemServerTest)
 #include "ItemServerTest.moc"

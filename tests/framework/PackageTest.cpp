@@ -12,26 +12,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-/// What is installed is all that a program outside of this repository needs.
-class PackageTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void initTestCase();
-    void examplesBuildAndRun();
-    void pkgConfigLeadsToEveryHeader();
-
-private:
-    [[nodiscard]] QString path(const char* name) const { return m_folder.filePath(QLatin1String(name)); }
-    /// Runs a program to its end. @return what it printed; nothing when it failed, which is a test failure.
-    [[nodiscard]] QString printed(const QString& program, const QStringList& arguments) const;
-    [[nodiscard]] QString findFile(const QString& name) const;
-    void startLamp(QProcess& lamp) const;
-
-    QTemporaryDir m_folder;
-    PrivateSessionBus m_bus;
-};
-
 namespace {
 
 const QString Lamps = "tov.base.lamps";
@@ -55,98 +35,111 @@ QString lineOf(QProcess& process, const QString& beginning)
 
 } // namespace
 
-QString PackageTest::printed(const QString& program, const QStringList& arguments) const
+/// What is installed is all that a program outside of this repository needs.
+class PackageTest : public QObject
 {
-    const Finished finished = run(program, arguments, { {}, false, m_folder.path() });
-    if (finished.status == 0)
-        return finished.out.isEmpty() ? "done" : finished.out.trimmed();
-    qWarning().noquote() << program << arguments.join(' ') << finished.out << finished.err;
-    return {};
-}
+    Q_OBJECT
 
-void PackageTest::initTestCase()
-{
-    QCOMPARE(m_bus.start(), QString());
-    qputenv("XDG_DATA_HOME", path("data").toUtf8());
-    for (const char* component : { "ipc", "ipc-dev" }) {
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QCOMPARE(m_bus.start(), QString());
+        qputenv("XDG_DATA_HOME", path("data").toUtf8());
+        for (const char* component : { "ipc", "ipc-dev" }) {
+            QVERIFY(!printed("cmake",
+                             { "--install", BUILD_FOLDER, "--prefix", path("prefix"), "--component",
+                               QLatin1String(component) })
+                         .isEmpty());
+        }
+    }
+
+    void examplesBuildAndRun()
+    {
         QVERIFY(!printed("cmake",
-                         { "--install", BUILD_FOLDER, "--prefix", path("prefix"), "--component",
-                           QLatin1String(component) })
+                         { "-G", "Ninja", "-S", EXAMPLES, "-B", path("build"),
+                           "-DCMAKE_PREFIX_PATH=" + path("prefix"), "-DCMAKE_CXX_FLAGS=" + Flags })
                      .isEmpty());
+        QVERIFY(!printed("cmake", { "--build", path("build") }).isEmpty());
+
+        QProcess lamp;
+        startLamp(lamp);
+        QProcess follower;
+        follower.start(path("build/follow-list/follow_list"), { Lamps, "bright*" });
+        QCOMPARE(lineOf(follower, Brightness), Brightness + "50");
+        const KELClientInterface client(Lamps, QDBusConnection::sessionBus());
+        QVERIFY(client.trigger("off", QString()));
+        QCOMPARE(lineOf(follower, Brightness), Brightness + '0');
+        QVERIFY(!client.set("brightness", 101));
+
+        // The next lamp is as bright as this one was, and is followed without another word.
+        QVERIFY(client.set("brightness", 80));
+        QCOMPARE(lineOf(follower, Brightness), Brightness + "80");
+        lamp.kill();
+        lamp.waitForFinished();
+        QCOMPARE(lineOf(follower, Lamps), Lamps + " left");
+        startLamp(lamp);
+        QCOMPARE(lineOf(follower, Brightness), Brightness + "80");
+        for (QProcess* process : { &follower, &lamp }) {
+            process->kill();
+            process->waitForFinished();
+        }
     }
-}
 
-void PackageTest::startLamp(QProcess& lamp) const
-{
-    QDBusServiceWatcher watcher(Lamps, QDBusConnection::sessionBus(),
-                                QDBusServiceWatcher::WatchForRegistration);
-    QSignalSpy registered(&watcher, &QDBusServiceWatcher::serviceRegistered);
-    lamp.start(path("build/module/lamp"), QStringList());
-    QVERIFY2(registered.wait(), lamp.readAllStandardError().constData());
-}
+    void pkgConfigLeadsToEveryHeader()
+    {
+        const QStringList headers = QDir(path("prefix/include/ipc")).entryList({ "*.h" });
+        QVERIFY2(headers.contains("KELClientInterface.h"), qPrintable(headers.join(' ')));
+        QFile source(path("all.cpp"));
+        QVERIFY(source.open(QIODevice::WriteOnly));
+        for (const QString& header : headers)
+            source.write(QString("#include <ipc/%1>\n").arg(header).toUtf8());
+        source.write("#include <cstdio>\nint main() { std::printf(\"%s %s\", "
+                     "ipc::ItemServer::staticMetaObject.className(),"
+                     " KELClientInterface::staticMetaObject.className()); }\n");
+        source.close();
 
-void PackageTest::examplesBuildAndRun()
-{
-    QVERIFY(!printed("cmake",
-                     { "-G", "Ninja", "-S", EXAMPLES, "-B", path("build"),
-                       "-DCMAKE_PREFIX_PATH=" + path("prefix"), "-DCMAKE_CXX_FLAGS=" + Flags })
-                 .isEmpty());
-    QVERIFY(!printed("cmake", { "--build", path("build") }).isEmpty());
-
-    QProcess lamp;
-    startLamp(lamp);
-    QProcess follower;
-    follower.start(path("build/follow-list/follow_list"), { Lamps, "bright*" });
-    QCOMPARE(lineOf(follower, Brightness), Brightness + "50");
-    const KELClientInterface client(Lamps, QDBusConnection::sessionBus());
-    QVERIFY(client.trigger("off", QString()));
-    QCOMPARE(lineOf(follower, Brightness), Brightness + '0');
-    QVERIFY(!client.set("brightness", 101));
-
-    // The next lamp is as bright as this one was, and is followed without another word.
-    QVERIFY(client.set("brightness", 80));
-    QCOMPARE(lineOf(follower, Brightness), Brightness + "80");
-    lamp.kill();
-    lamp.waitForFinished();
-    QCOMPARE(lineOf(follower, Lamps), Lamps + " left");
-    startLamp(lamp);
-    QCOMPARE(lineOf(follower, Brightness), Brightness + "80");
-    for (QProcess* process : { &follower, &lamp }) {
-        process->kill();
-        process->waitForFinished();
+        qputenv("PKG_CONFIG_PATH", QFileInfo(findFile("ipc.pc")).path().toUtf8());
+        const QString flags = printed("pkg-config", { "--cflags", "--libs", "ipc" });
+        QVERIFY(!flags.isEmpty());
+        const QString library = QFileInfo(findFile("libipc.so.1")).path();
+        QStringList arguments{ "-std=c++17", "-fPIC", source.fileName() };
+        arguments << (flags + ' ' + Flags).split(' ', Qt::SkipEmptyParts) << "-Wl,-rpath," + library << "-o"
+                  << path("all");
+        QVERIFY(!printed(COMPILER, arguments).isEmpty());
+        QCOMPARE(printed(path("all"), {}), "ipc::ItemServer KELClientInterface");
     }
-}
 
-void PackageTest::pkgConfigLeadsToEveryHeader()
-{
-    const QStringList headers = QDir(path("prefix/include/ipc")).entryList({ "*.h" });
-    QVERIFY2(headers.contains("KELClientInterface.h"), qPrintable(headers.join(' ')));
-    QFile source(path("all.cpp"));
-    QVERIFY(source.open(QIODevice::WriteOnly));
-    for (const QString& header : headers)
-        source.write(QString("#include <ipc/%1>\n").arg(header).toUtf8());
-    source.write("#include <cstdio>\nint main() { std::printf(\"%s %s\", "
-                 "ipc::ItemServer::staticMetaObject.className(),"
-                 " KELClientInterface::staticMetaObject.className()); }\n");
-    source.close();
+private:
+    [[nodiscard]] QString path(const char* name) const { return m_folder.filePath(QLatin1String(name)); }
+    /// Runs a program to its end. @return what it printed; nothing when it failed, which is a test failure.
+    [[nodiscard]] QString printed(const QString& program, const QStringList& arguments) const
+    {
+        const Finished finished = run(program, arguments, { {}, false, m_folder.path() });
+        if (finished.status == 0)
+            return finished.out.isEmpty() ? "done" : finished.out.trimmed();
+        qWarning().noquote() << program << arguments.join(' ') << finished.out << finished.err;
+        return {};
+    }
 
-    qputenv("PKG_CONFIG_PATH", QFileInfo(findFile("ipc.pc")).path().toUtf8());
-    const QString flags = printed("pkg-config", { "--cflags", "--libs", "ipc" });
-    QVERIFY(!flags.isEmpty());
-    const QString library = QFileInfo(findFile("libipc.so.1")).path();
-    QStringList arguments{ "-std=c++17", "-fPIC", source.fileName() };
-    arguments << (flags + ' ' + Flags).split(' ', Qt::SkipEmptyParts) << "-Wl,-rpath," + library << "-o"
-              << path("all");
-    QVERIFY(!printed(COMPILER, arguments).isEmpty());
-    QCOMPARE(printed(path("all"), {}), "ipc::ItemServer KELClientInterface");
-}
+    [[nodiscard]] QString findFile(const QString& name) const
+    {
+        // Below lib or lib/TRIPLET, as the machine has it.
+        QDirIterator found(path("prefix"), { name }, QDir::Files, QDirIterator::Subdirectories);
+        return found.hasNext() ? found.next() : QString();
+    }
 
-QString PackageTest::findFile(const QString& name) const
-{
-    // Below lib or lib/TRIPLET, as the machine has it.
-    QDirIterator found(path("prefix"), { name }, QDir::Files, QDirIterator::Subdirectories);
-    return found.hasNext() ? found.next() : QString();
-}
+    void startLamp(QProcess& lamp) const
+    {
+        QDBusServiceWatcher watcher(Lamps, QDBusConnection::sessionBus(),
+                                    QDBusServiceWatcher::WatchForRegistration);
+        QSignalSpy registered(&watcher, &QDBusServiceWatcher::serviceRegistered);
+        lamp.start(path("build/module/lamp"), QStringList());
+        QVERIFY2(registered.wait(), lamp.readAllStandardError().constData());
+    }
+
+    QTemporaryDir m_folder;
+    PrivateSessionBus m_bus;
+};
 
 QTEST_GUILESS_MAIN(PackageTest)
 #include "PackageTest.moc"

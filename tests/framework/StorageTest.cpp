@@ -15,38 +15,6 @@
 #include <cerrno>
 #include <sys/stat.h>
 
-/// When and how a server's configs reach the disk.
-class StorageTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-
-    void allOfOneTurnIsOneWriteThatLasts();
-    void whatIsStoredAlreadyIsNotWritten();
-    void aFailureIsToldOnceAndTheNextChangeTriesAgain();
-    void onlyUnfinishedFilesOfOursAreRemoved();
-    void nobodyElseCanRead();
-
-private:
-    void startServer();
-    void stopServer();
-    [[nodiscard]] QString statePath(const char* name) const
-    {
-        return m_folder->filePath("state/" + QLatin1String(name));
-    }
-    /// Lets the turn end in which something was changed.
-    static void endTurn() { QCoreApplication::processEvents(); }
-
-    PrivateSessionBus m_bus;
-    std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<PairModule> m_one;
-    std::unique_ptr<PairModule> m_two;
-    std::unique_ptr<ipc::ItemServer> m_server;
-};
-
 namespace {
 
 QStringList messages;
@@ -69,158 +37,180 @@ const QStringList OneWrite{ "fsync server.json.XXXXXX.unfinished",
 
 } // namespace
 
-void StorageTest::initTestCase()
+/// When and how a server's configs reach the disk.
+class StorageTest : public QObject
 {
-    QCOMPARE(m_bus.start(), QString());
-    QCoreApplication::setApplicationName("server");
-    umask(0); // the worst that a host can be started with
-}
+    Q_OBJECT
 
-void StorageTest::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-    startServer();
-    messages.clear();
-}
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QCOMPARE(m_bus.start(), QString());
+        QCoreApplication::setApplicationName("server");
+        umask(0); // the worst that a host can be started with
+    }
 
-void StorageTest::startServer()
-{
-    m_one = std::make_unique<PairModule>("one");
-    m_two = std::make_unique<PairModule>("two");
-    m_server = std::make_unique<ipc::ItemServer>(QDBusConnection::sessionBus(), m_folder->filePath("state"));
-    m_server->addModule(*m_one);
-    m_server->addModule(*m_two);
-    QString error;
-    QVERIFY2(m_server->start(&error), qPrintable(error));
-    SystemCalls::made.clear();
-}
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        startServer();
+        messages.clear();
+    }
 
-void StorageTest::stopServer()
-{
-    if (m_server)
-        m_server->halt();
-    m_server.reset();
-}
+    void cleanup()
+    {
+        SystemCalls::fsyncError = 0;
+        stopServer();
+    }
 
-void StorageTest::cleanup()
-{
-    SystemCalls::fsyncError = 0;
-    stopServer();
-}
-
-void StorageTest::allOfOneTurnIsOneWriteThatLasts()
-{
-    m_one->setPair(1);
-    m_two->setPair(1);
-    QVERIFY(SystemCalls::made.isEmpty());
-    endTurn();
-    // The file is on the disk before it gets its name, and the name is when the write returns.
-    QCOMPARE(SystemCalls::made, OneWrite);
-    QCOMPARE(m_one->timesSaved + m_two->timesSaved, 2);
-
-    stopServer();
-    startServer();
-    QCOMPARE(m_one->pair(), (QPair<int, int>(1, 1)));
-    QCOMPARE(m_two->pair(), (QPair<int, int>(1, 1)));
-}
-
-void StorageTest::whatIsStoredAlreadyIsNotWritten()
-{
-    m_one->setPair(1);
-    endTurn();
-    SystemCalls::made.clear();
-
-    m_one->setPair(2); // and back within the turn: no change
-    m_one->setPair(1);
-    endTurn();
-    QCOMPARE(SystemCalls::made, QStringList());
-
-    // A change, but one that the file says already: written there by a hand.
-    QFile file(statePath("server.json"));
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    const QByteArray content = file.readAll().replace(": 1", ": 5");
-    file.seek(0);
-    file.write(content);
-    file.close();
-    m_one->setPair(5);
-    endTurn();
-    QCOMPARE(SystemCalls::made, QStringList());
-    QCOMPARE(m_one->timesSaved, 2);
-}
-
-void StorageTest::aFailureIsToldOnceAndTheNextChangeTriesAgain()
-{
-    const QtMessageHandler before = qInstallMessageHandler(collectMessage);
-    m_one->setPair(1);
-    endTurn();
-    SystemCalls::fsyncError = ENOSPC;
-    for (const int number : { 2, 3, 4 }) {
-        m_one->setPair(number);
+    void allOfOneTurnIsOneWriteThatLasts()
+    {
+        m_one->setPair(1);
+        m_two->setPair(1);
+        QVERIFY(SystemCalls::made.isEmpty());
         endTurn();
+        // The file is on the disk before it gets its name, and the name is when the write returns.
+        QCOMPARE(SystemCalls::made, OneWrite);
+        QCOMPARE(m_one->timesSaved + m_two->timesSaved, 2);
+
+        stopServer();
+        startServer();
+        QCOMPARE(m_one->pair(), (QPair<int, int>(1, 1)));
+        QCOMPARE(m_two->pair(), (QPair<int, int>(1, 1)));
     }
-    const QStringList toldMeanwhile = messages;
-    const QStringList left = QDir(statePath("")).entryList(QDir::Files);
-    SystemCalls::fsyncError = 0;
-    // The other module's change takes along what could not be stored.
-    m_two->setPair(7);
-    endTurn();
-    qInstallMessageHandler(before);
 
-    QCOMPARE(toldMeanwhile.size(), 1);
-    QVERIFY2(toldMeanwhile.first().contains("server.json cannot be written")
-                 && toldMeanwhile.first().contains("No space left on device"),
-             qPrintable(toldMeanwhile.first()));
-    QCOMPARE(left, QStringList("server.json"));
-    QCOMPARE(messages.size(), 2);
-    QVERIFY(messages.last().contains("is written again"));
-    QCOMPARE(m_one->timesSaved, 2);
-    stopServer();
-    startServer();
-    QCOMPARE(m_one->pair(), (QPair<int, int>(4, 4)));
-    QCOMPARE(m_two->pair(), (QPair<int, int>(7, 7)));
-}
+    void whatIsStoredAlreadyIsNotWritten()
+    {
+        m_one->setPair(1);
+        endTurn();
+        SystemCalls::made.clear();
 
-void StorageTest::onlyUnfinishedFilesOfOursAreRemoved()
-{
-    stopServer();
-    const QStringList others{ "server.json",
-                              "server.json.backup",
-                              "server.json.damaged-2024",
-                              "serverXjson.aaaaaa.unfinished",
-                              "server.json.aaaaaaa.unfinished",
-                              "other.json.aaaaaa.unfinished" };
-    const QStringList unfinished{ "server.json.aB3xyZ.unfinished", "server.json.000000.unfinished" };
-    for (const QString& name : others + unfinished) {
-        QFile file(statePath("") + name);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("{}");
+        m_one->setPair(2); // and back within the turn: no change
+        m_one->setPair(1);
+        endTurn();
+        QCOMPARE(SystemCalls::made, QStringList());
+
+        // A change, but one that the file says already: written there by a hand.
+        QFile file(statePath("server.json"));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        const QByteArray content = file.readAll().replace(": 1", ": 5");
+        file.seek(0);
+        file.write(content);
+        file.close();
+        m_one->setPair(5);
+        endTurn();
+        QCOMPARE(SystemCalls::made, QStringList());
+        QCOMPARE(m_one->timesSaved, 2);
     }
-    startServer();
-    QStringList expected = others;
-    expected.sort();
-    QStringList found = QDir(statePath("")).entryList(QDir::Files);
-    found.sort();
-    QCOMPARE(found, expected);
-}
 
-void StorageTest::nobodyElseCanRead()
-{
-    QCOMPARE(permissions(statePath("")), 0700U);
-    m_one->setPair(1);
-    endTurn();
-    QCOMPARE(permissions(statePath("server.json")), 0600U);
-    // Opened by a hand, it is closed again with the next change.
-    QFile(statePath("server.json")).setPermissions(QFile::ReadOwner | QFile::ReadOther);
-    m_one->setPair(2);
-    endTurn();
-    QCOMPARE(permissions(statePath("server.json")), 0600U);
+    void aFailureIsToldOnceAndTheNextChangeTriesAgain()
+    {
+        const QtMessageHandler before = qInstallMessageHandler(collectMessage);
+        m_one->setPair(1);
+        endTurn();
+        SystemCalls::fsyncError = ENOSPC;
+        for (const int number : { 2, 3, 4 }) {
+            m_one->setPair(number);
+            endTurn();
+        }
+        const QStringList toldMeanwhile = messages;
+        const QStringList left = QDir(statePath("")).entryList(QDir::Files);
+        SystemCalls::fsyncError = 0;
+        // The other module's change takes along what could not be stored.
+        m_two->setPair(7);
+        endTurn();
+        qInstallMessageHandler(before);
 
-    const QString deep = m_folder->filePath("a/b");
-    QCOMPARE(ipc::makePrivateFolder(deep), QString());
-    QCOMPARE(permissions(deep), 0700U);
-    QCOMPARE(permissions(m_folder->filePath("a")), 0700U);
-    QVERIFY(ipc::makePrivateFolder(statePath("server.json/c")).contains("server.json: File exists"));
-}
+        QCOMPARE(toldMeanwhile.size(), 1);
+        QVERIFY2(toldMeanwhile.first().contains("server.json cannot be written")
+                     && toldMeanwhile.first().contains("No space left on device"),
+                 qPrintable(toldMeanwhile.first()));
+        QCOMPARE(left, QStringList("server.json"));
+        QCOMPARE(messages.size(), 2);
+        QVERIFY(messages.last().contains("is written again"));
+        QCOMPARE(m_one->timesSaved, 2);
+        stopServer();
+        startServer();
+        QCOMPARE(m_one->pair(), (QPair<int, int>(4, 4)));
+        QCOMPARE(m_two->pair(), (QPair<int, int>(7, 7)));
+    }
+
+    void onlyUnfinishedFilesOfOursAreRemoved()
+    {
+        stopServer();
+        const QStringList others{ "server.json",
+                                  "server.json.backup",
+                                  "server.json.damaged-2024",
+                                  "serverXjson.aaaaaa.unfinished",
+                                  "server.json.aaaaaaa.unfinished",
+                                  "other.json.aaaaaa.unfinished" };
+        const QStringList unfinished{ "server.json.aB3xyZ.unfinished", "server.json.000000.unfinished" };
+        for (const QString& name : others + unfinished) {
+            QFile file(statePath("") + name);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("{}");
+        }
+        startServer();
+        QStringList expected = others;
+        expected.sort();
+        QStringList found = QDir(statePath("")).entryList(QDir::Files);
+        found.sort();
+        QCOMPARE(found, expected);
+    }
+
+    void nobodyElseCanRead()
+    {
+        QCOMPARE(permissions(statePath("")), 0700U);
+        m_one->setPair(1);
+        endTurn();
+        QCOMPARE(permissions(statePath("server.json")), 0600U);
+        // Opened by a hand, it is closed again with the next change.
+        QFile(statePath("server.json")).setPermissions(QFile::ReadOwner | QFile::ReadOther);
+        m_one->setPair(2);
+        endTurn();
+        QCOMPARE(permissions(statePath("server.json")), 0600U);
+
+        const QString deep = m_folder->filePath("a/b");
+        QCOMPARE(ipc::makePrivateFolder(deep), QString());
+        QCOMPARE(permissions(deep), 0700U);
+        QCOMPARE(permissions(m_folder->filePath("a")), 0700U);
+        QVERIFY(ipc::makePrivateFolder(statePath("server.json/c")).contains("server.json: File exists"));
+    }
+
+private:
+    void startServer()
+    {
+        m_one = std::make_unique<PairModule>("one");
+        m_two = std::make_unique<PairModule>("two");
+        m_server =
+            std::make_unique<ipc::ItemServer>(QDBusConnection::sessionBus(), m_folder->filePath("state"));
+        m_server->addModule(*m_one);
+        m_server->addModule(*m_two);
+        QString error;
+        QVERIFY2(m_server->start(&error), qPrintable(error));
+        SystemCalls::made.clear();
+    }
+
+    void stopServer()
+    {
+        if (m_server)
+            m_server->halt();
+        m_server.reset();
+    }
+
+    [[nodiscard]] QString statePath(const char* name) const
+    {
+        return m_folder->filePath("state/" + QLatin1String(name));
+    }
+    /// Lets the turn end in which something was changed.
+    static void endTurn() { QCoreApplication::processEvents(); }
+
+    PrivateSessionBus m_bus;
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<PairModule> m_one;
+    std::unique_ptr<PairModule> m_two;
+    std::unique_ptr<ipc::ItemServer> m_server;
+};
 
 QTEST_GUILESS_MAIN(StorageTest)
 #include "StorageTest.moc"

@@ -8,18 +8,6 @@ using ipc::ValueType;
 
 Q_DECLARE_METATYPE(ValueType)
 
-/// What clients and modules may write to items of each type.
-class ValueTypeTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void clientWrites_data();
-    void clientWrites();
-    void moduleWrites_data();
-    void moduleWrites();
-    void secretsStayOutOfReasons();
-};
-
 namespace {
 
 const QVector<EnumValue> States{ { "Off", "STATE_OFF", 0 }, { "On", "STATE_ON", 3 } };
@@ -47,85 +35,93 @@ constexpr int BadPattern = static_cast<int>(Refusal::Kind::PatternMismatch);
 
 } // namespace
 
-void ValueTypeTest::clientWrites_data()
+/// What clients and modules may write to items of each type.
+class ValueTypeTest : public QObject
 {
-    const ValueType boolean = ValueType::of(false);
-    const ValueType states = ValueType::enumeration(States);
-    const ValueType large = ValueType::of(0ULL);
-    const QString long17(17, '1');
+    Q_OBJECT
 
-    const Rows<ValueType, QVariant, int, QVariant> row("type", "written", "refusal", "stored");
+private Q_SLOTS:
+    void clientWrites_data()
+    {
+        const ValueType boolean = ValueType::of(false);
+        const ValueType states = ValueType::enumeration(States);
+        const ValueType large = ValueType::of(0ULL);
+        const QString long17(17, '1');
 
-    row("bool", boolean, true, Accepted, true);
-    row("bool as text", boolean, "TRUE", Accepted, true);
-    row("bool as number", boolean, 0, Accepted, false);
-    row("no bool", boolean, "yes", BadType, {});
-    row("2 is no bool", boolean, 2, BadType, {});
-    row("a list is no bool", boolean, QVariantList{ 1, 2 }, BadType, {});
+        const Rows<ValueType, QVariant, int, QVariant> row("type", "written", "refusal", "stored");
 
-    row("enum by number", states, 3, Accepted, 3);
-    row("enum by label", states, "On", Accepted, 3);
-    row("number outside of the enum", states, 1, NoEnumValue, {});
+        row("bool", boolean, true, Accepted, true);
+        row("bool as text", boolean, "TRUE", Accepted, true);
+        row("bool as number", boolean, 0, Accepted, false);
+        row("no bool", boolean, "yes", BadType, {});
+        row("2 is no bool", boolean, 2, BadType, {});
+        row("a list is no bool", boolean, QVariantList{ 1, 2 }, BadType, {});
 
-    row("4 digits", pinType(), "0000", Accepted, "0000");
-    row("16 digits", pinType(), "1234567890123456", Accepted, "1234567890123456");
-    row("3 digits", pinType(), "123", BadRange, {});
-    row("17 digits", pinType(), long17, BadRange, {});
-    row("a letter among digits", pinType(), "12345x", BadPattern, {});
-    row("pattern is anchored: line end", pinType(), "1234\n", BadPattern, {});
-    row("a number for a text", pinType(), 4711, Accepted, "4711");
+        row("enum by number", states, 3, Accepted, 3);
+        row("enum by label", states, "On", Accepted, 3);
+        row("number outside of the enum", states, 1, NoEnumValue, {});
 
-    row("lower bound", volumeType(), "0", Accepted, 0);
-    row("below it", volumeType(), -1, BadRange, {});
-    row("upper bound", volumeType(), 10, Accepted, 10);
-    row("above it", volumeType(), "11", BadRange, {});
-    row("no whole number", volumeType(), "1.5", BadType, {});
-    row("beyond an int", volumeType(), 5000000000LL, BadType, {});
-    row("largest number, exactly", large, "18446744073709551615", Accepted, 18446744073709551615ULL);
-    row("negative for unsigned", large, "-1", BadType, {});
-    row("anything goes", ValueType::of({}), QVariantMap{ { "a", 1 } }, Accepted, QVariantMap{ { "a", 1 } });
-}
+        row("4 digits", pinType(), "0000", Accepted, "0000");
+        row("16 digits", pinType(), "1234567890123456", Accepted, "1234567890123456");
+        row("3 digits", pinType(), "123", BadRange, {});
+        row("17 digits", pinType(), long17, BadRange, {});
+        row("a letter among digits", pinType(), "12345x", BadPattern, {});
+        row("pattern is anchored: line end", pinType(), "1234\n", BadPattern, {});
+        row("a number for a text", pinType(), 4711, Accepted, "4711");
 
-void ValueTypeTest::clientWrites()
-{
-    QFETCH(ValueType, type);
-    QFETCH(QVariant, written);
-    QFETCH(int, refusal);
-    QFETCH(QVariant, stored);
-    std::optional<Refusal> refused;
-    const QVariant value = type.fromClient(written, false, refused);
-    QCOMPARE(refused ? static_cast<int>(refused->kind) : Accepted, refusal);
-    QCOMPARE(value, stored);
-    QCOMPARE(value.userType(), stored.userType());
-    QVERIFY(!refused || !refused->reason.isEmpty());
-}
+        row("lower bound", volumeType(), "0", Accepted, 0);
+        row("below it", volumeType(), -1, BadRange, {});
+        row("upper bound", volumeType(), 10, Accepted, 10);
+        row("above it", volumeType(), "11", BadRange, {});
+        row("no whole number", volumeType(), "1.5", BadType, {});
+        row("beyond an int", volumeType(), 5000000000LL, BadType, {});
+        row("largest number, exactly", large, "18446744073709551615", Accepted, 18446744073709551615ULL);
+        row("negative for unsigned", large, "-1", BadType, {});
+        row("anything goes", ValueType::of({}), QVariantMap{ { "a", 1 } }, Accepted,
+            QVariantMap{ { "a", 1 } });
+    }
 
-void ValueTypeTest::moduleWrites_data()
-{
-    const Rows<ValueType, QVariant, QVariant> row("type", "written", "stored");
-    row("enum as text", ValueType::enumeration(States), "3", 3);
-    row("number outside of the enum", ValueType::enumeration(States), 77, 77);
-    row("number beyond an int", ValueType::enumeration(States), "4294967296", 4294967296LL);
-    row("text beyond its limits", pinType(), QString(""), QString(""));
-    row("number beyond its range", volumeType(), 4000, 4000);
-    row("what does not convert", volumeType(), "loud", {});
-}
+    void clientWrites()
+    {
+        QFETCH(ValueType, type);
+        QFETCH(QVariant, written);
+        QFETCH(int, refusal);
+        QFETCH(QVariant, stored);
+        std::optional<Refusal> refused;
+        const QVariant value = type.fromClient(written, false, refused);
+        QCOMPARE(refused ? static_cast<int>(refused->kind) : Accepted, refusal);
+        QCOMPARE(value, stored);
+        QCOMPARE(value.userType(), stored.userType());
+        QVERIFY(!refused || !refused->reason.isEmpty());
+    }
 
-void ValueTypeTest::moduleWrites()
-{
-    QFETCH(ValueType, type);
-    QFETCH(QVariant, written);
-    const QVariant value = type.fromModule(written);
-    QTEST(value, "stored");
-}
+    void moduleWrites_data()
+    {
+        const Rows<ValueType, QVariant, QVariant> row("type", "written", "stored");
+        row("enum as text", ValueType::enumeration(States), "3", 3);
+        row("number outside of the enum", ValueType::enumeration(States), 77, 77);
+        row("number beyond an int", ValueType::enumeration(States), "4294967296", 4294967296LL);
+        row("text beyond its limits", pinType(), QString(""), QString(""));
+        row("number beyond its range", volumeType(), 4000, 4000);
+        row("what does not convert", volumeType(), "loud", {});
+    }
 
-void ValueTypeTest::secretsStayOutOfReasons()
-{
-    std::optional<Refusal> refused;
-    static_cast<void>(pinType().fromClient("secret", true, refused));
-    QVERIFY(refused);
-    QVERIFY2(!refused->reason.contains("secret"), qPrintable(refused->reason));
-}
+    void moduleWrites()
+    {
+        QFETCH(ValueType, type);
+        QFETCH(QVariant, written);
+        const QVariant value = type.fromModule(written);
+        QTEST(value, "stored");
+    }
+
+    void secretsStayOutOfReasons()
+    {
+        std::optional<Refusal> refused;
+        static_cast<void>(pinType().fromClient("secret", true, refused));
+        QVERIFY(refused);
+        QVERIFY2(!refused->reason.contains("secret"), qPrintable(refused->reason));
+    }
+};
 
 QTEST_GUILESS_MAIN(ValueTypeTest)
 #include "ValueTypeTest.moc"

@@ -11,25 +11,6 @@
 
 #include <fcntl.h>
 
-class BusLossTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void hostEndsWithABus_data();
-    void hostEndsWithABus();
-
-private:
-    [[nodiscard]] bool startBuses();
-    [[nodiscard]] bool startHost();
-    void stopBuses();
-    [[nodiscard]] QString said() const;
-
-    QTemporaryDir m_folder;
-    PrivateSystemBus m_systemBus;
-    PrivateSessionBus m_sessionBus;
-    world::ChildProcess m_host;
-};
-
 namespace {
 
 const QString ClientName = "client";
@@ -42,79 +23,91 @@ std::unique_ptr<KELClientInterface> connectTo(const QString& address)
 
 } // namespace
 
-bool BusLossTest::startBuses()
+class BusLossTest : public QObject
 {
-    return m_systemBus.start().isEmpty() && m_sessionBus.start().isEmpty();
-}
+    Q_OBJECT
 
-bool BusLossTest::startHost()
-{
-    const world::FileDescriptor output(
-        open(qPrintable(m_folder.filePath("said")), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    world::Command command;
-    command.arguments = QStringList{ world::World::binFolder() + "/bluetoothlauncher", "--state",
-                                     m_folder.filePath("state") };
-    command.output = output.get();
-    return m_host.start(command) == 0
-        && world::HostReadiness(m_sessionBus.address())
-               .wait(m_host.descriptor(), -1, std::chrono::seconds(30))
-        == world::HostReadiness::Outcome::Ready;
-}
+private Q_SLOTS:
+    void hostEndsWithABus_data()
+    {
+        const Rows<QString, int> row("name", "signal");
+        row("system bus, in order", "system", SIGTERM);
+        row("system bus, killed", "system", SIGKILL);
+        row("session bus, in order", "session", SIGTERM);
+        row("session bus, killed", "session", SIGKILL);
+    }
 
-void BusLossTest::stopBuses()
-{
-    QDBusConnection::disconnectFromBus(ClientName);
-    m_sessionBus.stop();
-    m_systemBus.stop();
-}
+    void hostEndsWithABus()
+    {
+        QFETCH(const QString, name);
+        QFETCH(const int, signal);
+        QFile::remove("/tmp/controller.runs");
+        QVERIFY(startBuses());
+        QVERIFY(startHost());
+        auto client = connectTo(m_sessionBus.address());
+        QVERIFY(client->set("pinreplycfg", "4711"));
+        QVERIFY(client->set("enabled", true));
+        QTRY_COMPARE(controllerRuns().size(), 1);
+        ScriptedDaemon daemon(m_systemBus.address());
+        daemon.answer("status", { 3 });
+        QVERIFY(daemon.appear());
+        QTRY_COMPARE(client->get("status").operator bool() ? client->get("status")->toInt() : -1, 3);
 
-QString BusLossTest::said() const
-{
-    QFile file(m_folder.filePath("said"));
-    return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
-}
+        QCOMPARE(kill(name == "system" ? m_systemBus.pid() : m_sessionBus.pid(), signal), 0);
+        QCOMPARE(m_host.wait(std::chrono::seconds(10)), std::optional<int>(1));
+        QVERIFY2(said().contains("bluetoothlauncher: the " + name + " bus has ended"), qPrintable(said()));
+        QTRY_VERIFY(controllerRuns().constFirst().ended); // by the kernel, behind the host
+        stopBuses();
 
-void BusLossTest::hostEndsWithABus_data()
-{
-    const Rows<QString, int> row("name", "signal");
-    row("system bus, in order", "system", SIGTERM);
-    row("system bus, killed", "system", SIGKILL);
-    row("session bus, in order", "session", SIGTERM);
-    row("session bus, killed", "session", SIGKILL);
-}
+        QVERIFY(startBuses());
+        QVERIFY(startHost());
+        client = connectTo(m_sessionBus.address());
+        QCOMPARE(*client->get("pinreplycfg"), QVariant("4711"));
+        QCOMPARE(*client->get("enabled"), QVariant(true));
+        QTRY_COMPARE(controllerRuns().size(), 2);
+        QVERIFY(client->set("enabled", false));
+        m_host.end();
+        stopBuses();
+    }
 
-void BusLossTest::hostEndsWithABus()
-{
-    QFETCH(const QString, name);
-    QFETCH(const int, signal);
-    QFile::remove("/tmp/controller.runs");
-    QVERIFY(startBuses());
-    QVERIFY(startHost());
-    auto client = connectTo(m_sessionBus.address());
-    QVERIFY(client->set("pinreplycfg", "4711"));
-    QVERIFY(client->set("enabled", true));
-    QTRY_COMPARE(controllerRuns().size(), 1);
-    ScriptedDaemon daemon(m_systemBus.address());
-    daemon.answer("status", { 3 });
-    QVERIFY(daemon.appear());
-    QTRY_COMPARE(client->get("status").operator bool() ? client->get("status")->toInt() : -1, 3);
+private:
+    [[nodiscard]] bool startBuses()
+    {
+        return m_systemBus.start().isEmpty() && m_sessionBus.start().isEmpty();
+    }
 
-    QCOMPARE(kill(name == "system" ? m_systemBus.pid() : m_sessionBus.pid(), signal), 0);
-    QCOMPARE(m_host.wait(std::chrono::seconds(10)), std::optional<int>(1));
-    QVERIFY2(said().contains("bluetoothlauncher: the " + name + " bus has ended"), qPrintable(said()));
-    QTRY_VERIFY(controllerRuns().constFirst().ended); // by the kernel, behind the host
-    stopBuses();
+    [[nodiscard]] bool startHost()
+    {
+        const world::FileDescriptor output(
+            open(qPrintable(m_folder.filePath("said")), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+        world::Command command;
+        command.arguments = QStringList{ world::World::binFolder() + "/bluetoothlauncher", "--state",
+                                         m_folder.filePath("state") };
+        command.output = output.get();
+        return m_host.start(command) == 0
+            && world::HostReadiness(m_sessionBus.address())
+                   .wait(m_host.descriptor(), -1, std::chrono::seconds(30))
+            == world::HostReadiness::Outcome::Ready;
+    }
 
-    QVERIFY(startBuses());
-    QVERIFY(startHost());
-    client = connectTo(m_sessionBus.address());
-    QCOMPARE(*client->get("pinreplycfg"), QVariant("4711"));
-    QCOMPARE(*client->get("enabled"), QVariant(true));
-    QTRY_COMPARE(controllerRuns().size(), 2);
-    QVERIFY(client->set("enabled", false));
-    m_host.end();
-    stopBuses();
-}
+    void stopBuses()
+    {
+        QDBusConnection::disconnectFromBus(ClientName);
+        m_sessionBus.stop();
+        m_systemBus.stop();
+    }
+
+    [[nodiscard]] QString said() const
+    {
+        QFile file(m_folder.filePath("said"));
+        return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
+    }
+
+    QTemporaryDir m_folder;
+    PrivateSystemBus m_systemBus;
+    PrivateSessionBus m_sessionBus;
+    world::ChildProcess m_host;
+};
 
 int main(int argc, char** argv)
 {

@@ -12,37 +12,6 @@
 
 #include <memory>
 
-class DirectCallsTest : public QObject
-{
-    Q_OBJECT
-public:
-    explicit DirectCallsTest(const QString& busAddress)
-        : m_daemon(busAddress)
-    {
-    }
-
-private Q_SLOTS:
-    void init();
-    void cleanup();
-    void textsEndAtTheirFirstNul_data();
-    void textsEndAtTheirFirstNul();
-    void addressesDoNot_data();
-    void addressesDoNot();
-    void doubleRegistration();
-    void refreshEndsWhatWasPending();
-    void withoutAProxyNothingIsRefreshed();
-
-private:
-    [[nodiscard]] int proxies() const { return m_module->findChildren<QDBusAbstractInterface*>().size(); }
-    /// As clients would read it.
-    [[nodiscard]] QString text(const QString& item) { return m_items->Get(item).variant().toString(); }
-
-    ScriptedDaemon m_daemon;
-    std::unique_ptr<BluetoothModule> m_module;
-    std::unique_ptr<ipc::ItemServer> m_items;
-    int m_leftBehind = 0; ///< proxies that the daemon's departure does not take away
-};
-
 namespace {
 
 const QString DaemonName = "com.qarn.bluetooth";
@@ -54,104 +23,126 @@ using namespace std::string_literals;
 
 Q_DECLARE_METATYPE(TextMember)
 
-void DirectCallsTest::init()
+class DirectCallsTest : public QObject
 {
-    m_leftBehind = 0;
-    m_module = std::make_unique<BluetoothModule>(nullptr);
-    m_items = std::make_unique<ipc::ItemServer>(QDBusConnection(QString()), QString());
-    m_items->addModule(*m_module);
-    QVERIFY(m_daemon.appear());
-    QTRY_COMPARE(proxies(), 1);
-    m_daemon.takeCalls();
-}
+    Q_OBJECT
 
-void DirectCallsTest::cleanup()
-{
-    m_daemon.leave();
-    QTRY_COMPARE(proxies(), m_leftBehind);
-    m_items.reset();
-    m_module.reset();
-}
+public:
+    explicit DirectCallsTest(const QString& busAddress)
+        : m_daemon(busAddress)
+    {
+    }
 
-void DirectCallsTest::textsEndAtTheirFirstNul_data()
-{
-    const Rows<TextMember, QString> row("member", "method");
-    row("registerrfcommuuid", &BluetoothModule::registerRFCOMMUUID, "registerRFCOMMUUID");
-    row("unregisterrfcommuuid", &BluetoothModule::unregisterRFCOMMUUID, "unregisterRFCOMMUUID");
-    row("sendwifedcmdctlfd", &BluetoothModule::sendWifedCmdCtlFD, "sendWifedCmdCtlFD");
-    row("pinreply", &BluetoothModule::PINreply, "PINreply");
-}
+private Q_SLOTS:
+    void init()
+    {
+        m_leftBehind = 0;
+        m_module = std::make_unique<BluetoothModule>(nullptr);
+        m_items = std::make_unique<ipc::ItemServer>(QDBusConnection(QString()), QString());
+        m_items->addModule(*m_module);
+        QVERIFY(m_daemon.appear());
+        QTRY_COMPARE(proxies(), 1);
+        m_daemon.takeCalls();
+    }
 
-void DirectCallsTest::textsEndAtTheirFirstNul()
-{
-    QFETCH(const TextMember, member);
-    QFETCH(const QString, method);
-    QCOMPARE((*m_module.*member)("12\0 34"s), std::string());
-    // Not an empty text, although nothing of it is left.
-    QCOMPARE((*m_module.*member)("\0 34"s), std::string());
-    QTRY_COMPARE(m_daemon.calls(),
-                 (QList<ScriptedDaemon::Call>{ { method, "s", { "12" } }, { method, "s", { "" } } }));
-    QCOMPARE(text("pinreplycfg"), "5190");
-}
+    void cleanup()
+    {
+        m_daemon.leave();
+        QTRY_COMPARE(proxies(), m_leftBehind);
+        m_items.reset();
+        m_module.reset();
+    }
 
-void DirectCallsTest::addressesDoNot_data()
-{
-    const Rows<TextMember> row("member");
-    row("Pair", &BluetoothModule::Pair);
-    row("ConnectAddr", &BluetoothModule::ConnectAddr);
-    row("DisconnectAddr", &BluetoothModule::DisconnectAddr);
-    row("UnPair", &BluetoothModule::UnPair);
-}
+    void textsEndAtTheirFirstNul_data()
+    {
+        const Rows<TextMember, QString> row("member", "method");
+        row("registerrfcommuuid", &BluetoothModule::registerRFCOMMUUID, "registerRFCOMMUUID");
+        row("unregisterrfcommuuid", &BluetoothModule::unregisterRFCOMMUUID, "unregisterRFCOMMUUID");
+        row("sendwifedcmdctlfd", &BluetoothModule::sendWifedCmdCtlFD, "sendWifedCmdCtlFD");
+        row("pinreply", &BluetoothModule::PINreply, "PINreply");
+    }
 
-void DirectCallsTest::addressesDoNot()
-{
-    QFETCH(const TextMember, member);
-    // The NUL makes its field one that is no number.
-    QCOMPARE((*m_module.*member)("12:34:56:78:9A:BC\0"s), std::string());
-    QTRY_COMPARE(
-        m_daemon.calls(),
-        (QList<ScriptedDaemon::Call>{ { QTest::currentDataTag(), "t", { qulonglong(0x123456789A00) } } }));
-}
+    void textsEndAtTheirFirstNul()
+    {
+        QFETCH(const TextMember, member);
+        QFETCH(const QString, method);
+        QCOMPARE((*m_module.*member)("12\0 34"s), std::string());
+        // Not an empty text, although nothing of it is left.
+        QCOMPARE((*m_module.*member)("\0 34"s), std::string());
+        QTRY_COMPARE(m_daemon.calls(),
+                     (QList<ScriptedDaemon::Call>{ { method, "s", { "12" } }, { method, "s", { "" } } }));
+        QCOMPARE(text("pinreplycfg"), "5190");
+    }
 
-void DirectCallsTest::doubleRegistration()
-{
-    QCOMPARE(proxies(), 1);
-    QObject* const first = m_module->findChild<QDBusAbstractInterface*>();
-    m_module->onServiceRegistered(DaemonName);
-    QCOMPARE(proxies(), 2);
-    QCOMPARE(m_module->findChild<QDBusAbstractInterface*>(), first);
-    // The second one gets the requests: one call for one request.
-    m_module->Scan();
-    QTRY_COMPARE(m_daemon.calls(), (QList<ScriptedDaemon::Call>{ { "Scan", "", {} } }));
+    void addressesDoNot_data()
+    {
+        const Rows<TextMember> row("member");
+        row("Pair", &BluetoothModule::Pair);
+        row("ConnectAddr", &BluetoothModule::ConnectAddr);
+        row("DisconnectAddr", &BluetoothModule::DisconnectAddr);
+        row("UnPair", &BluetoothModule::UnPair);
+    }
 
-    // A departure takes the second one away; nobody uses the first any more, but it is still there.
-    m_module->onServiceUnregistered(DaemonName);
-    QCOMPARE(proxies(), 1);
-    QCOMPARE(m_module->findChild<QDBusAbstractInterface*>(), first);
-    m_daemon.takeReads();
-    m_module->statUpdate();
-    QCOMPARE(m_daemon.reads(), QStringList());
-    m_leftBehind = 1;
-}
+    void addressesDoNot()
+    {
+        QFETCH(const TextMember, member);
+        // The NUL makes its field one that is no number.
+        QCOMPARE((*m_module.*member)("12:34:56:78:9A:BC\0"s), std::string());
+        QTRY_COMPARE(m_daemon.calls(),
+                     (QList<ScriptedDaemon::Call>{
+                         { QTest::currentDataTag(), "t", { qulonglong(0x123456789A00) } } }));
+    }
 
-void DirectCallsTest::refreshEndsWhatWasPending()
-{
-    m_module->onPendingPairChanged(QDBusVariant("somebody"));
-    QCOMPARE(text("pendingpair"), "somebody");
-    m_module->statUpdate();
-    QCOMPARE(text("pendingpair"), "");
-}
+    void doubleRegistration()
+    {
+        QCOMPARE(proxies(), 1);
+        QObject* const first = m_module->findChild<QDBusAbstractInterface*>();
+        m_module->onServiceRegistered(DaemonName);
+        QCOMPARE(proxies(), 2);
+        QCOMPARE(m_module->findChild<QDBusAbstractInterface*>(), first);
+        // The second one gets the requests: one call for one request.
+        m_module->Scan();
+        QTRY_COMPARE(m_daemon.calls(), (QList<ScriptedDaemon::Call>{ { "Scan", "", {} } }));
 
-void DirectCallsTest::withoutAProxyNothingIsRefreshed()
-{
-    m_module->Disable();
-    QCOMPARE(proxies(), 0);
-    m_module->onPendingPairChanged(QDBusVariant("somebody"));
-    m_module->statUpdate();
-    QCOMPARE(text("pendingpair"), "somebody");
-    m_module->onWifedCmdCtlSockClosed(QDBusVariant(5));
-    QCOMPARE(text("connectedwifeds"), "");
-}
+        // A departure takes the second one away; nobody uses the first any more, but it is still there.
+        m_module->onServiceUnregistered(DaemonName);
+        QCOMPARE(proxies(), 1);
+        QCOMPARE(m_module->findChild<QDBusAbstractInterface*>(), first);
+        m_daemon.takeReads();
+        m_module->statUpdate();
+        QCOMPARE(m_daemon.reads(), QStringList());
+        m_leftBehind = 1;
+    }
+
+    void refreshEndsWhatWasPending()
+    {
+        m_module->onPendingPairChanged(QDBusVariant("somebody"));
+        QCOMPARE(text("pendingpair"), "somebody");
+        m_module->statUpdate();
+        QCOMPARE(text("pendingpair"), "");
+    }
+
+    void withoutAProxyNothingIsRefreshed()
+    {
+        m_module->Disable();
+        QCOMPARE(proxies(), 0);
+        m_module->onPendingPairChanged(QDBusVariant("somebody"));
+        m_module->statUpdate();
+        QCOMPARE(text("pendingpair"), "somebody");
+        m_module->onWifedCmdCtlSockClosed(QDBusVariant(5));
+        QCOMPARE(text("connectedwifeds"), "");
+    }
+
+private:
+    [[nodiscard]] int proxies() const { return m_module->findChildren<QDBusAbstractInterface*>().size(); }
+    /// As clients would read it.
+    [[nodiscard]] QString text(const QString& item) { return m_items->Get(item).variant().toString(); }
+
+    ScriptedDaemon m_daemon;
+    std::unique_ptr<BluetoothModule> m_module;
+    std::unique_ptr<ipc::ItemServer> m_items;
+    int m_leftBehind = 0; ///< proxies that the daemon's departure does not take away
+};
 
 // A module leaves its bus watcher behind, by intent. The name is the sanitizer's.
 // NOLINTNEXTLINE(bugprone-reserved-identifier)

@@ -11,109 +11,102 @@
 class HostTest : public ModuleTest
 {
     Q_OBJECT
+
 public:
     using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
-    void saysWhyItCannotServe_data();
-    void saysWhyItCannotServe();
-    void needsBothBuses_data();
-    void needsBothBuses();
-    void endsInOrder_data();
-    void endsInOrder();
-    void survivesIgnoredChildSignals();
+    void saysWhyItCannotServe_data()
+    {
+        const Rows<QStringList, int, QString> row("arguments", "status", "message");
+        const QString library = QDir::cleanPath(world::World::binFolder() + "/../lib/libipc.so.1");
+        QFile text("/tmp/text.so");
+        QVERIFY(text.open(QIODevice::WriteOnly));
+        row("no module file", { "--module", "/tmp/none.so" }, 1, "\"/tmp/none.so\"");
+        row("a folder", { "--module", "/tmp" }, 1, "\"/tmp\"");
+        row("no library", { "--module", text.fileName() }, 1, text.fileName());
+        row("no factory", { "--module", library }, 1,
+            "\"" + library + "\" is not a module file: it has no function");
+        row("a second host", { "--state", "/tmp/state" }, 1, "tov.base.bluetoothlauncher is taken");
+        row("unknown option", { "--stat", "/tmp" }, 2, "--stat");
+        row("help", { "--help" }, 0, "");
+    }
+
+    void saysWhyItCannotServe()
+    {
+        QFETCH(const QStringList, arguments);
+        QFETCH(const QString, message);
+        const Finished host = run(hostPath(), arguments);
+        QTEST(host.status, "status");
+        QVERIFY2(host.err.contains(message), qPrintable(host.err));
+        // The one that serves is not disturbed.
+        QCOMPARE(m_world.value("enabled"), QVariant(false));
+    }
+
+    void needsBothBuses_data()
+    {
+        const Rows<QString> row("variable");
+        row("session", "DBUS_SESSION_BUS_ADDRESS");
+        row("system", "DBUS_SYSTEM_BUS_ADDRESS");
+    }
+
+    void needsBothBuses()
+    {
+        QFETCH(const QString, variable);
+        const Finished host = run(hostPath(), { "--state", "/tmp/other" },
+                                  { { { variable, "unix:path=/nonexistent" } }, false, {} });
+        QCOMPARE(host.status, 1);
+        QVERIFY2(host.err.contains(variable), qPrintable(host.err));
+    }
+
+    void endsInOrder_data()
+    {
+        const Rows<int> row("signal");
+        row("SIGTERM", SIGTERM);
+        row("SIGINT", SIGINT);
+    }
+
+    void endsInOrder()
+    {
+        QFETCH(const int, signal);
+        m_world.world().stopHost();
+        QProcess host;
+        host.setProcessChannelMode(QProcess::ForwardedChannels);
+        host.start(hostPath(), { "--state", "/tmp/state" });
+        QTRY_VERIFY(m_world.set("enabled", true));
+        QTRY_VERIFY(!controllerRuns().isEmpty());
+        QCOMPARE(::kill(static_cast<pid_t>(host.processId()), signal), 0);
+        QVERIFY(host.waitForFinished());
+        QCOMPARE(host.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(host.exitCode(), 0);
+        // The controller is not stopped by the host, but by the kernel behind it.
+        QTRY_VERIFY(controllerRuns().constLast().ended);
+        QFile configs("/tmp/state/bluetoothlauncher.json");
+        QVERIFY(configs.open(QIODevice::ReadOnly));
+        QVERIFY(configs.readAll().contains("true"));
+        QVERIFY(QFile::remove("/tmp/controller.runs") && QDir("/tmp/state").removeRecursively());
+    }
+
+    void survivesIgnoredChildSignals()
+    {
+        // What a parent that ignores SIGCHLD leaves to its children would make every wait for one fail.
+        QProcess host;
+        host.setProcessChannelMode(QProcess::ForwardedChannels);
+        host.start("sh", { "-c", "trap '' CHLD; exec \"$0\" --state /tmp/state", hostPath() });
+        QTRY_VERIFY(m_world.set("enabled", true));
+        QFile status(QString("/proc/%1/status").arg(host.processId()));
+        QVERIFY(status.open(QIODevice::ReadOnly));
+        QByteArray ignored = status.readAll();
+        ignored = ignored.mid(ignored.indexOf("SigIgn:") + 8, 16);
+        QCOMPARE(ignored.toULongLong(nullptr, 16) & (1ULL << (SIGCHLD - 1)), 0ULL);
+        QVERIFY(m_world.set("enabled", false));
+        host.terminate();
+        QVERIFY(host.waitForFinished());
+    }
 
 private:
     [[nodiscard]] static QString hostPath() { return world::World::binFolder() + "/bluetoothlauncher"; }
 };
-
-void HostTest::saysWhyItCannotServe_data()
-{
-    const Rows<QStringList, int, QString> row("arguments", "status", "message");
-    const QString library = QDir::cleanPath(world::World::binFolder() + "/../lib/libipc.so.1");
-    QFile text("/tmp/text.so");
-    QVERIFY(text.open(QIODevice::WriteOnly));
-    row("no module file", { "--module", "/tmp/none.so" }, 1, "\"/tmp/none.so\"");
-    row("a folder", { "--module", "/tmp" }, 1, "\"/tmp\"");
-    row("no library", { "--module", text.fileName() }, 1, text.fileName());
-    row("no factory", { "--module", library }, 1,
-        "\"" + library + "\" is not a module file: it has no function");
-    row("a second host", { "--state", "/tmp/state" }, 1, "tov.base.bluetoothlauncher is taken");
-    row("unknown option", { "--stat", "/tmp" }, 2, "--stat");
-    row("help", { "--help" }, 0, "");
-}
-
-void HostTest::saysWhyItCannotServe()
-{
-    QFETCH(const QStringList, arguments);
-    QFETCH(const QString, message);
-    const Finished host = run(hostPath(), arguments);
-    QTEST(host.status, "status");
-    QVERIFY2(host.err.contains(message), qPrintable(host.err));
-    // The one that serves is not disturbed.
-    QCOMPARE(m_world.value("enabled"), QVariant(false));
-}
-
-void HostTest::needsBothBuses_data()
-{
-    const Rows<QString> row("variable");
-    row("session", "DBUS_SESSION_BUS_ADDRESS");
-    row("system", "DBUS_SYSTEM_BUS_ADDRESS");
-}
-
-void HostTest::needsBothBuses()
-{
-    QFETCH(const QString, variable);
-    const Finished host = run(hostPath(), { "--state", "/tmp/other" },
-                              { { { variable, "unix:path=/nonexistent" } }, false, {} });
-    QCOMPARE(host.status, 1);
-    QVERIFY2(host.err.contains(variable), qPrintable(host.err));
-}
-
-void HostTest::endsInOrder_data()
-{
-    const Rows<int> row("signal");
-    row("SIGTERM", SIGTERM);
-    row("SIGINT", SIGINT);
-}
-
-void HostTest::endsInOrder()
-{
-    QFETCH(const int, signal);
-    m_world.world().stopHost();
-    QProcess host;
-    host.setProcessChannelMode(QProcess::ForwardedChannels);
-    host.start(hostPath(), { "--state", "/tmp/state" });
-    QTRY_VERIFY(m_world.set("enabled", true));
-    QTRY_VERIFY(!controllerRuns().isEmpty());
-    QCOMPARE(::kill(static_cast<pid_t>(host.processId()), signal), 0);
-    QVERIFY(host.waitForFinished());
-    QCOMPARE(host.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(host.exitCode(), 0);
-    // The controller is not stopped by the host, but by the kernel behind it.
-    QTRY_VERIFY(controllerRuns().constLast().ended);
-    QFile configs("/tmp/state/bluetoothlauncher.json");
-    QVERIFY(configs.open(QIODevice::ReadOnly));
-    QVERIFY(configs.readAll().contains("true"));
-    QVERIFY(QFile::remove("/tmp/controller.runs") && QDir("/tmp/state").removeRecursively());
-}
-
-void HostTest::survivesIgnoredChildSignals()
-{
-    // What a parent that ignores SIGCHLD leaves to its children would make every wait for one fail.
-    QProcess host;
-    host.setProcessChannelMode(QProcess::ForwardedChannels);
-    host.start("sh", { "-c", "trap '' CHLD; exec \"$0\" --state /tmp/state", hostPath() });
-    QTRY_VERIFY(m_world.set("enabled", true));
-    QFile status(QString("/proc/%1/status").arg(host.processId()));
-    QVERIFY(status.open(QIODevice::ReadOnly));
-    QByteArray ignored = status.readAll();
-    ignored = ignored.mid(ignored.indexOf("SigIgn:") + 8, 16);
-    QCOMPARE(ignored.toULongLong(nullptr, 16) & (1ULL << (SIGCHLD - 1)), 0ULL);
-    QVERIFY(m_world.set("enabled", false));
-    host.terminate();
-    QVERIFY(host.waitForFinished());
-}
 
 MODULE_TEST_MAIN(HostTest)
 #include "HostTest.moc"

@@ -7,21 +7,6 @@
 
 using namespace payloads;
 
-class MalformedListsTest : public ModuleTest
-{
-    Q_OBJECT
-public:
-    using ModuleTest::ModuleTest;
-
-private Q_SLOTS:
-    void initTestCase();
-    void shapes_data();
-    void shapes();
-
-private:
-    pid_t m_host = 0;
-};
-
 using Nesting = Row<void, qulonglong, int, QString, QList<TIS>>;
 Q_DECLARE_METATYPE(Nesting)
 
@@ -53,91 +38,106 @@ QVariant inVariant(const QVariant& value)
 
 } // namespace
 
-void MalformedListsTest::initTestCase()
+class MalformedListsTest : public ModuleTest
 {
-    registerDaemonTypes();
-    m_host = m_world.world().hostPid();
-    QVERIFY(m_world.daemonAppears());
-}
+    Q_OBJECT
 
-void MalformedListsTest::shapes_data()
-{
-    // "scanned" and "paired" are the rows in use when a signal brought the payload; "isProperty" says whether
-    // Qt takes it as the property, too: only the exact type.
-    const Rows<QVariant, QStringList, QStringList, bool> row("payload", "scanned", "paired", "isProperty");
-    const QString name = "n";
-    const TIS scan{ { 7, -3, name } };
-    const TSU pair{ { 7, name, 4 } };
-    const QString address = "00:00:00:00:00:07|";
-    const QString nameless = address + "Unknown Name - 00:00:00:00:00:07|";
-    const QString scanRow = address + "n|-3";
-    const QString pairRow = address + "n|4";
-    // What the daemon sends to one of the lists is malformed for the other.
-    row("a(tis)", list<TIS>({ scan }), { scanRow }, {}, true);
-    row("a(tsu)", list<TSU>({ pair }), {}, { pairRow }, true);
-    row("10000 times (tis)", many(scan), rows(32, scanRow), {}, true);
-    row("10000 times (tsu)", many(pair), {}, rows(32, pairRow), true);
-    // Structures that end early keep their defaults.
-    row("a(t)", list<T>({ { 7 }, { 7 } }), rows(2, nameless + "2147483647"), rows(2, nameless + "0"), false);
-    row("a(ti)", list<TI>({ { { 7, -3 } } }), { nameless + "-3" }, {}, false);
-    row("a(ts)", list<TS>({ { { 7, name } } }), {}, { address + "n|0" }, false);
-    row("10000 times (t)", many(T{ 7 }), rows(32, nameless + "2147483647"), rows(32, nameless + "0"), false);
+public:
+    using ModuleTest::ModuleTest;
 
-    // Fields that a later daemon appends are passed over.
-    row("a(tisu)", list<TISU>({ { { 7, -3, name, 1 } }, { { 7, -3, name, 1 } } }), rows(2, scanRow), {},
-        false);
-    row("a(tisa(tis))", list<Nesting>({ { { 7, -3, name, { scan } } } }), { scanRow }, {}, false);
+private Q_SLOTS:
+    void initTestCase()
+    {
+        registerDaemonTypes();
+        m_host = m_world.world().hostPid();
+        QVERIFY(m_world.daemonAppears());
+    }
 
-    const auto unreadable = [row](const char* shape, const QVariant& payload) {
-        row(shape, payload, {}, {}, false);
-    };
-    unreadable("a(tsi)", list<TSI>({ { { 7, name, 1 } } }));
-    unreadable("a(xis)", list<XIS>({ { { 7, -3, name } } }));
-    unreadable("a(sss)", list<SSS>({ { { name, name, name } } }));
-    unreadable("a((tis))", list<NestedTIS>({ { { scan } } }));
-    unreadable("aa(tis)", list<QList<TIS>>({ { scan } }));
-    unreadable("(tis)", one(scan));
-    unreadable("(tsu)", one(pair));
-    unreadable("(t)", one(T{ 7 }));
-    unreadable("a{si}", one(QMap<QString, int>{ { name, 1 } }));
-    unreadable("a{sv}", QVariantMap{ { name, 1 } });
-    unreadable("av", QVariantList{ 1, name, list<TIS>({ scan }) });
-    unreadable("aas", list<QStringList>({ { name }, {} }));
-    unreadable("ai", list<int>({ 1, 2, 3 }));
-    unreadable("ai, empty", list<int>({}));
-    unreadable("10000 times i", many(1));
-    unreadable("10000 times s", QStringList(QVector<QString>(Many, name).toList()));
-    unreadable("v", inVariant(list<TIS>({ scan })));
-    unreadable("a variant in a variant", inVariant(inVariant(list<TSU>({ pair }))));
-    unreadable("ay", QByteArray("bytes"));
-    unreadable("s", name);
-    unreadable("t", 7ULL);
-}
+    void shapes_data()
+    {
+        // "scanned" and "paired" are the rows in use when a signal brought the payload; "isProperty" says
+        // whether Qt takes it as the property, too: only the exact type.
+        const Rows<QVariant, QStringList, QStringList, bool> row("payload", "scanned", "paired",
+                                                                 "isProperty");
+        const QString name = "n";
+        const TIS scan{ { 7, -3, name } };
+        const TSU pair{ { 7, name, 4 } };
+        const QString address = "00:00:00:00:00:07|";
+        const QString nameless = address + "Unknown Name - 00:00:00:00:00:07|";
+        const QString scanRow = address + "n|-3";
+        const QString pairRow = address + "n|4";
+        // What the daemon sends to one of the lists is malformed for the other.
+        row("a(tis)", list<TIS>({ scan }), { scanRow }, {}, true);
+        row("a(tsu)", list<TSU>({ pair }), {}, { pairRow }, true);
+        row("10000 times (tis)", many(scan), rows(32, scanRow), {}, true);
+        row("10000 times (tsu)", many(pair), {}, rows(32, pairRow), true);
+        // Structures that end early keep their defaults.
+        row("a(t)", list<T>({ { 7 }, { 7 } }), rows(2, nameless + "2147483647"), rows(2, nameless + "0"),
+            false);
+        row("a(ti)", list<TI>({ { { 7, -3 } } }), { nameless + "-3" }, {}, false);
+        row("a(ts)", list<TS>({ { { 7, name } } }), {}, { address + "n|0" }, false);
+        row("10000 times (t)", many(T{ 7 }), rows(32, nameless + "2147483647"), rows(32, nameless + "0"),
+            false);
 
-void MalformedListsTest::shapes()
-{
-    QFETCH(const QVariant, payload);
-    QFETCH(const QStringList, scanned);
-    QFETCH(const QStringList, paired);
-    QFETCH(const bool, isProperty);
-    const ScanResults earlierScan{ { { 1, 2, "before" }, { 3, 4, "before" } } };
-    m_daemon.send("scanResultsChanged", QVariant::fromValue(earlierScan));
-    m_daemon.send("pairListChanged", QVariant::fromValue(PairList{ { { 1, "before", 2 } } }));
-    m_daemon.send("scanResultsChanged", payload);
-    m_daemon.send("pairListChanged", payload);
-    QVERIFY(m_world.settle());
-    QCOMPARE(m_world.scanRows(), scanned);
-    QCOMPARE(m_world.pairRows(), paired);
+        // Fields that a later daemon appends are passed over.
+        row("a(tisu)", list<TISU>({ { { 7, -3, name, 1 } }, { { 7, -3, name, 1 } } }), rows(2, scanRow), {},
+            false);
+        row("a(tisa(tis))", list<Nesting>({ { { 7, -3, name, { scan } } } }), { scanRow }, {}, false);
 
-    QVERIFY(m_world.daemonLeaves());
-    m_daemon.answer("scanResults", { payload });
-    m_daemon.answer("pairList", { payload });
-    QVERIFY(m_world.daemonAppears());
-    QCOMPARE(m_world.scanRows(), isProperty ? scanned : QStringList());
-    QCOMPARE(m_world.pairRows(), isProperty ? paired : QStringList());
-    QVERIFY(m_world.world().hostRuns());
-    QCOMPARE(m_world.world().hostPid(), m_host);
-}
+        const auto unreadable = [row](const char* shape, const QVariant& payload) {
+            row(shape, payload, {}, {}, false);
+        };
+        unreadable("a(tsi)", list<TSI>({ { { 7, name, 1 } } }));
+        unreadable("a(xis)", list<XIS>({ { { 7, -3, name } } }));
+        unreadable("a(sss)", list<SSS>({ { { name, name, name } } }));
+        unreadable("a((tis))", list<NestedTIS>({ { { scan } } }));
+        unreadable("aa(tis)", list<QList<TIS>>({ { scan } }));
+        unreadable("(tis)", one(scan));
+        unreadable("(tsu)", one(pair));
+        unreadable("(t)", one(T{ 7 }));
+        unreadable("a{si}", one(QMap<QString, int>{ { name, 1 } }));
+        unreadable("a{sv}", QVariantMap{ { name, 1 } });
+        unreadable("av", QVariantList{ 1, name, list<TIS>({ scan }) });
+        unreadable("aas", list<QStringList>({ { name }, {} }));
+        unreadable("ai", list<int>({ 1, 2, 3 }));
+        unreadable("ai, empty", list<int>({}));
+        unreadable("10000 times i", many(1));
+        unreadable("10000 times s", QStringList(QVector<QString>(Many, name).toList()));
+        unreadable("v", inVariant(list<TIS>({ scan })));
+        unreadable("a variant in a variant", inVariant(inVariant(list<TSU>({ pair }))));
+        unreadable("ay", QByteArray("bytes"));
+        unreadable("s", name);
+        unreadable("t", 7ULL);
+    }
+
+    void shapes()
+    {
+        QFETCH(const QVariant, payload);
+        QFETCH(const QStringList, scanned);
+        QFETCH(const QStringList, paired);
+        QFETCH(const bool, isProperty);
+        const ScanResults earlierScan{ { { 1, 2, "before" }, { 3, 4, "before" } } };
+        m_daemon.send("scanResultsChanged", QVariant::fromValue(earlierScan));
+        m_daemon.send("pairListChanged", QVariant::fromValue(PairList{ { { 1, "before", 2 } } }));
+        m_daemon.send("scanResultsChanged", payload);
+        m_daemon.send("pairListChanged", payload);
+        QVERIFY(m_world.settle());
+        QCOMPARE(m_world.scanRows(), scanned);
+        QCOMPARE(m_world.pairRows(), paired);
+
+        QVERIFY(m_world.daemonLeaves());
+        m_daemon.answer("scanResults", { payload });
+        m_daemon.answer("pairList", { payload });
+        QVERIFY(m_world.daemonAppears());
+        QCOMPARE(m_world.scanRows(), isProperty ? scanned : QStringList());
+        QCOMPARE(m_world.pairRows(), isProperty ? paired : QStringList());
+        QVERIFY(m_world.world().hostRuns());
+        QCOMPARE(m_world.world().hostPid(), m_host);
+    }
+
+private:
+    pid_t m_host = 0;
+};
 
 MODULE_TEST_MAIN(MalformedListsTest)
 #include "MalformedListsTest.moc"

@@ -52,119 +52,115 @@ private:
 class MobileAppLinkTest : public ModuleTest
 {
     Q_OBJECT
+
 public:
     using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
-    void initTestCase();
-    void eventsAreReported_data();
-    void eventsAreReported();
-    void deviceDisconnectedOfAnyDevice();
-    void withoutTheModuleEventsAreDropped();
-    void propertiesHaveExactTypes();
-};
-
-void MobileAppLinkTest::initTestCase()
-{
-    // Its server is named after the application.
-    QCoreApplication::setApplicationName("sync_mobile_app");
-    registerDaemonTypes();
-    QVERIFY(m_world.daemonAppears());
-}
-
-void MobileAppLinkTest::eventsAreReported_data()
-{
-    const Rows<QString, QVariant, QVariantMap, QString> row("signal", "payload", "record", "log");
-    const auto record = [](qulonglong address, bool connected) {
-        return QVariantMap{ { "deviceAddr", address }, { "deviceConnected", connected } };
-    };
-    const QString slot = "BluetoothModule::onMTConnectionEstablished\n";
-    row("connected", "mtConnectionEstablished", 0xA1B2C3D4E5F6ULL, record(0xA1B2C3D4E5F6, true),
-        slot + "Connected addr: 177789161760246\n");
-    row("disconnected", "deviceDisconnected", 0xA1B2C3D4E5F6ULL, record(0xA1B2C3D4E5F6, false),
-        "Disconnected addr: 177789161760246\n");
-    row("largest", "mtConnectionEstablished", ~0ULL, record(~0ULL, true),
-        slot + "Connected addr: 18446744073709551615\n");
-    row("a text", "mtConnectionEstablished", "nobody", record(0, true), slot + "Connected addr: 0\n");
-    row("a text of a number", "deviceDisconnected", "77", record(77, false), "Disconnected addr: 77\n");
-    for (const char* signal : { "mtConnectionEstablished", "deviceDisconnected" }) {
-        QTest::addRow("%s, a structure", signal)
-            << signal << QVariant::fromValue(ScanEntry()) << QVariantMap() << "";
-        QTest::addRow("%s, texts", signal) << signal << QVariant(QStringList{ "1" }) << QVariantMap() << "";
+    void initTestCase()
+    {
+        // Its server is named after the application.
+        QCoreApplication::setApplicationName("sync_mobile_app");
+        registerDaemonTypes();
+        QVERIFY(m_world.daemonAppears());
     }
-}
 
-void MobileAppLinkTest::eventsAreReported()
-{
-    QFETCH(const QString, signal);
-    QFETCH(const QVariant, payload);
-    const QTemporaryDir state;
-    SyncServer server(state.path());
-    QVERIFY2(server.started, qPrintable(server.error));
-    const auto logSize = m_world.world().output().size();
-    m_daemon.send(signal, payload);
-    QVERIFY(m_world.settle());
-    QFETCH(const QVariantMap, record);
-    QTRY_COMPARE(server.record(), record);
-    for (const QVariant& value : server.record())
-        QVERIFY(value.userType() == QMetaType::ULongLong || value.userType() == QMetaType::Bool);
-    QTEST(m_world.world().output().mid(logSize), "log");
-}
+    void eventsAreReported_data()
+    {
+        const Rows<QString, QVariant, QVariantMap, QString> row("signal", "payload", "record", "log");
+        const auto record = [](qulonglong address, bool connected) {
+            return QVariantMap{ { "deviceAddr", address }, { "deviceConnected", connected } };
+        };
+        const QString slot = "BluetoothModule::onMTConnectionEstablished\n";
+        row("connected", "mtConnectionEstablished", 0xA1B2C3D4E5F6ULL, record(0xA1B2C3D4E5F6, true),
+            slot + "Connected addr: 177789161760246\n");
+        row("disconnected", "deviceDisconnected", 0xA1B2C3D4E5F6ULL, record(0xA1B2C3D4E5F6, false),
+            "Disconnected addr: 177789161760246\n");
+        row("largest", "mtConnectionEstablished", ~0ULL, record(~0ULL, true),
+            slot + "Connected addr: 18446744073709551615\n");
+        row("a text", "mtConnectionEstablished", "nobody", record(0, true), slot + "Connected addr: 0\n");
+        row("a text of a number", "deviceDisconnected", "77", record(77, false), "Disconnected addr: 77\n");
+        for (const char* signal : { "mtConnectionEstablished", "deviceDisconnected" }) {
+            QTest::addRow("%s, a structure", signal)
+                << signal << QVariant::fromValue(ScanEntry()) << QVariantMap() << "";
+            QTest::addRow("%s, texts", signal)
+                << signal << QVariant(QStringList{ "1" }) << QVariantMap() << "";
+        }
+    }
 
-void MobileAppLinkTest::deviceDisconnectedOfAnyDevice()
-{
-    const QTemporaryDir state;
-    SyncServer server(state.path());
-    QVERIFY2(server.started, qPrintable(server.error));
-    const qulonglong application = 0xA1B2C3D4E5F6;
-    const qulonglong headset = 0x001122334402;
-    m_daemon.send("mtConnectionEstablished", application);
-    QTRY_COMPARE(server.record().value("deviceConnected"), QVariant(true));
-    // One that never ran the application, nor was connected: the record is about it now.
-    m_daemon.send("deviceDisconnected", headset);
-    QTRY_COMPARE(server.record(), (QVariantMap{ { "deviceAddr", headset }, { "deviceConnected", false } }));
-}
+    void eventsAreReported()
+    {
+        QFETCH(const QString, signal);
+        QFETCH(const QVariant, payload);
+        const QTemporaryDir state;
+        SyncServer server(state.path());
+        QVERIFY2(server.started, qPrintable(server.error));
+        const auto logSize = m_world.world().output().size();
+        m_daemon.send(signal, payload);
+        QVERIFY(m_world.settle());
+        QFETCH(const QVariantMap, record);
+        QTRY_COMPARE(server.record(), record);
+        for (const QVariant& value : server.record())
+            QVERIFY(value.userType() == QMetaType::ULongLong || value.userType() == QMetaType::Bool);
+        QTEST(m_world.world().output().mid(logSize), "log");
+    }
 
-void MobileAppLinkTest::withoutTheModuleEventsAreDropped()
-{
-    const auto logSize = m_world.world().output().size();
-    m_daemon.send("deviceDisconnected", 5ULL);
-    QVERIFY(m_world.settle());
-    QCOMPARE(m_world.world().output().mid(logSize), "Disconnected addr: 5\n");
-}
+    void deviceDisconnectedOfAnyDevice()
+    {
+        const QTemporaryDir state;
+        SyncServer server(state.path());
+        QVERIFY2(server.started, qPrintable(server.error));
+        const qulonglong application = 0xA1B2C3D4E5F6;
+        const qulonglong headset = 0x001122334402;
+        m_daemon.send("mtConnectionEstablished", application);
+        QTRY_COMPARE(server.record().value("deviceConnected"), QVariant(true));
+        // One that never ran the application, nor was connected: the record is about it now.
+        m_daemon.send("deviceDisconnected", headset);
+        QTRY_COMPARE(server.record(),
+                     (QVariantMap{ { "deviceAddr", headset }, { "deviceConnected", false } }));
+    }
 
-void MobileAppLinkTest::propertiesHaveExactTypes()
-{
-    const auto descriptor = std::make_shared<KelAggregateDescriptor>();
-    (*descriptor)["address"] = static_cast<KELItemStatusFlags>(0x20000);
-    (*descriptor)["connected"] = static_cast<KELItemStatusFlags>(0x1000);
-    (*descriptor)["connected and more"] = static_cast<KELItemStatusFlags>(0x1001);
-    KelAggregate aggregate(descriptor);
-    QCOMPARE(aggregate.toVariant(), QVariant(QVariantMap()));
+    void withoutTheModuleEventsAreDropped()
+    {
+        const auto logSize = m_world.world().output().size();
+        m_daemon.send("deviceDisconnected", 5ULL);
+        QVERIFY(m_world.settle());
+        QCOMPARE(m_world.world().output().mid(logSize), "Disconnected addr: 5\n");
+    }
 
-    const auto refused = [](const char* name) {
-        QTest::ignoreMessage(QtWarningMsg,
-                             qPrintable(QString("Property not found, or value not correct type, property "
-                                                "name: \"%1\"")
-                                            .arg(name)));
-    };
-    refused("connected");
-    aggregate.setPropertyValue("connected", 1ULL);
-    refused("address");
-    aggregate.setPropertyValue("address", true);
-    refused("connected and more");
-    aggregate.setPropertyValue("connected and more", true);
-    refused("Address");
-    aggregate.setPropertyValue("Address", 1ULL);
-    QCOMPARE(aggregate.toVariant(), QVariant(QVariantMap()));
+    void propertiesHaveExactTypes()
+    {
+        const auto descriptor = std::make_shared<KelAggregateDescriptor>();
+        (*descriptor)["address"] = static_cast<KELItemStatusFlags>(0x20000);
+        (*descriptor)["connected"] = static_cast<KELItemStatusFlags>(0x1000);
+        (*descriptor)["connected and more"] = static_cast<KELItemStatusFlags>(0x1001);
+        KelAggregate aggregate(descriptor);
+        QCOMPARE(aggregate.toVariant(), QVariant(QVariantMap()));
 
-    aggregate.setPropertyValue("address", ~0ULL);
-    QCOMPARE(aggregate.toVariant(), QVariant(QVariantMap{ { "address", ~0ULL } }));
-    refused("address");
-    aggregate.setPropertyValue("address", false);
-    aggregate.setPropertyValue("connected", true);
-    QCOMPARE(aggregate.toVariant(), QVariant(QVariantMap{ { "address", ~0ULL }, { "connected", true } }));
-}
+        const auto refused = [](const char* name) {
+            QTest::ignoreMessage(QtWarningMsg,
+                                 qPrintable(QString("Property not found, or value not correct type, property "
+                                                    "name: \"%1\"")
+                                                .arg(name)));
+        };
+        refused("connected");
+        aggregate.setPropertyValue("connected", 1ULL);
+        refused("address");
+        aggregate.setPropertyValue("address", true);
+        refused("connected and more");
+        aggregate.setPropertyValue("connected and more", true);
+        refused("Address");
+        aggregate.setPropertyValue("Address", 1ULL);
+        QCOMPARE(aggregate.toVariant(), QVariant(QVariantMap()));
+
+        aggregate.setPropertyValue("address", ~0ULL);
+        QCOMPARE(aggregate.toVariant(), QVariant(QVariantMap{ { "address", ~0ULL } }));
+        refused("address");
+        aggregate.setPropertyValue("address", false);
+        aggregate.setPropertyValue("connected", true);
+        QCOMPARE(aggregate.toVariant(), QVariant(QVariantMap{ { "address", ~0ULL }, { "connected", true } }));
+    }
+};
 
 MODULE_TEST_MAIN(MobileAppLinkTest)
 #include "MobileAppLinkTest.moc"

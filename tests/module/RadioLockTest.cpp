@@ -8,33 +8,6 @@
 
 #include <csignal>
 
-class RadioLockTest : public ModuleTest
-{
-    Q_OBJECT
-public:
-    using ModuleTest::ModuleTest;
-
-private Q_SLOTS:
-    void init();
-    void requests_data();
-    void requests();
-    void aLoanStopsTheRadioAndTheReturnStartsIt();
-    void whileLentTheSettingDoesNotStartTheRadio();
-    void whileLentTheDaemonMayLeave();
-    void aDeadBorrowerIsFreed();
-    void twoCheckChains();
-    void pidOfMinusFive();
-    void worksWithoutItsFile();
-
-private:
-    [[nodiscard]] QString request(const QString& text) const
-    {
-        return m_world.trigger("requestBluetooth", text);
-    }
-    [[nodiscard]] bool isLent() const { return !m_world.isApplicable("enabled"); }
-    [[nodiscard]] int count(const QString& line) const { return m_world.countInOutput(line); }
-};
-
 namespace {
 
 const QString LockFile = "/tmp/bluelock";
@@ -47,167 +20,185 @@ QByteArray lockFile()
 
 } // namespace
 
-void RadioLockTest::init()
+class RadioLockTest : public ModuleTest
 {
-    const QByteArray owner = lockFile();
-    if (owner != "none")
-        QCOMPARE(request(owner + ",0"), "Success");
-    QVERIFY(m_world.set("enabled", false));
-    QVERIFY(!isLent());
-}
+    Q_OBJECT
 
-void RadioLockTest::requests_data()
-{
-    // P stands for a process that lives, Q for another one. Each row is one after the other.
-    const Rows<QStringList, QStringList> row("requests", "replies");
-    for (const char* text : { "", "P", "P,1,0", "abc,1", ",1", ",", "0,1", "P;1", "99999999999,1", "P.0,1" })
-        row(qPrintable(QString("not understood: ") + text), { text }, { "Failure" });
-    row("taken and given back", { "P,1", "P,0" }, { "Success", "Success" });
-    row("free already", { "P,0", "P,", "P,x" }, { "Rejected", "Rejected", "Rejected" });
-    row("any mode but 0", { "P,2", "P,1", "P,0", "P,-1", "P," },
-        { "Success", "Rejected", "Success", "Success", "Success" });
-    row("of others", { "P,1", "Q,1", "Q,0", "P,0" }, { "Success", "Rejected", "Rejected", "Success" });
-    row("blanks and signs", { " P ,+1", "P,0" }, { "Success", "Success" });
-}
+public:
+    using ModuleTest::ModuleTest;
 
-void RadioLockTest::requests()
-{
-    QFETCH(const QStringList, requests);
-    QFETCH(const QStringList, replies);
-    const QString living = QString::number(getpid());
-    QStringList found;
-    for (QString text : requests) {
-        text.replace('P', living).replace('Q', QString::number(m_world.world().hostPid()));
-        const QString entry = QString("requestBluetooth called with params \"%1\"").arg(text);
-        const int before = count(entry);
-        found << request(text);
-        QCOMPARE(count(entry), before + 1);
+private Q_SLOTS:
+    void init()
+    {
+        const QByteArray owner = lockFile();
+        if (owner != "none")
+            QCOMPARE(request(owner + ",0"), "Success");
+        QVERIFY(m_world.set("enabled", false));
+        QVERIFY(!isLent());
     }
-    QCOMPARE(found, replies);
-    QVERIFY(!isLent());
-    QCOMPARE(lockFile(), "none");
-}
 
-void RadioLockTest::aLoanStopsTheRadioAndTheReturnStartsIt()
-{
-    const QString pid = QString::number(getpid());
-    QVERIFY(m_world.set("enabled", true));
-    QCOMPARE(m_world.hostChildren().size(), 1);
+    void requests_data()
+    {
+        // P stands for a process that lives, Q for another one. Each row is one after the other.
+        const Rows<QStringList, QStringList> row("requests", "replies");
+        for (const char* text :
+             { "", "P", "P,1,0", "abc,1", ",1", ",", "0,1", "P;1", "99999999999,1", "P.0,1" })
+            row(qPrintable(QString("not understood: ") + text), { text }, { "Failure" });
+        row("taken and given back", { "P,1", "P,0" }, { "Success", "Success" });
+        row("free already", { "P,0", "P,", "P,x" }, { "Rejected", "Rejected", "Rejected" });
+        row("any mode but 0", { "P,2", "P,1", "P,0", "P,-1", "P," },
+            { "Success", "Rejected", "Success", "Success", "Success" });
+        row("of others", { "P,1", "Q,1", "Q,0", "P,0" }, { "Success", "Rejected", "Rejected", "Success" });
+        row("blanks and signs", { " P ,+1", "P,0" }, { "Success", "Success" });
+    }
 
-    QCOMPARE(request(pid + ",1"), "Success");
-    QCOMPARE(m_world.hostChildren(), QList<pid_t>());
-    QCOMPARE(lockFile(), pid.toLatin1());
-    QCOMPARE(m_world.value("enabled"), QVariant(true));
-    QVERIFY(isLent());
-    QCOMPARE(request(pid + ",1"), "Rejected");
-    QCOMPARE(lockFile(), pid.toLatin1());
-    QVERIFY(count(QString("requestBluetooth %1  successful lock").arg(pid)) > 0);
-    QVERIFY(count(QString("requestBluetooth %1  rejected lock").arg(pid)) > 0);
+    void requests()
+    {
+        QFETCH(const QStringList, requests);
+        QFETCH(const QStringList, replies);
+        const QString living = QString::number(getpid());
+        QStringList found;
+        for (QString text : requests) {
+            text.replace('P', living).replace('Q', QString::number(m_world.world().hostPid()));
+            const QString entry = QString("requestBluetooth called with params \"%1\"").arg(text);
+            const int before = count(entry);
+            found << request(text);
+            QCOMPARE(count(entry), before + 1);
+        }
+        QCOMPARE(found, replies);
+        QVERIFY(!isLent());
+        QCOMPARE(lockFile(), "none");
+    }
 
-    QCOMPARE(request(pid + ",0"), "Success");
-    QCOMPARE(m_world.hostChildren().size(), 1);
-    QCOMPARE(lockFile(), "none");
-    QVERIFY(!isLent());
-    QVERIFY(count(QString("requestBluetooth %1  successful free").arg(pid)) > 0);
-}
+    void aLoanStopsTheRadioAndTheReturnStartsIt()
+    {
+        const QString pid = QString::number(getpid());
+        QVERIFY(m_world.set("enabled", true));
+        QCOMPARE(m_world.hostChildren().size(), 1);
 
-void RadioLockTest::whileLentTheSettingDoesNotStartTheRadio()
-{
-    const QString pid = QString::number(getpid());
-    QCOMPARE(request(pid + ",1"), "Success");
-    QCOMPARE(request(pid + ",0"), "Success");
-    QCOMPARE(m_world.hostChildren(), QList<pid_t>()); // off it was, off it stays
-    QCOMPARE(request(pid + ",1"), "Success");
-    QVERIFY(m_world.set("enabled", true));
-    QCOMPARE(m_world.hostChildren(), QList<pid_t>());
-    QCOMPARE(request(pid + ",0"), "Success");
-    QCOMPARE(m_world.hostChildren().size(), 1);
-}
+        QCOMPARE(request(pid + ",1"), "Success");
+        QCOMPARE(m_world.hostChildren(), QList<pid_t>());
+        QCOMPARE(lockFile(), pid.toLatin1());
+        QCOMPARE(m_world.value("enabled"), QVariant(true));
+        QVERIFY(isLent());
+        QCOMPARE(request(pid + ",1"), "Rejected");
+        QCOMPARE(lockFile(), pid.toLatin1());
+        QVERIFY(count(QString("requestBluetooth %1  successful lock").arg(pid)) > 0);
+        QVERIFY(count(QString("requestBluetooth %1  rejected lock").arg(pid)) > 0);
 
-void RadioLockTest::whileLentTheDaemonMayLeave()
-{
-    const QString pid = QString::number(getpid());
-    const QString marker = "/tmp/bluelock_shutdown";
-    QVERIFY(m_world.daemonAppears());
-    QVERIFY(m_world.set("enabled", true));
-    QFile file(marker);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(request(pid + ",1"), "Success");
-    QVERIFY(m_world.daemonLeaves());
-    QCOMPARE(m_world.value("enabled"), QVariant(true));
-    QVERIFY(file.remove()); // it was not asked for
-    QCOMPARE(request(pid + ",0"), "Success");
-    QCOMPARE(m_world.hostChildren().size(), 1);
-}
+        QCOMPARE(request(pid + ",0"), "Success");
+        QCOMPARE(m_world.hostChildren().size(), 1);
+        QCOMPARE(lockFile(), "none");
+        QVERIFY(!isLent());
+        QVERIFY(count(QString("requestBluetooth %1  successful free").arg(pid)) > 0);
+    }
 
-void RadioLockTest::aDeadBorrowerIsFreed()
-{
-    QVERIFY(m_world.set("enabled", true));
-    world::ChildProcess borrower;
-    QCOMPARE(borrower.start({ { "sleep", "60" } }), 0);
-    const QString pid = QString::number(borrower.pid());
-    QCOMPARE(request(pid + ",1"), "Success");
-    const QString freed = QString("requestBluetooth %1  successful free").arg(pid);
-    QCOMPARE(count(freed), 0);
+    void whileLentTheSettingDoesNotStartTheRadio()
+    {
+        const QString pid = QString::number(getpid());
+        QCOMPARE(request(pid + ",1"), "Success");
+        QCOMPARE(request(pid + ",0"), "Success");
+        QCOMPARE(m_world.hostChildren(), QList<pid_t>()); // off it was, off it stays
+        QCOMPARE(request(pid + ",1"), "Success");
+        QVERIFY(m_world.set("enabled", true));
+        QCOMPARE(m_world.hostChildren(), QList<pid_t>());
+        QCOMPARE(request(pid + ",0"), "Success");
+        QCOMPARE(m_world.hostChildren().size(), 1);
+    }
 
-    borrower.signal(SIGKILL);
-    QTRY_VERIFY(isZombie(borrower.pid()));
-    // It has a process id until its parent has asked for it, and keeps the radio as long; the second between
-    // the two flips of a cycle has room for two checks.
-    QCOMPARE(m_world.trigger("cycleradio"), "");
-    QTRY_COMPARE(m_world.value("enabled"), QVariant(false));
-    QTRY_COMPARE(m_world.value("enabled"), QVariant(true));
-    QVERIFY(isLent());
-    borrower.wait();
-    QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
-    QCOMPARE(m_world.hostChildren().size(), 1);
-    QCOMPARE(lockFile(), "none");
-    const QString gone = QString("Process %1  exited without freeing Bluetooth resource").arg(pid);
-    const QString output = m_world.world().output();
-    QVERIFY(output.contains(gone + "\nrequestBluetooth called with params \"" + pid + ",0\"\n" + freed));
-}
+    void whileLentTheDaemonMayLeave()
+    {
+        const QString pid = QString::number(getpid());
+        const QString marker = "/tmp/bluelock_shutdown";
+        QVERIFY(m_world.daemonAppears());
+        QVERIFY(m_world.set("enabled", true));
+        QFile file(marker);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(request(pid + ",1"), "Success");
+        QVERIFY(m_world.daemonLeaves());
+        QCOMPARE(m_world.value("enabled"), QVariant(true));
+        QVERIFY(file.remove()); // it was not asked for
+        QCOMPARE(request(pid + ",0"), "Success");
+        QCOMPARE(m_world.hostChildren().size(), 1);
+    }
 
-void RadioLockTest::twoCheckChains()
-{
-    // A return and a new loan within one period have a second chain of checks run beside the first.
-    world::ChildProcess borrower;
-    QCOMPARE(borrower.start({ { "sleep", "60" } }), 0);
-    const QString pid = QString::number(borrower.pid());
-    for (const char* mode : { ",1", ",0", ",1" })
-        QCOMPARE(request(pid + mode), "Success");
-    borrower.end();
-    QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
-    // Whichever chain came first has freed the radio; the other one ends without a second report. A loan that
-    // ends at the next check tells that every check of before is over.
-    QCOMPARE(request("-6,1"), "Success");
-    QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
-    QCOMPARE(count(QString("Process %1  exited without freeing Bluetooth resource").arg(pid)), 1);
-    QCOMPARE(count("Process -6  exited without freeing Bluetooth resource"), 1);
-}
+    void aDeadBorrowerIsFreed()
+    {
+        QVERIFY(m_world.set("enabled", true));
+        world::ChildProcess borrower;
+        QCOMPARE(borrower.start({ { "sleep", "60" } }), 0);
+        const QString pid = QString::number(borrower.pid());
+        QCOMPARE(request(pid + ",1"), "Success");
+        const QString freed = QString("requestBluetooth %1  successful free").arg(pid);
+        QCOMPARE(count(freed), 0);
 
-void RadioLockTest::pidOfMinusFive()
-{
-    QVERIFY(m_world.set("enabled", true));
-    QCOMPARE(request("-5,1"), "Success");
-    QCOMPARE(lockFile(), "-5");
-    QCOMPARE(m_world.hostChildren(), QList<pid_t>());
-    // No process has that number, so that the first check ends the loan.
-    QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
-    QCOMPARE(count("Process -5  exited without freeing Bluetooth resource"), 1);
-    QCOMPARE(m_world.hostChildren().size(), 1);
-    QCOMPARE(request("-5,0"), "Rejected");
-}
+        borrower.signal(SIGKILL);
+        QTRY_VERIFY(isZombie(borrower.pid()));
+        // It has a process id until its parent has asked for it, and keeps the radio as long; the second
+        // between the two flips of a cycle has room for two checks.
+        QCOMPARE(m_world.trigger("cycleradio"), "");
+        QTRY_COMPARE(m_world.value("enabled"), QVariant(false));
+        QTRY_COMPARE(m_world.value("enabled"), QVariant(true));
+        QVERIFY(isLent());
+        borrower.wait();
+        QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
+        QCOMPARE(m_world.hostChildren().size(), 1);
+        QCOMPARE(lockFile(), "none");
+        const QString gone = QString("Process %1  exited without freeing Bluetooth resource").arg(pid);
+        const QString output = m_world.world().output();
+        QVERIFY(output.contains(gone + "\nrequestBluetooth called with params \"" + pid + ",0\"\n" + freed));
+    }
 
-void RadioLockTest::worksWithoutItsFile()
-{
-    const QString pid = QString::number(getpid());
-    QVERIFY(QDir().mkdir(LockFile));
-    QCOMPARE(request(pid + ",1"), "Success");
-    QVERIFY(isLent());
-    QCOMPARE(request(pid + ",0"), "Success");
-    QVERIFY(!isLent());
-    QVERIFY(QDir().rmdir(LockFile));
-}
+    void twoCheckChains()
+    {
+        // A return and a new loan within one period have a second chain of checks run beside the first.
+        world::ChildProcess borrower;
+        QCOMPARE(borrower.start({ { "sleep", "60" } }), 0);
+        const QString pid = QString::number(borrower.pid());
+        for (const char* mode : { ",1", ",0", ",1" })
+            QCOMPARE(request(pid + mode), "Success");
+        borrower.end();
+        QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
+        // Whichever chain came first has freed the radio; the other one ends without a second report. A loan
+        // that ends at the next check tells that every check of before is over.
+        QCOMPARE(request("-6,1"), "Success");
+        QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
+        QCOMPARE(count(QString("Process %1  exited without freeing Bluetooth resource").arg(pid)), 1);
+        QCOMPARE(count("Process -6  exited without freeing Bluetooth resource"), 1);
+    }
+
+    void pidOfMinusFive()
+    {
+        QVERIFY(m_world.set("enabled", true));
+        QCOMPARE(request("-5,1"), "Success");
+        QCOMPARE(lockFile(), "-5");
+        QCOMPARE(m_world.hostChildren(), QList<pid_t>());
+        // No process has that number, so that the first check ends the loan.
+        QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
+        QCOMPARE(count("Process -5  exited without freeing Bluetooth resource"), 1);
+        QCOMPARE(m_world.hostChildren().size(), 1);
+        QCOMPARE(request("-5,0"), "Rejected");
+    }
+
+    void worksWithoutItsFile()
+    {
+        const QString pid = QString::number(getpid());
+        QVERIFY(QDir().mkdir(LockFile));
+        QCOMPARE(request(pid + ",1"), "Success");
+        QVERIFY(isLent());
+        QCOMPARE(request(pid + ",0"), "Success");
+        QVERIFY(!isLent());
+        QVERIFY(QDir().rmdir(LockFile));
+    }
+
+private:
+    [[nodiscard]] QString request(const QString& text) const
+    {
+        return m_world.trigger("requestBluetooth", text);
+    }
+    [[nodiscard]] bool isLent() const { return !m_world.isApplicable("enabled"); }
+    [[nodiscard]] int count(const QString& line) const { return m_world.countInOutput(line); }
+};
 
 MODULE_TEST_MAIN(RadioLockTest)
 #include "RadioLockTest.moc"

@@ -16,6 +16,7 @@ const char* const Headset = "00:11:22:33:44:02";
 class DaemonFaultsTest : public QObject
 {
     Q_OBJECT
+
 public:
     explicit DaemonFaultsTest(testkit::SimulatedWorld& world)
         : m_world(world)
@@ -25,18 +26,175 @@ public:
 private Q_SLOTS:
     void init() { QVERIFY2(m_world.start(), qPrintable(m_world.problem())); }
 
-    void stallHoldsNobodyUp();
-    void crashSwitchesOff();
-    void daemonThatLeavesAndComesBack();
-    void handoverIsNotSeen();
-    void switchingOffWaitsForTheController();
-    void slowAnswersHoldNobodyUp();
-    void errorsReadAsNothing();
-    void payloadOfAnotherShape_data();
-    void payloadOfAnotherShape();
-    void propertiesOfAnotherShape();
-    void burstsArriveInOrder();
-    void whatIsNotToldIsNotKnown();
+    // The module forwards without waiting; what it was asked is done when the daemon can.
+    void stallHoldsNobodyUp()
+    {
+        QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
+        QVERIFY(m_world.fault({ "stall" }));
+        for (const char* action : { "scan", "cancelscan", "scan" })
+            QVERIFY(m_world.trigger(action));
+        QCOMPARE(m_world.text("scanstate"), "0");
+        QVERIFY(m_world.fault({ "none" }));
+        QVERIFY2(m_world.stepUntil("scanstate", "2"), qPrintable(m_world.problem()));
+        QCOMPARE(m_world.calls(), (QStringList{ "Scan", "CancelScan", "Scan" }));
+    }
+
+    void crashSwitchesOff()
+    {
+        QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
+        QVERIFY(m_world.fault({ "crash" }));
+        QVERIFY2(m_world.waitFor("enabled", "false"), qPrintable(m_world.problem()));
+        QCOMPARE(m_world.text("status"), "0");
+        QVERIFY(!m_world.isApplicable("scan"));
+        QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem())); // and it can be had again
+    }
+
+    void daemonThatLeavesAndComesBack()
+    {
+        QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
+        QVERIFY(pairHeadset());
+        QVERIFY(m_world.fault({ "leave" }));
+        QVERIFY(m_world.waitForApplicable("scan", false));
+        QVERIFY(m_world.waitFor("pairlistAddr:0", {}));
+        QCOMPARE(m_world.text("status"), "0");
+
+        QVERIFY(m_world.fault({ "none" }));
+        QVERIFY(m_world.waitFor("status", "3")); // the refresh reads everything anew
+        QVERIFY(m_world.waitFor("pairlistAddr:0", Headset));
+        QVERIFY(m_world.waitForApplicable("scan", true));
+    }
+
+    // The bus passes the name on in one step: the watcher is silent and nothing is read again, but the new
+    // owner's signals arrive.
+    void handoverIsNotSeen()
+    {
+        QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
+        QDBusServiceWatcher watcher("com.qarn.bluetooth", QDBusConnection::systemBus(),
+                                    QDBusServiceWatcher::WatchForOwnerChange);
+        QSignalSpy owners(&watcher, &QDBusServiceWatcher::serviceOwnerChanged);
+        QVERIFY(m_world.fault({ "silent-property", "pairList" }));
+        QVERIFY(pairHeadset()); // a new pairing that nobody tells of
+        QVERIFY(m_world.fault({ "handover" }));
+        QTRY_COMPARE(owners.size(), 1);
+        QVERIFY(!owners.first().at(1).toString().isEmpty() && !owners.first().at(2).toString().isEmpty());
+
+        QVERIFY(m_world.trigger("scan")); // goes to the new owner, and its signals come
+        QVERIFY2(m_world.stepUntil("scanstate", "2"), qPrintable(m_world.problem()));
+        QCOMPARE(m_world.text("pairlistAddr:0"), QString());
+        QCOMPARE(m_world.text("status"), "3");
+        QVERIFY(m_world.isApplicable("scan"));
+    }
+
+    void switchingOffWaitsForTheController()
+    {
+        QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
+        constexpr int Ignored = 300; // ms
+        QVERIFY(m_world.fault({ "ignore-sigterm", "0.3" }));
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(m_world.set("enabled", false));
+        QCOMPARE(m_world.text("status"), "0");
+        QVERIFY2(clock.elapsed() >= Ignored, qPrintable(QString::number(clock.elapsed())));
+    }
+
+    void slowAnswersHoldNobodyUp()
+    {
+        QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
+        constexpr int Late = 400; // ms
+        QVERIFY(m_world.fault({ "slow", "0.4" }));
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(m_world.trigger("pair", Headset));
+        QVERIFY(m_world.waitFor("pairstate", "1"));
+        QVERIFY2(clock.elapsed() >= Late, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(m_world.calls(), QStringList{ "Pair" });
+    }
+
+    // A refresh whose reads fail publishes 0, empty texts and empty lists.
+    void errorsReadAsNothing()
+    {
+        QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
+        QVERIFY(pairHeadset());
+        QVERIFY(m_world.fault({ "error" }));
+        QVERIFY(m_world.fault({ "leave", "0" })); // and comes back at once
+        QVERIFY(m_world.waitFor("pairlistAddr:0", {}));
+        QVERIFY(m_world.waitForApplicable("scan", true));
+        QCOMPARE(m_world.text("status"), "0");
+        QCOMPARE(m_world.text("pairstate"), "0");
+
+        QVERIFY(m_world.trigger("scan")); // refused, which the module does not read
+        QVERIFY(QTest::qWaitFor([this] { return m_world.calls().contains("Scan"); }));
+        QVERIFY(m_world.fault({ "none" }));
+        QVERIFY(m_world.step(10));
+        QVERIFY(m_world.trigger("pair", "00:11:22:33:44:0B"));
+        QVERIFY(m_world.stepUntil("pairstate", "100"));
+        QCOMPARE(m_world.text("scanstate"), "0");
+    }
+
+    void payloadOfAnotherShape_data()
+    {
+        // "shown" is the scan state, which is 1 meanwhile.
+        const Rows<QString, QString> row("shape", "shown");
+        for (const char* shape : { "as", "a(tis)", "ai", "av", "aas", "a{si}", "a(sss)", "a(tsi)", "(tis)" })
+            row(shape, shape, "0"); // does not convert: ignored
+        row("a text", "s", "0"); // converts, to 0
+        row("another number", "i", "-42");
+        row("a truth value", "b", "1");
+    }
+
+    void payloadOfAnotherShape()
+    {
+        QFETCH(QString, shape);
+        QFETCH(QString, shown);
+        QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
+        QVERIFY2(m_world.fault({ "payload", "scanStateChanged", shape }), qPrintable(m_world.problem()));
+        QVERIFY(m_world.trigger("scan"));
+        QVERIFY(m_world.stepUntil([this] { return !m_world.text("scanresultsAddr:0").isEmpty(); }));
+        QCOMPARE(m_world.text("scanstate"), shown);
+    }
+
+    // A refresh takes what it cannot read for 0, empty texts and empty lists.
+    void propertiesOfAnotherShape()
+    {
+        QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
+        QVERIFY(pairHeadset());
+        for (const auto& [property, shape] :
+             { std::pair("status", "as"), std::pair("pairState", "a{sv}"), std::pair("pairList", "a(sss)"),
+               std::pair("confirmationCode", "s") })
+            QVERIFY2(m_world.fault({ "payload", property, shape }), qPrintable(m_world.problem()));
+        QVERIFY(m_world.fault({ "leave", "0" })); // and comes back at once
+        QVERIFY(m_world.waitFor("confirmationcode", "x")); // the one that can be read
+        QVERIFY(m_world.waitForApplicable("scan", true));
+        QCOMPARE(m_world.text("status"), "0");
+        QCOMPARE(m_world.text("pairstate"), "0");
+        QCOMPARE(m_world.text("pairlistAddr:0"), QString());
+    }
+
+    void burstsArriveInOrder()
+    {
+        QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
+        QVERIFY(m_world.fault({ "burst", "100000" }));
+        QVERIFY(m_world.trigger("pair", Headset));
+        QVERIFY(QTest::qWaitFor([this] { return m_world.calls().contains("Pair"); }));
+        QVERIFY(m_world.step(30));
+        QCOMPARE(m_world.text("pairstate"), "0");
+        QVERIFY(m_world.fault({ "none" })); // all at once
+        QVERIFY(m_world.waitFor("pairstate", "100"));
+        QCOMPARE(m_world.text("pairlistAddr:0"), QString::fromLatin1(Headset)); // had come before the state
+        QCOMPARE(m_world.text("pendingpair"), QString());
+    }
+
+    void whatIsNotToldIsNotKnown()
+    {
+        QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
+        QVERIFY(m_world.fault({ "silent-property", "pairList" }));
+        QVERIFY(pairHeadset());
+        QCOMPARE(m_world.text("pairlistAddr:0"), QString()); // its signal would have come before the state's
+        QVERIFY(m_world.fault({ "leave" }));
+        QVERIFY(m_world.waitForApplicable("scan", false));
+        QVERIFY(m_world.fault({ "none" }));
+        QVERIFY(m_world.waitFor("pairlistAddr:0", Headset)); // the refresh reads it
+    }
 
 private:
     /// With a device that asks nobody.
@@ -51,176 +209,6 @@ private:
 
     testkit::SimulatedWorld& m_world;
 };
-
-// The module forwards without waiting; what it was asked is done when the daemon can.
-void DaemonFaultsTest::stallHoldsNobodyUp()
-{
-    QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
-    QVERIFY(m_world.fault({ "stall" }));
-    for (const char* action : { "scan", "cancelscan", "scan" })
-        QVERIFY(m_world.trigger(action));
-    QCOMPARE(m_world.text("scanstate"), "0");
-    QVERIFY(m_world.fault({ "none" }));
-    QVERIFY2(m_world.stepUntil("scanstate", "2"), qPrintable(m_world.problem()));
-    QCOMPARE(m_world.calls(), (QStringList{ "Scan", "CancelScan", "Scan" }));
-}
-
-void DaemonFaultsTest::crashSwitchesOff()
-{
-    QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
-    QVERIFY(m_world.fault({ "crash" }));
-    QVERIFY2(m_world.waitFor("enabled", "false"), qPrintable(m_world.problem()));
-    QCOMPARE(m_world.text("status"), "0");
-    QVERIFY(!m_world.isApplicable("scan"));
-    QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem())); // and it can be had again
-}
-
-void DaemonFaultsTest::daemonThatLeavesAndComesBack()
-{
-    QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
-    QVERIFY(pairHeadset());
-    QVERIFY(m_world.fault({ "leave" }));
-    QVERIFY(m_world.waitForApplicable("scan", false));
-    QVERIFY(m_world.waitFor("pairlistAddr:0", {}));
-    QCOMPARE(m_world.text("status"), "0");
-
-    QVERIFY(m_world.fault({ "none" }));
-    QVERIFY(m_world.waitFor("status", "3")); // the refresh reads everything anew
-    QVERIFY(m_world.waitFor("pairlistAddr:0", Headset));
-    QVERIFY(m_world.waitForApplicable("scan", true));
-}
-
-// The bus passes the name on in one step: the watcher is silent and nothing is read again, but the new
-// owner's signals arrive.
-void DaemonFaultsTest::handoverIsNotSeen()
-{
-    QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
-    QDBusServiceWatcher watcher("com.qarn.bluetooth", QDBusConnection::systemBus(),
-                                QDBusServiceWatcher::WatchForOwnerChange);
-    QSignalSpy owners(&watcher, &QDBusServiceWatcher::serviceOwnerChanged);
-    QVERIFY(m_world.fault({ "silent-property", "pairList" }));
-    QVERIFY(pairHeadset()); // a new pairing that nobody tells of
-    QVERIFY(m_world.fault({ "handover" }));
-    QTRY_COMPARE(owners.size(), 1);
-    QVERIFY(!owners.first().at(1).toString().isEmpty() && !owners.first().at(2).toString().isEmpty());
-
-    QVERIFY(m_world.trigger("scan")); // goes to the new owner, and its signals come
-    QVERIFY2(m_world.stepUntil("scanstate", "2"), qPrintable(m_world.problem()));
-    QCOMPARE(m_world.text("pairlistAddr:0"), QString());
-    QCOMPARE(m_world.text("status"), "3");
-    QVERIFY(m_world.isApplicable("scan"));
-}
-
-void DaemonFaultsTest::switchingOffWaitsForTheController()
-{
-    QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
-    constexpr int Ignored = 300; // ms
-    QVERIFY(m_world.fault({ "ignore-sigterm", "0.3" }));
-    QElapsedTimer clock;
-    clock.start();
-    QVERIFY(m_world.set("enabled", false));
-    QCOMPARE(m_world.text("status"), "0");
-    QVERIFY2(clock.elapsed() >= Ignored, qPrintable(QString::number(clock.elapsed())));
-}
-
-void DaemonFaultsTest::slowAnswersHoldNobodyUp()
-{
-    QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
-    constexpr int Late = 400; // ms
-    QVERIFY(m_world.fault({ "slow", "0.4" }));
-    QElapsedTimer clock;
-    clock.start();
-    QVERIFY(m_world.trigger("pair", Headset));
-    QVERIFY(m_world.waitFor("pairstate", "1"));
-    QVERIFY2(clock.elapsed() >= Late, qPrintable(QString::number(clock.elapsed())));
-    QCOMPARE(m_world.calls(), QStringList{ "Pair" });
-}
-
-// A refresh whose reads fail publishes 0, empty texts and empty lists.
-void DaemonFaultsTest::errorsReadAsNothing()
-{
-    QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
-    QVERIFY(pairHeadset());
-    QVERIFY(m_world.fault({ "error" }));
-    QVERIFY(m_world.fault({ "leave", "0" })); // and comes back at once
-    QVERIFY(m_world.waitFor("pairlistAddr:0", {}));
-    QVERIFY(m_world.waitForApplicable("scan", true));
-    QCOMPARE(m_world.text("status"), "0");
-    QCOMPARE(m_world.text("pairstate"), "0");
-
-    QVERIFY(m_world.trigger("scan")); // refused, which the module does not read
-    QVERIFY(QTest::qWaitFor([this] { return m_world.calls().contains("Scan"); }));
-    QVERIFY(m_world.fault({ "none" }));
-    QVERIFY(m_world.step(10));
-    QVERIFY(m_world.trigger("pair", "00:11:22:33:44:0B"));
-    QVERIFY(m_world.stepUntil("pairstate", "100"));
-    QCOMPARE(m_world.text("scanstate"), "0");
-}
-
-void DaemonFaultsTest::payloadOfAnotherShape_data()
-{
-    // "shown" is the scan state, which is 1 meanwhile.
-    const Rows<QString, QString> row("shape", "shown");
-    for (const char* shape : { "as", "a(tis)", "ai", "av", "aas", "a{si}", "a(sss)", "a(tsi)", "(tis)" })
-        row(shape, shape, "0"); // does not convert: ignored
-    row("a text", "s", "0"); // converts, to 0
-    row("another number", "i", "-42");
-    row("a truth value", "b", "1");
-}
-
-void DaemonFaultsTest::payloadOfAnotherShape()
-{
-    QFETCH(QString, shape);
-    QFETCH(QString, shown);
-    QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
-    QVERIFY2(m_world.fault({ "payload", "scanStateChanged", shape }), qPrintable(m_world.problem()));
-    QVERIFY(m_world.trigger("scan"));
-    QVERIFY(m_world.stepUntil([this] { return !m_world.text("scanresultsAddr:0").isEmpty(); }));
-    QCOMPARE(m_world.text("scanstate"), shown);
-}
-
-// A refresh takes what it cannot read for 0, empty texts and empty lists.
-void DaemonFaultsTest::propertiesOfAnotherShape()
-{
-    QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
-    QVERIFY(pairHeadset());
-    for (const auto& [property, shape] :
-         { std::pair("status", "as"), std::pair("pairState", "a{sv}"), std::pair("pairList", "a(sss)"),
-           std::pair("confirmationCode", "s") })
-        QVERIFY2(m_world.fault({ "payload", property, shape }), qPrintable(m_world.problem()));
-    QVERIFY(m_world.fault({ "leave", "0" })); // and comes back at once
-    QVERIFY(m_world.waitFor("confirmationcode", "x")); // the one that can be read
-    QVERIFY(m_world.waitForApplicable("scan", true));
-    QCOMPARE(m_world.text("status"), "0");
-    QCOMPARE(m_world.text("pairstate"), "0");
-    QCOMPARE(m_world.text("pairlistAddr:0"), QString());
-}
-
-void DaemonFaultsTest::burstsArriveInOrder()
-{
-    QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
-    QVERIFY(m_world.fault({ "burst", "100000" }));
-    QVERIFY(m_world.trigger("pair", Headset));
-    QVERIFY(QTest::qWaitFor([this] { return m_world.calls().contains("Pair"); }));
-    QVERIFY(m_world.step(30));
-    QCOMPARE(m_world.text("pairstate"), "0");
-    QVERIFY(m_world.fault({ "none" })); // all at once
-    QVERIFY(m_world.waitFor("pairstate", "100"));
-    QCOMPARE(m_world.text("pairlistAddr:0"), QString::fromLatin1(Headset)); // had come before the state
-    QCOMPARE(m_world.text("pendingpair"), QString());
-}
-
-void DaemonFaultsTest::whatIsNotToldIsNotKnown()
-{
-    QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
-    QVERIFY(m_world.fault({ "silent-property", "pairList" }));
-    QVERIFY(pairHeadset());
-    QCOMPARE(m_world.text("pairlistAddr:0"), QString()); // its signal would have come before the state's
-    QVERIFY(m_world.fault({ "leave" }));
-    QVERIFY(m_world.waitForApplicable("scan", false));
-    QVERIFY(m_world.fault({ "none" }));
-    QVERIFY(m_world.waitFor("pairlistAddr:0", Headset)); // the refresh reads it
-}
 
 BLUETOOTH_TESTKIT_MAIN(DaemonFaultsTest)
 #include "DaemonFaultsTest.moc"

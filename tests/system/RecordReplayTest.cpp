@@ -59,6 +59,7 @@ private:
 class RecordReplayTest : public QObject
 {
     Q_OBJECT
+
 public:
     explicit RecordReplayTest(testkit::SimulatedWorld& world)
         : m_world(world)
@@ -66,144 +67,138 @@ public:
     }
 
 private Q_SLOTS:
-    void tourReplays();
-    void refusesWhatIsNoRecording_data();
-    void refusesWhatIsNoRecording();
+    void tourReplays()
+    {
+        const QString file = m_folder.filePath("tour.rec");
+        QMap<QString, QString> recorded;
+        recordTour(file, recorded);
+        QVERIFY(recorded.size() > 30);
+
+        testkit::SimulationOptions options;
+        options.scenario = file;
+        QVERIFY2(m_world.start(options), qPrintable(m_world.problem()));
+        const Watcher watcher;
+        QVERIFY(watcher.isGood());
+        QVERIFY2(m_world.startOwnDaemon(), qPrintable(m_world.problem()));
+        replay(file);
+        const bool isSame = QTest::qWaitFor([&] { return watcher.values == recorded; });
+        QString difference;
+        for (auto item = recorded.begin(); item != recorded.end(); ++item) {
+            if (watcher.values.value(item.key()) != item.value())
+                difference +=
+                    item.key() + ' ' + watcher.values.value(item.key()) + ", recorded " + item.value() + '\n';
+        }
+        QVERIFY2(isSame, qPrintable(difference));
+    }
+
+    void refusesWhatIsNoRecording_data()
+    {
+        const Rows<QByteArray, QString> row("text", "problem");
+        row("empty", "", "no daemon appears in this recording");
+        row("no JSON", "{\n", ".rec:1: no line of a recording");
+        row("no time", "{ \"left\": true }\n", ".rec:1: no line of a recording");
+        row("another type",
+            "\n{ \"time\": 1, \"signal\": \"statusChanged\", \"value\": { \"type\": \"h\" } }\n",
+            ".rec:2: no line of a recording: a value of the D-Bus type \"h\" cannot be replayed");
+    }
+
+    void refusesWhatIsNoRecording()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(QString, problem);
+        QFile file(m_folder.filePath("wrong.rec"));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size());
+        file.close();
+        const Finished check = run(program("bluesim"), { "--check-scenario", file.fileName() });
+        QCOMPARE(check.status, 2);
+        QVERIFY2(check.err.contains(problem), qPrintable(check.err));
+    }
 
 private:
-    void recordTour(const QString& file, QMap<QString, QString>& values);
-    static QMap<QString, QString> outcome(const QJsonObject& event);
-    void replay(const QString& file);
+    void recordTour(const QString& file, QMap<QString, QString>& values)
+    {
+        QProcess recorder;
+        recorder.start(program("simctl"), QStringList{ "record", file });
+        recorder.setReadChannel(QProcess::StandardError);
+        QVERIFY(recorder.waitForReadyRead());
+        qputenv("BLUESIM_TIME_SCALE", "20"); // for what the host starts
+        testkit::SimulationOptions options;
+        options.isPaused = false;
+        const bool started = m_world.start(options);
+        qunsetenv("BLUESIM_TIME_SCALE");
+        QVERIFY2(started, qPrintable(m_world.problem()));
+        const Watcher watcher;
+        QVERIFY(watcher.isGood());
+        QProcess tour;
+        tour.start(program("bluetoothtour"), QStringList());
+        QVERIFY(QTest::qWaitFor([&] { return tour.state() == QProcess::NotRunning; }, 60'000));
+        QCOMPARE(tour.exitCode(), 0);
+        recorder.terminate();
+        QVERIFY(recorder.waitForFinished());
+        QCOMPARE(recorder.exitCode(), 0);
+        values = watcher.values;
+    }
+
+    /// What the module's items have to come to because of an event, before time goes on: each coming and
+    /// going of the daemon, which the module answers by reading everything, and each state of a pairing, of
+    /// which the host would tell its clients the last alone if two came in one turn.
+    static QMap<QString, QString> outcome(const QJsonObject& event)
+    {
+        const QJsonValue value = event.value("value").toObject().value("value");
+        if (event.contains("appeared")) {
+            const QJsonObject status = event.value("appeared").toObject().value("status").toObject();
+            return { { "status", QString::number(status.value("value").toInt()) } };
+        }
+        if (event.value("signal") == "pairStateChanged")
+            return { { "pairstate", QString::number(value.toInt()) } };
+        if (event.value("signal") == "pairListChanged") {
+            const QJsonArray pairs = value.toArray();
+            const bool isConnected = std::any_of(pairs.begin(), pairs.end(), [](const QJsonValue& pair) {
+                return pair.toArray().at(2).toInt() != 0;
+            });
+            return { { "isAnyDeviceConnected", isConnected ? "true" : "false" } };
+        }
+        return {};
+    }
+
+    void replay(const QString& file)
+    {
+        QFile lines(file);
+        QVERIFY(lines.open(QIODevice::ReadOnly));
+        // By whole milliseconds, as the replay has it: what is rounded at each step drifts from it, and what
+        // fell into one of them comes at once.
+        QMap<qint64, QList<QJsonObject>> events;
+        while (!lines.atEnd()) {
+            const QJsonObject event = QJsonDocument::fromJson(lines.readLine()).object();
+            events[std::llround(event.value("time").toDouble() * 1000)] << event;
+        }
+        QVERIFY(!events.isEmpty());
+        int appearances = 0;
+        qint64 last = events.firstKey();
+        for (auto moment = events.begin(); moment != events.end(); ++moment) {
+            QVERIFY2(m_world.step(static_cast<double>(moment.key() - last) / 1000),
+                     qPrintable(m_world.problem()));
+            last = moment.key();
+            QMap<QString, QString> outcomes;
+            for (const QJsonObject& event : *moment) {
+                appearances += event.contains("appeared") ? 1 : 0;
+                if (event.contains("left"))
+                    QVERIFY(m_world.waitForApplicable("scan", false));
+                const QMap<QString, QString> ofOne = outcome(event);
+                for (auto item = ofOne.begin(); item != ofOne.end(); ++item)
+                    outcomes.insert(item.key(), item.value());
+            }
+            for (auto item = outcomes.begin(); item != outcomes.end(); ++item)
+                QVERIFY2(m_world.waitFor(item.key(), item.value()), qPrintable(m_world.problem()));
+        }
+        QCOMPARE(appearances, 2); // the loan of the radio was in between
+    }
+
     [[nodiscard]] QString program(const char* name) const { return world::World::binFolder() + '/' + name; }
 
     testkit::SimulatedWorld& m_world;
     QTemporaryDir m_folder{ "/tmp/recording-XXXXXX" };
 };
-
-void RecordReplayTest::recordTour(const QString& file, QMap<QString, QString>& values)
-{
-    QProcess recorder;
-    recorder.start(program("simctl"), QStringList{ "record", file });
-    recorder.setReadChannel(QProcess::StandardError);
-    QVERIFY(recorder.waitForReadyRead());
-    qputenv("BLUESIM_TIME_SCALE", "20"); // for what the host starts
-    testkit::SimulationOptions options;
-    options.isPaused = false;
-    const bool started = m_world.start(options);
-    qunsetenv("BLUESIM_TIME_SCALE");
-    QVERIFY2(started, qPrintable(m_world.problem()));
-    const Watcher watcher;
-    QVERIFY(watcher.isGood());
-    QProcess tour;
-    tour.start(program("bluetoothtour"), QStringList());
-    QVERIFY(QTest::qWaitFor([&] { return tour.state() == QProcess::NotRunning; }, 60'000));
-    QCOMPARE(tour.exitCode(), 0);
-    recorder.terminate();
-    QVERIFY(recorder.waitForFinished());
-    QCOMPARE(recorder.exitCode(), 0);
-    values = watcher.values;
-}
-
-/// What the module's items have to come to because of an event, before time goes on: each coming and going of
-/// the daemon, which the module answers by reading everything, and each state of a pairing, of which the host
-/// would tell its clients the last alone if two came in one turn.
-QMap<QString, QString> RecordReplayTest::outcome(const QJsonObject& event)
-{
-    const QJsonValue value = event.value("value").toObject().value("value");
-    if (event.contains("appeared")) {
-        const QJsonObject status = event.value("appeared").toObject().value("status").toObject();
-        return { { "status", QString::number(status.value("value").toInt()) } };
-    }
-    if (event.value("signal") == "pairStateChanged")
-        return { { "pairstate", QString::number(value.toInt()) } };
-    if (event.value("signal") == "pairListChanged") {
-        const QJsonArray pairs = value.toArray();
-        const bool isConnected = std::any_of(pairs.begin(), pairs.end(), [](const QJsonValue& pair) {
-            return pair.toArray().at(2).toInt() != 0;
-        });
-        return { { "isAnyDeviceConnected", isConnected ? "true" : "false" } };
-    }
-    return {};
-}
-
-void RecordReplayTest::replay(const QString& file)
-{
-    QFile lines(file);
-    QVERIFY(lines.open(QIODevice::ReadOnly));
-    // By whole milliseconds, as the replay has it: what is rounded at each step drifts from it, and what fell
-    // into one of them comes at once.
-    QMap<qint64, QList<QJsonObject>> events;
-    while (!lines.atEnd()) {
-        const QJsonObject event = QJsonDocument::fromJson(lines.readLine()).object();
-        events[std::llround(event.value("time").toDouble() * 1000)] << event;
-    }
-    QVERIFY(!events.isEmpty());
-    int appearances = 0;
-    qint64 last = events.firstKey();
-    for (auto moment = events.begin(); moment != events.end(); ++moment) {
-        QVERIFY2(m_world.step(static_cast<double>(moment.key() - last) / 1000),
-                 qPrintable(m_world.problem()));
-        last = moment.key();
-        QMap<QString, QString> outcomes;
-        for (const QJsonObject& event : *moment) {
-            appearances += event.contains("appeared") ? 1 : 0;
-            if (event.contains("left"))
-                QVERIFY(m_world.waitForApplicable("scan", false));
-            const QMap<QString, QString> ofOne = outcome(event);
-            for (auto item = ofOne.begin(); item != ofOne.end(); ++item)
-                outcomes.insert(item.key(), item.value());
-        }
-        for (auto item = outcomes.begin(); item != outcomes.end(); ++item)
-            QVERIFY2(m_world.waitFor(item.key(), item.value()), qPrintable(m_world.problem()));
-    }
-    QCOMPARE(appearances, 2); // the loan of the radio was in between
-}
-
-void RecordReplayTest::tourReplays()
-{
-    const QString file = m_folder.filePath("tour.rec");
-    QMap<QString, QString> recorded;
-    recordTour(file, recorded);
-    QVERIFY(recorded.size() > 30);
-
-    testkit::SimulationOptions options;
-    options.scenario = file;
-    QVERIFY2(m_world.start(options), qPrintable(m_world.problem()));
-    const Watcher watcher;
-    QVERIFY(watcher.isGood());
-    QVERIFY2(m_world.startOwnDaemon(), qPrintable(m_world.problem()));
-    replay(file);
-    const bool isSame = QTest::qWaitFor([&] { return watcher.values == recorded; });
-    QString difference;
-    for (auto item = recorded.begin(); item != recorded.end(); ++item) {
-        if (watcher.values.value(item.key()) != item.value())
-            difference +=
-                item.key() + ' ' + watcher.values.value(item.key()) + ", recorded " + item.value() + '\n';
-    }
-    QVERIFY2(isSame, qPrintable(difference));
-}
-
-void RecordReplayTest::refusesWhatIsNoRecording_data()
-{
-    const Rows<QByteArray, QString> row("text", "problem");
-    row("empty", "", "no daemon appears in this recording");
-    row("no JSON", "{\n", ".rec:1: no line of a recording");
-    row("no time", "{ \"left\": true }\n", ".rec:1: no line of a recording");
-    row("another type", "\n{ \"time\": 1, \"signal\": \"statusChanged\", \"value\": { \"type\": \"h\" } }\n",
-        ".rec:2: no line of a recording: a value of the D-Bus type \"h\" cannot be replayed");
-}
-
-void RecordReplayTest::refusesWhatIsNoRecording()
-{
-    QFETCH(QByteArray, text);
-    QFETCH(QString, problem);
-    QFile file(m_folder.filePath("wrong.rec"));
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size());
-    file.close();
-    const Finished check = run(program("bluesim"), { "--check-scenario", file.fileName() });
-    QCOMPARE(check.status, 2);
-    QVERIFY2(check.err.contains(problem), qPrintable(check.err));
-}
 
 BLUETOOTH_TESTKIT_MAIN(RecordReplayTest)
 #include "RecordReplayTest.moc"

@@ -10,6 +10,7 @@
 class ScenariosTest : public QObject
 {
     Q_OBJECT
+
 public:
     explicit ScenariosTest(testkit::SimulatedWorld& world)
         : m_world(world)
@@ -20,17 +21,161 @@ public Q_SLOTS:
     void note(const QDBusMessage& signal) { m_signals << describe(signal); }
 
 private Q_SLOTS:
-    void pairs_data();
-    void pairs();
-    void eachIsTried();
-    void roomIsTheDefault();
-    void crowdFillsTheList();
-    void carConnectsByItself();
-    void hostileNamesAreShownAsTheyAre();
-    void emptyStaysEmpty();
-    void deviceAsksToBePaired();
-    void sameSeedIsTheSameRun();
-    void longTimesPassAtOnce();
+    void pairs_data()
+    {
+        // "asked" is the pairing state that waits for an answer; empty for none.
+        const Rows<QString, QString, QString, QString> row("asked", "action", "answer", "outcome");
+        row("pair-pin", "3", "pinreply", "4711", "100");
+        row("pair-wrong-pin", "3", "pinreply", "4711", "201");
+        row("pair-code", "4", "confirmcode", "", "100");
+        row("pair-confirmation", "5", "confirmcode", "", "100");
+        row("pair-just-works", "", "", "", "100");
+        row("pair-refused", "", "", "", "201");
+        row("pair-times-out", "", "", "", "201");
+        row("pair-out-of-reach", "", "", "", "202");
+    }
+
+    void pairs()
+    {
+        QFETCH(QString, asked);
+        QFETCH(QString, action);
+        QFETCH(QString, answer);
+        QFETCH(QString, outcome);
+        const QString address = "00:11:22:33:77:01";
+        QVERIFY2(begin(QTest::currentDataTag()), qPrintable(m_world.problem()));
+        QVERIFY(m_world.trigger("pair", address));
+        QVERIFY(m_world.waitFor("pairstate", "1"));
+        if (!asked.isEmpty()) {
+            QVERIFY(m_world.step(1));
+            QVERIFY2(m_world.waitFor("pairstate", asked), qPrintable(m_world.problem()));
+            QCOMPARE(m_world.text("confirmationcode"), asked == "4" ? "271828" : QString());
+            QVERIFY(m_world.trigger(action, answer));
+        }
+        QVERIFY2(m_world.stepUntil("pairstate", outcome), qPrintable(m_world.problem()));
+        QCOMPARE(m_world.text("pairlistAddr:0"), outcome == "100" ? address : QString());
+        QVERIFY(m_world.isApplicable("scan"));
+    }
+
+    void eachIsTried()
+    {
+        for (const char* other : { "room", "crowd", "car", "hostile", "empty", "pair-incoming" })
+            m_tried.insert(other); // by the tests below
+        const QStringList names = bt::scenarioNames();
+        QCOMPARE(m_tried, QSet<QString>(names.begin(), names.end()));
+    }
+
+    void roomIsTheDefault()
+    {
+        m_tried.insert("room");
+        testkit::SimulationOptions options;
+        options.scenario.clear();
+        QVERIFY(m_world.start(options) && m_world.switchOn());
+        QVERIFY2(scan(), qPrintable(m_world.problem()));
+        QStringList names = scanned("scanresultsName");
+        names.sort();
+        QCOMPARE(names,
+                 (QStringList{ "Car Kit", "Companion Phone", "Far Speaker", "GPS Receiver", "Headset",
+                               "Heart-rate Strap", "Locked Tablet", "Notebook", "Phone",
+                               "Unknown Name - 00:11:22:33:44:07", "Wi-FED" }));
+    }
+
+    // The daemon tells of 60 devices; the module's lists have 32 rows.
+    void crowdFillsTheList()
+    {
+        QVERIFY2(begin("crowd"), qPrintable(m_world.problem()));
+        QVERIFY2(scan(), qPrintable(m_world.problem()));
+        QStringList addresses = scanned("scanresultsAddr");
+        QCOMPARE(addresses.removeDuplicates(), 0);
+        QCOMPARE(addresses.size(), 32);
+    }
+
+    void carConnectsByItself()
+    {
+        QVERIFY2(begin("car"), qPrintable(m_world.problem()));
+        QCOMPARE(m_world.text("pairlistName:0"), "Phone");
+        QCOMPARE(m_world.text("isAnyDeviceConnected"), "false");
+        QVERIFY(m_world.step(3));
+        QVERIFY2(m_world.waitFor("pairlistConnectionState:0", "2"), qPrintable(m_world.problem()));
+        QVERIFY(m_world.step(57)); // its link is lost
+        QVERIFY(m_world.waitFor("isAnyDeviceConnected", "false"));
+        QVERIFY(m_world.step(5));
+        QVERIFY(m_world.waitFor("isAnyDeviceConnected", "true"));
+    }
+
+    void hostileNamesAreShownAsTheyAre()
+    {
+        QVERIFY2(begin("hostile"), qPrintable(m_world.problem()));
+        QVERIFY(m_world.step(3)); // somebody asks to be paired
+        QVERIFY2(m_world.waitFor("pairstate", "4"), qPrintable(m_world.problem()));
+        QCOMPARE(m_world.text("pendingpair"), QString::fromUtf8("\x1b[2J\x1b[31mFree Wi-Fi\a\n"));
+        QCOMPARE(m_world.text("confirmationcode"), "000000");
+        QVERIFY(m_world.trigger("rejectcode"));
+        QVERIFY(m_world.waitFor("pairstate", "200"));
+        QVERIFY2(scan(), qPrintable(m_world.problem()));
+        const QStringList names = scanned("scanresultsName");
+        QCOMPARE(names.count("Phone"), 2);
+        QVERIFY(names.contains("-- --help; $(reboot)"));
+        QVERIFY(names.contains("`,.\";00!")); // replaced in the pending pair alone
+        QVERIFY(m_world.hostPid() > 0);
+    }
+
+    void emptyStaysEmpty()
+    {
+        QVERIFY2(begin("empty"), qPrintable(m_world.problem()));
+        QVERIFY2(scan(), qPrintable(m_world.problem()));
+        QCOMPARE(m_world.text("scanresultsAddr:0"), QString());
+        // Until somebody comes.
+        QVERIFY2(m_world.control("AddDevice", { R"({ "address": "0A:00:00:00:00:01", "name": "Lamp" })" }),
+                 qPrintable(m_world.problem()));
+        QVERIFY(scan());
+        QCOMPARE(m_world.text("scanresultsName:0"), "Lamp");
+        QVERIFY(m_world.control("RemoveDevice", { "Lamp" }));
+        QVERIFY(scan());
+        QCOMPARE(m_world.text("scanresultsAddr:0"), QString());
+    }
+
+    void deviceAsksToBePaired()
+    {
+        QVERIFY2(begin("pair-incoming"), qPrintable(m_world.problem()));
+        QVERIFY(m_world.step(1.5)); // the radio was on for half a second already
+        QVERIFY2(m_world.waitFor("pairstate", "2"), qPrintable(m_world.problem()));
+        QVERIFY(!m_world.isApplicable("scan"));
+        QVERIFY(m_world.step(1));
+        QVERIFY(m_world.waitFor("confirmationcode", "314159"));
+        QVERIFY(m_world.control("AnswerPairing", { "Phone", false })); // over there somebody says no
+        QVERIFY(m_world.waitFor("pairstate", "201"));
+        QVERIFY(m_world.control("RequestPairing", { "Phone" }));
+        QVERIFY(m_world.step(1));
+        QVERIFY(m_world.waitFor("pairstate", "4"));
+        QVERIFY(m_world.trigger("confirmcode"));
+        QVERIFY(m_world.stepUntil("pairstate", "100"));
+        QCOMPARE(m_world.text("pairlistName:0"), "Phone");
+    }
+
+    void sameSeedIsTheSameRun()
+    {
+        QDBusConnection::systemBus().connect({}, "/com/qarn/Bluetooth", "com.qarn.bluetooth", {}, this,
+                                             SLOT(note(QDBusMessage)));
+        const QStringList first = run(7);
+        QVERIFY2(first.size() > 15, qPrintable(m_world.problem()));
+        QCOMPARE(run(7), first);
+        QVERIFY(run(8) != first);
+    }
+
+    // Somebody who does not answer for a minute, in milliseconds.
+    void longTimesPassAtOnce()
+    {
+        QVERIFY2(begin("pair-pin"), qPrintable(m_world.problem()));
+        QVERIFY(m_world.trigger("pair", "00:11:22:33:77:01"));
+        QVERIFY(m_world.waitFor("pairstate", "1"));
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(m_world.step(60.7));
+        QVERIFY(m_world.waitFor("pairstate", "3"));
+        QVERIFY(m_world.step(0.2));
+        QVERIFY(m_world.waitFor("pairstate", "201"));
+        QVERIFY2(clock.elapsed() < 30'000, "simulated time took real time");
+    }
 
 private:
     [[nodiscard]] bool begin(const char* scenario, quint32 seed = 1)
@@ -55,193 +200,34 @@ private:
         values.removeAll({});
         return values;
     }
-    [[nodiscard]] static QString describe(const QDBusMessage& signal);
-    [[nodiscard]] QStringList run(quint32 seed);
+    [[nodiscard]] static QString describe(const QDBusMessage& signal)
+    {
+        QString text;
+        QDebug(&text) << signal;
+        return signal.member() + text.mid(text.indexOf("contents=")); // without the sender
+    }
+
+    [[nodiscard]] QStringList run(quint32 seed)
+    {
+        // An answer comes after the signals that were sent before it; then they wait for the event loop.
+        const auto deliverAll = [this] {
+            const bool answered = m_world.step(0);
+            QCoreApplication::processEvents();
+            return answered;
+        };
+        if (!begin("crowd", seed) || !deliverAll())
+            return {};
+        m_signals.clear();
+        const bool done = scan() && m_world.trigger("pair", "00:11:22:33:55:01")
+            && m_world.waitFor("pairstate", "1") && m_world.step(10) && m_world.waitFor("pairstate", "4")
+            && deliverAll();
+        return done ? m_signals : QStringList();
+    }
 
     testkit::SimulatedWorld& m_world;
     QSet<QString> m_tried;
     QStringList m_signals;
 };
-
-void ScenariosTest::pairs_data()
-{
-    // "asked" is the pairing state that waits for an answer; empty for none.
-    const Rows<QString, QString, QString, QString> row("asked", "action", "answer", "outcome");
-    row("pair-pin", "3", "pinreply", "4711", "100");
-    row("pair-wrong-pin", "3", "pinreply", "4711", "201");
-    row("pair-code", "4", "confirmcode", "", "100");
-    row("pair-confirmation", "5", "confirmcode", "", "100");
-    row("pair-just-works", "", "", "", "100");
-    row("pair-refused", "", "", "", "201");
-    row("pair-times-out", "", "", "", "201");
-    row("pair-out-of-reach", "", "", "", "202");
-}
-
-void ScenariosTest::pairs()
-{
-    QFETCH(QString, asked);
-    QFETCH(QString, action);
-    QFETCH(QString, answer);
-    QFETCH(QString, outcome);
-    const QString address = "00:11:22:33:77:01";
-    QVERIFY2(begin(QTest::currentDataTag()), qPrintable(m_world.problem()));
-    QVERIFY(m_world.trigger("pair", address));
-    QVERIFY(m_world.waitFor("pairstate", "1"));
-    if (!asked.isEmpty()) {
-        QVERIFY(m_world.step(1));
-        QVERIFY2(m_world.waitFor("pairstate", asked), qPrintable(m_world.problem()));
-        QCOMPARE(m_world.text("confirmationcode"), asked == "4" ? "271828" : QString());
-        QVERIFY(m_world.trigger(action, answer));
-    }
-    QVERIFY2(m_world.stepUntil("pairstate", outcome), qPrintable(m_world.problem()));
-    QCOMPARE(m_world.text("pairlistAddr:0"), outcome == "100" ? address : QString());
-    QVERIFY(m_world.isApplicable("scan"));
-}
-
-void ScenariosTest::roomIsTheDefault()
-{
-    m_tried.insert("room");
-    testkit::SimulationOptions options;
-    options.scenario.clear();
-    QVERIFY(m_world.start(options) && m_world.switchOn());
-    QVERIFY2(scan(), qPrintable(m_world.problem()));
-    QStringList names = scanned("scanresultsName");
-    names.sort();
-    QCOMPARE(names,
-             (QStringList{ "Car Kit", "Companion Phone", "Far Speaker", "GPS Receiver", "Headset",
-                           "Heart-rate Strap", "Locked Tablet", "Notebook", "Phone",
-                           "Unknown Name - 00:11:22:33:44:07", "Wi-FED" }));
-}
-
-// The daemon tells of 60 devices; the module's lists have 32 rows.
-void ScenariosTest::crowdFillsTheList()
-{
-    QVERIFY2(begin("crowd"), qPrintable(m_world.problem()));
-    QVERIFY2(scan(), qPrintable(m_world.problem()));
-    QStringList addresses = scanned("scanresultsAddr");
-    QCOMPARE(addresses.removeDuplicates(), 0);
-    QCOMPARE(addresses.size(), 32);
-}
-
-void ScenariosTest::carConnectsByItself()
-{
-    QVERIFY2(begin("car"), qPrintable(m_world.problem()));
-    QCOMPARE(m_world.text("pairlistName:0"), "Phone");
-    QCOMPARE(m_world.text("isAnyDeviceConnected"), "false");
-    QVERIFY(m_world.step(3));
-    QVERIFY2(m_world.waitFor("pairlistConnectionState:0", "2"), qPrintable(m_world.problem()));
-    QVERIFY(m_world.step(57)); // its link is lost
-    QVERIFY(m_world.waitFor("isAnyDeviceConnected", "false"));
-    QVERIFY(m_world.step(5));
-    QVERIFY(m_world.waitFor("isAnyDeviceConnected", "true"));
-}
-
-void ScenariosTest::hostileNamesAreShownAsTheyAre()
-{
-    QVERIFY2(begin("hostile"), qPrintable(m_world.problem()));
-    QVERIFY(m_world.step(3)); // somebody asks to be paired
-    QVERIFY2(m_world.waitFor("pairstate", "4"), qPrintable(m_world.problem()));
-    QCOMPARE(m_world.text("pendingpair"), QString::fromUtf8("\x1b[2J\x1b[31mFree Wi-Fi\a\n"));
-    QCOMPARE(m_world.text("confirmationcode"), "000000");
-    QVERIFY(m_world.trigger("rejectcode"));
-    QVERIFY(m_world.waitFor("pairstate", "200"));
-    QVERIFY2(scan(), qPrintable(m_world.problem()));
-    const QStringList names = scanned("scanresultsName");
-    QCOMPARE(names.count("Phone"), 2);
-    QVERIFY(names.contains("-- --help; $(reboot)"));
-    QVERIFY(names.contains("`,.\";00!")); // replaced in the pending pair alone
-    QVERIFY(m_world.hostPid() > 0);
-}
-
-void ScenariosTest::emptyStaysEmpty()
-{
-    QVERIFY2(begin("empty"), qPrintable(m_world.problem()));
-    QVERIFY2(scan(), qPrintable(m_world.problem()));
-    QCOMPARE(m_world.text("scanresultsAddr:0"), QString());
-    // Until somebody comes.
-    QVERIFY2(m_world.control("AddDevice", { R"({ "address": "0A:00:00:00:00:01", "name": "Lamp" })" }),
-             qPrintable(m_world.problem()));
-    QVERIFY(scan());
-    QCOMPARE(m_world.text("scanresultsName:0"), "Lamp");
-    QVERIFY(m_world.control("RemoveDevice", { "Lamp" }));
-    QVERIFY(scan());
-    QCOMPARE(m_world.text("scanresultsAddr:0"), QString());
-}
-
-void ScenariosTest::deviceAsksToBePaired()
-{
-    QVERIFY2(begin("pair-incoming"), qPrintable(m_world.problem()));
-    QVERIFY(m_world.step(1.5)); // the radio was on for half a second already
-    QVERIFY2(m_world.waitFor("pairstate", "2"), qPrintable(m_world.problem()));
-    QVERIFY(!m_world.isApplicable("scan"));
-    QVERIFY(m_world.step(1));
-    QVERIFY(m_world.waitFor("confirmationcode", "314159"));
-    QVERIFY(m_world.control("AnswerPairing", { "Phone", false })); // over there somebody says no
-    QVERIFY(m_world.waitFor("pairstate", "201"));
-    QVERIFY(m_world.control("RequestPairing", { "Phone" }));
-    QVERIFY(m_world.step(1));
-    QVERIFY(m_world.waitFor("pairstate", "4"));
-    QVERIFY(m_world.trigger("confirmcode"));
-    QVERIFY(m_world.stepUntil("pairstate", "100"));
-    QCOMPARE(m_world.text("pairlistName:0"), "Phone");
-}
-
-QString ScenariosTest::describe(const QDBusMessage& signal)
-{
-    QString text;
-    QDebug(&text) << signal;
-    return signal.member() + text.mid(text.indexOf("contents=")); // without the sender
-}
-
-QStringList ScenariosTest::run(quint32 seed)
-{
-    // An answer comes after the signals that were sent before it; then they wait for the event loop.
-    const auto deliverAll = [this] {
-        const bool answered = m_world.step(0);
-        QCoreApplication::processEvents();
-        return answered;
-    };
-    if (!begin("crowd", seed) || !deliverAll())
-        return {};
-    m_signals.clear();
-    const bool done = scan() && m_world.trigger("pair", "00:11:22:33:55:01")
-        && m_world.waitFor("pairstate", "1") && m_world.step(10) && m_world.waitFor("pairstate", "4")
-        && deliverAll();
-    return done ? m_signals : QStringList();
-}
-
-void ScenariosTest::sameSeedIsTheSameRun()
-{
-    QDBusConnection::systemBus().connect({}, "/com/qarn/Bluetooth", "com.qarn.bluetooth", {}, this,
-                                         SLOT(note(QDBusMessage)));
-    const QStringList first = run(7);
-    QVERIFY2(first.size() > 15, qPrintable(m_world.problem()));
-    QCOMPARE(run(7), first);
-    QVERIFY(run(8) != first);
-}
-
-// Somebody who does not answer for a minute, in milliseconds.
-void ScenariosTest::longTimesPassAtOnce()
-{
-    QVERIFY2(begin("pair-pin"), qPrintable(m_world.problem()));
-    QVERIFY(m_world.trigger("pair", "00:11:22:33:77:01"));
-    QVERIFY(m_world.waitFor("pairstate", "1"));
-    QElapsedTimer clock;
-    clock.start();
-    QVERIFY(m_world.step(60.7));
-    QVERIFY(m_world.waitFor("pairstate", "3"));
-    QVERIFY(m_world.step(0.2));
-    QVERIFY(m_world.waitFor("pairstate", "201"));
-    QVERIFY2(clock.elapsed() < 30'000, "simulated time took real time");
-}
-
-void ScenariosTest::eachIsTried()
-{
-    for (const char* other : { "room", "crowd", "car", "hostile", "empty", "pair-incoming" })
-        m_tried.insert(other); // by the tests below
-    const QStringList names = bt::scenarioNames();
-    QCOMPARE(m_tried, QSet<QString>(names.begin(), names.end()));
-}
 
 BLUETOOTH_TESTKIT_MAIN(ScenariosTest)
 #include "ScenariosTest.moc"

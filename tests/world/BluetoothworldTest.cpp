@@ -11,27 +11,6 @@
 
 #include <csignal>
 
-/// The program behind ./run, with a stand-in of the host.
-class BluetoothworldTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void exitStatus_data();
-    void exitStatus();
-    void refusesWhatMakesNoSense_data();
-    void refusesWhatMakesNoSense();
-    void passesChoicesOn();
-    void nothingStaysBehind_data() { addMechanisms(); }
-    void nothingStaysBehind();
-    void signalEndsTheWorld_data();
-    void signalEndsTheWorld();
-    void controlC_data();
-    void controlC();
-    void endsWithItsTerminal();
-    void hostThatLeavesIsReported();
-    void outputGoesToTheLog();
-};
-
 namespace {
 
 QString program()
@@ -77,206 +56,217 @@ QList<pid_t> processesIn(const QString& output)
 
 } // namespace
 
-void BluetoothworldTest::exitStatus_data()
+/// The program behind ./run, with a stand-in of the host.
+class BluetoothworldTest : public QObject
 {
-    const Rows<QStringList, int, QString> row("command", "status", "error");
-    row("done", { "true" }, 0, "");
-    row("failed", { "sh", "-c", "exit 42" }, 42, "");
-    row("signal", { "sh", "-c", "kill -USR1 $$" }, 128 + SIGUSR1, "");
-    row("not found", { "no-such-command" }, 127, "bluetoothworld: no-such-command: command not found\n");
-    row("not executable", { "/etc/passwd" }, 126, "bluetoothworld: /etc/passwd: Permission denied\n");
-    row("arguments like options", { "test", "--", "=", "--" }, 0, "");
-    row("an empty argument", { "test", "-z", "" }, 0, "");
-}
+    Q_OBJECT
 
-void BluetoothworldTest::exitStatus()
-{
-    QFETCH(QStringList, command);
-    QFETCH(int, status);
-    QFETCH(QString, error);
-    const Finished world = run(program(), withStandIn({ "--" }) + command);
-    QCOMPARE(world.err, error);
-    QCOMPARE(world.status, status);
-}
+private Q_SLOTS:
+    void exitStatus_data()
+    {
+        const Rows<QStringList, int, QString> row("command", "status", "error");
+        row("done", { "true" }, 0, "");
+        row("failed", { "sh", "-c", "exit 42" }, 42, "");
+        row("signal", { "sh", "-c", "kill -USR1 $$" }, 128 + SIGUSR1, "");
+        row("not found", { "no-such-command" }, 127, "bluetoothworld: no-such-command: command not found\n");
+        row("not executable", { "/etc/passwd" }, 126, "bluetoothworld: /etc/passwd: Permission denied\n");
+        row("arguments like options", { "test", "--", "=", "--" }, 0, "");
+        row("an empty argument", { "test", "-z", "" }, 0, "");
+    }
 
-void BluetoothworldTest::refusesWhatMakesNoSense_data()
-{
-    const Rows<QStringList, QString> row("arguments", "error");
-    row("command without dashes", { "itemctl", "list" }, "comes behind \"--\"");
-    row("no command", { "--" }, "no COMMAND behind");
-    row("tour and command", { "tour", "--", "true" }, "not both");
-    row("unknown option", { "--colour", "--", "true" }, "--help");
-    row("radio missing", { "--radio", "/no/such", "--", "true" }, "--radio /no/such: ");
-    row("radio not executable", { "--radio", "/etc/passwd", "--", "true" }, "--radio /etc/passwd: ");
-    row("radio a folder", { "--radio", "/etc", "--", "true" }, "--radio /etc: ");
-    row("scenario missing", { "--scenario", "./none.json", "--", "true" },
-        "none.json cannot be read: No such file");
-    row("scenario unknown", { "--scenario", "crwd", "--", "true" },
-        R"(no scenario "crwd"; did you mean "crowd"?)");
-    row("scenario wrong", { "--scenario", "/etc/passwd", "--", "true" }, "/etc/passwd:1: this is no JSON");
-    row("state", { "--state", "/proc/none", "--", "true" }, "--state /proc/none: ");
-    row("log", { "--log", "/proc/none", "--", "true" }, "--log /proc/none: ");
-}
+    void exitStatus()
+    {
+        QFETCH(QStringList, command);
+        QFETCH(int, status);
+        QFETCH(QString, error);
+        const Finished world = run(program(), withStandIn({ "--" }) + command);
+        QCOMPARE(world.err, error);
+        QCOMPARE(world.status, status);
+    }
 
-void BluetoothworldTest::refusesWhatMakesNoSense()
-{
-    QFETCH(QStringList, arguments);
-    QFETCH(QString, error);
-    const Finished world = run(program(), arguments);
-    QVERIFY2(world.err.contains(error), qPrintable(world.err));
-    QCOMPARE(world.err.count('\n'), 1);
-    QCOMPARE(world.out, QString());
-    QCOMPARE(world.status, 2);
-}
+    void refusesWhatMakesNoSense_data()
+    {
+        const Rows<QStringList, QString> row("arguments", "error");
+        row("command without dashes", { "itemctl", "list" }, "comes behind \"--\"");
+        row("no command", { "--" }, "no COMMAND behind");
+        row("tour and command", { "tour", "--", "true" }, "not both");
+        row("unknown option", { "--colour", "--", "true" }, "--help");
+        row("radio missing", { "--radio", "/no/such", "--", "true" }, "--radio /no/such: ");
+        row("radio not executable", { "--radio", "/etc/passwd", "--", "true" }, "--radio /etc/passwd: ");
+        row("radio a folder", { "--radio", "/etc", "--", "true" }, "--radio /etc: ");
+        row("scenario missing", { "--scenario", "./none.json", "--", "true" },
+            "none.json cannot be read: No such file");
+        row("scenario unknown", { "--scenario", "crwd", "--", "true" },
+            R"(no scenario "crwd"; did you mean "crowd"?)");
+        row("scenario wrong", { "--scenario", "/etc/passwd", "--", "true" },
+            "/etc/passwd:1: this is no JSON");
+        row("state", { "--state", "/proc/none", "--", "true" }, "--state /proc/none: ");
+        row("log", { "--log", "/proc/none", "--", "true" }, "--log /proc/none: ");
+    }
 
-void BluetoothworldTest::passesChoicesOn()
-{
-    const QTemporaryDir folder("/tmp/choices-XXXXXX");
-    QFile scenario(folder.filePath("room.json"));
-    QVERIFY(scenario.open(QIODevice::WriteOnly));
-    scenario.write(R"({ "devices": [] })");
-    scenario.close();
-    // Names are relative to the folder that the caller stands in, and stay visible below /tmp.
-    const Finished world =
-        run(program(),
+    void refusesWhatMakesNoSense()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, error);
+        const Finished world = run(program(), arguments);
+        QVERIFY2(world.err.contains(error), qPrintable(world.err));
+        QCOMPARE(world.err.count('\n'), 1);
+        QCOMPARE(world.out, QString());
+        QCOMPARE(world.status, 2);
+    }
+
+    void passesChoicesOn()
+    {
+        const QTemporaryDir folder("/tmp/choices-XXXXXX");
+        QFile scenario(folder.filePath("room.json"));
+        QVERIFY(scenario.open(QIODevice::WriteOnly));
+        scenario.write(R"({ "devices": [] })");
+        scenario.close();
+        // Names are relative to the folder that the caller stands in, and stay visible below /tmp.
+        const Finished world = run(
+            program(),
             withStandIn({ "--scenario", "room.json", "--state", "kept", "--log", "kept.log", "--", "sh", "-c",
                           "echo $BLUESIM_SCENARIO; cat kept.log; pwd; ls -d kept; echo ${PATH%%:*}" }),
             { {}, false, folder.path() });
-    QCOMPARE(world.err, QString());
-    const QStringList lines = world.out.split('\n', Qt::SkipEmptyParts);
-    QCOMPARE(lines.first(), scenario.fileName());
-    QVERIFY2(lines.contains("host: state in " + folder.filePath("kept")), qPrintable(world.out));
-    QCOMPARE(lines.mid(lines.size() - 3), QStringList({ folder.path(), "kept", world::World::binFolder() }));
-    const Finished named =
-        run(program(), withStandIn({ "--scenario", "crowd", "--", "printenv", "BLUESIM_SCENARIO" }));
-    QCOMPARE(named.out, "crowd\n");
-}
-
-void BluetoothworldTest::nothingStaysBehind()
-{
-    FETCH_MECHANISM
-    const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
-    QVERIFY(QFile::setPermissions(runtime.path(), QFile::Permissions(0x7777)));
-    Run how{ only(mechanism), ordinaryUser, "/" };
-    how.environment.emplace_back("XDG_RUNTIME_DIR", runtime.path());
-    // A job, a daemon with a session of its own, and, once, one that does not hear SIGTERM (it costs a
-    // grace); and those of the world.
-    const bool deaf = mechanism == "namespace" && !ordinaryUser;
-    const QString script =
-        QString("sleep 1000 >/dev/null 2>&1 & echo $!\n"
-                "(setsid sh -c 'echo $$; exec >&- 2>&-; sleep 1000 & wait' &)\n"
-                "(setsid sh -c '%1 echo $$; exec >&- 2>&-; exec sleep 1000' &)\n"
-                "for bus in SYSTEM SESSION; do eval address=\\$DBUS_${bus}_BUS_ADDRESS\n"
-                "dbus-send --bus=$address --print-reply=literal --dest=org.freedesktop.DBus / "
-                "org.freedesktop.DBus.GetConnectionUnixProcessID string:org.freedesktop.DBus "
-                "| tr -dc '0-9\\n' | sed s/^32//; done\n")
-            .arg(deaf ? "trap \"\" TERM;" : QString());
-    const Finished world = run(program(), withStandIn({ "--", "sh", "-c", script }), how);
-    QCOMPARE(world.err, QString());
-    QCOMPARE(world.status, 0);
-    const QList<pid_t> processes = processesIn(world.out);
-    QCOMPARE(processes.size(), 5);
-    for (const pid_t process : processes)
-        QVERIFY2(isGone(process), qPrintable(QString::number(process)));
-    QCOMPARE(QDir(runtime.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-             QStringList());
-}
-
-void BluetoothworldTest::signalEndsTheWorld_data()
-{
-    QTest::addColumn<int>("number");
-    QTest::addColumn<QString>("mechanism");
-    for (const char* mechanism : { "namespace", "proot" })
-        for (const int number : { SIGTERM, SIGHUP, SIGINT })
-            QTest::addRow("%s, signal %d", mechanism, number) << number << mechanism;
-}
-
-void BluetoothworldTest::signalEndsTheWorld()
-{
-    QFETCH(int, number);
-    QFETCH(QString, mechanism);
-    const QString reason = whyNot(mechanism, false);
-    if (!reason.isEmpty()) {
-        QTest::qSkip(qPrintable(reason), __FILE__, __LINE__);
-        return;
+        QCOMPARE(world.err, QString());
+        const QStringList lines = world.out.split('\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.first(), scenario.fileName());
+        QVERIFY2(lines.contains("host: state in " + folder.filePath("kept")), qPrintable(world.out));
+        QCOMPARE(lines.mid(lines.size() - 3),
+                 QStringList({ folder.path(), "kept", world::World::binFolder() }));
+        const Finished named =
+            run(program(), withStandIn({ "--scenario", "crowd", "--", "printenv", "BLUESIM_SCENARIO" }));
+        QCOMPARE(named.out, "crowd\n");
     }
-    QProcess world;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const auto& [name, value] : only(mechanism))
-        environment.insert(name, value);
-    world.setProcessEnvironment(environment);
-    world.start(program(), withStandIn({ "--", "sh", "-c", "echo $$; exec sleep 1000" }));
-    QVERIFY(world.waitForReadyRead());
-    const pid_t command = world.readLine().trimmed().toInt();
-    kill(static_cast<pid_t>(world.processId()), number);
-    QVERIFY(world.waitForFinished());
-    QCOMPARE(world.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(world.exitCode(), 128 + number);
-    QCOMPARE(world.readAllStandardError(), QByteArray());
-    QVERIFY(isGone(command));
-}
 
-void BluetoothworldTest::controlC_data()
-{
-    const Rows<QString, int> row("script", "status");
-    row("ends a command", "echo ready; exec sleep 1000", 128 + SIGINT);
-    row("is the command's to handle", "trap 'exit 9' INT; echo ready; sleep 1000 & wait", 9);
-    row("does not end the world",
-        "trap 'stop=1' INT; echo ready; until [ \"$stop\" ]; do :; done\n"
-        "busctl --user --no-pager status tov.base.bluetoothlauncher >/dev/null && exit 8",
-        8);
-}
+    void nothingStaysBehind_data() { addMechanisms(); }
 
-void BluetoothworldTest::controlC()
-{
-    QFETCH(QString, script);
-    QFETCH(int, status);
-    QProcess terminal;
-    QVERIFY(startInTerminal(terminal, script));
-    terminal.write("\x03");
-    QVERIFY(terminal.waitForFinished());
-    QCOMPARE(terminal.exitCode(), status);
-}
+    void nothingStaysBehind()
+    {
+        FETCH_MECHANISM
+        const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
+        QVERIFY(QFile::setPermissions(runtime.path(), QFile::Permissions(0x7777)));
+        Run how{ only(mechanism), ordinaryUser, "/" };
+        how.environment.emplace_back("XDG_RUNTIME_DIR", runtime.path());
+        // A job, a daemon with a session of its own, and, once, one that does not hear SIGTERM (it costs a
+        // grace); and those of the world.
+        const bool deaf = mechanism == "namespace" && !ordinaryUser;
+        const QString script =
+            QString("sleep 1000 >/dev/null 2>&1 & echo $!\n"
+                    "(setsid sh -c 'echo $$; exec >&- 2>&-; sleep 1000 & wait' &)\n"
+                    "(setsid sh -c '%1 echo $$; exec >&- 2>&-; exec sleep 1000' &)\n"
+                    "for bus in SYSTEM SESSION; do eval address=\\$DBUS_${bus}_BUS_ADDRESS\n"
+                    "dbus-send --bus=$address --print-reply=literal --dest=org.freedesktop.DBus / "
+                    "org.freedesktop.DBus.GetConnectionUnixProcessID string:org.freedesktop.DBus "
+                    "| tr -dc '0-9\\n' | sed s/^32//; done\n")
+                .arg(deaf ? "trap \"\" TERM;" : QString());
+        const Finished world = run(program(), withStandIn({ "--", "sh", "-c", script }), how);
+        QCOMPARE(world.err, QString());
+        QCOMPARE(world.status, 0);
+        const QList<pid_t> processes = processesIn(world.out);
+        QCOMPARE(processes.size(), 5);
+        for (const pid_t process : processes)
+            QVERIFY2(isGone(process), qPrintable(QString::number(process)));
+        QCOMPARE(QDir(runtime.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList());
+    }
 
-void BluetoothworldTest::endsWithItsTerminal()
-{
-    const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
-    QProcess terminal;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("XDG_RUNTIME_DIR", runtime.path());
-    terminal.setProcessEnvironment(environment);
-    QVERIFY(startInTerminal(terminal, "echo ready; exec sleep 1000"));
-    QVERIFY(!QDir(runtime.path()).isEmpty());
-    terminal.kill();
-    QVERIFY(terminal.waitForFinished());
-    QTRY_VERIFY_WITH_TIMEOUT(QDir(runtime.path()).isEmpty(), 30'000);
-}
+    void signalEndsTheWorld_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::addColumn<QString>("mechanism");
+        for (const char* mechanism : { "namespace", "proot" })
+            for (const int number : { SIGTERM, SIGHUP, SIGINT })
+                QTest::addRow("%s, signal %d", mechanism, number) << number << mechanism;
+    }
 
-void BluetoothworldTest::hostThatLeavesIsReported()
-{
-    const QString script =
-        "kill -KILL $(busctl --user call org.freedesktop.DBus / org.freedesktop.DBus "
-        "GetConnectionUnixProcessID "
-        "s tov.base.bluetoothlauncher | cut -d' ' -f2)\n"
-        "until ! busctl --user status tov.base.bluetoothlauncher >/dev/null 2>&1; do :; done";
-    const Finished world = run(program(), withStandIn({ "--", "sh", "-c", script }));
-    QCOMPARE(world.status, 0);
-    QVERIFY2(world.err.contains("the host ended by itself"), qPrintable(world.err));
-    QVERIFY2(world.err.contains("host: state in"), qPrintable(world.err));
-}
+    void signalEndsTheWorld()
+    {
+        QFETCH(int, number);
+        QFETCH(QString, mechanism);
+        const QString reason = whyNot(mechanism, false);
+        if (!reason.isEmpty()) {
+            QTest::qSkip(qPrintable(reason), __FILE__, __LINE__);
+            return;
+        }
+        QProcess world;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const auto& [name, value] : only(mechanism))
+            environment.insert(name, value);
+        world.setProcessEnvironment(environment);
+        world.start(program(), withStandIn({ "--", "sh", "-c", "echo $$; exec sleep 1000" }));
+        QVERIFY(world.waitForReadyRead());
+        const pid_t command = world.readLine().trimmed().toInt();
+        kill(static_cast<pid_t>(world.processId()), number);
+        QVERIFY(world.waitForFinished());
+        QCOMPARE(world.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(world.exitCode(), 128 + number);
+        QCOMPARE(world.readAllStandardError(), QByteArray());
+        QVERIFY(isGone(command));
+    }
 
-void BluetoothworldTest::outputGoesToTheLog()
-{
-    const QTemporaryDir folder("/var/tmp/log-XXXXXX");
-    QFile log(folder.filePath("world.log"));
-    const Finished world = run(program(), withStandIn({ "--log", log.fileName(), "--", "true" }),
-                               { { { "STAND_IN_HOST", "fails" } }, false, {} });
-    QCOMPARE(world.status, 69);
-    QCOMPARE(world.err.count('\n'), 1);
-    QVERIFY2(world.err.contains("ended with status 3"), qPrintable(world.err));
-    QVERIFY(log.open(QIODevice::ReadOnly));
-    QVERIFY(log.readAll().contains("host: the configs cannot be read"));
-}
+    void controlC_data()
+    {
+        const Rows<QString, int> row("script", "status");
+        row("ends a command", "echo ready; exec sleep 1000", 128 + SIGINT);
+        row("is the command's to handle", "trap 'exit 9' INT; echo ready; sleep 1000 & wait", 9);
+        row("does not end the world",
+            "trap 'stop=1' INT; echo ready; until [ \"$stop\" ]; do :; done\n"
+            "busctl --user --no-pager status tov.base.bluetoothlauncher >/dev/null && exit 8",
+            8);
+    }
+
+    void controlC()
+    {
+        QFETCH(QString, script);
+        QFETCH(int, status);
+        QProcess terminal;
+        QVERIFY(startInTerminal(terminal, script));
+        terminal.write("\x03");
+        QVERIFY(terminal.waitForFinished());
+        QCOMPARE(terminal.exitCode(), status);
+    }
+
+    void endsWithItsTerminal()
+    {
+        const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
+        QProcess terminal;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_RUNTIME_DIR", runtime.path());
+        terminal.setProcessEnvironment(environment);
+        QVERIFY(startInTerminal(terminal, "echo ready; exec sleep 1000"));
+        QVERIFY(!QDir(runtime.path()).isEmpty());
+        terminal.kill();
+        QVERIFY(terminal.waitForFinished());
+        QTRY_VERIFY_WITH_TIMEOUT(QDir(runtime.path()).isEmpty(), 30'000);
+    }
+
+    void hostThatLeavesIsReported()
+    {
+        const QString script =
+            "kill -KILL $(busctl --user call org.freedesktop.DBus / org.freedesktop.DBus "
+            "GetConnectionUnixProcessID "
+            "s tov.base.bluetoothlauncher | cut -d' ' -f2)\n"
+            "until ! busctl --user status tov.base.bluetoothlauncher >/dev/null 2>&1; do :; done";
+        const Finished world = run(program(), withStandIn({ "--", "sh", "-c", script }));
+        QCOMPARE(world.status, 0);
+        QVERIFY2(world.err.contains("the host ended by itself"), qPrintable(world.err));
+        QVERIFY2(world.err.contains("host: state in"), qPrintable(world.err));
+    }
+
+    void outputGoesToTheLog()
+    {
+        const QTemporaryDir folder("/var/tmp/log-XXXXXX");
+        QFile log(folder.filePath("world.log"));
+        const Finished world = run(program(), withStandIn({ "--log", log.fileName(), "--", "true" }),
+                                   { { { "STAND_IN_HOST", "fails" } }, false, {} });
+        QCOMPARE(world.status, 69);
+        QCOMPARE(world.err.count('\n'), 1);
+        QVERIFY2(world.err.contains("ended with status 3"), qPrintable(world.err));
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QVERIFY(log.readAll().contains("host: the configs cannot be read"));
+    }
+};
 
 QTEST_GUILESS_MAIN(BluetoothworldTest)
 #include "BluetoothworldTest.moc"

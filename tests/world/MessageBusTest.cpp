@@ -11,17 +11,6 @@
 
 using world::MessageBus;
 
-class MessageBusTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void endsWithTheObject();
-    void foldersWithOddNames_data();
-    void foldersWithOddNames();
-    void saysWhatIsWrong_data();
-    void saysWhatIsWrong();
-};
-
 namespace {
 
 QString parentFolder()
@@ -38,61 +27,67 @@ bool takesName(const QString& address, const QString& name)
 
 } // namespace
 
-void MessageBusTest::endsWithTheObject()
+class MessageBusTest : public QObject
 {
-    const QTemporaryDir folder(parentFolder());
-    pid_t daemon = 0;
+    Q_OBJECT
+
+private Q_SLOTS:
+    void endsWithTheObject()
     {
-        MessageBus bus;
-        QCOMPARE(bus.start(MessageBus::Kind::Session, folder.path()), QString());
-        daemon = bus.pid();
-        QCOMPARE(kill(daemon, 0), 0);
+        const QTemporaryDir folder(parentFolder());
+        pid_t daemon = 0;
+        {
+            MessageBus bus;
+            QCOMPARE(bus.start(MessageBus::Kind::Session, folder.path()), QString());
+            daemon = bus.pid();
+            QCOMPARE(kill(daemon, 0), 0);
+        }
+        QVERIFY(kill(daemon, 0) != 0);
+        QVERIFY(QDir(folder.path()).isEmpty());
     }
-    QVERIFY(kill(daemon, 0) != 0);
-    QVERIFY(QDir(folder.path()).isEmpty());
-}
 
-void MessageBusTest::foldersWithOddNames_data()
-{
-    const Rows<QString> row("name");
-    row("blank", "a b");
-    row("separators of an address", "a,b;c=d%41");
-    row("markup", "a<&>\"b");
-    row("not ASCII", "g\u00e4ste~1");
-}
+    void foldersWithOddNames_data()
+    {
+        const Rows<QString> row("name");
+        row("blank", "a b");
+        row("separators of an address", "a,b;c=d%41");
+        row("markup", "a<&>\"b");
+        row("not ASCII", "g\u00e4ste~1");
+    }
 
-void MessageBusTest::foldersWithOddNames()
-{
-    QFETCH(QString, name);
-    const QTemporaryDir folder(parentFolder());
-    QVERIFY(QDir(folder.path()).mkdir(name));
-    MessageBus bus;
-    QCOMPARE(bus.start(MessageBus::Kind::Session, folder.filePath(name)), QString());
-    QVERIFY(takesName(bus.address(), "com.example.one"));
-}
+    void foldersWithOddNames()
+    {
+        QFETCH(QString, name);
+        const QTemporaryDir folder(parentFolder());
+        QVERIFY(QDir(folder.path()).mkdir(name));
+        MessageBus bus;
+        QCOMPARE(bus.start(MessageBus::Kind::Session, folder.filePath(name)), QString());
+        QVERIFY(takesName(bus.address(), "com.example.one"));
+    }
 
-void MessageBusTest::saysWhatIsWrong_data()
-{
-    const Rows<QString, QByteArray, QString> row("inside", "path", "expected");
-    row("no daemon", "", "/nonexistent", "in the package \"dbus-daemon\"");
-    row("no folder", "missing", qgetenv("PATH"), "missing/session.conf cannot be written");
-    row("long path", QString(100, 'x'), qgetenv("PATH"), "use a shorter folder");
-}
+    void saysWhatIsWrong_data()
+    {
+        const Rows<QString, QByteArray, QString> row("inside", "path", "expected");
+        row("no daemon", "", "/nonexistent", "in the package \"dbus-daemon\"");
+        row("no folder", "missing", qgetenv("PATH"), "missing/session.conf cannot be written");
+        row("long path", QString(100, 'x'), qgetenv("PATH"), "use a shorter folder");
+    }
 
-void MessageBusTest::saysWhatIsWrong()
-{
-    QFETCH(QString, inside);
-    QFETCH(QByteArray, path);
-    QFETCH(QString, expected);
-    const QTemporaryDir folder(parentFolder());
-    const QByteArray before = qgetenv("PATH");
-    qputenv("PATH", path);
-    MessageBus bus;
-    const QString problem = bus.start(MessageBus::Kind::Session, folder.filePath(inside));
-    qputenv("PATH", before);
-    QVERIFY2(problem.contains(expected), qPrintable(problem));
-    QVERIFY(bus.address().isEmpty());
-}
+    void saysWhatIsWrong()
+    {
+        QFETCH(QString, inside);
+        QFETCH(QByteArray, path);
+        QFETCH(QString, expected);
+        const QTemporaryDir folder(parentFolder());
+        const QByteArray before = qgetenv("PATH");
+        qputenv("PATH", path);
+        MessageBus bus;
+        const QString problem = bus.start(MessageBus::Kind::Session, folder.filePath(inside));
+        qputenv("PATH", before);
+        QVERIFY2(problem.contains(expected), qPrintable(problem));
+        QVERIFY(bus.address().isEmpty());
+    }
+};
 
 QTEST_GUILESS_MAIN(MessageBusTest)
 #include "MessageBusTest.moc"

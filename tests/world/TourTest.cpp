@@ -13,60 +13,56 @@
 class TourTest : public QObject
 {
     Q_OBJECT
+
 private Q_SLOTS:
-    void initTestCase();
+    void initTestCase()
+    {
+        QCOMPARE(m_bus.start(world::MessageBus::Kind::Session, m_folder.path()), QString());
+        qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toLocal8Bit());
+    }
+
     void cleanup() { m_server.end(); }
-    void saysThatThereIsNoModule();
-    void saysWhatDidNotHappen();
+
+    void saysThatThereIsNoModule()
+    {
+        const Finished tour = walk();
+        QCOMPARE(tour.status, 1);
+        QVERIFY2(tour.out.contains("tov.base.bluetoothlauncher"), qPrintable(tour.out));
+    }
+
+    void saysWhatDidNotHappen()
+    {
+        // A module with the switch, but without a radio behind it.
+        world::Command command;
+        command.arguments =
+            QStringList{ ITEM_TEST_SERVER, "bluetoothlauncher", m_folder.filePath("state"), "bluetooth" };
+        QCOMPARE(m_server.start(command), 0);
+        world::HostReadiness readiness(m_bus.address());
+        QVERIFY(readiness.wait(m_server.descriptor(), -1, std::chrono::seconds(30))
+                == world::HostReadiness::Outcome::Ready);
+
+        const Finished tour = walk();
+        QCOMPARE(tour.status, 1);
+        for (const char* text :
+             { "$ itemctl set enabled true\n", "enabled                     false -> true\n",
+               "! This did not happen.\n", "expected: status is On\n", "there is: status is (empty)\n" })
+            QVERIFY2(tour.out.contains(QLatin1String(text)), qPrintable(tour.out));
+        QVERIFY(!tour.out.contains("itemctl call scan")); // the steps after it make no sense
+        QVERIFY(!tour.out.contains('\033'));
+        for (const QString& line : tour.out.split('\n'))
+            QVERIFY2(line.size() <= 80, qPrintable(line));
+    }
 
 private:
-    [[nodiscard]] Finished walk() const;
+    [[nodiscard]] Finished walk() const
+    {
+        return run(world::World::binFolder() + "/bluetoothtour", { "--timeout", "0.5" });
+    }
 
     QTemporaryDir m_folder{ "/var/tmp/tour-XXXXXX" };
     world::MessageBus m_bus;
     world::ChildProcess m_server;
 };
-
-void TourTest::initTestCase()
-{
-    QCOMPARE(m_bus.start(world::MessageBus::Kind::Session, m_folder.path()), QString());
-    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toLocal8Bit());
-}
-
-Finished TourTest::walk() const
-{
-    return run(world::World::binFolder() + "/bluetoothtour", { "--timeout", "0.5" });
-}
-
-void TourTest::saysThatThereIsNoModule()
-{
-    const Finished tour = walk();
-    QCOMPARE(tour.status, 1);
-    QVERIFY2(tour.out.contains("tov.base.bluetoothlauncher"), qPrintable(tour.out));
-}
-
-void TourTest::saysWhatDidNotHappen()
-{
-    // A module with the switch, but without a radio behind it.
-    world::Command command;
-    command.arguments =
-        QStringList{ ITEM_TEST_SERVER, "bluetoothlauncher", m_folder.filePath("state"), "bluetooth" };
-    QCOMPARE(m_server.start(command), 0);
-    world::HostReadiness readiness(m_bus.address());
-    QVERIFY(readiness.wait(m_server.descriptor(), -1, std::chrono::seconds(30))
-            == world::HostReadiness::Outcome::Ready);
-
-    const Finished tour = walk();
-    QCOMPARE(tour.status, 1);
-    for (const char* text :
-         { "$ itemctl set enabled true\n", "enabled                     false -> true\n",
-           "! This did not happen.\n", "expected: status is On\n", "there is: status is (empty)\n" })
-        QVERIFY2(tour.out.contains(QLatin1String(text)), qPrintable(tour.out));
-    QVERIFY(!tour.out.contains("itemctl call scan")); // the steps after it make no sense
-    QVERIFY(!tour.out.contains('\033'));
-    for (const QString& line : tour.out.split('\n'))
-        QVERIFY2(line.size() <= 80, qPrintable(line));
-}
 
 QTEST_GUILESS_MAIN(TourTest)
 #include "TourTest.moc"

@@ -13,29 +13,6 @@
 
 #include <csignal>
 
-/// The world as a test program has it: inside this very process.
-class WorldTest : public QObject
-{
-    Q_OBJECT
-public:
-    explicit WorldTest(const world::PrivateFilesystem& filesystem)
-        : m_filesystem(filesystem)
-    {
-    }
-
-private Q_SLOTS:
-    void init() { qunsetenv("STAND_IN_HOST"); }
-    void saysWhyTheHostIsNotReady_data();
-    void saysWhyTheHostIsNotReady();
-    void canBeCancelled();
-    void hostCanBeRestarted();
-    void stopEndsEverything();
-
-private:
-    [[nodiscard]] static world::WorldOptions withStandIn();
-    const world::PrivateFilesystem& m_filesystem;
-};
-
 namespace {
 
 bool isGone(pid_t pid)
@@ -55,86 +32,104 @@ bool hostHasName(const QString& address)
 
 } // namespace
 
-world::WorldOptions WorldTest::withStandIn()
+/// The world as a test program has it: inside this very process.
+class WorldTest : public QObject
 {
-    world::WorldOptions options;
-    options.host = besideTest("stand_in_host");
-    return options;
-}
+    Q_OBJECT
 
-void WorldTest::saysWhyTheHostIsNotReady_data()
-{
-    const Rows<QByteArray, QString, QString, QString> row("behaviour", "host", "expected", "said");
-    const QString standIn = besideTest("stand_in_host");
-    row("fails", "fails", standIn, "ended with status 3", "configs cannot be read");
-    row("hangs", "hangs", standIn, "did not take its name", "state in");
-    row("missing", "", "/nonexistent/host", "/nonexistent/host cannot be started", "");
-}
+public:
+    explicit WorldTest(const world::PrivateFilesystem& filesystem)
+        : m_filesystem(filesystem)
+    {
+    }
 
-void WorldTest::saysWhyTheHostIsNotReady()
-{
-    QFETCH(QByteArray, behaviour);
-    QFETCH(QString, host);
-    QFETCH(QString, expected);
-    QFETCH(QString, said);
-    qputenv("STAND_IN_HOST", behaviour);
-    world::World world(m_filesystem);
-    world::WorldOptions options;
-    options.host = host;
-    options.limit = std::chrono::milliseconds(behaviour == "hangs" ? 500 : 30'000);
-    const QString problem = world.start(options);
-    QVERIFY2(problem.contains(expected), qPrintable(problem));
-    QTRY_VERIFY(world.output().contains(said));
-}
+private Q_SLOTS:
+    void init() { qunsetenv("STAND_IN_HOST"); }
 
-void WorldTest::canBeCancelled()
-{
-    qputenv("STAND_IN_HOST", "hangs");
-    const world::Pipe closed = [] {
-        world::Pipe pipe = world::Pipe::create();
-        pipe.writing.reset();
-        return pipe;
-    }();
-    world::World world(m_filesystem);
-    world::WorldOptions options = withStandIn();
-    options.cancel = closed.reading.get();
-    QVERIFY(world.start(options).contains("interrupted"));
-}
+    void saysWhyTheHostIsNotReady_data()
+    {
+        const Rows<QByteArray, QString, QString, QString> row("behaviour", "host", "expected", "said");
+        const QString standIn = besideTest("stand_in_host");
+        row("fails", "fails", standIn, "ended with status 3", "configs cannot be read");
+        row("hangs", "hangs", standIn, "did not take its name", "state in");
+        row("missing", "", "/nonexistent/host", "/nonexistent/host cannot be started", "");
+    }
 
-void WorldTest::hostCanBeRestarted()
-{
-    world::World world(m_filesystem);
-    QCOMPARE(world.start(withStandIn()), QString());
-    const pid_t before = world.hostPid();
-    QCOMPARE(world.restartHost(), QString());
-    QVERIFY(world.hostPid() != before);
-    QVERIFY(isGone(before));
-    QVERIFY(hostHasName(world.sessionBusAddress()));
-    QVERIFY2(world.output().contains("host: shut down in order"), qPrintable(world.output()));
+    void saysWhyTheHostIsNotReady()
+    {
+        QFETCH(QByteArray, behaviour);
+        QFETCH(QString, host);
+        QFETCH(QString, expected);
+        QFETCH(QString, said);
+        qputenv("STAND_IN_HOST", behaviour);
+        world::World world(m_filesystem);
+        world::WorldOptions options;
+        options.host = host;
+        options.limit = std::chrono::milliseconds(behaviour == "hangs" ? 500 : 30'000);
+        const QString problem = world.start(options);
+        QVERIFY2(problem.contains(expected), qPrintable(problem));
+        QTRY_VERIFY(world.output().contains(said));
+    }
 
-    kill(world.hostPid(), SIGKILL);
-    QTRY_VERIFY(!world.hostRuns());
-    QCOMPARE(world.restartHost(), QString());
-    QVERIFY(hostHasName(world.sessionBusAddress()));
-}
+    void canBeCancelled()
+    {
+        qputenv("STAND_IN_HOST", "hangs");
+        const world::Pipe closed = [] {
+            world::Pipe pipe = world::Pipe::create();
+            pipe.writing.reset();
+            return pipe;
+        }();
+        world::World world(m_filesystem);
+        world::WorldOptions options = withStandIn();
+        options.cancel = closed.reading.get();
+        QVERIFY(world.start(options).contains("interrupted"));
+    }
 
-void WorldTest::stopEndsEverything()
-{
-    world::World world(m_filesystem);
-    QCOMPARE(world.start(withStandIn()), QString());
-    const pid_t host = world.hostPid();
-    QCOMPARE(run("sh", { "-c", "setsid sleep 1000 >/dev/null 2>&1 & echo $! >/tmp/orphan" }).status, 0);
-    QFile file("/tmp/orphan");
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const pid_t orphan = file.readAll().trimmed().toInt();
-    QVERIFY(orphan > 0);
-    QVERIFY(!isGone(orphan));
-    world.stop();
-    QVERIFY(isGone(host));
-    waitpid(orphan, nullptr, WNOHANG); // it has become our child
-    QVERIFY(isGone(orphan));
-    QVERIFY(world.sessionBusAddress().isEmpty());
-}
+    void hostCanBeRestarted()
+    {
+        world::World world(m_filesystem);
+        QCOMPARE(world.start(withStandIn()), QString());
+        const pid_t before = world.hostPid();
+        QCOMPARE(world.restartHost(), QString());
+        QVERIFY(world.hostPid() != before);
+        QVERIFY(isGone(before));
+        QVERIFY(hostHasName(world.sessionBusAddress()));
+        QVERIFY2(world.output().contains("host: shut down in order"), qPrintable(world.output()));
+
+        kill(world.hostPid(), SIGKILL);
+        QTRY_VERIFY(!world.hostRuns());
+        QCOMPARE(world.restartHost(), QString());
+        QVERIFY(hostHasName(world.sessionBusAddress()));
+    }
+
+    void stopEndsEverything()
+    {
+        world::World world(m_filesystem);
+        QCOMPARE(world.start(withStandIn()), QString());
+        const pid_t host = world.hostPid();
+        QCOMPARE(run("sh", { "-c", "setsid sleep 1000 >/dev/null 2>&1 & echo $! >/tmp/orphan" }).status, 0);
+        QFile file("/tmp/orphan");
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const pid_t orphan = file.readAll().trimmed().toInt();
+        QVERIFY(orphan > 0);
+        QVERIFY(!isGone(orphan));
+        world.stop();
+        QVERIFY(isGone(host));
+        waitpid(orphan, nullptr, WNOHANG); // it has become our child
+        QVERIFY(isGone(orphan));
+        QVERIFY(world.sessionBusAddress().isEmpty());
+    }
+
+private:
+    [[nodiscard]] static world::WorldOptions withStandIn()
+    {
+        world::WorldOptions options;
+        options.host = besideTest("stand_in_host");
+        return options;
+    }
+
+    const world::PrivateFilesystem& m_filesystem;
+};
 
 int main(int argc, char** argv)
 {
