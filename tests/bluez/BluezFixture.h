@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FakeBluez.h"
-#include "support/PrivateSystemBus.h"
+#include "support/PrivateBus.h"
 #include "support/RadioProgram.h"
 
 #include <QtTest>
