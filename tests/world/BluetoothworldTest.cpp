@@ -152,9 +152,11 @@ private Q_SLOTS:
         // grace); and those of the world.
         const bool deaf = mechanism == "namespace" && !ordinaryUser;
         const QString script =
-            QString("sleep 1000 >/dev/null 2>&1 & echo $!\n"
-                    "(setsid sh -c 'echo $$; exec >&- 2>&-; sleep 1000 & wait' &)\n"
-                    "(setsid sh -c '%1 echo $$; exec >&- 2>&-; exec sleep 1000' &)\n"
+            QString("sleep 1000 >/dev/null 2>&1 & echo $!; mkfifo /tmp/said\n"
+                    "(setsid sh -c 'echo $$; exec >/tmp/said 2>&-; echo; sleep 1000 >&- & wait' &)\n"
+                    "read nothing </tmp/said\n"
+                    "(setsid sh -c '%1 echo $$; exec >/tmp/said 2>&-; echo; exec sleep 1000 >&-' &)\n"
+                    "read nothing </tmp/said\n"
                     "for bus in SYSTEM SESSION; do eval address=\\$DBUS_${bus}_BUS_ADDRESS\n"
                     "dbus-send --bus=$address --print-reply=literal --dest=org.freedesktop.DBus / "
                     "org.freedesktop.DBus.GetConnectionUnixProcessID string:org.freedesktop.DBus "
