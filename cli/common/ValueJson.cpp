@@ -64,6 +64,14 @@ Json listToJson(const QVariantList& list)
     return array;
 }
 
+Json bytesToJson(const QByteArray& bytes)
+{
+    Json array = Json::array();
+    for (const char byte : bytes)
+        array.push_back(static_cast<unsigned char>(byte));
+    return array;
+}
+
 Json mapToJson(const QVariantMap& map)
 {
     Json object = Json::object();
@@ -87,7 +95,8 @@ QVariant unwrapped(const QVariant& value)
 bool hasParts(const QVariant& value)
 {
     return value.userType() == qMetaTypeId<QDBusArgument>() || value.type() == QVariant::List
-        || value.type() == QVariant::Map || value.type() == QVariant::StringList;
+        || value.type() == QVariant::Map || value.type() == QVariant::ByteArray
+        || value.type() == QVariant::StringList;
 }
 
 } // namespace
@@ -115,6 +124,8 @@ Json toJson(const QVariant& value)
     case QMetaType::Float:
     case QMetaType::Double:
         return value.toDouble();
+    case QMetaType::QByteArray:
+        return bytesToJson(value.toByteArray());
     case QMetaType::QVariantList:
     case QMetaType::QStringList:
         return listToJson(value.toList());

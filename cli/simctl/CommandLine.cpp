@@ -4,7 +4,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <map>
+#include <utility>
 #include <vector>
 
 namespace simctl {
@@ -23,7 +25,9 @@ const char* const FaultKinds = R"text(KIND:
   ignore-sigterm SECONDS        ends only so long after SIGTERM
   slow SECONDS                  takes up every request so much later
   error                         answers every request with an error
-  payload SIGNAL|PROPERTY SHAPE sends a value of another D-Bus signature, like "a(t)"
+  payload SIGNAL|PROPERTY SHAPE [VALUE]
+                                sends a value of another D-Bus signature, like "a(t)"; of your own
+                                in JSON: payload scanResults "a(tis)" '[[11,-40,"x"]]'
   burst N                       holds signals back until N have gathered
   silent-property PROPERTY      does not tell that the property changes
   none                          nothing goes wrong any more
@@ -33,6 +37,13 @@ bool isCode(const std::string& text)
 {
     return text.size() == 6 && text.find_first_not_of("0123456789") == std::string::npos;
 }
+
+constexpr std::array<std::pair<const char*, const char*>, 4> FaultWords{ {
+    { "KIND", "See below" },
+    { "ARGUMENT", "The first that belongs to the kind" },
+    { "SHAPE", "Of payload: the D-Bus signature" },
+    { "VALUE", "Of payload: the value in JSON" },
+} };
 
 /// What CLI11 fills.
 struct Arguments
@@ -44,6 +55,7 @@ struct Arguments
     std::string number; ///< of time
     double seconds = 0;
     double timeout = 0;
+    std::array<std::string, FaultWords.size()> fault;
     // of add
     std::string address;
     std::string deviceClass;
@@ -190,7 +202,10 @@ void Parser::addPairingOptions(CLI::App* app)
 void Parser::addOthers()
 {
     CLI::App* fault = add(Command::Fault, "fault", "Something goes wrong; without KIND: what does");
-    fault->add_option("KIND", m_arguments.words, "The kind, and what belongs to it")->type_name("");
+    // One by one: of a list, "[…]" would be taken apart, which is a value here.
+    for (std::size_t i = 0; i < FaultWords.size(); ++i)
+        fault->add_option(FaultWords.at(i).first, m_arguments.fault.at(i), FaultWords.at(i).second)
+            ->type_name("");
     fault->footer(std::string(FaultKinds) + '\n' + Footer);
     add(Command::Calls, "calls", "The daemon's methods that were called, with arguments and times");
     CLI::App* time = add(Command::Time, "time", "Show the simulated time, or drive it");
@@ -262,6 +277,10 @@ Request Parser::request() const
     for (const std::string& word : { m_arguments.word, m_arguments.number }) {
         if (!word.empty())
             request.arguments << QString::fromStdString(word);
+    }
+    for (std::size_t i = 0; request.command == Command::Fault && i < FaultWords.size(); ++i) {
+        if (chosen->get_option(FaultWords.at(i).first)->count() > 0)
+            request.arguments << QString::fromStdString(m_arguments.fault.at(i));
     }
     if (request.command == Command::Record && chosen->get_option("--timeout")->count() > 0)
         request.timeout = cli::milliseconds(m_arguments.timeout);

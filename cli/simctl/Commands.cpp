@@ -16,6 +16,24 @@ namespace simctl {
 using cli::ExitStatus;
 using cli::Failure;
 
+namespace {
+
+/// The kind and what belongs to it, in the order in which the command takes them.
+nlohmann::ordered_json faultJson(const QVariantMap& fault)
+{
+    nlohmann::ordered_json object;
+    for (const char* name : { "kind", "name", "signature", "value", "seconds", "count" }) {
+        const QVariant argument = fault.value(QLatin1String(name));
+        if (qstrcmp(name, "value") == 0 && argument.isValid())
+            object[name] = nlohmann::ordered_json::parse(argument.toString().toStdString(), nullptr, false);
+        else if (argument.isValid())
+            object[name] = cli::toJson(argument);
+    }
+    return object;
+}
+
+} // namespace
+
 ExitStatus conclude(const Failure& failure, cli::Output& output)
 {
     return failure.status == ExitStatus::Done ? ExitStatus::Done : output.fail(failure);
@@ -53,11 +71,16 @@ ExitStatus runFault(const Request& request, const Simulation& simulation, cli::O
     auto reply = simulation.proxy().Faults();
     if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done)
         return output.fail(failure);
-    const QStringList faults = reply.value();
-    if (request.json)
-        return output.line(cli::jsonText(cli::toJson(faults))) ? ExitStatus::Done : ExitStatus::Failed;
-    const bool written =
-        std::all_of(faults.begin(), faults.end(), [&](const QString& fault) { return output.line(fault); });
+    const QList<QVariantMap> faults = reply.value();
+    if (request.json) {
+        auto list = nlohmann::ordered_json::array();
+        for (const QVariantMap& fault : faults)
+            list.push_back(faultJson(fault));
+        return output.line(cli::jsonText(list)) ? ExitStatus::Done : ExitStatus::Failed;
+    }
+    const bool written = std::all_of(faults.begin(), faults.end(), [&](const QVariantMap& fault) {
+        return output.line(cli::escaped(fault.value(QStringLiteral("text")).toString()));
+    });
     return written ? ExitStatus::Done : ExitStatus::Failed;
 }
 

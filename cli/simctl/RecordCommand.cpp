@@ -20,6 +20,14 @@ cli::ExitStatus runRecord(const Request& request, cli::Output& output)
     const process::EndingSignals signalsToEnd;
     QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
     Recording recording;
+    ExitStatus status = ExitStatus::Done;
+    QObject::connect(&recording, &Recording::propertiesMissing, qApp, [&](const QString& reason) {
+        output.note(
+            QStringLiteral("the daemon does not tell its properties, so that the recording has it appear "
+                           "without them: %1")
+                .arg(reason));
+        status = ExitStatus::NoAnswer;
+    });
     if (const QString problem = recording.begin(path); !problem.isEmpty())
         return output.fail({ ExitStatus::Failed, problem });
     if (request.timeout)
@@ -27,10 +35,11 @@ cli::ExitStatus runRecord(const Request& request, cli::Output& output)
     else
         output.note(QStringLiteral("recording to %1; Ctrl-C ends it").arg(path));
     QCoreApplication::exec();
+    recording.end();
     if (const QString problem = recording.problem(); !problem.isEmpty())
         return output.fail({ ExitStatus::Failed, problem });
     output.note(QStringLiteral("%1 events recorded").arg(recording.lines()));
-    return ExitStatus::Done;
+    return status;
 }
 
 } // namespace simctl

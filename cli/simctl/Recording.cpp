@@ -1,14 +1,15 @@
 #include "Recording.h"
 
-#include "common/ValueJson.h"
+#include "RecordedValue.h"
 
-#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QDBusVariant>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <utility>
 
 namespace simctl {
 namespace {
@@ -27,12 +28,18 @@ QDBusMessage readAll()
     return call;
 }
 
-Json typed(const QVariant& value)
+Json signalLine(const QDBusMessage& signal)
 {
-    const QString type = value.userType() == qMetaTypeId<QDBusArgument>()
-        ? value.value<QDBusArgument>().currentSignature()
-        : QLatin1String(QDBusMetaType::typeToSignature(value.userType()));
-    return { { "type", type.toStdString() }, { "value", cli::toJson(value) } };
+    Json line;
+    line["signal"] = signal.member().toStdString();
+    if (signal.signature() == QLatin1String("v")) {
+        line["value"] = recordedValue(signal.arguments().first().value<QDBusVariant>().variant());
+        return line;
+    }
+    line["arguments"] = Json::array();
+    for (const QVariant& argument : signal.arguments())
+        line["arguments"].push_back(recordedValue(argument));
+    return line;
 }
 
 } // namespace
@@ -45,6 +52,9 @@ Recording::Recording()
 
 QString Recording::begin(const QString& path)
 {
+    // Opening a pipe would wait for somebody to read it.
+    if (const QFileInfo info(path); info.exists() && !info.isFile())
+        return QStringLiteral("%1 cannot be written: it is no regular file").arg(path);
     m_file.setFileName(path);
     if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         return QStringLiteral("%1 cannot be written: %2").arg(path, m_file.errorString());
@@ -52,9 +62,20 @@ QString Recording::begin(const QString& path)
     QDBusConnection bus = QDBusConnection::systemBus();
     bus.connect(Daemon, DaemonPath, Daemon, QString(), this, SLOT(noteSignal(QDBusMessage)));
     // The question comes behind the request for the signals, so nothing is missed in between.
-    if (bus.interface()->isServiceRegistered(Daemon))
-        noteAppearance();
+    noteOwner(Daemon, {}, bus.interface()->serviceOwner(Daemon).value());
     return {};
+}
+
+void Recording::end()
+{
+    for (const auto& event : std::exchange(m_events, {})) {
+        // An appearance, which has its line only when it is known.
+        if (event->lines.empty()) {
+            Q_EMIT propertiesMissing(QStringLiteral("no answer until the end"));
+            event->lines.push_back({ { "appeared", Json::object() } });
+        }
+        write(*event);
+    }
 }
 
 QString Recording::problem() const
@@ -69,76 +90,131 @@ double Recording::now() const
     return static_cast<double>(m_clock.elapsed()) / 1000;
 }
 
-void Recording::write(double time, const char* kind, Json content, const Json& value)
+std::shared_ptr<Recording::Event> Recording::note(double time)
 {
-    Json line;
-    line["time"] = time;
-    line[kind] = std::move(content);
-    if (!value.is_null())
-        line["value"] = value;
-    m_file.write(QByteArray::fromStdString(line.dump(-1, ' ', false, Json::error_handler_t::replace)) + '\n');
+    m_events.push_back(std::make_shared<Event>());
+    m_events.back()->time = time;
+    return m_events.back();
+}
+
+void Recording::writeKnown()
+{
+    while (!m_events.empty() && m_events.front()->isKnown) {
+        write(*m_events.front());
+        m_events.pop_front();
+    }
+}
+
+void Recording::write(const Event& event)
+{
+    m_lastTime = std::max(m_lastTime, event.time);
+    for (const Json& content : event.lines) {
+        Json line;
+        line["time"] = m_lastTime;
+        line.update(content);
+        m_file.write(QByteArray::fromStdString(line.dump(-1, ' ', false, Json::error_handler_t::replace))
+                     + '\n');
+        ++m_lines;
+    }
     m_file.flush(); // whoever looks at it meanwhile sees whole lines
-    ++m_lines;
 }
 
-void Recording::noteOwner(const QString& /*name*/, const QString& before, const QString& now)
+void Recording::readProperties(std::function<void(const Properties& properties)> then)
 {
-    if (now.isEmpty())
-        write(this->now(), "left", true);
-    else if (before.isEmpty())
-        noteAppearance();
+    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(readAll()), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, then = std::move(then)] {
+        then(*watcher);
+        watcher->deleteLater();
+        writeKnown();
+    });
 }
 
-// Waits for the answer: what the daemon tells later is noted later.
+void Recording::noteOwner(const QString& /*name*/, const QString& /*before*/, const QString& now)
+{
+    const QString before = std::exchange(m_owner, now);
+    if (before == now)
+        return; // known from the begin
+    ++m_signals; // an answer to an earlier question tells of the owner before
+    if (before.isEmpty()) {
+        noteAppearance();
+        return;
+    }
+    const double time = this->now();
+    note(time)->lines.push_back({ { now.isEmpty() ? "left" : "handover", true } });
+    writeKnown();
+    if (!now.isEmpty())
+        noteLater(time);
+}
+
+// What the daemon tells until it has answered is noted behind it.
 void Recording::noteAppearance()
 {
-    const double time = now();
-    const QDBusReply<QVariantMap> reply = QDBusConnection::systemBus().call(readAll());
-    Json properties = Json::object();
-    m_known.clear();
-    const QVariantMap values = reply.value();
-    for (auto value = values.begin(); value != values.end(); ++value) {
-        m_known[value.key().toStdString()] = typed(value.value());
-        properties[value.key().toStdString()] = m_known[value.key().toStdString()];
-    }
-    write(time, "appeared", properties);
+    const auto event = note(now());
+    event->isKnown = false;
+    readProperties([this, event](const Properties& properties) {
+        if (properties.isError())
+            Q_EMIT propertiesMissing(properties.error().message());
+        m_known.clear();
+        Json values = Json::object();
+        const QVariantMap map = properties.isError() ? QVariantMap() : properties.value();
+        for (auto value = map.begin(); value != map.end(); ++value) {
+            const std::string name = value.key().toStdString();
+            m_known[name] = recordedValue(value.value());
+            values[name] = m_known[name];
+        }
+        event->lines.push_back({ { "appeared", std::move(values) } });
+        event->isKnown = true;
+    });
 }
 
 void Recording::noteSignal(const QDBusMessage& signal)
 {
-    const double time = now();
+    const auto event = note(now());
     const QString member = signal.member();
-    const Json value = typed(signal.arguments().value(0).value<QDBusVariant>().variant());
+    Json line = signalLine(signal);
     const int count = ++m_signals;
     const std::string property =
         member.endsWith(ChangeSuffix) ? member.chopped(ChangeSuffix.size()).toStdString() : std::string();
-    if (m_known.count(property) != 0)
-        m_known[property] = value;
+    if (m_known.count(property) != 0 && line.contains("value"))
+        m_known[property] = line["value"];
+    event->lines.push_back(std::move(line));
     // Clients read a property when they see one of these, so that it goes first.
     if (member.startsWith(QLatin1String("wifed"))) {
-        const QDBusReply<QVariantMap> reply = QDBusConnection::systemBus().call(readAll());
-        noteDifferences(reply.value(), count, time);
+        event->isKnown = false;
+        readProperties([this, event, count](const Properties& properties) {
+            addDifferences(properties, count, *event);
+            std::rotate(event->lines.begin(), event->lines.begin() + 1, event->lines.end());
+            event->isKnown = true;
+        });
     }
-    write(time, "signal", member.toStdString(), value);
-    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(readAll()), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, count, time] {
-        const QDBusPendingReply<QVariantMap> reply = *watcher;
-        noteDifferences(reply.value(), count, time);
-        watcher->deleteLater();
+    writeKnown();
+    noteLater(event->time);
+}
+
+// At its own time, unless something else was written meanwhile.
+void Recording::noteLater(double time)
+{
+    readProperties([this, time, count = m_signals](const Properties& properties) {
+        Event differences;
+        differences.time = time;
+        addDifferences(properties, count, differences);
+        if (!differences.lines.empty())
+            *note(time) = std::move(differences);
     });
 }
 
 // Another signal may have come meanwhile; then only that tells what a property was in between, and what has
 // no signal is the only news.
-void Recording::noteDifferences(const QVariantMap& properties, int signalCount, double time)
+void Recording::addDifferences(const Properties& properties, int signalCount, Event& event)
 {
-    for (auto value = properties.begin(); value != properties.end(); ++value) {
+    const QVariantMap values = properties.isError() ? QVariantMap() : properties.value();
+    for (auto value = values.begin(); value != values.end(); ++value) {
         const std::string name = value.key().toStdString();
         if (signalCount != m_signals && value.key() != QLatin1String("wifedsConnected"))
             continue;
-        Json now = typed(value.value());
+        Json now = recordedValue(value.value());
         if (m_known[name] != now) {
-            write(time, "property", name, now);
+            event.lines.push_back({ { "property", name }, { "value", now } });
             m_known[name] = std::move(now);
         }
     }

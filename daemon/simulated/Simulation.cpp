@@ -57,6 +57,8 @@ Simulation::Simulation(const Settings& settings, const Content& content, const Q
     m_patience.setSingleShot(true);
     m_patience.setTimerType(Qt::PreciseTimer);
     connect(&m_patience, &QTimer::timeout, this, &Simulation::end);
+    // Not before whoever had it changed has the answer.
+    connect(&m_front, &BusFront::faultsChanged, this, &Simulation::endPatience, Qt::QueuedConnection);
 }
 
 std::unique_ptr<DaemonBackend> Simulation::makeBackend(const Content& content)
@@ -119,6 +121,14 @@ void Simulation::askedToEnd()
         end();
     } else if (!m_patience.isActive()) {
         m_patience.start(ignored);
+    }
+}
+
+void Simulation::endPatience()
+{
+    if (m_patience.isActive() && m_front.ignoresSigterm().count() == 0) {
+        m_patience.stop();
+        end();
     }
 }
 

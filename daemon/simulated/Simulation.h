@@ -53,6 +53,7 @@ private:
     void appear();
     void fail(const QString& problem);
     void askedToEnd();
+    void endPatience();
     void end();
 
     SimulationClock m_clock;

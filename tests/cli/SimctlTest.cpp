@@ -9,7 +9,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
 
 class SimctlTest : public QObject
 {
@@ -27,6 +30,8 @@ private Q_SLOTS:
     void tellsTheCalls();
     void drivesTime();
     void tellsTheFaults();
+    void noFaultEndsThePatience();
+    void recordsAStalledDaemon();
     void saysWhatIsWrong_data();
     void saysWhatIsWrong();
     void saysThatThereIsNoSimulation();
@@ -40,6 +45,7 @@ private:
     static void call(const char* method, const QVariantList& arguments = {});
 
     PrivateSystemBus m_bus;
+    QTemporaryDir m_folder;
     world::ChildProcess m_sim;
 };
 
@@ -47,6 +53,7 @@ void SimctlTest::initTestCase()
 {
     QCOMPARE(m_bus.start(), QString());
     qputenv("BLUESIM_PAUSED", "1");
+    QCOMPARE(::mkfifo(qPrintable(m_folder.filePath("pipe.rec")), 0600), 0);
 }
 
 void SimctlTest::init()
@@ -189,12 +196,42 @@ void SimctlTest::tellsTheFaults()
     QCOMPARE(simctl({ "fault" }).out, QString());
     QCOMPARE(change({ "fault", "slow", "2.5" }), QString());
     QCOMPARE(change({ "fault", "payload", "pairListChanged", "a(t)" }), QString());
+    QCOMPARE(change({ "fault", "payload", "scanState", "a(ts)", R"([[18446744073709551615,"x"]])" }),
+             QString());
     QCOMPARE(change({ "fault", "silent-property", "pairList" }), QString());
     QCOMPARE(simctl({ "fault" }).out,
-             "answers 2.5 s late\nsends pairListChanged in another shape\n"
-             "does not send pairListChanged\n");
+             "answers 2.5 s late\nsends pairListChanged as a(t)\n"
+             "sends scanState as a(ts) [[18446744073709551615,\"x\"]]\n"
+             "does not tell that pairList changes\n");
+    QCOMPARE(simctl({ "fault", "--json" }).out,
+             R"json([{"kind":"slow","seconds":2.5},)json"
+             R"json({"kind":"payload","name":"pairListChanged","signature":"a(t)"},)json"
+             R"json({"kind":"payload","name":"scanState","signature":"a(ts)",)json"
+             R"json("value":[[18446744073709551615,"x"]]},)json"
+             R"json({"kind":"silent-property","name":"pairList"}])json"
+             "\n");
     QCOMPARE(change({ "fault", "none" }), QString());
     QCOMPARE(simctl({ "fault", "--json" }).out, "[]\n");
+}
+
+void SimctlTest::noFaultEndsThePatience()
+{
+    QCOMPARE(change({ "fault", "ignore-sigterm", "3600" }), QString());
+    m_sim.signal(SIGTERM);
+    QCOMPARE(change({ "fault", "none" }), QString());
+    QCOMPARE(m_sim.wait(std::chrono::seconds(20)), std::optional<int>(0));
+}
+
+void SimctlTest::recordsAStalledDaemon()
+{
+    QCOMPARE(change({ "fault", "stall" }), QString());
+    const QString file = m_folder.filePath("stalled.rec");
+    const Finished finished = simctl({ "record", file, "--timeout", "0.2" });
+    QVERIFY2(finished.err.contains("does not tell its properties"), qPrintable(finished.err));
+    QCOMPARE(finished.status, 4);
+    QFile recording(file);
+    QVERIFY(recording.open(QIODevice::ReadOnly));
+    QVERIFY(recording.readAll().endsWith("\"appeared\":{}}\n"));
 }
 
 void SimctlTest::saysWhatIsWrong_data()
@@ -216,9 +253,13 @@ void SimctlTest::saysWhatIsWrong_data()
     row("fault", { "fault", "stal" }, 2, R"("stal" is no fault; did you mean "stall"?)");
     row("fault without a number", { "fault", "slow" }, 2, "a fault is told as \"slow SECONDS\"");
     row("fault of no signal", { "fault", "payload", "pairList2", "s" }, 2, "did you mean \"pairList\"?");
-    row("fault of no shape", { "fault", "payload", "pairList", "a(q)" }, 2, "there is no shape \"a(q)\"");
+    row("fault of no shape", { "fault", "payload", "pairList", "a(q" }, 2,
+        R"x("a(q" is no shape: "(" has no ")")x");
+    row("fault of no value", { "fault", "payload", "pairList", "a(ti)", "[[1,2],[3,4.5]]" }, 2,
+        "the value at [1][1] is 4.5 but has to be a whole number from -2147483648 to 2147483647");
     row("time", { "time", "step", "yesterday" }, 2, "step SECONDS");
     row("recording's name", { "record", "/tmp/x.json" }, 2, "ends with .rec");
+    row("recording's kind", { "record", m_folder.filePath("pipe.rec") }, 1, "it is no regular file");
     row("recording's place", { "record", "/nonexistent/x.rec" }, 1, "/nonexistent/x.rec cannot be written");
 }
 

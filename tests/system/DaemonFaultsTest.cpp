@@ -134,20 +134,24 @@ private Q_SLOTS:
     void payloadOfAnotherShape_data()
     {
         // "shown" is the scan state, which is 1 meanwhile.
-        const Rows<QString, QString> row("shape", "shown");
-        for (const char* shape : { "as", "a(tis)", "ai", "av", "aas", "a{si}", "a(sss)", "a(tsi)", "(tis)" })
-            row(shape, shape, "0"); // does not convert: ignored
-        row("a text", "s", "0"); // converts, to 0
-        row("another number", "i", "-42");
-        row("a truth value", "b", "1");
+        const Rows<QStringList, QString> row("shape", "shown");
+        for (const char* shape :
+             { "as", "a(tis)", "ai", "av", "aas", "a{si}", "a(sss)", "a(tsi)", "(tis)", "aa{s(iv)}" })
+            row(shape, { shape }, "0"); // does not convert: ignored
+        row("a text", { "s" }, "0"); // converts, to 0
+        row("a number in a text", { "s", "\"2\"" }, "2");
+        row("another number", { "i" }, "-42");
+        row("an unsigned number", { "u", "7" }, "7");
+        row("a truth value", { "b" }, "1");
     }
 
     void payloadOfAnotherShape()
     {
-        QFETCH(QString, shape);
+        QFETCH(QStringList, shape);
         QFETCH(QString, shown);
         QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
-        QVERIFY2(m_world.fault({ "payload", "scanStateChanged", shape }), qPrintable(m_world.problem()));
+        QVERIFY2(m_world.fault(QStringList{ "payload", "scanStateChanged" } + shape),
+                 qPrintable(m_world.problem()));
         QVERIFY(m_world.trigger("scan"));
         QVERIFY(m_world.stepUntil([this] { return !m_world.text("scanresultsAddr:0").isEmpty(); }));
         QCOMPARE(m_world.text("scanstate"), shown);

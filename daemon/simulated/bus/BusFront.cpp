@@ -3,6 +3,7 @@
 #include "DaemonNames.h"
 #include "SimulationClock.h"
 
+#include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
@@ -19,6 +20,11 @@ QString ownerOf(const QString& name, const QDBusConnection& bus)
 {
     const QDBusReply<uint> pid = bus.interface()->servicePid(name);
     return pid.isValid() ? QStringLiteral("process %1").arg(pid.value()) : QStringLiteral("another process");
+}
+
+bool isReadOfAll(const QDBusMessage& message)
+{
+    return message.interface() == propertiesInterface() && message.member() == QLatin1String("GetAll");
 }
 
 /// Waits until the bus has everything that was sent before.
@@ -40,6 +46,7 @@ BusFront::BusFront(DaemonBackend& backend, SimulationClock& clock)
     connect(&backend, &DaemonBackend::sent, this, &BusFront::pass);
     connect(&backend, &DaemonBackend::left, this, &BusFront::leave);
     connect(&backend, &DaemonBackend::returned, this, &BusFront::comeBack);
+    connect(&backend, &DaemonBackend::handedOver, this, &BusFront::handOver);
     for (QTimer* timer : { &m_stallEnd, &m_return }) {
         timer->setSingleShot(true);
         timer->setTimerType(Qt::PreciseTimer);
@@ -131,14 +138,22 @@ void BusFront::take(const Request& request)
 
 void BusFront::answer(const Request& request)
 {
-    m_backend.call(request.message, [request](const QDBusMessage& reply) {
+    m_backend.call(request.message, [this, request](const QDBusMessage& reply) {
         if (!request.message.isReplyRequired()) {
             return;
         }
-        request.connection.send(
-            reply.type() == QDBusMessage::ErrorMessage
-                ? request.message.createErrorReply(reply.errorName(), reply.errorMessage())
-                : request.message.createReply(reply.arguments()));
+        if (reply.type() == QDBusMessage::ErrorMessage) {
+            request.connection.send(
+                request.message.createErrorReply(reply.errorName(), reply.errorMessage()));
+            return;
+        }
+        QVariantList arguments = reply.arguments();
+        if (isReadOfAll(request.message)) {
+            auto properties = qdbus_cast<QVariantMap>(arguments.value(0));
+            m_faults.replace(properties);
+            arguments = { properties };
+        }
+        request.connection.send(request.message.createReply(arguments));
     });
 }
 
@@ -156,20 +171,20 @@ bool BusFront::misanswer(const Request& request) const
     if (!isRead || payload == m_faults.payloads.constEnd()) {
         return false;
     }
-    request.connection.send(message.createReply(QVariant::fromValue(QDBusVariant(*payload))));
+    request.connection.send(message.createReply(QVariant::fromValue(QDBusVariant(payload->value))));
     return true;
 }
 
 void BusFront::pass(QDBusMessage signal)
 {
-    if (m_faults.silent.contains(signal.member())) {
+    if (m_faults.isSilent(signal.member())) {
         return;
     }
     QDBusMessage own = QDBusMessage::createSignal(daemonPath(), daemonService(), signal.member());
     own.setArguments(signal.arguments());
     const auto payload = m_faults.payloads.constFind(signal.member());
     if (payload != m_faults.payloads.constEnd()) {
-        own.setArguments({ QVariant::fromValue(QDBusVariant(*payload)) });
+        own.setArguments({ QVariant::fromValue(QDBusVariant(payload->value)) });
     }
     m_gathered.append(own);
     if (!m_isStalled && m_gathered.size() >= m_faults.burst) {
@@ -194,12 +209,14 @@ void BusFront::apply(const FaultRequest& request)
         break;
     case Kind::Stall:
         m_isStalled = true;
+        m_stallEnd.stop();
         if (request.duration) {
             m_stallEnd.start(*request.duration);
         }
         break;
     case Kind::Leave:
         leave();
+        m_return.stop();
         if (request.duration) {
             m_return.start(*request.duration);
         }
@@ -218,18 +235,22 @@ void BusFront::apply(const FaultRequest& request)
         m_faults.apply(request);
         break;
     }
+    Q_EMIT faultsChanged();
 }
 
-QStringList BusFront::faultTexts() const
+QList<QVariantMap> BusFront::faults() const
 {
-    QStringList lines = m_faults.texts();
+    const auto limit = [](const QTimer& end) {
+        return end.isActive() ? secondsArgument(end.intervalAsDuration()) : QVariantMap();
+    };
+    QList<QVariantMap> records = m_faults.records();
     if (m_isStalled) {
-        lines << QStringLiteral("answers nothing");
+        records << faultRecord("stall", QStringLiteral("answers nothing"), limit(m_stallEnd));
     }
     if (m_isAway) {
-        lines << QStringLiteral("has left the bus");
+        records << faultRecord("leave", QStringLiteral("has left the bus"), limit(m_return));
     }
-    return lines;
+    return records;
 }
 
 void BusFront::clearFaults()

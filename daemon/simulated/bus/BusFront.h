@@ -43,14 +43,21 @@ public:
     /// Gives up the name, and takes it again.
     void leave();
     void comeBack();
+    /// Passes the name on to another connection of this program.
+    void handOver();
     void apply(const FaultRequest& request);
-    [[nodiscard]] QStringList faultTexts() const;
+    /// What goes wrong now, as the control interface tells it.
+    [[nodiscard]] QList<QVariantMap> faults() const;
     /// How long SIGTERM is to be ignored.
     [[nodiscard]] std::chrono::milliseconds ignoresSigterm() const { return m_faults.ignoresSigterm; }
     [[nodiscard]] const std::deque<DaemonCall>& calls() const { return m_calls; }
 
     [[nodiscard]] QString introspect(const QString& path) const override;
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
+
+Q_SIGNALS:
+    /// A request was taken up, and may have ended what was asked before.
+    void faultsChanged();
 
 private:
     /// A request that waits, and where its answer goes.
@@ -68,7 +75,6 @@ private:
     void sendGathered();
     void clearFaults();
     void endStall();
-    void handOver();
 
     DaemonBackend& m_backend;
     SimulationClock& m_clock;

@@ -32,6 +32,8 @@ Q_SIGNALS:
     /// It leaves the bus by itself, and comes back.
     void left();
     void returned();
+    /// The name passes to another connection without a gap.
+    void handedOver();
     /// A signal of the daemon's interface.
     void sent(const QDBusMessage& signal);
 };

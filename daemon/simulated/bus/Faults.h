@@ -1,43 +1,15 @@
 #pragma once
 
-#include <QHash>
+#include "FaultRequest.h"
+
+#include <QMap>
 #include <QSet>
 #include <QStringList>
-#include <QVariant>
+#include <QVariantMap>
 
 #include <chrono>
-#include <optional>
 
 namespace bt {
-
-/// What somebody wants to go wrong.
-struct FaultRequest
-{
-    enum class Kind {
-        None,
-        Stall,
-        Crash,
-        Leave,
-        Handover,
-        IgnoreSigterm,
-        Slow,
-        Error,
-        Payload,
-        Burst,
-        SilentProperty
-    };
-
-    Kind kind = Kind::None;
-    QString name; ///< of a signal or property
-    QVariant payload;
-    /// Real time; of Stall and Leave how long it lasts, without it until Kind::None.
-    std::optional<std::chrono::milliseconds> duration;
-    int count = 0; ///< of Burst
-
-    /// @param arguments the kind, and what belongs to it.
-    /// @param problem what is wrong and what would be right.
-    [[nodiscard]] static std::optional<FaultRequest> parse(const QStringList& arguments, QString& problem);
-};
 
 /// What goes wrong until it is told otherwise.
 struct Faults
@@ -46,13 +18,22 @@ struct Faults
     std::chrono::milliseconds answersLate{ 0 };
     std::chrono::milliseconds ignoresSigterm{ 0 };
     int burst = 0; ///< signals go out when so many have gathered; 0 and 1: at once
-    QHash<QString, QVariant> payloads; ///< by the name of the signal or property
-    QSet<QString> silent; ///< signals that are not sent
+    QMap<QString, Payload> payloads; ///< by the name of the signal or property
+    QSet<QString> silentProperties;
 
     /// Takes up a request of a kind that lasts.
     void apply(const FaultRequest& request);
-    /// For a person, a line each.
-    [[nodiscard]] QStringList texts() const;
+    /// Takes the payloads in the place of properties.
+    void replace(QVariantMap& properties) const;
+    [[nodiscard]] bool isSilent(const QString& signal) const;
+    /// What goes wrong now, as the control interface tells it.
+    [[nodiscard]] QList<QVariantMap> records() const;
 };
+
+/// One of these; \a text is for a person.
+[[nodiscard]] QVariantMap faultRecord(const char* kind, const QString& text,
+                                      const QVariantMap& arguments = {});
+/// With the time that it was asked for, when it was.
+[[nodiscard]] QVariantMap secondsArgument(std::chrono::milliseconds time);
 
 } // namespace bt

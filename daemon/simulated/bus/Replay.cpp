@@ -68,16 +68,20 @@ void Replay::happen(const RecordedEvent& event)
     case Kind::Left:
         Q_EMIT left();
         break;
+    case Kind::HandedOver:
+        Q_EMIT handedOver();
+        break;
     case Kind::Property:
         m_properties.insert(event.name, event.value);
         break;
     case Kind::Signal: {
-        const QString property = event.name.chopped(static_cast<int>(qstrlen("Changed")));
-        if (event.name.endsWith(QLatin1String("Changed")) && m_properties.contains(property)) {
+        const QLatin1String suffix("Changed");
+        const QString property = event.name.left(event.name.size() - suffix.size());
+        if (event.name.endsWith(suffix) && event.value.isValid() && m_properties.contains(property)) {
             m_properties.insert(property, event.value);
         }
         QDBusMessage signal = QDBusMessage::createSignal(daemonPath(), daemonService(), event.name);
-        signal << QVariant::fromValue(QDBusVariant(event.value));
+        signal.setArguments(event.arguments);
         Q_EMIT sent(signal);
         break;
     }

@@ -215,9 +215,9 @@ void ControlService::SetFault(const QStringList& fault)
     m_front.apply(*request);
 }
 
-QStringList ControlService::Faults()
+QList<QVariantMap> ControlService::Faults()
 {
-    return m_front.faultTexts();
+    return m_front.faults();
 }
 
 QList<QVariantMap> ControlService::Calls()

@@ -47,7 +47,7 @@ public Q_SLOTS:
     void RequestPairing(const QString& device);
     void AnswerPairing(const QString& device, bool accepts);
     void SetFault(const QStringList& fault);
-    QStringList Faults();
+    QList<QVariantMap> Faults();
     QList<QVariantMap> Calls();
     void Step(double seconds);
 

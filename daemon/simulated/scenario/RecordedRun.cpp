@@ -1,140 +1,241 @@
 #include "RecordedRun.h"
 
-#include "DaemonTypes.h"
+#include "Signature.h"
+#include "ValueReader.h"
 
 #include <nlohmann/json.hpp>
 
+#include <QDBusVariant>
+#include <QStringList>
+
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <map>
+#include <optional>
 
 namespace bt {
 
 namespace {
 
 using Json = nlohmann::json;
+using Kind = RecordedEvent::Kind;
 
-QString text(const Json& value)
+constexpr double LongestRun = 31'536'000; // seconds: a year
+/// Far below what a message may hold, whatever the types in it are.
+constexpr int LongestLine = 8 * 1024 * 1024;
+
+struct KindName
 {
-    return QString::fromStdString(value.get<std::string>());
+    Kind kind;
+    const char* name;
+};
+constexpr std::array<KindName, 5> KindNames{ {
+    { Kind::Appeared, "appeared" },
+    { Kind::Left, "left" },
+    { Kind::HandedOver, "handover" },
+    { Kind::Signal, "signal" },
+    { Kind::Property, "property" },
+} };
+
+QString quoted(const std::string& text)
+{
+    return QLatin1Char('"') + QString::fromStdString(text) + QLatin1Char('"');
 }
 
-ScanResults scanResultsOf(const Json& value)
-{
-    ScanResults results;
-    for (const Json& fields : value) {
-        ScanEntry entry;
-        entry.address = fields.at(0).get<qulonglong>();
-        entry.signalStrength = fields.at(1).get<int>();
-        entry.name = text(fields.at(2));
-        results.entries.append(entry);
-    }
-    return results;
-}
-
-PairList pairListOf(const Json& value)
-{
-    PairList list;
-    for (const Json& fields : value) {
-        list.entries.append(
-            PairEntry{ fields.at(0).get<qulonglong>(), text(fields.at(1)), fields.at(2).get<uint>() });
-    }
-    return list;
-}
-
-/// Makes a value of a D-Bus type from its JSON form.
-using Decoder = QVariant (*)(const Json& value);
-
-const std::map<std::string, Decoder>& decoders()
-{
-    static const std::map<std::string, Decoder> all{
-        { "b",
-          [](const Json& value) {
-              return QVariant(value.get<bool>());
-          } },
-        { "i",
-          [](const Json& value) {
-              return QVariant(value.get<int>());
-          } },
-        { "u",
-          [](const Json& value) {
-              return QVariant(value.get<uint>());
-          } },
-        { "t",
-          [](const Json& value) {
-              return QVariant(value.get<qulonglong>());
-          } },
-        { "d",
-          [](const Json& value) {
-              return QVariant(value.get<double>());
-          } },
-        { "s",
-          [](const Json& value) {
-              return QVariant(text(value));
-          } },
-        { "a(tis)",
-          [](const Json& value) {
-              return QVariant::fromValue(scanResultsOf(value));
-          } },
-        { "a(tsu)",
-          [](const Json& value) {
-              return QVariant::fromValue(pairListOf(value));
-          } },
-    };
-    return all;
-}
-
-/// Reads one line. What is wrong is in \a problem; the library throws where a member is missing.
+/// Reads lines, one after the other. The first problem stays.
 class LineReader
 {
 public:
-    explicit LineReader(QString& problem)
-        : m_problem(problem)
-    {
-    }
+    [[nodiscard]] const QString& problem() const { return m_problem; }
 
-    RecordedEvent read(const Json& line)
+    /// Of use while there is no problem.
+    RecordedEvent read(const QByteArray& line)
     {
         RecordedEvent event;
-        event.time = std::chrono::milliseconds(std::llround(line.at("time").get<double>() * 1000));
-        if (line.contains("appeared")) {
-            event.kind = RecordedEvent::Kind::Appeared;
-            for (const auto& [name, value] : line.at("appeared").items()) {
-                event.properties.insert(QString::fromStdString(name), decode(value));
+        if (const auto json = parse(line)) {
+            const KindName* kind = kindOf(*json);
+            readTime(*json, event);
+            if (kind != nullptr) {
+                event.kind = kind->kind;
+                readContent(*json, *kind, event);
             }
-        } else if (line.contains("left")) {
-            event.kind = RecordedEvent::Kind::Left;
-        } else {
-            const bool isSignal = line.contains("signal");
-            event.kind = isSignal ? RecordedEvent::Kind::Signal : RecordedEvent::Kind::Property;
-            event.name = text(line.at(isSignal ? "signal" : "property"));
-            event.value = decode(line.at("value"));
         }
         return event;
     }
 
 private:
-    QVariant decode(const Json& value)
+    std::optional<Json> parse(const QByteArray& line)
     {
-        const std::string type = value.at("type").get<std::string>();
-        const auto found = decoders().find(type);
-        if (found == decoders().end()) {
-            m_problem = QStringLiteral("a value of the D-Bus type \"%1\" cannot be replayed")
-                            .arg(QString::fromStdString(type));
+        if (line.size() > LongestLine) {
+            complain(QStringLiteral("this line is longer than 8 MiB"));
             return {};
         }
-        return found->second(value.at("value"));
+        try {
+            Json json = Json::parse(line.constBegin(), line.constEnd());
+            if (json.is_object()) {
+                return json;
+            }
+            complain(QStringLiteral("this line is no object"));
+        } catch (const Json::parse_error& error) {
+            complain(error.byte > static_cast<std::size_t>(line.size())
+                         ? QStringLiteral("this line breaks off")
+                         : QStringLiteral("this line is no JSON at its byte %1").arg(error.byte));
+        } catch (const Json::exception&) {
+            complain(QStringLiteral("this line has a number that is too large"));
+        }
+        m_problem += QStringLiteral(R"(; a line of a recording is like {"time": 0.5, "left": true})");
+        return {};
     }
 
-    QString& m_problem;
+    void readTime(const Json& json, RecordedEvent& event)
+    {
+        const auto time = json.find("time");
+        const double seconds = time != json.end() && time->is_number() ? time->get<double>() : -1;
+        if (seconds < 0 || seconds > LongestRun) {
+            complain(QStringLiteral(R"("time" %1 but has to be a number of seconds from 0 to %2)")
+                         .arg(time == json.end() ? QStringLiteral("is missing")
+                                                 : QStringLiteral("is ") + scalar(*time))
+                         .arg(LongestRun, 0, 'f', 0));
+        } else if (seconds < m_lastTime) {
+            complain(QStringLiteral(R"("time" is %1, before the %2 of the line above; the lines go by time)")
+                         .arg(seconds, 0, 'g', 12)
+                         .arg(m_lastTime, 0, 'g', 12));
+        } else {
+            m_lastTime = seconds;
+            event.time = std::chrono::milliseconds(std::llround(seconds * 1000));
+        }
+    }
+
+    /// Exactly one; null after a problem.
+    const KindName* kindOf(const Json& json)
+    {
+        const KindName* found = nullptr;
+        int count = 0;
+        for (const KindName& kind : KindNames) {
+            if (json.contains(kind.name)) {
+                found = &kind;
+                ++count;
+            }
+        }
+        if (count == 1) {
+            return found;
+        }
+        complain(
+            QStringLiteral(
+                R"(a line has one of "appeared", "left", "handover", "signal" and "property", but this has %1)")
+                .arg(count == 0 ? QStringLiteral("none") : QString::number(count)));
+        return nullptr;
+    }
+
+    void readContent(const Json& json, const KindName& kind, RecordedEvent& event)
+    {
+        const Json& content = json.at(kind.name);
+        QStringList fields{ QStringLiteral("time"), QLatin1String(kind.name) };
+        switch (kind.kind) {
+        case Kind::Appeared:
+            readProperties(content, event);
+            break;
+        case Kind::Left:
+        case Kind::HandedOver:
+            if (content != true) {
+                complain(QStringLiteral("\"%1\" has to be true").arg(QLatin1String(kind.name)));
+            }
+            break;
+        case Kind::Signal:
+        case Kind::Property: {
+            event.name = content.is_string() ? QString::fromStdString(content.get<std::string>()) : QString();
+            checkName(event.name,
+                      QStringLiteral("\"%1\" is %2, which is no name")
+                          .arg(QLatin1String(kind.name), scalar(content)));
+            const bool hasArguments = kind.kind == Kind::Signal && json.contains("arguments");
+            fields << (hasArguments ? QStringLiteral("arguments") : QStringLiteral("value"));
+            hasArguments ? readArguments(json.at("arguments"), event) : readValue(json, event);
+            break;
+        }
+        }
+        for (const auto& [name, value] : json.items()) {
+            if (!fields.contains(QString::fromStdString(name))) {
+                complain(QStringLiteral("%1 is no field of this line; there are \"%2\"")
+                             .arg(quoted(name), fields.join(QStringLiteral("\", \""))));
+            }
+        }
+    }
+
+    void readProperties(const Json& content, RecordedEvent& event)
+    {
+        if (!content.is_object()) {
+            complain(QStringLiteral(R"("appeared" has to be an object, a VALUE for each property)"));
+            return;
+        }
+        for (const auto& [name, value] : content.items()) {
+            const QString property = QString::fromStdString(name);
+            checkName(property,
+                      QStringLiteral("\"appeared\" has the property %1, which is no name").arg(quoted(name)));
+            event.properties.insert(property, typedValue(value, QStringLiteral("the property ") + property));
+        }
+    }
+
+    void readValue(const Json& json, RecordedEvent& event)
+    {
+        if (!json.contains("value")) {
+            complain(QStringLiteral(R"(%1 needs a "value", like {"type": "i", "value": 7})").arg(event.name));
+            return;
+        }
+        event.value = typedValue(json.at("value"), QStringLiteral("\"value\" of ") + event.name);
+        event.arguments = { QVariant::fromValue(QDBusVariant(event.value)) };
+    }
+
+    void readArguments(const Json& arguments, RecordedEvent& event)
+    {
+        if (!arguments.is_array()) {
+            complain(QStringLiteral("\"arguments\" of %1 has to be a list").arg(event.name));
+            return;
+        }
+        for (const Json& argument : arguments) {
+            event.arguments << typedValue(argument, QStringLiteral("an argument of ") + event.name);
+        }
+    }
+
+    QVariant typedValue(const Json& json, const QString& name)
+    {
+        const auto read = readTypedValue(json);
+        if (const auto* problem = std::get_if<ValueProblem>(&read)) {
+            complain(problem->of(name));
+            return {};
+        }
+        return std::get<QVariant>(read);
+    }
+
+    void checkName(const QString& name, const QString& what)
+    {
+        if (!isMemberName(name)) {
+            complain(what + QStringLiteral("; a name has letters, digits and _, and no digit first"));
+        }
+    }
+
+    static QString scalar(const Json& json)
+    {
+        return json.is_structured()
+            ? QStringLiteral("a list or an object")
+            : QString::fromStdString(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+    }
+
+    void complain(const QString& problem)
+    {
+        if (m_problem.isEmpty()) {
+            m_problem = problem;
+        }
+    }
+
+    QString m_problem;
+    double m_lastTime = 0;
 };
 
 /// From the first appearance on, counted from there.
 void beginWithAppearance(RecordedRun& run)
 {
-    const auto first = std::find_if(run.events.begin(), run.events.end(), [](const RecordedEvent& event) {
-        return event.kind == RecordedEvent::Kind::Appeared;
-    });
+    const auto first = std::find_if(run.events.begin(), run.events.end(),
+                                    [](const RecordedEvent& event) { return event.kind == Kind::Appeared; });
     run.events.erase(run.events.begin(), first);
     const auto begin = run.events.empty() ? std::chrono::milliseconds(0) : run.events.front().time;
     for (RecordedEvent& event : run.events) {
@@ -146,27 +247,24 @@ void beginWithAppearance(RecordedRun& run)
 
 std::variant<RecordedRun, TextProblem> readRecording(const QByteArray& text)
 {
-    registerDaemonTypes();
     RecordedRun run;
+    LineReader reader;
     int number = 0;
     for (const QByteArray& line : text.split('\n')) {
         ++number;
         if (line.trimmed().isEmpty()) {
             continue;
         }
-        QString problem;
-        try {
-            run.events.push_back(LineReader(problem).read(Json::parse(line.constBegin(), line.constEnd())));
-        } catch (const Json::exception& error) {
-            problem = QString::fromUtf8(error.what());
-        }
-        if (!problem.isEmpty()) {
-            return TextProblem{ number, QStringLiteral("no line of a recording: ") + problem };
+        run.events.push_back(reader.read(line));
+        if (!reader.problem().isEmpty()) {
+            return TextProblem{ number, reader.problem() };
         }
     }
     beginWithAppearance(run);
     if (run.events.empty()) {
-        return TextProblem{ number, QStringLiteral("no daemon appears in this recording") };
+        return TextProblem{ number,
+                            QStringLiteral("no daemon appears in this recording; it needs a line like "
+                                           R"({"time": 0, "appeared": {}})") };
     }
     return run;
 }

@@ -14,6 +14,7 @@ struct RecordedEvent
     enum class Kind {
         Appeared, ///< on the bus, with these properties
         Left,
+        HandedOver, ///< its name passed to another owner without a gap
         Signal,
         Property ///< changed without a signal of its own
     };
@@ -21,7 +22,8 @@ struct RecordedEvent
     std::chrono::milliseconds time{ 0 };
     Kind kind = Kind::Signal;
     QString name; ///< of the signal or property
-    QVariant value;
+    QVariant value; ///< of Property, and of a Signal that carries one
+    QVariantList arguments; ///< of Signal, as they are sent
     QVariantMap properties; ///< of Appeared
 };
 

@@ -1,0 +1,286 @@
+#include "ValueReader.h"
+
+#include "Compound.h"
+#include "Signature.h"
+
+#include <nlohmann/json.hpp>
+
+#include <QDBusObjectPath>
+#include <QDBusSignature>
+#include <QDBusVariant>
+#include <QStringList>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace bt {
+
+namespace {
+
+using Json = nlohmann::json;
+
+/// What a message holds is 64 deep at most; the rest is for what the value stands in.
+constexpr int DeepestValue = 60;
+
+/// For a message: containers are not shown, they may be of any size.
+QString shown(const Json& json)
+{
+    constexpr int Longest = 60;
+    if (json.is_array()) {
+        return QStringLiteral("a list of %1").arg(json.size());
+    }
+    if (json.is_object()) {
+        return QStringLiteral("an object");
+    }
+    const QString text = QString::fromStdString(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+    return text.size() <= Longest ? text : text.left(Longest) + QStringLiteral("…");
+}
+
+class Reader
+{
+public:
+    /// Invalid after a problem.
+    QVariant read(const QByteArray& signature, const Json& json);
+    QVariant readTyped(const Json& json);
+    [[nodiscard]] ValueProblem problem() const { return { m_place.join(QString()), m_problem }; }
+
+private:
+    template <typename Number>
+    QVariant whole(const QByteArray& signature, const Json& json);
+    QVariant floating(const Json& json);
+    QVariant text(const QByteArray& signature, const Json& json);
+    QVariant compound(const QByteArray& signature, const Json& json);
+    bool readFields(const QList<QByteArray>& types, const Json& json, QVariantList& parts);
+    bool readEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts);
+    bool readNamedEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts);
+    /// At a place within the present one.
+    bool readPart(const QString& place, const QByteArray& signature, const Json& json, QVariantList& parts);
+    QVariant refuse(const Json& json, const QString& right);
+
+    QStringList m_place;
+    QString m_problem;
+};
+
+QVariant Reader::refuse(const Json& json, const QString& right)
+{
+    m_problem = QStringLiteral("is %1 but has to be %2").arg(shown(json), right);
+    return {};
+}
+
+template <typename Number>
+QVariant Reader::whole(const QByteArray& signature, const Json& json)
+{
+    using Limits = std::numeric_limits<Number>;
+    const bool fits = json.is_number_unsigned()
+        ? json.get<std::uint64_t>() <= static_cast<std::uint64_t>(Limits::max())
+        : json.is_number_integer() && json.get<std::int64_t>() >= static_cast<std::int64_t>(Limits::min());
+    if (fits) {
+        return QVariant::fromValue(json.get<Number>());
+    }
+    return refuse(json,
+                  QStringLiteral("a whole number from %1 to %2, as the D-Bus type %3")
+                      .arg(Limits::min())
+                      .arg(Limits::max())
+                      .arg(QString::fromLatin1(signature)));
+}
+
+QVariant Reader::floating(const Json& json)
+{
+    using Limits = std::numeric_limits<double>;
+    if (json.is_number()) {
+        return json.get<double>();
+    }
+    if (json == "NaN") {
+        return Limits::quiet_NaN();
+    }
+    if (json == "Infinity") {
+        return Limits::infinity();
+    }
+    if (json == "-Infinity") {
+        return -Limits::infinity();
+    }
+    return refuse(json, QStringLiteral(R"(a number, "NaN", "Infinity" or "-Infinity")"));
+}
+
+QVariant Reader::text(const QByteArray& signature, const Json& json)
+{
+    if (!json.is_string()) {
+        return refuse(json, QStringLiteral("a text in quotation marks"));
+    }
+    const QString content = QString::fromStdString(json.get_ref<const std::string&>());
+    switch (signature.at(0)) {
+    case 'o':
+        return isObjectPath(content)
+            ? QVariant::fromValue(QDBusObjectPath(content))
+            : refuse(json, QStringLiteral("an object path, like \"/org/example/1\""));
+    case 'g':
+        return isSignatureList(content.toUtf8())
+            ? QVariant::fromValue(QDBusSignature(content))
+            : refuse(json, QStringLiteral("a D-Bus signature, like \"a{sv}\""));
+    default:
+        return content.contains(QChar(0)) ? refuse(json, QStringLiteral("a text without the character 0"))
+                                          : QVariant(content);
+    }
+}
+
+QVariant Reader::read(const QByteArray& signature, const Json& json)
+{
+    switch (signature.at(0)) {
+    case 'y':
+        return whole<uchar>(signature, json);
+    case 'n':
+        return whole<short>(signature, json);
+    case 'q':
+        return whole<ushort>(signature, json);
+    case 'i':
+        return whole<int>(signature, json);
+    case 'u':
+        return whole<uint>(signature, json);
+    case 'x':
+        return whole<qlonglong>(signature, json);
+    case 't':
+        return whole<qulonglong>(signature, json);
+    case 'b':
+        return json.is_boolean() ? QVariant(json.get<bool>()) : refuse(json, QStringLiteral("true or false"));
+    case 'd':
+        return floating(json);
+    case 'v': {
+        const QVariant content = readTyped(json);
+        return content.isValid() ? QVariant::fromValue(QDBusVariant(content)) : QVariant();
+    }
+    case 'a':
+    case '(':
+        return compound(signature, json);
+    default:
+        return text(signature, json);
+    }
+}
+
+QVariant Reader::readTyped(const Json& json)
+{
+    if (!json.is_object() || json.size() != 2 || !json.contains("type") || !json.contains("value")
+        || !json.at("type").is_string()) {
+        return refuse(json, QStringLiteral(R"("type" and "value" alone, like {"type":"i","value":7})"));
+    }
+    const auto signature = QByteArray::fromStdString(json.at("type").get_ref<const std::string&>());
+    if (const QString wrong = signatureProblem(signature); !wrong.isEmpty()) {
+        m_problem = QStringLiteral(R"(has the "type" %1 but needs one D-Bus type, like i, as or a(tis): %2)")
+                        .arg(shown(json.at("type")), wrong);
+        return {};
+    }
+    QVariantList value;
+    return readPart({}, signature, json.at("value"), value) ? value.first() : QVariant();
+}
+
+bool Reader::readPart(const QString& place, const QByteArray& signature, const Json& json,
+                      QVariantList& parts)
+{
+    m_place.append(place);
+    if (m_place.size() > DeepestValue) {
+        m_problem = QStringLiteral("is nested deeper than %1, which no message holds").arg(DeepestValue);
+        return false;
+    }
+    parts.append(read(signature, json));
+    if (!parts.last().isValid()) {
+        return false; // with the place where that was
+    }
+    m_place.removeLast();
+    return true;
+}
+
+QVariant Reader::compound(const QByteArray& signature, const Json& json)
+{
+    const QList<QByteArray> types = partTypes(signature);
+    const bool isStructure = signature.startsWith('(');
+    QVariantList parts;
+    if (isDictionary(signature) && json.is_object()) {
+        return readNamedEntries(types, json, parts) ? compoundValue(signature, parts) : QVariant();
+    }
+    if (!json.is_array() || (isStructure && json.size() != static_cast<std::size_t>(types.size()))) {
+        return refuse(json,
+                      isDictionary(signature) ? QStringLiteral("an object, or a list of [key, value]")
+                          : isStructure       ? QStringLiteral("a list of %1, the fields of %2")
+                                              .arg(types.size())
+                                              .arg(QString::fromLatin1(signature))
+                                        : QStringLiteral("a list"));
+    }
+    const bool isRead =
+        isDictionary(signature) ? readEntries(types, json, parts) : readFields(types, json, parts);
+    return isRead ? compoundValue(signature, parts) : QVariant();
+}
+
+// Of an array all have the one type that there is.
+bool Reader::readFields(const QList<QByteArray>& types, const Json& json, QVariantList& parts)
+{
+    int index = 0;
+    for (const Json& part : json) {
+        const QByteArray& type = types.at(std::min(index, types.size() - 1));
+        if (!readPart(QStringLiteral("[%1]").arg(index), type, part, parts)) {
+            return false;
+        }
+        ++index;
+    }
+    return true;
+}
+
+bool Reader::readEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts)
+{
+    int index = 0;
+    for (const Json& entry : json) {
+        m_place.append(QStringLiteral("[%1]").arg(index++));
+        if (!entry.is_array() || entry.size() != 2) {
+            refuse(entry, QStringLiteral("a list of key and value"));
+            return false;
+        }
+        if (!readFields(types, entry, parts)) {
+            return false;
+        }
+        m_place.removeLast();
+    }
+    return true;
+}
+
+bool Reader::readNamedEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts)
+{
+    const bool hasTextKey = QByteArrayLiteral("sog").contains(types.first().at(0));
+    for (const auto& [name, value] : json.items()) {
+        const Json key = hasTextKey ? Json(name) : Json::parse(name, nullptr, false);
+        m_place.append(QStringLiteral("[%1]").arg(shown(name)));
+        if (!readPart({}, types.first(), key.is_discarded() ? Json(name) : key, parts)
+            || !readPart({}, types.last(), value, parts)) {
+            return false;
+        }
+        m_place.removeLast();
+    }
+    return true;
+}
+
+std::variant<QVariant, ValueProblem> finish(const QVariant& value, const Reader& reader)
+{
+    if (value.isValid()) {
+        return value;
+    }
+    return reader.problem();
+}
+
+} // namespace
+
+QString ValueProblem::of(const QString& name) const
+{
+    return name + (place.isEmpty() ? QString() : QStringLiteral(" at ") + place) + QLatin1Char(' ') + text;
+}
+
+std::variant<QVariant, ValueProblem> readValue(const QByteArray& signature, const Json& json)
+{
+    Reader reader;
+    return finish(reader.read(signature, json), reader);
+}
+
+std::variant<QVariant, ValueProblem> readTypedValue(const Json& json)
+{
+    Reader reader;
+    return finish(reader.readTyped(json), reader);
+}
+
+} // namespace bt
