@@ -81,7 +81,9 @@ void BusFront::end(std::function<void()> done)
         clearFaults();
         m_bus.unregisterService(daemonService());
         m_bus.unregisterObject(daemonPath());
-        done();
+        m_hasEnded = true;
+        // QtDBus corrupts the heap when a call is given up in the moment in which its answer comes.
+        m_backend.flush(done);
     });
 }
 
@@ -100,6 +102,9 @@ QString BusFront::introspect(const QString& /*path*/) const
 
 bool BusFront::handleMessage(const QDBusMessage& message, const QDBusConnection& connection)
 {
+    if (m_hasEnded) {
+        return false;
+    }
     note(message);
     const Request request{ message, connection };
     if (m_isStalled) {
@@ -131,7 +136,7 @@ void BusFront::take(const Request& request)
 {
     if (m_isStalled) {
         m_waiting.append(request);
-    } else if (!misanswer(request)) {
+    } else if (!m_hasEnded && !misanswer(request)) {
         answer(request);
     }
 }

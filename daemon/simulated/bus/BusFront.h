@@ -84,6 +84,7 @@ private:
     std::deque<DaemonCall> m_calls;
     bool m_isStalled = false;
     bool m_isAway = false;
+    bool m_hasEnded = false; ///< nothing is passed to the backend any more
     QTimer m_stallEnd;
     QTimer m_return;
     QList<Request> m_waiting; ///< while it is stalled
