@@ -1,0 +1,75 @@
+// What drives the simulation.
+#include "Waiting.h"
+#include "WorldParts.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+
+namespace testkit {
+
+bool SimulatedWorld::stepUntil(const std::function<bool()>& holds)
+{
+    constexpr double HalfASecond = 0.5;
+    const bool held = QTest::qWaitFor([&] { return step(HalfASecond) && holds(); },
+                                      static_cast<int>(m_parts->patience.count()));
+    return held               ? succeed({})
+        : m_problem.isEmpty() ? succeed(QStringLiteral("it did not come about"))
+                              : false;
+}
+
+bool SimulatedWorld::stepUntil(const QString& item, const QString& value)
+{
+    const auto holds = [&] {
+        return text(item) == value && m_problem.isEmpty();
+    };
+    if (!holds() && !m_problem.isEmpty()) {
+        return false;
+    }
+    if (stepUntil(holds)) {
+        return true;
+    }
+    const QString reason = m_problem; // the item is asked for once more
+    return fail(item, reason);
+}
+
+QList<DaemonCall> SimulatedWorld::callsWithArguments() const
+{
+    QList<DaemonCall> calls;
+    const auto records = qdbus_cast<QList<QVariantMap>>(ask("Calls").arguments().value(0));
+    for (const QVariantMap& record : records) {
+        calls << DaemonCall{ record.value(QStringLiteral("time")).toDouble(),
+                             record.value(QStringLiteral("member")).toString(),
+                             qdbus_cast<QVariantList>(record.value(QStringLiteral("arguments"))) };
+    }
+    return calls;
+}
+
+QStringList SimulatedWorld::calls() const
+{
+    QStringList members;
+    for (const DaemonCall& call : callsWithArguments()) {
+        members << call.member;
+    }
+    return members;
+}
+
+QDBusMessage SimulatedWorld::ask(const char* method, const QVariantList& arguments) const
+{
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(simulationName(), QStringLiteral("/tov/sim/Radio"),
+                                       QStringLiteral("tov.sim.Radio1"), QLatin1String(method));
+    call.setArguments(arguments);
+    return QDBusConnection::systemBus().call(call);
+}
+
+bool SimulatedWorld::control(const char* method, const QVariantList& arguments)
+{
+    const QDBusMessage reply = ask(method, arguments);
+    if (reply.type() != QDBusMessage::ErrorMessage) {
+        return succeed({});
+    }
+    return succeed(isOnTheBus(simulationName()) ? reply.errorMessage()
+                                                : QStringLiteral("no simulated radio is on the bus"));
+}
+
+} // namespace testkit
