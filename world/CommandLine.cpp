@@ -124,7 +124,8 @@ Parsed findController(const std::string& radio, CommandLine& line)
 QString resolveScenario(const QString& nameOrPath, CommandLine& line)
 {
     line.scenario = nameOrPath;
-    if (nameOrPath.contains(QLatin1Char('/')) || QFileInfo(nameOrPath).isFile()) {
+    if (!bt::scenarioNames().contains(nameOrPath)
+        && (nameOrPath.contains(QLatin1Char('/')) || QFileInfo::exists(nameOrPath))) {
         line.scenario = absolute(QFile::encodeName(nameOrPath).toStdString());
         line.named << line.scenario;
     }

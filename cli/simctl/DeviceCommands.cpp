@@ -56,8 +56,9 @@ QStringList cells(const QVariantMap& device)
              stateText(device) };
 }
 
-/// Names come over the radio, and may be 248 bytes long; with --json they are whole.
-constexpr int WidestCell = 32;
+/// Names come over the radio, and may be 248 bytes long; with --json they are whole. So most lines fit in 80
+/// columns.
+constexpr int WidestCell = 20;
 
 QStringList tableOf(const QList<QVariantMap>& devices)
 {

@@ -16,7 +16,8 @@ cli::ExitStatus runRecord(const Request& request, cli::Output& output)
     const QString path = request.arguments.value(0);
     if (!path.endsWith(QLatin1String(".rec")))
         return output.fail(
-            { ExitStatus::Usage, QStringLiteral("%1: the name of a recording ends with .rec").arg(path) });
+            { ExitStatus::Usage,
+              QStringLiteral("\"%1\" is no name of a recording, which ends with .rec").arg(path) });
     const process::EndingSignals signalsToEnd;
     QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
     Recording recording;
@@ -38,7 +39,8 @@ cli::ExitStatus runRecord(const Request& request, cli::Output& output)
     recording.end();
     if (const QString problem = recording.problem(); !problem.isEmpty())
         return output.fail({ ExitStatus::Failed, problem });
-    output.note(QStringLiteral("%1 events recorded").arg(recording.lines()));
+    output.note(recording.lines() == 1 ? QStringLiteral("1 event recorded")
+                                       : QStringLiteral("%1 events recorded").arg(recording.lines()));
     return status;
 }
 

@@ -44,7 +44,10 @@ _simctl()
         fault:fault) mapfile -t COMPREPLY < <(compgen -W $'stall\ncrash\nleave\nhandover\nignore-sigterm\nslow\nerror\npayload\nburst\nsilent-property\nnone' -- "$cur") ;;
         fault:payload|fault:silent-property) _simctl_offer "$cur" < <(simctl names member 2>/dev/null) ;;
         time:time) mapfile -t COMPREPLY < <(compgen -W $'pause\nresume\nstep\nspeed' -- "$cur") ;;
-        record:record) mapfile -t COMPREPLY < <(compgen -f -- "$cur") ;;
+        record:--timeout) ;;
+        record:*)
+            compopt -o filenames # quoted as far as it has to be
+            mapfile -t COMPREPLY < <(compgen -f -- "$cur") ;;
         remove:remove|return:return|move:move|drop:drop|connect:connect|pair-request:pair-request|answer:answer)
             _simctl_offer "$cur" < <(simctl names 2>/dev/null)
             __ltrim_colon_completions "$cur" ;;

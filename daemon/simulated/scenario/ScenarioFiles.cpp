@@ -80,6 +80,9 @@ std::pair<QString, QString> findScenario(const QString& nameOrPath)
     if (names.contains(nameOrPath)) {
         return { scenarioFolder() + QLatin1Char('/') + nameOrPath + suffix(), {} };
     }
+    if (QFileInfo::exists(nameOrPath)) {
+        return { nameOrPath, {} };
+    }
     const QString nearest = text::nearestWord(nameOrPath, names);
     QString problem = names.isEmpty()
         ? QStringLiteral("there is no scenario in %1").arg(scenarioFolder())

@@ -17,8 +17,8 @@ inline constexpr const char* DefaultScenario = "room";
 /// Their names, sorted.
 [[nodiscard]] QStringList scenarioNames();
 
-/// @return the file of a scenario: \a nameOrPath itself when it has a '/', otherwise that of the name; or, as
-/// second, why there is none.
+/// @return the file of a scenario: \a nameOrPath itself when it has a '/', otherwise the one that comes with
+/// the program by that name, otherwise the one in the current folder; or, as second, why there is none.
 [[nodiscard]] std::pair<QString, QString> findScenario(const QString& nameOrPath);
 
 /// @return what the file holds, a recording when its name ends with ".rec", or what is wrong with it:

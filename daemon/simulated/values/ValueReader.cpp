@@ -115,7 +115,8 @@ QVariant Reader::text(const QByteArray& signature, const Json& json)
             ? QVariant::fromValue(QDBusObjectPath(content))
             : refuse(json, QStringLiteral("an object path, like \"/org/example/1\""));
     case 'g':
-        return isSignatureList(content.toUtf8())
+        // The empty one is valid, but QtDBus sends none.
+        return !content.isEmpty() && isSignatureList(content.toUtf8())
             ? QVariant::fromValue(QDBusSignature(content))
             : refuse(json, QStringLiteral("a D-Bus signature, like \"a{sv}\""));
     default:
