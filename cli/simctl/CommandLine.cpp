@@ -45,6 +45,15 @@ constexpr std::array<std::pair<const char*, const char*>, 4> FaultWords{ {
     { "VALUE", "Of payload: the value in JSON" },
 } };
 
+std::string checkSignal(const std::string& text)
+{
+    bool isNumber = false;
+    const int rssi = QString::fromStdString(text).toInt(&isNumber);
+    if (isNumber && rssi >= -127 && rssi <= 20)
+        return {};
+    return "\"" + text + "\" is no whole number of dBm from -127 to 20";
+}
+
 /// What CLI11 fills.
 struct Arguments
 {
@@ -131,11 +140,11 @@ void Parser::addDevices()
     CLI::App* move = addForDevice(Command::Move, "move", "A device comes nearer or goes farther away");
     move->add_option("RSSI", m_arguments.rssi, "The signal strength that it comes to, in dBm")
         ->required()
-        ->check(CLI::Range(-127, 20))
+        ->check(checkSignal)
         ->type_name("");
     move->add_option("--in", m_arguments.seconds, "The simulated time that it takes (default: 0)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, 86400.0));
+        ->check(cli::checkSeconds);
     addForDevice(Command::Drop, "drop", "A device loses its connection");
     addForDevice(Command::Connect, "connect", "A device connects by itself");
     addForDevice(Command::PairRequest, "pair-request", "A device asks to be paired");
@@ -165,7 +174,7 @@ void Parser::addAdd()
         ->required()
         ->type_name("ADDRESS");
     app->add_option("--rssi", m_arguments.rssi, "Its signal strength in dBm (default: -60)")
-        ->check(CLI::Range(-127, 20))
+        ->check(checkSignal)
         ->type_name("N");
     app->add_option("--class", m_arguments.deviceClass, "Its class of device, like 0x5a020c")
         ->type_name("CLASS");
