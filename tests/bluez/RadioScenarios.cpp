@@ -72,7 +72,8 @@ void RadioScenarios::pairs()
     QCOMPARE(pairWith(m_world, device, { weSay, pin }), end);
 
     const QStringList states = m_world.history(QStringLiteral("pairstate"));
-    QVERIFY2(states.value(1) == QLatin1String("Pairing"), qPrintable(states.join(QLatin1Char(','))));
+    // First of all, where it is seen: of two states in one turn of the host its clients are told the last.
+    QVERIFY2(states.indexOf(QStringLiteral("Pairing"), 1) <= 1, qPrintable(states.join(QLatin1Char(','))));
     if (!asked.isEmpty()) {
         QVERIFY2(states.contains(asked), qPrintable(states.join(QLatin1Char(','))));
     }
