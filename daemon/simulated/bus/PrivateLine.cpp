@@ -16,13 +16,22 @@ QString connectionName()
     return QStringLiteral("bluesim's own line");
 }
 
+/// The program's one server. It lives as long as the program: its destructor unlocks what QtDBus's own thread
+/// may have deleted by then (seen with Qt 5.15: the program then never ends).
+QDBusServer& ownServer()
+{
+    // Without a file that a killed program would leave behind. Other users are turned away.
+    static auto* const server = new QDBusServer(QStringLiteral("unix:abstract=/bluesim-")
+                                                + QUuid::createUuid().toString(QUuid::WithoutBraces));
+    return *server;
+}
+
 } // namespace
 
 PrivateLine::PrivateLine(Radio& radio)
     : m_radio(radio)
     , m_service(radio)
-    // Without a file that a killed program would leave behind. Other users are turned away.
-    , m_server(QStringLiteral("unix:abstract=/bluesim-") + QUuid::createUuid().toString(QUuid::WithoutBraces))
+    , m_server(ownServer())
     , m_client(QString())
 {
     connect(&m_server, &QDBusServer::newConnection, this, &PrivateLine::serve);

@@ -10,7 +10,8 @@ namespace bt {
 
 class Radio;
 
-/// The daemon's D-Bus side as any radio has it, on a connection inside this program instead of a bus.
+/// The daemon's D-Bus side as any radio has it, on a connection inside this program instead of a bus. There
+/// is one in a program.
 class PrivateLine : public DaemonBackend
 {
     Q_OBJECT
@@ -29,7 +30,7 @@ private:
 
     Radio& m_radio;
     DaemonService m_service;
-    QDBusServer m_server;
+    QDBusServer& m_server;
     QDBusConnection m_client;
 };
 
