@@ -19,5 +19,15 @@ install(EXPORT ipc FILE ipcTargets.cmake NAMESPACE ipc:: DESTINATION ${IPC_PACKA
 
 # From the folder of ipc.pc up to the prefix: the library folder may be lib or lib/TRIPLET.
 file(RELATIVE_PATH IPC_PREFIX_FROM_PKGCONFIG /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-configure_file(package/ipc.pc.in ipc.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ipc.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ipc-dev)
+# Where the loader looks by itself, programs are not to carry the path; below any other prefix they do not start without.
+set(IPC_RUN_PATH "")
+configure_file(package/ipc.pc.in package/standard/ipc.pc @ONLY)
+set(IPC_RUN_PATH " -Wl,-rpath,\${libdir}")
+configure_file(package/ipc.pc.in package/elsewhere/ipc.pc @ONLY)
+install(CODE "
+    set(place elsewhere)
+    if(CMAKE_INSTALL_PREFIX MATCHES \"^/usr(/local)?/?\$\")
+        set(place standard)
+    endif()
+    file(INSTALL \"${CMAKE_CURRENT_BINARY_DIR}/package/\${place}/ipc.pc\"
+        DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig\")" COMPONENT ipc-dev)

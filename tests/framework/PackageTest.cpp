@@ -1,13 +1,14 @@
 #include "client/KELClientInterface.h"
 #include "support/PrivateBus.h"
 #include "support/Programs.h"
+#include "support/Rows.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -45,12 +46,15 @@ private Q_SLOTS:
     {
         QCOMPARE(m_bus.start(), QString());
         qputenv("XDG_DATA_HOME", path("data").toUtf8());
-        for (const char* component : { "ipc", "ipc-dev" }) {
-            QVERIFY(!printed("cmake",
-                             { "--install", BUILD_FOLDER, "--prefix", path("prefix"), "--component",
-                               QLatin1String(component) })
-                         .isEmpty());
-        }
+        QFile document(DOCUMENT);
+        QVERIFY2(document.open(QIODevice::ReadOnly), DOCUMENT);
+        m_document = QString::fromUtf8(document.readAll())
+                         .replace("build/release", BUILD_FOLDER)
+                         .replace("PREFIX", path("prefix"));
+        const QStringList installing =
+            m_document.split('\n').filter(QRegularExpression("^    cmake --install "));
+        QVERIFY(!installing.isEmpty());
+        QVERIFY(!printed("sh", { "-ec", installing.join('\n') }).isEmpty());
     }
 
     void examplesBuildAndRun()
@@ -85,11 +89,11 @@ private Q_SLOTS:
         }
     }
 
-    void pkgConfigLeadsToEveryHeader()
+    void pkgConfigLeadsToEveryHeaderAndToTheLibrary()
     {
         const QStringList headers = QDir(path("prefix/include/ipc")).entryList({ "*.h" });
         QVERIFY2(headers.contains("KELClientInterface.h"), qPrintable(headers.join(' ')));
-        QFile source(path("all.cpp"));
+        QFile source(path("main.cpp"));
         QVERIFY(source.open(QIODevice::WriteOnly));
         for (const QString& header : headers)
             source.write(QString("#include <ipc/%1>\n").arg(header).toUtf8());
@@ -98,15 +102,39 @@ private Q_SLOTS:
                      " KELClientInterface::staticMetaObject.className()); }\n");
         source.close();
 
-        qputenv("PKG_CONFIG_PATH", QFileInfo(findFile("ipc.pc")).path().toUtf8());
-        const QString flags = printed("pkg-config", { "--cflags", "--libs", "ipc" });
-        QVERIFY(!flags.isEmpty());
-        const QString library = QFileInfo(findFile("libipc.so.1")).path();
-        QStringList arguments{ "-std=c++17", "-fPIC", source.fileName() };
-        arguments << (flags + ' ' + Flags).split(' ', Qt::SkipEmptyParts) << "-Wl,-rpath," + library << "-o"
-                  << path("all");
-        QVERIFY(!printed(COMPILER, arguments).isEmpty());
-        QCOMPARE(printed(path("all"), {}), "ipc::ItemServer KELClientInterface");
+        // As it is written for a program without CMake, but by the compiler and with the sanitizer of this
+        // build.
+        const QString commands = m_document.section("\nWithout CMake:\n\n", 1).section("\n\n", 0, 0);
+        QVERIFY2(commands.contains("    c++ "), qPrintable(commands));
+        const QString compiler = QString("    %1 %2 ").arg(COMPILER, Flags);
+        QCOMPARE(printed("sh", { "-ec", QString(commands).replace("    c++ ", compiler) }),
+                 "ipc::ItemServer KELClientInterface");
+    }
+
+    void pathOfTheLibraryIsInProgramsOnlyWhereItIsNeeded_data()
+    {
+        const Rows<QString, bool> row("prefix", "needed");
+        row("/usr", "/usr", false);
+        row("/usr/local", "/usr/local", false);
+        row("below /usr", "/usr/lib/devkit", true);
+        row("/opt", "/opt/devkit", true);
+    }
+
+    void pathOfTheLibraryIsInProgramsOnlyWhereItIsNeeded()
+    {
+        QFETCH(const QString, prefix);
+        QFETCH(const bool, needed);
+        const QTemporaryDir root;
+        qputenv("DESTDIR", root.path().toUtf8());
+        const QString installed =
+            printed("cmake", { "--install", BUILD_FOLDER, "--prefix", prefix, "--component", "ipc-dev" });
+        qunsetenv("DESTDIR");
+        QVERIFY(!installed.isEmpty());
+        qputenv("PKG_CONFIG_PATH", (root.path() + prefix + "/lib/pkgconfig").toUtf8());
+        const QString libraries = printed("pkg-config", { "--libs", "ipc" });
+        qunsetenv("PKG_CONFIG_PATH");
+        QVERIFY(libraries.contains("-lipc"));
+        QVERIFY2(libraries.contains("-rpath") == needed, qPrintable(libraries));
     }
 
 private:
@@ -121,13 +149,6 @@ private:
         return {};
     }
 
-    [[nodiscard]] QString findFile(const QString& name) const
-    {
-        // Below lib or lib/TRIPLET, as the machine has it.
-        QDirIterator found(path("prefix"), { name }, QDir::Files, QDirIterator::Subdirectories);
-        return found.hasNext() ? found.next() : QString();
-    }
-
     void startLamp(QProcess& lamp) const
     {
         QDBusServiceWatcher watcher(Lamps, QDBusConnection::sessionBus(),
@@ -138,6 +159,7 @@ private:
     }
 
     QTemporaryDir m_folder;
+    QString m_document; // with this build and the installed tree in it
     PrivateSessionBus m_bus;
 };
 
