@@ -78,10 +78,12 @@ void SimulationClock::advance(Duration duration)
 void SimulationClock::runDue(Duration until)
 {
     while (!m_steps.empty() && m_steps.begin()->first <= until) {
-        const auto node = m_steps.extract(m_steps.begin());
-        if (!node.mapped().context.isNull()) {
-            m_stepTime = node.key();
-            node.mapped().run();
+        const auto first = m_steps.begin();
+        const auto [due, step] = std::move(*first);
+        m_steps.erase(first);
+        if (!step.context.isNull()) {
+            m_stepTime = due;
+            step.run();
             m_stepTime = Duration(-1);
         }
     }
