@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -64,6 +65,13 @@ int runCommand(const world::CommandLine& line, const world::World& world,
     world::Command command;
     command.arguments = line.command;
     command.place = world::Command::Place::Foreground;
+    world::Pipe liveView;
+    if (line.isLiveView) {
+        liveView = world::Pipe::create(O_NONBLOCK);
+        command.inherited = liveView.reading.get();
+        command.arguments << QStringLiteral("--notices") << QString::number(command.inherited);
+        outlet.redirect(liveView.writing.get());
+    }
     int status = 0;
     {
         const world::Terminal terminal;
@@ -74,6 +82,13 @@ int runCommand(const world::CommandLine& line, const world::World& world,
         how.attendants = { &log, &actions, &outlet };
         status =
             reason == 0 ? signalsOfOurs.supervise(process, how) : commandFailed(line.command.first(), reason);
+    }
+    outlet.redirect(STDERR_FILENO);
+    std::array<char, 4096> unread{};
+    ssize_t got = 0;
+    while (liveView.reading.isOpen()
+           && (got = read(liveView.reading.get(), unread.data(), unread.size())) > 0) {
+        std::fwrite(unread.data(), 1, static_cast<std::size_t>(got), stderr);
     }
     actions.finish();
     return status;

@@ -157,6 +157,39 @@ private Q_SLOTS:
         QCOMPARE(finished.err.count('\n'), 1);
     }
 
+    void liveViewShowsThem()
+    {
+        QVERIFY(writeController("echo 'notice: ZEBRA'; exec sleep 1000"));
+        QProcess terminal;
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("TERM", "xterm");
+        environment.insert("LINES", "24");
+        environment.insert("COLUMNS", "80");
+        terminal.setProcessEnvironment(environment);
+        terminal.start("script", { "-qec", "exec " + program() + " --radio " + controller(), "/dev/null" });
+        QByteArray drawn;
+        const auto shows = [&](const QByteArray& text) {
+            return QTest::qWaitFor(
+                [&] {
+                    terminal.waitForReadyRead(0);
+                    drawn += terminal.readAll();
+                    return drawn.contains(text);
+                },
+                30'000);
+        };
+        QVERIFY(shows("quits"));
+        terminal.write("e");
+        QVERIFY2(shows("ZEBRA"), drawn.constData());
+        drawn.clear();
+        terminal.write("n");
+        QVERIFY2(shows("1 of 1"), drawn.constData());
+        terminal.write("q");
+        QVERIFY(terminal.waitForFinished());
+        drawn += terminal.readAll();
+        QVERIFY(!drawn.mid(drawn.lastIndexOf("\x1b[?1049l")).contains("ZEBRA")); // once
+        QCOMPARE(terminal.exitCode(), 0);
+    }
+
 private:
     [[nodiscard]] QString controller() const { return m_folder.filePath("controller"); }
 
