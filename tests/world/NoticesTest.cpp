@@ -157,6 +157,14 @@ private Q_SLOTS:
         QCOMPARE(finished.err.count('\n'), 1);
     }
 
+    // Which does not go back to the first column by itself.
+    void rawTerminal()
+    {
+        const Finished finished =
+            run("script", { "-qec", "stty raw; exec " + program() + " -- itemctl call scan", "/dev/null" });
+        QVERIFY2(finished.out.endsWith("switches it on\r\n"), qPrintable(finished.out));
+    }
+
     void liveViewShowsThem()
     {
         QVERIFY(writeController("echo 'notice: ZEBRA'; exec sleep 1000"));
