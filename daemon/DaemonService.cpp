@@ -1,11 +1,11 @@
 #include "DaemonService.h"
 
 #include "AddressHelper.h"
+#include "Notice.h"
 #include "Radio.h"
 #include "bluetoothadaptor.h"
 
 #include <QDBusConnectionInterface>
-#include <QDebug>
 #include <QMetaEnum>
 
 #include <utility>
@@ -179,13 +179,13 @@ void DaemonService::withdraw()
     m_bus.unregisterObject(objectPath());
 }
 
-void DaemonService::answer(const Outcome& outcome)
+void DaemonService::answer(const Outcome& outcome, const QString& property)
 {
     if (!outcome) {
         return;
     }
-    const QString request = calledFromDBus() ? message().member() : QStringLiteral("property");
-    qWarning().noquote() << request << "refused:" << outcome->text;
+    const QString request = calledFromDBus() ? message().member() : property;
+    notice(QStringLiteral("%1 refused: %2").arg(request, outcome->text));
     if (calledFromDBus()) {
         sendErrorReply(errorName(outcome->error), outcome->text);
     }
@@ -194,20 +194,22 @@ void DaemonService::answer(const Outcome& outcome)
 void DaemonService::setMyAddress(qulonglong address)
 {
     if (address != m_address) {
-        answer(Refusal{
-            Error::InvalidArgument,
-            QStringLiteral("the radio's own address stays %1").arg(AddressHelper::int2str(m_address)) });
+        answer(
+            Refusal{
+                Error::InvalidArgument,
+                QStringLiteral("the radio's own address stays %1").arg(AddressHelper::int2str(m_address)) },
+            QStringLiteral("myAddress"));
     }
 }
 
 void DaemonService::setMyName(const QString& name)
 {
-    answer(m_radio.setLocalName(name));
+    answer(m_radio.setLocalName(name), QStringLiteral("myName"));
 }
 
 void DaemonService::setState(bool on)
 {
-    answer(m_radio.setPowered(on));
+    answer(m_radio.setPowered(on), QStringLiteral("state"));
 }
 
 void DaemonService::CancelScan()

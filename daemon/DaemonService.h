@@ -18,8 +18,8 @@ class Radio;
 /// differs. Methods, properties and signals have the names of the interface, dbus/com.qarn.bluetooth.xml
 /// explains them.
 ///
-/// A refused command is answered with an error com.qarn.bluetooth.Error.… and logged: clients that do not
-/// wait for replies leave no other trace.
+/// A refused command is answered with an error com.qarn.bluetooth.Error.… and told by notice(): clients that
+/// do not wait for replies leave no other trace.
 class DaemonService : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -106,7 +106,8 @@ private:
     void takePairing(const PairingProgress& progress);
     void openWifed(qulonglong address);
     void closeWifed(qulonglong address);
-    void answer(const Outcome& outcome);
+    /// @param property the one that was to be written; empty when a method was called.
+    void answer(const Outcome& outcome, const QString& property = {});
 
     Radio& m_radio;
     QDBusConnection m_bus;

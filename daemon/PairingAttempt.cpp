@@ -4,14 +4,15 @@
 
 namespace bt {
 
-namespace {
-
-Outcome nothingPending(const QString& question)
+Outcome PairingAttempt::nothingPending(const QString& question) const
 {
-    return Refusal{ Error::NothingPending, QStringLiteral("no pairing waits for %1").arg(question) };
+    const QString fits = waitsForPin()
+        ? QStringLiteral("; the one under way waits for a PIN, PINreply or PINdecline")
+        : waitsForConfirmation()
+        ? QStringLiteral("; the one under way waits for a confirmation, ConfirmCode or RejectCode")
+        : QString();
+    return Refusal{ Error::NothingPending, QStringLiteral("no pairing waits for %1%2").arg(question, fits) };
 }
-
-} // namespace
 
 bool PairingAttempt::waitsForPin() const
 {
@@ -71,8 +72,7 @@ void PairingAttempt::enter(PairState state)
         m_progress.code.clear();
     } else {
         const QString name = deviceName();
-        m_progress.device =
-            name.isEmpty() ? UnknownName + QStringLiteral(" - ") + AddressHelper::int2str(m_address) : name;
+        m_progress.device = name.isEmpty() ? unknownDevice(AddressHelper::int2str(m_address)) : name;
     }
     Q_EMIT progressed();
 }

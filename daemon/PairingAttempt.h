@@ -47,6 +47,7 @@ private:
 
     [[nodiscard]] bool waitsForConfirmation() const;
     [[nodiscard]] bool waitsForPin() const;
+    [[nodiscard]] Outcome nothingPending(const QString& question) const;
     void refuse();
 
     qulonglong m_address;

@@ -1,6 +1,7 @@
 #include "RadioGate.h"
 
 #include "AddressHelper.h"
+#include "Notice.h"
 
 #include <utility>
 
@@ -28,12 +29,26 @@ bool RadioGate::goesOn() const
     return m_status == Status::On || m_status == Status::Starting;
 }
 
+QString RadioGate::whyNotOn() const
+{
+    switch (m_status) {
+    case Status::Starting:
+        return QStringLiteral("the radio is just coming on; its status has to be On");
+    case Status::Stopping:
+        return QStringLiteral("the radio is just going off");
+    case Status::NoDevice:
+        return QStringLiteral("there is no radio");
+    default:
+        return QStringLiteral("the radio is off; switching \"enabled\" off and on again switches it on");
+    }
+}
+
 Outcome RadioGate::notOn() const
 {
     if (m_status == Status::On) {
         return {};
     }
-    return Refusal{ Error::NotReady, QStringLiteral("the radio is not on; its status has to be 3") };
+    return Refusal{ Error::NotReady, whyNotOn() };
 }
 
 Outcome RadioGate::busyPairing(const QString& instead) const
@@ -98,22 +113,30 @@ Outcome RadioGate::pair(qulonglong address)
     if (Outcome refused = notOn()) {
         return refused;
     }
-    if (address == 0 || address > LargestAddress) {
-        return Refusal{
-            Error::InvalidArgument,
-            QStringLiteral("%1 is no device address; an address is six bytes, not all zero").arg(address)
-        };
-    }
     if (Outcome busy = busyPairing(QStringLiteral("one pairing at a time"))) {
         return busy;
     }
     endScan();
     if (isPaired(address)) {
         Q_EMIT pairingChanged({ PairState::Paired, {}, {} });
+    } else if (const QString reason = whyNobody(address); !reason.isEmpty()) {
+        notice(QStringLiteral("Pair failed: %1").arg(reason));
+        Q_EMIT pairingChanged({ PairState::Outgoing, unknownDevice(AddressHelper::int2str(address)), {} });
+        Q_EMIT pairingChanged({ PairState::FailedConnection, {}, {} });
     } else {
         startPairing(address);
     }
     return {};
+}
+
+QString RadioGate::whyNobody(qulonglong address) const
+{
+    return address != 0 && address <= LargestAddress
+        ? QString()
+        : QStringLiteral(
+              "no device can have the address %1; it is six bytes in hexadecimal, not all zero, like "
+              "00:11:22:33:44:55")
+              .arg(address == 0 ? AddressHelper::int2str(0) : QStringLiteral("0x%1").arg(address, 0, 16));
 }
 
 Outcome RadioGate::answer(Outcome (PairingAttempt::*how)())

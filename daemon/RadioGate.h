@@ -10,7 +10,9 @@ namespace bt {
 ///
 /// - A request that needs the radio is refused while it is not on.
 /// - A scan is refused while one runs or a pairing is under way; a pairing ends a scan.
-/// - One pairing at a time. Pairing with a device that is paired already succeeds at once.
+/// - One pairing at a time. Pairing with a device that is paired already succeeds at once, with one that
+/// there
+///   cannot be it fails at once, as with one that does not answer.
 class RadioGate : public Radio
 {
     Q_OBJECT
@@ -31,11 +33,14 @@ protected:
     /// On, or about to be.
     [[nodiscard]] bool goesOn() const;
 
-    // What refuses a request, if anything does.
+    // What refuses a request, if anything does, with what a person can do about it.
+    [[nodiscard]] virtual QString whyNotOn() const;
     [[nodiscard]] Outcome notOn() const;
     [[nodiscard]] Outcome busyPairing(const QString& instead) const;
 
     [[nodiscard]] bool isScanning() const { return m_scanning; }
+    /// Why no device can have this address; empty when one may have it.
+    [[nodiscard]] virtual QString whyNobody(qulonglong address) const;
     /// Tells that the scan that runs is complete, if one does.
     void endScan();
 

@@ -49,6 +49,12 @@ struct PairingProgress
 /// What clients replace by a text of their language.
 constexpr QLatin1String UnknownName("`,.\";00!", 8);
 
+/// What stands for the name of a device that has not told one.
+inline QString unknownDevice(const QString& address)
+{
+    return UnknownName + QStringLiteral(" - ") + address;
+}
+
 /// Why a command was not taken.
 enum class Error {
     Failed,

@@ -40,16 +40,13 @@ void resetSignals()
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-void leaveTerminal(int inherited)
+void leaveTerminal()
 {
     setsid();
     const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
     dup2(nothing, STDIN_FILENO);
     // A descriptor of our caller's must not stay open in a process that nobody sees.
     close_range(STDERR_FILENO + 1, UINT_MAX, CLOSE_RANGE_CLOEXEC);
-    if (inherited >= 0) {
-        fcntl(inherited, F_SETFD, 0);
-    }
 }
 
 /// Between fork() and exec(): only calls that are safe there. Returns when exec() failed.
@@ -65,7 +62,10 @@ void becomeProgram(const Command& command, char* const* arguments, pid_t parent)
         dup2(command.output, STDERR_FILENO);
     }
     if (command.place == Command::Place::Background) {
-        leaveTerminal(command.inherited);
+        leaveTerminal();
+    }
+    if (command.inherited >= 0) {
+        fcntl(command.inherited, F_SETFD, 0);
     }
     execvp(arguments[0], arguments);
 }
@@ -77,10 +77,10 @@ int statusOf(int raw)
 
 } // namespace
 
-Pipe Pipe::create()
+Pipe Pipe::create(int flags)
 {
     std::array<int, 2> ends{ -1, -1 };
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+    if (pipe2(ends.data(), O_CLOEXEC | flags) != 0) {
         return {};
     }
     return { FileDescriptor(ends[0]), FileDescriptor(ends[1]) };

@@ -79,7 +79,8 @@ void describe(CLI::App& app, Options& options)
     app.add_option("--state", options.state, "where the host keeps its configs (fresh for each call)")
         ->type_name("DIR");
     app.add_option("--log", options.log,
-                   "takes the output of buses, host and controller (shown only on failure)")
+                   "takes the output of buses, host and controller (shown only on failure; what a person\n"
+                   "should know at once, its lines \"notice: ...\", always is)")
         ->type_name("FILE");
     app.add_option("--host", options.host, "the program that loads the module")
         ->group(""); // for trials, unlisted
@@ -155,7 +156,11 @@ QString resolvePaths(const Options& options, CommandLine& line)
     }
     if (!options.log.empty()) {
         line.log = absolute(options.log);
-        if (!QFile(line.log).open(QIODevice::WriteOnly | QIODevice::Append)) {
+        // A FIFO's reader would take this for its end.
+        const QFileInfo present(line.log);
+        const bool isSpecial = present.exists() && !present.isFile() && !present.isDir();
+        if (isSpecial ? !present.isWritable()
+                      : !QFile(line.log).open(QIODevice::WriteOnly | QIODevice::Append)) {
             return QStringLiteral("--log %1: this file cannot be written").arg(line.log);
         }
         line.named << line.log;
@@ -182,6 +187,7 @@ Parsed complete(const Options& options, const std::vector<std::string>& command)
     }
     if (line.command.isEmpty()) {
         line.command = defaultCommand(&line.isTour);
+        line.isLiveView = !line.isTour;
     }
     const QString problem = resolvePaths(options, line);
     return problem.isEmpty() ? findController(options.radio, line) : refuse(Usage, problem);

@@ -18,6 +18,7 @@ struct CommandLine
     QString host; ///< empty is this build's
     QStringList command; ///< never empty
     bool isTour = false;
+    bool isLiveView = false; ///< the command is that of a person who gave none, on a terminal
     QStringList named; ///< every path that was named, for the view of /tmp
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <utility>
@@ -52,7 +53,8 @@ struct Pipe
     FileDescriptor writing;
 
     /// A pipe whose ends are not open when the process has no descriptors left.
-    static Pipe create();
+    /// @param flags more of pipe2(2): O_NONBLOCK.
+    static Pipe create(int flags = 0);
 };
 
 } // namespace world

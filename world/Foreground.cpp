@@ -7,7 +7,6 @@
 #include <sys/wait.h>
 
 #include <algorithm>
-#include <array>
 #include <csignal>
 
 namespace world {
@@ -86,8 +85,10 @@ int ForegroundSignals::supervise(ChildProcess& process, const Supervision& how) 
 {
     std::optional<Clock::time_point> deadline;
     for (;;) {
-        std::array<pollfd, 2> ready{ { { process.descriptor(), POLLIN, 0 },
-                                       { m_signals.get(), POLLIN, 0 } } };
+        std::vector<pollfd> ready{ { process.descriptor(), POLLIN, 0 }, { m_signals.get(), POLLIN, 0 } };
+        for (const Attendant* attendant : how.attendants) {
+            ready.push_back(attendant->awaits());
+        }
         const int count = poll(ready.data(), ready.size(), timeLeft(deadline));
         if (count > 0 && ready[0].revents != 0) {
             return process.wait().value_or(1);
@@ -95,6 +96,11 @@ int ForegroundSignals::supervise(ChildProcess& process, const Supervision& how) 
         if (count == 0) {
             process.end(milliseconds::zero());
             return process.wait().value_or(1);
+        }
+        for (std::size_t i = 0; count > 0 && i < how.attendants.size(); ++i) {
+            if (ready[i + 2].revents != 0) {
+                how.attendants[i]->attend();
+            }
         }
         signalfd_siginfo signal{};
         while (readSignal(m_signals.get(), &signal)) {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Attendant.h"
 #include "ChildProcess.h"
 
 #include <chrono>
 #include <csignal>
 #include <optional>
+#include <vector>
 
 namespace world {
 
@@ -19,6 +21,7 @@ struct Supervision
     SignalTarget target = SignalTarget::Process;
     /// How long the process may go on after a signal that asks to end; without, as long as it likes.
     std::optional<std::chrono::milliseconds> grace = ChildProcess::Grace;
+    std::vector<Attendant*> attendants = {}; ///< looked after meanwhile
 };
 
 /// Takes the signals that ask a program to end, so that it can end what it started, in order. While it

@@ -69,6 +69,8 @@ public:
     [[nodiscard]] bool hostRuns();
     /// What buses, host and controller printed so far, unless it goes elsewhere.
     [[nodiscard]] QString output() const;
+    /// The file that takes it.
+    [[nodiscard]] int outputDescriptor() const { return m_options.output; }
 
     /// The folder of this build's programs: beside this program, unless it was told.
     [[nodiscard]] static QString binFolder();

@@ -1,16 +1,21 @@
+#include "ActionWatch.h"
 #include "CommandLine.h"
 #include "Descendants.h"
 #include "Foreground.h"
+#include "NoticeLog.h"
+#include "NoticeOutlet.h"
 #include "Terminal.h"
 #include "World.h"
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QRegularExpression>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -32,15 +37,6 @@ void showOutput(const world::World& world)
     }
 }
 
-/// Whether this machine's radio is there, and why not, is told by its controller alone.
-void showRadio(const world::World& world)
-{
-    const QStringList lines = world.output().split(QLatin1Char('\n'));
-    for (const QString& line : lines.filter(QRegularExpression(QStringLiteral("^bluezradio: ")))) {
-        std::fputs(qPrintable(line + QLatin1Char('\n')), stderr);
-    }
-}
-
 /// As a shell says it: 127 for a command that is not there, 126 for one that cannot be run.
 int commandFailed(const QString& command, int reason)
 {
@@ -50,32 +46,70 @@ int commandFailed(const QString& command, int reason)
     return reason == ENOENT ? 127 : 126;
 }
 
-int runCommand(const QStringList& arguments, const world::ForegroundSignals& signalsOfOurs)
+/// What takes the output of buses, host and controller, where that was named. A FIFO that nobody reads holds
+/// up nobody.
+int openLog(const QByteArray& path)
 {
+    struct stat file = {};
+    const bool isFifo = stat(path.constData(), &file) == 0 && S_ISFIFO(file.st_mode);
+    const int access = isFifo ? O_RDWR | O_NONBLOCK : O_WRONLY;
+    return open(path.constData(), access | O_APPEND | O_TRUNC | O_CLOEXEC | O_NOCTTY);
+}
+
+/// Runs the command, and tells meanwhile what a person should know.
+int runCommand(const world::CommandLine& line, const world::World& world,
+               const world::ForegroundSignals& signalsOfOurs, world::NoticeLog& log,
+               world::NoticeOutlet& outlet)
+{
+    world::ActionWatch actions(world.sessionBusAddress(), world.systemBusAddress(), outlet);
     world::Command command;
-    command.arguments = arguments;
+    command.arguments = line.command;
     command.place = world::Command::Place::Foreground;
-    const world::Terminal terminal;
-    world::ChildProcess process;
-    const int reason = process.start(command);
-    return reason == 0 ? signalsOfOurs.supervise(process) : commandFailed(arguments.first(), reason);
+    world::Pipe liveView;
+    if (line.isLiveView) {
+        liveView = world::Pipe::create(O_NONBLOCK);
+        command.inherited = liveView.reading.get();
+        command.arguments << QStringLiteral("--notices") << QString::number(command.inherited);
+        outlet.redirect(liveView.writing.get());
+    }
+    int status = 0;
+    {
+        const world::Terminal terminal;
+        world::ChildProcess process;
+        const int reason = process.start(command);
+        world::Supervision how;
+        log.attend(); // what was said before
+        how.attendants = { &log, &actions, &outlet };
+        status =
+            reason == 0 ? signalsOfOurs.supervise(process, how) : commandFailed(line.command.first(), reason);
+    }
+    outlet.redirect(STDERR_FILENO);
+    std::array<char, 4096> unread{};
+    ssize_t got = 0;
+    while (liveView.reading.isOpen()
+           && (got = read(liveView.reading.get(), unread.data(), unread.size())) > 0) {
+        std::fwrite(unread.data(), 1, static_cast<std::size_t>(got), stderr);
+    }
+    actions.finish();
+    return status;
 }
 
 int runWorld(const world::CommandLine& line, const world::PrivateFilesystem& filesystem)
 {
     const world::ForegroundSignals signalsOfOurs;
-    const world::FileDescriptor log(line.log.isEmpty() ? -1
-                                                       : open(QFile::encodeName(line.log).constData(),
-                                                              O_WRONLY | O_APPEND | O_TRUNC | O_CLOEXEC));
+    const world::FileDescriptor file(line.log.isEmpty() ? -1 : openLog(QFile::encodeName(line.log)));
     world::WorldOptions options;
     options.host = line.host;
     options.companion = world::World::binFolder() + QStringLiteral("/sync_mobile_app");
     options.state = line.state;
-    options.output = log.get();
+    options.output = file.get();
     options.cancel = signalsOfOurs.descriptor();
 
     world::World world(filesystem);
     const QString problem = world.start(options);
+    std::signal(SIGPIPE, SIG_IGN); // who does not want to hear of it is not told
+    world::NoticeOutlet outlet(STDERR_FILENO);
+    world::NoticeLog log(world.outputDescriptor(), outlet);
     if (!problem.isEmpty()) {
         const int number = signalsOfOurs.taken();
         world.stop();
@@ -83,20 +117,20 @@ int runWorld(const world::CommandLine& line, const world::PrivateFilesystem& fil
         if (number != 0) {
             return 128 + number;
         }
-        showOutput(world);
+        line.log.isEmpty() ? showOutput(world) : log.attend();
         return Unavailable;
     }
-    const int status = runCommand(line.command, signalsOfOurs);
+    const int status = runCommand(line, world, signalsOfOurs, log, outlet);
     const bool hostRan = world.hostRuns();
     world.stop();
     world::reapChildren();
+    log.attend();
+    outlet.finish();
     if (!hostRan) {
         say(QStringLiteral("the host ended by itself while %1 ran").arg(line.command.first()));
     }
     if (!hostRan || (line.isTour && status != 0)) {
         showOutput(world);
-    } else if (line.machineBus) {
-        showRadio(world);
     }
     return status;
 }

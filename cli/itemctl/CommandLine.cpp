@@ -28,6 +28,7 @@ struct Arguments
     std::string item; ///< of the subcommands that take one
     std::string text;
     int count = 0;
+    int notices = -1;
     double timeout = 0;
 };
 
@@ -145,7 +146,10 @@ void Parser::addWaiters()
     addNames(wait, "CONDITION", "ITEM=VALUE, ITEM!=VALUE, ITEM~REGEX, ITEM:applicable or ITEM:inapplicable",
              true);
     addTimeout(wait, "How long to wait (default: 10)");
-    add(Command::Top, "top", "A live view of the items; Enter triggers an action, space switches a config");
+    add(Command::Top, "top", "A live view of the items; Enter triggers an action, space switches a config")
+        ->add_option("--notices", m_arguments.notices, "Show the lines that come from this descriptor")
+        ->check(CLI::NonNegativeNumber)
+        ->group(""); // for whoever starts the view in the terminal's place
 }
 
 Request Parser::request() const
@@ -166,6 +170,8 @@ Request Parser::request() const
             QStringList{ QString::fromStdString(m_arguments.item), QString::fromStdString(m_arguments.text) };
     if (given("--count"))
         request.count = m_arguments.count;
+    if (given("--notices"))
+        request.notices = m_arguments.notices;
     if (given("--timeout"))
         request.timeout = cli::milliseconds(m_arguments.timeout);
     return request;

@@ -19,6 +19,7 @@ struct Request
     QString server; ///< "bluetoothlauncher"; empty for all servers on the bus
     QStringList arguments; ///< patterns, items or conditions; of set and call the item, then the text
     std::optional<int> count;
+    std::optional<int> notices; ///< top: a descriptor; its lines are shown as they come
     std::optional<std::chrono::milliseconds> timeout;
 };
 

@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "LiveItems.h"
+#include "Notices.h"
 #include "TerminalSignals.h"
 #include "TopScreen.h"
 #include "common/DisplayText.h"
@@ -25,6 +26,8 @@ class Top : public QObject
 {
 public:
     Top(LiveItems& items, const TerminalSignals& signals);
+    /// Shows its lines until the next key or newer text.
+    void follow(Notices& notices);
 
 private:
     void followItems();
@@ -50,6 +53,7 @@ private:
     TopFrame m_frame;
     QString m_selected; ///< address of the selected row's first item: rows come and go around it
     QString m_message;
+    Notices* m_notices = nullptr;
     std::optional<Item> m_prompted; ///< the action that a text is typed for
     QString m_typed;
     QHash<int, QDeadlineTimer> m_highlights; ///< by position
@@ -88,6 +92,15 @@ void Top::followItems()
     connect(&m_items, &LiveItems::failed, this, [say](const Failure& failure) { say(failure.message); });
     connect(&m_items, &LiveItems::busLost, this,
             [] { QCoreApplication::exit(static_cast<int>(ExitStatus::NoServer)); });
+}
+
+void Top::follow(Notices& notices)
+{
+    m_notices = &notices;
+    connect(&notices, &Notices::came, this, [this](const QString& line) {
+        m_message = line;
+        m_drawing.start(0);
+    });
 }
 
 void Top::handleSignals(const TerminalSignals& signals)
@@ -141,7 +154,7 @@ void Top::draw()
     if (const Item* item = selectedItem())
         m_selected = item->address;
     m_frame.status = m_prompted ? QStringLiteral("text for %1: %2_").arg(m_prompted->id, m_typed)
-        : m_message.isEmpty()   ? QString(Keys)
+        : m_message.isEmpty()   ? Keys + QLatin1String(m_notices != nullptr ? "  n notices" : "")
                                 : escaped(m_message);
     m_frame.highlighted = m_highlights.keys();
     m_screen.draw(m_frame);
@@ -193,6 +206,8 @@ void Top::handle(const KeyPress& press)
     }
     if (press.text == QLatin1String("q"))
         QCoreApplication::quit();
+    else if (press.text == QLatin1String("n") && m_notices != nullptr)
+        m_message = m_notices->earlier();
     else if (press.text == QLatin1String("e"))
         toggleEnabled();
     else if (press.text == QLatin1String(" ") && selectedItem() != nullptr)
@@ -279,7 +294,10 @@ ExitStatus runTop(const Request& request, Output& output)
     LiveItems items(std::move(*servers));
     if (const auto started = items.start(); !started)
         return output.fail(started.failure());
-    const Top top(items, signals);
+    Top top(items, signals);
+    std::optional<Notices> notices;
+    if (request.notices)
+        top.follow(notices.emplace(*request.notices));
     return static_cast<ExitStatus>(QCoreApplication::exec());
 }
 

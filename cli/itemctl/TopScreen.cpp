@@ -83,6 +83,21 @@ attr_t attributesOf(const TopRow& row, bool isSelected, const QList<int>& highli
     return attributes;
 }
 
+/// The last lines of the screen, as many as the text needs and the screen can spare.
+QStringList statusLines(const QString& text)
+{
+    constexpr int Most = 4;
+    QStringList lines{ QString() };
+    for (const QString& word : text.split(QLatin1Char(' '))) {
+        const bool fits = lines.last().isEmpty() || displayWidth(lines.last() + word) < COLS;
+        if (!fits && lines.size() < std::min(Most, LINES - 1))
+            lines << word;
+        else
+            lines.last() += lines.last().isEmpty() ? word : QLatin1Char(' ') + word;
+    }
+    return lines;
+}
+
 } // namespace
 
 TopScreen::TopScreen()
@@ -108,7 +123,8 @@ int TopScreen::rowsPerPage() const
 
 void TopScreen::draw(const TopFrame& frame)
 {
-    const int page = rowsPerPage();
+    const QStringList status = statusLines(frame.status);
+    const int page = std::max(1, LINES - status.size());
     if (frame.selected >= 0)
         m_first = std::clamp(m_first, frame.selected - page + 1, frame.selected);
     // The heading above the first row that can be selected is seen as well.
@@ -120,7 +136,8 @@ void TopScreen::draw(const TopFrame& frame)
         const TopRow& row = frame.rows[m_first + y];
         drawLine(y, row.text, attributesOf(row, m_first + y == frame.selected, frame.highlighted));
     }
-    drawLine(LINES - 1, frame.status, A_REVERSE);
+    for (int i = 0; i < status.size(); ++i)
+        drawLine(LINES - status.size() + i, status[i], A_REVERSE);
     ::refresh();
 }
 

@@ -1,10 +1,11 @@
 #include "AdapterChoice.h"
 
+#include "Notice.h"
+
 #include <BluezQt/InitManagerJob>
 
 #include <QDBusConnection>
 #include <QDBusError>
-#include <QDebug>
 #include <QTimer>
 
 #include <algorithm>
@@ -92,8 +93,13 @@ void AdapterChoice::choose()
         return;
     }
     m_adapter = *first;
-    say(QStringLiteral("the radio is %1, %2").arg(m_adapter->ubi(), m_adapter->address()));
+    sayWhich();
     Q_EMIT found(m_adapter);
+}
+
+void AdapterChoice::sayWhich()
+{
+    say(QStringLiteral("the radio is %1, %2").arg(m_adapter->ubi(), m_adapter->address()));
 }
 
 void AdapterChoice::lose()
@@ -101,7 +107,7 @@ void AdapterChoice::lose()
     if (!m_adapter) {
         return;
     }
-    qWarning().noquote() << "the adapter" << m_adapter->ubi() << "is gone";
+    notice(QStringLiteral("the adapter %1 is gone").arg(m_adapter->ubi()));
     m_said.clear();
     m_adapter.clear();
     Q_EMIT lost();
@@ -116,7 +122,7 @@ BluezQt::DevicePtr AdapterChoice::device(const QString& path) const
 void AdapterChoice::say(const QString& text)
 {
     if (std::exchange(m_said, text) != text) {
-        qWarning().noquote() << text;
+        notice(text);
     }
 }
 

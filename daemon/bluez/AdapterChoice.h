@@ -11,7 +11,7 @@
 namespace bt {
 
 /// The adapter that is ours: the first one of the bluetoothd on QDBusConnection::systemBus(), for as long as
-/// it is there. Says on standard error which it is, or why there is none, once for each reason.
+/// it is there. Tells a person which it is, or why there is none, once for each reason.
 class AdapterChoice : public QObject
 {
     Q_OBJECT
@@ -26,6 +26,8 @@ public:
     /// Null when it is not known, or another adapter's.
     [[nodiscard]] BluezQt::DevicePtr device(const QString& path) const;
 
+    /// Says which adapter is ours.
+    void sayWhich();
     /// Says it, unless it was the last thing to be said.
     void say(const QString& text);
     [[nodiscard]] const QString& lastSaid() const { return m_said; }

@@ -1,11 +1,12 @@
 #include "BluezCall.h"
 
+#include "Notice.h"
+
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
-#include <QDebug>
 
 #include <utility>
 
@@ -35,7 +36,7 @@ void tellBluez(const BluezCall& call, const QString& what)
 {
     askBluez(call, QCoreApplication::instance(), [what](const QDBusError& error) {
         if (error.isValid()) {
-            logFailure(what, error);
+            tellFailure(what, error);
         }
     });
 }
@@ -49,14 +50,9 @@ BluezCall settingOf(const QString& path, const QString& interface, const QString
              { interface, property, QVariant::fromValue(QDBusVariant(value)) } };
 }
 
-QString failureText(const QString& what, const QDBusError& error)
+void tellFailure(const QString& what, const QDBusError& error)
 {
-    return QStringLiteral("%1 failed: %2 (%3)").arg(what, error.message(), error.name());
-}
-
-void logFailure(const QString& what, const QDBusError& error)
-{
-    qWarning().noquote() << failureText(what, error);
+    notice(QStringLiteral("%1 failed: %2 (%3)").arg(what, error.message(), error.name()));
 }
 
 bool isBluezError(const QDBusError& error, const char* name)

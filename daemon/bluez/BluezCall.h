@@ -31,17 +31,16 @@ QDBusPendingCall sendToBluez(const BluezCall& call);
 /// \a answer is called once, unless \a context is deleted before.
 void askBluez(const BluezCall& call, QObject* context, BluezAnswer answer);
 
-/// When it fails, that is one line about \a what on standard error.
+/// When it fails, a person is told, about \a what.
 void tellBluez(const BluezCall& call, const QString& what);
 
 /// Sets a property; \a interface is that of the object.
 BluezCall settingOf(const QString& path, const QString& interface, const QString& property,
                     const QVariant& value);
 
-/// For a person: what was tried and what bluetoothd said.
-QString failureText(const QString& what, const QDBusError& error);
-/// One line on standard error; clients that do not wait for replies leave no other trace.
-void logFailure(const QString& what, const QDBusError& error);
+/// Tells a person what was tried and what bluetoothd said; clients that do not wait for replies leave no
+/// other trace.
+void tellFailure(const QString& what, const QDBusError& error);
 
 /// Whether an error of org.bluez.Error has this last part.
 bool isBluezError(const QDBusError& error, const char* name);

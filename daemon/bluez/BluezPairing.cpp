@@ -92,7 +92,7 @@ void BluezPairing::pairAnswered(const QDBusError& error)
     // What went wrong after the exchange of keys leaves a device paired.
     settle(m_device->isPaired() ? PairState::Paired : refused ? PairState::Failed : pairStateOf(error));
     if (error.isValid() && !refused && progress().state != PairState::Paired) {
-        logFailure(QStringLiteral("pairing with %1").arg(AddressHelper::int2str(address())), error);
+        tellFailure(QStringLiteral("pairing with %1").arg(AddressHelper::int2str(address())), error);
     }
 }
 

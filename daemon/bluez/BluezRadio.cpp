@@ -2,10 +2,10 @@
 
 #include "AddressHelper.h"
 #include "BluezCall.h"
+#include "Notice.h"
 
 #include <QDBusError>
 #include <QDBusPendingCallWatcher>
-#include <QDebug>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -16,6 +16,8 @@ namespace bt {
 namespace {
 
 using namespace std::chrono_literals;
+
+const QLatin1String Blocked("the adapter is blocked; \"rfkill unblock bluetooth\" frees it");
 
 // Of the second that the end of this program may take.
 constexpr auto PutBackLimit = 500ms;
@@ -30,7 +32,7 @@ void waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds lim
         ++open;
         QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &loop, [&loop, &open, watcher] {
             if (watcher->isError()) {
-                logFailure(QStringLiteral("putting the adapter back"), watcher->error());
+                tellFailure(QStringLiteral("putting the adapter back"), watcher->error());
             }
             if (--open == 0) {
                 loop.quit();
@@ -58,6 +60,7 @@ BluezRadio::BluezRadio(QString name)
         if (m_adapter && blocked && !m_adapter->isPowered()) {
             followPower();
         } else if (m_adapter && !blocked && m_wantsOn) {
+            m_choice.sayWhich();
             switchOn();
         }
     });
@@ -166,14 +169,14 @@ void BluezRadio::askForPower(bool on)
 
 void BluezRadio::powerRefused(bool on, const QDBusError& error)
 {
-    logFailure(on ? QStringLiteral("switching the adapter on") : QStringLiteral("switching the adapter off"),
-               error);
     if (isBluezError(error, "Blocked")) {
-        m_choice.say(QStringLiteral("the adapter is blocked; \"rfkill unblock bluetooth\" frees it"));
+        m_choice.say(Blocked);
         setStatus(Status::NoDevice);
-    } else {
-        followPower();
+        return;
     }
+    tellFailure(on ? QStringLiteral("switching the adapter on") : QStringLiteral("switching the adapter off"),
+                error);
+    followPower();
 }
 
 void BluezRadio::followPower()
@@ -183,6 +186,9 @@ void BluezRadio::followPower()
         return;
     }
     silence();
+    if (m_choice.isBlocked()) {
+        m_choice.say(Blocked);
+    }
     setStatus(m_switching && m_wantsOn   ? Status::Starting
                   : m_choice.isBlocked() ? Status::NoDevice
                                          : Status::Off);
@@ -216,10 +222,18 @@ void BluezRadio::putBack()
     }
 }
 
+QString BluezRadio::whyNotOn() const
+{
+    return status() != Status::NoDevice     ? RadioGate::whyNotOn()
+        : m_adapter && m_choice.isBlocked() ? QString(Blocked)
+        : m_choice.lastSaid().isEmpty()     ? QStringLiteral("bluetoothd has not told of an adapter yet")
+                                            : m_choice.lastSaid();
+}
+
 Outcome BluezRadio::setPowered(bool on)
 {
     if (!m_adapter) {
-        return Refusal{ Error::NotReady, m_choice.lastSaid() };
+        return Refusal{ Error::NotReady, whyNotOn() };
     }
     m_wantsOn = on;
     if (on != goesOn()) {
@@ -250,7 +264,8 @@ Outcome BluezRadio::unregisterRfcommUuid(const QString& uuid)
 Outcome BluezRadio::sendWifedSocket(const QString& /*text*/)
 {
     if (!std::exchange(m_saidWifed, true)) {
-        qWarning() << "a Wi-FED's command socket is not supported by this radio; it is left where it is";
+        notice(QStringLiteral(
+            "a Wi-FED's command socket is not supported by this radio; it is left where it is"));
     }
     return {};
 }

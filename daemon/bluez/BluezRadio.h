@@ -46,6 +46,7 @@ private:
     void takeName(const QString& name) override;
     void startScan() override { lookAround(); }
     void stopScan() override { leaveDiscovery(); }
+    [[nodiscard]] QString whyNotOn() const override;
     [[nodiscard]] bool isPaired(qulonglong address) const override;
     void startPairing(qulonglong address) override;
     [[nodiscard]] PairingAttempt* attempt() const override { return m_pairing.get(); }

@@ -2,8 +2,7 @@
 #include "BluezCall.h"
 #include "BluezRadio.h"
 #include "ConnectionBits.h"
-
-#include <QDebug>
+#include "Notice.h"
 
 #include <utility>
 
@@ -102,8 +101,10 @@ void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& 
     const BluezQt::DevicePtr device = m_choice.device(devicePath);
     const bool pairing = m_pairing && m_pairing->isUnderWay();
     if (!device || (pairing && m_pairing->device() != device)) {
-        qWarning().noquote() << devicePath << "wants to pair and is refused:"
-                             << (device ? "another pairing is under way" : "it is not ours");
+        notice(QStringLiteral("%1 wants to pair and is refused: %2")
+                   .arg(device ? device->address() : devicePath,
+                        device ? QStringLiteral("another pairing is under way")
+                               : QStringLiteral("it is not at our adapter")));
         if (!question.onlyShown) {
             m_agent.refuse();
         }
@@ -162,7 +163,7 @@ void BluezRadio::changeLink(const BluezQt::DevicePtr& device, const QString& met
                  // Without a service that both know, bluetoothd keeps the link and calls it a failure all the
                  // same.
                  if (error.isValid() && !(connects && device->isConnected())) {
-                     logFailure(QStringLiteral("%1 %2").arg(method, device->address()), error);
+                     tellFailure(QStringLiteral("%1 %2").arg(method, device->address()), error);
                  }
              });
 }

@@ -26,7 +26,7 @@ void DiscoverySwitch::ask()
     const QString method = on ? QStringLiteral("StartDiscovery") : QStringLiteral("StopDiscovery");
     askBluez({ m_adapter, AdapterInterface, method, {} }, this, [this, on](const QDBusError& error) {
         if (on && error.isValid()) {
-            logFailure(QStringLiteral("looking for devices"), error);
+            tellFailure(QStringLiteral("looking for devices"), error);
         }
         answered(on, error.isValid());
     });

@@ -1,10 +1,10 @@
 #include "BluezRadio.h"
 #include "DaemonService.h"
+#include "Notice.h"
 #include "process/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
-#include <QDebug>
 #include <QLoggingCategory>
 
 #include <cstdio>
@@ -69,12 +69,12 @@ int main(int argc, char* argv[])
     bt::BluezRadio radio(localName(arguments.at(1)));
     bt::DaemonService service(radio);
     QObject::connect(&service, &bt::DaemonService::busLost, &application, [] {
-        qCritical() << "the system bus is gone";
+        bt::notice(QStringLiteral("the system bus is gone"));
         QCoreApplication::exit(1);
     });
     const QString problem = service.publish(clients);
     if (!problem.isEmpty()) {
-        qCritical().noquote() << problem;
+        bt::notice(problem);
         return 1;
     }
     const int status = QCoreApplication::exec();

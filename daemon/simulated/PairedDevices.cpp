@@ -1,10 +1,9 @@
 #include "PairedDevices.h"
 
 #include "AddressHelper.h"
+#include "Notice.h"
 #include "Room.h"
 #include "SimulationClock.h"
-
-#include <QDebug>
 
 namespace bt {
 
@@ -171,7 +170,8 @@ void PairedDevices::establish(qulonglong address)
 void PairedDevices::giveUp(qulonglong address)
 {
     m_underWay.erase(address);
-    qWarning().noquote() << AddressHelper::int2str(address) << "does not answer; is it switched on and near?";
+    notice(QStringLiteral("%1 does not answer; is it switched on and near?")
+               .arg(AddressHelper::int2str(address)));
 }
 
 void PairedDevices::end(qulonglong address)

@@ -2,10 +2,10 @@
 
 #include "AddressHelper.h"
 #include "DeviceReader.h"
+#include "Notice.h"
 #include "ObjectReader.h"
 #include "text/Quoted.h"
 
-#include <QDebug>
 #include <QFile>
 #include <QSaveFile>
 
@@ -74,7 +74,8 @@ std::optional<PairList> PairingStore::load()
         return {};
     }
     if (!file.open(QIODevice::ReadOnly)) {
-        qWarning().noquote() << m_path << "with the paired devices cannot be read:" << file.errorString();
+        notice(
+            QStringLiteral("%1 with the paired devices cannot be read: %2").arg(m_path, file.errorString()));
         return {};
     }
     const QByteArray text = file.readAll();
@@ -93,9 +94,8 @@ void PairingStore::setAside(const QString& reason) const
     const QString aside = m_path + QStringLiteral(".damaged");
     QFile::remove(aside);
     const bool moved = QFile::rename(m_path, aside);
-    qWarning().noquote() << m_path << "with the paired devices is damaged"
-                         << (moved ? QStringLiteral("and now is %1:").arg(aside) : QStringLiteral(":"))
-                         << reason;
+    notice(QStringLiteral("%1 with the paired devices is damaged%2: %3")
+               .arg(m_path, moved ? QStringLiteral(" and now is ") + aside : QString(), reason));
 }
 
 void PairingStore::save(const PairList& list)
@@ -106,7 +106,8 @@ void PairingStore::save(const PairList& list)
     }
     QSaveFile file(m_path);
     if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit()) {
-        qWarning().noquote() << m_path << "with the paired devices cannot be written:" << file.errorString();
+        notice(QStringLiteral("%1 with the paired devices cannot be written: %2")
+                   .arg(m_path, file.errorString()));
         return;
     }
     m_written = text;

@@ -19,6 +19,7 @@ public:
     [[nodiscard]] const SimulatedDevice* find(qulonglong address) const;
     /// Also one that is away; null when there was never such a device.
     [[nodiscard]] SimulatedDevice* known(qulonglong address);
+    [[nodiscard]] bool knows(qulonglong address) const { return m_devices.count(address) != 0; }
     [[nodiscard]] const std::map<qulonglong, SimulatedDevice>& devices() const { return m_devices; }
 
     /// Takes the place of a device with the same address.

@@ -91,6 +91,15 @@ void SimulatedRadio::stopScan()
     m_inquiry.release()->deleteLater();
 }
 
+QString SimulatedRadio::whyNobody(qulonglong address) const
+{
+    const QString reason = RadioGate::whyNobody(address);
+    return !reason.isEmpty() || m_room.knows(address)
+        ? reason
+        : QStringLiteral("nobody around has or had the address %1; \"simctl devices\" lists who is there")
+              .arg(AddressHelper::int2str(address));
+}
+
 Pairing& SimulatedRadio::newPairing(qulonglong address)
 {
     m_pairing = std::make_unique<Pairing>(address, m_room, m_clock, m_random);

@@ -74,6 +74,8 @@ private:
     void startScan() override;
     void stopScan() override;
     [[nodiscard]] bool isPaired(qulonglong address) const override { return m_paired.contains(address); }
+    /// Only the devices of the room can be; also one that is away now.
+    [[nodiscard]] QString whyNobody(qulonglong address) const override;
     void startPairing(qulonglong address) override { newPairing(address).begin(); }
     [[nodiscard]] PairingAttempt* attempt() const override { return m_pairing.get(); }
 

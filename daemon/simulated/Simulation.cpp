@@ -1,12 +1,12 @@
 #include "Simulation.h"
 
+#include "Notice.h"
 #include "PrivateLine.h"
 #include "Replay.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusError>
-#include <QDebug>
 
 #include <utility>
 
@@ -105,7 +105,7 @@ void Simulation::appear()
 
 void Simulation::fail(const QString& problem)
 {
-    qCritical().noquote() << problem;
+    notice(problem);
     QCoreApplication::exit(1);
 }
 

@@ -1,3 +1,4 @@
+#include "Notice.h"
 #include "ScenarioFiles.h"
 #include "Settings.h"
 #include "Simulation.h"
@@ -52,7 +53,7 @@ int simulate(const bt::Settings& settings, const QString& name)
 {
     const auto loaded = bt::loadScenario(settings.scenarioFile);
     if (const auto* problem = std::get_if<QString>(&loaded)) {
-        qCritical().noquote() << *problem;
+        bt::notice(*problem);
         return UsageError;
     }
     const auto* run = std::get_if<bt::RecordedRun>(&loaded);
@@ -80,7 +81,7 @@ int main(int argc, char* argv[])
     }
     const auto settings = bt::Settings::fromEnvironment();
     if (const auto* problem = std::get_if<QString>(&settings)) {
-        qCritical().noquote() << *problem;
+        bt::notice(*problem);
         return UsageError;
     }
     return simulate(std::get<bt::Settings>(settings), localName(arguments.at(1)));

@@ -176,7 +176,7 @@ void BluezPairingTest::connects()
 
     m_bluez->answer("Device1.Disconnect", "Failed");
     proxy().DisconnectAddr(PhoneNumber);
-    QTRY_VERIFY(m_radio->log().contains("Disconnect 00:11:22:33:44:01 failed: as the test told"));
+    QTRY_VERIFY(m_radio->log().contains("notice: Disconnect 00:11:22:33:44:01 failed: as the test told"));
 }
 
 void BluezPairingTest::tellsOfTheCompanion()

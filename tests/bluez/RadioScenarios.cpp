@@ -88,6 +88,17 @@ void RadioScenarios::pairs()
     QCOMPARE(m_world.text(QStringLiteral("pairlistAddr:0")), paired);
 }
 
+// What is no address arrives as 0; nobody is looked for.
+void RadioScenarios::pairsWithNoAddress()
+{
+    QCOMPARE(pairWith(m_world, QStringLiteral("no address")), QStringLiteral("Failed Connecting"));
+    const QString device = m_world.scenery().device(Way::Code, true);
+    QCOMPARE(pairWith(m_world, device), QStringLiteral("Paired"));
+    QVERIFY2(
+        m_world.output().contains(QLatin1String("notice: Pair failed: no device can have the address 00:00")),
+        qPrintable(m_world.output()));
+}
+
 void RadioScenarios::connectsAndDisconnects()
 {
     const QString device = m_world.scenery().device(Way::Code, true);

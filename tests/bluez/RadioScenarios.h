@@ -21,6 +21,7 @@ private Q_SLOTS:
     void scanFinds();
     void pairs_data();
     void pairs();
+    void pairsWithNoAddress();
     void connectsAndDisconnects();
     void isAskedToPair_data();
     void isAskedToPair();

@@ -35,6 +35,8 @@ private Q_SLOTS:
         row("refused by the device", room::LockedTablet, "confirm", { 1, 201 }, none, "Locked Tablet");
         row("out of reach", room::FarSpeaker, "", { 1, 202 }, none, "");
         row("nobody there", room::Nobody, "", { 1, 202 }, none, "");
+        row("no address", 0, "", { 1, 202 }, none, "");
+        row("beyond 48 bits", 0x1000000000000ULL, "", { 1, 202 }, none, "");
         row("without a name", room::Nameless, "", { 1, 6, 100 }, none, "");
     }
 
@@ -108,8 +110,6 @@ private Q_SLOTS:
     void refuses_data()
     {
         const Rows<QString, QVariant, QString> row("method", "argument", "error");
-        row("pair with no address", "Pair", 0ULL, "InvalidArgument");
-        row("pair beyond 48 bits", "Pair", 0x1000000000000ULL, "InvalidArgument");
         row("connect a stranger", "ConnectAddr", room::Phone, "NotPaired");
         row("disconnect a stranger", "DisconnectAddr", room::Phone, "NotPaired");
         row("unpair a stranger", "UnPair", room::Nobody, "NotPaired");
@@ -135,11 +135,46 @@ private Q_SLOTS:
         QCOMPARE(reply.errorName(), "com.qarn.bluetooth.Error." + error);
         QVERIFY(!reply.errorMessage().isEmpty());
         // Clients that do not wait for replies leave no other trace than this line.
-        QVERIFY2(m_sim->log().contains(method + " refused: " + reply.errorMessage()),
+        QVERIFY2(m_sim->log().contains("notice: " + method + " refused: " + reply.errorMessage() + '\n'),
                  qPrintable(m_sim->log()));
         QCOMPARE(proxy().pairState(), 0);
         deliverAll();
         QVERIFY(states.isEmpty());
+    }
+
+    // Whoever answered the wrong question is told the right one.
+    void refusesTheOtherAnswer_data()
+    {
+        const Rows<qulonglong, int, QString, QString> row("device", "asks", "method", "fits");
+        row("PIN declined", room::Phone, 4, "PINdecline", "ConfirmCode or RejectCode");
+        row("code confirmed", room::CarKit, 3, "ConfirmCode", "PINreply or PINdecline");
+    }
+
+    void refusesTheOtherAnswer()
+    {
+        QFETCH(qulonglong, device);
+        QFETCH(QString, method);
+        QFETCH(QString, fits);
+        proxy().Pair(device);
+        QFETCH(int, asks);
+        QTRY_COMPARE(proxy().pairState(), asks);
+        proxy().asyncCall(method);
+        QTRY_VERIFY2(m_sim->log().contains("notice: " + method + " refused: "), qPrintable(m_sim->log()));
+        QVERIFY2(m_sim->log().contains(fits), qPrintable(m_sim->log()));
+    }
+
+    // A text of a client's does not steer the terminal on which it is shown.
+    void showsWhatItRefusesEscaped()
+    {
+        proxy().unregisterRFCOMMUUID("\x1b[2J\nnotice: lie");
+        QTRY_VERIFY2(m_sim->log().endsWith("is not registered\n"), qPrintable(m_sim->log()));
+        QVERIFY2(m_sim->log().contains("\\x1b[2J\\nnotice: lie"), qPrintable(m_sim->log()));
+    }
+
+    void namesThePropertyThatItRefuses()
+    {
+        proxy().setMyName({});
+        QTRY_VERIFY2(m_sim->log().startsWith("notice: myName refused: "), qPrintable(m_sim->log()));
     }
 
     void tellsOnlyChanges()

@@ -73,10 +73,11 @@ private Q_SLOTS:
         row("no arguments", {}, scale, "20", 2, "usage: bluesim NAME 1 1");
         row("too few", proper.mid(1), scale, "20", 2, "usage:");
         row("too many", proper + proper, scale, "20", 2, "usage:");
-        row("time stands still", proper, scale, "0", 2, "BLUESIM_TIME_SCALE");
+        row("time stands still", proper, scale, "0", 2, "notice: BLUESIM_TIME_SCALE");
         row("time is no number", proper, scale, "fast", 2, "\"fast\"");
-        row("scenario unknown", proper, "BLUESIM_SCENARIO", "no-such", 2, "BLUESIM_SCENARIO: ");
-        row("no bus", proper, "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1, "/nonexistent/bus");
+        row("scenario unknown", proper, "BLUESIM_SCENARIO", "no-such", 2, "notice: BLUESIM_SCENARIO: ");
+        row("no bus", proper, "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1,
+            "notice: there is no system bus");
     }
 
     void refusesToStart()
@@ -97,8 +98,8 @@ private Q_SLOTS:
         Bluesim second;
         QCOMPARE(second.start(), 0);
         QCOMPARE(second.process().wait(10000ms), std::optional<int>(1));
-        QVERIFY2(second.log().contains(
-                     QString("com.qarn.bluetooth is taken by process %1").arg(first.process().pid())),
+        QVERIFY2(second.log().contains(QString("notice: the name com.qarn.bluetooth is taken by process %1")
+                                           .arg(first.process().pid())),
                  qPrintable(second.log()));
         QCOMPARE(first.proxy->status(), 3);
     }

@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QSet>
 
 #include <algorithm>
@@ -190,6 +191,40 @@ private Q_SLOTS:
         QVERIFY2(first.size() > 15, qPrintable(m_world.problem()));
         QCOMPARE(run(7), first);
         QVERIFY(run(8) != first);
+    }
+
+    void nobodyHasTheAddress_data()
+    {
+        const Rows<QString, QString> row("typed", "arrives");
+        row("a wrong digit", "00:11:22:33:44:zz", "00:11:22:33:44:00");
+        row("a stranger's", "0A:0B:0C:0D:0E:0F", "0A:0B:0C:0D:0E:0F");
+        row("no address", "Phone", "00:00:00:00:00:00");
+    }
+
+    // At once: time stands still, and the right address is taken.
+    void nobodyHasTheAddress()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, arrives);
+        QVERIFY2(begin("room"), qPrintable(m_world.problem()));
+        QVERIFY(m_world.trigger("pair", typed));
+        QVERIFY2(m_world.waitFor("pairstate", "202"), qPrintable(m_world.problem()));
+        const QRegularExpression notice("^notice: Pair failed: .*" + arrives,
+                                        QRegularExpression::MultilineOption);
+        QVERIFY2(m_world.output().contains(notice), qPrintable(m_world.output()));
+        QVERIFY(m_world.trigger("pair", "00:11:22:33:44:03"));
+        QVERIFY2(m_world.waitFor("pairstate", "1"), qPrintable(m_world.problem()));
+    }
+
+    void whoIsAwayIsPaged()
+    {
+        QVERIFY2(begin("room"), qPrintable(m_world.problem()));
+        QVERIFY(m_world.removeDevice("Car Kit"));
+        QVERIFY(m_world.trigger("pair", "00:11:22:33:44:03"));
+        QVERIFY(m_world.waitFor("pairstate", "1"));
+        QVERIFY(m_world.step(5));
+        QCOMPARE(m_world.text("pairstate"), "1");
+        QVERIFY2(m_world.stepUntil("pairstate", "202"), qPrintable(m_world.problem()));
     }
 
     // Somebody who does not answer for a minute, in milliseconds.

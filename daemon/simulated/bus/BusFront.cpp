@@ -1,13 +1,13 @@
 #include "BusFront.h"
 
 #include "DaemonNames.h"
+#include "Notice.h"
 #include "SimulationClock.h"
 
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
-#include <QDebug>
 
 #include <csignal>
 #include <utility>
@@ -289,8 +289,8 @@ void BusFront::comeBack()
 {
     m_return.stop();
     if (std::exchange(m_isAway, false) && !m_bus.registerService(daemonService())) {
-        qWarning().noquote() << daemonService() << "is taken by" << ownerOf(daemonService(), m_bus)
-                             << "meanwhile";
+        notice(QStringLiteral("%1 is taken by %2 meanwhile")
+                   .arg(daemonService(), ownerOf(daemonService(), m_bus)));
     }
 }
 

@@ -1,0 +1,224 @@
+#include "support/Programs.h"
+#include "support/Rows.h"
+#include "world/NoticeOutlet.h"
+#include "world/World.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+
+namespace {
+
+QString program()
+{
+    return world::World::binFolder() + "/bluetoothworld";
+}
+
+/// What a person does to start the controller, and to know that it has said everything.
+const QString StartAndHear = "mkfifo /tmp/said; itemctl set enabled true; read end </tmp/said";
+
+} // namespace
+
+/// What a controller has for a person, and what reaches no controller, where the person is.
+class NoticesTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void controllerSays_data()
+    {
+        const Rows<QString, QString> row("script", "shown");
+        row("a line", "echo 'notice: x'", "notice: x\n");
+        row("on standard error", "echo 'notice: x' >&2", "notice: x\n");
+        row("in pieces", "printf 'not'; printf 'ice: x'; printf '\\n'", "notice: x\n");
+        row("no notices", "echo 'x notice: y'; echo ' notice: z'; echo notice; echo Notice: a", "");
+        row("steers terminals", R"(printf 'notice: \033[2Jgone\r\n')",
+            QString(R"(notice: \x1b[2Jgone\r)") + '\n');
+        row("a long line", "printf 'notice: '; head -c 100000 /dev/zero | tr '\\0' x; echo",
+            "notice: " + QString(1000, 'x') + QChar(0x2026) + '\n');
+        row("after the command", "trap 'echo notice: bye; exit' TERM; echo >/tmp/said; while :; do :; done",
+            "notice: bye\n");
+    }
+
+    void controllerSays()
+    {
+        QFETCH(QString, script);
+        QVERIFY(writeController(script));
+        const Finished finished = inWorld({}, StartAndHear);
+        QTEST(finished.err, "shown");
+        QCOMPARE(finished.status, 0);
+    }
+
+    void floodIsCutShort()
+    {
+        QVERIFY(writeController("i=0; while [ $i -lt 3000 ]; do i=$((i+1)); echo \"notice: line $i\"; done"));
+        const Finished finished = inWorld({}, StartAndHear);
+        QVERIFY2(finished.err.startsWith("notice: line 1\nnotice: line 2\n"), qPrintable(finished.err));
+        QVERIFY2(finished.err.endsWith(" were left out\n"), qPrintable(finished.err));
+        QVERIFY2(finished.err.count('\n') < 3 * world::NoticeOutlet::Burst, qPrintable(finished.err));
+    }
+
+    void logKeepsThem()
+    {
+        QVERIFY(writeController("echo 'notice: x'"));
+        const QString log = m_folder.filePath("world.log");
+        const Finished finished = inWorld({ "--log", log }, StartAndHear);
+        QCOMPARE(finished.err, "notice: x\n");
+        QFile file(log);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll().count("notice: x\n"), 1);
+    }
+
+    // The log that is standard error itself shows them already.
+    void logMayBeAnything_data()
+    {
+        const Rows<QString, QString> row("redirection", "log");
+        row("nothing", "", "/dev/null");
+        row("a FIFO that nobody reads", "", m_folder.filePath("fifo"));
+        row("standard error, a file", "2>" + m_folder.filePath("errors"), "/dev/stderr");
+    }
+
+    void logMayBeAnything()
+    {
+        QFETCH(QString, redirection);
+        QFETCH(QString, log);
+        ::mkfifo(QFile::encodeName(m_folder.filePath("fifo")).constData(), 0600);
+        QVERIFY(writeController("echo 'notice: x'"));
+        const Finished finished = run("sh",
+                                      { "-c", "exec \"$@\" " + redirection, "sh", program(), "--radio",
+                                        controller(), "--log", log, "--", "sh", "-c", StartAndHear });
+        QCOMPARE(finished.err, QString());
+        QCOMPARE(finished.status, 0);
+        QFile errors(m_folder.filePath("errors"));
+        if (!redirection.isEmpty()) {
+            QVERIFY(errors.open(QIODevice::ReadOnly));
+            QCOMPARE(errors.readAll().count("notice: x\n"), 1);
+        }
+    }
+
+    void reachesNoRadio_data()
+    {
+        const Rows<QString, QString> row("command", "shown");
+        const QString off = R"( reached no radio: it is off; "itemctl set enabled true" switches it on)";
+        const QString busctl =
+            "busctl --user call tov.base.bluetoothlauncher /tov/base/Items tov.base.Items ";
+        row("scan", "itemctl call scan", "notice: \"scan\"" + off + '\n');
+        row("pair", "itemctl call pair 00:11:22:33:44:03", "notice: \"pair\"" + off + '\n');
+        row("by busctl", busctl + "Trigger ss bluetooth:unpair ''", "notice: \"unpair\"" + off + '\n');
+        row("needs none",
+            "itemctl call cycleradio; itemctl call requestBluetooth; " + busctl + "Get s status", "");
+        row("switched on, not there", "itemctl set enabled true; itemctl call scan",
+            "notice: \"scan\" reached no radio: it is switched on, but not there yet, or lent; \"itemctl "
+            "wait "
+            "status=On\" waits for it\n");
+        row("another action", busctl + "Trigger ss other:scan '' 2>/dev/null; true", "");
+    }
+
+    void reachesNoRadio()
+    {
+        QFETCH(QString, command);
+        QVERIFY(writeController("exec sleep 1000"));
+        const Finished finished = inWorld({}, command + " >/dev/null");
+        QTEST(finished.err, "shown");
+        QCOMPARE(finished.status, 0);
+    }
+
+    void simulatedRadioRefuses()
+    {
+        const Finished finished =
+            run(program(),
+                { "--", "sh", "-c",
+                  "itemctl set enabled true && itemctl wait status=On && itemctl call cancelscan && itemctl "
+                  "call pair "
+                  "00:11:22:33:44:01 && itemctl wait pairstate=4 && itemctl call pair 00:11:22:33:44:02 && "
+                  "itemctl call "
+                  "pindecline && itemctl call rejectcode && itemctl wait pairstate=200" });
+        QCOMPARE(finished.status, 0);
+        QStringList lines = finished.err.split('\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 3);
+        for (const char* request : { "CancelScan", "Pair", "PINdecline" })
+            QVERIFY2(lines.takeFirst().startsWith(QString("notice: %1 refused: ").arg(request)),
+                     qPrintable(finished.err));
+    }
+
+    void machineHasNoRadio()
+    {
+        const QString command = "itemctl set enabled true\n"
+                                "until busctl --system status com.qarn.bluetooth >/dev/null 2>&1; do :; done";
+        const Finished finished =
+            run(program(), { "--radio", "bluez", "--", "sh", "-c", command },
+                { { { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent" } }, false, {} });
+        QVERIFY2(finished.err.startsWith(
+                     "notice: the machine's system bus, where bluetoothd is, cannot be reached"),
+                 qPrintable(finished.err));
+        QCOMPARE(finished.err.count('\n'), 1);
+    }
+
+    // Which does not go back to the first column by itself.
+    void rawTerminal()
+    {
+        const Finished finished =
+            run("script", { "-qec", "stty raw; exec " + program() + " -- itemctl call scan", "/dev/null" });
+        QVERIFY2(finished.out.endsWith("switches it on\r\n"), qPrintable(finished.out));
+    }
+
+    void liveViewShowsThem()
+    {
+        QVERIFY(writeController("echo 'notice: ZEBRA'; exec sleep 1000"));
+        QProcess terminal;
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("TERM", "xterm");
+        environment.insert("LINES", "24");
+        environment.insert("COLUMNS", "80");
+        terminal.setProcessEnvironment(environment);
+        terminal.start("script", { "-qec", "exec " + program() + " --radio " + controller(), "/dev/null" });
+        QByteArray drawn;
+        const auto shows = [&](const QByteArray& text) {
+            return QTest::qWaitFor(
+                [&] {
+                    terminal.waitForReadyRead(0);
+                    drawn += terminal.readAll();
+                    return drawn.contains(text);
+                },
+                30'000);
+        };
+        QVERIFY(shows("quits"));
+        terminal.write("e");
+        QVERIFY2(shows("ZEBRA"), drawn.constData());
+        drawn.clear();
+        terminal.write("n");
+        QVERIFY2(shows("1 of 1"), drawn.constData());
+        terminal.write("q");
+        QVERIFY(terminal.waitForFinished());
+        drawn += terminal.readAll();
+        QVERIFY(!drawn.mid(drawn.lastIndexOf("\x1b[?1049l")).contains("ZEBRA")); // once
+        QCOMPARE(terminal.exitCode(), 0);
+    }
+
+private:
+    [[nodiscard]] QString controller() const { return m_folder.filePath("controller"); }
+
+    /// A program of anybody's; it tells the command when it has said everything.
+    [[nodiscard]] bool writeController(const QString& script) const
+    {
+        QFile file(controller());
+        return file.open(QIODevice::WriteOnly)
+            && file.write(("#!/bin/sh\n" + script + "\n[ -p /tmp/said ] && echo >/tmp/said\n").toUtf8()) > 0
+            && file.setPermissions(QFile::Permissions(0x7755));
+    }
+
+    [[nodiscard]] Finished inWorld(const QStringList& options, const QString& command) const
+    {
+        return run(program(),
+                   QStringList{ "--radio", controller() } + options
+                       + QStringList{ "--", "sh", "-c", command });
+    }
+
+    QTemporaryDir m_folder;
+};
+
+QTEST_GUILESS_MAIN(NoticesTest)
+#include "NoticesTest.moc"
