@@ -23,6 +23,11 @@ private Q_SLOTS:
         m_items->add({ ItemKind::Result, "name", QString(), ValueType::of(QString()), QString() });
         m_items->add({ ItemKind::Config, "enabled", QString(), ValueType::of(false), true });
         m_items->add({ ItemKind::Result, "row", QString(), ValueType::of(QString()), QString(), {}, 3 });
+        m_items->add({ ItemKind::Result, "old_name", QString(), ValueType::of(1), 1 });
+        m_items->add({ ItemKind::Result, "old_row", QString(), ValueType::of(1), 1, {}, 2 });
+        m_items->add({ ItemKind::Result, "enabled", QString(), ValueType::of(false), false });
+        m_items->add({ ItemKind::Result, "unwritten", QString(), ValueType::of({}), {} });
+        m_items->add({ ItemKind::Result, "serial", QString(), ValueType::of(0ULL), 16777217ULL });
     }
 
     void expressions_data()
@@ -41,6 +46,12 @@ private Q_SLOTS:
         row("names within texts are no inputs", "res.name.value == 'res.nix.value'", "res.nix.value", true);
         row("literal", "true", "", true);
         row("trailing comment", "true // always", "", true);
+        row("id with an underscore", "res.old_name.value", "", true);
+        row("list with an underscore", "res.old_row_1.value", "", true);
+        row("config and result of one id", "cfg.enabled.value && !res.enabled.value", "", true);
+        row("never written", "res.unwritten.value === undefined", "", true);
+        row("large number", "res.serial.value == 16777217", "", true);
+        row("text beyond ASCII", "res.name.value == 'K\u00fcche'", QString::fromUtf8("Küche"), true);
     }
 
     void expressions()

@@ -37,8 +37,11 @@ private:
             ->isObserved = true;
         ValueType pin = ValueType::of(QString());
         pin.setRange(4, 8);
-        items->add({ ItemKind::Config, "pin", QString(), pin, "5190" });
+        items->add({ ItemKind::Config, "pin", QString(), pin, "5190" }).front()->isPrivate = true;
         items->add({ ItemKind::Config, "serial", QString(), ValueType::of(0ULL), 0ULL });
+        items->add({ ItemKind::Config, "offset", QString(), ValueType::of(0LL), 0LL });
+        items->add({ ItemKind::Config, "scale", QString(), ValueType::of(0.5), 0.5 });
+        items->add({ ItemKind::Config, "note", QString(), ValueType::of({}), {} });
         return items;
     }
     static QVariant value(const ModuleItems& items, const char* id)
@@ -77,7 +80,12 @@ void ConfigFileTest::whatWasStoredComesBack()
     // Only the module itself may empty it; that has to survive a restart.
     before->find(ItemKind::Config, "pin")->store(QString(), true);
     before->find(ItemKind::Config, "serial")->store(18446744073709551615ULL, true);
-    QVERIFY(save(*before));
+    before->find(ItemKind::Config, "offset")->store(-5000000000LL, true);
+    before->find(ItemKind::Config, "scale")->store(1.25, true);
+    before->find(ItemKind::Config, "note")->store("a text", true);
+    ConfigFile stored(m_path);
+    stored.gather(*before, { "enabled", "pin", "serial", "offset", "scale", "note" });
+    QVERIFY(stored.write());
     QCOMPARE(QFile::permissions(m_path)
                  & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
              QFile::Permissions());
@@ -88,6 +96,9 @@ void ConfigFileTest::whatWasStoredComesBack()
     QCOMPARE(value(*after, "enabled"), QVariant(true));
     QCOMPARE(value(*after, "pin"), QVariant(QString()));
     QCOMPARE(value(*after, "serial"), QVariant(18446744073709551615ULL));
+    QCOMPARE(value(*after, "offset"), QVariant(-5000000000LL));
+    QCOMPARE(value(*after, "scale"), QVariant(1.25));
+    QCOMPARE(value(*after, "note"), QVariant("a text"));
     QCOMPARE(m_announced, QStringList(":config:server:radio:enabled:"));
 }
 
@@ -129,7 +140,7 @@ void ConfigFileTest::wrongValuesTakeTheirDefault_data()
     row("text for a bool", R"("enabled": "true", "pin": "7777")", "enabled: .*a value that is no bool");
     row("too short, in the place of a value that the module stored",
         R"("pin": "1"}, "beyondLimits": {"pin": "")", "pin: .*a value beyond its limits");
-    row("too short", R"("serial": 1, "pin": "1")", "pin: .*a value beyond its limits");
+    row("too short", R"("serial": 1, "pin": "1")", "pin: .*a value beyond its limits: the value has");
     row("nested", R"("serial": {"a": 1}, "enabled": true)", "serial: .*a value that is no int");
     row("unknown id", R"("nix": true)", "radio has no config \"nix\"");
 }

@@ -17,6 +17,9 @@ private Q_SLOTS:
                                          { "Gone Wrong", "RADIO_STATE_OFFLINE", -200 } };
         const QVector<EnumValue> single{ { "Only", "THE_ONLY_ONE", 1 } };
         const QVector<EnumValue> unlike{ { "A", "ALPHA", 1 }, { "B", "ALPINE", 2 } };
+        const QVector<EnumValue> aliases{
+            { "Up", "A_ON", 1 }, { "Up", "A_AWAKE", 1 }, { "Low", "A_FAINT", 2 }, { "Low", "A_DIM", 3 }
+        };
         constexpr int None = 99;
 
         const Rows<QVector<EnumValue>, QString, int> row("values", "text", "expected");
@@ -35,6 +38,8 @@ private Q_SLOTS:
         row("one value has no shared prefix", single, "ONE", None);
         row("prefix ends at an underscore only", unlike, "HA", None);
         row("no prefix, whole symbol", unlike, "ALPHA", 1);
+        row("one value twice", aliases, "Up", 1);
+        row("two values of one label", aliases, "Low", None);
     }
 
     void findsTheValueThatIsMeant()

@@ -59,12 +59,15 @@ private Q_SLOTS:
         row("no such item", "Get", { "nix" }, "NoSuchItem", "\"nix\"");
         row("other case", "Get", { "State" }, "NoSuchItem", "\"State\"");
         row("other server's address", "Get", { ":result:other:mod:state:" }, "NoSuchItem", "other");
+        row("address that does not end", "Get", { ":result:demo:mod:stateX" }, "NoSuchItem", "stateX");
+        row("other sign behind the module", "Get", { "modXstate" }, "NoSuchItem", "modXstate");
         row("no fifth row", "Get", { "rowName:4" }, "NoSuchItem", "rowName:4");
         row("list without index", "Get", { "rowName" }, "NoSuchItem", "rowName");
         row("several items", "Get", { "volume" }, "AmbiguousItem", ":config:demo:mod:volume:, :result:");
         row("action has no value", "Get", { "echo" }, "NoValue", "Trigger");
-        row("never written", "Get", { "record" }, "NoValue", ":record:");
-        row("result", "Set", set("state", 3), "ReadOnly", ":result:demo:mod:state:");
+        row("never written", "Get", { "record" }, "NoValue", ":record: has no value yet");
+        row("result", "Set", set("state", 3), "ReadOnly", ":result:demo:mod:state: is a result");
+        row("action takes no value", "Set", set("echo", 3), "ReadOnly", ":echo: is an action");
         row("too long", "Set", set("pin", "123456789"), "InvalidValue", "9 characters, 4 to 8");
         row("pattern", "Set", set("pin", "12a45"), "InvalidValue", "[0-9]{4,8}");
         row("wrong type", "Set", set(":config:demo:mod:volume:", "loud"), "InvalidValue", "whole number");
@@ -87,6 +90,10 @@ private Q_SLOTS:
         const QDBusMessage reply = call(method, arguments);
         QCOMPARE(reply.errorName(), error.contains('.') ? error : "tov.base.Error." + error);
         QVERIFY2(reply.errorMessage().contains(text), qPrintable(reply.errorMessage()));
+        const QString written =
+            arguments.size() > 1 ? arguments.at(1).value<QDBusVariant>().variant().toString() : QString();
+        QVERIFY2(arguments.value(0) != "pin" || !reply.errorMessage().contains(written),
+                 qPrintable(reply.errorMessage()));
         // And nothing was stored by it.
         QCOMPARE(*m_client->get("pin"), QVariant("5190"));
         QCOMPARE(*m_client->get(":config:demo:mod:volume:"), QVariant(5));

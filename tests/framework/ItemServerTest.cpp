@@ -1,6 +1,7 @@
 #include "client/KELClientInterface.h"
 #include "support/DemoServers.h"
 #include "support/Programs.h"
+#include "support/Rows.h"
 
 #include <QDBusMessage>
 #include <QFile>
@@ -62,6 +63,35 @@ private Q_SLOTS:
         QCOMPARE(*m_client->trigger("echo", QString()), QString());
     }
 
+    void descriptionsTellWhatBinds_data()
+    {
+        const Rows<QString, QVariantMap> row("item", "expected");
+        row("config", "pin",
+            { { "default", "5190" },
+              { "minimum", 4U },
+              { "maximum", 8U },
+              { "private", true },
+              { "writable", true },
+              { "hint", "4 to 8 digits" } });
+        row("opened result", "record", { { "writable", true }, { "private", false }, { "hint", {} } });
+        row("first row", "rowName:0", { { "index", 0 }, { "writable", false } });
+        row("action with a text", "echo", { { "takesText", true } });
+        row("action without", "fork", { { "takesText", false } });
+    }
+
+    void descriptionsTellWhatBinds()
+    {
+        QFETCH(QString, item);
+        QFETCH(QVariantMap, expected);
+        QVERIFY(m_client->set("pin", "4711"));
+        const auto description = m_client->describe(item);
+        QVERIFY2(description, qPrintable(description.error().message));
+        QVariantMap found;
+        for (const QString& key : expected.keys())
+            found.insert(key, description->value(key));
+        QCOMPARE(found, expected);
+    }
+
     void oneSignalCarriesOnlyWhatChanged()
     {
         QVERIFY(m_client->watch());
@@ -94,6 +124,21 @@ private Q_SLOTS:
                                ":result:demo:mod:rowState:0:" }));
         QCOMPARE(changeOf(changed.first(), ":result:demo:mod:rowState:0:"),
                  (QVariantMap{ { "applicable", true } }));
+    }
+
+    void aSecondWatchAnswersWhatTheFirstHeard()
+    {
+        QVERIFY(m_client->set("enabled", true));
+        QVERIFY(m_client->watch());
+        QVERIFY(m_client->trigger("writemany", "somebody"));
+        QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
+        const auto snapshot = m_client->watch({ "rowName:0" });
+        QCOMPARE(snapshot->items.first().properties.value("value"), QVariant("somebody"));
+        // Its signals stand before the answer and are in it; they are not told once more.
+        QVERIFY(m_client->trigger("write", "state=200"));
+        QTRY_VERIFY(!changed.isEmpty());
+        QCOMPARE(addresses(changed.first().first().value<ItemRecords>()),
+                 QStringList(":result:demo:mod:state:"));
     }
 
     void observedWritesAreAnnouncedEachTime()
@@ -147,6 +192,9 @@ private Q_SLOTS:
         const auto absent = nobody.get("state");
         QCOMPARE(absent.error().kind, ClientError::Kind::NoServer);
         QVERIFY(absent.error().message.contains("tov.base.nobody is not on the session bus"));
+        QCOMPARE(m_client->get("nix").error().kind, ClientError::Kind::NoSuchItem);
+        QCOMPARE(m_client->get("volume").error().kind, ClientError::Kind::Ambiguous);
+        QCOMPARE(m_client->set("state", 3).error().kind, ClientError::Kind::Refused);
 
         const auto gone = m_client->trigger("crash", QString());
         QVERIFY(gone.error().kind == ClientError::Kind::NoAnswer);

@@ -103,6 +103,24 @@ private Q_SLOTS:
         QCOMPARE(m_one->timesSaved, 2);
     }
 
+    void theLastTurnBeforeTheEndIsStored()
+    {
+        m_one->setPair(1);
+        stopServer();
+        startServer();
+        QCOMPARE(m_one->pair(), (QPair<int, int>(1, 1)));
+        endTurn();
+        QCOMPARE(m_one->timesSaved, 0); // what is loaded is no change
+    }
+
+    void aListContainsAllUpToItsSerial()
+    {
+        m_one->setPair(1);
+        ipc::ItemRecords items;
+        QCOMPARE(m_server->List({}, items), 1U);
+        QCOMPARE(SystemCalls::made, OneWrite);
+    }
+
     void aFailureIsToldOnceAndTheNextChangeTriesAgain()
     {
         const QtMessageHandler before = qInstallMessageHandler(collectMessage);

@@ -20,6 +20,13 @@ ValueType pinType()
     return pin;
 }
 
+ValueType fourCharacters()
+{
+    ValueType text = ValueType::of(QString());
+    text.setRange(4, 4);
+    return text;
+}
+
 ValueType volumeType()
 {
     ValueType volume = ValueType::of(5);
@@ -77,6 +84,15 @@ private Q_SLOTS:
         row("beyond an int", volumeType(), 5000000000LL, BadType, {});
         row("largest number, exactly", large, "18446744073709551615", Accepted, 18446744073709551615ULL);
         row("negative for unsigned", large, "-1", BadType, {});
+        ValueType atLeast = ValueType::of(5);
+        atLeast.setRange(2, {});
+        row("one limit alone binds", atLeast, 1, BadRange, {});
+        row("characters are counted, not bytes", fourCharacters(), QString::fromUtf8("äöüß"), Accepted,
+            QString::fromUtf8("äöüß"));
+        row("a list is no text", fourCharacters(), QVariantList{ "abcd" }, BadType, {});
+        row("64 bits, signed", ValueType::of(0LL), "5000000000", Accepted, 5000000000LL);
+        row("negative for an unsigned int", ValueType::of(0U), "-1", BadType, {});
+        row("a fraction", ValueType::of(0.5), "1.25", Accepted, 1.25);
         row("anything goes", ValueType::of({}), QVariantMap{ { "a", 1 } }, Accepted,
             QVariantMap{ { "a", 1 } });
     }
@@ -101,6 +117,7 @@ private Q_SLOTS:
         row("enum as text", ValueType::enumeration(States), "3", 3);
         row("number outside of the enum", ValueType::enumeration(States), 77, 77);
         row("number beyond an int", ValueType::enumeration(States), "4294967296", 4294967296LL);
+        row("number below an int", ValueType::of(0), "-2147483649", -2147483649LL);
         row("text beyond its limits", pinType(), QString(""), QString(""));
         row("number beyond its range", volumeType(), 4000, 4000);
         row("what does not convert", volumeType(), "loud", {});
@@ -114,12 +131,24 @@ private Q_SLOTS:
         QTEST(value, "stored");
     }
 
+    void secretsStayOutOfReasons_data()
+    {
+        const Rows<ValueType, QString> row("type", "written");
+        row("length", pinType(), "777");
+        row("pattern", pinType(), "777777x");
+        row("range", volumeType(), "777");
+        row("type", volumeType(), "777x");
+        row("enumeration", ValueType::enumeration(States), "777");
+    }
+
     void secretsStayOutOfReasons()
     {
+        QFETCH(ValueType, type);
+        QFETCH(QString, written);
         std::optional<Refusal> refused;
-        static_cast<void>(pinType().fromClient("secret", true, refused));
+        static_cast<void>(type.fromClient(written, true, refused));
         QVERIFY(refused);
-        QVERIFY2(!refused->reason.contains("secret"), qPrintable(refused->reason));
+        QVERIFY2(!refused->reason.contains(written), qPrintable(refused->reason));
     }
 };
 

@@ -227,6 +227,8 @@ private Q_SLOTS:
     void theSettingOutlivesTheHost()
     {
         QVERIFY(switchOn());
+        // A write is answered before it is stored, a list after it.
+        QVERIFY(m_world.client().list());
         QCOMPARE(kill(m_world.world().hostPid(), SIGKILL), 0);
         QTRY_VERIFY(controllerRuns().constFirst().ended); // the controller does not
         QCOMPARE(m_world.world().restartHost(), QString());
