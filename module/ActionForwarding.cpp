@@ -22,93 +22,107 @@ qulonglong toAddress(const std::string& text)
 
 void BluetoothModule::Scan()
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->Scan();
+    }
 }
 
 void BluetoothModule::CancelScan()
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->CancelScan();
+    }
 }
 
 void BluetoothModule::ConfirmCode()
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->ConfirmCode();
+    }
 }
 
 void BluetoothModule::RejectCode()
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->RejectCode();
+    }
 }
 
 void BluetoothModule::PINdecline()
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->PINdecline();
+    }
 }
 
 void BluetoothModule::killIAP()
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->killIAP();
+    }
 }
 
 std::string BluetoothModule::registerRFCOMMUUID(std::string uuid)
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->registerRFCOMMUUID(plainText(uuid));
+    }
     return {};
 }
 
 std::string BluetoothModule::unregisterRFCOMMUUID(std::string uuid)
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->unregisterRFCOMMUUID(plainText(uuid));
+    }
     return {};
 }
 
 std::string BluetoothModule::sendWifedCmdCtlFD(std::string text)
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->sendWifedCmdCtlFD(plainText(text));
+    }
     return {};
 }
 
 std::string BluetoothModule::Pair(std::string address)
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->Pair(toAddress(address));
+    }
     return {};
 }
 
 std::string BluetoothModule::ConnectAddr(std::string address)
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->ConnectAddr(toAddress(address));
+    }
     return {};
 }
 
 std::string BluetoothModule::DisconnectAddr(std::string address)
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->DisconnectAddr(toAddress(address));
+    }
     return {};
 }
 
 std::string BluetoothModule::UnPair(std::string address)
 {
-    if (bluetoothIf != nullptr)
+    if (bluetoothIf != nullptr) {
         bluetoothIf->UnPair(toAddress(address));
+    }
     return {};
 }
 
 std::string BluetoothModule::PINreply(std::string pin)
 {
-    if (bluetoothIf == nullptr)
+    if (bluetoothIf == nullptr) {
         return {};
+    }
     const QString storedPin = QStringLiteral("pinreplycfg");
     if (!pin.empty()) {
         bluetoothIf->PINreply(plainText(pin));

@@ -54,9 +54,10 @@ constexpr std::array<TextCommand, 9> TextCommands{ {
 void BluetoothModule::createActions()
 {
     // The framework's handlers are Boost's functions, and Boost's binding is what they are made for.
-    for (const Command& command : Commands)
+    for (const Command& command : Commands) {
         // NOLINTNEXTLINE(modernize-avoid-bind): see above
         AddActionNullParam(QLatin1String(command.id), tr(command.label), boost::bind(command.member, this));
+    }
 
     for (const TextCommand& command : TextCommands) {
         const QString label =

@@ -30,15 +30,18 @@ void BluetoothModule::createConfigs()
 // Reached for every write to "enabled", also of the value that it has: the radio is switched again then.
 void BluetoothModule::slotItemChanged(const QString& id)
 {
-    if (!id.endsWith(QLatin1String(":bluetooth:enabled:")))
+    if (!id.endsWith(QLatin1String(":bluetooth:enabled:"))) {
         return;
+    }
     const bool enabled = config(id)->value().toBool();
-    if (radioSwitchInhibited)
+    if (radioSwitchInhibited) {
         return;
-    if (enabled)
+    }
+    if (enabled) {
         Enable();
-    else
+    } else {
         Disable();
+    }
 }
 
 std::string BluetoothModule::enableConfig()

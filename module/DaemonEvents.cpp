@@ -12,29 +12,33 @@
 void BluetoothModule::onConfirmationCodeChanged(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (value.canConvert<QString>())
+    if (value.canConvert<QString>()) {
         setResult(QStringLiteral("confirmationcode"), value.toString(), true);
+    }
 }
 
 void BluetoothModule::onHeadsetConnected(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (value.canConvert<qulonglong>())
+    if (value.canConvert<qulonglong>()) {
         qDebug() << "addr:" << value.toULongLong();
+    }
 }
 
 void BluetoothModule::onConnectionEstablished(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (value.canConvert<qulonglong>())
+    if (value.canConvert<qulonglong>()) {
         qDebug() << "Connected addr:" << value.toULongLong();
+    }
 }
 
 void BluetoothModule::onPendingPairChanged(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (!value.canConvert<QString>())
+    if (!value.canConvert<QString>()) {
         return;
+    }
     // The daemon's own mark for a device whose name it does not know; it may stand within a longer text.
     const QString unknownName = QStringLiteral("`,.\";00!");
     setResult(QStringLiteral("pendingpair"), value.toString().replace(unknownName, tr("Unknown Name")), true);
@@ -44,15 +48,17 @@ void BluetoothModule::onPendingPairChanged(const QDBusVariant& v)
 void BluetoothModule::onMyNameChanged(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (value.canConvert<QString>())
+    if (value.canConvert<QString>()) {
         setConfig(QStringLiteral("myname"), value.toString(), true);
+    }
 }
 
 void BluetoothModule::onPairStateChanged(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (!value.canConvert<int>())
+    if (!value.canConvert<int>()) {
         return;
+    }
     const int state = value.toInt();
     setResult(QStringLiteral("pairstate"), state, true);
     const bool settled =
@@ -63,23 +69,26 @@ void BluetoothModule::onPairStateChanged(const QDBusVariant& v)
 void BluetoothModule::onScanStateChanged(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (value.canConvert<int>())
+    if (value.canConvert<int>()) {
         setResult(QStringLiteral("scanstate"), value.toInt(), true);
+    }
 }
 
 // The module has no config "state"; one that the framework brings along receives the daemon's power state.
 void BluetoothModule::onStateChanged(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (value.canConvert<bool>())
+    if (value.canConvert<bool>()) {
         setConfig(QStringLiteral("state"), value.toBool(), true);
+    }
 }
 
 void BluetoothModule::onStatusChanged(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (value.canConvert<int>())
+    if (value.canConvert<int>()) {
         setResult(QStringLiteral("status"), value.toInt(), true);
+    }
 }
 
 // Both socket events say that the daemon's list of Wi-FEDs may have changed, whatever their payload is. The
@@ -87,10 +96,12 @@ void BluetoothModule::onStatusChanged(const QDBusVariant& v)
 void BluetoothModule::onWifedCmdCtlSockAvailable(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (value.canConvert<QString>())
+    if (value.canConvert<QString>()) {
         setConfig(QStringLiteral("str"), value.toString(), true);
-    if (bluetoothIf != nullptr)
+    }
+    if (bluetoothIf != nullptr) {
         setResult(QStringLiteral("connectedwifeds"), bluetoothIf->wifedsConnected(), true);
+    }
 }
 
 void BluetoothModule::onWifedCmdCtlSockClosed(const QDBusVariant& v)

@@ -28,8 +28,9 @@ void reportConnection(bool connected, unsigned long long addr)
     // The client belongs to the framework: it is neither kept nor deleted here.
     KELClientInterface* const client =
         KELClientInterface::getSessionBusClient(QStringLiteral("tov.base.sync_mobile_app"), nullptr);
-    if (client == nullptr)
+    if (client == nullptr) {
         return;
+    }
     writeItem(*client, QStringLiteral(":result:sync_mobile_app:sync_mobile_reg_module:deviceConnStatus:"),
               createSyncMobileKelItemConnStatus(connected, addr).toVariant());
 }
@@ -39,8 +40,9 @@ void reportConnection(bool connected, unsigned long long addr)
 void BluetoothModule::onMTConnectionEstablished(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (!value.canConvert<qulonglong>())
+    if (!value.canConvert<qulonglong>()) {
         return;
+    }
     const qulonglong addr = value.toULongLong();
     qDebug() << "BluetoothModule::onMTConnectionEstablished";
     qDebug() << "Connected addr:" << addr;
@@ -51,8 +53,9 @@ void BluetoothModule::onMTConnectionEstablished(const QDBusVariant& v)
 void BluetoothModule::onDeviceDisconnected(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
-    if (!value.canConvert<qulonglong>())
+    if (!value.canConvert<qulonglong>()) {
         return;
+    }
     const qulonglong addr = value.toULongLong();
     qDebug() << "Disconnected addr:" << addr;
     reportConnection(false, addr);

@@ -29,15 +29,17 @@ std::string BluetoothModule::RequestBluetooth(std::string params)
     const QString text = QString::fromStdString(params);
     qDebug() << "requestBluetooth called with params" << text;
     const QStringList parts = text.split(QLatin1Char(','), Qt::KeepEmptyParts);
-    if (parts.size() != 2)
+    if (parts.size() != 2) {
         return "Failure";
+    }
     // What is no number counts as 0: no process as the first part, a return of the radio as the second.
     const int pid = parts.at(0).toInt();
     const int mode = parts.at(1).toInt();
     // Any other number is taken as it is, a negative one too: no process has it, and the first check ends
     // that loan.
-    if (pid == 0)
+    if (pid == 0) {
         return "Failure";
+    }
 
     ServerItem& enabled = *config(EnabledConfig);
     if (lockOwnerPid == 0 && mode != 0) {
@@ -59,8 +61,9 @@ void BluetoothModule::lendRadio(int pid, int mode, ServerItem& enabled)
     writeLockFile(pid);
     qDebug() << "requestBluetooth" << pid << " successful lock";
     // The setting keeps its value: it says what the radio returns to.
-    if (enabled.value().toBool())
+    if (enabled.value().toBool()) {
         Disable();
+    }
     enabled.setApplicable(false, true);
     // A loan that follows another within one period has two chains of checks; both end with it.
     QTimer::singleShot(CheckPeriod, this, SLOT(resourceCheck()));
@@ -73,14 +76,16 @@ void BluetoothModule::takeRadioBack(int pid, ServerItem& enabled)
     unlink(LockFile);
     qDebug() << "requestBluetooth" << pid << " successful free";
     enabled.setApplicable(true, true);
-    if (enabled.value().toBool())
+    if (enabled.value().toBool()) {
         Enable();
+    }
 }
 
 void BluetoothModule::resourceCheck()
 {
-    if (lockOwnerPid == 0)
+    if (lockOwnerPid == 0) {
         return;
+    }
     if (QFile(QStringLiteral("/proc/%1").arg(lockOwnerPid)).exists()) {
         QTimer::singleShot(CheckPeriod, this, SLOT(resourceCheck()));
         return;

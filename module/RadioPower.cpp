@@ -31,8 +31,9 @@ std::string localName()
     if (FILE* const output = popen("hostname", "r"); output != nullptr) {
         std::array<char, 128> line{};
         // The line end stays in the name; controllers are used to it.
-        if (fgets(line.data(), static_cast<int>(line.size()), output) != nullptr)
+        if (fgets(line.data(), static_cast<int>(line.size()), output) != nullptr) {
             name = std::string("TORLO-") + line.data();
+        }
         pclose(output);
     }
     return name;
@@ -43,8 +44,9 @@ std::string localName()
 void BluetoothModule::Enable()
 {
     // A daemon that is on the bus, whoever started it, gets no second controller beside it.
-    if (bluetoothIf != nullptr || controllerPid != -1 || lockOwnerPid != 0)
+    if (bluetoothIf != nullptr || controllerPid != -1 || lockOwnerPid != 0) {
         return;
+    }
 
     const std::string name = localName();
     // Not every radio needs the firmware: a failed copy is no reason to leave the radio off.
@@ -61,8 +63,9 @@ void BluetoothModule::Enable()
         // the host to decide, which alone knows how to leave.
         return;
     }
-    if (controllerPid < 0)
+    if (controllerPid < 0) {
         perror("fork failed bluetoothmod");
+    }
 }
 
 void BluetoothModule::Disable()
@@ -85,19 +88,22 @@ void BluetoothModule::cycleRadio()
     cyclingRadio = !cyclingRadio;
     ServerItem* const enabled = config(EnabledConfig);
     const bool wasEnabled = enabled->value().toBool();
-    if (radioSwitchInhibited)
+    if (radioSwitchInhibited) {
         return;
+    }
     enabled->setValue(!wasEnabled, true);
-    if (cyclingRadio)
+    if (cyclingRadio) {
         QTimer::singleShot(CyclePause, this, SLOT(cycleRadio()));
+    }
 }
 
 bool BluetoothModule::checkShutdownLockFile()
 {
     const QFileInfo marker(shutdownLockFile);
     // The marker is a file; a folder of its name marks nothing and may hold somebody's work, so it stays.
-    if (!marker.exists() || !marker.isFile())
+    if (!marker.exists() || !marker.isFile()) {
         return false;
+    }
     if (unlink(shutdownLockFile.toUtf8().constData()) != 0) {
         const int error = errno;
         qWarning() << "Could not remove bluetooth shutdown lockfile. Errno:" << error;

@@ -67,8 +67,9 @@ constexpr std::array<Symbol, 11> PairStates{ {
 template <std::size_t Size>
 void fill(EnumType& type, const std::array<Symbol, Size>& symbols)
 {
-    for (const Symbol& symbol : symbols)
+    for (const Symbol& symbol : symbols) {
         type.add(BluetoothModule::tr(symbol.label), QLatin1String(symbol.name), symbol.value);
+    }
 }
 
 // A row applies while the radio is usable and the row holds an address; an emptied row disappears by that.
@@ -94,8 +95,9 @@ const QString AndPairing =
 QStringList forEachRow(const QString& expression, int rows)
 {
     QStringList expressions;
-    for (int row = 0; row < rows; ++row)
+    for (int row = 0; row < rows; ++row) {
         expressions.append(expression.arg(row));
+    }
     return expressions;
 }
 
@@ -104,14 +106,16 @@ QStringList forEachRow(const QString& expression, int rows)
 void BluetoothModule::createResults()
 {
     const QStringList scanRows = forEachRow(ScanRow, ListSize);
-    for (const TextItem& item : ScanTexts)
+    for (const TextItem& item : ScanTexts) {
         addStringResult(QLatin1String(item.id), tr(item.label), QString(), concatForInstances(scanRows),
                         ListSize, EMPTYQS);
+    }
 
     const QStringList pairedRows = forEachRow(PairedRow, ListSize);
-    for (const TextItem& item : PairedTexts)
+    for (const TextItem& item : PairedTexts) {
         addStringResult(QLatin1String(item.id), tr(item.label), QString(), concatForInstances(pairedRows),
                         ListSize, EMPTYQS);
+    }
     EnumType connectionState(QStringLiteral("eBlueConnectionStatus"), nullptr);
     fill(connectionState, ConnectionStates);
     addEnumResult(QStringLiteral("pairlistConnectionState"), tr("Connection State"), 0, connectionState,

@@ -8,8 +8,9 @@
 
 void BluetoothModule::onServiceRegistered(const QString& name)
 {
-    if (name != DaemonService)
+    if (name != DaemonService) {
         return;
+    }
 
     // A proxy of an earlier registration stays a child of the module: Disable() alone deletes one.
     bluetoothIf = new BluetoothIf(DaemonService, QStringLiteral("/com/qarn/Bluetooth"),
@@ -37,8 +38,9 @@ void BluetoothModule::onServiceRegistered(const QString& name)
         { SIGNAL(wifedCmdCtlSockAvailable(QDBusVariant)), SLOT(onWifedCmdCtlSockAvailable(QDBusVariant)) },
         { SIGNAL(wifedCmdCtlSockClosed(QDBusVariant)), SLOT(onWifedCmdCtlSockClosed(QDBusVariant)) },
     } };
-    for (const Link& link : links)
+    for (const Link& link : links) {
         connect(bluetoothIf, link.signal, this, link.slot);
+    }
 
     statUpdate();
     enableConfig();
@@ -47,12 +49,14 @@ void BluetoothModule::onServiceRegistered(const QString& name)
 
 void BluetoothModule::onServiceUnregistered(const QString& name)
 {
-    if (name != DaemonService)
+    if (name != DaemonService) {
         return;
+    }
     setActionApplicable(ScanAction, false);
     Disable();
     // While the radio is lent, or in an orderly shutdown, the daemon goes without the user having switched
     // the radio off. The marker is left where it is while the radio is lent.
-    if (lockOwnerPid == 0 && !checkShutdownLockFile())
+    if (lockOwnerPid == 0 && !checkShutdownLockFile()) {
         setConfig(QStringLiteral("enabled"), false, true);
+    }
 }

@@ -8,8 +8,9 @@
 // converted is published as 0, as an empty text or as an empty list.
 void BluetoothModule::statUpdate()
 {
-    if (bluetoothIf == nullptr)
+    if (bluetoothIf == nullptr) {
         return;
+    }
 
     setResult(QStringLiteral("status"), bluetoothIf->status(), true);
     setResult(QStringLiteral("scanstate"), bluetoothIf->scanState(), true);
