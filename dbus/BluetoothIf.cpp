@@ -10,7 +10,7 @@ BluetoothIf::~BluetoothIf() = default;
 
 QString BluetoothIf::confirmationCode() const
 {
-    return qvariant_cast<QString>(property("confirmationCode"));
+    return textIn(property("confirmationCode"));
 }
 
 qulonglong BluetoothIf::myAddress() const
@@ -25,7 +25,7 @@ void BluetoothIf::setMyAddress(qulonglong value)
 
 QString BluetoothIf::myName() const
 {
-    return qvariant_cast<QString>(property("myName"));
+    return textIn(property("myName"));
 }
 
 void BluetoothIf::setMyName(const QString& value)
@@ -35,7 +35,7 @@ void BluetoothIf::setMyName(const QString& value)
 
 QString BluetoothIf::wifedsConnected() const
 {
-    return qvariant_cast<QString>(property("wifedsConnected"));
+    return textIn(property("wifedsConnected"));
 }
 
 void BluetoothIf::setWifedsConnected(const QString& value)

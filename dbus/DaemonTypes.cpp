@@ -2,61 +2,115 @@
 
 #include <QDBusMetaType>
 
-#include <algorithm>
+#include <tuple>
 
 namespace {
 
-constexpr QLatin1String ScanFields("tis", 3);
-constexpr QLatin1String PairFields("tsu", 3);
+// The fields of an entry in their order on the wire: its signature, its reader and its writer follow from this.
+template <typename Entry>
+constexpr std::tuple<> FieldsOf;
+template <>
+constexpr auto FieldsOf<ScanEntry> =
+    std::make_tuple(&ScanEntry::address, &ScanEntry::signalStrength, &ScanEntry::name);
+template <>
+constexpr auto FieldsOf<PairEntry> =
+    std::make_tuple(&PairEntry::address, &PairEntry::name, &PairEntry::connectionState);
 
-// Whether "signature" is "opening", structure fields, and the closing parenthesis, where the fields are one
-// or more of the first "fields", or all of them and then more: a later daemon may append some, which are
-// skipped.
-bool beginsWithFieldsOf(QLatin1String fields, const QString& signature, QLatin1String opening)
+template <typename Entry, typename Field>
+QLatin1String signatureOf(Field Entry::* /*field*/)
 {
-    const int count = signature.size() - opening.size() - 1;
-    const int known = std::min(count, fields.size());
-    return count >= 1 && signature.startsWith(opening) && signature.endsWith(QLatin1Char(')'))
-        && QStringView(signature).mid(opening.size(), known) == fields.left(known);
+    return QLatin1String(QDBusMetaType::typeToSignature(qMetaTypeId<Field>()));
 }
 
-bool isEntryOf(QLatin1String fields, const QDBusArgument& argument)
+// Whether a signature is that of a structure of such fields: of one or more of the first, or of all and then
+// of more that a later daemon appended.
+template <typename Entry>
+bool isStructureOf(const QString& signature)
 {
-    return argument.currentType() == QDBusArgument::StructureType
-        && beginsWithFieldsOf(fields, argument.currentSignature(), QLatin1String("("));
+    QString expected(QLatin1Char('('));
+    bool isComplete = false;
+    const auto append = [&](auto field) {
+        expected += signatureOf(field);
+        isComplete = isComplete || signature == expected + QLatin1Char(')');
+    };
+    std::apply([&](auto... fields) { (append(fields), ...); }, FieldsOf<Entry>);
+    return isComplete || signature.startsWith(expected);
 }
 
 // The type comes first: an argument that is being written has a signature too, but cannot be read.
-bool isListOf(QLatin1String fields, const QDBusArgument& argument)
+template <typename Entry>
+bool holdsEntry(const QDBusArgument& argument)
 {
-    return argument.currentType() == QDBusArgument::ArrayType
-        && beginsWithFieldsOf(fields, argument.currentSignature(), QLatin1String("a("));
+    return argument.currentType() == QDBusArgument::StructureType
+        && isStructureOf<Entry>(argument.currentSignature());
 }
 
-template <typename Field>
-void readIfThere(const QDBusArgument& argument, Field& field)
+template <typename Entry>
+bool holdsList(const QDBusArgument& argument)
 {
-    if (!argument.atEnd()) {
-        argument >> field;
+    return argument.currentType() == QDBusArgument::ArrayType
+        && isStructureOf<Entry>(argument.currentSignature().mid(1));
+}
+
+// Takes the value all the same, so that whoever reads until the end gets there. A container is entered and left:
+// asVariant() would move the copies of the argument along.
+void passOver(const QDBusArgument& argument)
+{
+    switch (argument.currentType()) {
+    case QDBusArgument::ArrayType:
+        argument.beginArray();
+        argument.endArray();
+        break;
+    case QDBusArgument::StructureType:
+        argument.beginStructure();
+        argument.endStructure();
+        break;
+    case QDBusArgument::MapType:
+        argument.beginMap();
+        argument.endMap();
+        break;
+    case QDBusArgument::MapEntryType:
+        argument.beginMapEntry();
+        argument.endMapEntry();
+        break;
+    case QDBusArgument::BasicType:
+    case QDBusArgument::VariantType:
+        static_cast<void>(argument.asVariant());
+        break;
+    case QDBusArgument::UnknownType: // the end, or nothing that can be read
+        break;
     }
 }
 
-template <typename... Fields>
-void readStructure(const QDBusArgument& argument, Fields&... fields)
+template <typename Entry>
+void writeEntry(QDBusArgument& argument, const Entry& entry)
 {
     argument.beginStructure();
-    (readIfThere(argument, fields), ...);
+    std::apply([&](auto... fields) { (argument << ... << (entry.*fields)); }, FieldsOf<Entry>);
     argument.endStructure();
 }
 
-void readFields(const QDBusArgument& argument, ScanEntry& entry)
+template <typename Entry>
+void readFields(const QDBusArgument& argument, Entry& entry)
 {
-    readStructure(argument, entry.address, entry.signalStrength, entry.name);
+    const auto readIfThere = [&](auto field) {
+        if (!argument.atEnd()) {
+            argument >> entry.*field;
+        }
+    };
+    argument.beginStructure();
+    std::apply([&](auto... fields) { (readIfThere(fields), ...); }, FieldsOf<Entry>);
+    argument.endStructure();
 }
 
-void readFields(const QDBusArgument& argument, PairEntry& entry)
+template <typename Entry>
+void readEntry(const QDBusArgument& argument, Entry& entry)
 {
-    readStructure(argument, entry.address, entry.name, entry.connectionState);
+    if (holdsEntry<Entry>(argument)) {
+        readFields(argument, entry);
+    } else {
+        passOver(argument);
+    }
 }
 
 template <typename Entry>
@@ -69,11 +123,13 @@ void writeList(QDBusArgument& argument, const QList<Entry>& entries)
     argument.endArray();
 }
 
+// The shape of the whole list is looked at once, not that of each entry.
 template <typename Entry>
-void readList(const QDBusArgument& argument, QLatin1String fields, QList<Entry>& entries)
+void readList(const QDBusArgument& argument, QList<Entry>& entries)
 {
     entries.clear();
-    if (!isListOf(fields, argument)) {
+    if (!holdsList<Entry>(argument)) {
+        passOver(argument);
         return;
     }
     argument.beginArray();
@@ -96,9 +152,7 @@ void registerAs(const char* name)
 
 QDBusArgument& operator<<(QDBusArgument& argument, const ScanEntry& entry)
 {
-    argument.beginStructure();
-    argument << entry.address << entry.signalStrength << entry.name;
-    argument.endStructure();
+    writeEntry(argument, entry);
     return argument;
 }
 
@@ -110,9 +164,7 @@ QDBusArgument& operator<<(QDBusArgument& argument, const ScanResults& results)
 
 QDBusArgument& operator<<(QDBusArgument& argument, const PairEntry& entry)
 {
-    argument.beginStructure();
-    argument << entry.address << entry.name << entry.connectionState;
-    argument.endStructure();
+    writeEntry(argument, entry);
     return argument;
 }
 
@@ -124,30 +176,32 @@ QDBusArgument& operator<<(QDBusArgument& argument, const PairList& list)
 
 const QDBusArgument& operator>>(const QDBusArgument& argument, ScanEntry& entry)
 {
-    if (isEntryOf(ScanFields, argument)) {
-        readFields(argument, entry);
-    }
+    readEntry(argument, entry);
     return argument;
 }
 
 const QDBusArgument& operator>>(const QDBusArgument& argument, PairEntry& entry)
 {
-    if (isEntryOf(PairFields, argument)) {
-        readFields(argument, entry);
-    }
+    readEntry(argument, entry);
     return argument;
 }
 
 const QDBusArgument& operator>>(const QDBusArgument& argument, ScanResults& results)
 {
-    readList(argument, ScanFields, results.entries);
+    readList(argument, results.entries);
     return argument;
 }
 
 const QDBusArgument& operator>>(const QDBusArgument& argument, PairList& list)
 {
-    readList(argument, PairFields, list.entries);
+    readList(argument, list.entries);
     return argument;
+}
+
+QString textIn(const QVariant& value)
+{
+    const QString text = value.toString();
+    return text.isNull() ? QStringLiteral("") : text;
 }
 
 void registerDaemonTypes()

@@ -11,7 +11,7 @@
 struct ScanEntry
 {
     qulonglong address = 0;
-    /// As the radio reports it, in dBm where it can; the largest int while nothing is known.
+    /// As the daemon reports it; the largest int while nothing is known.
     int signalStrength = std::numeric_limits<int>::max();
     /// Empty while the device has not told its name.
     QString name;
@@ -90,15 +90,20 @@ QDBusArgument& operator<<(QDBusArgument& argument, const ScanResults& results);
 QDBusArgument& operator<<(QDBusArgument& argument, const PairEntry& entry);
 QDBusArgument& operator<<(QDBusArgument& argument, const PairList& list);
 
-/// Reading an entry: a structure that ends early leaves the missing fields as they were; whatever is not a
-/// structure of the expected first fields is not read at all.
+/// Reading takes one value from the argument, whatever it is: Qt and libdbus do not check what they read,
+/// they abort the process or hand out bytes of the heap. An entry's fields that the structure lacks stay as
+/// they were, those that a later daemon appends are passed over; of any other value nothing is read into the
+/// entry.
 const QDBusArgument& operator>>(const QDBusArgument& argument, ScanEntry& entry);
 const QDBusArgument& operator>>(const QDBusArgument& argument, PairEntry& entry);
 
-/// Reading a list replaces what the target held. A payload of another shape reads as an empty list: Qt and
-/// libdbus do not check what they read, they abort the process or hand out bytes of the heap.
+/// Reading a list replaces what the target held; a value of another shape reads as an empty list.
 const QDBusArgument& operator>>(const QDBusArgument& argument, ScanResults& results);
 const QDBusArgument& operator>>(const QDBusArgument& argument, PairList& list);
+
+/// The text in a value from the daemon. Where there is none it is empty and not null: null is what a
+/// framework may take for "no value".
+QString textIn(const QVariant& value);
 
 /// Makes the types known to the meta-type and the D-Bus type systems, under their own names; repeating it is
 /// harmless.

@@ -129,7 +129,7 @@ std::string BluetoothModule::PINreply(std::string pin)
     } else if (configExists(storedPin)) {
         bluetoothIf->PINreply(config(storedPin)->value().toString());
         // A stored PIN answers one request; the next empty reply sends an empty PIN.
-        setConfig(storedPin, QString(), true);
+        setConfig(storedPin, QStringLiteral(""), true);
     }
     return {};
 }

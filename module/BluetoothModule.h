@@ -26,16 +26,7 @@ public:
     ~BluetoothModule() override;
 
     // What the module answers to the framework's questions; it has no stake in the other moments.
-    bool HOOK_A() override { return true; }
-    void HOOK_B() override { }
-    void HOOK_C() override { }
-    void HOOK_D() override { }
-    void HOOK_E() override { }
-    bool HOOK_F() override { return true; }
-    void HOOK_G() override { }
-    void HOOK_H() override { }
-    void HOOK_I() override { }
-    bool HOOK_J() override { return true; }
+    FRAMEWORK_HOOKS
 
     // The order of the slots is the meta-object's method order and part of the library's interface.
 public Q_SLOTS:
@@ -105,27 +96,42 @@ public:
     /// @return "Success", "Rejected" (not now) or "Failure" (not understood)
     std::string RequestBluetooth(std::string params);
 
+    // MobileAppLink.cpp
+    /// The record for the mobile synchronisation module: "deviceAddr" and "deviceConnected".
+    KelAggregate createSyncMobileKelItemConnStatus(bool connected, unsigned long long addr);
+
 private:
-    static const QString DaemonService; ///< the daemon's bus name
-    static const QString EnabledConfig;
-    static const QString ScanAction;
+    Q_DECL_HIDDEN void reportConnection(bool connected, unsigned long long addr); // MobileAppLink.cpp
+
+    // Functions, because a constant of this type would be made anew whenever the library is loaded.
+    [[nodiscard]] Q_DECL_HIDDEN static QString daemonService() { return QStringLiteral("com.qarn.bluetooth"); }
+    [[nodiscard]] Q_DECL_HIDDEN static QString enabledConfig()
+    {
+        return QStringLiteral(":config:bluetoothlauncher:bluetooth:enabled:");
+    }
+    [[nodiscard]] Q_DECL_HIDDEN static QString scanAction()
+    {
+        return QStringLiteral(":action:bluetoothlauncher:bluetooth:scan:");
+    }
     static constexpr int ListSize = 32; ///< rows of the paired-device list and of the scan results
     /// The pairing states in which no pairing is under way, so that a scan may start: idle, paired, failed.
-    static constexpr std::array<int, 5> SettledPairStates{ 0, 100, 200, 201, 202 };
+    Q_DECL_HIDDEN static constexpr std::array<int, 5> SettledPairStates{ 0, 100, 200, 201, 202 };
 
     void createConfigs(); // Configs.cpp
     void createResults(); // Results.cpp
     void createActions(); // Actions.cpp
 
+    // Hidden members are their file's own.
+
     // DeviceLists.cpp
     struct ListIds;
-    void publishDevice(const ListIds& ids, int index, qulonglong address, const QString& name,
-                       const QString& detail);
-    void clearDevices(const ListIds& ids, int firstIndex);
+    Q_DECL_HIDDEN void publishDevice(const ListIds& ids, int index, qulonglong address, const QString& name,
+                                     const QString& detail);
+    Q_DECL_HIDDEN void clearDevices(const ListIds& ids, int firstIndex);
 
     // RadioLock.cpp
-    void lendRadio(int pid, int mode, ServerItem& enabled);
-    void takeRadioBack(int pid, ServerItem& enabled);
+    Q_DECL_HIDDEN void lendRadio(int pid, int mode, ServerItem& enabled);
+    Q_DECL_HIDDEN void takeRadioBack(int pid, ServerItem& enabled);
 
     // The order of the members is part of the library's interface as well. Nothing uses the two texts.
     QString reservedText1;
@@ -138,3 +144,5 @@ private:
     bool cyclingRadio; ///< between the two steps of a cycle
     BluetoothIf* bluetoothIf; ///< the daemon; null while it is not on the bus
 };
+
+#undef FRAMEWORK_HOOKS

@@ -4,7 +4,7 @@
 
 void BluetoothModule::createConfigs()
 {
-    addConfig(QStringLiteral("myname"), tr("Local Name"), QString(),
+    addConfig(QStringLiteral("myname"), tr("Local Name"), QStringLiteral(""),
               QStringLiteral("(res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) "
                              "&& (cfg.enabled.value)"),
               1);
@@ -22,8 +22,9 @@ void BluetoothModule::createConfigs()
     pin->setRegularExpression(QStringLiteral("[0-9]{4,16}"));
     markConfigAsPrivate(QStringLiteral("pinreplycfg"));
 
-    config(EnabledConfig)->setApplicable(true, true);
+    config(enabledConfig())->setApplicable(true, true);
     observeItem(QStringLiteral("enabled"));
+    // By name, so that the framework's signal is no symbol that the library needs.
     connect(this, SIGNAL(itemChanged(QString)), this, SLOT(slotItemChanged(QString)));
 }
 
@@ -49,7 +50,7 @@ std::string BluetoothModule::enableConfig()
     if (bluetoothIf != nullptr) {
         // A daemon is there already and needs no controller; the answer changes nothing.
         (void)configExists(QStringLiteral("myname"));
-    } else if (config(EnabledConfig)->value().toBool()) {
+    } else if (config(enabledConfig())->value().toBool()) {
         Enable();
     }
     return {};

@@ -13,7 +13,7 @@ void BluetoothModule::onConfirmationCodeChanged(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
     if (value.canConvert<QString>()) {
-        setResult(QStringLiteral("confirmationcode"), value.toString(), true);
+        setResult(QStringLiteral("confirmationcode"), textIn(value), true);
     }
 }
 
@@ -41,7 +41,7 @@ void BluetoothModule::onPendingPairChanged(const QDBusVariant& v)
     }
     // The daemon's own mark for a device whose name it does not know; it may stand within a longer text.
     const QString unknownName = QStringLiteral("`,.\";00!");
-    setResult(QStringLiteral("pendingpair"), value.toString().replace(unknownName, tr("Unknown Name")), true);
+    setResult(QStringLiteral("pendingpair"), textIn(value).replace(unknownName, tr("Unknown Name")), true);
 }
 
 // Connected to nothing: see ServicePresence.cpp.
@@ -49,7 +49,7 @@ void BluetoothModule::onMyNameChanged(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
     if (value.canConvert<QString>()) {
-        setConfig(QStringLiteral("myname"), value.toString(), true);
+        setConfig(QStringLiteral("myname"), textIn(value), true);
     }
 }
 
@@ -63,7 +63,7 @@ void BluetoothModule::onPairStateChanged(const QDBusVariant& v)
     setResult(QStringLiteral("pairstate"), state, true);
     const bool settled =
         std::find(SettledPairStates.begin(), SettledPairStates.end(), state) != SettledPairStates.end();
-    setActionApplicable(ScanAction, settled);
+    setActionApplicable(scanAction(), settled);
 }
 
 void BluetoothModule::onScanStateChanged(const QDBusVariant& v)
@@ -97,7 +97,7 @@ void BluetoothModule::onWifedCmdCtlSockAvailable(const QDBusVariant& v)
 {
     const QVariant value = v.variant();
     if (value.canConvert<QString>()) {
-        setConfig(QStringLiteral("str"), value.toString(), true);
+        setConfig(QStringLiteral("str"), textIn(value), true);
     }
     if (bluetoothIf != nullptr) {
         setResult(QStringLiteral("connectedwifeds"), bluetoothIf->wifedsConnected(), true);

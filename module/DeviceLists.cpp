@@ -5,18 +5,20 @@
 #include <QDBusArgument>
 #include <QVariant>
 
-/// The result ids of one list; "%1" is the row.
+/// The result ids of one list, up to the number of the row.
 struct BluetoothModule::ListIds
 {
-    QString address;
-    QString name;
-    QString detail;
+    QLatin1String address;
+    QLatin1String name;
+    QLatin1String detail;
 };
 
 namespace {
 
-// What the lists' third column shows in a free row: a text that is a number, never an empty one.
-const QString NoDetail = QStringLiteral("0");
+QString rowId(QLatin1String list, int index)
+{
+    return list + QString::number(index);
+}
 
 template <typename List>
 List listIn(const QDBusVariant& v)
@@ -43,8 +45,8 @@ void BluetoothModule::onScanResultsChanged(const QDBusVariant& v)
 
 void BluetoothModule::updatePairList(const PairList* list)
 {
-    static const ListIds Ids{ QStringLiteral("pairlistAddr:%1"), QStringLiteral("pairlistName:%1"),
-                              QStringLiteral("pairlistConnectionState:%1") };
+    static constexpr ListIds Ids{ QLatin1String("pairlistAddr:"), QLatin1String("pairlistName:"),
+                                  QLatin1String("pairlistConnectionState:") };
     bool connected = false;
     int index = 0;
     if (list != nullptr) {
@@ -60,8 +62,8 @@ void BluetoothModule::updatePairList(const PairList* list)
 
 void BluetoothModule::updateScanResults(const ScanResults* list)
 {
-    static const ListIds Ids{ QStringLiteral("scanresultsAddr:%1"), QStringLiteral("scanresultsName:%1"),
-                              QStringLiteral("scanresultsSignalStrength:%1") };
+    static constexpr ListIds Ids{ QLatin1String("scanresultsAddr:"), QLatin1String("scanresultsName:"),
+                                  QLatin1String("scanresultsSignalStrength:") };
     int index = 0;
     if (list != nullptr) {
         for (; index < ListSize && index < list->entries.size(); ++index) {
@@ -76,18 +78,19 @@ void BluetoothModule::publishDevice(const ListIds& ids, int index, qulonglong ad
                                     const QString& detail)
 {
     const QString addressText = AddressHelper::int2str(address);
-    setResult(ids.address.arg(index), addressText, true);
-    setResult(ids.name.arg(index),
+    setResult(rowId(ids.address, index), addressText, true);
+    setResult(rowId(ids.name, index),
               name.isEmpty() ? QStringLiteral("%1 - %2").arg(tr("Unknown Name"), addressText) : name, true);
-    setResult(ids.detail.arg(index), detail, true);
+    setResult(rowId(ids.detail, index), detail, true);
 }
 
 void BluetoothModule::clearDevices(const ListIds& ids, int firstIndex)
 {
     for (int index = firstIndex; index < ListSize; ++index) {
-        setResult(ids.address.arg(index), QString(), true);
-        setResult(ids.name.arg(index), QString(), true);
-        setResult(ids.detail.arg(index), NoDetail, true);
+        setResult(rowId(ids.address, index), QStringLiteral(""), true);
+        setResult(rowId(ids.name, index), QStringLiteral(""), true);
+        // A text that is a number, never an empty one.
+        setResult(rowId(ids.detail, index), QStringLiteral("0"), true);
     }
 }
 
@@ -97,9 +100,9 @@ void BluetoothModule::ClearResults()
     setResult(QStringLiteral("status"), 0, true);
     setResult(QStringLiteral("scanstate"), 0, true);
     setResult(QStringLiteral("pairstate"), 0, true);
-    setResult(QStringLiteral("confirmationcode"), QString(), true);
-    setResult(QStringLiteral("pendingpair"), QString(), true);
-    setResult(QStringLiteral("connectedwifeds"), QString(), true);
+    setResult(QStringLiteral("confirmationcode"), QStringLiteral(""), true);
+    setResult(QStringLiteral("pendingpair"), QStringLiteral(""), true);
+    setResult(QStringLiteral("connectedwifeds"), QStringLiteral(""), true);
     updateScanResults(nullptr);
     updatePairList(nullptr);
 }

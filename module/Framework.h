@@ -7,18 +7,28 @@
 #include "RegistrationModule.h"
 #include "client/KELClientInterface.h"
 
-// The framework's virtual operations that the module answers, lettered in the order of the virtual table.
-// What each letter stands for is the framework's choice; what the module answers is not.
-#define HOOK_A publishesItems // between dbusAddress and haltaction
-#define HOOK_B aboutToLoadConfig // the first of the four behind addedToRegistrationModule
-#define HOOK_C aboutToSaveConfig
-#define HOOK_D configSaved
-#define HOOK_E busNameTaken
-#define HOOK_F readyToHalt // between halt and slotLastConfigLoaded
-#define HOOK_G firstClientSeen // between slotLastConfigLoaded and computeSaveConfigIds
-#define HOOK_H saveConfigIdsComputed // the first of the two behind computeSaveConfigIds
-#define HOOK_I aboutToExit
-#define HOOK_J runsHeadless // the last of all, behind startQView
+// The ten virtual operations of the framework that the module answers, A to J, in the order of the virtual
+// table. Result, name and parameters are the framework's; what the body does is the module's. The class takes
+// the list once and ends it; the target check_hooks holds it against the table.
+// clang-format off
+#define FRAMEWORK_HOOKS                                                                                      \
+    /* A, between dbusAddress and haltaction */                                                              \
+    bool publishesItems() override { return true; }                                                          \
+    /* B, C, D, E, the four behind addedToRegistrationModule */                                              \
+    void aboutToLoadConfig() override { }                                                                    \
+    void aboutToSaveConfig() override { }                                                                    \
+    void configSaved() override { }                                                                          \
+    void busNameTaken() override { }                                                                         \
+    /* F, between halt and slotLastConfigLoaded */                                                           \
+    bool readyToHalt() override { return true; }                                                             \
+    /* G, between slotLastConfigLoaded and computeSaveConfigIds */                                           \
+    void firstClientSeen() override { }                                                                      \
+    /* H, I, the two behind computeSaveConfigIds */                                                          \
+    void saveConfigIdsComputed() override { }                                                                \
+    void aboutToExit() override { }                                                                          \
+    /* J, the last of all, behind startQView */                                                              \
+    bool runsHeadless() override { return true; }
+// clang-format on
 
 /// Sets an item of another module. Nobody waits for the outcome.
 inline void writeItem(KELClientInterface& client, const QString& item, const QVariant& value)

@@ -11,7 +11,9 @@ namespace {
 constexpr auto UnsignedLongLong = static_cast<KELItemStatusFlags>(0x20000);
 constexpr auto Bool = static_cast<KELItemStatusFlags>(0x1000);
 
-KelAggregate createSyncMobileKelItemConnStatus(bool connected, unsigned long long addr)
+} // namespace
+
+KelAggregate BluetoothModule::createSyncMobileKelItemConnStatus(bool connected, unsigned long long addr)
 {
     const auto descriptor = std::make_shared<KelAggregateDescriptor>();
     (*descriptor)["deviceAddr"] = UnsignedLongLong;
@@ -22,10 +24,10 @@ KelAggregate createSyncMobileKelItemConnStatus(bool connected, unsigned long lon
     return status;
 }
 
-// Without the mobile synchronisation module nobody wants to know.
-void reportConnection(bool connected, unsigned long long addr)
+void BluetoothModule::reportConnection(bool connected, unsigned long long addr)
 {
-    // The client belongs to the framework: it is neither kept nor deleted here.
+    // The client belongs to the framework: it is neither kept nor deleted here. None is there while the
+    // mobile synchronisation module is not.
     KELClientInterface* const client =
         KELClientInterface::getSessionBusClient(QStringLiteral("tov.base.sync_mobile_app"), nullptr);
     if (client == nullptr) {
@@ -34,8 +36,6 @@ void reportConnection(bool connected, unsigned long long addr)
     writeItem(*client, QStringLiteral(":result:sync_mobile_app:sync_mobile_reg_module:deviceConnStatus:"),
               createSyncMobileKelItemConnStatus(connected, addr).toVariant());
 }
-
-} // namespace
 
 void BluetoothModule::onMTConnectionEstablished(const QDBusVariant& v)
 {

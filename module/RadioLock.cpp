@@ -41,7 +41,7 @@ std::string BluetoothModule::RequestBluetooth(std::string params)
         return "Failure";
     }
 
-    ServerItem& enabled = *config(EnabledConfig);
+    ServerItem& enabled = *config(enabledConfig());
     if (lockOwnerPid == 0 && mode != 0) {
         lendRadio(pid, mode, enabled);
         return "Success";

@@ -30,7 +30,7 @@ std::string localName()
     std::string name = DefaultName;
     if (FILE* const output = popen("hostname", "r"); output != nullptr) {
         std::array<char, 128> line{};
-        // The line end stays in the name; controllers are used to it.
+        // The line end stays in the name.
         if (fgets(line.data(), static_cast<int>(line.size()), output) != nullptr) {
             name = std::string("TORLO-") + line.data();
         }
@@ -49,7 +49,7 @@ void BluetoothModule::Enable()
     }
 
     const std::string name = localName();
-    // Not every radio needs the firmware: a failed copy is no reason to leave the radio off.
+    // Whether it worked is not asked.
     [[maybe_unused]] const int copied = std::system("cp /lib/firmware/FCC.bts /tmp/bt.bts");
 
     // The raw result: a failed fork leaves -1, so that the next call tries again.
@@ -59,8 +59,7 @@ void BluetoothModule::Enable()
         prctl(PR_SET_PDEATHSIG, SIGTERM);
         execl(Controller, Controller, name.empty() ? DefaultName : name.c_str(), "1", "1", nullptr);
         perror("Exec failed blue_controller bluetoothmod");
-        // The copy of the server goes back to the caller like the server itself: what becomes of it is for
-        // the host to decide, which alone knows how to leave.
+        // The copy of the server goes back to the caller, like the server itself; the host ends it.
         return;
     }
     if (controllerPid < 0) {
@@ -86,7 +85,7 @@ void BluetoothModule::Disable()
 void BluetoothModule::cycleRadio()
 {
     cyclingRadio = !cyclingRadio;
-    ServerItem* const enabled = config(EnabledConfig);
+    ServerItem* const enabled = config(enabledConfig());
     const bool wasEnabled = enabled->value().toBool();
     if (radioSwitchInhibited) {
         return;
@@ -100,7 +99,7 @@ void BluetoothModule::cycleRadio()
 bool BluetoothModule::checkShutdownLockFile()
 {
     const QFileInfo marker(shutdownLockFile);
-    // The marker is a file; a folder of its name marks nothing and may hold somebody's work, so it stays.
+    // Only a regular file is the marker; a folder of its name stays.
     if (!marker.exists() || !marker.isFile()) {
         return false;
     }

@@ -43,7 +43,7 @@ constexpr std::array<Symbol, 5> RadioStates{ {
     { QT_TRANSLATE_NOOP("BluetoothModule", "On"), "BLUETOOTHSTATUS_ON", 3 },
     { QT_TRANSLATE_NOOP("BluetoothModule", "Stopping"), "BLUETOOTHSTATUS_STOPPING", 4 },
 } };
-// The prefix is that of the radio's status; expressions of other modules name these symbols.
+// The prefix is that of the radio's status, and stays so.
 constexpr std::array<Symbol, 3> ScanStates{ {
     { QT_TRANSLATE_NOOP("BluetoothModule", "Never Scanned"), "BLUETOOTHSTATUS_NEVERSCANNED", 0 },
     { QT_TRANSLATE_NOOP("BluetoothModule", "Scanning"), "BLUETOOTHSTATUS_SCANNING", 1 },
@@ -73,30 +73,30 @@ void fill(EnumType& type, const std::array<Symbol, Size>& symbols)
 }
 
 // A row applies while the radio is usable and the row holds an address; an emptied row disappears by that.
-// Comparing with "0" and 0 as well covers an address that a client sees as a number.
-const QString ScanRow =
-    QStringLiteral("((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value)"
-                   " && (res.scanresultsAddr_%1.value != \"\") && (res.scanresultsAddr_%1.value != \"0\")"
-                   " && (res.scanresultsAddr_%1.value != 0))");
-const QString PairedRow =
-    QStringLiteral("((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value)"
-                   " && (res.pairlistAddr_%1.value != \"\") && (res.pairlistAddr_%1.value != \"0\")"
-                   " && (res.pairlistAddr_%1.value != 0))");
-const QString RadioUsable =
-    QStringLiteral("((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value))");
-const QString AndPairing =
-    QStringLiteral("&& ((res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_OUTGOING)"
-                   " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_INCOMING)"
-                   " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_PINNEEDED)"
-                   " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_NEEDCONFIRMATION)"
-                   " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_FINISHING)"
-                   " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_NEEDSIMPLECONFIRMATION))");
+constexpr QLatin1String
+    ScanRow("((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value)"
+            " && (res.scanresultsAddr_%1.value != \"\") && (res.scanresultsAddr_%1.value != \"0\")"
+            " && (res.scanresultsAddr_%1.value != 0))");
+constexpr QLatin1String
+    PairedRow("((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value)"
+              " && (res.pairlistAddr_%1.value != \"\") && (res.pairlistAddr_%1.value != \"0\")"
+              " && (res.pairlistAddr_%1.value != 0))");
+constexpr QLatin1String
+    RadioUsable("((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value))");
+constexpr QLatin1String
+    AndPairing("&& ((res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_OUTGOING)"
+               " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_INCOMING)"
+               " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_PINNEEDED)"
+               " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_NEEDCONFIRMATION)"
+               " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_FINISHING)"
+               " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_NEEDSIMPLECONFIRMATION))");
 
-QStringList forEachRow(const QString& expression, int rows)
+QStringList forEachRow(QLatin1String expression, int rows)
 {
+    const QString pattern = expression;
     QStringList expressions;
     for (int row = 0; row < rows; ++row) {
-        expressions.append(expression.arg(row));
+        expressions.append(pattern.arg(row));
     }
     return expressions;
 }
@@ -107,14 +107,14 @@ void BluetoothModule::createResults()
 {
     const QStringList scanRows = forEachRow(ScanRow, ListSize);
     for (const TextItem& item : ScanTexts) {
-        addStringResult(QLatin1String(item.id), tr(item.label), QString(), concatForInstances(scanRows),
-                        ListSize, EMPTYQS);
+        addStringResult(QLatin1String(item.id), tr(item.label), QStringLiteral(""),
+                        concatForInstances(scanRows), ListSize, EMPTYQS);
     }
 
     const QStringList pairedRows = forEachRow(PairedRow, ListSize);
     for (const TextItem& item : PairedTexts) {
-        addStringResult(QLatin1String(item.id), tr(item.label), QString(), concatForInstances(pairedRows),
-                        ListSize, EMPTYQS);
+        addStringResult(QLatin1String(item.id), tr(item.label), QStringLiteral(""),
+                        concatForInstances(pairedRows), ListSize, EMPTYQS);
     }
     EnumType connectionState(QStringLiteral("eBlueConnectionStatus"), nullptr);
     fill(connectionState, ConnectionStates);
@@ -131,9 +131,11 @@ void BluetoothModule::createResults()
     fill(pairState, PairStates);
     addEnumResult(QStringLiteral("pairstate"), tr("Pairing State"), 0, pairState, RadioUsable, 1);
 
-    addResult(QStringLiteral("confirmationcode"), tr("Confirmation Code"), QString(), RadioUsable, 1);
-    addResult(QStringLiteral("pendingpair"), tr("Pending Pair"), QString(), RadioUsable + AndPairing, 1);
-    addStringResult(QStringLiteral("connectedwifeds"), tr("Connected Wi-FEDs"), QString(),
+    addResult(QStringLiteral("confirmationcode"), tr("Confirmation Code"), QStringLiteral(""), RadioUsable,
+              1);
+    addResult(QStringLiteral("pendingpair"), tr("Pending Pair"), QStringLiteral(""), QString(RadioUsable) + AndPairing,
+              1);
+    addStringResult(QStringLiteral("connectedwifeds"), tr("Connected Wi-FEDs"), QStringLiteral(""),
                     QStringLiteral("true"), 1, EMPTYQS);
     addBoolResult(QStringLiteral("isAnyDeviceConnected"), tr("Is any device connected"), false, EMPTYQS, 1,
                   EMPTYQS);

@@ -8,12 +8,12 @@
 
 void BluetoothModule::onServiceRegistered(const QString& name)
 {
-    if (name != DaemonService) {
+    if (name != daemonService()) {
         return;
     }
 
     // A proxy of an earlier registration stays a child of the module: Disable() alone deletes one.
-    bluetoothIf = new BluetoothIf(DaemonService, QStringLiteral("/com/qarn/Bluetooth"),
+    bluetoothIf = new BluetoothIf(daemonService(), QStringLiteral("/com/qarn/Bluetooth"),
                                   QDBusConnection::systemBus(), this);
 
     struct Link
@@ -44,15 +44,15 @@ void BluetoothModule::onServiceRegistered(const QString& name)
 
     statUpdate();
     enableConfig();
-    setActionApplicable(ScanAction, true);
+    setActionApplicable(scanAction(), true);
 }
 
 void BluetoothModule::onServiceUnregistered(const QString& name)
 {
-    if (name != DaemonService) {
+    if (name != daemonService()) {
         return;
     }
-    setActionApplicable(ScanAction, false);
+    setActionApplicable(scanAction(), false);
     Disable();
     // While the radio is lent, or in an orderly shutdown, the daemon goes without the user having switched
     // the radio off. The marker is left where it is while the radio is lent.

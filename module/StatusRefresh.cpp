@@ -15,18 +15,18 @@ void BluetoothModule::statUpdate()
     setResult(QStringLiteral("status"), bluetoothIf->status(), true);
     setResult(QStringLiteral("scanstate"), bluetoothIf->scanState(), true);
     setResult(QStringLiteral("pairstate"), bluetoothIf->pairState(), true);
-    // Once more: a scan that ended during the reads above is not shown as running.
+    // Read and written a second time: the sequence is fixed.
     setResult(QStringLiteral("scanstate"), bluetoothIf->scanState(), true);
 
-    // The state is read anew for each comparison, so that one which settles meanwhile still counts.
+    // Read anew for each comparison; the first that fits is the last read.
     const bool settled =
         std::any_of(SettledPairStates.begin(), SettledPairStates.end(),
                     [this](int settledState) { return bluetoothIf->pairState() == settledState; });
-    setActionApplicable(ScanAction, settled);
+    setActionApplicable(scanAction(), settled);
 
     setResult(QStringLiteral("confirmationcode"), bluetoothIf->confirmationCode(), true);
-    // A refresh ends what was pending; the daemon announces the next one.
-    setResult(QStringLiteral("pendingpair"), QString(), true);
+    // The daemon's own is not read: a refresh always clears it.
+    setResult(QStringLiteral("pendingpair"), QStringLiteral(""), true);
     setConfig(QStringLiteral("myname"), bluetoothIf->myName(), true);
 
     const ScanResults scanResults = bluetoothIf->scanResults();

@@ -14,8 +14,8 @@ qulonglong AddressHelper::str2int(QString text)
         return 0;
     }
 
-    // The last field alone is not masked: what exceeds a byte carries into the others, which callers count
-    // on. Unsigned all the way, so that a negative last field wraps instead of overflowing.
+    // The last field alone is not masked: what exceeds a byte carries into the others. Unsigned all the way,
+    // so that a negative last field wraps instead of overflowing.
     qulonglong address = 0;
     for (int i = 0; i < FieldCount - 1; ++i) {
         const auto field = static_cast<qulonglong>(fields.at(i).toLongLong(nullptr, HexBase));

@@ -23,7 +23,7 @@ class IPC_EXPORT EnumType : public QObject
 {
     Q_OBJECT
 public:
-    explicit EnumType(QString name, QObject* parent = nullptr);
+    explicit EnumType(const QString& name, QObject* parent = nullptr);
     ~EnumType() override;
 
     /// Appends a value; the order of the calls is the order in which clients list the values.

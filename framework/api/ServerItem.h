@@ -22,7 +22,7 @@ public:
     ServerItem(const ServerItem&) = delete;
     ServerItem& operator=(const ServerItem&) = delete;
 
-    [[nodiscard]] QVariant value() const;
+    [[nodiscard]] QVariant value();
 
     /// Stores a value, converted to the item's type where that is possible. Announces itemChanged() at once
     /// when the item is observed, also for the value that it has already.

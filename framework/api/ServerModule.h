@@ -122,9 +122,9 @@ public:
     /// From here on every write to the config announces itself with itemChanged().
     void observeItem(const QString& id);
 
-    [[nodiscard]] bool configExists(const QString& id) const;
+    [[nodiscard]] bool configExists(const QString& id);
     /// The config of that name; for an unknown name a warning and an item that is nowhere published.
-    [[nodiscard]] ServerItem* config(const QString& id) const;
+    [[nodiscard]] ServerItem* config(const QString& id);
 
     /// Writes of the module's own: not checked against any limit. @param announce see ServerItem::setValue().
     void setConfig(const QString& id, const QVariant& value, bool announce);

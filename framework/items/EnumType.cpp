@@ -1,10 +1,8 @@
 #include "EnumType.h"
 
-#include <utility>
-
-EnumType::EnumType(QString name, QObject* parent)
+EnumType::EnumType(const QString& name, QObject* parent)
     : QObject(parent)
-    , m_name(std::move(name))
+    , m_name(name)
 {
 }
 

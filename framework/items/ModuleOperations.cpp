@@ -111,12 +111,12 @@ void ServerModule::observeItem(const QString& id)
         item->isObserved = true;
 }
 
-bool ServerModule::configExists(const QString& id) const
+bool ServerModule::configExists(const QString& id)
 {
     return m_items->find(ItemKind::Config, id) != nullptr;
 }
 
-ServerItem* ServerModule::config(const QString& id) const
+ServerItem* ServerModule::config(const QString& id)
 {
     if (const Item* item = m_items->findOrWarn(ItemKind::Config, id))
         return m_items->handle(*item);

@@ -10,7 +10,7 @@ ServerItem::ServerItem(std::shared_ptr<ipc::Item> item)
 
 ServerItem::~ServerItem() = default;
 
-QVariant ServerItem::value() const
+QVariant ServerItem::value()
 {
     ipc::leaveIfForked();
     return m_item->value();

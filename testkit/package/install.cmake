@@ -4,7 +4,7 @@
 set(TESTKIT_PROGRAMS bluesim bluetoothlauncher bluetoothtour bluetoothworld itemctl simctl sync_mobile_app)
 set(TESTKIT_LIBRARIES bluetooth-entry bluetooth-wrapper ipc)
 set_target_properties(${TESTKIT_PROGRAMS} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")
-set_target_properties(${TESTKIT_LIBRARIES} PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(bluetooth-entry ipc PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS ${TESTKIT_PROGRAMS} ${TESTKIT_LIBRARIES} bluetooth-testkit bluetooth_world
     RUNTIME DESTINATION bin COMPONENT testkit
     LIBRARY DESTINATION lib COMPONENT testkit NAMELINK_SKIP

@@ -21,7 +21,7 @@ public:
         setConfig("left", number, true);
         setConfig("right", number, true);
     }
-    [[nodiscard]] QPair<int, int> pair() const
+    [[nodiscard]] QPair<int, int> pair()
     {
         return { config("left")->value().toInt(), config("right")->value().toInt() };
     }

@@ -4,16 +4,19 @@
 
 #include <Ipc.h>
 
-#define HOOK_A isOffered
-#define HOOK_B beforeReading
-#define HOOK_C beforeWriting
-#define HOOK_D afterWriting
-#define HOOK_E nameTaken
-#define HOOK_F mayEnd
-#define HOOK_G clientCame
-#define HOOK_H idsChosen
-#define HOOK_I ending
-#define HOOK_J needsNoScreen
+// clang-format off
+#define FRAMEWORK_HOOKS                                                                                      \
+    bool isOffered() override { return true; } /* A */                                                       \
+    void beforeReading() override { } /* B */                                                                \
+    void beforeWriting() override { }                                                                        \
+    void afterWriting() override { }                                                                         \
+    void nameTaken() override { }                                                                            \
+    bool mayEnd() override { return true; } /* F */                                                          \
+    void clientCame(int /*clients*/) override { }                                                            \
+    void idsChosen() override { }                                                                            \
+    void ending() override { }                                                                               \
+    bool needsNoScreen() override { return true; }
+// clang-format on
 
 inline void writeItem(KELClientInterface& client, const QString& item, const QVariant& value)
 {

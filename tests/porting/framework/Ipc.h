@@ -1,10 +1,14 @@
 // Another release of the service framework, as far as the module uses it: one header instead of several,
-// other names for what only a release names, operations that are not const, plain enumerations. Enough to
-// build against; nothing of it is ever called.
+// other names for what only a release names, plain enumerations. It keeps the values and writes down every
+// call; READER is empty, or const for a release whose readers are const.
 #pragma once
 
+#include "Record.h"
+
 #include <QList>
+#include <QMap>
 #include <QObject>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -16,14 +20,46 @@
 #include <memory>
 #include <string>
 
+#ifndef READER
+#define READER
+#endif
+
+class ServerModule;
+
 class Q_DECL_EXPORT ServerItem
 {
 public:
-    QVariant value() const { return {}; }
-    bool setValue(const QVariant&, bool) { return false; }
-    void setRange(const QVariant&, const QVariant&) { }
-    void setRegularExpression(const QString&) { }
-    void setApplicable(bool, bool) { }
+    ServerItem(ServerModule& module, const QString& id, const QVariant& value)
+        : m_module(module)
+        , m_id(id)
+        , m_value(value)
+    {
+    }
+    QVariant value() READER
+    {
+        recording::record("value", m_id, "->", m_value);
+        return m_value;
+    }
+    bool setValue(const QVariant& value, bool flag)
+    {
+        recording::record("setValue", m_id, value, flag);
+        store(value);
+        return true;
+    }
+    void setRange(const QVariant& minimum, const QVariant& maximum)
+    {
+        recording::record("setRange", m_id, minimum, maximum);
+    }
+    void setRegularExpression(const QString& text) { recording::record("setRegularExpression", m_id, text); }
+    void setApplicable(bool first, bool second) { recording::record("setApplicable", m_id, first, second); }
+
+    void store(const QVariant& value);
+    bool observed = false;
+
+private:
+    ServerModule& m_module;
+    QString m_id;
+    QVariant m_value;
 };
 
 class Q_DECL_EXPORT EnumType : public QObject
@@ -33,20 +69,24 @@ public:
         : QObject(parent)
     {
         setObjectName(name);
+        recording::record("EnumType", name, parent == nullptr ? "no parent" : "parent");
     }
-    void add(const QString&, const QString&, int) { }
+    void add(const QString& label, const QString& symbol, int value)
+    {
+        recording::record("  add", label, symbol, value);
+    }
 };
 
 class Q_DECL_EXPORT ServerModule : public QObject
 {
     Q_OBJECT
 public:
-    static inline const QString EMPTYQS;
+    static inline const QString EMPTYQS = "";
     using Items = QList<ServerItem*>;
     ServerModule(const QString& moduleName, QObject* parent)
         : QObject(parent)
     {
-        setObjectName(moduleName);
+        recording::record("ServerModule", moduleName, parent == nullptr ? "no parent" : "parent");
     }
 
     virtual QString dbusAddress() { return {}; }
@@ -64,48 +104,127 @@ public:
     virtual void halt() { }
     virtual bool mayEnd() { return false; }
     virtual void slotLastConfigLoaded() { }
-    virtual void clientCame() { }
+    virtual void clientCame(int) { }
     virtual QStringList computeSaveConfigIds() { return {}; }
     virtual void idsChosen() { }
     virtual void ending() { }
 
-    Items addConfig(const QString&, const QString&, const QVariant&, const QString&, unsigned) { return {}; }
-    Items addStringConfig(const QString&, const QString&, const QString&, const QString&, unsigned,
-                          const QString&)
+    Items addConfig(const QString& id, const QString& label, const QVariant& value, const QString& applicable,
+                    unsigned instances)
     {
-        return {};
+        recording::record("addConfig", id, label, value, applicable, instances);
+        return add(id, value);
     }
-    Items addResult(const QString&, const QString&, const QVariant&, const QString&, unsigned) { return {}; }
-    Items addStringResult(const QString&, const QString&, const QString&, const QString&, unsigned,
-                          const QString&)
+    Items addStringConfig(const QString& id, const QString& label, const QString& text,
+                          const QString& applicable, unsigned instances, const QString& further)
     {
-        return {};
+        recording::record("addStringConfig", id, label, text, applicable, instances, further);
+        return add(id, text);
     }
-    Items addBoolResult(const QString&, const QString&, bool, const QString&, unsigned, const QString&)
+    void addResult(const QString& id, const QString& label, const QVariant& value, const QString& applicable,
+                   unsigned instances)
     {
-        return {};
+        recording::record("addResult", id, label, value, applicable, instances);
     }
-    Items addEnumResult(const QString&, const QString&, int, const EnumType&, const QString&, unsigned)
+    void addStringResult(const QString& id, const QString& label, const QString& text,
+                         const QString& applicable, unsigned instances, const QString& further)
     {
-        return {};
+        recording::record("addStringResult", id, label, text, applicable, instances, further);
     }
-    static QString concatForInstances(const QStringList&) { return {}; }
-    void AddActionNullParam(const QString&, const QString&, const boost::function<void()>&) { }
-    void AddActionStringParam(const QString&, const QString&,
-                              const boost::function<std::string(const std::string&)>&)
+    void addBoolResult(const QString& id, const QString& label, bool value, const QString& applicable,
+                       unsigned instances, const QString& further)
     {
+        recording::record("addBoolResult", id, label, value, applicable, instances, further);
     }
-    void markConfigAsPrivate(const QString&) { }
-    void observeItem(const QString&) { }
-    bool configExists(const QString&) { return false; }
-    ServerItem* config(const QString&) { return nullptr; }
-    bool setConfig(const QString&, const QVariant&, bool) { return false; }
-    bool setResult(const QString&, const QVariant&, bool) { return false; }
-    void setActionApplicable(const QString&, bool) { }
+    void addEnumResult(const QString& id, const QString& label, int value, const EnumType& type,
+                       const QString& applicable, unsigned instances)
+    {
+        recording::record("addEnumResult", id, label, value, type.objectName(), applicable, instances);
+    }
+    /// "each of 32: " and the first expression with "%1" for its number, where the others are like it.
+    static QString concatForInstances(const QStringList& expressions)
+    {
+        const QString pattern = expressions.value(0).replace("_0.", "_%1.");
+        bool alike = true;
+        for (int i = 0; i < expressions.size(); ++i)
+            alike = alike && expressions[i] == QString(pattern).replace("%1", QString::number(i));
+        const QString packed = alike ? QString("each of %1: ").arg(expressions.size()) + pattern
+                                     : expressions.join(" ; ");
+        recording::record("concatForInstances", packed);
+        return packed;
+    }
+    void AddActionNullParam(const QString& id, const QString& label, const boost::function<void()>& handler)
+    {
+        recording::record("AddActionNullParam", id, label);
+        commands[id] = handler;
+    }
+    void AddActionStringParam(const QString& id, const QString& label,
+                              const boost::function<std::string(const std::string&)>& handler)
+    {
+        recording::record("AddActionStringParam", id, label);
+        textCommands[id] = handler;
+    }
+    void markConfigAsPrivate(const QString& id) { recording::record("markConfigAsPrivate", id); }
+    void observeItem(const QString& id)
+    {
+        recording::record("observeItem", id);
+        item(id)->observed = true;
+    }
+    bool configExists(const QString& id) READER
+    {
+        recording::record("configExists", id);
+        return m_items.find(id) != m_items.end();
+    }
+    ServerItem* config(const QString& id) READER
+    {
+        recording::record("config", id);
+        return item(id);
+    }
+    bool setConfig(const QString& id, const QVariant& value, bool flag)
+    {
+        recording::record("setConfig", id, value, flag);
+        if (ServerItem* const config = item(id))
+            config->store(value);
+        return true;
+    }
+    bool setResult(const QString& id, const QVariant& value, bool flag)
+    {
+        recording::record("setResult", id, value, flag);
+        return true;
+    }
+    void setActionApplicable(const QString& address, bool applicable)
+    {
+        recording::record("setActionApplicable", address, applicable);
+    }
+
+    // For those who look at it.
+    std::map<QString, boost::function<void()>> commands;
+    std::map<QString, boost::function<std::string(const std::string&)>> textCommands;
 
 Q_SIGNALS:
     void itemChanged(const QString& id);
+
+private:
+    Items add(const QString& id, const QVariant& value)
+    {
+        const QString address = ":config:bluetoothlauncher:bluetooth:" + id + ':';
+        m_items[id] = m_items[address] = std::make_shared<ServerItem>(*this, address, value);
+        return { item(id) };
+    }
+    ServerItem* item(const QString& id) const
+    {
+        const auto found = m_items.find(id);
+        return found == m_items.end() ? nullptr : found->second.get();
+    }
+    std::map<QString, std::shared_ptr<ServerItem>> m_items; ///< by id and by address
 };
+
+inline void ServerItem::store(const QVariant& value)
+{
+    m_value = value;
+    if (observed)
+        Q_EMIT m_module.itemChanged(m_id);
+}
 
 class Q_DECL_EXPORT RegistrationModule : public ServerModule
 {
@@ -130,13 +249,19 @@ using KelAggregateDescriptor = std::map<std::string, KELItemStatusFlags>;
 class Q_DECL_EXPORT KelAggregate
 {
 public:
-    explicit KelAggregate(std::shared_ptr<const KelAggregateDescriptor>) { }
+    explicit KelAggregate(std::shared_ptr<const KelAggregateDescriptor> descriptor)
+    {
+        recording::record("KelAggregate");
+        for (const auto& [name, flags] : *descriptor)
+            recording::record("  declares", name, "0x" + QString::number(flags, 16));
+    }
     template <typename T>
     void setPropertyValue(const std::string& name, const T& value)
     {
+        recording::record("setPropertyValue", name, value);
         m_values[name] = value;
     }
-    QVariant toVariant() const { return {}; }
+    QVariant toVariant() const { return "the record"; }
 
 private:
     std::map<std::string, boost::any> m_values;
@@ -145,6 +270,16 @@ private:
 class Q_DECL_EXPORT KELClientInterface
 {
 public:
-    static KELClientInterface* getSessionBusClient(const QString&, QObject*) { return {}; }
-    bool store(const QVariant&, const QString&) { return false; }
+    static inline bool isThere = true;
+    static KELClientInterface* getSessionBusClient(const QString& name, QObject* parent)
+    {
+        recording::record("getSessionBusClient", name, parent == nullptr ? "no parent" : "parent");
+        static KELClientInterface client;
+        return isThere ? &client : nullptr;
+    }
+    bool store(const QVariant& value, const QString& item)
+    {
+        recording::record("store", item, value);
+        return true;
+    }
 };
