@@ -145,7 +145,7 @@ void Parser::addWaiters()
     addNames(wait, "CONDITION", "ITEM=VALUE, ITEM!=VALUE, ITEM~REGEX, ITEM:applicable or ITEM:inapplicable",
              true);
     addTimeout(wait, "How long to wait (default: 10)");
-    add(Command::Top, "top", "A live view of the items; Enter triggers an action, space switches a config");
+    add(Command::Top, "top", "A live view of the items; Enter triggers an action or edits a setting");
 }
 
 Request Parser::request() const
