@@ -1,6 +1,6 @@
 # Builds the module as a device team does: against headers and a library from outside, which here are another
 # release of the framework, with module/Framework.h as the only file that is touched.
-#   cmake -DROOT=… -DSCRATCH=… -DGENERATOR=… -DCOMPILER=… -DHEADERS=… -DLIBRARY=… -P PortingTest.cmake
+#   cmake -DROOT=… -DSCRATCH=… -DGENERATOR=… -DCOMPILER=… -DHEADERS=… -DLIBRARY=… -DOURS=… -P PortingTest.cmake
 cmake_minimum_required(VERSION 3.25)
 file(REMOVE_RECURSE ${SCRATCH})
 file(MAKE_DIRECTORY ${SCRATCH})
@@ -60,4 +60,20 @@ foreach(name "soname: [libbluetooth-wrapper.so.0]" "library: [libipc.so.1]")
         give_up("no ${name} in\n${RUN_OUTPUT}")
     endif()
 endforeach()
+if(RUN_OUTPUT MATCHES "RPATH|RUNPATH")
+    give_up("the library names a folder to search:\n${RUN_OUTPUT}")
+endif()
+
+# What a device's team installs, and asks before it drops a file of ours in.
+run(${CMAKE_COMMAND} --install ${SCRATCH}/build --component library --prefix ${SCRATCH}/device)
+file(GLOB_RECURSE installed RELATIVE ${SCRATCH}/device ${SCRATCH}/device/*)
+if(NOT installed MATCHES "libbluetooth-wrapper.so;.*libbluetooth-wrapper.so.0$")
+    give_up("installed is ${installed}")
+endif()
+run(${ROOT}/module/compare-symbols ${LIBRARY} ${SCRATCH}/build/lib/libbluetooth-wrapper.so.0)
+execute_process(COMMAND ${ROOT}/module/compare-symbols ${LIBRARY} ${OURS}
+    OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE status)
+if(NOT status EQUAL 1 OR NOT output MATCHES "\nServerModule::setResult\\(" OR NOT output MATCHES "IPC_FRAMEWORK=system")
+    give_up("a library for another framework is compared with ${status}:\n${output}")
+endif()
 file(REMOVE_RECURSE ${SCRATCH})

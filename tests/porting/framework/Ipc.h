@@ -29,7 +29,7 @@ class ServerModule;
 class Q_DECL_EXPORT ServerItem
 {
 public:
-    ServerItem(ServerModule& module, const QString& id, const QVariant& value)
+    ServerItem(const ServerModule& module, const QString& id, const QVariant& value)
         : m_module(module)
         , m_id(id)
         , m_value(value)
@@ -57,7 +57,7 @@ public:
     bool observed = false;
 
 private:
-    ServerModule& m_module;
+    const ServerModule& m_module;
     QString m_id;
     QVariant m_value;
 };
@@ -141,16 +141,17 @@ public:
     {
         recording::record("addEnumResult", id, label, value, type.objectName(), applicable, instances);
     }
-    /// "each of 32: " and the first expression with "%1" for its number, where the others are like it.
+    /// Written down as the first expression with "%1" for its number, where the others are like it.
     static QString concatForInstances(const QStringList& expressions)
     {
         const QString pattern = expressions.value(0).replace("_0.", "_%1.");
         bool alike = true;
-        for (int i = 0; i < expressions.size(); ++i)
+        for (int i = 0; i < expressions.size(); ++i) {
             alike = alike && expressions[i] == QString(pattern).replace("%1", QString::number(i));
-        const QString packed = alike ? QString("each of %1: ").arg(expressions.size()) + pattern
-                                     : expressions.join(" ; ");
-        recording::record("concatForInstances", packed);
+        }
+        const QString packed = QString("packed %1").arg(recording::lines().filter("packed ").size() / 2 + 1);
+        recording::record("concatForInstances", expressions.size(), alike ? pattern : expressions.join(" ; "),
+                          "->", packed);
         return packed;
     }
     void AddActionNullParam(const QString& id, const QString& label, const boost::function<void()>& handler)
@@ -173,12 +174,14 @@ public:
     bool configExists(const QString& id) READER
     {
         recording::record("configExists", id);
-        return m_items.find(id) != m_items.end();
+        return item(id) != nullptr;
     }
     ServerItem* config(const QString& id) READER
     {
         recording::record("config", id);
-        return item(id);
+        // One that is not of this module is true.
+        const auto other = std::make_shared<ServerItem>(*this, id, true);
+        return m_items.emplace(id, other).first->second.get();
     }
     bool setConfig(const QString& id, const QVariant& value, bool flag)
     {
@@ -216,14 +219,14 @@ private:
         const auto found = m_items.find(id);
         return found == m_items.end() ? nullptr : found->second.get();
     }
-    std::map<QString, std::shared_ptr<ServerItem>> m_items; ///< by id and by address
+    mutable std::map<QString, std::shared_ptr<ServerItem>> m_items; ///< by id and by address
 };
 
 inline void ServerItem::store(const QVariant& value)
 {
     m_value = value;
     if (observed)
-        Q_EMIT m_module.itemChanged(m_id);
+        Q_EMIT const_cast<ServerModule&>(m_module).itemChanged(m_id);
 }
 
 class Q_DECL_EXPORT RegistrationModule : public ServerModule

@@ -6,12 +6,21 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <functional>
+
 namespace recording {
 
 inline QStringList& lines()
 {
     static QStringList all;
     return all;
+}
+
+/// Runs before each line: what was seen elsewhere meanwhile comes first.
+inline std::function<void()>& before()
+{
+    static std::function<void()> look;
+    return look;
 }
 
 inline QString shown(const QString& text)
@@ -40,8 +49,9 @@ inline QString shown(unsigned long long number)
 }
 inline QString shown(const QVariant& value)
 {
-    if (!value.isValid())
+    if (!value.isValid()) {
         return "(invalid)";
+    }
     const QString text = value.userType() == QMetaType::QString ? shown(value.toString()) : value.toString();
     return QString("(%1)%2").arg(value.typeName(), text);
 }
@@ -53,6 +63,9 @@ inline QString shown(const std::string& text)
 template <typename... Arguments>
 void record(const char* operation, const Arguments&... arguments)
 {
+    if (before()) {
+        before()();
+    }
     lines() << QStringList{ operation, shown(arguments)... }.join(' ');
 }
 
