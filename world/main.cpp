@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 #include "Descendants.h"
+#include "EverydayOutput.h"
 #include "Foreground.h"
 #include "Terminal.h"
 #include "World.h"
@@ -10,7 +11,9 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -25,11 +28,18 @@ void say(const QString& text)
 
 void showOutput(const world::World& world)
 {
-    const QString output = world.output();
+    const QString output = world::withoutEverydayLines(world.output());
     if (!output.isEmpty()) {
         say(QStringLiteral("buses, host and controller said:"));
         std::fputs(qPrintable(output), stderr);
     }
+}
+
+/// Whether a status is that of a program which was told to end: by Ctrl-C, or because nobody reads on.
+bool wasEnded(int status)
+{
+    const auto signals = { SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM };
+    return std::find(signals.begin(), signals.end(), status - 128) != signals.end();
 }
 
 /// Whether this machine's radio is there, and why not, is told by its controller alone.
@@ -93,7 +103,7 @@ int runWorld(const world::CommandLine& line, const world::PrivateFilesystem& fil
     if (!hostRan) {
         say(QStringLiteral("the host ended by itself while %1 ran").arg(line.command.first()));
     }
-    if (!hostRan || (line.isTour && status != 0)) {
+    if (!hostRan || (line.isTour && status != 0 && !wasEnded(status))) {
         showOutput(world);
     } else if (line.machineBus) {
         showRadio(world);
