@@ -2,6 +2,8 @@
 
 #include <termios.h>
 
+#include <optional>
+
 namespace world {
 
 /// The terminal, if there is one, as it was: a command that a signal ended may have left it in raw mode, or
@@ -15,8 +17,7 @@ public:
     Terminal& operator=(const Terminal&) = delete;
 
 private:
-    bool m_present = false;
-    termios m_before{};
+    std::optional<termios> m_before; ///< none when there is no terminal, or another group has it
 };
 
 } // namespace world

@@ -146,7 +146,7 @@ void Parser::addWaiters()
     addNames(wait, "CONDITION", "ITEM=VALUE, ITEM!=VALUE, ITEM~REGEX, ITEM:applicable or ITEM:inapplicable",
              true);
     addTimeout(wait, "How long to wait (default: 10)");
-    add(Command::Top, "top", "A live view of the items; Enter triggers an action, space switches a config")
+    add(Command::Top, "top", "A live view of the items; Enter triggers an action or edits a setting")
         ->add_option("--notices", m_arguments.notices, "Show the lines that come from this descriptor")
         ->check(CLI::NonNegativeNumber)
         ->group(""); // for whoever starts the view in the terminal's place

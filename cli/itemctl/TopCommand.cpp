@@ -1,13 +1,15 @@
 #include "Commands.h"
+#include "Description.h"
 #include "LiveItems.h"
 #include "Notices.h"
 #include "TerminalSignals.h"
+#include "TopHighlights.h"
+#include "TopPrompt.h"
 #include "TopScreen.h"
+#include "ValueText.h"
 #include "common/DisplayText.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QHash>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -17,8 +19,16 @@
 namespace itemctl {
 namespace {
 
-constexpr std::chrono::milliseconds HighlightTime{ 1'500 };
-const QLatin1String Keys("arrows select  Enter triggers  space switches  e enabled  q quits");
+constexpr int LatestChanges = 8;
+const QLatin1String Keys("arrows select  Enter triggers or edits  space switches  e enabled  q quits");
+
+QStringList labelsOf(const ipc::EnumValues& values)
+{
+    QStringList labels;
+    for (const EnumValue& value : values)
+        labels += value.label;
+    return labels;
+}
 
 /// The live view: everything that it does is the answer to a key, a signal of a server or the end of a
 /// highlight.
@@ -33,15 +43,18 @@ private:
     void followItems();
     void handleSignals(const TerminalSignals& signals);
     void handle(const KeyPress& press);
+    void handleText(const QString& text);
     void handleInPrompt(const KeyPress& press);
     void move(int rows);
-    void trigger();
-    void triggerWith(const Item& action, const QString& text);
+    void enter();
+    void trigger(const Item& action, const QString& text);
+    void write(const Item& item, const QVariant& value);
     void toggle(const Item& item);
     void toggleEnabled();
-    void highlight(int position);
-    void endHighlights();
+    void noteChange(int position, Change change);
     void draw();
+    /// Shows a text in the last line, until the next key.
+    void say(const QString& text);
     [[nodiscard]] const Item* selectedItem() const;
 
     LiveItems& m_items;
@@ -49,14 +62,13 @@ private:
     QSocketNotifier m_keyboard{ STDIN_FILENO, QSocketNotifier::Read };
     QSocketNotifier m_signals;
     QTimer m_drawing; ///< gathers what one turn of the event loop brings
-    QTimer m_fading; ///< until the next highlight ends
     TopFrame m_frame;
+    TopHighlights m_highlights;
     QString m_selected; ///< address of the selected row's first item: rows come and go around it
     QString m_message;
     Notices* m_notices = nullptr;
-    std::optional<Item> m_prompted; ///< the action that a text is typed for
-    QString m_typed;
-    QHash<int, QDeadlineTimer> m_highlights; ///< by position
+    std::optional<TopPrompt> m_prompt;
+    QVector<int> m_latest; ///< single items that changed, the latest first: whatever is scrolled away
 };
 
 Top::Top(LiveItems& items, const TerminalSignals& signals)
@@ -65,11 +77,10 @@ Top::Top(LiveItems& items, const TerminalSignals& signals)
 {
     m_drawing.setSingleShot(true);
     connect(&m_drawing, &QTimer::timeout, this, [this] { draw(); });
-    m_fading.setSingleShot(true);
-    connect(&m_fading, &QTimer::timeout, this, [this] { endHighlights(); });
+    connect(&m_highlights, &TopHighlights::faded, this, [this] { draw(); });
     connect(&m_keyboard, &QSocketNotifier::activated, this, [this] {
         while (const auto press = m_screen.nextKey())
-            m_prompted ? handleInPrompt(*press) : handle(*press);
+            m_prompt ? handleInPrompt(*press) : handle(*press);
         m_drawing.start(0);
     });
     connect(&m_signals, &QSocketNotifier::activated, this, [this, &signals] { handleSignals(signals); });
@@ -79,17 +90,13 @@ Top::Top(LiveItems& items, const TerminalSignals& signals)
 
 void Top::followItems()
 {
-    const auto say = [this](const QString& message) {
-        m_message = message;
-        m_drawing.start(0);
-    };
-    connect(&m_items, &LiveItems::itemChanged, this, [this](int position) { highlight(position); });
-    connect(&m_items, &LiveItems::serverLeft, this, [say](const QString& server) {
+    connect(&m_items, &LiveItems::itemChanged, this, &Top::noteChange);
+    connect(&m_items, &LiveItems::serverLeft, this, [this](const QString& server) {
         say(QStringLiteral("server %1 left the bus; waiting for its return").arg(server));
     });
     connect(&m_items, &LiveItems::serverReturned, this,
-            [say](const QString& server) { say(QStringLiteral("server %1 is back").arg(server)); });
-    connect(&m_items, &LiveItems::failed, this, [say](const Failure& failure) { say(failure.message); });
+            [this](const QString& server) { say(QStringLiteral("server %1 is back").arg(server)); });
+    connect(&m_items, &LiveItems::failed, this, [this](const Failure& failure) { say(failure.message); });
     connect(&m_items, &LiveItems::busLost, this,
             [] { QCoreApplication::exit(static_cast<int>(ExitStatus::NoServer)); });
 }
@@ -97,10 +104,7 @@ void Top::followItems()
 void Top::follow(Notices& notices)
 {
     m_notices = &notices;
-    connect(&notices, &Notices::came, this, [this](const QString& line) {
-        m_message = line;
-        m_drawing.start(0);
-    });
+    connect(&notices, &Notices::came, this, &Top::say);
 }
 
 void Top::handleSignals(const TerminalSignals& signals)
@@ -113,28 +117,22 @@ void Top::handleSignals(const TerminalSignals& signals)
     m_drawing.start(0);
 }
 
-void Top::highlight(int position)
+void Top::say(const QString& text)
 {
-    m_highlights[position].setRemainingTime(HighlightTime);
-    if (!m_fading.isActive())
-        m_fading.start(HighlightTime);
+    m_message = text;
     m_drawing.start(0);
 }
 
-void Top::endHighlights()
+void Top::noteChange(int position, Change change)
 {
-    auto next = std::chrono::nanoseconds::max();
-    for (auto highlight = m_highlights.begin(); highlight != m_highlights.end();) {
-        if (highlight->hasExpired()) {
-            highlight = m_highlights.erase(highlight);
-        } else {
-            next = std::min(next, highlight->remainingTimeAsDuration());
-            ++highlight;
-        }
+    m_highlights.add(position);
+    const Item& item = m_items.items()[position];
+    if (change.value && !item.index && !item.isAction()) {
+        m_latest.removeOne(position);
+        m_latest.prepend(position);
+        m_latest.resize(std::min(m_latest.size(), LatestChanges));
     }
-    if (!m_highlights.isEmpty())
-        m_fading.start(std::chrono::ceil<std::chrono::milliseconds>(next));
-    draw();
+    m_drawing.start(0);
 }
 
 void Top::draw()
@@ -153,10 +151,12 @@ void Top::draw()
         m_frame.selected = firstItem;
     if (const Item* item = selectedItem())
         m_selected = item->address;
-    m_frame.status = m_prompted ? QStringLiteral("text for %1: %2_").arg(m_prompted->id, m_typed)
-        : m_message.isEmpty()   ? Keys + QLatin1String(m_notices != nullptr ? "  n notices" : "")
-                                : escaped(m_message);
-    m_frame.highlighted = m_highlights.keys();
+    m_frame.changes = valuesLine(m_items.items(), m_latest);
+    m_frame.isTyped = m_prompt.has_value();
+    m_frame.status = m_prompt ? m_prompt->line()
+        : m_message.isEmpty() ? Keys + QLatin1String(m_notices != nullptr ? "  n notices" : "")
+                              : escaped(m_message);
+    m_frame.highlighted = m_highlights.positions();
     m_screen.draw(m_frame);
 }
 
@@ -169,13 +169,10 @@ const Item* Top::selectedItem() const
 
 void Top::move(int rows)
 {
-    const int step = rows < 0 ? -1 : 1;
-    const int last = m_frame.rows.size() - 1;
-    int at = std::clamp(m_frame.selected + rows, 0, std::max(0, last));
-    while (at > 0 && at <= last && m_frame.rows[at].isHeading())
-        at += step;
-    if (at > last || at < 0 || m_frame.rows[at].isHeading())
-        return;
+    const int at = rowAt(m_frame.rows, m_frame.selected, rows);
+    if (at < 0 || at == m_frame.selected)
+        return say(rows < 0 ? QStringLiteral("this is the first row")
+                            : QStringLiteral("this is the last row"));
     m_frame.selected = at;
     m_selected = selectedItem()->address;
 }
@@ -198,77 +195,88 @@ void Top::handle(const KeyPress& press)
     case Key::End:
         return move(m_frame.rows.size());
     case Key::Enter:
-        return trigger();
+        return enter();
     case Key::Text:
-        break;
-    default:
+        return handleText(press.text);
+    case Key::Resize:
         return;
+    default:
+        return say(QStringLiteral("this key does nothing; %1").arg(Keys));
     }
-    if (press.text == QLatin1String("q"))
+}
+
+void Top::handleText(const QString& text)
+{
+    if (text == QLatin1String("q"))
         QCoreApplication::quit();
-    else if (press.text == QLatin1String("n") && m_notices != nullptr)
-        m_message = m_notices->earlier();
-    else if (press.text == QLatin1String("e"))
+    else if (text == QLatin1String("n") && m_notices != nullptr)
+        say(m_notices->earlier());
+    else if (text == QLatin1String("e"))
         toggleEnabled();
-    else if (press.text == QLatin1String(" ") && selectedItem() != nullptr)
+    else if (text != QLatin1String(" "))
+        say(QStringLiteral("\"%1\" does nothing; %2").arg(text, Keys));
+    else if (selectedItem() != nullptr)
         toggle(*selectedItem());
 }
 
 void Top::handleInPrompt(const KeyPress& press)
 {
-    using Key = KeyPress::Key;
-    switch (press.key) {
-    case Key::Text:
-        m_typed += press.text;
-        break;
-    case Key::Backspace:
-        m_typed.chop(m_typed.size() > 1 && m_typed.at(m_typed.size() - 1).isLowSurrogate() ? 2 : 1);
-        break;
-    case Key::Escape:
-        m_prompted.reset();
-        break;
-    case Key::Enter: {
-        const Item action = *m_prompted;
-        m_prompted.reset();
-        triggerWith(action, m_typed);
-        break;
-    }
-    default:
-        break;
-    }
+    const TopPrompt::State state = m_prompt->handle(press);
+    if (state == TopPrompt::State::Open)
+        return;
+    const TopPrompt prompt = *m_prompt;
+    const Item& item = prompt.item();
+    m_prompt.reset();
+    if (state == TopPrompt::State::Left)
+        say(QStringLiteral("%1 is left as it was").arg(item.idWithIndex()));
+    else if (item.isAction())
+        trigger(item, prompt.text());
+    else
+        write(item, prompt.text());
 }
 
-void Top::trigger()
+void Top::enter()
 {
     const Item* item = selectedItem();
-    if (item == nullptr || !item->isAction())
-        return;
+    if (item == nullptr)
+        return say(QStringLiteral("there are no items"));
     const auto description = m_items.servers().clientOf(*item).describe(item->address);
-    if (!description) {
-        m_message = description.error().message;
-    } else if (description->value(QStringLiteral("takesText")).toBool()) {
-        m_prompted = *item;
-        m_typed.clear();
+    if (!description)
+        return say(description.error().message);
+    if (item->isAction()) {
+        if (!description->value(QStringLiteral("takesText")).toBool())
+            return trigger(*item, {});
+        m_prompt.emplace(*item);
+    } else if (!description->value(QStringLiteral("writable")).toBool()) {
+        say(QStringLiteral("%1 is a %2, which its server alone writes").arg(item->idWithIndex(), item->kind));
+    } else if (item->value.type() == QVariant::Bool) {
+        toggle(*item);
     } else {
-        triggerWith(*item, {});
+        m_prompt.emplace(*item, item->isEnumeration ? item->text : rawText(item->value),
+                         labelsOf(enumerationOf(*description)));
     }
 }
 
-void Top::triggerWith(const Item& action, const QString& text)
+void Top::trigger(const Item& action, const QString& text)
 {
     const auto reply = m_items.servers().clientOf(action).trigger(action.address, text);
-    m_message = !reply     ? reply.error().message
-        : reply->isEmpty() ? QStringLiteral("%1: done").arg(action.id)
-                           : QStringLiteral("%1: %2").arg(action.id, *reply);
+    say(!reply                 ? reply.error().message
+            : reply->isEmpty() ? QStringLiteral("%1: done").arg(action.id)
+                               : QStringLiteral("%1: %2").arg(action.id, *reply));
+}
+
+void Top::write(const Item& item, const QVariant& value)
+{
+    const auto done = m_items.servers().clientOf(item).set(item.address, value);
+    say(done ? QStringLiteral("%1: done").arg(item.idWithIndex()) : done.error().message);
 }
 
 void Top::toggle(const Item& item)
 {
-    if (item.kind != QLatin1String("config") || item.value.type() != QVariant::Bool)
-        return;
-    const auto done = m_items.servers().clientOf(item).set(item.address, !item.value.toBool());
-    if (!done)
-        m_message = done.error().message;
+    if (item.kind == QLatin1String("config") && item.value.type() == QVariant::Bool)
+        write(item, !item.value.toBool());
+    else
+        say(QStringLiteral("%1 is not true or false; space switches such settings").arg(item.idWithIndex()));
 }
 
 void Top::toggleEnabled()
@@ -277,6 +285,7 @@ void Top::toggleEnabled()
         if (item.id == QLatin1String("enabled"))
             return toggle(item);
     }
+    say(QStringLiteral("there is no item \"enabled\""));
 }
 
 } // namespace

@@ -89,4 +89,25 @@ QVector<TopRow> topRows(const Items& items)
     return rows;
 }
 
+int rowAt(const QVector<TopRow>& rows, int selected, int by)
+{
+    const int size = rows.size();
+    const int aimed = std::clamp(selected + by, 0, std::max(0, size - 1));
+    for (const int step : { by < 0 ? -1 : 1, by < 0 ? 1 : -1 }) {
+        for (int at = aimed; at >= 0 && at < size; at += step) {
+            if (!rows[at].isHeading())
+                return at;
+        }
+    }
+    return -1;
+}
+
+QString valuesLine(const Items& items, const QVector<int>& positions)
+{
+    QStringList texts;
+    for (const int position : positions)
+        texts += escaped(items[position].id) + QLatin1Char(' ') + shownValue(items[position]);
+    return texts.join(QStringLiteral(", "));
+}
+
 } // namespace itemctl

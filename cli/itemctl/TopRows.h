@@ -22,4 +22,11 @@ struct TopRow
 /// are empty, are left out.
 QVector<TopRow> topRows(const Items& items);
 
+/// The row that a selection gets to when it moves by some rows: it passes over headings, and stays among the
+/// rows. -1 when there is none.
+int rowAt(const QVector<TopRow>& rows, int selected, int by);
+
+/// "pairstate 3 (PIN Needed), enabled true": these items, as far as they have a value.
+QString valuesLine(const Items& items, const QVector<int>& positions);
+
 } // namespace itemctl

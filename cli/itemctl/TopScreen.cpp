@@ -68,6 +68,14 @@ void drawLine(int y, const QString& text, attr_t attributes)
     ::attrset(A_NORMAL);
 }
 
+QString endOf(const QString& text, int columns)
+{
+    QString end = text;
+    while (displayWidth(end) > columns)
+        end.remove(0, 1);
+    return end;
+}
+
 attr_t attributesOf(const TopRow& row, bool isSelected, const QList<int>& highlighted)
 {
     attr_t attributes = A_NORMAL;
@@ -118,24 +126,28 @@ TopScreen::~TopScreen()
 
 int TopScreen::rowsPerPage() const
 {
-    return std::max(1, LINES - 1);
+    return std::max(1, LINES - 2);
 }
 
 void TopScreen::draw(const TopFrame& frame)
 {
-    const QStringList status = statusLines(frame.status);
-    const int page = std::max(1, LINES - status.size());
+    const QStringList status =
+        frame.isTyped ? QStringList{ endOf(frame.status, COLS) } : statusLines(frame.status);
+    const bool hasChanges = LINES > status.size() + 1;
+    const int page = std::max(1, LINES - status.size() - (hasChanges ? 1 : 0));
     if (frame.selected >= 0)
         m_first = std::clamp(m_first, frame.selected - page + 1, frame.selected);
-    // The heading above the first row that can be selected is seen as well.
-    if (frame.selected == 1)
-        m_first = 0;
+    // The heading above the selected row is seen as well.
+    if (frame.selected > 0 && frame.selected == m_first && frame.rows[m_first - 1].isHeading())
+        --m_first;
     m_first = std::clamp(m_first, 0, std::max(0, frame.rows.size() - page));
     ::erase();
     for (int y = 0; y < page && m_first + y < frame.rows.size(); ++y) {
         const TopRow& row = frame.rows[m_first + y];
         drawLine(y, row.text, attributesOf(row, m_first + y == frame.selected, frame.highlighted));
     }
+    if (hasChanges)
+        drawLine(LINES - status.size() - 1, frame.changes, A_BOLD);
     for (int i = 0; i < status.size(); ++i)
         drawLine(LINES - status.size() + i, status[i], A_REVERSE);
     ::refresh();

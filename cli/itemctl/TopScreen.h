@@ -23,7 +23,9 @@ struct TopFrame
     QVector<TopRow> rows;
     int selected = -1;
     QList<int> highlighted; ///< positions of items that changed a moment ago
-    QString status; ///< the last line
+    QString changes; ///< the line above the status
+    QString status; ///< the last lines
+    bool isTyped = false; ///< the status ends with what is typed, and is cut at its beginning
 };
 
 /// The terminal while the live view has it; given back as it was at the end.
@@ -40,7 +42,7 @@ public:
     std::optional<KeyPress> nextKey();
     /// Takes over the terminal's new size.
     void resize();
-    /// Lines for rows, without that of the status.
+    /// Lines for rows, without those of changes and status.
     [[nodiscard]] int rowsPerPage() const;
 
 private:

@@ -111,6 +111,9 @@ void Simulation::fail(const QString& problem)
 
 void Simulation::busLost()
 {
+    if (m_isEnding) {
+        return; // whoever ends us may end the bus at once
+    }
     fail(QStringLiteral("the system bus is gone"));
 }
 

@@ -138,7 +138,7 @@ private Q_SLOTS:
                   "pindecline && itemctl call rejectcode && itemctl wait pairstate=200" });
         QCOMPARE(finished.status, 0);
         QStringList lines = finished.err.split('\n', Qt::SkipEmptyParts);
-        QCOMPARE(lines.size(), 3);
+        QVERIFY2(lines.size() == 3, qPrintable(finished.err));
         for (const char* request : { "CancelScan", "Pair", "PINdecline" })
             QVERIFY2(lines.takeFirst().startsWith(QString("notice: %1 refused: ").arg(request)),
                      qPrintable(finished.err));
