@@ -1,6 +1,7 @@
 // The module's items, as a client sees them.
 #include "Waiting.h"
 #include "WorldParts.h"
+#include "client/ExpectedValue.h"
 
 namespace testkit {
 
@@ -49,9 +50,35 @@ bool SimulatedWorld::waitForItem(const std::function<bool()>& holds)
            });
 }
 
+std::optional<SimulatedWorld::Expected> SimulatedWorld::expect(const QString& item, const QString& value)
+{
+    const auto description = m_parts->client->describe(item);
+    if (!succeed(description ? QString() : description.error().message)) {
+        return {};
+    }
+    const ipc::ExpectedValue expected = ipc::expectedValue(*description, value);
+    if (!expected.problem.isEmpty()) {
+        m_problem = QStringLiteral("%1: \"%2\" does not fit; %3").arg(item, value, expected.problem);
+        return {};
+    }
+    return Expected{ item, *description, expected.value };
+}
+
+bool SimulatedWorld::holds(const Expected& expected)
+{
+    return text(expected.item) == expected.value.toString() && m_problem.isEmpty();
+}
+
+bool SimulatedWorld::has(const QString& item, const QString& value)
+{
+    const auto expected = expect(item, value);
+    return expected && (holds(*expected) || fail(*expected));
+}
+
 bool SimulatedWorld::waitFor(const QString& item, const QString& value)
 {
-    return waitForItem([&] { return text(item) == value && m_problem.isEmpty(); }) || fail(item);
+    const auto expected = expect(item, value);
+    return expected && (waitForItem([&] { return holds(*expected); }) || fail(*expected));
 }
 
 bool SimulatedWorld::waitForApplicable(const QString& item, bool applicable)
@@ -64,16 +91,13 @@ bool SimulatedWorld::waitForApplicable(const QString& item, bool applicable)
         : false;
 }
 
-bool SimulatedWorld::fail(const QString& item, const QString& reason)
+bool SimulatedWorld::fail(const Expected& expected)
 {
-    const QString value = text(item);
-    if (m_problem.isEmpty()) {
-        m_problem = QStringLiteral("%1 is \"%2\"").arg(item, value);
-    }
-    if (!reason.isEmpty()) {
-        m_problem += QStringLiteral("; ") + reason;
-    }
-    return false;
+    const auto value = m_parts->client->get(expected.item);
+    return succeed(value ? QStringLiteral("%1: expected %2, found %3")
+                               .arg(expected.item, ipc::shownValue(expected.description, expected.value),
+                                    ipc::shownValue(expected.description, *value))
+                         : value.error().message);
 }
 
 } // namespace testkit

@@ -2,6 +2,7 @@
 
 #include "Waiting.h"
 #include "WorldParts.h"
+#include "world/EverydayOutput.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -152,7 +153,7 @@ int runInWorld(int& argc, char** argv, const QString& programs,
     }
     const int failures = test(world);
     if (failures != 0) {
-        std::fprintf(stderr, "%s\n", qPrintable(world.output()));
+        std::fprintf(stderr, "%s\n", qPrintable(world::withoutEverydayLines(world.output())));
     }
     return failures;
 }

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include <sys/types.h>
 
@@ -45,8 +46,9 @@ struct DaemonCall
 ///
 /// In CMake: find_package(bluetooth-testkit), and target_link_libraries(… bluetooth::testkit).
 ///
-/// Questions and changes that fail answer with an empty value or false; problem() then says why. What can be
-/// seen to be in vain, as waiting for an item that does not exist, fails at once.
+/// Questions and changes that fail answer with an empty value or false; problem() then says why, and
+/// TESTKIT_VERIFY fails the test with it. What can be seen to be in vain, as waiting for an item that does
+/// not exist, fails at once.
 class SimulatedWorld
 {
 public:
@@ -75,6 +77,10 @@ public:
     [[nodiscard]] bool isApplicable(const QString& item);
     [[nodiscard]] bool set(const QString& item, const QVariant& value);
     [[nodiscard]] bool trigger(const QString& action, const QString& text = {});
+    // VALUE is an enumeration's number, symbol or label, true or false, a number or a text. One that the item
+    // can never have is refused at once.
+    /// Whether the item has this value now.
+    [[nodiscard]] bool has(const QString& item, const QString& value);
     /// Returns when the item has this value.
     [[nodiscard]] bool waitFor(const QString& item, const QString& value);
     [[nodiscard]] bool waitForApplicable(const QString& item, bool applicable);
@@ -105,6 +111,7 @@ public:
     /// A request is on its way through two buses; simulated time passes, half a second at a time, until the
     /// condition holds.
     [[nodiscard]] bool stepUntil(const std::function<bool()>& holds);
+    /// The same, until the item has this value, as waitFor() understands it.
     [[nodiscard]] bool stepUntil(const QString& item, const QString& value);
     [[nodiscard]] bool fault(const QStringList& fault) { return control("SetFault", { fault }); }
     /// The daemon's methods that were called, the oldest first.
@@ -128,8 +135,17 @@ private:
     [[nodiscard]] bool checkScenario(const QString& scenario);
     [[nodiscard]] bool waitForSimulation();
     [[nodiscard]] bool waitForItem(const std::function<bool()>& holds);
-    /// Says what an item is instead, and why. @return false
-    [[nodiscard]] bool fail(const QString& item, const QString& reason = {});
+    /// What has to come, or nothing when it never can.
+    struct Expected
+    {
+        QString item;
+        QVariantMap description;
+        QVariant value;
+    };
+    [[nodiscard]] std::optional<Expected> expect(const QString& item, const QString& value);
+    [[nodiscard]] bool holds(const Expected& expected);
+    /// Says what was expected and what is there. @return false
+    [[nodiscard]] bool fail(const Expected& expected);
 
     std::unique_ptr<Parts> m_parts;
     QString m_problem;
@@ -143,6 +159,12 @@ private:
                              const std::function<int(SimulatedWorld&)>& test);
 
 } // namespace testkit
+
+/// Calls a member of a SimulatedWorld that answers with true or false, and fails the test with what problem()
+/// says when it is false: of waitFor() and the like the item, what was expected and what was found.
+///
+///     TESTKIT_VERIFY(m_world, waitFor("status", "On"));
+#define TESTKIT_VERIFY(world, ...) QVERIFY2((world).__VA_ARGS__, qPrintable((world).problem()))
 
 /// main() of a test class that is constructed with a SimulatedWorld&.
 #define BLUETOOTH_TESTKIT_MAIN(Test)                                                                         \

@@ -27,17 +27,17 @@ bool SimulatedWorld::stepUntil(const std::function<bool()>& holds)
 
 bool SimulatedWorld::stepUntil(const QString& item, const QString& value)
 {
-    const auto holds = [&] {
-        return text(item) == value && m_problem.isEmpty();
-    };
-    if (!holds() && !m_problem.isEmpty()) {
+    const auto expected = expect(item, value);
+    if (!expected) {
         return false;
     }
-    if (stepUntil(holds)) {
+    if (stepUntil([&] { return holds(*expected); })) {
         return true;
     }
-    const QString reason = m_problem; // the item is asked for once more
-    return fail(item, reason);
+    const QString reason = isOnTheBus(simulationName()) ? QString() : QStringLiteral("; ") + m_problem;
+    static_cast<void>(fail(*expected));
+    m_problem += reason;
+    return false;
 }
 
 QList<DaemonCall> SimulatedWorld::callsWithArguments() const

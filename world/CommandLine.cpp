@@ -2,6 +2,8 @@
 
 #include "ScenarioFiles.h"
 #include "World.h"
+#include "text/NearestOption.h"
+#include "text/Quoted.h"
 
 #include <QDir>
 #include <QFile>
@@ -168,6 +170,29 @@ QString resolvePaths(const Options& options, CommandLine& line)
     return {};
 }
 
+/// What to say of words in front of "--" that are neither options nor the tour.
+QString unexpected(const CLI::App& app)
+{
+    const std::vector<std::string> words = app.remaining(true);
+    const auto isOption = [](const std::string& word) {
+        return word.size() > 1 && word.front() == '-';
+    };
+    const auto option = std::find_if(words.begin(), words.end(), isOption);
+    if (option != words.end()) {
+        const QString reason = text::unknownOption(app, *option);
+        return reason.endsWith(QLatin1Char('?')) ? reason : reason + QStringLiteral("; see --help");
+    }
+    QStringList command;
+    for (const std::string& word : words) {
+        command << QString::fromStdString(word);
+    }
+    if (!text::nearestWord(command.first(), { QStringLiteral("tour") }).isEmpty()) {
+        return QStringLiteral("%1 is no option; did you mean \"tour\"?").arg(text::quoted(command.first()));
+    }
+    return QStringLiteral("%1 is no option: what to run comes behind \"--\", like ./run -- %2; see --help")
+        .arg(text::quoted(command.first()), command.join(QLatin1Char(' ')));
+}
+
 QStringList defaultCommand(bool* isTour)
 {
     *isTour = *isTour || isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0;
@@ -209,10 +234,10 @@ Parsed parseCommandLine(int count, char* const* arguments)
     } catch (const CLI::CallForHelp&) {
         return { std::nullopt, { 0, QString::fromStdString(app.help()) } };
     } catch (const CLI::ExtrasError&) {
-        return refuse(
-            Usage,
-            QStringLiteral("what to run comes behind \"--\": ./run [OPTION...] -- COMMAND [ARG...]; "
-                           "see --help"));
+        if (words.front() == "help") {
+            return { std::nullopt, { 0, QString::fromStdString(app.help()) } };
+        }
+        return refuse(Usage, unexpected(app));
     } catch (const CLI::ParseError& error) {
         return refuse(Usage, QString::fromStdString(error.what()) + QStringLiteral("; see --help"));
     }

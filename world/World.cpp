@@ -67,6 +67,12 @@ void World::exportEnvironment() const
     // The radio is lent and switched off by ending the controller; what it is paired with outlives that.
     qputenv("BLUESIM_STATE",
             QFile::encodeName(m_filesystem.folder().filePath(QStringLiteral("bluesim-pairings.json"))));
+    // So that itemctl can tell a server that is gone from a name that is wrong.
+    QByteArray servers = HostReadiness::name().toLocal8Bit();
+    if (!m_options.companion.isEmpty()) {
+        servers += ' ' + companionName().toLocal8Bit();
+    }
+    qputenv("ITEMCTL_SERVERS", servers);
     qputenv("PATH", QFile::encodeName(binFolder()) + ':' + qgetenv("PATH"));
 }
 

@@ -1,6 +1,7 @@
 #include "ActionWatch.h"
 #include "CommandLine.h"
 #include "Descendants.h"
+#include "EverydayOutput.h"
 #include "Foreground.h"
 #include "NoticeLog.h"
 #include "NoticeOutlet.h"
@@ -13,6 +14,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -30,11 +32,18 @@ void say(const QString& text)
 
 void showOutput(const world::World& world)
 {
-    const QString output = world.output();
+    const QString output = world::withoutEverydayLines(world.output());
     if (!output.isEmpty()) {
         say(QStringLiteral("buses, host and controller said:"));
         std::fputs(qPrintable(output), stderr);
     }
+}
+
+/// Whether a status is that of a program which was told to end: by Ctrl-C, or because nobody reads on.
+bool wasEnded(int status)
+{
+    const auto signals = { SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM };
+    return std::find(signals.begin(), signals.end(), status - 128) != signals.end();
 }
 
 /// As a shell says it: 127 for a command that is not there, 126 for one that cannot be run.
@@ -129,7 +138,7 @@ int runWorld(const world::CommandLine& line, const world::PrivateFilesystem& fil
     if (!hostRan) {
         say(QStringLiteral("the host ended by itself while %1 ran").arg(line.command.first()));
     }
-    if (!hostRan || (line.isTour && status != 0)) {
+    if (!hostRan || (line.isTour && status != 0 && !wasEnded(status))) {
         showOutput(world);
     }
     return status;

@@ -1,9 +1,13 @@
 #include "Arguments.h"
 
+#include "DisplayText.h"
 #include "Failure.h"
+#include "text/NearestOption.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <vector>
 
 namespace cli {
 namespace {
@@ -11,23 +15,122 @@ namespace {
 /// Far more than anybody waits, and what a timer still counts in milliseconds.
 constexpr double LongestTimeoutSeconds = 2'000'000;
 
+QString shown(const std::string& typed)
+{
+    return QLatin1Char('"') + escaped(QString::fromStdString(typed)) + QLatin1Char('"');
+}
+
+const CLI::App& chosen(const CLI::App& app)
+{
+    const auto subcommands = app.get_subcommands();
+    return subcommands.empty() ? app : *subcommands.front();
+}
+
+QStringList offeredSubcommands(const CLI::App& app)
+{
+    QStringList offered;
+    for (const CLI::App* subcommand : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (!subcommand->get_group().empty()) // what only the shells' completion asks for has none
+            offered += QString::fromStdString(subcommand->get_name());
+    }
+    return offered;
+}
+
+QString unknownSubcommand(const CLI::App& app, const std::string& typed)
+{
+    const QStringList offered = offeredSubcommands(app);
+    const QString near = text::nearestWord(QString::fromStdString(typed), offered);
+    return QStringLiteral("%1 is no subcommand; %2")
+        .arg(shown(typed),
+             near.isEmpty() ? QStringLiteral("there are ") + offered.join(QStringLiteral(", "))
+                            : QStringLiteral("did you mean \"%1\"?").arg(near));
+}
+
+/// What stands behind a subcommand without a "--" in front of it: "itemctl call ACTION [TEXT]".
+QString form(const CLI::App& app, const CLI::App& subcommand)
+{
+    QString form = QString::fromStdString(app.get_name() + ' ' + subcommand.get_name());
+    for (const CLI::Option* option :
+         subcommand.get_options([](const CLI::Option* each) { return each->get_positional(); })) {
+        QString word = QString::fromStdString(option->get_name(true));
+        if (option->get_items_expected_max() > 1)
+            word += QStringLiteral("...");
+        form += QLatin1Char(' ') + (option->get_required() ? word : QStringLiteral("[%1]").arg(word));
+    }
+    return form;
+}
+
+bool takesText(const CLI::App& subcommand)
+{
+    const auto takes = [&subcommand](const char* name) {
+        return subcommand.get_option_no_throw(name) != nullptr;
+    };
+    return takes("TEXT") || takes("VALUE") || takes("NAME");
+}
+
+QString unexpected(const CLI::App& app)
+{
+    const CLI::App& subcommand = chosen(app);
+    std::vector<std::string> words = app.remaining(true);
+    words.erase(std::remove(words.begin(), words.end(), "--"), words.end());
+    if (words.empty())
+        return {};
+    const std::string& word = words.front();
+    const bool isOption = word.size() > 1 && word.front() == '-';
+    if (isOption && &subcommand != &app && takesText(subcommand))
+        return text::unknownOption(subcommand, word)
+            + QStringLiteral(R"( (a text that begins with "-" goes behind "--"))");
+    if (isOption)
+        return text::unknownOption(subcommand, word);
+    if (&subcommand == &app)
+        return unknownSubcommand(app, word);
+    return QStringLiteral("%1 is too much: %2%3")
+        .arg(shown(word), form(app, subcommand),
+             takesText(subcommand) ? QStringLiteral(" (a text with blanks goes in quotation marks)")
+                                   : QString());
+}
+
+/// Why the library does not understand the command line, in words that say what would be right.
+QString reasonOf(const CLI::App& app, const CLI::ParseError& error)
+{
+    const bool hasSubcommand = &chosen(app) != &app;
+    const bool isRequired = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
+    // What is mistyped is missing as well, which the library finds first.
+    if (isRequired || dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        if (QString reason = unexpected(app); !reason.isEmpty())
+            return reason;
+    }
+    QString reason = QString::fromStdString(error.what()).replace(QLatin1Char('\n'), QLatin1Char(' '));
+    // Options stand in the help, and so does which of them exclude each other.
+    if (hasSubcommand && isRequired && reason.endsWith(QLatin1String("required"))
+        && !reason.startsWith(QLatin1Char('-')))
+        reason += QStringLiteral(": ") + form(app, chosen(app));
+    return reason;
+}
+
 int report(const CLI::App& app, const CLI::ParseError& error)
 {
     if (error.get_exit_code() == 0)
         return app.exit(error); // help or version: printed on standard output
-    std::string reason = error.what();
-    const auto chosen = app.get_subcommands();
-    if (const auto unknown = app.remaining(); chosen.empty() && !unknown.empty())
-        reason = '"' + unknown.front() + "\" is no subcommand";
-    for (char& character : reason) {
-        if (character == '\n')
-            character = ' ';
-    }
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)
-        reason += R"( (a text that begins with "-" goes behind "--"))";
-    const std::string name = chosen.empty() ? std::string() : chosen.front()->get_name() + ' ';
-    std::cerr << app.get_name() << ": " << reason << "; see " << app.get_name() << ' ' << name << "--help\n";
+    const CLI::App& subcommand = chosen(app);
+    const std::string name = &subcommand == &app ? std::string() : subcommand.get_name() + ' ';
+    const QString reason = reasonOf(app, error);
+    std::cerr << app.get_name() << ": " << reason.toStdString()
+              << (reason.endsWith(QLatin1Char('?')) ? " See " : "; see ") << app.get_name() << ' ' << name
+              << "--help\n";
     return static_cast<int>(ExitStatus::Usage);
+}
+
+/// As "git help log" and "apt help": "help [SUBCOMMAND]" is "[SUBCOMMAND] --help".
+std::vector<const char*> withoutHelpWord(const CLI::App& app, int argc, const char* const* argv)
+{
+    std::vector<const char*> words(argv, argv + argc);
+    if (argc < 2 || std::string("help") != words[1])
+        return words;
+    words.erase(words.begin() + 1);
+    if (argc == 2 || offeredSubcommands(app).contains(QString::fromLocal8Bit(words[1])))
+        words.push_back("--help");
+    return words;
 }
 
 } // namespace
@@ -43,8 +146,9 @@ std::string checkSeconds(const std::string& text)
 
 std::optional<int> parse(CLI::App& app, int argc, const char* const* argv)
 {
+    const std::vector<const char*> words = withoutHelpWord(app, argc, argv);
     try {
-        app.parse(argc, argv);
+        app.parse(static_cast<int>(words.size()), words.data());
         return {};
     } catch (const CLI::ParseError& error) {
         return report(app, error);

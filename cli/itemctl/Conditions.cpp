@@ -1,11 +1,8 @@
 #include "Conditions.h"
 
-#include "Description.h"
 #include "ValueText.h"
+#include "client/ExpectedValue.h"
 #include "common/DisplayText.h"
-#include "items/EnumMatch.h"
-
-#include <QStringList>
 
 namespace itemctl {
 namespace {
@@ -21,47 +18,6 @@ QString without(const QString& text, const QString& suffix)
     // A full address ends with a colon, which is easily taken for the one before the word.
     return item.startsWith(QLatin1Char(':')) && !item.endsWith(QLatin1Char(':')) ? item + QLatin1Char(':')
                                                                                  : item;
-}
-
-QString listed(const ipc::EnumValues& values)
-{
-    QStringList texts;
-    for (const EnumValue& value : values)
-        texts += QStringLiteral("%1 (%2)").arg(QString::number(value.value), value.label);
-    return texts.join(QStringLiteral(", "));
-}
-
-/// The text of a whole number as rawText() writes it, with all its digits; null when it is none.
-QString wholeNumber(const QString& text)
-{
-    bool isSigned = false;
-    bool isUnsigned = false;
-    const qlonglong number = text.toLongLong(&isSigned);
-    const qulonglong large = text.toULongLong(&isUnsigned);
-    return isSigned ? QString::number(number) : isUnsigned ? QString::number(large) : QString();
-}
-
-QString enumNumber(const QString& text, const ipc::EnumValues& values)
-{
-    if (const auto number = ipc::findEnumValue(values, text))
-        return QString::number(*number);
-    return wholeNumber(text); // an item keeps what its module writes, also outside of the enumeration
-}
-
-QString truth(const QString& text)
-{
-    const QString lower = text.toLower();
-    if (lower == QLatin1String("true") || lower == QLatin1String("1"))
-        return QStringLiteral("true");
-    return lower == QLatin1String("false") || lower == QLatin1String("0") ? QStringLiteral("false")
-                                                                          : QString();
-}
-
-QString number(const QString& text)
-{
-    bool isNumber = false;
-    const double value = text.toDouble(&isNumber);
-    return isNumber ? rawText(value) : QString();
 }
 
 } // namespace
@@ -108,26 +64,14 @@ Expected<Condition> Condition::boundTo(const QVariantMap& description) const
     const QString type = description.value(QStringLiteral("type")).toString();
     if (!comparesValue() || type == QLatin1String("text") || type == QLatin1String("any"))
         return *this;
-    const auto refuse = [this](const QString& expected) {
-        return usage(QStringLiteral("%1: \"%2\" does not fit; %3").arg(m_item, escaped(m_operand), expected));
-    };
+    const ipc::ExpectedValue expected = ipc::expectedValue(description, m_operand);
+    if (type == QLatin1String("action"))
+        return usage(QStringLiteral("%1: %2; wait for %1:applicable").arg(m_item, expected.problem));
+    if (!expected.problem.isEmpty())
+        return usage(QStringLiteral("%1: \"%2\" does not fit; %3")
+                         .arg(m_item, escaped(m_operand), escaped(expected.problem)));
     Condition bound = *this;
-    if (type == QLatin1String("enum")) {
-        const ipc::EnumValues values = enumerationOf(description);
-        bound.m_operand = enumNumber(m_operand, values);
-        if (bound.m_operand.isNull())
-            return refuse(QStringLiteral("its values are %1").arg(escaped(listed(values))));
-    } else if (type == QLatin1String("bool")) {
-        bound.m_operand = truth(m_operand);
-        if (bound.m_operand.isNull())
-            return refuse(QStringLiteral("it is true or false"));
-    } else if (type == QLatin1String("int") || type == QLatin1String("number")) {
-        bound.m_operand = type == QLatin1String("int") ? wholeNumber(m_operand) : number(m_operand);
-        if (bound.m_operand.isNull())
-            return refuse(QStringLiteral("it is a number"));
-    } else {
-        return usage(QStringLiteral("%1 is an action and has no value; wait for %1:applicable").arg(m_item));
-    }
+    bound.m_operand = rawText(expected.value);
     return bound;
 }
 

@@ -4,6 +4,8 @@
 #include "items/ItemPattern.h"
 #include "text/NearestWord.h"
 
+#include <QRegularExpression>
+
 #include <algorithm>
 
 namespace itemctl {
@@ -32,17 +34,26 @@ bool isInstanceOf(const Item& item, const QString& name)
 }
 
 /// The name that was probably meant; empty when none is near enough.
-QString nearest(const Items& items, const QString& name)
+QString nearest(const Items& items, const QString& typed)
 {
+    const QString name = typed.section(QLatin1Char('='), 0, 0); // as of a condition, or an assignment
+    const bool isAddress = name.startsWith(QLatin1Char(':'));
     const bool withModule = name.contains(QLatin1Char(':'));
     QStringList candidates;
     for (const Item& item : items) {
-        const QString candidate = withModule ? item.shortName() : item.id;
+        const QString candidate = isAddress ? item.address : withModule ? item.shortName() : item.id;
         // The instances of a list follow one another.
         if (candidates.isEmpty() || candidates.last() != candidate)
             candidates += candidate;
     }
     return text::nearestWord(name, candidates);
+}
+
+/// The module that "module:id" names; empty for a full address, for an id and for one with an index.
+QString moduleOf(const QString& name)
+{
+    static const QRegularExpression form(QStringLiteral("^(\\w+):(?!\\d+$)"));
+    return form.match(name).captured(1);
 }
 
 QString suggestion(const Items& items, const QString& name)
@@ -62,6 +73,16 @@ Failure several(const Items& items, const QVector<int>& found, const QString& na
     return { ExitStatus::NoSuchItem,
              QStringLiteral("%1 fits several items, name one of them: %2")
                  .arg(quoted(name), addresses.join(QStringLiteral(", "))) };
+}
+
+Failure noAction(const Item& item, const QString& name)
+{
+    const QString instead = item.kind == QLatin1String("config")
+        ? QStringLiteral("\"itemctl set %1 VALUE\" writes it")
+        : QStringLiteral("\"itemctl get %1\" reads it");
+    return { ExitStatus::NoSuchItem,
+             QStringLiteral("%1 is a %2, not an action; %3")
+                 .arg(quoted(name), item.kind, instead.arg(escaped(name))) };
 }
 
 Failure none(const Items& items, const QString& name, Wanted wanted)
@@ -100,10 +121,34 @@ Expected<int> findItem(const Items& items, const QString& name, Wanted wanted)
     if (found.size() > 1)
         return several(items, found, name);
     if (!ofOtherKind.isEmpty())
-        return Failure{ ExitStatus::NoSuchItem,
-                        QStringLiteral("%1 is a %2, not an action; \"itemctl set\" writes it")
-                            .arg(quoted(name), items[ofOtherKind.first()].kind) };
+        return noAction(items[ofOtherKind.first()], name);
     return none(items, name, wanted);
+}
+
+Failure notFound(const Items& items, const Servers& servers, const QString& name, const Failure& failure)
+{
+    const auto without = [&failure](const QString& server) {
+        return Failure{ ExitStatus::NoServer,
+                        QStringLiteral("server %1 is not on the bus; %2").arg(server, failure.message) };
+    };
+    const QString server = serverOfAddress(name);
+    const auto isOf = [&server](const Item& item) {
+        return item.server == server;
+    };
+    if (!server.isEmpty() && std::none_of(items.begin(), items.end(), isOf))
+        return without(server);
+    if (!servers.absent().isEmpty())
+        return without(servers.absent().join(QStringLiteral(", ")));
+    if (!servers.silent().empty())
+        return { ExitStatus::NoAnswer, QStringLiteral("no server that answers has %1").arg(quoted(name)) };
+    const QString module = moduleOf(name);
+    const auto isIn = [&module](const Item& item) {
+        return item.module == module;
+    };
+    if (!module.isEmpty() && std::none_of(items.begin(), items.end(), isIn) && nearest(items, name).isEmpty())
+        return { ExitStatus::NoServer,
+                 QStringLiteral("no server on the session bus has a module %1").arg(quoted(module)) };
+    return failure;
 }
 
 QString serverOfAddress(const QString& name)

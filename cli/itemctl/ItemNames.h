@@ -2,6 +2,7 @@
 
 #include "Failure.h"
 #include "Item.h"
+#include "Servers.h"
 
 #include <QString>
 #include <QStringList>
@@ -18,6 +19,11 @@ enum class Wanted {
 /// The position of the item that a person means: a full address, "module:id" or "id", each with ":INDEX" for
 /// an instance. Fails when there is none (and names the nearest), or several (and names them).
 Expected<int> findItem(const Items& items, const QString& name, Wanted wanted);
+
+/// Why a name was not found, by what is known of the servers that are not among these: one of them may well
+/// have it, so that a script which waits for a restart is not told of a mistake.
+/// @param failure why it was not found on those that answered
+Failure notFound(const Items& items, const Servers& servers, const QString& name, const Failure& failure);
 
 /// The server that a full address names ("bluetoothlauncher"); empty for a shorter name.
 QString serverOfAddress(const QString& name);

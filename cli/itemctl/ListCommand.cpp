@@ -102,7 +102,7 @@ ExitStatus runList(const Request& request, Output& output)
         return output.fail(all.failure());
     const ExitStatus status = print(matching(*all, request.arguments), request, output);
     if (const QStringList left = unmatched(*all, request.arguments); !left.isEmpty())
-        return output.fail(nothingMatches(*all, left));
+        return output.fail(notFound(*all, *servers, left.first(), nothingMatches(*all, left)));
     return servers->silent().empty() ? status : ExitStatus::NoAnswer;
 }
 

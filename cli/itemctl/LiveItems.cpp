@@ -25,10 +25,10 @@ Expected<Items> LiveItems::start()
         if (const auto snapshot = client->watch())
             append(itemsOf(*client, *snapshot));
         else
-            m_silent.push_back(failureFrom(snapshot.error()));
+            m_servers.addSilent(failureFrom(snapshot.error()));
     }
-    if (m_silent.size() == m_servers.clients().size())
-        return m_silent.front();
+    if (silent().size() == m_servers.clients().size())
+        return silent().front();
     return m_items;
 }
 

@@ -21,7 +21,7 @@ public:
     Expected<Items> start();
 
     /// Why some servers are left out although others answered.
-    [[nodiscard]] const std::vector<Failure>& silent() const { return m_silent; }
+    [[nodiscard]] const std::vector<Failure>& silent() const { return m_servers.silent(); }
 
     [[nodiscard]] const Items& items() const { return m_items; }
     [[nodiscard]] const Servers& servers() const { return m_servers; }
@@ -47,7 +47,6 @@ private:
     void append(const Items& items);
 
     Servers m_servers;
-    std::vector<Failure> m_silent;
     Items m_items;
     QHash<QString, int> m_positions; ///< by address
     QSet<QString> m_absent; ///< names of servers

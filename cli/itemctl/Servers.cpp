@@ -1,5 +1,7 @@
 #include "Servers.h"
 
+#include "common/DisplayText.h"
+
 #include <QDBusError>
 
 #include <algorithm>
@@ -8,6 +10,21 @@ namespace itemctl {
 namespace {
 
 const QLatin1String BusNamePrefix("tov.base.");
+
+/// The bus does not tell which servers there were, or will be; who sets up a system can.
+QStringList expectedServers()
+{
+    QStringList names = qEnvironmentVariable("ITEMCTL_SERVERS").split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    std::transform(names.begin(), names.end(), names.begin(), serverName);
+    return names;
+}
+
+QString listed(const QStringList& busNames)
+{
+    QStringList names;
+    std::transform(busNames.begin(), busNames.end(), std::back_inserter(names), serverName);
+    return names.isEmpty() ? QStringLiteral("none") : names.join(QStringLiteral(", "));
+}
 
 } // namespace
 
@@ -40,18 +57,24 @@ Expected<Servers> Servers::open(const QDBusConnection& connection, const QString
     for (const QString& name : names) {
         if (!present->contains(busNameOf(name))) {
             return Failure{ ExitStatus::NoServer,
-                            QStringLiteral(
-                                "no server \"%1\" on the session bus; \"itemctl servers\" lists them")
-                                .arg(name) };
+                            QStringLiteral("no server \"%1\" on the session bus; there is %2")
+                                .arg(escaped(name), listed(*present)) };
         }
         if (!wanted.contains(busNameOf(name)))
             wanted += busNameOf(name);
     }
-    if (names.isEmpty())
+    QStringList absent;
+    if (names.isEmpty()) {
         wanted = *present;
+        for (const QString& name : expectedServers()) {
+            if (!present->contains(busNameOf(name)))
+                absent += name;
+        }
+    }
     if (wanted.isEmpty())
         return Failure{ ExitStatus::NoServer, QStringLiteral("no server is on the session bus") };
     Servers servers;
+    servers.m_absent = absent;
     for (const QString& busName : wanted)
         servers.m_clients.push_back(std::make_unique<KELClientInterface>(busName, connection));
     return servers;

@@ -35,10 +35,14 @@ public:
     /// out and its failure is kept, as long as another one answers.
     [[nodiscard]] Expected<Items> list();
     [[nodiscard]] const std::vector<Failure>& silent() const { return m_silent; }
+    void addSilent(const Failure& failure) { m_silent.push_back(failure); }
+    /// Those that ITEMCTL_SERVERS names and that are not on the bus; none when only some were asked for.
+    [[nodiscard]] const QStringList& absent() const { return m_absent; }
 
 private:
     std::vector<std::unique_ptr<KELClientInterface>> m_clients;
     std::vector<Failure> m_silent;
+    QStringList m_absent;
 };
 
 Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot);

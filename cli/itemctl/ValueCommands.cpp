@@ -30,13 +30,8 @@ Expected<Selection> select(const Request& request, const QStringList& names, Wan
     Items items;
     for (const QString& name : names) {
         const auto found = findItem(*all, name, wanted);
-        // What nobody knows may well be an item of the server that does not answer.
-        if (!found) {
-            return servers->silent().empty()
-                ? found.failure()
-                : Failure{ ExitStatus::NoAnswer,
-                           QStringLiteral("no server that answers has \"%1\"").arg(name) };
-        }
+        if (!found)
+            return notFound(*all, *servers, name, found.failure());
         items += (*all)[*found];
     }
     return Selection{ std::move(*servers), items };

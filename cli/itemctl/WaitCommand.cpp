@@ -67,7 +67,7 @@ Expected<Expectations> Expectations::of(const std::vector<Condition>& conditions
         const auto position = findItem(items.items(), condition.item(),
                                        condition.comparesValue() ? Wanted::Valued : Wanted::Any);
         if (!position)
-            return position.failure();
+            return notFound(items.items(), items.servers(), condition.item(), position.failure());
         Condition bound = condition;
         if (condition.comparesValue()) {
             const Item& item = items.items()[*position];

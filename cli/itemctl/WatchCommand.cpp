@@ -110,7 +110,7 @@ ExitStatus runWatch(const Request& request, Output& output)
     for (const Failure& failure : items.silent())
         output.note(failure.message);
     if (const QStringList left = unmatched(*present, request.arguments); !left.isEmpty())
-        return output.fail(nothingMatches(*present, left));
+        return output.fail(notFound(*present, items.servers(), left.first(), nothingMatches(*present, left)));
     const Watch watch(request, items, output);
     return static_cast<ExitStatus>(QCoreApplication::exec());
 }

@@ -16,8 +16,8 @@ using cli::ExitStatus;
 using cli::Failure;
 
 /// In the order in which they are printed.
-constexpr std::array Fields{ "address", "name",    "class",  "rssi",       "pairing",
-                             "is",      "present", "paired", "connection", "pairState" };
+constexpr std::array Fields{ "address", "name", "class",   "rssi",   "pairing",    "pin",
+                             "code",    "is",   "present", "paired", "connection", "pairState" };
 
 cli::Expected<QList<QVariantMap>> readDevices(const Simulation& simulation)
 {
@@ -45,13 +45,21 @@ QString stateText(const QVariantMap& device)
     return field(device, "paired").toBool() ? QStringLiteral("paired") : QString();
 }
 
+/// How it pairs, with the PIN or the code that is asked for.
+QString pairingText(const QVariantMap& device)
+{
+    const QString secret = field(device, "pin").toString() + field(device, "code").toString();
+    const QString word = field(device, "pairing").toString();
+    return secret.isEmpty() ? word : word + QLatin1Char(' ') + cli::escaped(secret);
+}
+
 QStringList cells(const QVariantMap& device)
 {
     const QString name = cli::escaped(field(device, "name").toString());
     return { field(device, "address").toString(),
              name.isEmpty() ? QStringLiteral("-") : name,
              field(device, "rssi").toString() + QStringLiteral(" dBm"),
-             field(device, "pairing").toString(),
+             pairingText(device),
              field(device, "is").toStringList().join(QLatin1Char(',')),
              stateText(device) };
 }
@@ -88,8 +96,10 @@ QStringList tableOf(const QList<QVariantMap>& devices)
 QString jsonOf(const QVariantMap& device)
 {
     nlohmann::ordered_json record;
-    for (const char* name : Fields)
-        record[name] = cli::toJson(field(device, name));
+    for (const char* name : Fields) {
+        if (device.contains(QLatin1String(name)))
+            record[name] = cli::toJson(field(device, name));
+    }
     return cli::jsonText(record);
 }
 

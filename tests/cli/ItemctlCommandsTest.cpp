@@ -50,7 +50,8 @@ private Q_SLOTS:
         row("text like a number", { "call", "--json", "echo", "--", "-5,1" }, 0, "\"-5,1\"\n", "");
         row("text like a list", { "call", "echo", "[a,b]" }, 0, "[a,b]\n", "");
         row("reply that reads like a failure", { "call", "echo", "Rejected" }, 0, "Rejected\n", "");
-        row("call a config", { "call", "enabled" }, 3, "", "not an action");
+        row("call a config", { "call", "enabled" }, 3, "", R"("itemctl set enabled VALUE" writes it)");
+        row("call a result", { "call", "mod:state" }, 3, "", R"("itemctl get mod:state" reads it)");
         row("other case", { "call", "Echo" }, 3, "", "did you mean \"echo\"?");
         row("describe an action", { "describe", "fork", "--json" }, 0,
             R"({"address":":action:demo:mod:fork:","server":"demo","module":"mod","id":"fork","kind":"action",)"
@@ -64,15 +65,32 @@ private Q_SLOTS:
             "");
         row("server with prefix", { "--server", "tov.base.demo", "get", "state" }, 0, "0\n", "");
         row("server behind", { "get", "state", "--server", "demo" }, 0, "0\n", "");
-        row("absent server", { "get", "state", "--server", "nosuch" }, 5, "", "no server \"nosuch\"");
+        row("absent server", { "get", "state", "--server", "nosuch" }, 5, "",
+            "no server \"nosuch\" on the session bus; there is demo");
         row("address of an absent server", { "get", ":config:nosuch:mod:state:" }, 5, "", "nosuch");
         row("pattern of nothing", { "list", "nosuch*" }, 3, "", "\"nosuch*\"");
         row("watch nothing", { "watch", "nosuch" }, 3, "", "\"nosuch\"");
         row("no subcommand", {}, 2, "", "itemctl --help");
-        row("unknown subcommand", { "lst" }, 2, "", "\"lst\" is no subcommand");
-        row("unknown option", { "list", "--all" }, 2, "", "--all");
-        row("no item", { "get" }, 2, "", "ITEM");
-        row("too much", { "set", "enabled", "true", "now" }, 2, "", "now");
+        row("like a subcommand", { "lst" }, 2, "", R"("lst" is no subcommand; did you mean "list"?)");
+        row("like no subcommand", { "explode" }, 2, "", "there are list, get, describe, servers, set,");
+        row("like an option", { "get", "state", "--jsn" }, 2, "",
+            R"(no option "--jsn"; did you mean "--json"?)");
+        row("like no option", { "list", "--all" }, 2, "", "no option \"--all\"; see itemctl list --help");
+        row("option instead of a subcommand", { "--jsn" }, 2, "",
+            R"(no option "--jsn"; did you mean "--json"?)");
+        row("option instead of a text", { "call", "echo", "-x" }, 2, "",
+            R"(begins with "-" goes behind "--")");
+        row("no item", { "get" }, 2, "", "ITEM is required: itemctl get ITEM...;");
+        row("no value", { "set", "enabled=true" }, 2, "", "VALUE is required: itemctl set ITEM VALUE;");
+        row("too much", { "set", "enabled", "true", "now" }, 2, "",
+            R"("now" is too much: itemctl set ITEM VALUE (a text with blanks goes in quotation marks);)");
+        row("too much behind dashes", { "call", "echo", "--", "-x", "y" }, 2, "",
+            R"("y" is too much: itemctl call ACTION [TEXT])");
+        row("too much for no text", { "servers", "all" }, 2, "", R"("all" is too much: itemctl servers;)");
+        row("assignment", { "get", "state=On" }, 3, "", R"(did you mean "state"?)");
+        row("like an address", { "get", ":result:demo:mod:staet:" }, 3, "",
+            R"(did you mean ":result:demo:mod:state:"?)");
+        row("help for nothing", { "help", "explode" }, 2, "", R"("explode" is no subcommand)");
         row("no number", { "wait", "state=0", "--timeout", "nan" }, 2, "", "\"nan\"");
         row("no count", { "watch", "--count", "0" }, 2, "", "--count");
     }
@@ -160,6 +178,62 @@ private Q_SLOTS:
         QCOMPARE(itemctl({ "get", "enabled", "--server", "demo" }).out, "false\n");
         QCOMPARE(itemctl({ "list", "enabled" }).out.count('\n'), 2);
         m_servers.kill("other");
+    }
+
+    void oneOfTwoServersIsGone_data()
+    {
+        const Rows<QStringList, int, QString> row("arguments", "status", "err");
+        const QString gone = "server other is not on the bus";
+        row("get", { "get", "side" }, 5, gone);
+        row("several", { "get", "state", "side" }, 5, gone);
+        row("call", { "call", "ecko" }, 5, gone);
+        row("wait", { "wait", "side=1" }, 5, gone);
+        row("like another", { "get", "enabld" }, 5, gone + R"(; no item "enabld"; did you mean "enabled"?)");
+        row("watch", { "watch", "side*" }, 5, gone);
+        row("list", { "list", "side*" }, 5, gone);
+        row("address beside a name", { "get", "state", ":config:other:side:pin:" }, 5, gone);
+        row("what another has", { "get", "state" }, 0, "");
+        row("the other is named", { "get", "side", "--server", "demo" }, 3, "no item \"side\"");
+    }
+
+    void oneOfTwoServersIsGone()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, err);
+        const Run with{ { { "ITEMCTL_SERVERS", "demo tov.base.other" } }, false, {} };
+        const Finished finished = run(ITEMCTL, arguments, with);
+        QVERIFY2(finished.err.contains(err), qPrintable(finished.err));
+        QTEST(finished.status, "status");
+        // Unless told which servers there should be, a name may as well be a mistake, if not a whole address.
+        if (arguments.size() == 2)
+            QCOMPARE(itemctl(arguments).status, finished.status == 5 ? 3 : finished.status);
+    }
+
+    void modulesOfNoServer_data()
+    {
+        const Rows<QStringList, int, QString> row("arguments", "status", "err");
+        row("get", { "get", "bluetooth:enabled" }, 5,
+            "no server on the session bus has a module \"bluetooth\"");
+        row("wait", { "wait", "bluetooth:pairlistAddr:3=x" }, 5, "has a module \"bluetooth\"");
+        row("like one", { "get", "mood:enabled" }, 3, R"(did you mean "mod:enabled"?)");
+        row("index", { "get", "rows:3" }, 3, "no item");
+        row("its item", { "get", "mod:nosuch" }, 3, "no item");
+    }
+
+    void modulesOfNoServer()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, err);
+        const Finished finished = itemctl(arguments);
+        QVERIFY2(finished.err.contains(err), qPrintable(finished.err));
+        QTEST(finished.status, "status");
+    }
+
+    void helpIsASubcommandAsWell()
+    {
+        QCOMPARE(itemctl({ "help" }).out, itemctl({ "--help" }).out);
+        QCOMPARE(itemctl({ "help", "wait" }).out, itemctl({ "wait", "--help" }).out);
+        QVERIFY(itemctl({ "help", "wait" }).out.contains("CONDITION"));
     }
 
     void withoutServerOrBus()

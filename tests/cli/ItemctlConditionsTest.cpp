@@ -110,8 +110,8 @@ private Q_SLOTS:
         row("status~[a", "enum", "no regular expression");
         row("status=Onn", "enum", "1 (Off), 3 (On)");
         row("enabled=yes", "bool", "true or false");
-        row("volume=loud", "int", "a number");
-        row("volume=1.5", "int", "a number");
+        row("volume=loud", "number", "a number");
+        row("volume=1.5", "int", "a whole number");
         row("scan=1", "action", "scan:applicable");
     }
 

@@ -97,7 +97,9 @@ void SimctlTest::listsDevices()
     const QStringList lines = table.out.split('\n', Qt::SkipEmptyParts);
     QCOMPARE(lines.size(), 11);
     QCOMPARE(lines.first(), "00:11:22:33:44:01  Phone             -48 dBm  code          plain");
+    QCOMPARE(lines.at(2), "00:11:22:33:44:03  Car Kit           -62 dBm  pin 5190      headset");
     QCOMPARE(lines.at(6), "00:11:22:33:44:07  -                 -74 dBm  just-works    plain");
+    QCOMPARE(device("00:11:22:33:44:03").value("pin"), "5190");
     const QJsonObject phone = device("00:11:22:33:44:08");
     QCOMPARE(phone.keys(),
              (QStringList{ "address", "class", "connection", "is", "name", "pairState", "paired", "pairing",
@@ -238,7 +240,11 @@ void SimctlTest::saysWhatIsWrong_data()
 {
     const Rows<QStringList, int, QString> row("arguments", "status", "error");
     row("nothing", {}, 2, "see simctl --help");
-    row("unknown subcommand", { "explode" }, 2, "\"explode\" is no subcommand; see simctl --help");
+    row("unknown subcommand", { "explode" }, 2, "\"explode\" is no subcommand; there are devices, remove,");
+    row("like a subcommand", { "pairrequest", "Phone" }, 2, R"(did you mean "pair-request"?)");
+    row("like an option", { "add", "x", "--adress", "0A" }, 2,
+        R"(no option "--adress"; did you mean "--address"?)");
+    row("too much", { "remove", "Car", "Kit" }, 2, R"("Kit" is too much: simctl remove DEVICE)");
     row("no such device", { "drop", "Hedset" }, 3, R"(no device "Hedset"; did you mean "Headset"?)");
     row("nothing like it", { "drop", "Toaster" }, 3, "no device \"Toaster\"");
     row("address like another", { "drop", "0b:11:22:33:44:01" }, 3, "did you mean \"00:11:22:33:44:01\"?");

@@ -3,6 +3,7 @@
 #include "PrivateView.h"
 #include "ScriptedDaemon.h"
 #include "client/KELClientInterface.h"
+#include "world/EverydayOutput.h"
 #include "world/World.h"
 
 #include <QTest>
@@ -107,7 +108,7 @@ int runInModuleWorld(int argc, char** argv)
             Test test(world);
             const int failures = QTest::qExec(&test, argc, argv);
             if (failures != 0)
-                std::fprintf(stderr, "%s\n", qPrintable(world.world().output()));
+                std::fprintf(stderr, "%s\n", qPrintable(world::withoutEverydayLines(world.world().output())));
             return failures;
         });
 }

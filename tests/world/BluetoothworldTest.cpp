@@ -87,10 +87,15 @@ private Q_SLOTS:
     void refusesWhatMakesNoSense_data()
     {
         const Rows<QStringList, QString> row("arguments", "error");
-        row("command without dashes", { "itemctl", "list" }, "comes behind \"--\"");
+        row("command without dashes", { "itemctl", "list" },
+            R"("itemctl" is no option: what to run comes behind "--", like ./run -- itemctl list;)");
+        row("like an option", { "--senario", "crowd" },
+            R"(no option "--senario"; did you mean "--scenario"?)");
+        row("like the tour", { "tuor" }, R"(did you mean "tour"?)");
+        row("more than the tour", { "tour", "--fast" }, R"(no option "--fast"; see --help)");
         row("no command", { "--" }, "no COMMAND behind");
         row("tour and command", { "tour", "--", "true" }, "not both");
-        row("unknown option", { "--colour", "--", "true" }, "--help");
+        row("unknown option", { "--colour", "--", "true" }, R"(no option "--colour"; see --help)");
         row("radio missing", { "--radio", "/no/such", "--", "true" }, "--radio /no/such: ");
         row("radio not executable", { "--radio", "/etc/passwd", "--", "true" }, "--radio /etc/passwd: ");
         row("radio a folder", { "--radio", "/etc", "--", "true" }, "--radio /etc: ");
@@ -113,6 +118,13 @@ private Q_SLOTS:
         QCOMPARE(world.err.count('\n'), 1);
         QCOMPARE(world.out, QString());
         QCOMPARE(world.status, 2);
+    }
+
+    void helpIsACommandAsWell()
+    {
+        const Finished world = run(program(), { "help" });
+        QCOMPARE(world.out, run(program(), { "--help" }).out);
+        QCOMPARE(world.status, 0);
     }
 
     void passesChoicesOn()
@@ -254,6 +266,15 @@ private Q_SLOTS:
         QCOMPARE(world.status, 0);
         QVERIFY2(world.err.contains("the host ended by itself"), qPrintable(world.err));
         QVERIFY2(world.err.contains("host: state in"), qPrintable(world.err));
+    }
+
+    void showsWhatMayBeTheReason()
+    {
+        const Finished world =
+            run(program(), withStandIn({ "--", "true" }), { { { "STAND_IN_HOST", "fails" } }, false, {} });
+        QVERIFY2(world.err.endsWith("controller said:\nlamp has no config \"state\"\n"
+                                    "host: the configs cannot be read\n"),
+                 qPrintable(world.err));
     }
 
     void outputGoesToTheLog()

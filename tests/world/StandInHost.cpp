@@ -22,7 +22,13 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     const QByteArray how = qgetenv("STAND_IN_HOST");
     if (argc != 3 || qstrcmp(argv[1], "--state") != 0 || how == "fails") {
-        std::fputs("host: the configs cannot be read\n", stderr);
+        std::fputs(
+            "dbus-daemon[7]: org.freedesktop.DBus.Error.AccessDenied: Failed to set fd limit to 65536: "
+            "Operation not permitted\nbluetooth has no config \"state\"\n"
+            "dbus-daemon[7]: [session uid=0 pid=7] Connection :1.4 (uid=0 pid=5 comm=\"./run \") became a "
+            "monitor.\ndbus-daemon[7]: [session uid=0 pid=7] Monitoring connection :1.4 closed.\n"
+            "lamp has no config \"state\"\nhost: the configs cannot be read\n",
+            stderr);
         return 3;
     }
     const QSocketNotifier terminated(termination, QSocketNotifier::Read);

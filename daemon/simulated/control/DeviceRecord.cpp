@@ -62,16 +62,24 @@ QVariantMap deviceRecord(const SimulatedDevice& device, const SimulatedRadio& ra
     const auto pair = std::find_if(pairs.begin(), pairs.end(), [&device](const PairEntry& entry) {
         return entry.address == device.address;
     });
-    return { { QStringLiteral("address"), AddressHelper::int2str(device.address) },
-             { QStringLiteral("name"), device.name },
-             { QStringLiteral("class"), device.deviceClass },
-             { QStringLiteral("rssi"), device.signalStrengthAt(now) },
-             { QStringLiteral("pairing"), pairingWord(device) },
-             { QStringLiteral("is"), roleWords(device) },
-             { QStringLiteral("present"), device.present },
-             { QStringLiteral("paired"), pair != pairs.end() },
-             { QStringLiteral("connection"), pair != pairs.end() ? pair->connectionState : 0U },
-             { QStringLiteral("pairState"), static_cast<int>(radio.pairStateOf(device.address)) } };
+    QVariantMap record{ { QStringLiteral("address"), AddressHelper::int2str(device.address) },
+                        { QStringLiteral("name"), device.name },
+                        { QStringLiteral("class"), device.deviceClass },
+                        { QStringLiteral("rssi"), device.signalStrengthAt(now) },
+                        { QStringLiteral("pairing"), pairingWord(device) },
+                        { QStringLiteral("is"), roleWords(device) },
+                        { QStringLiteral("present"), device.present },
+                        { QStringLiteral("paired"), pair != pairs.end() },
+                        { QStringLiteral("connection"), pair != pairs.end() ? pair->connectionState : 0U },
+                        { QStringLiteral("pairState"),
+                          static_cast<int>(radio.pairStateOf(device.address)) } };
+    // What a person has to know to pair with it.
+    if (record[QStringLiteral("pairing")] == QLatin1String("pin")) {
+        record.insert(QStringLiteral("pin"), device.pin);
+    } else if (record[QStringLiteral("pairing")] == QLatin1String("code") && !device.code.isEmpty()) {
+        record.insert(QStringLiteral("code"), device.code);
+    }
+    return record;
 }
 
 } // namespace bt
