@@ -6,15 +6,16 @@
 
 namespace {
 
-// The fields of an entry in their order on the wire: its signature, its reader and its writer follow from this.
+// The fields of an entry in their order on the wire: its signature, its reader and its writer follow from
+// this.
 template <typename Entry>
 constexpr std::tuple<> FieldsOf;
 template <>
-constexpr auto FieldsOf<ScanEntry> =
-    std::make_tuple(&ScanEntry::address, &ScanEntry::signalStrength, &ScanEntry::name);
+constexpr auto FieldsOf<ScanEntry> = std::make_tuple(&ScanEntry::address, &ScanEntry::signalStrength,
+                                                     &ScanEntry::name);
 template <>
-constexpr auto FieldsOf<PairEntry> =
-    std::make_tuple(&PairEntry::address, &PairEntry::name, &PairEntry::connectionState);
+constexpr auto FieldsOf<PairEntry> = std::make_tuple(&PairEntry::address, &PairEntry::name,
+                                                     &PairEntry::connectionState);
 
 template <typename Entry, typename Field>
 QLatin1String signatureOf(Field Entry::* /*field*/)
@@ -52,8 +53,8 @@ bool holdsList(const QDBusArgument& argument)
         && isStructureOf<Entry>(argument.currentSignature().mid(1));
 }
 
-// Takes the value all the same, so that whoever reads until the end gets there. A container is entered and left:
-// asVariant() would move the copies of the argument along.
+// Takes the value all the same, so that whoever reads until the end gets there. A container is entered and
+// left: asVariant() would move the copies of the argument along.
 void passOver(const QDBusArgument& argument)
 {
     switch (argument.currentType()) {

@@ -104,7 +104,10 @@ private:
     Q_DECL_HIDDEN void reportConnection(bool connected, unsigned long long addr); // MobileAppLink.cpp
 
     // Functions, because a constant of this type would be made anew whenever the library is loaded.
-    [[nodiscard]] Q_DECL_HIDDEN static QString daemonService() { return QStringLiteral("com.qarn.bluetooth"); }
+    [[nodiscard]] Q_DECL_HIDDEN static QString daemonService()
+    {
+        return QStringLiteral("com.qarn.bluetooth");
+    }
     [[nodiscard]] Q_DECL_HIDDEN static QString enabledConfig()
     {
         return QStringLiteral(":config:bluetoothlauncher:bluetooth:enabled:");

@@ -133,8 +133,8 @@ void BluetoothModule::createResults()
 
     addResult(QStringLiteral("confirmationcode"), tr("Confirmation Code"), QStringLiteral(""), RadioUsable,
               1);
-    addResult(QStringLiteral("pendingpair"), tr("Pending Pair"), QStringLiteral(""), QString(RadioUsable) + AndPairing,
-              1);
+    addResult(QStringLiteral("pendingpair"), tr("Pending Pair"), QStringLiteral(""),
+              QString(RadioUsable) + AndPairing, 1);
     addStringResult(QStringLiteral("connectedwifeds"), tr("Connected Wi-FEDs"), QStringLiteral(""),
                     QStringLiteral("true"), 1, EMPTYQS);
     addBoolResult(QStringLiteral("isAnyDeviceConnected"), tr("Is any device connected"), false, EMPTYQS, 1,
