@@ -144,6 +144,29 @@ private Q_SLOTS:
         }
     }
 
+    // Whoever reads entry by entry gets to the end, whatever the elements are.
+    void readsEntriesUntilTheEnd_data()
+    {
+        const Rows<QVariant, int> row("payload", "count");
+        row("a(tis)", list<TIS>({ { { 7, -3, "x" } }, { { 8, 1, {} } } }), 2);
+        row("a(sss)", list<SSS>({ { { "a", "b", "c" } } }), 1);
+        row("aas", list<QStringList>({ { "a" }, {}, { "b" } }), 3);
+        row("av", QVariantList{ 1, "x" }, 2);
+        row("ai", list<int>({ 1, 2, 3 }), 3);
+    }
+
+    void readsEntriesUntilTheEnd()
+    {
+        QFETCH(const QVariant, payload);
+        const auto argument = qvariant_cast<QDBusArgument>(sent(payload));
+        int count = 0;
+        argument.beginArray();
+        for (ScanEntry entry; !argument.atEnd() && count < 10; ++count)
+            argument >> entry;
+        argument.endArray();
+        QTEST(count, "count");
+    }
+
     void knowsTheElementTypeWhenWriting()
     {
         QCOMPARE(QDBusMetaType::typeToSignature(qMetaTypeId<ScanEntry>()), "(tis)");
