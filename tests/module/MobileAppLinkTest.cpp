@@ -76,16 +76,6 @@ private Q_SLOTS:
             slot + "Connected addr: 177789161760246\n");
         row("disconnected", "deviceDisconnected", 0xA1B2C3D4E5F6ULL, record(0xA1B2C3D4E5F6, false),
             "Disconnected addr: 177789161760246\n");
-        row("largest", "mtConnectionEstablished", ~0ULL, record(~0ULL, true),
-            slot + "Connected addr: 18446744073709551615\n");
-        row("a text", "mtConnectionEstablished", "nobody", record(0, true), slot + "Connected addr: 0\n");
-        row("a text of a number", "deviceDisconnected", "77", record(77, false), "Disconnected addr: 77\n");
-        for (const char* signal : { "mtConnectionEstablished", "deviceDisconnected" }) {
-            QTest::addRow("%s, a structure", signal)
-                << signal << QVariant::fromValue(ScanEntry()) << QVariantMap() << "";
-            QTest::addRow("%s, texts", signal)
-                << signal << QVariant(QStringList{ "1" }) << QVariantMap() << "";
-        }
     }
 
     void eventsAreReported()
@@ -103,29 +93,6 @@ private Q_SLOTS:
         for (const QVariant& value : server.record())
             QVERIFY(value.userType() == QMetaType::ULongLong || value.userType() == QMetaType::Bool);
         QTEST(m_world.world().output().mid(logSize), "log");
-    }
-
-    void deviceDisconnectedOfAnyDevice()
-    {
-        const QTemporaryDir state;
-        SyncServer server(state.path());
-        QVERIFY2(server.started, qPrintable(server.error));
-        const qulonglong application = 0xA1B2C3D4E5F6;
-        const qulonglong headset = 0x001122334402;
-        m_daemon.send("mtConnectionEstablished", application);
-        QTRY_COMPARE(server.record().value("deviceConnected"), QVariant(true));
-        // One that never ran the application, nor was connected: the record is about it now.
-        m_daemon.send("deviceDisconnected", headset);
-        QTRY_COMPARE(server.record(),
-                     (QVariantMap{ { "deviceAddr", headset }, { "deviceConnected", false } }));
-    }
-
-    void withoutTheModuleEventsAreDropped()
-    {
-        const auto logSize = m_world.world().output().size();
-        m_daemon.send("deviceDisconnected", 5ULL);
-        QVERIFY(m_world.settle());
-        QCOMPARE(m_world.world().output().mid(logSize), "Disconnected addr: 5\n");
     }
 
     void propertiesHaveExactTypes()

@@ -58,53 +58,6 @@ private Q_SLOTS:
         QCOMPARE(m_daemon.takeReads().count("status"), 1);
     }
 
-    void upToFiveReadsOfPairState_data()
-    {
-        // What successive reads of the pairing state give, and how many the refresh makes: one for the
-        // result, then one for each comparison with 0, 100, 200, 201 and 202 until one fits.
-        const Rows<QVariantList, int, int> row("pairStates", "reads", "shown");
-        row("idle", { 0 }, 2, 0);
-        row("paired", { 100 }, 3, 100);
-        row("failed", { 200 }, 4, 200);
-        row("not authenticated", { 201 }, 5, 201);
-        row("not connected", { 202 }, 6, 202);
-        row("under way", { 3 }, 6, 3);
-        row("settles meanwhile", { 1, 6, 200 }, 4, 1);
-        row("settles too late for its comparison", { 1, 6, 6, 100 }, 6, 1);
-        row("not a number", { QStringList{ "x" } }, 2, 0);
-    }
-
-    void upToFiveReadsOfPairState()
-    {
-        QFETCH(const QVariantList, pairStates);
-        QFETCH(const int, reads);
-        m_daemon.answer("pairState", pairStates);
-        QVERIFY(m_world.daemonAppears());
-
-        QStringList expected{ "status", "scanState", "pairState", "scanState" };
-        for (int i = 1; i < reads; ++i)
-            expected << "pairState";
-        expected << "confirmationCode"
-                 << "myName"
-                 << "scanResults"
-                 << "pairList";
-        QCOMPARE(m_daemon.takeReads(), expected);
-        QTEST(m_world.value("pairstate").toInt(), "shown");
-        // Whatever the pairing state was: the arrival of the daemon ends with it.
-        QVERIFY(m_world.isApplicable("scan"));
-    }
-
-    void doubleReadOfScanState()
-    {
-        // Both values are published, the one after the other: a client that watches sees the second alone,
-        // because all of the refresh happens in one turn.
-        m_daemon.answer("scanState", { 1, 2, 0 });
-        QVERIFY(m_world.daemonAppears());
-        QCOMPARE(m_daemon.takeReads().mid(0, 4),
-                 (QStringList{ "status", "scanState", "pairState", "scanState" }));
-        QCOMPARE(m_world.value("scanstate"), QVariant(2));
-    }
-
     void publishesWhatItRead()
     {
         m_daemon.answer("status", { 3 });
@@ -122,23 +75,6 @@ private Q_SLOTS:
         QCOMPARE(m_world.scanRows(), QStringList{ "12:34:56:78:9A:BC|a|-57" });
         QCOMPARE(m_world.pairRows(), QStringList{ "A1:B2:C3:D4:E5:F6|b|2" });
         QCOMPARE(m_world.value("isAnyDeviceConnected"), QVariant(true));
-    }
-
-    void unreadablePropertiesReadAsNothing()
-    {
-        m_daemon.answer("scanResults", { QVariant::fromValue(ScanResults{ { { 1, 1, "stale" } } }) });
-        QVERIFY(m_world.daemonAppears());
-        QCOMPARE(m_world.text("scanresultsName:0"), "stale");
-        QVERIFY(m_world.daemonLeaves());
-
-        m_daemon.answer("status", {});
-        m_daemon.answer("myName", { 5 });
-        m_daemon.answer("scanResults", { QStringList{ "stale" } });
-        m_daemon.answer("pairList", { 7 });
-        QVERIFY(m_world.daemonAppears());
-        QCOMPARE(m_world.value("status"), QVariant(0));
-        QCOMPARE(m_world.text("myname"), "");
-        QCOMPARE(m_world.scanRows() + m_world.pairRows(), QStringList());
     }
 
     void aReplacedDaemonIsNotReadAgain()
@@ -207,38 +143,6 @@ private Q_SLOTS:
         QTEST(m_world.value("enabled").toBool(), "staysEnabled");
         QVERIFY(!QFileInfo::exists(path) && !QFileInfo(path).isSymLink());
         QFile::remove("/tmp/target");
-    }
-
-    void markerThatIsADirectory()
-    {
-        QVERIFY(QDir().mkpath(Marker + "/work"));
-        QVERIFY(m_world.daemonAppears());
-        QVERIFY(m_world.set("enabled", true));
-        QVERIFY(m_world.daemonLeaves());
-        QCOMPARE(m_world.value("enabled"), QVariant(false));
-        QVERIFY(QDir(Marker + "/work").exists());
-        QVERIFY(QDir(Marker).removeRecursively());
-    }
-
-    void markerThatCannotBeRemoved()
-    {
-        QFile marker(Marker);
-        QVERIFY(marker.open(QIODevice::WriteOnly));
-        // A file that something is mounted on stays, whoever wants to remove it.
-        if (mount("/etc/passwd", qPrintable(Marker), nullptr, MS_BIND, nullptr) != 0) {
-            QVERIFY(marker.remove());
-            // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
-            QSKIP("nothing can be mounted here, so that no file resists its removal");
-        }
-        QVERIFY(m_world.daemonAppears());
-        QVERIFY(m_world.set("enabled", true));
-        QVERIFY(m_world.daemonLeaves());
-        // It counts all the same.
-        QCOMPARE(m_world.value("enabled"), QVariant(true));
-        const QString line = QString("Could not remove bluetooth shutdown lockfile. Errno: %1").arg(EBUSY);
-        QCOMPARE(m_world.countInOutput(line), 1);
-        QCOMPARE(umount(qPrintable(Marker)), 0);
-        QVERIFY(marker.remove());
     }
 
     void aDaemonThatIsThereFirstIsNotSeen()

@@ -143,19 +143,24 @@ private Q_SLOTS:
     void daemonSignals()
     {
         const QVariantList values{ 3,
-                                   100,
                                    99,
-                                   201,
+                                   100,
+                                   -1,
+                                   2U,
+                                   Address,
+                                   true,
+                                   2.6,
                                    "text",
                                    " \t",
                                    "201",
                                    "",
                                    QString(),
-                                   Address,
-                                   true,
-                                   0.5,
+                                   QByteArray("2"),
                                    "`,.\";00!a`,.\";00!",
-                                   QStringList{ "a" } };
+                                   "`,.\";0`,.\";00",
+                                   QStringList{ "a" },
+                                   QVariantMap{ { "a", 1 } },
+                                   QVariant::fromValue(QDBusArgument()) };
         for (int i = 4; i <= 18; ++i) {
             const QMetaMethod slot = BluetoothModule::staticMetaObject.method(
                 BluetoothModule::staticMetaObject.methodOffset() + i);
@@ -186,6 +191,17 @@ private Q_SLOTS:
             m_daemon.send(signal, "7");
             settle();
         }
+        step("another one comes: the first proxy stays, and is used no more");
+        QDBusAbstractInterface* const first = proxy();
+        m_module->onServiceRegistered(DaemonName);
+        QCOMPARE(m_module->findChildren<QDBusAbstractInterface*>().size(), 2);
+        m_module->Scan();
+        recordSent();
+        step("and goes");
+        m_module->onServiceUnregistered(DaemonName);
+        QCOMPARE(m_module->findChildren<QDBusAbstractInterface*>(), QList<QDBusAbstractInterface*>{ first });
+        m_module->Scan();
+        recordSent();
         compare();
     }
 
@@ -218,7 +234,7 @@ private Q_SLOTS:
     void lists()
     {
         PairList pairs{ { { Address, "Phone", 0 }, { 7, {}, 12 }, { Address, "", 0 } } };
-        ScanResults scan{ { { Address, -57, "Phone" }, { 7, 0, {} }, { Address, 12, "" } } };
+        ScanResults scan{ { { Address, -57, "Phone" }, { 7, 0, {} }, { ~0ULL, 12, "%1 %2" } } };
         step("three");
         m_module->updatePairList(&pairs);
         m_module->updateScanResults(&scan);
@@ -262,6 +278,7 @@ private Q_SLOTS:
         QVERIFY(comes());
         run("12:34:56:78:9a:bc");
         run("12:34:56:78:9A:BC\0Kü"s);
+        run("12-34");
         step("the stored PIN, twice");
         m_module->PINreply("");
         recordSent();
