@@ -43,7 +43,7 @@ protected:
     {
         m_bluez->appear();
         m_bluez->addAdapter(hci0());
-        return m_radio->appear() && QTest::qWaitFor([this] { return proxy().status() == 3; });
+        return m_radio->appear() && Patience::waitFor([this] { return proxy().status() == 3; });
     }
 
     std::unique_ptr<FakeBluez> m_bluez;

@@ -123,7 +123,7 @@ private Q_SLOTS:
         QCOMPARE(m_world.text("pairstate"), "0");
 
         QVERIFY(m_world.trigger("scan")); // refused, which the module does not read
-        QVERIFY(QTest::qWaitFor([this] { return m_world.calls().contains("Scan"); }));
+        QVERIFY(Patience::waitFor([this] { return m_world.calls().contains("Scan"); }));
         QVERIFY(m_world.fault({ "none" }));
         QVERIFY(m_world.step(10));
         QVERIFY(m_world.trigger("pair", "00:11:22:33:44:0B"));
@@ -179,7 +179,7 @@ private Q_SLOTS:
         QVERIFY2(m_world.switchOn(), qPrintable(m_world.problem()));
         QVERIFY(m_world.fault({ "burst", "100000" }));
         QVERIFY(m_world.trigger("pair", Headset));
-        QVERIFY(QTest::qWaitFor([this] { return m_world.calls().contains("Pair"); }));
+        QVERIFY(Patience::waitFor([this] { return m_world.calls().contains("Pair"); }));
         QVERIFY(m_world.step(30));
         QCOMPARE(m_world.text("pairstate"), "0");
         QVERIFY(m_world.fault({ "none" })); // all at once
