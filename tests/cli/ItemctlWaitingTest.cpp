@@ -2,8 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include <QDBusConnectionInterface>
 #include <QElapsedTimer>
 #include <QTest>
+
+#include <csignal>
 
 /// watch and wait: what happens while the program runs.
 class ItemctlWaitingTest : public ItemctlFixture
@@ -147,6 +150,40 @@ private Q_SLOTS:
         m_servers.kill();
         QVERIFY(m_servers.start()); // it comes back enabled, but with its state off
         QCOMPARE(finish(*wait).status, 0);
+    }
+
+    // What it had does not count while it is away.
+    void waitDoesNotTrustAnAbsentServer()
+    {
+        QVERIFY(m_servers.start("other", "side"));
+        succeed({ "call", "mod:write", "serial=1" });
+        auto wait =
+            startItemctl({ "wait", "--json", "mod:serial~.", "side:enabled=true", "--timeout", "60" });
+        QTRY_COMPARE(watchers(), 2);
+        succeed({ "get", "mod:state" });
+        m_servers.kill();
+        succeed({ "set", "side:enabled", "true" });
+        QVERIFY(m_servers.start());
+        const Finished finished = finish(*wait);
+        QCOMPARE(finished.status, 0);
+        const auto items = nlohmann::json::parse(finished.out.toStdString());
+        QCOMPARE(items[0].value("value", 0ULL), 18446744073709551615ULL); // as it is after the restart
+        m_servers.kill("other");
+    }
+
+    void endsWithTheBus()
+    {
+        const auto watch = startWatching({ "watch" });
+        QVERIFY(watch);
+        const auto wait = startItemctl({ "wait", "state=On", "--timeout", "60" });
+        QTRY_COMPARE(watchers(), 2);
+        const auto bus = QDBusConnection::sessionBus().interface()->servicePid("org.freedesktop.DBus");
+        ::kill(static_cast<pid_t>(bus.value()), SIGKILL); // there is no test behind this one
+        for (QProcess* process : { watch.get(), wait.get() }) {
+            const Finished finished = finish(*process);
+            QCOMPARE(finished.status, 5);
+            QVERIFY2(finished.err.contains("the session bus went away"), qPrintable(finished.err));
+        }
     }
 
 private:

@@ -27,6 +27,7 @@ private Q_SLOTS:
     void addsDevices_data();
     void addsDevices();
     void devicesDoThings();
+    void showsOddDevices();
     void tellsTheCalls();
     void drivesTime();
     void tellsTheFaults();
@@ -169,6 +170,27 @@ void SimctlTest::devicesDoThings()
              QString("1: simctl: no pairing with %1 is under way\n").arg(address));
 }
 
+void SimctlTest::showsOddDevices()
+{
+    const QString longName(30, 'x');
+    QCOMPARE(change({ "add", longName, "--address", "0A:00:00:00:00:02", "--paired" }), QString());
+    QCOMPARE(change({ "add", "\x1b[2J", "--address", "0A:00:00:00:00:03" }), QString());
+    QCOMPARE(change({ "add", "Phone", "--address", "0A:00:00:00:00:04" }), QString());
+    QCOMPARE(change({ "remove", longName }), QString());
+    call("Pair", { 0x001122334405ULL }); // refuses
+    QCOMPARE(change({ "time", "step", "3" }), QString());
+    const QString devices = simctl({ "devices" }).out;
+    const QString cut = QString(19, 'x') + QChar(0x2026);
+    for (const QString& line :
+         { "0A:00:00:00:00:02  " + cut + "  -60 dBm  just-works    plain        away, paired\n",
+           QString("00:11:22:33:44:05  Locked Tablet         -66 dBm  refuses       plain\n") })
+        QVERIFY2(devices.contains(line), qPrintable(devices));
+    QVERIFY(!simctl({ "names" }).out.contains('\x1b'));
+    QVERIFY(!simctl({ "names", "member" }).out.contains("PropertiesChanged"));
+    QCOMPARE(change({ "drop", "Phone" }),
+             QString("3: simctl: several devices are called \"Phone\"; give an address\n"));
+}
+
 void SimctlTest::tellsTheCalls()
 {
     call("Pair", { 0x001122334403ULL });
@@ -258,6 +280,8 @@ void SimctlTest::saysWhatIsWrong_data()
     row("fault of no value", { "fault", "payload", "pairList", "a(ti)", "[[1,2],[3,4.5]]" }, 2,
         "the value at [1][1] is 4.5 but has to be a whole number from -2147483648 to 2147483647");
     row("time", { "time", "step", "yesterday" }, 2, "step SECONDS");
+    row("time of more than a day", { "time", "step", "86400.1" }, 2, "step SECONDS");
+    row("no speed", { "time", "speed", "0" }, 2, "speed FACTOR");
     row("recording's name", { "record", "/tmp/x.json" }, 2, "ends with .rec");
     row("recording's kind", { "record", m_folder.filePath("pipe.rec") }, 1, "it is no regular file");
     row("recording's place", { "record", "/nonexistent/x.rec" }, 1, "/nonexistent/x.rec cannot be written");

@@ -139,6 +139,46 @@ private Q_SLOTS:
         QCOMPARE(named.out, "crowd\n");
     }
 
+    // By their whole paths, from another folder.
+    void whatIsNamedStaysVisible()
+    {
+        const QTemporaryDir folder("/tmp/named-XXXXXX");
+        const QString link = folder.filePath("link/radio");
+        const QString radio = folder.filePath("true/radio");
+        QVERIFY(QDir(folder.path()).mkpath("link") && QDir(folder.path()).mkpath("true"));
+        QVERIFY(QFile::copy("/bin/true", radio) && QFile::link(radio, link));
+        QFile scenario(folder.filePath("room.json"));
+        QVERIFY(scenario.open(QIODevice::WriteOnly));
+        scenario.write(R"({ "devices": [] })");
+        scenario.close();
+        const QStringList options{ "--radio",    link,
+                                   "--host",     besideTest("stand_in_host"),
+                                   "--scenario", scenario.fileName() };
+        const QString script =
+            "cat $BLUESIM_SCENARIO; blue_controller_zq4 && echo; echo ${TMPDIR-none}; ls " + folder.path();
+        const Finished world = run(program(), options + QStringList{ "--", "sh", "-c", script },
+                                   { { { "TMPDIR", folder.filePath("hidden") } }, false, "/" });
+        QCOMPARE(world.err, QString());
+        QCOMPARE(world.out, "{ \"devices\": [] }\nnone\nlink\nroom.json\ntrue\n");
+    }
+
+    void bluezRadioGetsTheMachinesBus_data()
+    {
+        const Rows<QString, QString> row("given", "bus");
+        row("the usual one", "", "unix:path=/run/dbus/system_bus_socket\n");
+        row("another", "unix:path=/nonexistent", "unix:path=/nonexistent\n");
+    }
+
+    void bluezRadioGetsTheMachinesBus()
+    {
+        QFETCH(QString, given);
+        const Finished world = run(program(),
+                                   { "--radio", "bluez", "--host", besideTest("stand_in_host"), "--",
+                                     "printenv", "BLUEZ_SYSTEM_BUS_ADDRESS" },
+                                   { { { "DBUS_SYSTEM_BUS_ADDRESS", given } }, false, {} });
+        QTEST(world.out, "bus");
+    }
+
     void nothingStaysBehind_data() { addMechanisms(); }
 
     void nothingStaysBehind()
@@ -227,6 +267,29 @@ private Q_SLOTS:
         terminal.write("\x03");
         QVERIFY(terminal.waitForFinished());
         QCOMPARE(terminal.exitCode(), status);
+    }
+
+    void controlKeyArrivesOnce_data()
+    {
+        const Rows<QByteArray, QString> row("key", "name");
+        row("Ctrl-C", "\x03", "INT");
+        row("Ctrl-\\", "\x1c", "QUIT");
+    }
+
+    // From the terminal, and not from the world, which hears of it as well, besides.
+    void controlKeyArrivesOnce()
+    {
+        QFETCH(QByteArray, key);
+        QFETCH(QString, name);
+        QProcess terminal;
+        // What the world passes on comes in order: with SIGTERM it has passed on the one before.
+        const QString script = QString("trap 'n=$((n+1)); kill -TERM $PPID' %1; trap 'exit $((10+n))' TERM\n"
+                                       "echo ready; while :; do :; done")
+                                   .arg(name);
+        QVERIFY(startInTerminal(terminal, script));
+        terminal.write(key);
+        QVERIFY(terminal.waitForFinished());
+        QCOMPARE(terminal.exitCode(), 11);
     }
 
     void endsWithItsTerminal()
