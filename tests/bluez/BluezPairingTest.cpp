@@ -29,6 +29,7 @@ private Q_SLOTS:
     void refusesTheOpenQuestion();
     void keyPressesAskNothing();
     void questionTakenBackTakesItsCode();
+    void declinedOnceIsDeclined();
     void refusesOtherAdapters();
     void connects();
     void tellsOfTheCompanion();
@@ -234,6 +235,25 @@ void BluezPairingTest::questionTakenBackTakesItsCode()
     m_bluez->callBack("Agent1", "Release", {}); // counts as Cancel
     QTRY_COMPARE(proxy().pairState(), 6);
     QCOMPARE(proxy().confirmationCode(), QString());
+}
+
+// Until bluetoothd has answered it could still be asked for a PIN, and says that the pairing was cancelled.
+void BluezPairingTest::declinedOnceIsDeclined()
+{
+    QVERIFY(startOn());
+    const QString pair = "Device1.Pair";
+    const QVariant device = path(m_bluez->addDevice(hci0(), phone()));
+    m_bluez->answer(pair, {});
+    proxy().Pair(PhoneNumber);
+    QTRY_VERIFY(m_bluez->called({ pair }));
+    m_bluez->callBack("Agent1", "RequestPinCode", { device });
+    QTRY_COMPARE(proxy().pairState(), 3);
+    proxy().PINdecline();
+    QDBusPendingReply<> late = proxy().PINreply("5190");
+    late.waitForFinished();
+    QCOMPARE(late.error().name(), QString("com.qarn.bluetooth.Error.NothingPending"));
+    m_bluez->answerAfterAll(pair, "AuthenticationCanceled");
+    QTRY_COMPARE(proxy().pairState(), 200);
 }
 
 void BluezPairingTest::refusesOtherAdapters()

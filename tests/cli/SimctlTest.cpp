@@ -234,6 +234,9 @@ void SimctlTest::tellsTheFaults()
              "\n");
     QCOMPARE(change({ "fault", "none" }), QString());
     QCOMPARE(simctl({ "fault", "--json" }).out, "[]\n");
+    QCOMPARE(change({ "fault", "leave", "3600" }), QString());
+    QCOMPARE(change({ "fault", "leave" }), QString()); // for good
+    QCOMPARE(simctl({ "fault", "--json" }).out, "[{\"kind\":\"leave\"}]\n");
 }
 
 void SimctlTest::noFaultEndsThePatience()

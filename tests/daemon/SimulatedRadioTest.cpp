@@ -99,83 +99,49 @@ Stage::Stage(const bt::Scenario& scenario)
 
 bt::Outcome Stage::act(QString word)
 {
+    using Radio = bt::SimulatedRadio;
+    using OfDevice = bt::Outcome (Radio::*)(qulonglong);
+    static const QHash<QString, OfDevice> OfDevices{
+        { "pair", &Radio::pair },
+        { "unpair", &Radio::unpair },
+        { "connect", &Radio::connectDevice },
+        { "disconnect", &Radio::disconnectDevice },
+        // What the device does by itself.
+        { "joins", &Radio::deviceConnects },
+        { "drops", &Radio::deviceDrops },
+        { "asks", &Radio::deviceAsksToPair },
+        { "leaves", &Radio::removeDevice },
+    };
+    using Alone = bt::Outcome (Radio::*)();
+    static const QHash<QString, Alone> Others{
+        { "scan", &Radio::scan },           { "cancel", &Radio::cancelScan },
+        { "killiap", &Radio::killIap },     { "decline", &Radio::pinDecline },
+        { "confirm", &Radio::confirmCode }, { "reject", &Radio::rejectCode },
+    };
+    using WithText = bt::Outcome (Radio::*)(const QString&);
+    static const QHash<QString, WithText> Texts{
+        { "pin", &Radio::pinReply },
+        { "register", &Radio::registerRfcommUuid },
+        { "unregister", &Radio::unregisterRfcommUuid },
+    };
+    const QString argument = word.section(':', 1);
+    word = word.section(':', 0, 0);
     const qulonglong device = word.endsWith('2') ? 0x0A0000000002 : 0x0A0000000001;
     if (word.endsWith('2'))
         word.chop(1);
-    const QString argument = word.section(':', 1);
-    const QHash<QString, std::function<bt::Outcome()>> acts{
-        { "pair",
-          [&] {
-              return m_radio.pair(device);
-          } },
-        { "unpair",
-          [&] {
-              return m_radio.unpair(device);
-          } },
-        { "pin",
-          [&] {
-              return m_radio.pinReply(argument);
-          } },
-        { "connect",
-          [&] {
-              return m_radio.connectDevice(device);
-          } },
-        { "disconnect",
-          [&] {
-              return m_radio.disconnectDevice(device);
-          } },
-        { "scan",
-          [&] {
-              return m_radio.scan();
-          } },
-        { "off",
-          [&] {
-              return m_radio.setPowered(false);
-          } },
-        { "on",
-          [&] {
-              return m_radio.setPowered(true);
-          } },
-        { "register",
-          [&] {
-              return m_radio.registerRfcommUuid(argument);
-          } },
-        { "unregister",
-          [&] {
-              return m_radio.unregisterRfcommUuid(argument);
-          } },
-        // What the device, and the person who holds it, does.
-        { "joins",
-          [&] {
-              return m_radio.deviceConnects(device);
-          } },
-        { "drops",
-          [&] {
-              return m_radio.deviceDrops(device);
-          } },
-        { "asks",
-          [&] {
-              return m_radio.deviceAsksToPair(device);
-          } },
-        { "refuses",
-          [&] {
-              return m_radio.deviceAnswers(device, false);
-          } },
-        { "leaves",
-          [&] {
-              return m_radio.removeDevice(device);
-          } },
-        { "moves",
-          [&] {
-              return m_radio.moveDevice(device, argument.toInt(), 10s);
-          } },
-        { "strength",
-          [&] {
-              note(QString::number(m_radio.room().find(device)->signalStrengthAt(m_clock.now())));
-              return bt::Outcome();
-          } },
-    };
-    return acts.value(word.section(':', 0, 0))();
+    if (const OfDevice method = OfDevices.value(word))
+        return (m_radio.*method)(device);
+    if (const Alone method = Others.value(word))
+        return (m_radio.*method)();
+    if (const WithText method = Texts.value(word))
+        return (m_radio.*method)(argument);
+    if (word == "moves")
+        return m_radio.moveDevice(device, argument.toInt(), 10s);
+    if (word == "refuses")
+        return m_radio.deviceAnswers(device, false);
+    if (word == "strength")
+        note(QString::number(m_radio.room().find(device)->signalStrengthAt(m_clock.now())));
+    return word == "on" || word == "off" ? m_radio.setPowered(word == "on") : bt::Outcome();
 }
 
 void Stage::play(const QString& script)
@@ -211,7 +177,26 @@ void SimulatedRadioTest::tells_data()
     lamp("page timeout", R"(, "pairing": "out-of-reach")", "pair +10", unknown + "5.12 pairing 202");
     lamp("it asks, with its name, and ends a scan", code, "scan asks +1",
          "0 scan 1, 0 scan 2, 0 pairing 2 Lamp, 0.8 pairing 4 Lamp 271828");
-    lamp("two ask", code, "pair +0.1 asks", unknown + "0.1 InProgress");
+    lamp("confirmed", code, "pair +1 confirm +1",
+         unknown + "0.8 pairing 4 Lamp 271828, 1 pairing 6 Lamp, 1.6 Eye=0&Lamp=0, 1.6 pairing 100");
+    lamp("rejected, and no more to say", R"(, "pairing": "confirmation")", "pair +1 reject confirm reject +1",
+         unknown + "0.8 pairing 5 Lamp, 1 pairing 200, 1 NothingPending, 1 NothingPending");
+    lamp("declined", R"(, "pairing": "pin", "pin": "1")", "pair +1 decline pin:1 decline +1",
+         unknown + "0.8 pairing 3 Lamp, 1 pairing 200, 1 NothingPending, 1 NothingPending");
+    lamp("wrong PIN", R"(, "pairing": "pin", "pin": "1")", "pair +1 pin:2 +1",
+         unknown + "0.8 pairing 3 Lamp, 1 pairing 6 Lamp, 1.6 pairing 201");
+    lamp("just works", "", "pair +2", unknown + "0.8 pairing 6 Lamp, 1.4 Eye=0&Lamp=0, 1.4 pairing 100");
+    lamp("refused over there", R"(, "pairing": "refuses")", "pair +2", unknown + "1.7 pairing 201");
+    lamp("called while it is away", "", "leaves pair +6", unknown + "5.12 pairing 202");
+    lamp("one thing at a time", code, "scan scan pair scan pair2 +0.1 asks",
+         "0 scan 1, 0 InProgress, 0 scan 2, " + unknown + "0 InProgress, 0 InProgress, 0.1 InProgress");
+    lamp("switched off meanwhile", code, "pair +1 off confirm +1 pair scan connect joins2 asks on +1",
+         unknown
+             + "0.8 pairing 4 Lamp 271828, 1 pairing 0, 1 status 4, 1 NothingPending, 1.2 status 1, "
+               "2 NotReady, 2 NotReady, 2 NotReady, 2 NotReady, 2 NotReady, 2 status 2, 2.5 status 3");
+    lamp("paired already", "", "pair2", "0 pairing 100");
+    lamp("unasked", "", "pin:1 decline confirm reject cancel",
+         "0 NothingPending, 0 NothingPending, 0 NothingPending, 0 NothingPending, 0 NothingPending");
     lamp("it asks though it is paired", "", "asks2", "0 Failed");
 
     const QByteArray paired = R"(, "paired": true)";
@@ -230,6 +215,11 @@ void SimulatedRadioTest::tells_data()
          "0 Lamp=1&Eye=0, 0 up, 0 sockets 0A:00:00:00:00:01, "
          "0 Lamp=1&Eye=1, 0 up, 0 sockets 0A:00:00:00:00:01,0A:00:00:00:00:02, "
          "0 Lamp=0&Eye=1, 0 sockets 0A:00:00:00:00:02, 0 down, 0 Lamp=0&Eye=0, 0 sockets , 0 down");
+    lamp("iOS accessories alone", R"(, "paired": true, "is": ["ios"])", "joins joins2 killiap",
+         "0 Lamp=2&Eye=0, 0 up, 0 Lamp=2&Eye=1, 0 up, 0 sockets 0A:00:00:00:00:02, 0 Lamp=0&Eye=1, 0 down");
+    lamp("the end of all", R"(, "paired": true, "is": ["ftp"])", "joins joins2 scan off +0.2",
+         "0 Lamp=8&Eye=0, 0 up, 0 Lamp=8&Eye=1, 0 up, 0 sockets 0A:00:00:00:00:02, 0 scan 1, 0 scan 2, "
+         "0 Lamp=0&Eye=1, 0 down, 0 Lamp=0&Eye=0, 0 sockets , 0 down, 0 status 4, 0.2 status 1");
     lamp("unpaired while connected", paired, "joins unpair unpair",
          "0 Lamp=1&Eye=0, 0 up, 0 Lamp=0&Eye=0, 0 down, 0 Eye=0, 0 NotPaired");
     lamp("moves from where it is", "", "moves:-90 +5 strength moves:-60 strength +10 strength",

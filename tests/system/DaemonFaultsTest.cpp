@@ -135,14 +135,8 @@ private Q_SLOTS:
     {
         // "shown" is the scan state, which is 1 meanwhile.
         const Rows<QStringList, QString> row("shape", "shown");
-        for (const char* shape :
-             { "as", "a(tis)", "ai", "av", "aas", "a{si}", "a(sss)", "a(tsi)", "(tis)", "aa{s(iv)}" })
-            row(shape, { shape }, "0"); // does not convert: ignored
-        row("a text", { "s" }, "0"); // converts, to 0
+        row("what does not convert is ignored", { "as" }, "0");
         row("a number in a text", { "s", "\"2\"" }, "2");
-        row("another number", { "i" }, "-42");
-        row("an unsigned number", { "u", "7" }, "7");
-        row("a truth value", { "b" }, "1");
     }
 
     void payloadOfAnotherShape()
@@ -162,15 +156,11 @@ private Q_SLOTS:
     {
         QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
         QVERIFY(pairHeadset());
-        for (const auto& [property, shape] :
-             { std::pair("status", "as"), std::pair("pairState", "a{sv}"), std::pair("pairList", "a(sss)"),
-               std::pair("confirmationCode", "s") })
-            QVERIFY2(m_world.fault({ "payload", property, shape }), qPrintable(m_world.problem()));
+        QVERIFY(m_world.fault({ "payload", "pairList", "a(sss)" }));
+        QVERIFY(m_world.fault({ "payload", "confirmationCode", "s" }));
         QVERIFY(m_world.fault({ "leave", "0" })); // and comes back at once
         QVERIFY(m_world.waitFor("confirmationcode", "x")); // the one that can be read
         QVERIFY(m_world.waitForApplicable("scan", true));
-        QCOMPARE(m_world.text("status"), "0");
-        QCOMPARE(m_world.text("pairstate"), "0");
         QCOMPARE(m_world.text("pairlistAddr:0"), QString());
     }
 
@@ -186,18 +176,6 @@ private Q_SLOTS:
         QVERIFY(m_world.waitFor("pairstate", "100"));
         QCOMPARE(m_world.text("pairlistAddr:0"), QString::fromLatin1(Headset)); // had come before the state
         QCOMPARE(m_world.text("pendingpair"), QString());
-    }
-
-    void whatIsNotToldIsNotKnown()
-    {
-        QVERIFY2(ownDaemonIsOn(), qPrintable(m_world.problem()));
-        QVERIFY(m_world.fault({ "silent-property", "pairList" }));
-        QVERIFY(pairHeadset());
-        QCOMPARE(m_world.text("pairlistAddr:0"), QString()); // its signal would have come before the state's
-        QVERIFY(m_world.fault({ "leave" }));
-        QVERIFY(m_world.waitForApplicable("scan", false));
-        QVERIFY(m_world.fault({ "none" }));
-        QVERIFY(m_world.waitFor("pairlistAddr:0", Headset)); // the refresh reads it
     }
 
 private:

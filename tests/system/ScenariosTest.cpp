@@ -5,7 +5,6 @@
 #include "support/Rows.h"
 
 #include <QDBusConnection>
-#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
@@ -109,16 +108,6 @@ private Q_SLOTS:
                                "Unknown Name - 00:11:22:33:44:07", "Wi-FED" }));
     }
 
-    // The daemon tells of 60 devices; the module's lists have 32 rows.
-    void crowdFillsTheList()
-    {
-        QVERIFY2(begin("crowd"), qPrintable(m_world.problem()));
-        QVERIFY2(scan(), qPrintable(m_world.problem()));
-        QStringList addresses = scanned("scanresultsAddr");
-        QCOMPARE(addresses.removeDuplicates(), 0);
-        QCOMPARE(addresses.size(), 32);
-    }
-
     void carConnectsByItself()
     {
         QVERIFY2(begin("car"), qPrintable(m_world.problem()));
@@ -190,21 +179,6 @@ private Q_SLOTS:
         QVERIFY2(first.size() > 15, qPrintable(m_world.problem()));
         QCOMPARE(run(7), first);
         QVERIFY(run(8) != first);
-    }
-
-    // Somebody who does not answer for a minute, in milliseconds.
-    void longTimesPassAtOnce()
-    {
-        QVERIFY2(begin("pair-pin"), qPrintable(m_world.problem()));
-        QVERIFY(m_world.trigger("pair", "00:11:22:33:77:01"));
-        QVERIFY(m_world.waitFor("pairstate", "1"));
-        QElapsedTimer clock;
-        clock.start();
-        QVERIFY(m_world.step(60.7));
-        QVERIFY(m_world.waitFor("pairstate", "3"));
-        QVERIFY(m_world.step(0.2));
-        QVERIFY(m_world.waitFor("pairstate", "201"));
-        QVERIFY2(clock.elapsed() < 30'000, "simulated time took real time");
     }
 
 private:
