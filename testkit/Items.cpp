@@ -51,7 +51,7 @@ bool SimulatedWorld::waitForItem(const std::function<bool()>& holds)
 
 bool SimulatedWorld::waitFor(const QString& item, const QString& value)
 {
-    return waitForItem([&] { return text(item) == value && m_problem.isEmpty(); }) || fail(item);
+    return waitForItem([&] { return text(item) == value && m_problem.isEmpty(); }) || fail(item, value);
 }
 
 bool SimulatedWorld::waitForApplicable(const QString& item, bool applicable)
@@ -64,11 +64,11 @@ bool SimulatedWorld::waitForApplicable(const QString& item, bool applicable)
         : false;
 }
 
-bool SimulatedWorld::fail(const QString& item, const QString& reason)
+bool SimulatedWorld::fail(const QString& item, const QString& expected, const QString& reason)
 {
     const QString value = text(item);
     if (m_problem.isEmpty()) {
-        m_problem = QStringLiteral("%1 is \"%2\"").arg(item, value);
+        m_problem = QStringLiteral("%1 is \"%2\", not \"%3\"").arg(item, value, expected);
     }
     if (!reason.isEmpty()) {
         m_problem += QStringLiteral("; ") + reason;

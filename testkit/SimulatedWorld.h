@@ -129,7 +129,7 @@ private:
     [[nodiscard]] bool waitForSimulation();
     [[nodiscard]] bool waitForItem(const std::function<bool()>& holds);
     /// Says what an item is instead, and why. @return false
-    [[nodiscard]] bool fail(const QString& item, const QString& reason = {});
+    [[nodiscard]] bool fail(const QString& item, const QString& expected, const QString& reason = {});
 
     std::unique_ptr<Parts> m_parts;
     QString m_problem;

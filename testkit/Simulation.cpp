@@ -37,7 +37,7 @@ bool SimulatedWorld::stepUntil(const QString& item, const QString& value)
         return true;
     }
     const QString reason = m_problem; // the item is asked for once more
-    return fail(item, reason);
+    return fail(item, value, reason);
 }
 
 QList<DaemonCall> SimulatedWorld::callsWithArguments() const

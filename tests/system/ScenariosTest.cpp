@@ -25,6 +25,13 @@ public Q_SLOTS:
     void note(const QDBusMessage& signal) { m_signals << describe(signal); }
 
 private Q_SLOTS:
+    void init() { m_world.setPatience(m_patience); }
+    void cleanup()
+    {
+        if (QTest::currentTestFailed()) // one fault may well fail every scenario
+            m_patience = std::max(m_patience / 2, std::chrono::milliseconds(100));
+    }
+
     void pairs_data()
     {
         // "asked" is the pairing state that waits for an answer; empty for none.
@@ -46,18 +53,18 @@ private Q_SLOTS:
         QFETCH(QString, answer);
         QFETCH(QString, outcome);
         const QString address = "00:11:22:33:77:01";
-        QVERIFY2(begin(QTest::currentDataTag()), qPrintable(m_world.problem()));
-        QVERIFY(m_world.trigger("pair", address));
-        QVERIFY(m_world.waitFor("pairstate", "1"));
+        QVERIFY2(begin(QTest::currentDataTag()), why());
+        QVERIFY2(m_world.trigger("pair", address), why());
+        QVERIFY2(m_world.waitFor("pairstate", "1"), why());
         if (!asked.isEmpty()) {
-            QVERIFY(m_world.step(1));
-            QVERIFY2(m_world.waitFor("pairstate", asked), qPrintable(m_world.problem()));
+            QVERIFY2(m_world.step(1), why());
+            QVERIFY2(m_world.waitFor("pairstate", asked), why());
             QCOMPARE(m_world.text("confirmationcode"), asked == "4" ? "271828" : QString());
-            QVERIFY(m_world.trigger(action, answer));
+            QVERIFY2(m_world.trigger(action, answer), why());
         }
-        QVERIFY2(m_world.stepUntil("pairstate", outcome), qPrintable(m_world.problem()));
+        QVERIFY2(m_world.stepUntil("pairstate", outcome), why());
         QCOMPARE(m_world.text("pairlistAddr:0"), outcome == "100" ? address : QString());
-        QVERIFY(m_world.isApplicable("scan"));
+        QVERIFY2(m_world.isApplicable("scan"), why());
     }
 
     // As a person would look, with the programs alone.
@@ -75,15 +82,16 @@ private Q_SLOTS:
         const auto devices = std::get<bt::Scenario>(loaded).devices.size();
         testkit::SimulationOptions options;
         options.scenario = scenario;
-        QVERIFY2(m_world.start(options), qPrintable(m_world.problem()));
+        const QString seconds = QString::number(static_cast<double>(m_patience.count()) / 1000);
+        QVERIFY2(m_world.start(options), why());
         QCOMPARE(itemctl({ "set", "enabled", "true" }), QString());
-        QCOMPARE(itemctl({ "wait", "status=Starting" }), QString());
-        QVERIFY(m_world.step(0.5));
-        QCOMPARE(itemctl({ "wait", "status=On" }), QString());
+        QCOMPARE(itemctl({ "wait", "status=Starting", "--timeout", seconds }), QString());
+        QVERIFY2(m_world.step(0.5), why());
+        QCOMPARE(itemctl({ "wait", "status=On", "--timeout", seconds }), QString());
         QCOMPARE(itemctl({ "call", "scan" }), QString());
-        QCOMPARE(itemctl({ "wait", "scanstate=SCANNING" }), QString());
-        QVERIFY(m_world.step(6));
-        QCOMPARE(itemctl({ "wait", "scanstate=SCANDONE" }), QString());
+        QCOMPARE(itemctl({ "wait", "scanstate=SCANNING", "--timeout", seconds }), QString());
+        QVERIFY2(m_world.step(6), why());
+        QCOMPARE(itemctl({ "wait", "scanstate=SCANDONE", "--timeout", seconds }), QString());
         const Finished list = ::run("itemctl", { "list", "--json", "scanresultsAddr*" });
         QSet<QString> listed;
         for (const QString& line : list.out.split('\n', Qt::SkipEmptyParts))
@@ -98,8 +106,8 @@ private Q_SLOTS:
     {
         testkit::SimulationOptions options;
         options.scenario.clear();
-        QVERIFY(m_world.start(options) && m_world.switchOn());
-        QVERIFY2(scan(), qPrintable(m_world.problem()));
+        QVERIFY2(m_world.start(options) && m_world.switchOn(), why());
+        QVERIFY2(scan(), why());
         QStringList names = scanned("scanresultsName");
         names.sort();
         QCOMPARE(names,
@@ -110,64 +118,64 @@ private Q_SLOTS:
 
     void carConnectsByItself()
     {
-        QVERIFY2(begin("car"), qPrintable(m_world.problem()));
+        QVERIFY2(begin("car"), why());
         QCOMPARE(m_world.text("pairlistName:0"), "Phone");
         QCOMPARE(m_world.text("isAnyDeviceConnected"), "false");
-        QVERIFY(m_world.step(3));
-        QVERIFY2(m_world.waitFor("pairlistConnectionState:0", "2"), qPrintable(m_world.problem()));
-        QVERIFY(m_world.step(57)); // its link is lost
-        QVERIFY(m_world.waitFor("isAnyDeviceConnected", "false"));
-        QVERIFY(m_world.step(5));
-        QVERIFY(m_world.waitFor("isAnyDeviceConnected", "true"));
+        QVERIFY2(m_world.step(3), why());
+        QVERIFY2(m_world.waitFor("pairlistConnectionState:0", "2"), why());
+        QVERIFY2(m_world.step(57), why()); // its link is lost
+        QVERIFY2(m_world.waitFor("isAnyDeviceConnected", "false"), why());
+        QVERIFY2(m_world.step(5), why());
+        QVERIFY2(m_world.waitFor("isAnyDeviceConnected", "true"), why());
     }
 
     void hostileNamesAreShownAsTheyAre()
     {
-        QVERIFY2(begin("hostile"), qPrintable(m_world.problem()));
-        QVERIFY(m_world.step(3)); // somebody asks to be paired
-        QVERIFY2(m_world.waitFor("pairstate", "4"), qPrintable(m_world.problem()));
+        QVERIFY2(begin("hostile"), why());
+        QVERIFY2(m_world.step(3), why()); // somebody asks to be paired
+        QVERIFY2(m_world.waitFor("pairstate", "4"), why());
         QCOMPARE(m_world.text("pendingpair"), QString::fromUtf8("\x1b[2J\x1b[31mFree Wi-Fi\a\n"));
         QCOMPARE(m_world.text("confirmationcode"), "000000");
-        QVERIFY(m_world.trigger("rejectcode"));
-        QVERIFY(m_world.waitFor("pairstate", "200"));
-        QVERIFY2(scan(), qPrintable(m_world.problem()));
+        QVERIFY2(m_world.trigger("rejectcode"), why());
+        QVERIFY2(m_world.waitFor("pairstate", "200"), why());
+        QVERIFY2(scan(), why());
         const QStringList names = scanned("scanresultsName");
         QCOMPARE(names.count("Phone"), 2);
         QVERIFY(names.contains("-- --help; $(reboot)"));
         QVERIFY(names.contains("`,.\";00!")); // replaced in the pending pair alone
-        QVERIFY(m_world.hostPid() > 0);
+        QVERIFY2(m_world.hostPid() > 0, why());
     }
 
     void emptyStaysEmpty()
     {
-        QVERIFY2(begin("empty"), qPrintable(m_world.problem()));
-        QVERIFY2(scan(), qPrintable(m_world.problem()));
+        QVERIFY2(begin("empty"), why());
+        QVERIFY2(scan(), why());
         QCOMPARE(m_world.text("scanresultsAddr:0"), QString());
         // Until somebody comes.
         QVERIFY2(m_world.control("AddDevice", { R"({ "address": "0A:00:00:00:00:01", "name": "Lamp" })" }),
-                 qPrintable(m_world.problem()));
-        QVERIFY(scan());
+                 why());
+        QVERIFY2(scan(), why());
         QCOMPARE(m_world.text("scanresultsName:0"), "Lamp");
-        QVERIFY(m_world.control("RemoveDevice", { "Lamp" }));
-        QVERIFY(scan());
+        QVERIFY2(m_world.control("RemoveDevice", { "Lamp" }), why());
+        QVERIFY2(scan(), why());
         QCOMPARE(m_world.text("scanresultsAddr:0"), QString());
     }
 
     void deviceAsksToBePaired()
     {
-        QVERIFY2(begin("pair-incoming"), qPrintable(m_world.problem()));
-        QVERIFY(m_world.step(1.5)); // the radio was on for half a second already
-        QVERIFY2(m_world.waitFor("pairstate", "2"), qPrintable(m_world.problem()));
+        QVERIFY2(begin("pair-incoming"), why());
+        QVERIFY2(m_world.step(1.5), why()); // the radio was on for half a second already
+        QVERIFY2(m_world.waitFor("pairstate", "2"), why());
         QVERIFY(!m_world.isApplicable("scan"));
-        QVERIFY(m_world.step(1));
-        QVERIFY(m_world.waitFor("confirmationcode", "314159"));
-        QVERIFY(m_world.control("AnswerPairing", { "Phone", false })); // over there somebody says no
-        QVERIFY(m_world.waitFor("pairstate", "201"));
-        QVERIFY(m_world.control("RequestPairing", { "Phone" }));
-        QVERIFY(m_world.step(1));
-        QVERIFY(m_world.waitFor("pairstate", "4"));
-        QVERIFY(m_world.trigger("confirmcode"));
-        QVERIFY(m_world.stepUntil("pairstate", "100"));
+        QVERIFY2(m_world.step(1), why());
+        QVERIFY2(m_world.waitFor("confirmationcode", "314159"), why());
+        QVERIFY2(m_world.control("AnswerPairing", { "Phone", false }), why()); // over there somebody says no
+        QVERIFY2(m_world.waitFor("pairstate", "201"), why());
+        QVERIFY2(m_world.control("RequestPairing", { "Phone" }), why());
+        QVERIFY2(m_world.step(1), why());
+        QVERIFY2(m_world.waitFor("pairstate", "4"), why());
+        QVERIFY2(m_world.trigger("confirmcode"), why());
+        QVERIFY2(m_world.stepUntil("pairstate", "100"), why());
         QCOMPARE(m_world.text("pairlistName:0"), "Phone");
     }
 
@@ -176,7 +184,7 @@ private Q_SLOTS:
         QDBusConnection::systemBus().connect({}, "/com/qarn/Bluetooth", "com.qarn.bluetooth", {}, this,
                                              SLOT(note(QDBusMessage)));
         const QStringList first = run(7);
-        QVERIFY2(first.size() > 15, qPrintable(m_world.problem()));
+        QVERIFY2(first.size() > 15, why());
         QCOMPARE(run(7), first);
         QVERIFY(run(8) != first);
     }
@@ -233,7 +241,16 @@ private:
         return done ? m_signals : QStringList();
     }
 
+    /// What did not happen.
+    [[nodiscard]] const char* why()
+    {
+        m_why = m_world.problem().toUtf8();
+        return m_why.constData();
+    }
+
     testkit::SimulatedWorld& m_world;
+    QByteArray m_why;
+    std::chrono::milliseconds m_patience{ 5000 };
     QStringList m_signals;
 };
 
