@@ -30,6 +30,7 @@ private Q_SLOTS:
     void keyPressesAskNothing();
     void questionTakenBackTakesItsCode();
     void declinedOnceIsDeclined();
+    void looksForWhoIsNotKnown();
     void refusesOtherAdapters();
     void connects();
     void tellsOfTheCompanion();
@@ -254,6 +255,18 @@ void BluezPairingTest::declinedOnceIsDeclined()
     QCOMPARE(late.error().name(), QString("com.qarn.bluetooth.Error.NothingPending"));
     m_bluez->answerAfterAll(pair, "AuthenticationCanceled");
     QTRY_COMPARE(proxy().pairState(), 200);
+}
+
+void BluezPairingTest::looksForWhoIsNotKnown()
+{
+    QVERIFY(startOn());
+    proxy().Pair(PhoneNumber);
+    QTRY_VERIFY(m_bluez->called({ "Adapter1.StartDiscovery" }));
+    m_bluez->addDevice(hci0(), "00:22:00:00:00:01");
+    m_bluez->addDevice(hci0(), phone());
+    QTRY_VERIFY(m_bluez->called({ "Adapter1.StopDiscovery", "Device1.Pair" }));
+    QCOMPARE(proxy().scanState(), 0);
+    QVERIFY(proxy().scanResults().entries.isEmpty());
 }
 
 void BluezPairingTest::refusesOtherAdapters()

@@ -152,6 +152,19 @@ private Q_SLOTS:
         QCOMPARE(finish(*wait).status, 0);
     }
 
+    void watchTakesWhatAServerBringsBack()
+    {
+        const auto watch = startWatching({ "watch", "--count", "1", "--timeout", "60" });
+        QVERIFY(watch);
+        m_servers.kill();
+        QVERIFY(m_servers.start("demo", "new"));
+        QTRY_COMPARE(watchers(), 1);
+        succeed({ "call", "write", "state=3" });
+        QCOMPARE(finish(*watch).out, ":result:demo:new:state: 3 (On)\n");
+        m_servers.kill();
+        QVERIFY(m_servers.start());
+    }
+
     // What it had does not count while it is away.
     void waitDoesNotTrustAnAbsentServer()
     {

@@ -253,6 +253,7 @@ void SimctlTest::recordsAStalledDaemon()
     const QString file = m_folder.filePath("stalled.rec");
     const Finished finished = simctl({ "record", file, "--timeout", "0.2" });
     QVERIFY2(finished.err.contains("does not tell its properties"), qPrintable(finished.err));
+    QVERIFY2(finished.err.endsWith("simctl: 1 event recorded\n"), qPrintable(finished.err));
     QCOMPARE(finished.status, 4);
     QFile recording(file);
     QVERIFY(recording.open(QIODevice::ReadOnly));
@@ -304,6 +305,9 @@ void SimctlTest::saysWhatIsWrong()
 
 void SimctlTest::saysThatThereIsNoSimulation()
 {
+    m_sim.signal(SIGSTOP);
+    QCOMPARE(simctl({ "names" }).status, 4); // no answer
+    m_sim.signal(SIGCONT);
     m_sim.end();
     QTRY_VERIFY(!QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
     QCOMPARE(simctl({ "devices" }).status, 5);

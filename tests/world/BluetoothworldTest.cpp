@@ -100,6 +100,7 @@ private Q_SLOTS:
             R"(no scenario "crwd"; did you mean "crowd"?)");
         row("scenario wrong", { "--scenario", "/etc/passwd", "--", "true" },
             "/etc/passwd:1: this is no JSON");
+        row("an empty command", { "--", "", "x" }, "no COMMAND behind");
         row("state", { "--state", "/proc/none", "--", "true" }, "--state /proc/none: ");
         row("log", { "--log", "/proc/none", "--", "true" }, "--log /proc/none: ");
     }
@@ -245,6 +246,24 @@ private Q_SLOTS:
         QCOMPARE(world.exitCode(), 128 + number);
         QCOMPARE(world.readAllStandardError(), QByteArray());
         QVERIFY(isGone(command));
+    }
+
+    void canBeInterruptedWhileItStarts()
+    {
+        const QTemporaryDir folder("/var/tmp/log-XXXXXX");
+        QFile log(folder.filePath("world.log"));
+        QProcess world;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("STAND_IN_HOST", "hangs");
+        world.setProcessEnvironment(environment);
+        world.start(program(), withStandIn({ "--log", log.fileName(), "--", "true" }));
+        QTRY_VERIFY(log.isOpen() || log.open(QIODevice::ReadOnly));
+        QByteArray said;
+        QTRY_VERIFY((said += log.readAll()).contains("host: state in"));
+        kill(static_cast<pid_t>(world.processId()), SIGTERM);
+        QVERIFY(world.waitForFinished());
+        QCOMPARE(world.exitCode(), 128 + SIGTERM);
+        QVERIFY(world.readAllStandardError().contains("interrupted while"));
     }
 
     void controlC_data()
