@@ -31,6 +31,8 @@ private Q_SLOTS:
     void questionTakenBackTakesItsCode();
     void declinedOnceIsDeclined();
     void looksForWhoIsNotKnown();
+    void incomingPairingEndsWithItsDevice_data();
+    void incomingPairingEndsWithItsDevice();
     void refusesOtherAdapters();
     void connects();
     void tellsOfTheCompanion();
@@ -267,6 +269,31 @@ void BluezPairingTest::looksForWhoIsNotKnown()
     QTRY_VERIFY(m_bluez->called({ "Adapter1.StopDiscovery", "Device1.Pair" }));
     QCOMPARE(proxy().scanState(), 0);
     QVERIFY(proxy().scanResults().entries.isEmpty());
+}
+
+void BluezPairingTest::incomingPairingEndsWithItsDevice_data()
+{
+    QTest::addColumn<bool>("removed");
+    QTest::newRow("is removed") << true;
+    QTest::newRow("loses its link") << false; // and has two seconds to be paired all the same
+}
+
+// bluetoothd tells nobody that it has come to nothing.
+void BluezPairingTest::incomingPairingEndsWithItsDevice()
+{
+    QFETCH(bool, removed);
+    QVERIFY(startOn());
+    const QString device = m_bluez->addDevice(hci0(), phone(), { { "Connected", true } });
+    m_bluez->callBack("Agent1", "RequestConfirmation", { path(device), 1U });
+    QTRY_COMPARE(proxy().pairState(), 4);
+    proxy().ConfirmCode();
+    QTRY_COMPARE(proxy().pairState(), 6);
+    if (removed) {
+        m_bluez->remove(device);
+    } else {
+        m_bluez->change(device, "Device1", { { "Connected", false } });
+    }
+    QTRY_COMPARE(proxy().pairState(), 201);
 }
 
 void BluezPairingTest::refusesOtherAdapters()

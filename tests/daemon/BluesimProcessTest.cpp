@@ -91,7 +91,8 @@ private Q_SLOTS:
         QFETCH(QString, variable);
         QFETCH(QString, value);
         QFETCH(QString, message);
-        const Finished sim = run(BLUESIM, arguments, { { { variable, value } }, false, {} });
+        const Finished sim =
+            run("timeout", QStringList{ "5", BLUESIM } + arguments, { { { variable, value } }, false, {} });
         QTEST(sim.status, "status");
         QVERIFY2(sim.err.contains(message), qPrintable(sim.err));
     }

@@ -1,5 +1,5 @@
 // What the module does when the daemon behind it does not behave, seen through its items alone.
-#include "SimulatedWorld.h"
+#include "SystemTest.h"
 #include "support/Rows.h"
 
 #include <QDBusConnection>
@@ -13,15 +13,12 @@ const char* const Headset = "00:11:22:33:44:02";
 
 } // namespace
 
-class DaemonFaultsTest : public QObject
+class DaemonFaultsTest : public SystemTest
 {
     Q_OBJECT
 
 public:
-    explicit DaemonFaultsTest(testkit::SimulatedWorld& world)
-        : m_world(world)
-    {
-    }
+    using SystemTest::SystemTest;
 
 private Q_SLOTS:
     void init() { QVERIFY2(m_world.start(), why()); }
@@ -146,7 +143,7 @@ private Q_SLOTS:
         QVERIFY2(m_world.switchOn(), why());
         QVERIFY2(m_world.fault(QStringList{ "payload", "scanStateChanged" } + shape), why());
         QVERIFY2(m_world.trigger("scan"), why());
-        QVERIFY2(m_world.stepUntil([this] { return !m_world.text("scanresultsAddr:0").isEmpty(, why()); }));
+        QVERIFY2(m_world.stepUntil([this] { return !m_world.text("scanresultsAddr:0").isEmpty(); }), why());
         QCOMPARE(m_world.text("scanstate"), shown);
     }
 
@@ -187,16 +184,6 @@ private:
     {
         return m_world.startOwnDaemon() && m_world.step(1) && m_world.waitFor("status", "3");
     }
-
-    /// What did not happen.
-    [[nodiscard]] const char* why()
-    {
-        m_why = m_world.problem().toUtf8();
-        return m_why.constData();
-    }
-
-    testkit::SimulatedWorld& m_world;
-    QByteArray m_why;
 };
 
 BLUETOOTH_TESTKIT_MAIN(DaemonFaultsTest)

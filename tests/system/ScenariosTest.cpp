@@ -1,6 +1,6 @@
 // Each scenario that comes with the simulated radio, through the module: what its items show in the end.
 #include "ScenarioFiles.h"
-#include "SimulatedWorld.h"
+#include "SystemTest.h"
 #include "support/Programs.h"
 #include "support/Rows.h"
 
@@ -11,27 +11,17 @@
 
 #include <algorithm>
 
-class ScenariosTest : public QObject
+class ScenariosTest : public SystemTest
 {
     Q_OBJECT
 
 public:
-    explicit ScenariosTest(testkit::SimulatedWorld& world)
-        : m_world(world)
-    {
-    }
+    using SystemTest::SystemTest;
 
 public Q_SLOTS:
     void note(const QDBusMessage& signal) { m_signals << describe(signal); }
 
 private Q_SLOTS:
-    void init() { m_world.setPatience(m_patience); }
-    void cleanup()
-    {
-        if (QTest::currentTestFailed()) // one fault may well fail every scenario
-            m_patience = std::max(m_patience / 2, std::chrono::milliseconds(100));
-    }
-
     void pairs_data()
     {
         // "asked" is the pairing state that waits for an answer; empty for none.
@@ -241,16 +231,6 @@ private:
         return done ? m_signals : QStringList();
     }
 
-    /// What did not happen.
-    [[nodiscard]] const char* why()
-    {
-        m_why = m_world.problem().toUtf8();
-        return m_why.constData();
-    }
-
-    testkit::SimulatedWorld& m_world;
-    QByteArray m_why;
-    std::chrono::milliseconds m_patience{ 5000 };
     QStringList m_signals;
 };
 
