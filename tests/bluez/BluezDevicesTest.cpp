@@ -33,8 +33,7 @@ private:
     }
     QDBusPendingCall wantService(const QString& device)
     {
-        return m_bluez->callBack("Agent1", "AuthorizeService",
-                                 { QVariant::fromValue(QDBusObjectPath(device)), "1101" });
+        return m_bluez->callBack("Agent1", "AuthorizeService", { path(device), "1101" });
     }
 };
 
@@ -107,7 +106,7 @@ void BluezDevicesTest::incomingPairingEndsAScan()
     const QString device = m_bluez->addDevice(hci0(), phone());
     proxy().Scan();
     QTRY_VERIFY(m_bluez->called({ "Adapter1.StartDiscovery" }));
-    m_bluez->callBack("Agent1", "RequestAuthorization", { QVariant::fromValue(QDBusObjectPath(device)) });
+    m_bluez->callBack("Agent1", "RequestAuthorization", { path(device) });
     QTRY_COMPARE(proxy().pairState(), 5);
     QCOMPARE(proxy().scanState(), 2);
     QTRY_VERIFY(m_bluez->called({ "Adapter1.StopDiscovery" }));

@@ -35,6 +35,7 @@ private Q_SLOTS:
 protected:
     static QString hci0() { return QStringLiteral("/org/bluez/hci0"); }
     static QString phone() { return QStringLiteral("00:11:22:33:44:01"); }
+    static QVariant path(const QString& text) { return QVariant::fromValue(QDBusObjectPath(text)); }
     static constexpr qulonglong PhoneNumber = 0x001122334401;
 
     BluetoothIf& proxy() { return *m_radio->proxy; }
