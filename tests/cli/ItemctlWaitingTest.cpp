@@ -115,16 +115,6 @@ private Q_SLOTS:
         QCOMPARE(items[1].value("value", false), true);
     }
 
-    void waitForApplicability()
-    {
-        const auto wait =
-            startWatching({ "wait", "pin:applicable", "rowState:1:inapplicable", "--timeout", "60" });
-        QVERIFY(wait);
-        succeed({ "set", "enabled", "true" });
-        succeed({ "call", "write", "state=3" });
-        QCOMPARE(finish(*wait).status, 0);
-    }
-
     void waitSaysWhatIsMissing()
     {
         const Finished finished =

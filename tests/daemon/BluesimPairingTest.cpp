@@ -16,10 +16,6 @@ private Q_SLOTS:
         row("disconnect a stranger", "DisconnectAddr", room::Phone, "NotPaired");
         row("unpair a stranger", "UnPair", room::Nobody, "NotPaired");
         row("PIN unasked", "PINreply", "1", "NothingPending");
-        row("decline unasked", "PINdecline", {}, "NothingPending");
-        row("confirm unasked", "ConfirmCode", {}, "NothingPending");
-        row("reject unasked", "RejectCode", {}, "NothingPending");
-        row("cancel no scan", "CancelScan", {}, "NothingPending");
         row("empty UUID", "registerRFCOMMUUID", QString(), "InvalidArgument");
         row("unknown UUID", "unregisterRFCOMMUUID", "1101", "NotRegistered");
     }

@@ -288,29 +288,6 @@ private Q_SLOTS:
         QCOMPARE(terminal.exitCode(), status);
     }
 
-    void controlKeyArrivesOnce_data()
-    {
-        const Rows<QByteArray, QString> row("key", "name");
-        row("Ctrl-C", "\x03", "INT");
-        row("Ctrl-\\", "\x1c", "QUIT");
-    }
-
-    // From the terminal, and not from the world, which hears of it as well, besides.
-    void controlKeyArrivesOnce()
-    {
-        QFETCH(QByteArray, key);
-        QFETCH(QString, name);
-        QProcess terminal;
-        // What the world passes on comes in order: with SIGTERM it has passed on the one before.
-        const QString script = QString("trap 'n=$((n+1)); kill -TERM $PPID' %1; trap 'exit $((10+n))' TERM\n"
-                                       "echo ready; while :; do :; done")
-                                   .arg(name);
-        QVERIFY(startInTerminal(terminal, script));
-        terminal.write(key);
-        QVERIFY(terminal.waitForFinished());
-        QCOMPARE(terminal.exitCode(), 11);
-    }
-
     void endsWithItsTerminal()
     {
         const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");

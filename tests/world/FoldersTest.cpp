@@ -12,6 +12,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include <array>
+
 /// Where a world puts what it has, and which of its caller's paths stay visible below /tmp.
 class FoldersTest : public QObject
 {
@@ -24,8 +26,8 @@ private Q_SLOTS:
         const auto make = [&](const char* name, int seconds) {
             const QByteArray path = QFile::encodeName(runtime.filePath(name));
             const timespec changed{ QDateTime::currentSecsSinceEpoch() - seconds, 0 };
-            const timespec times[]{ changed, changed };
-            QVERIFY(mkdir(path.constData(), S_IRWXU) == 0 && utimensat(AT_FDCWD, path, times, 0) == 0);
+            const std::array<timespec, 2> times{ changed, changed };
+            QVERIFY(mkdir(path.constData(), S_IRWXU) == 0 && utimensat(AT_FDCWD, path, times.data(), 0) == 0);
         };
         make("bluetoothworld-old", 65);
         make("bluetoothworld-beginning", 50); // made, and not locked yet
