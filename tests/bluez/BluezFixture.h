@@ -35,6 +35,7 @@ private Q_SLOTS:
 protected:
     static QString hci0() { return QStringLiteral("/org/bluez/hci0"); }
     static QString phone() { return QStringLiteral("00:11:22:33:44:01"); }
+    static QVariant path(const QString& text) { return QVariant::fromValue(QDBusObjectPath(text)); }
     static constexpr qulonglong PhoneNumber = 0x001122334401;
 
     BluetoothIf& proxy() { return *m_radio->proxy; }
@@ -43,7 +44,7 @@ protected:
     {
         m_bluez->appear();
         m_bluez->addAdapter(hci0());
-        return m_radio->appear() && QTest::qWaitFor([this] { return proxy().status() == 3; });
+        return m_radio->appear() && Patience::waitFor([this] { return proxy().status() == 3; });
     }
 
     std::unique_ptr<FakeBluez> m_bluez;

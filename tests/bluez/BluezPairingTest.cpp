@@ -4,15 +4,6 @@
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 
-namespace {
-
-QVariant path(const QString& text)
-{
-    return QVariant::fromValue(QDBusObjectPath(text));
-}
-
-} // namespace
-
 /// Devices are paired with, connected and asked about.
 class BluezPairingTest : public BluezFixture
 {

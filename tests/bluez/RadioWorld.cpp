@@ -48,7 +48,7 @@ QString RadioWorld::start()
     QString problem = m_scenery.begin();
     if (problem.isEmpty()) {
         world::WorldOptions options;
-        options.limit = Limit;
+        options.limit = m_scenery.patience(0);
         problem = m_world.start(options);
     }
     if (!problem.isEmpty()) {

@@ -5,6 +5,7 @@
 #include "world/ItemMirror.h"
 #include "world/World.h"
 
+#include <QDebug>
 #include <QSignalSpy>
 
 #include <chrono>
@@ -13,9 +14,6 @@
 class RadioWorld
 {
 public:
-    /// Nothing that is waited for takes that long; software emulation is slow.
-    static constexpr std::chrono::milliseconds Limit{ 60'000 };
-
     RadioWorld(const world::PrivateFilesystem& filesystem, Scenery& scenery);
     [[nodiscard]] QString start();
 
@@ -29,20 +27,26 @@ public:
     }
     /// Waits until it holds; looked at again at each change of an item.
     template <typename Condition>
-    [[nodiscard]] bool await(Condition holds, std::chrono::milliseconds limit = Limit)
+    [[nodiscard]] bool await(Condition holds)
     {
-        const QDeadlineTimer deadline(limit);
+        const QDeadlineTimer deadline(m_scenery.patience(m_inVain));
         while (!holds()) {
             QSignalSpy changes(m_mirror.get(), &world::ItemMirror::changed);
-            if (!changes.wait(static_cast<int>(deadline.remainingTime()))) {
-                return holds();
+            if (!changes.wait(static_cast<int>(deadline.remainingTime())) && !holds()) {
+                ++m_inVain;
+                return false;
             }
         }
         return true;
     }
+    /// Says so when it does not come.
     [[nodiscard]] bool await(const QString& item, const QString& value)
     {
-        return await([&] { return text(item) == value; });
+        const bool came = await([&] { return text(item) == value; });
+        if (!came) {
+            qWarning().noquote() << item << "is" << text(item) << "and not" << value;
+        }
+        return came;
     }
 
     /// By itemctl, as everybody does.
@@ -57,6 +61,7 @@ public:
 private:
     Scenery& m_scenery;
     world::World m_world;
+    int m_inVain = 0;
     std::unique_ptr<KELClientInterface> m_client;
     std::unique_ptr<world::ItemMirror> m_mirror;
 };

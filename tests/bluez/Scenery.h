@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <chrono>
+
 /// How a device of the scenery wants to be paired.
 enum class Way { Code, Pin, JustWorks };
 
@@ -16,6 +18,11 @@ public:
 
     /// The controller program that the module starts.
     [[nodiscard]] virtual QString controller() const = 0;
+    /// How long anything may take, after some waits in vain. Software emulation is slow.
+    [[nodiscard]] virtual std::chrono::milliseconds patience(int /*inVain*/) const
+    {
+        return std::chrono::minutes(1);
+    }
     /// Comes before the host. @return what went wrong; empty when the surroundings are there.
     [[nodiscard]] virtual QString begin() = 0;
     /// The address of a device in reach whose person agrees to be paired, or does not. The PIN is pin().

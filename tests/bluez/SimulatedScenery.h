@@ -5,11 +5,20 @@
 #include <QProcess>
 #include <QTest>
 
+#include <algorithm>
+
 /// The simulated radio and the small room that it starts with.
 class SimulatedScenery : public Scenery
 {
 public:
     [[nodiscard]] QString controller() const override { return QStringLiteral(CONTROLLER); }
+    /// One fault fails many scenarios, and is not to cost a whole wait in each.
+    [[nodiscard]] std::chrono::milliseconds patience(int inVain) const override
+    {
+        constexpr std::chrono::milliseconds First{ 5000 };
+        constexpr std::chrono::milliseconds Least{ 100 };
+        return std::max(First / (1 << std::min(inVain, 8)), Least);
+    }
     [[nodiscard]] QString begin() override
     {
         qputenv("BLUESIM_TIME_SCALE", "20");

@@ -4,7 +4,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <QElapsedTimer>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
 
 /// The program as a person or a script calls it, one call at a time.
@@ -22,11 +24,20 @@ private Q_SLOTS:
         row("get several, JSON in front", { "--json", "get", "state", "enabled" }, 0, "[0,false]\n", "");
         row("get what does not apply", { "get", "pin" }, 0, "5190\n",
             "itemctl: note: pin does not apply now");
+        row("get several, one does not apply", { "get", "state", "pin" }, 0, "0\n5190\n",
+            "itemctl: note: pin does not apply now");
+        row("get by addresses of one server",
+            { "get", ":result:demo:mod:state:", ":config:demo:mod:enabled:" }, 0, "0\nfalse\n", "");
+        row("get what was never written, JSON", { "get", "record", "--json" }, 0, "null\n", "");
         row("get what was never written", { "get", "record" }, 1, "", "record has no value yet");
         row("get an action", { "get", "echo" }, 1, "", "itemctl call echo");
         row("get an action, JSON", { "get", "echo", "--json" }, 1, "", "itemctl call echo");
         row("values of an enumeration, for completion", { "values", "state" }, 0,
             "DEMO_STATE_OFF\nDEMO_STATE_ON\nDEMO_STATE_FAILED\n", "");
+        row("names of a kind, for completion", { "names", "config" }, 0,
+            "enabled\nmod:enabled\npin\nmod:pin\nvolume\nmod:volume\n", "");
+        row("pattern of servers", { "list", ":result:d[e]mo:mod:state:" }, 0,
+            ":result:demo:mod:state:  0 (Off)  State\n", "");
         row("values of a bool, for completion", { "values", "mod:enabled" }, 0, "true\nfalse\n", "");
         row("pattern over full addresses", { "list", ":config:*:pin:" }, 0,
             ":config:demo:mod:pin:  5190  PIN [does not apply]\n", "");
@@ -92,7 +103,8 @@ private Q_SLOTS:
             R"(did you mean ":result:demo:mod:state:"?)");
         row("help for nothing", { "help", "explode" }, 2, "", R"("explode" is no subcommand)");
         row("no number", { "wait", "state=0", "--timeout", "nan" }, 2, "", "\"nan\"");
-        row("no count", { "watch", "--count", "0" }, 2, "", "--count");
+        row("no time", { "wait", "state=0", "--timeout", "-1" }, 2, "", "\"-1\"");
+        row("no count", { "watch", "--count", "0", "--timeout", "0" }, 2, "", "--count");
     }
 
     void calls()
@@ -245,6 +257,7 @@ private Q_SLOTS:
             QCOMPARE(finished.status, 5);
             QVERIFY(finished.err.startsWith("itemctl: no server"));
         }
+        QCOMPARE(itemctl({ "servers", "--json" }).out, "[]\n");
         QVERIFY(m_servers.start());
         const Finished finished = run(
             ITEMCTL, { "list" }, { { { "DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent" } }, false, {} });
@@ -262,6 +275,27 @@ private Q_SLOTS:
         QVERIFY(finished.err.contains("standard output"));
     }
 
+    // Whoever closes it ("head") has what was wanted.
+    void closedPipe()
+    {
+        const QTemporaryDir folder;
+        const QString script = "trap '' PIPE; mkfifo closed; exec 3>&1\n"
+                               "{ read nothing <closed; " ITEMCTL " list 2>&3; echo $? >&3; }"
+                               " | { exec <&-; echo >closed; }";
+        const Finished shell = run("sh", { "-c", script }, { {}, false, folder.path() });
+        QCOMPARE(shell.out, "1\n");
+    }
+
+    void listSaysThatAServerDoesNotAnswer()
+    {
+        QVERIFY(QDBusConnection::sessionBus().registerService("tov.base.broken"));
+        const Finished list = itemctl({ "list", "state" });
+        QVERIFY(QDBusConnection::sessionBus().unregisterService("tov.base.broken"));
+        QVERIFY2(list.out.startsWith(":result:demo:mod:state:"), qPrintable(list.out));
+        QVERIFY(list.err.startsWith("itemctl: "));
+        QCOMPARE(list.status, 4);
+    }
+
     void silentServer()
     {
         QVERIFY(m_servers.start("mute", "side"));
@@ -270,7 +304,10 @@ private Q_SLOTS:
         KELClientInterface client("tov.base.mute", QDBusConnection::sessionBus());
         client.setTimeout(std::chrono::milliseconds(100));
         QTRY_VERIFY(!client.modules());
+        QElapsedTimer time;
+        time.start();
         const Finished named = itemctl({ "wait", "enabled=true", "--server", "mute", "--timeout", "0" });
+        QVERIFY2(time.elapsed() >= 900, "a server gets a second, however short the wait is");
         QCOMPARE(named.status, 4);
         QVERIFY(named.err.contains("did not answer"));
         // What another server has is found all the same.

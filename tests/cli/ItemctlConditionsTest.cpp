@@ -80,6 +80,8 @@ private Q_SLOTS:
         row("empty text", "text", QString(), "", "i=", true);
         row("text with signs", "text", "a!=b", "", "i=a!=b", true);
         row("regex in the middle", "text", "12:34", "", "i~2:3", true);
+        row("regex of nothing, a value without a label", "text", "x", "", "i~^$", false);
+        row("regex of nothing, no value", "text", QString(), "", "i~^$", true);
         row("of any type", "any", 7, "", "i=7", true);
         row("applicable", "text", "x", "", "i:applicable", true);
         row("inapplicable", "text", "x", "", "i:inapplicable", false);

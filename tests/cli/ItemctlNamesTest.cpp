@@ -16,6 +16,7 @@ private Q_SLOTS:
     void names();
     void misses_data();
     void misses();
+    void tellsSixAtMost();
     void patterns_data();
     void patterns();
 };
@@ -102,6 +103,20 @@ void ItemctlNamesTest::misses()
     QVERIFY(!found);
     QCOMPARE(found.failure().status, itemctl::ExitStatus::NoSuchItem);
     QVERIFY2(found.failure().message.contains(message), qPrintable(found.failure().message));
+}
+
+void ItemctlNamesTest::tellsSixAtMost()
+{
+    Items all;
+    for (const char* server : { "a", "b", "c", "d", "e", "f", "g" }) {
+        all += item("config", server, "bluetooth", "enabled");
+        const auto found = itemctl::findItem(all, "enabled", Wanted::Any);
+        if (all.size() < 2)
+            continue;
+        const QString addresses = found.failure().message.section(": ", 1);
+        QCOMPARE(addresses.count(":config:"), std::min(all.size(), 6));
+        QCOMPARE(addresses.section(", ", 6), all.size() > 6 ? "1 more" : "");
+    }
 }
 
 void ItemctlNamesTest::patterns_data()

@@ -98,6 +98,7 @@ void ItemctlTextTest::values_data()
         "-9223372036854775808");
     row("byte", QVariant::fromValue(uchar(65)), "65", "65");
     row("number", 0.1, "0.1", "0.1");
+    row("number of many digits", 1234567.25, "1234567.25", "1234567.25");
     row("text", "a \"b\"\n", "a \"b\"\n", R"("a \"b\"\n")");
     row("text that looks like a number", "007", "007", R"("007")");
     const QString unsafe = QStringLiteral("\u009b\u202e\x7f");
@@ -119,6 +120,10 @@ void ItemctlTextTest::itemAsJson()
 {
     QCOMPARE(itemctl::shownValue(enumItem(4, "Headset\x1b")), "4 (Headset\\x1b)");
     QCOMPARE(itemctl::shownValue(enumItem(77, QString())), "77");
+    Item empty;
+    QCOMPARE(itemctl::shownValue(empty), "-");
+    empty.value = QString("");
+    QCOMPARE(itemctl::shownValue(empty), "\"\"");
     QCOMPARE(itemctl::jsonText(itemctl::itemJson(enumItem(4, "Headset Connected"))),
              R"({"address":":result:host:bluetooth:pairlistConnectionState:3:","server":"host",)"
              R"("module":"bluetooth","id":"pairlistConnectionState","index":3,"kind":"result",)"
@@ -158,6 +163,7 @@ void ItemctlTextTest::descriptionNamesLimits()
     QVERIFY2(text.contains("default false"), qPrintable(text));
     QVERIFY2(text.contains("applies now no"), qPrintable(text));
     QVERIFY(lines({ { "type", "int" }, { "minimum", -1 } }).contains("range at least -1"));
+    QVERIFY(lines({ { "type", "int" }, { "maximum", -1 } }).contains("range at most -1"));
     const ipc::EnumValues values{ { "On", "STATUS_ON", 3 } };
     QVERIFY(lines({ { "enumeration", QVariant::fromValue(values) } }).contains("values 3 (On) STATUS_ON"));
 }

@@ -2,8 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
+#include <QDBusConnectionInterface>
 #include <QElapsedTimer>
 #include <QTest>
+
+#include <csignal>
 
 /// watch and wait: what happens while the program runs.
 class ItemctlWaitingTest : public ItemctlFixture
@@ -112,16 +115,6 @@ private Q_SLOTS:
         QCOMPARE(items[1].value("value", false), true);
     }
 
-    void waitForApplicability()
-    {
-        const auto wait =
-            startWatching({ "wait", "pin:applicable", "rowState:1:inapplicable", "--timeout", "60" });
-        QVERIFY(wait);
-        succeed({ "set", "enabled", "true" });
-        succeed({ "call", "write", "state=3" });
-        QCOMPARE(finish(*wait).status, 0);
-    }
-
     void waitSaysWhatIsMissing()
     {
         const Finished finished =
@@ -149,12 +142,65 @@ private Q_SLOTS:
         QCOMPARE(finish(*wait).status, 0);
     }
 
+    void watchTakesWhatAServerBringsBack()
+    {
+        const auto watch = startWatching({ "watch", "--count", "1", "--timeout", "60" });
+        QVERIFY(watch);
+        m_servers.kill();
+        QVERIFY(m_servers.start("demo", "new"));
+        QTRY_COMPARE(watchers(), 1);
+        succeed({ "call", "write", "state=3" });
+        QCOMPARE(finish(*watch).out, ":result:demo:new:state: 3 (On)\n");
+        m_servers.kill();
+        QVERIFY(m_servers.start());
+    }
+
+    // What it had does not count while it is away.
+    void waitDoesNotTrustAnAbsentServer()
+    {
+        QVERIFY(m_servers.start("other", "side"));
+        succeed({ "call", "mod:write", "serial=1" });
+        auto wait =
+            startItemctl({ "wait", "--json", "mod:serial~.", "side:enabled=true", "--timeout", "60" });
+        QTRY_COMPARE(watchers(), 2);
+        succeed({ "get", "mod:state" });
+        m_servers.kill();
+        succeed({ "set", "side:enabled", "true" });
+        QVERIFY(m_servers.start());
+        const Finished finished = finish(*wait);
+        QCOMPARE(finished.status, 0);
+        const auto items = nlohmann::json::parse(finished.out.toStdString());
+        QCOMPARE(items[0].value("value", 0ULL), 18446744073709551615ULL); // as it is after the restart
+        m_servers.kill("other");
+    }
+
+    void endsWithTheBus()
+    {
+        const auto watch = startWatching({ "watch" });
+        QVERIFY(watch);
+        const auto wait = startItemctl({ "wait", "state=On", "--timeout", "60" });
+        QTRY_COMPARE(watchers(), 2);
+        const auto bus = QDBusConnection::sessionBus().interface()->servicePid("org.freedesktop.DBus");
+        ::kill(static_cast<pid_t>(bus.value()), SIGKILL); // there is no test behind this one
+        for (QProcess* process : { watch.get(), wait.get() }) {
+            const Finished finished = finish(*process);
+            QCOMPARE(finished.status, 5);
+            QVERIFY2(finished.err.contains("the session bus went away"), qPrintable(finished.err));
+        }
+    }
+
 private:
+    static Finished finish(QProcess& process)
+    {
+        if (!Patience::waitFor([&process] { return process.state() == QProcess::NotRunning; }))
+            process.kill();
+        return ::finish(process);
+    }
     /// Starts the program and returns when the server watches for it.
     static std::unique_ptr<QProcess> startWatching(const QStringList& arguments)
     {
         auto process = startItemctl(arguments);
-        if (!QTest::qWaitFor([] { return watchers() == 1; }, 30'000))
+        if (!Patience::waitFor([] { return watchers() == 1; }))
             return nullptr;
         // The server answers in order: with this answer, that to the watcher is on its way as well.
         return itemctl({ "get", "state" }).status == 0 ? std::move(process) : nullptr;

@@ -27,6 +27,7 @@ private Q_SLOTS:
     void addsDevices_data();
     void addsDevices();
     void devicesDoThings();
+    void showsOddDevices();
     void tellsTheCalls();
     void drivesTime();
     void tellsTheFaults();
@@ -171,6 +172,27 @@ void SimctlTest::devicesDoThings()
              QString("1: simctl: no pairing with %1 is under way\n").arg(address));
 }
 
+void SimctlTest::showsOddDevices()
+{
+    const QString longName(30, 'x');
+    QCOMPARE(change({ "add", longName, "--address", "0A:00:00:00:00:02", "--paired" }), QString());
+    QCOMPARE(change({ "add", "\x1b[2J", "--address", "0A:00:00:00:00:03" }), QString());
+    QCOMPARE(change({ "add", "Phone", "--address", "0A:00:00:00:00:04" }), QString());
+    QCOMPARE(change({ "remove", longName }), QString());
+    call("Pair", { 0x001122334405ULL }); // refuses
+    QCOMPARE(change({ "time", "step", "3" }), QString());
+    const QString devices = simctl({ "devices" }).out;
+    const QString cut = QString(19, 'x') + QChar(0x2026);
+    for (const QString& line :
+         { "0A:00:00:00:00:02  " + cut + "  -60 dBm  just-works    plain        away, paired\n",
+           QString("00:11:22:33:44:05  Locked Tablet         -66 dBm  refuses       plain\n") })
+        QVERIFY2(devices.contains(line), qPrintable(devices));
+    QVERIFY(!simctl({ "names" }).out.contains('\x1b'));
+    QVERIFY(!simctl({ "names", "member" }).out.contains("PropertiesChanged"));
+    QCOMPARE(change({ "drop", "Phone" }),
+             QString("3: simctl: several devices are called \"Phone\"; give an address\n"));
+}
+
 void SimctlTest::tellsTheCalls()
 {
     call("Pair", { 0x001122334403ULL });
@@ -214,6 +236,9 @@ void SimctlTest::tellsTheFaults()
              "\n");
     QCOMPARE(change({ "fault", "none" }), QString());
     QCOMPARE(simctl({ "fault", "--json" }).out, "[]\n");
+    QCOMPARE(change({ "fault", "leave", "3600" }), QString());
+    QCOMPARE(change({ "fault", "leave" }), QString()); // for good
+    QCOMPARE(simctl({ "fault", "--json" }).out, "[{\"kind\":\"leave\"}]\n");
 }
 
 void SimctlTest::noFaultEndsThePatience()
@@ -230,6 +255,7 @@ void SimctlTest::recordsAStalledDaemon()
     const QString file = m_folder.filePath("stalled.rec");
     const Finished finished = simctl({ "record", file, "--timeout", "0.2" });
     QVERIFY2(finished.err.contains("does not tell its properties"), qPrintable(finished.err));
+    QVERIFY2(finished.err.endsWith("simctl: 1 event recorded\n"), qPrintable(finished.err));
     QCOMPARE(finished.status, 4);
     QFile recording(file);
     QVERIFY(recording.open(QIODevice::ReadOnly));
@@ -264,6 +290,8 @@ void SimctlTest::saysWhatIsWrong_data()
     row("fault of no value", { "fault", "payload", "pairList", "a(ti)", "[[1,2],[3,4.5]]" }, 2,
         "the value at [1][1] is 4.5 but has to be a whole number from -2147483648 to 2147483647");
     row("time", { "time", "step", "yesterday" }, 2, "step SECONDS");
+    row("time of more than a day", { "time", "step", "86400.1" }, 2, "step SECONDS");
+    row("no speed", { "time", "speed", "0" }, 2, "speed FACTOR");
     row("recording's name", { "record", "/tmp/x.json" }, 2, "ends with .rec");
     row("recording's kind", { "record", m_folder.filePath("pipe.rec") }, 1, "it is no regular file");
     row("recording's place", { "record", "/nonexistent/x.rec" }, 1, "/nonexistent/x.rec cannot be written");
@@ -283,6 +311,9 @@ void SimctlTest::saysWhatIsWrong()
 
 void SimctlTest::saysThatThereIsNoSimulation()
 {
+    m_sim.signal(SIGSTOP);
+    QCOMPARE(simctl({ "names" }).status, 4); // no answer
+    m_sim.signal(SIGCONT);
     m_sim.end();
     QTRY_VERIFY(!QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
     QCOMPARE(simctl({ "devices" }).status, 5);

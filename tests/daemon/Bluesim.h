@@ -22,7 +22,7 @@ public:
             return false;
         QSignalSpy status(proxy.data(), &BluetoothIf::statusChanged);
         while (proxy->status() != 3) {
-            if (status.isEmpty() && !status.wait())
+            if (status.isEmpty() && !Patience::wait(status))
                 return false;
             status.clear();
         }

@@ -59,7 +59,7 @@ protected:
             });
         proxy().Pair(address);
         while (states.isEmpty() || carried<int>(states.last()) < 100)
-            if (!states.wait())
+            if (!Patience::wait(states))
                 return false;
         disconnect(confirm);
         return carried<int>(states.last()) == 100;
@@ -69,7 +69,7 @@ protected:
     {
         QSignalSpy connected(&proxy(), &BluetoothIf::connectionEstablished);
         proxy().ConnectAddr(address);
-        return connected.wait();
+        return Patience::wait(connected);
     }
 
     PairEntry paired(qulonglong address)

@@ -17,7 +17,11 @@ class BluesimProcessTest : public QObject
 
 private Q_SLOTS:
     void initTestCase() { QCOMPARE(m_bus.start(), QString()); }
-    void init() { qputenv("BLUESIM_TIME_SCALE", Bluesim::Scale); }
+    void init()
+    {
+        qputenv("BLUESIM_TIME_SCALE", Bluesim::Scale);
+        qputenv("BLUESIM_PAUSED", "0"); // as when it is not set
+    }
     void cleanup() { qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address().toLocal8Bit()); }
 
     void endsInOrder_data()
@@ -70,6 +74,8 @@ private Q_SLOTS:
                                                                     "status", "message");
         const QStringList proper{ "x", "1", "1" };
         const QString scale = "BLUESIM_TIME_SCALE";
+        row("seed is no number", proper, "BLUESIM_SEED", "one", 2, "BLUESIM_SEED is \"one\"");
+        row("neither paused nor not", proper, "BLUESIM_PAUSED", "no", 2, "0 or 1");
         row("no arguments", {}, scale, "20", 2, "usage: bluesim NAME 1 1");
         row("too few", proper.mid(1), scale, "20", 2, "usage:");
         row("too many", proper + proper, scale, "20", 2, "usage:");
@@ -86,7 +92,8 @@ private Q_SLOTS:
         QFETCH(QString, variable);
         QFETCH(QString, value);
         QFETCH(QString, message);
-        const Finished sim = run(BLUESIM, arguments, { { { variable, value } }, false, {} });
+        const Finished sim =
+            run("timeout", QStringList{ "5", BLUESIM } + arguments, { { { variable, value } }, false, {} });
         QTEST(sim.status, "status");
         QVERIFY2(sim.err.contains(message), qPrintable(sim.err));
     }

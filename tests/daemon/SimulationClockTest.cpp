@@ -77,6 +77,20 @@ private Q_SLOTS:
         QTRY_COMPARE(order.size(), 3);
         QVERIFY(clock.now() - begin >= 30s);
     }
+
+    void changesItsSpeedWhileItRuns()
+    {
+        bt::SimulationClock clock(1e4);
+        bool first = false;
+        bool second = false;
+        clock.after(100s, this, [&first] { first = true; });
+        clock.after(24h, this, [&second] { second = true; });
+        QTRY_VERIFY(first);
+        clock.setScale(1);
+        QVERIFY2(clock.now() >= 100s, "what has passed stays");
+        clock.setScale(1e6); // the next step is due a good deal sooner
+        QTRY_VERIFY(second);
+    }
 };
 
 QTEST_GUILESS_MAIN(SimulationClockTest)

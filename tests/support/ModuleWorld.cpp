@@ -1,5 +1,7 @@
 #include "ModuleWorld.h"
 
+#include "Patience.h"
+
 #include <QFile>
 
 ModuleWorld::ModuleWorld(const world::PrivateFilesystem& filesystem)
@@ -82,20 +84,20 @@ bool ModuleWorld::daemonAppears()
     if (!m_daemon->appear())
         return false;
     // Everything of the registration happens in one turn of the host, so that the next answer comes after it.
-    return QTest::qWaitFor([this] { return text("confirmationcode") == "appeared"; });
+    return Patience::waitFor([this] { return text("confirmationcode") == "appeared"; });
 }
 
 bool ModuleWorld::daemonLeaves()
 {
     m_daemon->leave();
-    return QTest::qWaitFor([this] { return !isApplicable("scan"); });
+    return Patience::waitFor([this] { return !isApplicable("scan"); });
 }
 
 bool ModuleWorld::settle()
 {
     const QString fence = QString::number(++m_fence);
     m_daemon->send("confirmationCodeChanged", fence);
-    return QTest::qWaitFor([&] { return text("confirmationcode") == fence; });
+    return Patience::waitFor([&] { return text("confirmationcode") == fence; });
 }
 
 int ModuleWorld::countInOutput(const QString& line) const

@@ -105,6 +105,7 @@ private Q_SLOTS:
             R"(no scenario "crwd"; did you mean "crowd"?)");
         row("scenario wrong", { "--scenario", "/etc/passwd", "--", "true" },
             "/etc/passwd:1: this is no JSON");
+        row("an empty command", { "--", "", "x" }, "no COMMAND behind");
         row("state", { "--state", "/proc/none", "--", "true" }, "--state /proc/none: ");
         row("log", { "--log", "/proc/none", "--", "true" }, "--log /proc/none: ");
     }
@@ -149,6 +150,46 @@ private Q_SLOTS:
         const Finished named =
             run(program(), withStandIn({ "--scenario", "crowd", "--", "printenv", "BLUESIM_SCENARIO" }));
         QCOMPARE(named.out, "crowd\n");
+    }
+
+    // By their whole paths, from another folder.
+    void whatIsNamedStaysVisible()
+    {
+        const QTemporaryDir folder("/tmp/named-XXXXXX");
+        const QString link = folder.filePath("link/radio");
+        const QString radio = folder.filePath("true/radio");
+        QVERIFY(QDir(folder.path()).mkpath("link") && QDir(folder.path()).mkpath("true"));
+        QVERIFY(QFile::copy("/bin/true", radio) && QFile::link(radio, link));
+        QFile scenario(folder.filePath("room.json"));
+        QVERIFY(scenario.open(QIODevice::WriteOnly));
+        scenario.write(R"({ "devices": [] })");
+        scenario.close();
+        const QStringList options{ "--radio",    link,
+                                   "--host",     besideTest("stand_in_host"),
+                                   "--scenario", scenario.fileName() };
+        const QString script =
+            "cat $BLUESIM_SCENARIO; blue_controller_zq4 && echo; echo ${TMPDIR-none}; ls " + folder.path();
+        const Finished world = run(program(), options + QStringList{ "--", "sh", "-c", script },
+                                   { { { "TMPDIR", folder.filePath("hidden") } }, false, "/" });
+        QCOMPARE(world.err, QString());
+        QCOMPARE(world.out, "{ \"devices\": [] }\nnone\nlink\nroom.json\ntrue\n");
+    }
+
+    void bluezRadioGetsTheMachinesBus_data()
+    {
+        const Rows<QString, QString> row("given", "bus");
+        row("the usual one", "", "unix:path=/run/dbus/system_bus_socket\n");
+        row("another", "unix:path=/nonexistent", "unix:path=/nonexistent\n");
+    }
+
+    void bluezRadioGetsTheMachinesBus()
+    {
+        QFETCH(QString, given);
+        const Finished world = run(program(),
+                                   { "--radio", "bluez", "--host", besideTest("stand_in_host"), "--",
+                                     "printenv", "BLUEZ_SYSTEM_BUS_ADDRESS" },
+                                   { { { "DBUS_SYSTEM_BUS_ADDRESS", given } }, false, {} });
+        QTEST(world.out, "bus");
     }
 
     void nothingStaysBehind_data() { addMechanisms(); }
@@ -217,6 +258,24 @@ private Q_SLOTS:
         QCOMPARE(world.exitCode(), 128 + number);
         QCOMPARE(world.readAllStandardError(), QByteArray());
         QVERIFY(isGone(command));
+    }
+
+    void canBeInterruptedWhileItStarts()
+    {
+        const QTemporaryDir folder("/var/tmp/log-XXXXXX");
+        QFile log(folder.filePath("world.log"));
+        QProcess world;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("STAND_IN_HOST", "hangs");
+        world.setProcessEnvironment(environment);
+        world.start(program(), withStandIn({ "--log", log.fileName(), "--", "true" }));
+        QTRY_VERIFY(log.isOpen() || log.open(QIODevice::ReadOnly));
+        QByteArray said;
+        QTRY_VERIFY((said += log.readAll()).contains("host: state in"));
+        kill(static_cast<pid_t>(world.processId()), SIGTERM);
+        QVERIFY(world.waitForFinished());
+        QCOMPARE(world.exitCode(), 128 + SIGTERM);
+        QVERIFY(world.readAllStandardError().contains("interrupted while"));
     }
 
     void controlC_data()

@@ -32,20 +32,6 @@ class MessageBusTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void endsWithTheObject()
-    {
-        const QTemporaryDir folder(parentFolder());
-        pid_t daemon = 0;
-        {
-            MessageBus bus;
-            QCOMPARE(bus.start(MessageBus::Kind::Session, folder.path()), QString());
-            daemon = bus.pid();
-            QCOMPARE(kill(daemon, 0), 0);
-        }
-        QVERIFY(kill(daemon, 0) != 0);
-        QVERIFY(QDir(folder.path()).isEmpty());
-    }
-
     void foldersWithOddNames_data()
     {
         const Rows<QString> row("name");

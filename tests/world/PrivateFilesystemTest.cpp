@@ -21,8 +21,6 @@ private Q_SLOTS:
     void controllerIsItself();
     void controllerCanBeExchanged_data() { addMechanisms(); }
     void controllerCanBeExchanged();
-    void leavesNothing_data() { addMechanisms(); }
-    void leavesNothing();
     void saysWhyThereIsNoView();
 };
 
@@ -104,21 +102,6 @@ void PrivateFilesystemTest::controllerCanBeExchanged()
               ordinaryUser, "/");
     QCOMPARE(controller.err, QString());
     QCOMPARE(controller.status, 1);
-}
-
-void PrivateFilesystemTest::leavesNothing()
-{
-    FETCH_MECHANISM
-    const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
-    QVERIFY(QFile::setPermissions(runtime.path(), QFile::Permissions(0x7777)));
-    Run how{ only(mechanism), ordinaryUser, "/" };
-    how.environment.emplace_back("XDG_RUNTIME_DIR", runtime.path());
-    const Finished shell =
-        run(besideTest("view_probe"), { "/bin/true", "sh", "-c", "echo $XDG_RUNTIME_DIR/*; exit 7" }, how);
-    QCOMPARE(shell.status, 7);
-    QVERIFY2(shell.out.contains("/bluetoothworld-"), qPrintable(shell.out));
-    QCOMPARE(QDir(runtime.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-             QStringList());
 }
 
 void PrivateFilesystemTest::saysWhyThereIsNoView()

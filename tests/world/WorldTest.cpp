@@ -71,20 +71,6 @@ private Q_SLOTS:
         QTRY_VERIFY(world.output().contains(said));
     }
 
-    void canBeCancelled()
-    {
-        qputenv("STAND_IN_HOST", "hangs");
-        const world::Pipe closed = [] {
-            world::Pipe pipe = world::Pipe::create();
-            pipe.writing.reset();
-            return pipe;
-        }();
-        world::World world(m_filesystem);
-        world::WorldOptions options = withStandIn();
-        options.cancel = closed.reading.get();
-        QVERIFY(world.start(options).contains("interrupted"));
-    }
-
     void hostCanBeRestarted()
     {
         world::World world(m_filesystem);
