@@ -37,39 +37,6 @@ private Q_SLOTS:
         QVERIFY(!isLent());
     }
 
-    void requests_data()
-    {
-        // P stands for a process that lives, Q for another one. Each row is one after the other.
-        const Rows<QStringList, QStringList> row("requests", "replies");
-        for (const char* text :
-             { "", "P", "P,1,0", "abc,1", ",1", ",", "0,1", "P;1", "99999999999,1", "P.0,1" })
-            row(qPrintable(QString("not understood: ") + text), { text }, { "Failure" });
-        row("taken and given back", { "P,1", "P,0" }, { "Success", "Success" });
-        row("free already", { "P,0", "P,", "P,x" }, { "Rejected", "Rejected", "Rejected" });
-        row("any mode but 0", { "P,2", "P,1", "P,0", "P,-1", "P," },
-            { "Success", "Rejected", "Success", "Success", "Success" });
-        row("of others", { "P,1", "Q,1", "Q,0", "P,0" }, { "Success", "Rejected", "Rejected", "Success" });
-        row("blanks and signs", { " P ,+1", "P,0" }, { "Success", "Success" });
-    }
-
-    void requests()
-    {
-        QFETCH(const QStringList, requests);
-        QFETCH(const QStringList, replies);
-        const QString living = QString::number(getpid());
-        QStringList found;
-        for (QString text : requests) {
-            text.replace('P', living).replace('Q', QString::number(m_world.world().hostPid()));
-            const QString entry = QString("requestBluetooth called with params \"%1\"").arg(text);
-            const int before = count(entry);
-            found << request(text);
-            QCOMPARE(count(entry), before + 1);
-        }
-        QCOMPARE(found, replies);
-        QVERIFY(!isLent());
-        QCOMPARE(lockFile(), "none");
-    }
-
     void aLoanStopsTheRadioAndTheReturnStartsIt()
     {
         const QString pid = QString::number(getpid());
@@ -91,35 +58,6 @@ private Q_SLOTS:
         QCOMPARE(lockFile(), "none");
         QVERIFY(!isLent());
         QVERIFY(count(QString("requestBluetooth %1  successful free").arg(pid)) > 0);
-    }
-
-    void whileLentTheSettingDoesNotStartTheRadio()
-    {
-        const QString pid = QString::number(getpid());
-        QCOMPARE(request(pid + ",1"), "Success");
-        QCOMPARE(request(pid + ",0"), "Success");
-        QCOMPARE(m_world.hostChildren(), QList<pid_t>()); // off it was, off it stays
-        QCOMPARE(request(pid + ",1"), "Success");
-        QVERIFY(m_world.set("enabled", true));
-        QCOMPARE(m_world.hostChildren(), QList<pid_t>());
-        QCOMPARE(request(pid + ",0"), "Success");
-        QCOMPARE(m_world.hostChildren().size(), 1);
-    }
-
-    void whileLentTheDaemonMayLeave()
-    {
-        const QString pid = QString::number(getpid());
-        const QString marker = "/tmp/bluelock_shutdown";
-        QVERIFY(m_world.daemonAppears());
-        QVERIFY(m_world.set("enabled", true));
-        QFile file(marker);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(request(pid + ",1"), "Success");
-        QVERIFY(m_world.daemonLeaves());
-        QCOMPARE(m_world.value("enabled"), QVariant(true));
-        QVERIFY(file.remove()); // it was not asked for
-        QCOMPARE(request(pid + ",0"), "Success");
-        QCOMPARE(m_world.hostChildren().size(), 1);
     }
 
     void aDeadBorrowerIsFreed()
@@ -165,30 +103,6 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
         QCOMPARE(count(QString("Process %1  exited without freeing Bluetooth resource").arg(pid)), 1);
         QCOMPARE(count("Process -6  exited without freeing Bluetooth resource"), 1);
-    }
-
-    void pidOfMinusFive()
-    {
-        QVERIFY(m_world.set("enabled", true));
-        QCOMPARE(request("-5,1"), "Success");
-        QCOMPARE(lockFile(), "-5");
-        QCOMPARE(m_world.hostChildren(), QList<pid_t>());
-        // No process has that number, so that the first check ends the loan.
-        QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
-        QCOMPARE(count("Process -5  exited without freeing Bluetooth resource"), 1);
-        QCOMPARE(m_world.hostChildren().size(), 1);
-        QCOMPARE(request("-5,0"), "Rejected");
-    }
-
-    void worksWithoutItsFile()
-    {
-        const QString pid = QString::number(getpid());
-        QVERIFY(QDir().mkdir(LockFile));
-        QCOMPARE(request(pid + ",1"), "Success");
-        QVERIFY(isLent());
-        QCOMPARE(request(pid + ",0"), "Success");
-        QVERIFY(!isLent());
-        QVERIFY(QDir().rmdir(LockFile));
     }
 
 private:

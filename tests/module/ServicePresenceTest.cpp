@@ -40,43 +40,6 @@ private Q_SLOTS:
         QVERIFY(m_world.set("enabled", false));
     }
 
-    void otherNamesChangeNothing_data()
-    {
-        const Rows<QString> row("name");
-        row("other letter case", "com.qarn.Bluetooth");
-        row("longer", "com.qarn.bluetooth.agent");
-        row("shorter", "com.qarn");
-    }
-
-    void otherNamesChangeNothing()
-    {
-        QFETCH(const QString, name);
-        QVERIFY(m_daemon.appear(name));
-        m_daemon.leave(name);
-        // The own name comes behind them: what they caused would have been read by then.
-        QVERIFY(m_world.daemonAppears());
-        QCOMPARE(m_daemon.takeReads().count("status"), 1);
-    }
-
-    void publishesWhatItRead()
-    {
-        m_daemon.answer("status", { 3 });
-        m_daemon.answer("scanState", { 2 });
-        m_daemon.answer("myName", { "kitchen" });
-        m_daemon.answer("scanResults",
-                        { QVariant::fromValue(ScanResults{ { { 0x123456789ABC, -57, "a" } } }) });
-        m_daemon.answer("pairList", { QVariant::fromValue(PairList{ { { 0xA1B2C3D4E5F6, "b", 2 } } }) });
-        m_daemon.answer("pendingPair", { "somebody" });
-        QVERIFY(m_world.daemonAppears());
-        QCOMPARE(m_world.value("status"), QVariant(3));
-        QCOMPARE(m_world.value("scanstate"), QVariant(2));
-        QCOMPARE(m_world.text("myname"), "kitchen");
-        QCOMPARE(m_world.text("pendingpair"), "");
-        QCOMPARE(m_world.scanRows(), QStringList{ "12:34:56:78:9A:BC|a|-57" });
-        QCOMPARE(m_world.pairRows(), QStringList{ "A1:B2:C3:D4:E5:F6|b|2" });
-        QCOMPARE(m_world.value("isAnyDeviceConnected"), QVariant(true));
-    }
-
     void aReplacedDaemonIsNotReadAgain()
     {
         QVERIFY(m_world.daemonAppears());
@@ -90,33 +53,6 @@ private Q_SLOTS:
         QCOMPARE(second.reads() + m_daemon.reads(), QStringList());
         second.leave();
         QTRY_VERIFY(!m_world.isApplicable("scan"));
-    }
-
-    void leavingResetsTheResults()
-    {
-        m_daemon.answer("status", { 3 });
-        m_daemon.answer("scanState", { 2 });
-        m_daemon.answer("pairState", { 5 });
-        m_daemon.answer("myName", { "kitchen" });
-        m_daemon.answer("wifedsConnected", { "one" });
-        PairList pairs;
-        for (uint i = 1; i <= 40; ++i)
-            pairs.entries.append({ i, "n", i });
-        m_daemon.answer("pairList", { QVariant::fromValue(pairs) });
-        QVERIFY(m_world.daemonAppears());
-        m_daemon.send("pendingPairChanged", "somebody");
-        m_daemon.send("wifedCmdCtlSockAvailable", "socket");
-        QVERIFY(m_world.settle());
-        QCOMPARE(m_world.text("connectedwifeds"), "one");
-
-        QVERIFY(m_world.daemonLeaves());
-        for (const char* number : { "status", "scanstate", "pairstate" })
-            QCOMPARE(m_world.value(number), QVariant(0));
-        for (const char* text : { "confirmationcode", "pendingpair", "connectedwifeds" })
-            QCOMPARE(m_world.text(text), "");
-        QCOMPARE(m_world.pairRows() + m_world.scanRows(), QStringList());
-        QCOMPARE(m_world.value("isAnyDeviceConnected"), QVariant(false));
-        QCOMPARE(m_world.text("myname"), "kitchen");
     }
 
     void markerKeepsTheSetting_data()

@@ -348,6 +348,11 @@ private Q_SLOTS:
         step("the timer");
         m_module->cycleRadio();
         recordTimers();
+        step("once more within the pause, and the timer that is pending then");
+        for (int call = 0; call < 3; ++call) {
+            m_module->cycleRadio();
+            recordTimers();
+        }
         compare();
     }
 
@@ -355,8 +360,9 @@ private Q_SLOTS:
     {
         for (const bool on : { false, true }) {
             m_module->setConfig("enabled", on, true);
-            for (const std::string text : { "812", "812,1,0", "abc,1", ",1", "0,1", "812,", "812,0", "812,x",
-                                            "812,2", "812,1", "77,1", "77,0" }) {
+            for (const std::string text :
+                 { "812", "812,1,0", "abc,1", ",1", "", ",", "0,1", "P;1", "99999999999,1", " 5 ,+1", "5,0",
+                   "812,", "812,0", "812,x", "812,2", "812,1", "77,1", "77,0" }) {
                 request(text);
             }
             step("enabled, while it is lent");
