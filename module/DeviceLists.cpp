@@ -8,16 +8,16 @@
 /// The result ids of one list, up to the number of the row.
 struct BluetoothModule::ListIds
 {
-    QLatin1String address;
-    QLatin1String name;
-    QLatin1String detail;
+    const char* address;
+    const char* name;
+    const char* detail;
 };
 
 namespace {
 
-QString rowId(QLatin1String list, int index)
+QString rowId(const char* list, int index)
 {
-    return list + QString::number(index);
+    return QLatin1String(list) + QString::number(index);
 }
 
 template <typename List>
@@ -45,8 +45,7 @@ void BluetoothModule::onScanResultsChanged(const QDBusVariant& v)
 
 void BluetoothModule::updatePairList(const PairList* list)
 {
-    static constexpr ListIds Ids{ QLatin1String("pairlistAddr:"), QLatin1String("pairlistName:"),
-                                  QLatin1String("pairlistConnectionState:") };
+    static constexpr ListIds Ids{ "pairlistAddr:", "pairlistName:", "pairlistConnectionState:" };
     bool connected = false;
     int index = 0;
     if (list != nullptr) {
@@ -62,8 +61,7 @@ void BluetoothModule::updatePairList(const PairList* list)
 
 void BluetoothModule::updateScanResults(const ScanResults* list)
 {
-    static constexpr ListIds Ids{ QLatin1String("scanresultsAddr:"), QLatin1String("scanresultsName:"),
-                                  QLatin1String("scanresultsSignalStrength:") };
+    static constexpr ListIds Ids{ "scanresultsAddr:", "scanresultsName:", "scanresultsSignalStrength:" };
     int index = 0;
     if (list != nullptr) {
         for (; index < ListSize && index < list->entries.size(); ++index) {

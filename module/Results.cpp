@@ -73,27 +73,27 @@ void fill(EnumType& type, const std::array<Symbol, Size>& symbols)
 }
 
 // A row applies while the radio is usable and the row holds an address; an emptied row disappears by that.
-constexpr QLatin1String
-    ScanRow("((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value)"
-            " && (res.scanresultsAddr_%1.value != \"\") && (res.scanresultsAddr_%1.value != \"0\")"
-            " && (res.scanresultsAddr_%1.value != 0))");
-constexpr QLatin1String
-    PairedRow("((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value)"
-              " && (res.pairlistAddr_%1.value != \"\") && (res.pairlistAddr_%1.value != \"0\")"
-              " && (res.pairlistAddr_%1.value != 0))");
-constexpr QLatin1String
-    RadioUsable("((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value))");
-constexpr QLatin1String
-    AndPairing("&& ((res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_OUTGOING)"
-               " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_INCOMING)"
-               " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_PINNEEDED)"
-               " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_NEEDCONFIRMATION)"
-               " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_FINISHING)"
-               " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_NEEDSIMPLECONFIRMATION))");
+constexpr const char* ScanRow =
+    "((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value)"
+    " && (res.scanresultsAddr_%1.value != \"\") && (res.scanresultsAddr_%1.value != \"0\")"
+    " && (res.scanresultsAddr_%1.value != 0))";
+constexpr const char* PairedRow =
+    "((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value)"
+    " && (res.pairlistAddr_%1.value != \"\") && (res.pairlistAddr_%1.value != \"0\")"
+    " && (res.pairlistAddr_%1.value != 0))";
+constexpr const char* RadioUsable =
+    "((res.status.value == res.status.enums.eBLUETOOTHSTATUS_ON) && (cfg.enabled.value))";
+constexpr const char* AndPairing =
+    "&& ((res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_OUTGOING)"
+    " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_INCOMING)"
+    " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_PINNEEDED)"
+    " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_NEEDCONFIRMATION)"
+    " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_FINISHING)"
+    " || (res.pairstate.value == res.pairstate.enums.eBLUETOOTHPAIR_NEEDSIMPLECONFIRMATION))";
 
-QStringList forEachRow(QLatin1String expression, int rows)
+QStringList forEachRow(const char* expression, int rows)
 {
-    const QString pattern = expression;
+    const QString pattern = QLatin1String(expression);
     QStringList expressions;
     for (int row = 0; row < rows; ++row) {
         expressions.append(pattern.arg(row));
@@ -124,17 +124,17 @@ void BluetoothModule::createResults()
     EnumType status(QStringLiteral("eBlueStatus"), nullptr);
     fill(status, RadioStates);
     addEnumResult(QStringLiteral("status"), tr("Status"), 0, status, EMPTYQS, 1);
+    const QString usable = QLatin1String(RadioUsable);
     EnumType scanState(QStringLiteral("eScanState"), nullptr);
     fill(scanState, ScanStates);
-    addEnumResult(QStringLiteral("scanstate"), tr("Scan State"), 0, scanState, RadioUsable, 1);
+    addEnumResult(QStringLiteral("scanstate"), tr("Scan State"), 0, scanState, usable, 1);
     EnumType pairState(QStringLiteral("ePairState"), nullptr);
     fill(pairState, PairStates);
-    addEnumResult(QStringLiteral("pairstate"), tr("Pairing State"), 0, pairState, RadioUsable, 1);
+    addEnumResult(QStringLiteral("pairstate"), tr("Pairing State"), 0, pairState, usable, 1);
 
-    addResult(QStringLiteral("confirmationcode"), tr("Confirmation Code"), QStringLiteral(""), RadioUsable,
-              1);
+    addResult(QStringLiteral("confirmationcode"), tr("Confirmation Code"), QStringLiteral(""), usable, 1);
     addResult(QStringLiteral("pendingpair"), tr("Pending Pair"), QStringLiteral(""),
-              QString(RadioUsable) + AndPairing, 1);
+              usable + QLatin1String(AndPairing), 1);
     addStringResult(QStringLiteral("connectedwifeds"), tr("Connected Wi-FEDs"), QStringLiteral(""),
                     QStringLiteral("true"), 1, EMPTYQS);
     addBoolResult(QStringLiteral("isAnyDeviceConnected"), tr("Is any device connected"), false, EMPTYQS, 1,

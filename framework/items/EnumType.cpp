@@ -1,5 +1,7 @@
 #include "EnumType.h"
 
+// The signature is the framework's.
+// NOLINTNEXTLINE(modernize-pass-by-value)
 EnumType::EnumType(const QString& name, QObject* parent)
     : QObject(parent)
     , m_name(name)

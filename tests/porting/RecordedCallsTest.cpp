@@ -111,9 +111,9 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        qInstallMessageHandler(nullptr);
+        m_module.reset(); // whatever it does then reaches nobody
         SystemFunctions::areRecorded = false;
-        m_module.reset();
+        qInstallMessageHandler(nullptr);
         m_daemon.leave();
     }
 

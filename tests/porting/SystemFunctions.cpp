@@ -44,7 +44,9 @@ void __real_perror(const char* text);
 FILE* __wrap_popen(const char* command, const char* mode)
 {
     record("popen", command, mode);
-    return Calls::popenFails ? nullptr : fmemopen(Calls::hostName.data(), Calls::hostName.size(), "r");
+    return Calls::popenFails
+        ? nullptr
+        : fmemopen(Calls::hostName.data(), static_cast<std::size_t>(Calls::hostName.size()), "r");
 }
 
 int __wrap_pclose(FILE* stream)
