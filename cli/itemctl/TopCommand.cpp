@@ -20,7 +20,7 @@ namespace itemctl {
 namespace {
 
 constexpr int LatestChanges = 8;
-const QLatin1String Keys("arrows select  Enter triggers or edits  space switches  e enabled  q quits");
+const QLatin1String Keys("arrows move  Enter acts or edits  space switches  e enabled  q quits");
 
 QStringList labelsOf(const ipc::EnumValues& values)
 {
