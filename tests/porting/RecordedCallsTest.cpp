@@ -10,6 +10,7 @@
 #include <QAbstractEventDispatcher>
 #include <QDBusAbstractInterface>
 #include <QDBusServiceWatcher>
+#include <QPointer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryFile>
@@ -33,6 +34,25 @@ void recordMessage(QtMsgType type, const QMessageLogContext& /*context*/, const 
     // Quoted anew, so that a blank at an end is seen.
     record(type == QtDebugMsg ? "debug:" : "warning:", '[' + text + ']');
 }
+
+// Two members that nothing shows: what an explicit instantiation names need not be public.
+struct Watcher
+{
+    using Type = QDBusServiceWatcher* BluetoothModule::*;
+    friend Type member(Watcher /*of*/);
+};
+struct Inhibition
+{
+    using Type = bool BluetoothModule::*;
+    friend Type member(Inhibition /*of*/);
+};
+template <typename Tag, typename Tag::Type Member>
+struct Shown
+{
+    friend typename Tag::Type member(Tag /*of*/) { return Member; }
+};
+template struct Shown<Watcher, &BluetoothModule::serviceWatcher>;
+template struct Shown<Inhibition, &BluetoothModule::radioSwitchInhibited>;
 
 /// Shows which texts are translated.
 class Marking : public QTranslator
@@ -122,7 +142,9 @@ private Q_SLOTS:
         SystemFunctions::forked = 0;
         m_module = std::make_unique<BluetoothModule>(this);
         m_module->slotLastConfigLoaded();
-        QCOMPARE(m_module->findChildren<QDBusServiceWatcher*>().size(), 0);
+        const QPointer<QDBusServiceWatcher> watcher = m_module.get()->*member(Watcher());
+        record("watches", watcher->watchedServices().join(' '), static_cast<int>(watcher->watchMode()),
+               watcher->parent() == nullptr ? "no parent" : "parent");
         step("the hooks");
         ServerModule& framework = *m_module;
         record("answer", framework.isOffered(), framework.mayEnd(),
@@ -137,6 +159,7 @@ private Q_SLOTS:
         step("teardown");
         m_module->Enable();
         m_module.reset();
+        QVERIFY(watcher);
         compare();
     }
 
@@ -191,6 +214,9 @@ private Q_SLOTS:
             m_daemon.send(signal, "7");
             settle();
         }
+        step("a socket event that is no text");
+        m_daemon.send("wifedCmdCtlSockClosed", QVariantMap{ { "a", 1 } });
+        settle();
         step("another one comes: the first proxy stays, and is used no more");
         QDBusAbstractInterface* const first = proxy();
         m_module->onServiceRegistered(DaemonName);
@@ -300,6 +326,11 @@ private Q_SLOTS:
         for (const bool on : { true, true, false }) {
             m_module->setConfig("enabled", on, true);
         }
+        step("inhibited");
+        m_module.get()->*member(Inhibition()) = true;
+        m_module->setConfig("enabled", true, true);
+        m_module->setConfig("enabled", false, true);
+        m_module.get()->*member(Inhibition()) = false;
         step("enableConfig, off and on");
         record("reply", m_module->enableConfig());
         m_module->config("enabled")->setValue(true, true);
@@ -353,6 +384,12 @@ private Q_SLOTS:
             m_module->cycleRadio();
             recordTimers();
         }
+        step("inhibited, which counts as a flip");
+        m_module.get()->*member(Inhibition()) = true;
+        m_module->cycleRadio();
+        m_module.get()->*member(Inhibition()) = false;
+        m_module->cycleRadio();
+        recordTimers();
         compare();
     }
 
