@@ -259,7 +259,7 @@ private Q_SLOTS:
 
     void lists()
     {
-        PairList pairs{ { { Address, "Phone", 0 }, { 7, {}, 12 }, { Address, "", 0 } } };
+        PairList pairs{ { { Address, "Phone", 0 }, { 7, {}, ~0U }, { Address, "", 0 } } };
         ScanResults scan{ { { Address, -57, "Phone" }, { 7, 0, {} }, { ~0ULL, 12, "%1 %2" } } };
         step("three");
         m_module->updatePairList(&pairs);
@@ -281,13 +281,15 @@ private Q_SLOTS:
 
     void actions()
     {
-        const auto run = [this](const std::string& text) {
+        QSemaphore returned;
+        const auto run = [&](const std::string& text) {
             for (const auto& [id, command] : m_module->commands) {
                 if (id == "cycleradio") {
                     continue;
                 }
                 step(id);
                 command();
+                returned.release();
                 recordSent();
             }
             for (const auto& [id, command] : m_module->textCommands) {
@@ -295,16 +297,22 @@ private Q_SLOTS:
                     continue;
                 }
                 step(id + ' ' + QString::fromStdString(text).replace(QChar(0), "\\0"));
-                record("reply", command(text));
+                const std::string reply = command(text);
+                returned.release();
+                record("reply", reply);
                 recordSent();
             }
         };
         run("without a daemon");
         answerAll(0);
         QVERIFY(comes());
+        returned.acquire(returned.available());
+        m_daemon.answerWhen(&returned);
         run("12:34:56:78:9a:bc");
         run("12:34:56:78:9A:BC\0Kü"s);
-        run("12-34");
+        run("Küche");
+        m_daemon.answerWhen(nullptr);
+        QVERIFY2(!m_daemon.wasWaitedFor(), "a request waited for the daemon's answer");
         step("the stored PIN, twice");
         m_module->PINreply("");
         recordSent();

@@ -32,6 +32,8 @@ public:
         if (!isProperty && message.interface() != Interface)
             return false;
         m_calls.append({ message.member(), message.signature(), message.arguments() });
+        if (m_released != nullptr && !m_released->tryAcquire(1, 2000))
+            m_wasWaitedFor = true;
         connection.send(message.createReply());
         return true;
     }
@@ -40,6 +42,16 @@ public:
     {
         const QMutexLocker locker(&m_mutex);
         m_answers.insert(property, values);
+    }
+    void answerWhen(QSemaphore* released)
+    {
+        const QMutexLocker locker(&m_mutex);
+        m_released = released;
+    }
+    bool wasWaitedFor()
+    {
+        const QMutexLocker locker(&m_mutex);
+        return m_wasWaitedFor;
     }
     QList<Call> calls()
     {
@@ -74,6 +86,8 @@ private:
         return message.createReply(QVariant::fromValue(QDBusVariant(value)));
     }
 
+    QSemaphore* m_released = nullptr;
+    bool m_wasWaitedFor = false;
     QMutex m_mutex;
     QHash<QString, QVariantList> m_answers;
     QList<Call> m_calls;
@@ -115,6 +129,16 @@ void ScriptedDaemon::leave(const QString& name) const
 void ScriptedDaemon::answer(const QString& property, const QVariantList& values)
 {
     m_object->answer(property, values);
+}
+
+void ScriptedDaemon::answerWhen(QSemaphore* released)
+{
+    m_object->answerWhen(released);
+}
+
+bool ScriptedDaemon::wasWaitedFor() const
+{
+    return m_object->wasWaitedFor();
 }
 
 void ScriptedDaemon::send(const QString& signal, const QVariant& payload) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QSemaphore>
 #include <QString>
 #include <QStringList>
 #include <QThread>
@@ -37,6 +38,11 @@ public:
 
     /// Successive reads of a property get these values in turn; the last stays.
     void answer(const QString& property, const QVariantList& values);
+    /// From here on each method call is answered when the semaphore has been released for it, or after two
+    /// seconds; null ends that.
+    void answerWhen(QSemaphore* released);
+    /// Whether a call had to be answered because it was waited for.
+    [[nodiscard]] bool wasWaitedFor() const;
     /// Sends a signal with one variant argument.
     void send(const QString& signal, const QVariant& payload) const;
 
