@@ -65,7 +65,7 @@ private Q_SLOTS:
         row("status", "Off", "status: expected 1 (Off), found 3 (On)");
         row("status", "77", "status: expected 77, found 3 (On)");
         row("enabled", "false", "enabled: expected false, found true");
-        row("pendingpair", "Lamp", "pendingpair: expected \"Lamp\", found \"\"");
+        row("pendingpair", "Lamp", R"(pendingpair: expected "Lamp", found "")");
     }
 
     void valuesThatDoNotCome()
