@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QSignalSpy>
 
+#include <algorithm>
 #include <csignal>
 
 #include <unistd.h>
@@ -199,7 +200,15 @@ private:
 
     [[nodiscard]] bool waitForRun()
     {
-        return QTest::qWaitFor([] { return !controllerRuns().isEmpty(); });
+        bool hasRun = false;
+        const auto isDecided = [&] {
+            // What has ended by now has written down that it ran, and nothing else will.
+            const QList<pid_t> children = m_world.hostChildren();
+            const bool ended = std::all_of(children.begin(), children.end(), isZombie);
+            hasRun = !controllerRuns().isEmpty();
+            return hasRun || ended;
+        };
+        return QTest::qWaitFor(isDecided) && hasRun;
     }
 
     /// Calls "cycleradio" and gives the two values that "enabled" took.

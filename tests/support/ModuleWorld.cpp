@@ -1,8 +1,10 @@
 #include "ModuleWorld.h"
 
-#include "Patience.h"
+#include "client/ExpectedValue.h"
 
 #include <QFile>
+
+#include <algorithm>
 
 ModuleWorld::ModuleWorld(const world::PrivateFilesystem& filesystem)
     : m_filesystem(filesystem)
@@ -80,24 +82,66 @@ QStringList ModuleWorld::rows(const QStringList& ids) const
 
 bool ModuleWorld::daemonAppears()
 {
-    m_daemon->answer("confirmationCode", { "appeared" });
-    if (!m_daemon->appear())
-        return false;
-    // Everything of the registration happens in one turn of the host, so that the next answer comes after it.
-    return Patience::waitFor([this] { return text("confirmationcode") == "appeared"; });
+    return m_daemon->appear() && settle();
 }
 
 bool ModuleWorld::daemonLeaves()
 {
     m_daemon->leave();
-    return Patience::waitFor([this] { return !isApplicable("scan"); });
+    return settle();
 }
 
 bool ModuleWorld::settle()
 {
-    const QString fence = QString::number(++m_fence);
-    m_daemon->send("confirmationCodeChanged", fence);
-    return Patience::waitFor([&] { return text("confirmationcode") == fence; });
+    return settle(*m_daemon);
+}
+
+bool ModuleWorld::settle(const ScriptedDaemon& daemon)
+{
+    // There: what the daemon sent waits for the host. Through the host: it has been worked off, and its
+    // writes to other servers are on their way. Back: what it asked the daemon for has come, and what it
+    // wrote to this process.
+    if (!hostAnswers(daemon) || !m_client->modules() || !hostAnswers(daemon))
+        return false;
+    QCoreApplication::processEvents();
+    return true;
+}
+
+bool ModuleWorld::hostAnswers(const ScriptedDaemon& daemon)
+{
+    const pid_t host = m_world.hostPid();
+    if (m_connectionsOwner != host) {
+        m_hostConnections = daemon.connectionsOf(host);
+        m_connectionsOwner = host;
+    }
+    return !m_hostConnections.isEmpty()
+        && std::all_of(m_hostConnections.begin(), m_hostConnections.end(),
+                       [&](const QString& connection) { return daemon.roundTrip(connection); });
+}
+
+QString ModuleWorld::difference(const QString& item, const QVariant& expected) const
+{
+    const auto found = m_client->get(item);
+    if (!found)
+        return found.error().message;
+    if (*found == expected)
+        return {};
+    const auto described = m_client->describe(item);
+    const QVariantMap description = described ? *described : QVariantMap();
+    const QString texts =
+        QString("%1: expected %2, found %3")
+            .arg(item, ipc::shownValue(description, expected), ipc::shownValue(description, *found));
+    return expected.userType() == found->userType()
+        ? texts
+        : texts + QString(" (%1, not %2)").arg(found->typeName(), expected.typeName());
+}
+
+QString ModuleWorld::applicabilityDifference(const QString& item, bool expected) const
+{
+    const QVariant found = property(item, "applicable");
+    if (found.isValid() && found.toBool() == expected)
+        return {};
+    return QString("%1: expected that it %2").arg(item, expected ? "applies" : "does not apply");
 }
 
 int ModuleWorld::countInOutput(const QString& line) const

@@ -42,11 +42,19 @@ public:
     [[nodiscard]] QStringList scanRows() const;
     [[nodiscard]] QStringList pairRows() const;
 
-    /// Takes the daemon to the bus, or from it, and waits until the module has followed.
+    /// Takes the daemon to the bus, or from it, and lets the module follow, as settle() does.
     [[nodiscard]] bool daemonAppears();
     [[nodiscard]] bool daemonLeaves();
-    /// Returns when the module has worked off every signal that was sent before.
+    /// Returns when the module has worked off all that daemon and clients sent before, and when all that it
+    /// sent because of it has come to daemon and test: what is not so then will not be. It goes by the order
+    /// of messages alone and does not rely on anything that the module does. @return false when the host does
+    /// not answer
     [[nodiscard]] bool settle();
+    [[nodiscard]] bool settle(const ScriptedDaemon& daemon); ///< which sent last
+
+    /// Empty when the item has that value; otherwise the item, what was expected and what was found.
+    [[nodiscard]] QString difference(const QString& item, const QVariant& expected) const;
+    [[nodiscard]] QString applicabilityDifference(const QString& item, bool expected) const;
 
     /// How often a line stands in what the host printed.
     [[nodiscard]] int countInOutput(const QString& line) const;
@@ -55,13 +63,28 @@ public:
 
 private:
     [[nodiscard]] QStringList rows(const QStringList& ids) const;
+    [[nodiscard]] bool hostAnswers(const ScriptedDaemon& daemon);
 
     const world::PrivateFilesystem& m_filesystem;
     world::World m_world;
     std::unique_ptr<ScriptedDaemon> m_daemon;
     std::unique_ptr<KELClientInterface> m_client;
-    int m_fence = 0;
+    QStringList m_hostConnections; ///< to the system bus
+    pid_t m_connectionsOwner = 0;
 };
+
+/// Ends the test function, with the data row, when a text says what is wrong.
+#define VERIFY_SAME(difference)                                                                              \
+    do {                                                                                                     \
+        const QString problem = (difference);                                                                \
+        if (!problem.isEmpty()) {                                                                            \
+            QTest::qFail(qPrintable(problem), __FILE__, __LINE__);                                           \
+            return;                                                                                          \
+        }                                                                                                    \
+    } while (false)
+/// What an item of m_world is, or whether it applies, once and now: see settle().
+#define COMPARE_ITEM(item, expected) VERIFY_SAME(m_world.difference(item, expected))
+#define COMPARE_APPLICABLE(item, expected) VERIFY_SAME(m_world.applicabilityDifference(item, expected))
 
 /// Whether a process is a zombie: ended, but not waited for.
 [[nodiscard]] bool isZombie(pid_t pid);

@@ -2,6 +2,7 @@
 
 #include "world/MessageBus.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 
 /// A bus for this test program and what it starts. Make it before anything asks for the bus: Qt keeps the
@@ -13,7 +14,12 @@ public:
     /// What went wrong; empty when the bus is there.
     [[nodiscard]] QString start()
     {
-        const QString problem = m_bus.start(BusKind, m_folder.path());
+        QFile log(m_folder.filePath("output"));
+        QString problem = "a log cannot be written";
+        if (log.open(QIODevice::ReadWrite))
+            problem = m_bus.start(BusKind, m_folder.path(), log.handle());
+        if (!problem.isEmpty() && log.seek(0))
+            problem += '\n' + QString::fromLocal8Bit(log.readAll());
         constexpr bool IsSystem = BusKind == world::MessageBus::Kind::System;
         qputenv(IsSystem ? "DBUS_SYSTEM_BUS_ADDRESS" : "DBUS_SESSION_BUS_ADDRESS",
                 m_bus.address().toLocal8Bit());

@@ -9,6 +9,8 @@
 #include <QMutex>
 #include <QUuid>
 
+#include <algorithm>
+
 namespace {
 
 const QString Path = "/com/qarn/Bluetooth";
@@ -148,6 +150,31 @@ void ScriptedDaemon::send(const QString& signal, const QVariant& payload) const
     QDBusConnection(m_connectionName).send(message);
 }
 
+bool ScriptedDaemon::roundTrip(const QString& connection) const
+{
+    // The bus keeps the order of what goes from one connection to another, and so do QtDBus and the event
+    // loops.
+    const QDBusMessage ping =
+        QDBusMessage::createMethodCall(connection, "/", "org.freedesktop.DBus.Peer", "Ping");
+    const QDBusMessage pong = QDBusConnection(m_connectionName).call(ping);
+    QMetaObject::invokeMethod(
+        m_object.get(), [] {}, Qt::BlockingQueuedConnection);
+    return pong.type() == QDBusMessage::ReplyMessage;
+}
+
+QStringList ScriptedDaemon::connectionsOf(pid_t process) const
+{
+    const QDBusConnectionInterface& bus = *QDBusConnection(m_connectionName).interface();
+    QStringList names = bus.registeredServiceNames();
+    names.erase(std::remove_if(names.begin(), names.end(),
+                               [&](const QString& name) {
+                                   return !name.startsWith(':')
+                                       || bus.servicePid(name) != static_cast<uint>(process);
+                               }),
+                names.end());
+    return names;
+}
+
 QList<ScriptedDaemon::Call> ScriptedDaemon::takeCalls()
 {
     return m_object->takeCalls();
@@ -163,4 +190,17 @@ QList<ScriptedDaemon::Call> ScriptedDaemon::calls() const
 QStringList ScriptedDaemon::reads() const
 {
     return m_object->reads();
+}
+
+QString callText(const QList<ScriptedDaemon::Call>& calls)
+{
+    QStringList texts;
+    for (const ScriptedDaemon::Call& call : calls) {
+        QStringList words{ call.signature };
+        for (const QVariant& argument : call.arguments)
+            words += argument.userType() == QMetaType::QString ? '"' + argument.toString() + '"'
+                                                               : argument.toString();
+        texts += call.member + '(' + words.join(' ') + ')';
+    }
+    return texts.join(", ");
 }

@@ -9,6 +9,8 @@
 
 #include <memory>
 
+#include <sys/types.h>
+
 /// Stands in for the Bluetooth daemon on the private system bus: records what is asked of it and answers as
 /// it was told, with well-formed values and others. It lives on a thread of its own, so that a test may wait
 /// for the module's host while that waits for the daemon.
@@ -46,6 +48,12 @@ public:
     /// Sends a signal with one variant argument.
     void send(const QString& signal, const QVariant& payload) const;
 
+    /// Returns when all that was sent so far has arrived at another connection of the bus, and when what came
+    /// from there before its answer is recorded here. @return whether that connection answered
+    [[nodiscard]] bool roundTrip(const QString& connection) const;
+    /// The connections to the bus of a process.
+    [[nodiscard]] QStringList connectionsOf(pid_t process) const;
+
     /// What was asked since the last call of these, in order.
     QList<Call> takeCalls();
     QStringList takeReads(); ///< names of properties
@@ -58,3 +66,6 @@ private:
     QThread m_thread;
     std::unique_ptr<Object> m_object;
 };
+
+/// Calls as a test that fails shows them: "Pair(t 4660), Scan()".
+[[nodiscard]] QString callText(const QList<ScriptedDaemon::Call>& calls);
