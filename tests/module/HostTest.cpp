@@ -16,6 +16,12 @@ public:
     using ModuleTest::ModuleTest;
 
 private Q_SLOTS:
+    void cleanup()
+    {
+        QFile::remove("/tmp/controller.runs");
+        QDir("/tmp/state").removeRecursively();
+    }
+
     void saysWhyItCannotServe_data()
     {
         const Rows<QStringList, int, QString> row("arguments", "status", "message");
@@ -40,7 +46,7 @@ private Q_SLOTS:
         QTEST(host.status, "status");
         QVERIFY2(host.err.contains(message), qPrintable(host.err));
         // The one that serves is not disturbed.
-        QCOMPARE(m_world.value("enabled"), QVariant(false));
+        COMPARE_ITEM("enabled", false);
     }
 
     void needsBothBuses_data()
@@ -76,7 +82,7 @@ private Q_SLOTS:
         QTRY_VERIFY(m_world.set("enabled", true));
         QTRY_VERIFY(!controllerRuns().isEmpty());
         QCOMPARE(::kill(static_cast<pid_t>(host.processId()), signal), 0);
-        QVERIFY(host.waitForFinished());
+        QVERIFY(Patience::waitFor([&host] { return host.state() == QProcess::NotRunning; }));
         QCOMPARE(host.exitStatus(), QProcess::NormalExit);
         QCOMPARE(host.exitCode(), 0);
         // The controller is not stopped by the host, but by the kernel behind it.
@@ -84,7 +90,6 @@ private Q_SLOTS:
         QFile configs("/tmp/state/bluetoothlauncher.json");
         QVERIFY(configs.open(QIODevice::ReadOnly));
         QVERIFY(configs.readAll().contains("true"));
-        QVERIFY(QFile::remove("/tmp/controller.runs") && QDir("/tmp/state").removeRecursively());
     }
 
     void survivesIgnoredChildSignals()
@@ -99,9 +104,9 @@ private Q_SLOTS:
         QByteArray ignored = status.readAll();
         ignored = ignored.mid(ignored.indexOf("SigIgn:") + 8, 16);
         QCOMPARE(ignored.toULongLong(nullptr, 16) & (1ULL << (SIGCHLD - 1)), 0ULL);
-        QVERIFY(m_world.set("enabled", false));
+        SET_ITEM("enabled", false);
         host.terminate();
-        QVERIFY(host.waitForFinished());
+        QVERIFY(Patience::waitFor([&host] { return host.state() == QProcess::NotRunning; }));
     }
 
 private:

@@ -33,20 +33,20 @@ private Q_SLOTS:
         const QByteArray owner = lockFile();
         if (owner != "none")
             QCOMPARE(request(owner + ",0"), "Success");
-        QVERIFY(m_world.set("enabled", false));
+        SET_ITEM("enabled", false);
         QVERIFY(!isLent());
     }
 
     void aLoanStopsTheRadioAndTheReturnStartsIt()
     {
         const QString pid = QString::number(getpid());
-        QVERIFY(m_world.set("enabled", true));
+        SET_ITEM("enabled", true);
         QCOMPARE(m_world.hostChildren().size(), 1);
 
         QCOMPARE(request(pid + ",1"), "Success");
         QCOMPARE(m_world.hostChildren(), QList<pid_t>());
         QCOMPARE(lockFile(), pid.toLatin1());
-        QCOMPARE(m_world.value("enabled"), QVariant(true));
+        COMPARE_ITEM("enabled", true);
         QVERIFY(isLent());
         QCOMPARE(request(pid + ",1"), "Rejected");
         QCOMPARE(lockFile(), pid.toLatin1());
@@ -62,7 +62,7 @@ private Q_SLOTS:
 
     void aDeadBorrowerIsFreed()
     {
-        QVERIFY(m_world.set("enabled", true));
+        SET_ITEM("enabled", true);
         world::ChildProcess borrower;
         QCOMPARE(borrower.start({ { "sleep", "60" } }), 0);
         const QString pid = QString::number(borrower.pid());
@@ -75,7 +75,7 @@ private Q_SLOTS:
         // It has a process id until its parent has asked for it, and keeps the radio as long; the second
         // between the two flips of a cycle has room for two checks.
         QCOMPARE(m_world.trigger("cycleradio"), "");
-        QTRY_COMPARE(m_world.value("enabled"), QVariant(false));
+        COMPARE_ITEM("enabled", false);
         QTRY_COMPARE(m_world.value("enabled"), QVariant(true));
         QVERIFY(isLent());
         borrower.wait();

@@ -1,5 +1,6 @@
 #include "ModuleWorld.h"
 
+#include "Patience.h"
 #include "client/ExpectedValue.h"
 
 #include <QFile>
@@ -20,18 +21,28 @@ QString ModuleWorld::start()
     m_daemon = std::make_unique<ScriptedDaemon>(m_world.systemBusAddress());
     m_client =
         std::make_unique<KELClientInterface>("tov.base.bluetoothlauncher", QDBusConnection::sessionBus());
+    m_client->setTimeout(std::chrono::milliseconds(Patience::Usual));
     return {};
+}
+
+/// A host that hangs is waited for once.
+template <typename Answer>
+Answer ModuleWorld::noted(Answer answer) const
+{
+    if (!answer && answer.error().kind == ipc::ClientError::Kind::NoAnswer)
+        m_client->setTimeout(std::chrono::milliseconds(Patience::Least));
+    return answer;
 }
 
 QVariant ModuleWorld::value(const QString& item) const
 {
-    const auto value = m_client->get(item);
+    const auto value = noted(m_client->get(item));
     return value ? *value : QVariant();
 }
 
 QVariant ModuleWorld::property(const QString& item, const QString& name) const
 {
-    const auto found = m_client->list({ "bluetooth:" + item });
+    const auto found = noted(m_client->list({ "bluetooth:" + item }));
     return found && found->items.size() == 1 ? found->items.first().properties.value(name) : QVariant();
 }
 
@@ -40,30 +51,33 @@ bool ModuleWorld::isApplicable(const QString& item) const
     return property(item, "applicable").toBool();
 }
 
-bool ModuleWorld::set(const QString& item, const QVariant& value) const
+QString ModuleWorld::write(const QString& item, const QVariant& value) const
 {
-    return static_cast<bool>(m_client->set(item, value));
+    const auto done = noted(m_client->set(item, value));
+    return done ? QString() : item + ": " + done.error().message;
 }
 
 QString ModuleWorld::trigger(const QString& action, const QString& text) const
 {
-    const auto reply = m_client->trigger(action, text);
-    return reply ? *reply : "?";
+    const auto reply = noted(m_client->trigger(action, text));
+    return reply ? *reply : reply.error().message;
 }
 
-QStringList ModuleWorld::scanRows() const
+QString ModuleWorld::scanDifference(const QStringList& expected) const
 {
-    return rows({ "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength" });
+    return listDifference("scanresults", expected,
+                          rows({ "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength" }));
 }
 
-QStringList ModuleWorld::pairRows() const
+QString ModuleWorld::pairDifference(const QStringList& expected) const
 {
-    return rows({ "pairlistAddr", "pairlistName", "pairlistConnectionState" });
+    return listDifference("pairlist", expected,
+                          rows({ "pairlistAddr", "pairlistName", "pairlistConnectionState" }));
 }
 
 QStringList ModuleWorld::rows(const QStringList& ids) const
 {
-    const auto items = m_client->list({ "bluetooth:scanresults*", "bluetooth:pairlist*" });
+    const auto items = noted(m_client->list({ "bluetooth:scanresults*", "bluetooth:pairlist*" }));
     if (!items)
         return { items.error().message };
     QHash<QString, QString> values;
@@ -101,7 +115,7 @@ bool ModuleWorld::settle(const ScriptedDaemon& daemon)
     // There: what the daemon sent waits for the host. Through the host: it has been worked off, and its
     // writes to other servers are on their way. Back: what it asked the daemon for has come, and what it
     // wrote to this process.
-    if (!hostAnswers(daemon) || !m_client->modules() || !hostAnswers(daemon))
+    if (!hostAnswers(daemon) || !noted(m_client->modules()) || !hostAnswers(daemon))
         return false;
     QCoreApplication::processEvents();
     return true;
@@ -121,7 +135,7 @@ bool ModuleWorld::hostAnswers(const ScriptedDaemon& daemon)
 
 QString ModuleWorld::difference(const QString& item, const QVariant& expected) const
 {
-    const auto found = m_client->get(item);
+    const auto found = noted(m_client->get(item));
     if (!found)
         return found.error().message;
     if (*found == expected)
@@ -142,6 +156,19 @@ QString ModuleWorld::applicabilityDifference(const QString& item, bool expected)
     if (found.isValid() && found.toBool() == expected)
         return {};
     return QString("%1: expected that it %2").arg(item, expected ? "applies" : "does not apply");
+}
+
+QString listDifference(const QString& list, const QStringList& expected, const QStringList& found)
+{
+    if (found == expected)
+        return {};
+    int at = 0;
+    while (at < expected.size() && at < found.size() && expected[at] == found[at])
+        ++at;
+    const auto shown = [at](const QStringList& rows) {
+        return at < rows.size() ? '"' + rows[at] + '"' : QString("the end");
+    };
+    return QString("%1, row %2: expected %3, found %4").arg(list).arg(at).arg(shown(expected), shown(found));
 }
 
 int ModuleWorld::countInOutput(const QString& line) const

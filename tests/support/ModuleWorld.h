@@ -34,13 +34,14 @@ public:
     /// One of an item's properties: "applicable", "label", "kind", ….
     [[nodiscard]] QVariant property(const QString& item, const QString& name) const;
     [[nodiscard]] bool isApplicable(const QString& item) const;
-    [[nodiscard]] bool set(const QString& item, const QVariant& value) const;
-    /// The action's reply text; "?" when it could not be triggered.
+    /// @return why the item could not be written; empty when it was
+    [[nodiscard]] QString write(const QString& item, const QVariant& value) const;
+    [[nodiscard]] bool set(const QString& item, const QVariant& value) const
+    {
+        return write(item, value).isEmpty();
+    }
+    /// The action's reply text, or why it could not be triggered.
     [[nodiscard]] QString trigger(const QString& action, const QString& text = {}) const;
-
-    /// The rows of a list of devices up to the last that is in use, each as "address|name|detail".
-    [[nodiscard]] QStringList scanRows() const;
-    [[nodiscard]] QStringList pairRows() const;
 
     /// Takes the daemon to the bus, or from it, and lets the module follow, as settle() does.
     [[nodiscard]] bool daemonAppears();
@@ -55,6 +56,9 @@ public:
     /// Empty when the item has that value; otherwise the item, what was expected and what was found.
     [[nodiscard]] QString difference(const QString& item, const QVariant& expected) const;
     [[nodiscard]] QString applicabilityDifference(const QString& item, bool expected) const;
+    /// Of the rows of a list of devices up to the last that is in use, each as "address|name|detail".
+    [[nodiscard]] QString scanDifference(const QStringList& expected) const;
+    [[nodiscard]] QString pairDifference(const QStringList& expected) const;
 
     /// How often a line stands in what the host printed.
     [[nodiscard]] int countInOutput(const QString& line) const;
@@ -64,6 +68,8 @@ public:
 private:
     [[nodiscard]] QStringList rows(const QStringList& ids) const;
     [[nodiscard]] bool hostAnswers(const ScriptedDaemon& daemon);
+    template <typename Answer>
+    Answer noted(Answer answer) const;
 
     const world::PrivateFilesystem& m_filesystem;
     world::World m_world;
@@ -72,6 +78,10 @@ private:
     QStringList m_hostConnections; ///< to the system bus
     pid_t m_connectionsOwner = 0;
 };
+
+/// Empty when two lists are the same; otherwise the first place where they are not.
+[[nodiscard]] QString listDifference(const QString& list, const QStringList& expected,
+                                     const QStringList& found);
 
 /// Ends the test function, with the data row, when a text says what is wrong.
 #define VERIFY_SAME(difference)                                                                              \
@@ -85,6 +95,9 @@ private:
 /// What an item of m_world is, or whether it applies, once and now: see settle().
 #define COMPARE_ITEM(item, expected) VERIFY_SAME(m_world.difference(item, expected))
 #define COMPARE_APPLICABLE(item, expected) VERIFY_SAME(m_world.applicabilityDifference(item, expected))
+
+/// Writes one.
+#define SET_ITEM(item, value) VERIFY_SAME(m_world.write(item, value))
 
 /// Whether a process is a zombie: ended, but not waited for.
 [[nodiscard]] bool isZombie(pid_t pid);
