@@ -137,6 +137,19 @@ private Q_SLOTS:
         QCOMPARE(written.userType(), value.userType());
     }
 
+    void settersWrite()
+    {
+        m_proxy->setMyAddress(7);
+        m_proxy->setMyName("Zürich");
+        m_proxy->setWifedsConnected("a,b");
+        m_proxy->setState(true);
+        QStringList written;
+        for (const ScriptedDaemon::Call& call : m_daemon->takeCalls())
+            written << call.arguments.at(1).toString() + ' '
+                    + call.arguments.at(2).value<QDBusVariant>().variant().toString();
+        QCOMPARE(written, (QStringList{ "myAddress 7", "myName Zürich", "wifedsConnected a,b", "state true" }));
+    }
+
 private:
     PrivateSystemBus m_bus;
     std::unique_ptr<ScriptedDaemon> m_daemon;

@@ -35,11 +35,16 @@ void recordMessage(QtMsgType type, const QMessageLogContext& /*context*/, const 
     record(type == QtDebugMsg ? "debug:" : "warning:", '[' + text + ']');
 }
 
-// Two members that nothing shows: what an explicit instantiation names need not be public.
+// Members that nothing shows: what an explicit instantiation names need not be public.
 struct Watcher
 {
     using Type = QDBusServiceWatcher* BluetoothModule::*;
     friend Type member(Watcher /*of*/);
+};
+struct LoanMode
+{
+    using Type = int BluetoothModule::*;
+    friend Type member(LoanMode /*of*/);
 };
 struct Inhibition
 {
@@ -52,6 +57,7 @@ struct Shown
     friend typename Tag::Type member(Tag /*of*/) { return Member; }
 };
 template struct Shown<Watcher, &BluetoothModule::serviceWatcher>;
+template struct Shown<LoanMode, &BluetoothModule::lockRequestValue>;
 template struct Shown<Inhibition, &BluetoothModule::radioSwitchInhibited>;
 
 /// Shows which texts are translated.
@@ -111,6 +117,9 @@ public:
             if (m_showsRequestsAtOnce) {
                 recordSent();
             }
+            if (const int count = proxies(); count != m_proxies) {
+                recording::lines() << QString("  proxies: %1").arg(m_proxies = count);
+            }
             const QStringList reads = m_daemon.takeReads();
             for (const QString& property : reads) {
                 recording::lines() << "  reads " + property;
@@ -127,6 +136,7 @@ private Q_SLOTS:
         SystemFunctions::forked = 4711;
         SystemFunctions::areRecorded = true;
         m_daemon.takeReads();
+        m_proxies = 0;
         recording::lines().clear();
         renew();
         qInstallMessageHandler(recordMessage);
@@ -451,7 +461,6 @@ private Q_SLOTS:
         const auto leaves = [this](const QString& what, const QString& name = DaemonName) {
             step(what);
             m_module->onServiceUnregistered(name);
-            record("proxies", m_module->findChildren<QDBusAbstractInterface*>().size());
         };
         leaves("another name", "com.qarn.Bluetooth");
         m_module->onServiceRegistered("com.qarn.Bluetooth");
@@ -499,6 +508,7 @@ private:
     {
         step("requests " + QString::fromStdString(text));
         record("reply", m_module->RequestBluetooth(text));
+        record("mode", m_module.get()->*member(LoanMode()));
         recordTimers();
     }
 
@@ -525,6 +535,11 @@ private:
         m_daemon.answer("wifedsConnected", { "a,b" });
         m_daemon.answer("scanResults", { QVariant::fromValue(ScanResults{ { { Address, -57, "Phone" } } }) });
         m_daemon.answer("pairList", { QVariant::fromValue(PairList{ { { Address, "Phone", 1 } } }) });
+    }
+
+    [[nodiscard]] int proxies() const
+    {
+        return m_module ? m_module->findChildren<QDBusAbstractInterface*>().size() : m_proxies;
     }
 
     [[nodiscard]] QDBusAbstractInterface* proxy() const
@@ -592,6 +607,7 @@ private:
     std::unique_ptr<BluetoothModule> m_module;
     int m_fences = 0;
     bool m_showsRequestsAtOnce = false;
+    int m_proxies = 0; ///< as was told last
 };
 
 // A module leaves its bus watcher behind, by intent. The name is the sanitizer's.
