@@ -8,9 +8,13 @@ LiveItems::LiveItems(Servers servers)
     : m_servers(std::move(servers))
 {
     // libdbus itself tells of the connection's end, by a signal without a sender.
-    QDBusConnection::sessionBus().connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                                          QStringLiteral("org.freedesktop.DBus.Local"),
-                                          QStringLiteral("Disconnected"), this, SLOT(noticeBusLoss()));
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
+                SLOT(noticeBusLoss()));
+    if (!bus.isConnected()) { // the signal came before anybody listened
+        QMetaObject::invokeMethod(this, &LiveItems::noticeBusLoss, Qt::QueuedConnection);
+    }
 }
 
 void LiveItems::noticeBusLoss()
