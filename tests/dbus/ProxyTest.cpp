@@ -147,7 +147,8 @@ private Q_SLOTS:
         for (const ScriptedDaemon::Call& call : m_daemon->takeCalls())
             written << call.arguments.at(1).toString() + ' '
                     + call.arguments.at(2).value<QDBusVariant>().variant().toString();
-        QCOMPARE(written, (QStringList{ "myAddress 7", "myName Zürich", "wifedsConnected a,b", "state true" }));
+        QCOMPARE(written,
+                 (QStringList{ "myAddress 7", "myName Zürich", "wifedsConnected a,b", "state true" }));
     }
 
 private:
