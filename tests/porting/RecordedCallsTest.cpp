@@ -550,7 +550,7 @@ private:
     [[nodiscard]] bool comes()
     {
         step("the daemon comes");
-        return m_daemon.appear() && QTest::qWaitFor([this] { return proxy() != nullptr; });
+        return m_daemon.appear() && Patience::waitFor([this] { return proxy() != nullptr; });
     }
 
     /// Returns when the module has handled every signal that was sent before.
@@ -558,7 +558,7 @@ private:
     {
         const int fences = m_fences + 1;
         m_daemon.send("fence", 0);
-        QVERIFY(QTest::qWaitFor([&] { return m_fences == fences; }));
+        QVERIFY(Patience::waitFor([&] { return m_fences == fences; }));
     }
 
     void recordSent()
