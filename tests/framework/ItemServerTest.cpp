@@ -4,6 +4,7 @@
 #include "support/Rows.h"
 
 #include <QDBusMessage>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -203,10 +204,30 @@ private Q_SLOTS:
         QVERIFY(m_demo.start());
 
         m_client->setTimeout(std::chrono::milliseconds(50));
+        QElapsedTimer time;
+        time.start();
         const auto silent = m_client->trigger("stall", QString());
         QVERIFY2(silent.error().kind == ClientError::Kind::NoAnswer, qPrintable(silent.error().message));
         QVERIFY(silent.error().message.contains("did not answer within 0.05 s"));
+        QVERIFY(time.elapsed() < 5000);
         m_demo.kill(); // it waits for a signal and nothing else
+    }
+
+    void aServerThatReturnsIsSilentUntilItIsWatched()
+    {
+        QVERIFY(m_client->watch());
+        QSignalSpy left(m_client.get(), &KELClientInterface::serverLeft);
+        QSignalSpy returned(m_client.get(), &KELClientInterface::serverReturned);
+        QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
+        m_demo.end();
+        QVERIFY(m_demo.start());
+        QTRY_COMPARE(left.size() * 10 + returned.size(), 11);
+        QVERIFY(m_client->trigger("write", "state=3"));
+        QVERIFY(m_client->watch());
+        QVERIFY(m_client->trigger("write", "serial=1"));
+        QTRY_VERIFY(!changed.isEmpty());
+        QCOMPARE(addresses(changed.first().first().value<ItemRecords>()),
+                 QStringList(":result:demo:mod:serial:"));
     }
 
     void sharedClientsAreSharedAndOnlyOfWhatIsThere()
@@ -215,6 +236,9 @@ private Q_SLOTS:
         QVERIFY(first);
         QCOMPARE(KELClientInterface::getSessionBusClient(DemoBusName, nullptr), first);
         QCOMPARE(KELClientInterface::getSessionBusClient("tov.base.nobody", nullptr), nullptr);
+        QVERIFY(QDBusConnection::sessionBus().registerService("tov.base.another"));
+        QVERIFY(KELClientInterface::getSessionBusClient("tov.base.another", nullptr) != first);
+        QVERIFY(QDBusConnection::sessionBus().unregisterService("tov.base.another"));
     }
 
     void recordsOfOtherModulesTravel()
