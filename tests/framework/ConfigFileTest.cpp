@@ -20,7 +20,6 @@ class ConfigFileTest : public QObject
 private Q_SLOTS:
     void init();
     void whatWasStoredComesBack();
-    void twoModulesShareTheFile();
     void whatNoModuleKnowsStays();
     void wrongValuesTakeTheirDefault_data();
     void wrongValuesTakeTheirDefault();
@@ -101,19 +100,6 @@ void ConfigFileTest::whatWasStoredComesBack()
     QCOMPARE(value(*after, "scale"), QVariant(1.25));
     QCOMPARE(value(*after, "note"), QVariant("a text"));
     QCOMPARE(m_announced, QStringList(":config:server:radio:enabled:"));
-}
-
-void ConfigFileTest::twoModulesShareTheFile()
-{
-    const auto one = makeModule("one");
-    const auto two = makeModule("two");
-    one->find(ItemKind::Config, "pin")->store("1111", true);
-    two->find(ItemKind::Config, "pin")->store("2222", true);
-    QVERIFY(save(*one));
-    QVERIFY(save(*two));
-    const auto again = makeModule("one");
-    QVERIFY(ConfigFile(m_path).load(*again));
-    QCOMPARE(value(*again, "pin"), QVariant("1111"));
 }
 
 void ConfigFileTest::whatNoModuleKnowsStays()
