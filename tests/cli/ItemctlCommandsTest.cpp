@@ -2,10 +2,7 @@
 #include "client/KELClientInterface.h"
 #include "support/Rows.h"
 
-#include <nlohmann/json.hpp>
-
 #include <QElapsedTimer>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -38,17 +35,32 @@ private Q_SLOTS:
             "enabled\nmod:enabled\npin\nmod:pin\nvolume\nmod:volume\n", "");
         row("pattern of servers", { "list", ":result:d[e]mo:mod:state:" }, 0,
             ":result:demo:mod:state:  0 (Off)  State\n", "");
+        row("table", { "list", "rowName:[13]", "pin", "echo" }, 0,
+            ":config:demo:mod:pin:        5190  PIN [does not apply]\n"
+            ":result:demo:mod:rowName:1:  \"\"    Name [does not apply]\n"
+            ":result:demo:mod:rowName:3:  \"\"    Name [does not apply]\n"
+            ":action:demo:mod:echo:       -     Echo\n",
+            "");
+        row("one object a line", { "list", "--json", "rowState:2", "enabled" }, 0,
+            R"({"address":":config:demo:mod:enabled:","server":"demo","module":"mod","id":"enabled",)"
+            R"("kind":"config","label":"Enabled","value":false,"applicable":true})"
+            "\n"
+            R"({"address":":result:demo:mod:rowState:2:","server":"demo","module":"mod","id":"rowState",)"
+            R"("index":2,"kind":"result","label":"Row State","value":0,"text":"Off","applicable":false})"
+            "\n",
+            "");
+        row("module of no server", { "get", "bluetooth:enabled" }, 5, "",
+            "no server on the session bus has a module \"bluetooth\"");
+        row("wait for a module of no server", { "wait", "bluetooth:pairlistAddr:3=x" }, 5, "",
+            "has a module \"bluetooth\"");
+        row("like a module", { "get", "mood:enabled" }, 3, "", R"(did you mean "mod:enabled"?)");
+        row("index of no item", { "get", "rows:3" }, 3, "", "no item");
+        row("no item of the module", { "get", "mod:nosuch" }, 3, "", "no item");
         row("values of a bool, for completion", { "values", "mod:enabled" }, 0, "true\nfalse\n", "");
-        row("pattern over full addresses", { "list", ":config:*:pin:" }, 0,
-            ":config:demo:mod:pin:  5190  PIN [does not apply]\n", "");
         row("nothing of it when one is missing", { "get", "state", "stat" }, 3, "",
             "did you mean \"state\"?");
-        row("config and result", { "get", "volume" }, 3, "",
-            ":config:demo:mod:volume:, :result:demo:mod:volume:");
-        row("list without index", { "get", "rowName" }, 3, "", "rowName:0 to rowName:3");
         row("set refused by range", { "set", ":config:demo:mod:volume:", "11" }, 1, "",
             "0 to 10 are allowed");
-        row("set refused by type", { "set", "enabled", "maybe" }, 1, "", "true or false");
         row("set a result", { "set", "state", "On" }, 1, "", ":result:demo:mod:state:");
         row("set an action", { "set", "echo", "x" }, 1, "", "is an action");
         row("set, JSON", { "set", ":config:demo:mod:volume:", "7", "--json" }, 0, "7\n", "");
@@ -62,8 +74,6 @@ private Q_SLOTS:
         row("text like a list", { "call", "echo", "[a,b]" }, 0, "[a,b]\n", "");
         row("reply that reads like a failure", { "call", "echo", "Rejected" }, 0, "Rejected\n", "");
         row("call a config", { "call", "enabled" }, 3, "", R"("itemctl set enabled VALUE" writes it)");
-        row("call a result", { "call", "mod:state" }, 3, "", R"("itemctl get mod:state" reads it)");
-        row("other case", { "call", "Echo" }, 3, "", "did you mean \"echo\"?");
         row("describe an action", { "describe", "fork", "--json" }, 0,
             R"({"address":":action:demo:mod:fork:","server":"demo","module":"mod","id":"fork","kind":"action",)"
             R"("label":"Fork and Return","value":null,"applicable":true,"takesText":false,"type":"action"})"
@@ -86,7 +96,6 @@ private Q_SLOTS:
         row("like no subcommand", { "explode" }, 2, "", "there are list, get, describe, servers, set,");
         row("like an option", { "get", "state", "--jsn" }, 2, "",
             R"(no option "--jsn"; did you mean "--json"?)");
-        row("like no option", { "list", "--all" }, 2, "", "no option \"--all\"; see itemctl list --help");
         row("option instead of a subcommand", { "--jsn" }, 2, "",
             R"(no option "--jsn"; did you mean "--json"?)");
         row("option instead of a text", { "call", "echo", "-x" }, 2, "",
@@ -119,41 +128,6 @@ private Q_SLOTS:
         QVERIFY(finished.err.isEmpty()
                 || (finished.err.startsWith("itemctl: ") && finished.err.count('\n') <= 2));
         QTEST(finished.status, "status");
-    }
-
-    void listIsATable()
-    {
-        const Finished all = itemctl({ "list" });
-        QCOMPARE(all.status, 0);
-        const QStringList lines = all.out.split('\n', Qt::SkipEmptyParts);
-        QVERIFY(lines.size() > 15);
-        QVERIFY(lines.filter(QRegularExpression("^:result:demo:mod:state: +0 \\(Off\\) +State$")).size()
-                == 1);
-        QVERIFY(lines.filter(QRegularExpression("^:config:demo:mod:pin: .*PIN \\[does not apply\\]$")).size()
-                == 1);
-        QVERIFY(lines.filter(QRegularExpression("^:action:demo:mod:echo: +- +Echo$")).size() == 1);
-        QCOMPARE(lines[0].indexOf("Enabled"), lines.filter(":mod:state:").first().indexOf("State"));
-        QVERIFY(!all.out.contains('\x1b'));
-        const QStringList rows =
-            itemctl({ "list", "rowName:[13]", "rowState" }).out.split('\n', Qt::SkipEmptyParts);
-        QCOMPARE(rows.size(), 6);
-        QVERIFY(rows[1].startsWith(":result:demo:mod:rowName:3:"));
-    }
-
-    void jsonIsOneObjectALine()
-    {
-        const QStringList lines = itemctl({ "list", "--json" }).out.split('\n', Qt::SkipEmptyParts);
-        QVERIFY(lines.size() > 15);
-        for (const QString& line : lines) {
-            const auto object = nlohmann::json::parse(line.toStdString(), nullptr, false);
-            for (const char* key : { "address", "id", "module", "kind", "value", "label", "applicable" })
-                QVERIFY2(object.contains(key), qPrintable(line));
-        }
-        const auto row = nlohmann::json::parse(itemctl({ "list", "--json", "rowState:2" }).out.toStdString());
-        QCOMPARE(row.value("id", ""), std::string("rowState"));
-        QCOMPARE(row.value("index", -1), 2);
-        QCOMPARE(row.value("text", ""), std::string("Off"));
-        QVERIFY(row["value"].is_number_integer());
     }
 
     void textsFromOutsideAreHarmless()
@@ -219,26 +193,6 @@ private Q_SLOTS:
         // Unless told which servers there should be, a name may as well be a mistake, if not a whole address.
         if (arguments.size() == 2)
             QCOMPARE(itemctl(arguments).status, finished.status == 5 ? 3 : finished.status);
-    }
-
-    void modulesOfNoServer_data()
-    {
-        const Rows<QStringList, int, QString> row("arguments", "status", "err");
-        row("get", { "get", "bluetooth:enabled" }, 5,
-            "no server on the session bus has a module \"bluetooth\"");
-        row("wait", { "wait", "bluetooth:pairlistAddr:3=x" }, 5, "has a module \"bluetooth\"");
-        row("like one", { "get", "mood:enabled" }, 3, R"(did you mean "mod:enabled"?)");
-        row("index", { "get", "rows:3" }, 3, "no item");
-        row("its item", { "get", "mod:nosuch" }, 3, "no item");
-    }
-
-    void modulesOfNoServer()
-    {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, err);
-        const Finished finished = itemctl(arguments);
-        QVERIFY2(finished.err.contains(err), qPrintable(finished.err));
-        QTEST(finished.status, "status");
     }
 
     void helpIsASubcommandAsWell()

@@ -129,19 +129,6 @@ private Q_SLOTS:
         QCOMPARE(itemctl({ "wait", "state" }).status, 2);
     }
 
-    void waitSurvivesARestart()
-    {
-        succeed({ "set", "enabled", "true" });
-        succeed({ "call", "write", "state=3" });
-        // About applicability: a value would be looked up in the enumeration first, which the end must not
-        // hit.
-        const auto wait = startWatching({ "wait", "pin:inapplicable", "--timeout", "60" });
-        QVERIFY(wait);
-        m_servers.kill();
-        QVERIFY(m_servers.start()); // it comes back enabled, but with its state off
-        QCOMPARE(finish(*wait).status, 0);
-    }
-
     void watchTakesWhatAServerBringsBack()
     {
         const auto watch = startWatching({ "watch", "--count", "1", "--timeout", "60" });

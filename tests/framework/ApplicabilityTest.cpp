@@ -27,6 +27,7 @@ private Q_SLOTS:
         m_items->add({ ItemKind::Result, "old_row", QString(), ValueType::of(1), 1, {}, 2 });
         m_items->add({ ItemKind::Result, "enabled", QString(), ValueType::of(false), false });
         m_items->add({ ItemKind::Result, "unwritten", QString(), ValueType::of({}), {} });
+        m_items->add({ ItemKind::Result, "record", QString(), ValueType::of({}), QVariantMap{ { "a", 1 } } });
         m_items->add({ ItemKind::Result, "serial", QString(), ValueType::of(0ULL), 16777217ULL });
     }
 
@@ -51,6 +52,8 @@ private Q_SLOTS:
         row("config and result of one id", "cfg.enabled.value && !res.enabled.value", "", true);
         row("never written", "res.unwritten.value === undefined", "", true);
         row("large number", "res.serial.value == 16777217", "", true);
+        row("a record is no number", "res.record.value === null", "", true);
+        row("text with a zero", "res.name.value.length == 3", QString("a%1b").arg(QChar(0)), true);
         row("text beyond ASCII", "res.name.value == 'K\u00fcche'", QString::fromUtf8("Küche"), true);
     }
 
@@ -73,6 +76,9 @@ private Q_SLOTS:
         QVERIFY(!details[0]->isApplicable());
         QVERIFY(details[1]->isApplicable());
         QVERIFY(!details[2]->isApplicable());
+        for (const auto& each :
+             m_items->add({ ItemKind::Result, "each", QString(), ValueType::of(1), 1, "1 == 2", 2 }))
+            QVERIFY(!each->isApplicable());
     }
 
     void brokenExpressionsSayWhatIsWrong_data()

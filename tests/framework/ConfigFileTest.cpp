@@ -20,12 +20,12 @@ class ConfigFileTest : public QObject
 private Q_SLOTS:
     void init();
     void whatWasStoredComesBack();
-    void twoModulesShareTheFile();
     void whatNoModuleKnowsStays();
     void wrongValuesTakeTheirDefault_data();
     void wrongValuesTakeTheirDefault();
     void damagedFilesAreSetAside_data();
     void damagedFilesAreSetAside();
+    void whatCannotBeReadStays();
 
 private:
     std::unique_ptr<ModuleItems> makeModule(const QString& name)
@@ -102,32 +102,21 @@ void ConfigFileTest::whatWasStoredComesBack()
     QCOMPARE(m_announced, QStringList(":config:server:radio:enabled:"));
 }
 
-void ConfigFileTest::twoModulesShareTheFile()
-{
-    const auto one = makeModule("one");
-    const auto two = makeModule("two");
-    one->find(ItemKind::Config, "pin")->store("1111", true);
-    two->find(ItemKind::Config, "pin")->store("2222", true);
-    QVERIFY(save(*one));
-    QVERIFY(save(*two));
-    const auto again = makeModule("one");
-    QVERIFY(ConfigFile(m_path).load(*again));
-    QCOMPARE(value(*again, "pin"), QVariant("1111"));
-}
-
 void ConfigFileTest::whatNoModuleKnowsStays()
 {
     // After a step back to an older release: ids, a module and keys of the newer one.
     writeFile(R"({"format": 2, "modules": {
         "other": {"values": {"a": 1}},
-        "radio": {"values": {"new": "x", "enabled": false}, "beyondLimits": {"new": "", "pin": ""}, "since": 3}}})");
+        "radio": {"values": {"enabled": false, "new": "x"}, "beyondLimits": {"new": "", "pin": ""}, "since": 3}}})");
     const auto items = makeModule("radio");
     items->find(ItemKind::Config, "enabled")->store(true, true);
     QVERIFY(save(*items));
     QFile file(m_path);
     QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray content = file.readAll();
+    QVERIFY(content.indexOf("enabled") < content.indexOf("new")); // all stays in its place
     // "pin" keeps within its limits now.
-    QCOMPARE(QJsonDocument::fromJson(file.readAll()), QJsonDocument::fromJson(R"({"format": 2, "modules": {
+    QCOMPARE(QJsonDocument::fromJson(content), QJsonDocument::fromJson(R"({"format": 2, "modules": {
         "other": {"values": {"a": 1}},
         "radio": {"values": {"new": "x", "enabled": true, "pin": "5190", "serial": 0},
                   "beyondLimits": {"new": ""}, "since": 3}}})"));
@@ -182,6 +171,17 @@ void ConfigFileTest::damagedFilesAreSetAside()
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), content);
     QVERIFY(save(*items)); // and the next change is stored again
+}
+
+void ConfigFileTest::whatCannotBeReadStays()
+{
+    QVERIFY(QDir().mkdir(m_path)); // no user can read that, root neither
+    const auto items = makeModule("radio");
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("is not used .*cannot be read"));
+    QVERIFY(!ConfigFile(m_path).load(*items));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot be written"));
+    QVERIFY(!save(*items));
+    QVERIFY(QDir(m_path).exists());
 }
 
 QTEST_GUILESS_MAIN(ConfigFileTest)

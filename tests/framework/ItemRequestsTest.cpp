@@ -90,6 +90,7 @@ private Q_SLOTS:
         const QDBusMessage reply = call(method, arguments);
         QCOMPARE(reply.errorName(), error.contains('.') ? error : "tov.base.Error." + error);
         QVERIFY2(reply.errorMessage().contains(text), qPrintable(reply.errorMessage()));
+        QVERIFY2(reply.errorMessage().size() < 300, "the error repeats what was too long");
         const QString written =
             arguments.size() > 1 ? arguments.at(1).value<QDBusVariant>().variant().toString() : QString();
         QVERIFY2(arguments.value(0) != "pin" || !reply.errorMessage().contains(written),
@@ -109,8 +110,7 @@ private Q_SLOTS:
         const auto record = [](const QVariant& value) {
             return QVariantList{ "record", QVariant::fromValue(QDBusVariant(value)) };
         };
-        const auto nested = [](int records) {
-            QVariant value = 1;
+        const auto nested = [](int records, QVariant value = 1) {
             for (int i = 0; i < records; ++i)
                 value = QVariantMap{ { "in", value } };
             return value;
@@ -141,10 +141,18 @@ private Q_SLOTS:
         row("text for a number", "Set", { "mod:enabled", QVariant::fromValue(QDBusVariant(text(65537))) },
             "more than 65536 characters");
         row("bytes, too many", "Set", record(QByteArray(65537, 'x')), "more than 65536");
+        row("object path", "Set", record(QVariant::fromValue(QDBusObjectPath('/' + text(65536)))),
+            "more than 65536");
+        const QVector<QDBusSignature> signatures(258, QDBusSignature(QString(255, 'i')));
+        row("signatures", "Set", record(QVariant::fromValue(signatures.toList())), "more than 65536");
+        row("values of structures", "Set", record(QVariantList(QVector<QVariant>(300, QRect()).toList())),
+            "more than 1024");
         row("texts together", "Set", record(QStringList{ text(65536), text(1) }),
             "more than 65536 characters");
         row("depth", "Set", record(nested(4)), "");
         row("too deep", "Set", record(nested(5)), "deeper than 8 levels");
+        row("a level too deep", "Set", record(nested(4, QVariant::fromValue(QList<int>{ 1 }))),
+            "deeper than 8");
         row("far too deep", "Set", record(nested(15)), "deeper than 8 levels");
         row("many values", "Set", record(QStringList(tooMany + tooMany)), "");
         row("too many values", "Set", record(QVariant::fromValue(QList<int>(QVector<int>(1024).toList()))),

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -101,6 +102,16 @@ private Q_SLOTS:
         endTurn();
         QCOMPARE(SystemCalls::made, QStringList());
         QCOMPARE(m_one->timesSaved, 2);
+        // Nor does another module's write touch what a hand wrote.
+        m_one->setPair(6);
+        endTurn();
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        file.close();
+        m_two->setPair(7);
+        endTurn();
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll().contains(": 5"));
     }
 
     void theLastTurnBeforeTheEndIsStored()
@@ -111,6 +122,15 @@ private Q_SLOTS:
         QCOMPARE(m_one->pair(), (QPair<int, int>(1, 1)));
         endTurn();
         QCOMPARE(m_one->timesSaved, 0); // what is loaded is no change
+
+        m_one->setPair(0); // but the default behind it is one; and the end tries once more
+        SystemCalls::fsyncError = ENOSPC;
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("server.json cannot be written"));
+        endTurn();
+        SystemCalls::fsyncError = 0;
+        stopServer();
+        startServer();
+        QCOMPARE(m_one->pair(), (QPair<int, int>(0, 0)));
     }
 
     void aListContainsAllUpToItsSerial()
@@ -174,6 +194,19 @@ private Q_SLOTS:
         QStringList found = QDir(statePath("")).entryList(QDir::Files);
         found.sort();
         QCOMPARE(found, expected);
+    }
+
+    void aLinkStaysAndSomeFoldersCannotBeSynchronised()
+    {
+        QVERIFY(QFile::link(m_folder->filePath("elsewhere.json"), statePath("server.json")));
+        QFile elsewhere(m_folder->filePath("elsewhere.json"));
+        QVERIFY(elsewhere.open(QIODevice::WriteOnly) && elsewhere.write("{}") && elsewhere.flush());
+        SystemCalls::folderError = EINVAL;
+        m_one->setPair(1);
+        endTurn();
+        SystemCalls::folderError = 0;
+        QCOMPARE(m_one->timesSaved, 1);
+        QCOMPARE(QFile::symLinkTarget(statePath("server.json")), elsewhere.fileName());
     }
 
     void nobodyElseCanRead()

@@ -12,6 +12,7 @@
 
 QStringList SystemCalls::made;
 int SystemCalls::fsyncError = 0;
+int SystemCalls::folderError = 0;
 
 namespace {
 
@@ -29,8 +30,9 @@ int fsync(int descriptor)
 {
     const QString path = QFile::symLinkTarget(QString("/proc/self/fd/%1").arg(descriptor));
     SystemCalls::made << "fsync " + shown(path);
-    if (SystemCalls::fsyncError != 0) {
-        errno = SystemCalls::fsyncError;
+    const int error = QFileInfo(path).isDir() ? SystemCalls::folderError : SystemCalls::fsyncError;
+    if (error != 0) {
+        errno = error;
         return -1;
     }
     return static_cast<int>(syscall(SYS_fsync, descriptor));

@@ -8,6 +8,7 @@ struct SystemCalls
 {
     /// "fsync NAME" and "rename NAME NAME" in order, without folders; six random characters as XXXXXX.
     static QStringList made;
-    /// The errno that fsync() answers from here on; 0 hands the calls on.
+    /// The errno that fsync() answers from here on, for files and for folders; 0 hands the calls on.
     static int fsyncError;
+    static int folderError;
 };
