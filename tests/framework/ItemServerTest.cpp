@@ -1,6 +1,5 @@
 #include "client/KELClientInterface.h"
 #include "support/DemoServers.h"
-#include "support/Programs.h"
 #include "support/Rows.h"
 
 #include <QCoreApplication>
@@ -100,7 +99,7 @@ private Q_SLOTS:
         QCOMPARE(snapshot->items.size(), 4);
         QCOMPARE(snapshot->items.first().properties.value("applicable"), QVariant(false));
         QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
-        QVERIFY(m_client->set("enabled", true));
+        m_client->setItem("enabled", true);
         QVERIFY(changed.wait());
         // Its own value, and the row that is filled: name and state of it; no other row.
         QCOMPARE(addresses(changed.first().first().value<ItemRecords>()),
@@ -134,14 +133,6 @@ private Q_SLOTS:
         };
         QTRY_VERIFY(hasLeft());
         QCOMPARE(*m_client->trigger("echo", "still here"), "still here");
-    }
-
-    void aSecondServerOfTheSameNameIsRefused()
-    {
-        const Finished second = run(ITEM_TEST_SERVER, { "demo", m_demo.statePath("other"), "mod" });
-        QCOMPARE(second.status, 1);
-        QVERIFY(second.err.contains("tov.base.demo is taken"));
-        QVERIFY(m_client->get("state"));
     }
 
     void anAbsentOrSilentServerIsTold()
@@ -194,16 +185,6 @@ private Q_SLOTS:
         QVERIFY(QDBusConnection::sessionBus().registerService("tov.base.another"));
         QVERIFY(KELClientInterface::getSessionBusClient("tov.base.another", nullptr) != first);
         QVERIFY(QDBusConnection::sessionBus().unregisterService("tov.base.another"));
-    }
-
-    void recordsOfOtherModulesTravel()
-    {
-        const QVariantMap record{ { "deviceAddr", 18446744073709551615ULL }, { "deviceConnected", true } };
-        QVERIFY(m_client->watch());
-        QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
-        m_client->setItem("record", record);
-        QVERIFY(changed.wait());
-        QCOMPARE(qdbus_cast<QVariantMap>(*m_client->get("record")), record);
     }
 
 private:

@@ -175,6 +175,7 @@ private Q_SLOTS:
         second.addModule(late);
         QString error;
         QVERIFY(!second.start(&error));
+        QVERIFY2(error.startsWith("tov.base.server is taken"), qPrintable(error));
         QCOMPARE(late.calls, QStringList("added"));
     }
 
