@@ -91,6 +91,7 @@ private Q_SLOTS:
         row("address of an absent server", { "get", ":config:nosuch:mod:state:" }, 5, "", "nosuch");
         row("pattern of nothing", { "list", "nosuch*" }, 3, "", "\"nosuch*\"");
         row("watch nothing", { "watch", "nosuch" }, 3, "", "\"nosuch\"");
+        row("top in a pipe", { "top" }, 1, "", "needs a terminal");
         row("no subcommand", {}, 2, "", "itemctl --help");
         row("like a subcommand", { "lst" }, 2, "", R"("lst" is no subcommand; did you mean "list"?)");
         row("like no subcommand", { "explode" }, 2, "", "there are list, get, describe, servers, set,");

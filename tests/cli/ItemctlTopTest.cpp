@@ -166,13 +166,6 @@ private Q_SLOTS:
         QVERIFY2(m_terminal->hides("Configs"), m_terminal->screen());
     }
 
-    void needsATerminal()
-    {
-        const Finished finished = itemctl({ "top" });
-        QCOMPARE(finished.status, 1);
-        QVERIFY(finished.err.contains("needs a terminal"));
-    }
-
 private:
     std::unique_ptr<PseudoTerminal> m_terminal;
 };

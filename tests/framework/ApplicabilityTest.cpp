@@ -65,22 +65,6 @@ private Q_SLOTS:
         QTEST(addItem("x", expression).isApplicable(), "applies");
     }
 
-    void instancesFollowTheirRow()
-    {
-        QStringList rows;
-        for (int i = 0; i < 3; ++i)
-            rows << QString("res.row_%1.value != \"\"").arg(i);
-        const auto details = m_items->add({ ItemKind::Result, "detail", QString(), ValueType::of(QString()),
-                                            QString(), ModuleItems::joinExpressions(rows), 3 });
-        set("row:1", "there");
-        QVERIFY(!details[0]->isApplicable());
-        QVERIFY(details[1]->isApplicable());
-        QVERIFY(!details[2]->isApplicable());
-        for (const auto& each :
-             m_items->add({ ItemKind::Result, "each", QString(), ValueType::of(1), 1, "1 == 2", 2 }))
-            QVERIFY(!each->isApplicable());
-    }
-
     void brokenExpressionsSayWhatIsWrong_data()
     {
         const Rows<QString, QString> row("expression", "message");

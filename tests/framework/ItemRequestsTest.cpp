@@ -17,7 +17,7 @@ QDBusMessage call(const QString& method, const QVariantList& arguments)
 
 } // namespace
 
-/// What a server answers to single requests: names, refusals and limits.
+/// What a server answers to single requests: refusals and limits.
 class ItemRequestsTest : public QObject
 {
     Q_OBJECT
@@ -28,26 +28,6 @@ private Q_SLOTS:
         QCOMPARE(m_demo.startBus(), QString());
         QVERIFY(m_demo.start());
         m_client = std::make_unique<KELClientInterface>(DemoBusName, QDBusConnection::sessionBus());
-    }
-
-    void namesOfItems_data()
-    {
-        const Rows<QString, QString> row("name", "address");
-        row("id", "state", ":result:demo:mod:state:");
-        row("module and id", "mod:state", ":result:demo:mod:state:");
-        row("full address", ":config:demo:mod:volume:", ":config:demo:mod:volume:");
-        row("instance", "rowName:3", ":result:demo:mod:rowName:3:");
-        row("instance with module", "mod:rowName:0", ":result:demo:mod:rowName:0:");
-        row("instance, full address", ":result:demo:mod:rowName:2:", ":result:demo:mod:rowName:2:");
-        row("action", "echo", ":action:demo:mod:echo:");
-    }
-
-    void namesOfItems()
-    {
-        QFETCH(QString, name);
-        const auto description = m_client->describe(name);
-        QVERIFY2(description, qPrintable(description.error().message));
-        QTEST(description->value("address").toString(), "address");
     }
 
     void refusedRequests_data()

@@ -45,24 +45,6 @@ private Q_SLOTS:
         m_demo.removeState();
     }
 
-    void valuesKeepTheirType()
-    {
-        QCOMPARE(*m_client->get("serial"), QVariant(18446744073709551615ULL));
-        QCOMPARE(*m_client->get("enabled"), QVariant(false));
-        QCOMPARE(*m_client->get("state"), QVariant(0));
-        const auto description = m_client->describe("state");
-        const auto values = qdbus_cast<ipc::EnumValues>(description->value("enumeration"));
-        QCOMPARE(values.size(), 3);
-        QCOMPARE(values.last().symbol, "DEMO_STATE_FAILED");
-        QCOMPARE(description->value("text").toString(), "Off");
-    }
-
-    void actionsAnswer()
-    {
-        QCOMPARE(*m_client->trigger("echo", "grüße\n"), "grüße\n");
-        QCOMPARE(*m_client->trigger("echo", QString()), QString());
-    }
-
     void descriptionsTellWhatBinds_data()
     {
         const Rows<QString, QVariantMap> row("item", "expected");
@@ -75,6 +57,13 @@ private Q_SLOTS:
               { "hint", "4 to 8 digits" } });
         row("opened result", "record", { { "writable", true }, { "private", false }, { "hint", {} } });
         row("first row", "rowName:0", { { "index", 0 }, { "writable", false } });
+        const auto address = [](const char* text) {
+            return QVariantMap{ { "address", QString(text) } };
+        };
+        row("module and id", "mod:state", address(":result:demo:mod:state:"));
+        row("full address", ":config:demo:mod:volume:", address(":config:demo:mod:volume:"));
+        row("row with module", "mod:rowName:3", address(":result:demo:mod:rowName:3:"));
+        row("row, full address", ":result:demo:mod:rowName:2:", address(":result:demo:mod:rowName:2:"));
         row("action with a text", "echo", { { "takesText", true } });
         row("action without", "fork", { { "takesText", false } });
     }

@@ -4,6 +4,7 @@
 #include "bus/ItemServer.h"
 #include "store/AtomicFile.h"
 #include "support/PrivateBus.h"
+#include "support/Rows.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -14,7 +15,10 @@
 #include <QTest>
 
 #include <cerrno>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -171,6 +175,49 @@ private Q_SLOTS:
         startServer();
         QCOMPARE(m_one->pair(), (QPair<int, int>(4, 4)));
         QCOMPARE(m_two->pair(), (QPair<int, int>(7, 7)));
+    }
+
+    void aKillLeavesTheOldOrTheNewState_data()
+    {
+        const Rows<int, int> row("steps", "stored");
+        row("within the write", -1, 1);
+        row("before the file is on the disk", 0, 1);
+        row("before it gets its name", 1, 1);
+        row("before the name is on the disk", 2, 2);
+    }
+
+    void aKillLeavesTheOldOrTheNewState()
+    {
+        QFETCH(int, steps);
+        QFETCH(int, stored);
+        m_one->setPair(2);
+        endTurn();
+        QFile file(statePath("server.json"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray content = file.readAll();
+        m_one->setPair(1);
+        endTurn();
+        SystemCalls::made.clear();
+        const pid_t writer = fork();
+        if (writer == 0) {
+            const rlimit none{ 0, 0 };
+            const rlimit few{ 10, 10 };
+            setrlimit(RLIMIT_CORE, &none);
+            if (steps < 0) {
+                setrlimit(RLIMIT_FSIZE, &few); // the byte behind it is the end
+            }
+            SystemCalls::killedAfter = steps;
+            static_cast<void>(ipc::replaceFile(file.fileName(), content));
+            _exit(0);
+        }
+        int status = 0;
+        QCOMPARE(waitpid(writer, &status, 0), writer);
+        QVERIFY(WIFSIGNALED(status));
+        QCOMPARE(QDir(statePath("")).entryList(QDir::Files).size(), 3 - stored); // it was at it
+        stopServer();
+        startServer();
+        QCOMPARE(m_one->pair(), (QPair<int, int>(stored, stored)));
+        QCOMPARE(QDir(statePath("")).entryList(QDir::Files), QStringList("server.json"));
     }
 
     void onlyUnfinishedFilesOfOursAreRemoved()
