@@ -86,6 +86,8 @@ private Q_SLOTS:
         row("pattern of nothing", { "list", "nosuch*" }, 3, "", "\"nosuch*\"");
         row("watch nothing", { "watch", "nosuch" }, 3, "", "\"nosuch\"");
         row("top in a pipe", { "top" }, 1, "", "needs a terminal");
+        row("watch for a while", { "watch", "--timeout", "0.1" }, 0, "", "");
+        row("watch for what does not come", { "watch", "--timeout", "0.1", "--count", "1" }, 4, "", "0 of 1");
         row("no subcommand", {}, 2, "", "itemctl --help");
         row("like a subcommand", { "lst" }, 2, "", R"("lst" is no subcommand; did you mean "list"?)");
         row("like no subcommand", { "explode" }, 2, "", "there are list, get, describe, servers, set,");

@@ -58,14 +58,6 @@ private Q_SLOTS:
             "\n");
     }
 
-    void watchEndsInTime()
-    {
-        QCOMPARE(itemctl({ "watch", "--timeout", "0.1" }).status, 0);
-        const Finished short1 = itemctl({ "watch", "--timeout", "0.1", "--count", "1" });
-        QCOMPARE(short1.status, 4);
-        QVERIFY(short1.err.contains("0 of 1"));
-    }
-
     void watchSurvivesARestart()
     {
         succeed({ "call", "write", "state=3" });

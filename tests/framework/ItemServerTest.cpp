@@ -3,7 +3,6 @@
 #include "support/Rows.h"
 
 #include <QCoreApplication>
-#include <QDBusMessage>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QSignalSpy>

@@ -10,7 +10,6 @@
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -23,13 +22,6 @@
 namespace {
 
 QStringList messages;
-
-void collectMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
-{
-    Q_UNUSED(type)
-    Q_UNUSED(context)
-    messages << text;
-}
 
 mode_t permissions(const QString& path)
 {
@@ -133,7 +125,8 @@ private Q_SLOTS:
 
     void aFailureIsToldOnceAndTheNextChangeTriesAgain()
     {
-        const QtMessageHandler before = qInstallMessageHandler(collectMessage);
+        const QtMessageHandler before = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString& text) { messages << text; });
         m_one->setPair(1);
         endTurn();
         SystemCalls::fsyncError = ENOSPC;
