@@ -247,9 +247,11 @@ private Q_SLOTS:
     void writes()
     {
         QSignalSpy observed(m_one.get(), &ServerModule::itemChanged);
-        for (const char* id : { "rows:1", "rows:1", "level" })
+        for (const char* id : { "rows:1", "rows:1", "level" }) {
             m_one->setConfig(id, 5, true);
-        QCOMPARE(observed.size(), 2); // of the observed one, each write
+            takeTold();
+        }
+        QCOMPARE(observed.size(), 2); // of the observed one, each write, also of the value that it has
         m_one->setResult("state", 4294967299LL, true); // no 3
         ItemRecords state;
         m_server->List({ "state" }, state);
