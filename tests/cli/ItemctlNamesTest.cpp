@@ -83,7 +83,7 @@ private Q_SLOTS:
         row("list without index", "pairlistAddr", Wanted::Any, "pairlistAddr:0 to pairlistAddr:2");
         row("index out of range", "pairlistAddr:3", Wanted::Any, "no item \"pairlistAddr:3\"");
         row("no action", "deviceConnStatus", Wanted::Action, "is a result, not an action");
-        row("control characters", "\x1b[2J", Wanted::Any, "\"\\x1b[2J\"");
+        row("control characters", "\x1b[2J", Wanted::Any, "\\x1b[2J");
     }
 
     void misses()
