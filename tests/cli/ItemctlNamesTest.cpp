@@ -118,7 +118,7 @@ private Q_SLOTS:
         row("none: all", none, "0 1 2 3 4 5 6 7 8 9", none);
         row("id", { "pairlist*" }, "3 4 5", none);
         row("module", { "sync:*" }, "7 8 9", none);
-        row("period in front", { "*internal" }, "9", none);
+        row("period in front", { "?internal" }, "9", none);
         row("module and id", { "blue*:*Addr" }, "3 4 5 6", none);
         row("instance", { "pairlistAddr:[12]" }, "4 5", none);
         row("all instances", { "bluetooth:pairlistAddr:*" }, "3 4 5", none);
