@@ -66,6 +66,9 @@ private Q_SLOTS:
         world::WorldOptions options;
         options.host = host;
         options.limit = std::chrono::milliseconds(behaviour == "hangs" ? 500 : 30'000);
+        world::ChildProcess limit;
+        QCOMPARE(limit.start({ { "sleep", "10" } }), 0);
+        options.cancel = limit.descriptor();
         const QString problem = world.start(options);
         QVERIFY2(problem.contains(expected), qPrintable(problem));
         QTRY_VERIFY(world.output().contains(said));
