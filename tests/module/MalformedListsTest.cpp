@@ -14,28 +14,6 @@ namespace {
 
 constexpr int Many = 10'000;
 
-template <typename Element>
-QVariant many(const Element& element)
-{
-    QList<Element> elements;
-    for (int i = 0; i < Many; ++i)
-        elements.append(element);
-    return list(elements);
-}
-
-QStringList rows(int count, const QString& row)
-{
-    QStringList all;
-    for (int i = 0; i < count; ++i)
-        all << row;
-    return all;
-}
-
-QVariant inVariant(const QVariant& value)
-{
-    return QVariant::fromValue(QDBusVariant(value));
-}
-
 } // namespace
 
 class MalformedListsTest : public ModuleTest
@@ -65,33 +43,24 @@ private Q_SLOTS:
         const TSU pair{ { 7, name, 4 } };
         const QString address = "00:00:00:00:00:07|";
         const QString nameless = address + "Unknown Name - 00:00:00:00:00:07|";
-        const QString scanRow = address + "n|-3";
-        const QString pairRow = address + "n|4";
         // What the daemon sends to one of the lists is malformed for the other.
-        row("a(tis)", list<TIS>({ scan }), { scanRow }, {}, true);
-        row("a(tsu)", list<TSU>({ pair }), {}, { pairRow }, true);
-        row("10000 times (tis)", many(scan), rows(32, scanRow), {}, true);
-        row("10000 times (tsu)", many(pair), {}, rows(32, pairRow), true);
-        // Structures that end early keep their defaults.
-        row("a(t)", list<T>({ { 7 }, { 7 } }), rows(2, nameless + "2147483647"), rows(2, nameless + "0"),
-            false);
-        row("10000 times (t)", many(T{ 7 }), rows(32, nameless + "2147483647"), rows(32, nameless + "0"),
-            false);
-
+        row("a(tis)", list<TIS>({ scan }), { address + "n|-3" }, {}, true);
+        row("a(tsu)", list<TSU>({ pair }), {}, { address + "n|4" }, true);
+        // Structures that end early keep their defaults; only so many are shown.
+        QStringList first;
+        QStringList second;
+        for (int i = 0; i < 32; ++i) {
+            first << nameless + "2147483647";
+            second << nameless + "0";
+        }
+        row("10000 times (t)", list(QVector<T>(Many, { 7 }).toList()), first, second, false);
         // Fields that a later daemon appends are passed over.
-        row("a(tisu)", list<TISU>({ { { 7, -3, name, 1 } }, { { 7, -3, name, 1 } } }), rows(2, scanRow), {},
+        row("a(tisa(tis))", list<Nesting>({ { { 7, -3, name, { scan } } } }), { address + "n|-3" }, {},
             false);
-        row("a(tisa(tis))", list<Nesting>({ { { 7, -3, name, { scan } } } }), { scanRow }, {}, false);
 
-        const auto unreadable = [row](const char* shape, const QVariant& payload) {
-            row(shape, payload, {}, {}, false);
-        };
-        unreadable("(tis)", one(scan));
-        unreadable("a{si}", one(QMap<QString, int>{ { name, 1 } }));
-        unreadable("av", QVariantList{ 1, name, list<TIS>({ scan }) });
-        unreadable("aas", list<QStringList>({ { name }, {} }));
-        unreadable("10000 times s", QStringList(QVector<QString>(Many, name).toList()));
-        unreadable("v", inVariant(list<TIS>({ scan })));
+        row("(tis)", one(scan), {}, {}, false);
+        row("10000 times s", QStringList(QVector<QString>(Many, name).toList()), {}, {}, false);
+        row("v", QVariant::fromValue(QDBusVariant(list<TIS>({ scan }))), {}, {}, false);
     }
 
     void shapes()

@@ -110,7 +110,7 @@ bool ModuleWorld::settle()
     return settle(*m_daemon);
 }
 
-bool ModuleWorld::settle(const ScriptedDaemon& daemon)
+bool ModuleWorld::settle(ScriptedDaemon& daemon)
 {
     // There: what the daemon sent waits for the host. Through the host: it has been worked off, and its
     // writes to other servers are on their way. Back: what it asked the daemon for has come, and what it
@@ -121,7 +121,7 @@ bool ModuleWorld::settle(const ScriptedDaemon& daemon)
     return true;
 }
 
-bool ModuleWorld::hostAnswers(const ScriptedDaemon& daemon)
+bool ModuleWorld::hostAnswers(ScriptedDaemon& daemon)
 {
     const pid_t host = m_world.hostPid();
     if (m_connectionsOwner != host) {

@@ -51,7 +51,7 @@ public:
     /// of messages alone and does not rely on anything that the module does. @return false when the host does
     /// not answer
     [[nodiscard]] bool settle();
-    [[nodiscard]] bool settle(const ScriptedDaemon& daemon); ///< which sent last
+    [[nodiscard]] bool settle(ScriptedDaemon& daemon); ///< which sent last
 
     /// Empty when the item has that value; otherwise the item, what was expected and what was found.
     [[nodiscard]] QString difference(const QString& item, const QVariant& expected) const;
@@ -67,7 +67,7 @@ public:
 
 private:
     [[nodiscard]] QStringList rows(const QStringList& ids) const;
-    [[nodiscard]] bool hostAnswers(const ScriptedDaemon& daemon);
+    [[nodiscard]] bool hostAnswers(ScriptedDaemon& daemon);
     template <typename Answer>
     Answer noted(Answer answer) const;
 
