@@ -114,11 +114,7 @@ void TerminalTest::isGivenBack()
     QFETCH(QStringList, words);
     QFETCH(Steps, steps);
     QFETCH(int, status);
-    const QString reason = whyNot(mechanism, false);
-    if (!reason.isEmpty()) {
-        QTest::qSkip(qPrintable(reason), __FILE__, __LINE__);
-        return;
-    }
+    REQUIRE_MECHANISM(mechanism, false)
     PseudoTerminal terminal;
     const QByteArray before = terminal.settings();
     QVERIFY(terminal.start(inShell(words), only(mechanism)));

@@ -24,6 +24,7 @@
 #endif
 
 using recording::record;
+using Text = const QString&;
 
 class ServerModule;
 
@@ -72,10 +73,7 @@ public:
         setObjectName(name);
         record("EnumType", name, parent == nullptr ? "no parent" : "parent");
     }
-    void add(const QString& label, const QString& symbol, int value)
-    {
-        record("  add", label, symbol, value);
-    }
+    void add(Text label, Text symbol, int value) { record("  add", label, symbol, value); }
 };
 
 class Q_DECL_EXPORT ServerModule : public QObject
@@ -110,35 +108,30 @@ public:
     virtual void idsChosen() { }
     virtual void ending() { }
 
-    Items addConfig(const QString& id, const QString& label, const QVariant& value, const QString& applicable,
-                    unsigned instances)
+    Items addConfig(Text id, Text label, const QVariant& value, Text applicable, unsigned instances)
     {
         record("addConfig", id, label, value, applicable, instances);
         return add(id, value);
     }
-    Items addStringConfig(const QString& id, const QString& label, const QString& text,
-                          const QString& applicable, unsigned instances, const QString& further)
+    Items addStringConfig(Text id, Text label, Text text, Text applicable, unsigned instances, Text further)
     {
         record("addStringConfig", id, label, text, applicable, instances, further);
         return add(id, text);
     }
-    void addResult(const QString& id, const QString& label, const QVariant& value, const QString& applicable,
-                   unsigned instances)
+    void addResult(Text id, Text label, const QVariant& value, Text applicable, unsigned instances)
     {
         record("addResult", id, label, value, applicable, instances);
     }
-    void addStringResult(const QString& id, const QString& label, const QString& text,
-                         const QString& applicable, unsigned instances, const QString& further)
+    void addStringResult(Text id, Text label, Text text, Text applicable, unsigned instances, Text further)
     {
         record("addStringResult", id, label, text, applicable, instances, further);
     }
-    void addBoolResult(const QString& id, const QString& label, bool value, const QString& applicable,
-                       unsigned instances, const QString& further)
+    void addBoolResult(Text id, Text label, bool value, Text applicable, unsigned instances, Text further)
     {
         record("addBoolResult", id, label, value, applicable, instances, further);
     }
-    void addEnumResult(const QString& id, const QString& label, int value, const EnumType& type,
-                       const QString& applicable, unsigned instances)
+    void addEnumResult(Text id, Text label, int value, const EnumType& type, Text applicable,
+                       unsigned instances)
     {
         record("addEnumResult", id, label, value, type.objectName(), applicable, instances);
     }
@@ -155,48 +148,48 @@ public:
                packed);
         return packed;
     }
-    void AddActionNullParam(const QString& id, const QString& label, const boost::function<void()>& handler)
+    void AddActionNullParam(Text id, Text label, const boost::function<void()>& handler)
     {
         record("AddActionNullParam", id, label);
         commands[id] = handler;
     }
-    void AddActionStringParam(const QString& id, const QString& label,
+    void AddActionStringParam(Text id, Text label,
                               const boost::function<std::string(const std::string&)>& handler)
     {
         record("AddActionStringParam", id, label);
         textCommands[id] = handler;
     }
     void markConfigAsPrivate(const QString& id) { record("markConfigAsPrivate", id); }
-    void observeItem(const QString& id)
+    void observeItem(Text id)
     {
         record("observeItem", id);
         item(id)->observed = true;
     }
-    bool configExists(const QString& id) READER
+    bool configExists(Text id) READER
     {
         record("configExists", id);
         return item(id) != nullptr;
     }
-    ServerItem* config(const QString& id) READER
+    ServerItem* config(Text id) READER
     {
         record("config", id);
         // One that is not of this module is true.
         const auto other = std::make_shared<ServerItem>(*this, id, true);
         return m_items.emplace(id, other).first->second.get();
     }
-    bool setConfig(const QString& id, const QVariant& value, bool flag)
+    bool setConfig(Text id, const QVariant& value, bool flag)
     {
         record("setConfig", id, value, flag);
         if (ServerItem* const config = item(id))
             config->store(value);
         return true;
     }
-    bool setResult(const QString& id, const QVariant& value, bool flag)
+    bool setResult(Text id, const QVariant& value, bool flag)
     {
         record("setResult", id, value, flag);
         return true;
     }
-    void setActionApplicable(const QString& address, bool applicable)
+    void setActionApplicable(Text address, bool applicable)
     {
         record("setActionApplicable", address, applicable);
     }
@@ -209,7 +202,7 @@ Q_SIGNALS:
     void itemChanged(const QString& id);
 
 private:
-    Items add(const QString& id, const QVariant& value)
+    Items add(Text id, const QVariant& value)
     {
         const QString address = ":config:bluetoothlauncher:bluetooth:" + id + ':';
         m_items[id] = m_items[address] = std::make_shared<ServerItem>(*this, address, value);
