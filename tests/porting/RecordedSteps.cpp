@@ -1,4 +1,5 @@
 // The verbs of a table that are no actions and no slots of the module.
+#include "OddLists.h"
 #include "RecordedModule.h"
 #include "SystemFunctions.h"
 #include "framework/Record.h"
@@ -94,6 +95,14 @@ void RecordedModule::addDaemonSteps()
         if (!m_daemon.appear() || !Patience::waitFor([this] { return !proxies().isEmpty(); })) {
             record("is not seen");
         }
+    };
+    m_steps["sendLists"] = [this](const QString& shape) {
+        sendSignal("scanResultsChanged", oddlists::ofShape(shape));
+        sendSignal("pairListChanged", oddlists::ofShape(shape));
+    };
+    m_steps["answerLists"] = [this](const QString& shape) {
+        m_daemon.answer("scanResults", { oddlists::ofShape(shape) });
+        m_daemon.answer("pairList", { oddlists::ofShape(shape) });
     };
     m_steps.insert("send", [this](auto& name) { sendSignal(name, "7"); });
     m_steps.insert("sendMap", [this](auto& name) { sendSignal(name, QVariantMap{ { "a", 1 } }); });
