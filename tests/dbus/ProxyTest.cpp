@@ -19,8 +19,9 @@ QStringList ownMethods(QMetaMethod::MethodType type)
     const QMetaObject& meta = BluetoothIf::staticMetaObject;
     for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
         const QMetaMethod method = meta.method(i);
-        if (method.methodType() != type)
+        if (method.methodType() != type) {
             continue;
+        }
         QStringList arguments;
         for (int k = 0; k < method.parameterCount(); ++k) {
             arguments << QString::fromLatin1(method.parameterTypes().at(k) + ' '
@@ -144,9 +145,10 @@ private Q_SLOTS:
         m_proxy->setWifedsConnected("a,b");
         m_proxy->setState(true);
         QStringList written;
-        for (const ScriptedDaemon::Call& call : m_daemon->takeCalls())
+        for (const ScriptedDaemon::Call& call : m_daemon->takeCalls()) {
             written << call.arguments.at(1).toString() + ' '
                     + call.arguments.at(2).value<QDBusVariant>().variant().toString();
+        }
         QCOMPARE(written,
                  (QStringList{ "myAddress 7", "myName Zürich", "wifedsConnected a,b", "state true" }));
     }

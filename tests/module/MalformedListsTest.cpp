@@ -18,16 +18,18 @@ template <typename Element>
 QVariant many(const Element& element)
 {
     QList<Element> elements;
-    for (int i = 0; i < Many; ++i)
+    for (int i = 0; i < Many; ++i) {
         elements.append(element);
+    }
     return list(elements);
 }
 
 QStringList rows(int count, const QString& row)
 {
     QStringList all;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         all << row;
+    }
     return all;
 }
 

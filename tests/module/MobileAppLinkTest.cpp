@@ -15,8 +15,9 @@ const QString Status = ":result:sync_mobile_app:sync_mobile_reg_module:deviceCon
 QString recordText(const QVariantMap& record)
 {
     QStringList fields;
-    for (auto field = record.begin(); field != record.end(); ++field)
+    for (auto field = record.begin(); field != record.end(); ++field) {
         fields += field.key() + ' ' + field.value().toString();
+    }
     return fields.join(", ");
 }
 
@@ -99,8 +100,9 @@ private Q_SLOTS:
         QVERIFY(m_world.settle());
         QFETCH(const QVariantMap, record);
         QCOMPARE(server.shown(), recordText(record));
-        for (const QVariant& value : server.record())
+        for (const QVariant& value : server.record()) {
             QVERIFY(value.userType() == QMetaType::ULongLong || value.userType() == QMetaType::Bool);
+        }
         QTEST(m_world.world().output().mid(logSize), "log");
     }
 

@@ -22,9 +22,10 @@ private Q_SLOTS:
         for (const ipc::ItemRecord& item : items->items) {
             const QVariant index = item.properties.value("index");
             // Of a list item, the last instance stands for all.
-            if (!index.isValid() || index.toInt() == 31)
+            if (!index.isValid() || index.toInt() == 31) {
                 found << item.properties["kind"].toString().left(1) + ' ' + item.properties["id"].toString()
                         + (index.isValid() ? " x32" : "");
+            }
         }
         QCOMPARE(items->items.size(), 3 + 6 * 32 + 7 + 16);
         const QString expected =
@@ -63,13 +64,15 @@ private Q_SLOTS:
         row("enabled, starting", true, 2, 0, always);
         row("on, not enabled", false, 3, 0, always);
         row("on", true, 3, 0, always + on);
-        for (const int state : { 1, 2, 4, 5, 6 })
+        for (const int state : { 1, 2, 4, 5, 6 }) {
             QTest::addRow("on, pairing in state %d", state)
                 << true << 3 << state << always + on + " pendingpair";
+        }
         row("on, PIN needed", true, 3, 3, always + on + " pendingpair pinreplycfg");
         row("off, PIN needed", false, 1, 3, always + " pinreplycfg");
-        for (const int state : { 100, 200, 201, 202 })
+        for (const int state : { 100, 200, 201, 202 }) {
             QTest::addRow("on, settled in state %d", state) << true << 3 << state << always + on;
+        }
     }
 
     void applicabilityFollowsTheState()
@@ -90,8 +93,9 @@ private Q_SLOTS:
         QVERIFY(m_world.settle());
         for (const char* id :
              { "myname", "enabled", "pinreplycfg", "status", "scanstate", "pairstate", "confirmationcode",
-               "pendingpair", "connectedwifeds", "isAnyDeviceConnected" })
+               "pendingpair", "connectedwifeds", "isAnyDeviceConnected" }) {
             COMPARE_APPLICABLE(id, applicable.split(' ').contains(id));
+        }
     }
 
     void freeRowsDoNotApply_data()
@@ -114,9 +118,11 @@ private Q_SLOTS:
         m_daemon.send("pairListChanged", QVariant::fromValue(PairList{ { { 1, "", 0 }, { 2, "", 0 } } }));
         QVERIFY(m_world.settle());
         for (const char* id : { "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength",
-                                "pairlistAddr", "pairlistName", "pairlistConnectionState" })
-            for (int i = 0; i < 32; ++i)
+                                "pairlistAddr", "pairlistName", "pairlistConnectionState" }) {
+            for (int i = 0; i < 32; ++i) {
                 COMPARE_APPLICABLE(QString("%1:%2").arg(id).arg(i), i < rows);
+            }
+        }
     }
 };
 

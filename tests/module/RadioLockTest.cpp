@@ -31,8 +31,9 @@ private Q_SLOTS:
     void init()
     {
         const QByteArray owner = lockFile();
-        if (owner != "none")
+        if (owner != "none") {
             QCOMPARE(request(owner + ",0"), "Success");
+        }
         SET_ITEM("enabled", false);
         QVERIFY(!isLent());
     }
@@ -93,8 +94,9 @@ private Q_SLOTS:
         world::ChildProcess borrower;
         QCOMPARE(borrower.start({ { "sleep", "60" } }), 0);
         const QString pid = QString::number(borrower.pid());
-        for (const char* mode : { ",1", ",0", ",1" })
+        for (const char* mode : { ",1", ",0", ",1" }) {
             QCOMPARE(request(pid + mode), "Success");
+        }
         borrower.end();
         QTRY_VERIFY_WITH_TIMEOUT(!isLent(), 1500);
         // Whichever chain came first has freed the radio; the other one ends without a second report. A loan

@@ -26,8 +26,9 @@ void writeFile(const QString& path, const QByteArray& content)
 qint64 processorTime(pid_t pid)
 {
     QFile file(QString("/proc/%1/stat").arg(pid));
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         return 0;
+    }
     const QByteArray stat = file.readAll();
     const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(") ") + 2).split(' ');
     return (fields[11].toLongLong() + fields[12].toLongLong()) * 1000 / sysconf(_SC_CLK_TCK);
@@ -48,8 +49,9 @@ private Q_SLOTS:
         SET_ITEM("enabled", false);
         QCOMPARE(m_world.hostChildren(), QList<pid_t>());
         QVERIFY(m_world.world().setController(RECORDING_CONTROLLER));
-        for (const char* file : { "/tmp/controller.runs", "/tmp/hostname", "/tmp/bt.bts" })
+        for (const char* file : { "/tmp/controller.runs", "/tmp/hostname", "/tmp/bt.bts" }) {
             QFile::remove(file);
+        }
     }
     void cleanup() { QVERIFY(m_world.daemonLeaves()); }
 
@@ -152,9 +154,10 @@ private Q_SLOTS:
 
     void failedChild()
     {
-        if (m_world.mechanism() == world::Mechanism::Proot)
+        if (m_world.mechanism() == world::Mechanism::Proot) {
             // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
             QSKIP("what stands at the controller's place is then a script, which can always be executed");
+        }
         QVERIFY(m_world.world().setController("/nonexistent/controller"));
         const QString line = "Exec failed blue_controller bluetoothmod: No such file or directory";
         const int before = m_world.countInOutput(line);
@@ -220,13 +223,16 @@ private:
     [[nodiscard]] QList<bool> flipsOfACycle()
     {
         QList<bool> flips;
-        if (!m_world.client().watch())
+        if (!m_world.client().watch()) {
             return flips;
+        }
         const auto connection =
             connect(&m_world.client(), &KELClientInterface::changed, [&](const ipc::ItemRecords& items) {
-                for (const ipc::ItemRecord& item : items)
-                    if (item.address.contains(":enabled:") && item.properties.contains("value"))
+                for (const ipc::ItemRecord& item : items) {
+                    if (item.address.contains(":enabled:") && item.properties.contains("value")) {
                         flips << item.properties["value"].toBool();
+                    }
+                }
             });
         (void)m_world.trigger("cycleradio");
         (void)Patience::waitFor([&] { return flips.size() == 2; });

@@ -25,10 +25,12 @@ private Q_SLOTS:
     void init()
     {
         QVERIFY(m_world.daemonLeaves());
-        for (const char* number : { "status", "scanState", "pairState" })
+        for (const char* number : { "status", "scanState", "pairState" }) {
             m_daemon.answer(number, { 0 });
-        for (const char* text : { "confirmationCode", "myName", "wifedsConnected" })
+        }
+        for (const char* text : { "confirmationCode", "myName", "wifedsConnected" }) {
             m_daemon.answer(text, { QString() });
+        }
         m_daemon.answer("scanResults", { QVariant::fromValue(ScanResults()) });
         m_daemon.answer("pairList", { QVariant::fromValue(PairList()) });
         m_daemon.takeReads();
@@ -71,10 +73,12 @@ private Q_SLOTS:
         QFETCH(const QString, marker);
         const QString path = Marker;
         QFile target(marker == "link" ? QString("/tmp/target") : path);
-        if (!marker.isEmpty())
+        if (!marker.isEmpty()) {
             QVERIFY(target.open(QIODevice::WriteOnly));
-        if (marker == "link")
+        }
+        if (marker == "link") {
             QVERIFY(QFile::link(target.fileName(), path));
+        }
 
         QVERIFY(m_world.daemonAppears());
         SET_ITEM("enabled", true);

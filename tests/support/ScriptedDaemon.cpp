@@ -31,11 +31,13 @@ public:
             connection.send(read(message));
             return true;
         }
-        if (!isProperty && message.interface() != Interface)
+        if (!isProperty && message.interface() != Interface) {
             return false;
+        }
         m_calls.append({ message.member(), message.signature(), message.arguments() });
-        if (m_released != nullptr && !m_released->tryAcquire(1, 2000))
+        if (m_released != nullptr && !m_released->tryAcquire(1, 2000)) {
             m_wasWaitedFor = true;
+        }
         connection.send(message.createReply());
         return true;
     }
@@ -82,8 +84,9 @@ private:
         const QString property = message.arguments().value(1).toString();
         m_reads.append(property);
         QVariantList& values = m_answers[property];
-        if (values.isEmpty())
+        if (values.isEmpty()) {
             return message.createErrorReply(QDBusError::UnknownProperty, property);
+        }
         const QVariant value = values.size() > 1 ? values.takeFirst() : values.first();
         return message.createReply(QVariant::fromValue(QDBusVariant(value)));
     }
@@ -197,9 +200,10 @@ QString callText(const QList<ScriptedDaemon::Call>& calls)
     QStringList texts;
     for (const ScriptedDaemon::Call& call : calls) {
         QStringList words{ call.signature };
-        for (const QVariant& argument : call.arguments)
+        for (const QVariant& argument : call.arguments) {
             words += argument.userType() == QMetaType::QString ? '"' + argument.toString() + '"'
                                                                : argument.toString();
+        }
         texts += call.member + '(' + words.join(' ') + ')';
     }
     return texts.join(", ");

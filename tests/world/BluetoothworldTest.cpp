@@ -32,14 +32,16 @@ bool isGone(pid_t pid)
 bool startInTerminal(QProcess& terminal, const QString& command)
 {
     QStringList words;
-    for (QString word : QStringList{ program() } + withStandIn({ "--", "sh", "-c", command }))
+    for (QString word : QStringList{ program() } + withStandIn({ "--", "sh", "-c", command })) {
         words << '\'' + word.replace('\'', "'\\''") + '\'';
+    }
     // Not every shell leaves its place to its last command, and one that stays would get the Ctrl-C, too.
     terminal.start("script", { "-qec", "exec " + words.join(' '), "/dev/null" });
     QByteArray output;
     while (!output.contains("ready")) {
-        if (!terminal.waitForReadyRead())
+        if (!terminal.waitForReadyRead()) {
             return false;
+        }
         output += terminal.readAll();
     }
     return true;
@@ -49,8 +51,9 @@ bool startInTerminal(QProcess& terminal, const QString& command)
 QList<pid_t> processesIn(const QString& output)
 {
     QList<pid_t> result;
-    for (const QString& line : output.split('\n', Qt::SkipEmptyParts))
+    for (const QString& line : output.split('\n', Qt::SkipEmptyParts)) {
         result << line.toInt();
+    }
     return result;
 }
 
@@ -220,8 +223,9 @@ private Q_SLOTS:
         QCOMPARE(world.status, 0);
         const QList<pid_t> processes = processesIn(world.out);
         QCOMPARE(processes.size(), 5);
-        for (const pid_t process : processes)
+        for (const pid_t process : processes) {
             QVERIFY2(isGone(process), qPrintable(QString::number(process)));
+        }
         QCOMPARE(QDir(runtime.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
                  QStringList());
     }
@@ -230,9 +234,11 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("number");
         QTest::addColumn<QString>("mechanism");
-        for (const char* mechanism : { "namespace", "proot" })
-            for (const int number : { SIGTERM, SIGHUP, SIGINT })
+        for (const char* mechanism : { "namespace", "proot" }) {
+            for (const int number : { SIGTERM, SIGHUP, SIGINT }) {
                 QTest::addRow("%s, signal %d", mechanism, number) << number << mechanism;
+            }
+        }
     }
 
     void signalEndsTheWorld()
@@ -246,8 +252,9 @@ private Q_SLOTS:
         }
         QProcess world;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const auto& [name, value] : only(mechanism))
+        for (const auto& [name, value] : only(mechanism)) {
             environment.insert(name, value);
+        }
         world.setProcessEnvironment(environment);
         world.start(program(), withStandIn({ "--", "sh", "-c", "echo $$; exec sleep 1000" }));
         QVERIFY(world.waitForReadyRead());

@@ -104,10 +104,11 @@ void TerminalTest::isGivenBack()
     QVERIFY(terminal.start(inShell(words), only(mechanism)));
     for (const Step& step : steps) {
         QVERIFY2(terminal.shows(step.seen), terminal.screen());
-        if (step.signal != 0)
+        if (step.signal != 0) {
             kill(world::descendants(terminal.program()).front(), step.signal);
-        else
+        } else {
             terminal.type(step.keys);
+        }
     }
     QVERIFY2(terminal.shows(QString("ended %1").arg(status)), terminal.screen());
     QCOMPARE(terminal.settings(), before);
@@ -121,8 +122,9 @@ void TerminalTest::isLeftToAShellThatHasIt()
     PseudoTerminal terminal;
     QVERIFY(terminal.start({ "bash", "--norc", "-i" }, { { "PS1", "% " } }));
     QStringList words;
-    for (const QString& word : standIn({ "sh", "-c", "echo re''ady; exec sleep 1000" }))
+    for (const QString& word : standIn({ "sh", "-c", "echo re''ady; exec sleep 1000" })) {
         words << '\'' + QString(word).replace('\'', "'\\''") + '\'';
+    }
     terminal.type("clear; " + words.join(' ').toUtf8() + '\r');
     QVERIFY2(terminal.shows("ready"), terminal.screen());
     terminal.type("\x1a");

@@ -186,8 +186,9 @@ public:
     bool setConfig(const QString& id, const QVariant& value, bool flag)
     {
         recording::record("setConfig", id, value, flag);
-        if (ServerItem* const config = item(id))
+        if (ServerItem* const config = item(id)) {
             config->store(value);
+        }
         return true;
     }
     bool setResult(const QString& id, const QVariant& value, bool flag)
@@ -225,8 +226,9 @@ private:
 inline void ServerItem::store(const QVariant& value)
 {
     m_value = value;
-    if (observed)
+    if (observed) {
         Q_EMIT const_cast<ServerModule&>(m_module).itemChanged(m_id);
+    }
 }
 
 class Q_DECL_EXPORT RegistrationModule : public ServerModule
@@ -255,8 +257,9 @@ public:
     explicit KelAggregate(std::shared_ptr<const KelAggregateDescriptor> descriptor)
     {
         recording::record("KelAggregate");
-        for (const auto& [name, flags] : *descriptor)
+        for (const auto& [name, flags] : *descriptor) {
             recording::record("  declares", name, "0x" + QString::number(flags, 16));
+        }
     }
     template <typename T>
     void setPropertyValue(const std::string& name, const T& value)
