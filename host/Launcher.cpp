@@ -45,8 +45,9 @@ void installTranslation(QTranslator& translator)
 {
     const QString folder =
         QCoreApplication::applicationDirPath() + QStringLiteral("/../share/bluetoothlauncher/translations");
-    if (translator.load(QLocale(), QStringLiteral("bluetooth"), QStringLiteral("_"), folder))
+    if (translator.load(QLocale(), QStringLiteral("bluetooth"), QStringLiteral("_"), folder)) {
         QCoreApplication::installTranslator(&translator);
+    }
 }
 
 // Neither comes back by itself: without the session bus nobody reaches the items, without the system bus the
@@ -66,10 +67,11 @@ int serve(ModuleFactory createModule, const QString& stateFolder)
     const process::EndingSignals signalsToEnd;
     QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
     const QDBusConnection systemBus = QDBusConnection::systemBus();
-    if (!systemBus.isConnected())
+    if (!systemBus.isConnected()) {
         return fail(QStringLiteral("there is no system bus to find the Bluetooth daemon on (%1); "
                                    "DBUS_SYSTEM_BUS_ADDRESS has to name one")
                         .arg(systemBus.lastError().message()));
+    }
     const process::BusLoss systemBusLoss(systemBus);
     endWithBus(systemBusLoss, "system");
     const process::BusLoss sessionBusLoss(QDBusConnection::sessionBus());
@@ -79,8 +81,9 @@ int serve(ModuleFactory createModule, const QString& stateFolder)
     ipc::ItemServer server(QDBusConnection::sessionBus(), stateFolder);
     server.addModule(*module);
     QString error;
-    if (!server.start(&error))
+    if (!server.start(&error)) {
         return fail(error);
+    }
 
     const int status = QCoreApplication::exec();
     // The controller is left to the kernel, which ends it together with this process.
@@ -94,8 +97,9 @@ int launch(int argc, char** argv)
 {
     int exitStatus = 0;
     const std::optional<Options> options = readOptions(argc, argv, &exitStatus);
-    if (!options)
+    if (!options) {
         return exitStatus;
+    }
 
     process::resetInheritedSignals();
     ipc::guardThisProcess();
@@ -107,8 +111,9 @@ int launch(int argc, char** argv)
     QString error;
     const QString file = options->moduleFile.isEmpty() ? defaultModuleFile() : options->moduleFile;
     const ModuleFactory createModule = openModule(file, &error);
-    if (createModule == nullptr)
+    if (createModule == nullptr) {
         return fail(error);
+    }
     return serve(createModule, options->stateFolder);
 }
 

@@ -19,8 +19,9 @@ extern "C" void handleEndingSignal(int number)
 {
     // A copy of this process, on its way to execute another program, shares the pipe: it ends by itself and
     // must not end the process that it was copied from.
-    if (getpid() != servingProcess)
+    if (getpid() != servingProcess) {
         _exit(128 + number);
+    }
     const int savedError = errno;
     [[maybe_unused]] const ssize_t written = write(wakeDescriptor, "", 1);
     errno = savedError;
@@ -39,8 +40,9 @@ void setHandler(int number, void (*handler)(int))
 std::array<int, 2> openPipe()
 {
     std::array<int, 2> ends{ -1, -1 };
-    if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+    if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
         qFatal("no pipe for signals: errno %d", errno);
+    }
     return ends;
 }
 
@@ -54,17 +56,20 @@ EndingSignals::EndingSignals(QObject* parent)
     connect(&m_notifier, &QSocketNotifier::activated, this, &EndingSignals::drain);
     servingProcess = getpid();
     wakeDescriptor = m_pipe[1];
-    for (const int number : Signals)
+    for (const int number : Signals) {
         setHandler(number, handleEndingSignal);
+    }
 }
 
 EndingSignals::~EndingSignals()
 {
-    for (const int number : Signals)
+    for (const int number : Signals) {
         setHandler(number, SIG_DFL);
+    }
     m_notifier.setEnabled(false);
-    for (const int descriptor : m_pipe)
+    for (const int descriptor : m_pipe) {
         close(descriptor);
+    }
 }
 
 void EndingSignals::drain()

@@ -13,8 +13,9 @@ namespace text {
 {
     QStringList known;
     for (const CLI::Option* option : app.get_options()) {
-        for (const std::string& name : option->get_lnames())
+        for (const std::string& name : option->get_lnames()) {
             known += QString::fromStdString(name);
+        }
     }
     const QString option = QString::fromStdString(typed).section(QLatin1Char('='), 0, 0);
     // The dashes, which are always right, would let words that have nothing in common look alike.

@@ -77,8 +77,9 @@ QJsonObject SimctlTest::device(const QString& address)
 {
     for (const QString& line : simctl({ "devices", "--json" }).out.split('\n', Qt::SkipEmptyParts)) {
         QJsonObject object = QJsonDocument::fromJson(line.toUtf8()).object();
-        if (object.value("address") == address)
+        if (object.value("address") == address) {
             return object;
+        }
     }
     return {};
 }
@@ -162,8 +163,9 @@ void SimctlTest::devicesDoThings()
     QCOMPARE(change({ "remove", "Lamp" }), QString());
     QVERIFY(!device("0A:00:00:00:00:01").value("present").toBool());
     QCOMPARE(change({ "remove", "Lamp" }), "1: simctl: Lamp is away already\n");
-    for (const char* command : { "connect", "drop", "pair-request" })
+    for (const char* command : { "connect", "drop", "pair-request" }) {
         QCOMPARE(change({ command, "Lamp" }), "1: simctl: Lamp is away; it has to return first\n");
+    }
     QCOMPARE(change({ "return", "Lamp" }), QString());
     QCOMPARE(change({ "return", "Lamp" }), "1: simctl: Lamp is there already\n");
     QCOMPARE(change({ "connect", "Lamp" }), QString());
@@ -185,8 +187,9 @@ void SimctlTest::showsOddDevices()
     const QString cut = QString(19, 'x') + QChar(0x2026);
     for (const QString& line :
          { "0A:00:00:00:00:02  " + cut + "  -60 dBm  just-works    plain        away, paired\n",
-           QString("00:11:22:33:44:05  Locked Tablet         -66 dBm  refuses       plain\n") })
+           QString("00:11:22:33:44:05  Locked Tablet         -66 dBm  refuses       plain\n") }) {
         QVERIFY2(devices.contains(line), qPrintable(devices));
+    }
     QVERIFY(!simctl({ "names" }).out.contains('\x1b'));
     QVERIFY(!simctl({ "names", "member" }).out.contains("PropertiesChanged"));
     QCOMPARE(change({ "drop", "Phone" }),
@@ -331,16 +334,18 @@ void SimctlTest::helpCoversEverySubcommand()
     QFile page(QStringLiteral(SOURCE_FOLDER "/docs/simctl.1"));
     QFile bash(QStringLiteral(SOURCE_FOLDER "/cli/simctl/completion/simctl.bash"));
     QFile zsh(QStringLiteral(SOURCE_FOLDER "/cli/simctl/completion/_simctl"));
-    for (QFile* file : { &page, &bash, &zsh })
+    for (QFile* file : { &page, &bash, &zsh }) {
         QVERIFY2(file->open(QIODevice::ReadOnly), qPrintable(file->fileName()));
+    }
     const QString manual = QString::fromUtf8(page.readAll());
     const QString bashText = QString::fromUtf8(bash.readAll());
     const QString zshText = QString::fromUtf8(zsh.readAll());
     const QStringList commands = help.mid(help.indexOf("Subcommands:")).split('\n').mid(1);
     int count = 0;
     for (const QString& line : commands) {
-        if (!line.startsWith("  ") || line.startsWith("   "))
+        if (!line.startsWith("  ") || line.startsWith("   ")) {
             continue;
+        }
         const QString name = line.trimmed().section(' ', 0, 0);
         ++count;
         QVERIFY2(manual.contains(".It Cm " + name), qPrintable(name));

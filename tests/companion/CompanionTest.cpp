@@ -121,8 +121,9 @@ int main(int argc, char** argv)
             CompanionTest test;
             failures = QTest::qExec(&test, argc, argv);
         }
-        if (failures != 0)
+        if (failures != 0) {
             std::fprintf(stderr, "%s\n%s\n", qPrintable(problem), qPrintable(world.output()));
+        }
         return failures;
     });
 }

@@ -54,13 +54,16 @@ protected:
         QSignalSpy states(&proxy(), &BluetoothIf::pairStateChanged);
         const auto confirm =
             connect(&proxy(), &BluetoothIf::pairStateChanged, this, [this](const QDBusVariant& state) {
-                if (state.variant() == 4)
+                if (state.variant() == 4) {
                     proxy().ConfirmCode();
+                }
             });
         proxy().Pair(address);
-        while (states.isEmpty() || carried<int>(states.last()) < 100)
-            if (!Patience::wait(states))
+        while (states.isEmpty() || carried<int>(states.last()) < 100) {
+            if (!Patience::wait(states)) {
                 return false;
+            }
+        }
         disconnect(confirm);
         return carried<int>(states.last()) == 100;
     }
@@ -74,9 +77,11 @@ protected:
 
     PairEntry paired(qulonglong address)
     {
-        for (const PairEntry& entry : proxy().pairList().entries)
-            if (entry.address == address)
+        for (const PairEntry& entry : proxy().pairList().entries) {
+            if (entry.address == address) {
                 return entry;
+            }
+        }
         return {};
     }
 

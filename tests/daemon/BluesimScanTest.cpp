@@ -26,20 +26,23 @@ private Q_SLOTS:
             for (int row = 0; row < now.size(); ++row) {
                 const ScanEntry& entry = now.at(row);
                 QVERIFY2(entry.signalStrength < -30 && entry.signalStrength > -100, "dBm");
-                if (entry.name.isEmpty())
+                if (entry.name.isEmpty()) {
                     nameless.insert(entry.address);
+                }
                 if (row < before.size()) {
                     QCOMPARE(entry.address, before.at(row).address);
                     QVERIFY2(!entry.name.isEmpty() || before.at(row).name.isEmpty(), "a name was lost");
-                    if (entry.signalStrength != before.at(row).signalStrength)
+                    if (entry.signalStrength != before.at(row).signalStrength) {
                         moved.insert(entry.address);
+                    }
                 }
             }
         }
         QCOMPARE(nameless.size(), room::Size); // found first, asked for the name later
         QVERIFY(!moved.isEmpty());
-        for (const ScanEntry& entry : pictures.last().entries)
+        for (const ScanEntry& entry : pictures.last().entries) {
             QCOMPARE(entry.name.isEmpty(), entry.address == room::Nameless);
+        }
     }
 
     void keepsTheOrderOfTheList()

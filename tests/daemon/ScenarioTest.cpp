@@ -173,9 +173,11 @@ std::vector<Mistake> mistakesInScenario()
 void ScenarioTest::saysWhatIsWrong_data()
 {
     const Rows<QByteArray, int, QString> row("text", "line", "problem");
-    for (const auto& mistakes : { mistakesInJson(), mistakesInScenario() })
-        for (const Mistake& mistake : mistakes)
+    for (const auto& mistakes : { mistakesInJson(), mistakesInScenario() }) {
+        for (const Mistake& mistake : mistakes) {
             row(mistake.name, mistake.text, mistake.line, mistake.problem);
+        }
+    }
 }
 
 void ScenarioTest::saysWhatIsWrong()
@@ -208,8 +210,9 @@ void ScenarioTest::shippedFilesCanBeRead_data()
     const Rows<QString> row("name");
     const QStringList names = bt::scenarioNames();
     QVERIFY(names.contains(QLatin1String(bt::DefaultScenario)));
-    for (const QString& name : names)
+    for (const QString& name : names) {
         row(qPrintable(name), name);
+    }
 }
 
 void ScenarioTest::shippedFilesCanBeRead()
@@ -236,8 +239,9 @@ void ScenarioTest::schemaKnowsTheSameWords()
     const QJsonObject fields = device.value("properties").toObject();
     const auto values = [](const QJsonValue& value) {
         QStringList list;
-        for (const QJsonValue word : value.toObject().value("enum").toArray())
+        for (const QJsonValue word : value.toObject().value("enum").toArray()) {
             list << word.toString();
+        }
         return list;
     };
     using Vocabulary = bt::ScenarioVocabulary;
@@ -253,9 +257,10 @@ void ScenarioTest::schemaKnowsTheSameWords()
 void ScenarioTest::schemaAgrees()
 {
     const QString checker = QStandardPaths::findExecutable(QStringLiteral("jsonschema"));
-    if (checker.isEmpty())
+    if (checker.isEmpty()) {
         // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
         QSKIP("there is no jsonschema; the package python3-jsonschema has it");
+    }
     const QTemporaryDir folder;
     QStringList arguments{ "--output", "pretty", bt::scenarioFolder() + "/scenario.schema.json" };
     QMap<QString, bool> isRight;
@@ -264,17 +269,20 @@ void ScenarioTest::schemaAgrees()
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(mistake.text) == mistake.text.size());
         isRight.insert(file.fileName(), !mistake.isInSchema);
     }
-    for (const QString& name : bt::scenarioNames())
+    for (const QString& name : bt::scenarioNames()) {
         isRight.insert(bt::findScenario(name).first, true);
-    for (const QString& file : isRight.keys())
+    }
+    for (const QString& file : isRight.keys()) {
         arguments << "-i" << file;
+    }
     QProcess check;
     check.start(checker, arguments);
     QVERIFY(check.waitForFinished());
     const QString output = QString::fromUtf8(check.readAllStandardOutput());
-    for (auto file = isRight.cbegin(); file != isRight.cend(); ++file)
+    for (auto file = isRight.cbegin(); file != isRight.cend(); ++file) {
         QVERIFY2(output.contains("===[SUCCESS]===(" + file.key() + ")===") == file.value(),
                  qPrintable(file.key()));
+    }
 }
 
 void ScenarioTest::signalsMove()

@@ -79,8 +79,9 @@ Stage::Stage(const bt::Scenario& scenario)
     });
     QObject::connect(&m_service, &DaemonService::pairListChanged, &m_service, [this] {
         QStringList list;
-        for (const PairEntry& entry : m_service.pairList().entries)
+        for (const PairEntry& entry : m_service.pairList().entries) {
             list << entry.name + '=' + QString::number(entry.connectionState);
+        }
         note(list.join('&'));
     });
     QObject::connect(&m_service, &DaemonService::scanStateChanged, &m_service,
@@ -92,9 +93,10 @@ Stage::Stage(const bt::Scenario& scenario)
     note(&DaemonService::headsetConnected, "headset");
     note(&DaemonService::mtConnectionEstablished, "app");
     for (const auto signal :
-         { &DaemonService::wifedCmdCtlSockAvailable, &DaemonService::wifedCmdCtlSockClosed })
+         { &DaemonService::wifedCmdCtlSockAvailable, &DaemonService::wifedCmdCtlSockClosed }) {
         QObject::connect(&m_service, signal, &m_service,
                          [this] { note("sockets " + m_service.wifedsConnected()); });
+    }
 }
 
 bt::Outcome Stage::act(QString word)
@@ -127,30 +129,38 @@ bt::Outcome Stage::act(QString word)
     const QString argument = word.section(':', 1);
     word = word.section(':', 0, 0);
     const qulonglong device = word.endsWith('2') ? 0x0A0000000002 : 0x0A0000000001;
-    if (word.endsWith('2'))
+    if (word.endsWith('2')) {
         word.chop(1);
-    if (const OfDevice method = OfDevices.value(word))
+    }
+    if (const OfDevice method = OfDevices.value(word)) {
         return (m_radio.*method)(device);
-    if (const Alone method = Others.value(word))
+    }
+    if (const Alone method = Others.value(word)) {
         return (m_radio.*method)();
-    if (const WithText method = Texts.value(word))
+    }
+    if (const WithText method = Texts.value(word)) {
         return (m_radio.*method)(argument);
-    if (word == "moves")
+    }
+    if (word == "moves") {
         return m_radio.moveDevice(device, argument.toInt(), 10s);
-    if (word == "refuses")
+    }
+    if (word == "refuses") {
         return m_radio.deviceAnswers(device, false);
-    if (word == "strength")
+    }
+    if (word == "strength") {
         note(QString::number(m_radio.room().find(device)->signalStrengthAt(m_clock.now())));
+    }
     return word == "on" || word == "off" ? m_radio.setPowered(word == "on") : bt::Outcome();
 }
 
 void Stage::play(const QString& script)
 {
     for (const QString& word : script.split(' ')) {
-        if (word.startsWith('+'))
+        if (word.startsWith('+')) {
             m_clock.advance(std::chrono::milliseconds(qRound(word.toDouble() * 1000)));
-        else if (const bt::Outcome refused = act(word))
+        } else if (const bt::Outcome refused = act(word)) {
             note(QMetaEnum::fromType<bt::Error>().valueToKey(static_cast<int>(refused->error)));
+        }
     }
 }
 

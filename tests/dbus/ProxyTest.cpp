@@ -19,8 +19,9 @@ QStringList ownMethods(QMetaMethod::MethodType type)
     const QMetaObject& meta = BluetoothIf::staticMetaObject;
     for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
         const QMetaMethod method = meta.method(i);
-        if (method.methodType() != type)
+        if (method.methodType() != type) {
             continue;
+        }
         QStringList arguments;
         for (int k = 0; k < method.parameterCount(); ++k) {
             arguments << QString::fromLatin1(method.parameterTypes().at(k) + ' '

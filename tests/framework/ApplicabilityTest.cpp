@@ -68,8 +68,9 @@ private Q_SLOTS:
     void instancesFollowTheirRow()
     {
         QStringList rows;
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 3; ++i) {
             rows << QString("res.row_%1.value != \"\"").arg(i);
+        }
         const auto details = m_items->add({ ItemKind::Result, "detail", QString(), ValueType::of(QString()),
                                             QString(), ModuleItems::joinExpressions(rows), 3 });
         set("row:1", "there");
@@ -77,8 +78,9 @@ private Q_SLOTS:
         QVERIFY(details[1]->isApplicable());
         QVERIFY(!details[2]->isApplicable());
         for (const auto& each :
-             m_items->add({ ItemKind::Result, "each", QString(), ValueType::of(1), 1, "1 == 2", 2 }))
+             m_items->add({ ItemKind::Result, "each", QString(), ValueType::of(1), 1, "1 == 2", 2 })) {
             QVERIFY(!each->isApplicable());
+        }
     }
 
     void brokenExpressionsSayWhatIsWrong_data()
@@ -112,8 +114,9 @@ private Q_SLOTS:
             const QString id = QString("probe%1").arg(++probe);
             for (int count = 0; count < 10; ++count) {
                 const QString expression = QString("res.state.count == %1").arg(count);
-                if (addItem(id + QString::number(count), expression).isApplicable())
+                if (addItem(id + QString::number(count), expression).isApplicable()) {
                     return count;
+                }
             }
             return 0;
         };

@@ -34,9 +34,11 @@ private Q_SLOTS:
         QFile file(DOCUMENT);
         QVERIFY2(file.open(QIODevice::ReadOnly), DOCUMENT);
         m_document = QString::fromUtf8(file.readAll());
-        for (const QString& line : m_document.split('\n'))
-            if (line.startsWith("    busctl "))
+        for (const QString& line : m_document.split('\n')) {
+            if (line.startsWith("    busctl ")) {
                 m_examples << line.trimmed();
+            }
+        }
     }
 
     void everyMethodHasAnExample()
@@ -59,9 +61,11 @@ private Q_SLOTS:
     void callsAnswerAsDocumented_data()
     {
         const Rows<QString> row("example");
-        for (const QString& example : m_examples)
-            if (!example.contains(" monitor "))
+        for (const QString& example : m_examples) {
+            if (!example.contains(" monitor ")) {
                 row(qPrintable(methodOf(example)), example);
+            }
+        }
     }
 
     void callsAnswerAsDocumented()
@@ -75,8 +79,9 @@ private Q_SLOTS:
         QVERIFY2(shell.exitCode() == 0, errors.constData());
         const QString answer = QString::fromUtf8(shell.readAllStandardOutput()).section(' ', 0, 0).trimmed();
         QCOMPARE(answer, documentedAnswer(methodOf(example)));
-        if (methodOf(example) == "Set")
+        if (methodOf(example) == "Set") {
             QCOMPARE(m_world.value("enabled"), QVariant(true));
+        }
     }
 
     void monitorShowsChanges()
@@ -108,8 +113,9 @@ private:
         const QRegularExpression heading(QString("^### %1\\(.*?\\)(?: → \\((.*)\\))?$").arg(method),
                                          QRegularExpression::MultilineOption);
         QString signature;
-        for (const QString& argument : heading.match(m_document).captured(1).split(", "))
+        for (const QString& argument : heading.match(m_document).captured(1).split(", ")) {
             signature += argument.section(' ', 0, 0);
+        }
         return signature;
     }
 

@@ -26,11 +26,13 @@ QString lineOf(QProcess& process, const QString& beginning)
     while (true) {
         while (process.canReadLine()) {
             QString line = QString::fromUtf8(process.readLine()).trimmed();
-            if (line.startsWith(beginning))
+            if (line.startsWith(beginning)) {
                 return line;
+            }
         }
-        if (!process.waitForReadyRead())
+        if (!process.waitForReadyRead()) {
             return QString("no line \"%1\"").arg(beginning);
+        }
     }
 }
 
@@ -95,8 +97,9 @@ private Q_SLOTS:
         QVERIFY2(headers.contains("KELClientInterface.h"), qPrintable(headers.join(' ')));
         QFile source(path("main.cpp"));
         QVERIFY(source.open(QIODevice::WriteOnly));
-        for (const QString& header : headers)
+        for (const QString& header : headers) {
             source.write(QString("#include <ipc/%1>\n").arg(header).toUtf8());
+        }
         source.write("#include <cstdio>\nint main() { std::printf(\"%s %s\", "
                      "ipc::ItemServer::staticMetaObject.className(),"
                      " KELClientInterface::staticMetaObject.className()); }\n");
@@ -143,8 +146,9 @@ private:
     [[nodiscard]] QString printed(const QString& program, const QStringList& arguments) const
     {
         const Finished finished = run(program, arguments, { {}, false, m_folder.path() });
-        if (finished.status == 0)
+        if (finished.status == 0) {
             return finished.out.isEmpty() ? "done" : finished.out.trimmed();
+        }
         qWarning().noquote() << program << arguments.join(' ') << finished.out << finished.err;
         return {};
     }

@@ -72,8 +72,9 @@ private:
     QByteArray startAndKill(int steps, int looks)
     {
         QFile output(m_folder.filePath("output"));
-        if (!output.open(QIODevice::ReadWrite | QIODevice::Truncate))
+        if (!output.open(QIODevice::ReadWrite | QIODevice::Truncate)) {
             return "no file for the output";
+        }
         QDBusServiceWatcher watcher("tov.base.pairs", QDBusConnection::sessionBus(),
                                     QDBusServiceWatcher::WatchForUnregistration);
         QSignalSpy left(&watcher, &QDBusServiceWatcher::serviceUnregistered);
@@ -81,19 +82,23 @@ private:
         world::Command command;
         command.arguments = QStringList{ PAIR_WRITER, m_folder.filePath("state") };
         command.output = output.handle();
-        if (server.start(command) != 0)
+        if (server.start(command) != 0) {
             return "the server cannot be started";
+        }
 
-        if (!waitForSteps(steps, server.descriptor()))
+        if (!waitForSteps(steps, server.descriptor())) {
             return "the server ended by itself, or does not write: " + output.readAll();
+        }
         // A few idle looks move the kill about within the step that is under way by now.
-        for (int i = 0; i < looks; ++i)
+        for (int i = 0; i < looks; ++i) {
             QFile::exists(statePath("pairs.json"));
+        }
         server.signal(SIGKILL);
         server.wait();
         while (stepsSeen() > 0) { } // those of the next start count anew
-        if (left.isEmpty() && !left.wait())
+        if (left.isEmpty() && !left.wait()) {
             return "the server's name stayed on the bus";
+        }
         return output.readAll();
     }
 
@@ -102,8 +107,9 @@ private:
     {
         std::array<pollfd, 2> sources{ { { m_steps.get(), POLLIN, 0 }, { serverEnded, POLLIN, 0 } } };
         for (int seen = 0; seen < steps;) {
-            if (poll(sources.data(), sources.size(), PatienceMilliseconds) <= 0 || sources[1].revents != 0)
+            if (poll(sources.data(), sources.size(), PatienceMilliseconds) <= 0 || sources[1].revents != 0) {
                 return false;
+            }
             seen += stepsSeen();
         }
         return true;
@@ -128,10 +134,12 @@ private:
     [[nodiscard]] int storedValue() const
     {
         QFile file(statePath("pairs.json"));
-        if (!file.exists())
+        if (!file.exists()) {
             return 0;
-        if (!file.open(QIODevice::ReadOnly))
+        }
+        if (!file.open(QIODevice::ReadOnly)) {
             return -1;
+        }
         const QJsonObject modules = QJsonDocument::fromJson(file.readAll()).object()["modules"].toObject();
         const QJsonObject one = modules["one"].toObject()["values"].toObject();
         const int value = one["left"].toInt(-1);

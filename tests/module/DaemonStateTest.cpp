@@ -33,13 +33,15 @@ private Q_SLOTS:
         row("enabled, starting", true, 2, 0, always);
         row("on, not enabled", false, 3, 0, always);
         row("on", true, 3, 0, always + on);
-        for (const int state : { 1, 2, 4, 5, 6 })
+        for (const int state : { 1, 2, 4, 5, 6 }) {
             QTest::addRow("on, pairing in state %d", state)
                 << true << 3 << state << always + on + " pendingpair";
+        }
         row("on, PIN needed", true, 3, 3, always + on + " pendingpair pinreplycfg");
         row("off, PIN needed", false, 1, 3, always + " pinreplycfg");
-        for (const int state : { 100, 200, 201, 202 })
+        for (const int state : { 100, 200, 201, 202 }) {
             QTest::addRow("on, settled in state %d", state) << true << 3 << state << always + on;
+        }
     }
 
     void applicabilityFollowsTheState()

@@ -25,8 +25,9 @@ void writeFile(const QString& path, const QByteArray& content)
 qint64 processorTime(pid_t pid)
 {
     QFile file(QString("/proc/%1/stat").arg(pid));
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         return 0;
+    }
     const QByteArray stat = file.readAll();
     const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(") ") + 2).split(' ');
     return (fields[11].toLongLong() + fields[12].toLongLong()) * 1000 / sysconf(_SC_CLK_TCK);
@@ -47,8 +48,9 @@ private Q_SLOTS:
         SET_ITEM("enabled", false);
         QCOMPARE(m_world.hostChildren(), QList<pid_t>());
         QVERIFY(m_world.world().setController(RECORDING_CONTROLLER));
-        for (const char* file : { "/tmp/controller.runs", "/tmp/hostname", "/tmp/bt.bts" })
+        for (const char* file : { "/tmp/controller.runs", "/tmp/hostname", "/tmp/bt.bts" }) {
             QFile::remove(file);
+        }
     }
 
     void controllerIsStartedAndWaitedFor()
@@ -104,9 +106,10 @@ private Q_SLOTS:
 
     void failedChild()
     {
-        if (m_world.mechanism() == world::Mechanism::Proot)
+        if (m_world.mechanism() == world::Mechanism::Proot) {
             // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
             QSKIP("what stands at the controller's place is then a script, which can always be executed");
+        }
         QVERIFY(m_world.world().setController("/nonexistent/controller"));
         const QString line = "Exec failed blue_controller bluetoothmod: No such file or directory";
         const int before = m_world.countInOutput(line);

@@ -16,8 +16,9 @@ ModuleWorld::ModuleWorld(const world::PrivateFilesystem& filesystem)
 QString ModuleWorld::start()
 {
     QString problem = m_world.start();
-    if (!problem.isEmpty())
+    if (!problem.isEmpty()) {
         return problem;
+    }
     m_daemon = std::make_unique<ScriptedDaemon>(m_world.systemBusAddress());
     m_client =
         std::make_unique<KELClientInterface>("tov.base.bluetoothlauncher", QDBusConnection::sessionBus());
@@ -29,8 +30,9 @@ QString ModuleWorld::start()
 template <typename Answer>
 Answer ModuleWorld::noted(Answer answer) const
 {
-    if (!answer && answer.error().kind == ipc::ClientError::Kind::NoAnswer)
+    if (!answer && answer.error().kind == ipc::ClientError::Kind::NoAnswer) {
         m_client->setTimeout(std::chrono::milliseconds(Patience::Least));
+    }
     return answer;
 }
 
@@ -84,8 +86,9 @@ bool ModuleWorld::settle(ScriptedDaemon& daemon)
     // There: what the daemon sent waits for the host. Through the host: it has been worked off, and its
     // writes to other servers are on their way. Back: what it asked the daemon for has come, and what it
     // wrote to this process.
-    if (!hostAnswers(daemon) || !noted(m_client->modules()) || !hostAnswers(daemon))
+    if (!hostAnswers(daemon) || !noted(m_client->modules()) || !hostAnswers(daemon)) {
         return false;
+    }
     QCoreApplication::processEvents();
     return true;
 }
@@ -105,10 +108,12 @@ bool ModuleWorld::hostAnswers(ScriptedDaemon& daemon)
 QString ModuleWorld::difference(const QString& item, const QVariant& expected) const
 {
     const auto found = noted(m_client->get(item));
-    if (!found)
+    if (!found) {
         return found.error().message;
-    if (*found == expected)
+    }
+    if (*found == expected) {
         return {};
+    }
     const auto described = m_client->describe(item);
     const QVariantMap description = described ? *described : QVariantMap();
     const QString texts =
@@ -122,8 +127,9 @@ QString ModuleWorld::difference(const QString& item, const QVariant& expected) c
 QString ModuleWorld::applicabilityDifference(const QString& item, bool expected) const
 {
     const QVariant found = property(item, "applicable");
-    if (found.isValid() && found.toBool() == expected)
+    if (found.isValid() && found.toBool() == expected) {
         return {};
+    }
     return QString("%1: expected that it %2").arg(item, expected ? "applies" : "does not apply");
 }
 
@@ -138,9 +144,11 @@ QList<pid_t> ModuleWorld::hostChildren() const
     QList<pid_t> children;
     if (file.open(QIODevice::ReadOnly)) {
         const QList<QByteArray> pids = file.readAll().simplified().split(' ');
-        for (const QByteArray& pid : pids)
-            if (!pid.isEmpty())
+        for (const QByteArray& pid : pids) {
+            if (!pid.isEmpty()) {
                 children.append(pid.toInt());
+            }
+        }
     }
     return children;
 }
@@ -155,8 +163,9 @@ QList<ControllerRun> controllerRuns()
 {
     QFile file("/tmp/controller.runs");
     QList<ControllerRun> runs;
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         return runs;
+    }
     QList<QByteArray> records = file.readAll().split('\x1e');
     records.removeLast(); // behind the last separator
     for (const QByteArray& record : records) {
@@ -168,8 +177,9 @@ QList<ControllerRun> controllerRuns()
             const bool blocked = fields.takeFirst() == "1";
             runs.append({ pid, fields, parentDeathSignal, blocked, false });
         }
-        for (ControllerRun& run : runs)
+        for (ControllerRun& run : runs) {
             run.ended = run.ended || (kind == "end" && run.pid == pid);
+        }
     }
     return runs;
 }

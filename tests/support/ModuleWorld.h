@@ -135,8 +135,9 @@ int runInModuleWorld(int argc, char** argv)
             }
             Test test(world);
             const int failures = QTest::qExec(&test, argc, argv);
-            if (failures != 0)
+            if (failures != 0) {
                 std::fprintf(stderr, "%s\n", qPrintable(world::withoutEverydayLines(world.world().output())));
+            }
             return failures;
         });
 }

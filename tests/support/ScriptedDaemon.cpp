@@ -143,9 +143,10 @@ QString callText(const QList<ScriptedDaemon::Call>& calls)
     QStringList texts;
     for (const ScriptedDaemon::Call& call : calls) {
         QStringList words{ call.signature };
-        for (const QVariant& argument : call.arguments)
+        for (const QVariant& argument : call.arguments) {
             words += argument.userType() == QMetaType::QString ? '"' + argument.toString() + '"'
                                                                : argument.toString();
+        }
         texts += call.member + '(' + words.join(' ') + ')';
     }
     return texts.join(", ");

@@ -28,8 +28,9 @@ private Q_SLOTS:
     {
         QVERIFY2(m_world.switchOn(), why());
         QVERIFY2(m_world.fault({ "stall" }), why());
-        for (const char* action : { "scan", "cancelscan", "scan" })
+        for (const char* action : { "scan", "cancelscan", "scan" }) {
             QVERIFY2(m_world.trigger(action), why());
+        }
         QCOMPARE(m_world.text("scanstate"), "0");
         QVERIFY2(m_world.fault({ "none" }), why());
         QVERIFY2(m_world.stepUntil("scanstate", "2"), why());

@@ -31,8 +31,9 @@ public:
         , m_isGood(m_client.watch())
     {
         connect(&m_client, &KELClientInterface::changed, this, [this](const ipc::ItemRecords& items) {
-            for (const ipc::ItemRecord& item : items)
+            for (const ipc::ItemRecord& item : items) {
                 note(item);
+            }
         });
     }
     [[nodiscard]] bool isGood() const { return m_isGood; }
@@ -46,8 +47,9 @@ private:
             "isAnyDeviceConnected|pairlist|scanresults)");
         const QString value = item.properties.value("value").toString();
         const bool isNothing = value.isEmpty() || value == "0" || value == "false";
-        if (!isNothing && followsTheDaemon.match(item.address).hasMatch())
+        if (!isNothing && followsTheDaemon.match(item.address).hasMatch()) {
             values[item.address] = value;
+        }
     }
 
     KELClientInterface m_client;
@@ -84,9 +86,10 @@ private Q_SLOTS:
         const bool isSame = QTest::qWaitFor([&] { return watcher.values == recorded; });
         QString difference;
         for (auto item = recorded.begin(); item != recorded.end(); ++item) {
-            if (watcher.values.value(item.key()) != item.value())
+            if (watcher.values.value(item.key()) != item.value()) {
                 difference +=
                     item.key() + ' ' + watcher.values.value(item.key()) + ", recorded " + item.value() + '\n';
+            }
         }
         QVERIFY2(isSame, qPrintable(difference));
     }
@@ -141,8 +144,9 @@ private:
             const QJsonObject status = event.value("appeared").toObject().value("status").toObject();
             return { { "status", QString::number(status.value("value").toInt()) } };
         }
-        if (event.value("signal") == "pairStateChanged")
+        if (event.value("signal") == "pairStateChanged") {
             return { { "pairstate", QString::number(value.toInt()) } };
+        }
         if (event.value("signal") == "pairListChanged") {
             const QJsonArray pairs = value.toArray();
             const bool isConnected = std::any_of(pairs.begin(), pairs.end(), [](const QJsonValue& pair) {
@@ -177,13 +181,16 @@ private:
                 appearances += event.contains("appeared") ? 1 : 0;
                 isAway = event.contains("left") || (isAway && !event.contains("appeared"));
                 const QMap<QString, QString> ofOne = outcome(event);
-                for (auto item = ofOne.begin(); item != ofOne.end(); ++item)
+                for (auto item = ofOne.begin(); item != ofOne.end(); ++item) {
                     outcomes.insert(item.key(), item.value());
+                }
             }
-            if (isAway)
+            if (isAway) {
                 QVERIFY2(m_world.waitForApplicable("scan", false), qPrintable(m_world.problem()));
-            for (auto item = outcomes.begin(); item != outcomes.end(); ++item)
+            }
+            for (auto item = outcomes.begin(); item != outcomes.end(); ++item) {
                 QVERIFY2(m_world.waitFor(item.key(), item.value()), qPrintable(m_world.problem()));
+            }
         }
         QCOMPARE(appearances, 2); // the loan of the radio was in between
     }
@@ -205,8 +212,9 @@ void RecordReplayTest::anyValueReplays()
           R"x("o","value":"/a/b")x", R"x("g","value":"a{sv}")x", R"x("ay","value":[0,255])x",
           R"x("as","value":[])x", R"x("a(tis)","value":[])x",
           R"x("(asayav)","value":[["x"],[1],[{"type":"(u)","value":[1]}]])x",
-          R"x("aa{s(iv)}","value":[[["z",[1,{"type":"v","value":{"type":"n","value":-2}}]],["a",[2,{"type":"b","value":true}]]]])x" })
+          R"x("aa{s(iv)}","value":[[["z",[1,{"type":"v","value":{"type":"n","value":-2}}]],["a",[2,{"type":"b","value":true}]]]])x" }) {
         lines << R"("signal":"another","value":{"type":)" + QByteArray(value) + "}}";
+    }
     lines
         << R"("signal":"two","arguments":[{"type":"i","value":1},{"type":"v","value":{"type":"q","value":2}}]})"
         << R"("property":"scanState","value":{"type":"u","value":3}})" // seen because of that signal
@@ -233,8 +241,9 @@ void RecordReplayTest::anyValueReplays()
     QVERIFY(again.open(QIODevice::ReadOnly));
     QVERIFY2(m_world.startOwnDaemon(), qPrintable(m_world.problem()));
     for (int i = 0; i < lines.size(); ++i) {
-        if (i > 0 && !lines.at(i).startsWith("\"property"))
+        if (i > 0 && !lines.at(i).startsWith("\"property")) {
             QVERIFY(m_world.step(1));
+        }
         QByteArray line; // whole: a line is written at once
         QTRY_VERIFY2(!line.isEmpty() || !(line = again.readLine().trimmed()).isEmpty(), lines.at(i));
         QCOMPARE(line.mid(line.indexOf(',') + 1), lines.at(i));

@@ -58,8 +58,9 @@ private Q_SLOTS:
     void itemctlShowsEach_data()
     {
         const Rows<QString> row("scenario");
-        for (const QString& name : bt::scenarioNames())
+        for (const QString& name : bt::scenarioNames()) {
             row(qPrintable(name), name);
+        }
     }
 
     void itemctlShowsEach()
@@ -81,8 +82,9 @@ private Q_SLOTS:
         QCOMPARE(itemctl({ "wait", "scanstate=SCANDONE", "--timeout", seconds }), QString());
         const Finished list = ::run("itemctl", { "list", "--json", "scanresultsAddr*" });
         QSet<QString> listed;
-        for (const QString& line : list.out.split('\n', Qt::SkipEmptyParts))
+        for (const QString& line : list.out.split('\n', Qt::SkipEmptyParts)) {
             listed << QJsonDocument::fromJson(line.toUtf8()).object().value("value").toString();
+        }
         listed.remove({});
         // The module lists 32; in the hostile neighbourhood somebody asks to be paired, which ends the scan.
         const auto expected = scenario == "hostile" ? 3 : std::min<std::size_t>(devices, 32);
@@ -204,8 +206,9 @@ private:
     [[nodiscard]] QStringList scanned(const QString& id)
     {
         QStringList values;
-        for (int row = 0; row < 32; ++row)
+        for (int row = 0; row < 32; ++row) {
             values << m_world.text(QString("%1:%2").arg(id).arg(row));
+        }
         values.removeAll({});
         return values;
     }

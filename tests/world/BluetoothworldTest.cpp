@@ -227,9 +227,11 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("number");
         QTest::addColumn<QString>("mechanism");
-        for (const char* mechanism : { "namespace", "proot" })
-            for (const int number : { SIGTERM, SIGHUP, SIGINT })
+        for (const char* mechanism : { "namespace", "proot" }) {
+            for (const int number : { SIGTERM, SIGHUP, SIGINT }) {
                 QTest::addRow("%s, signal %d", mechanism, number) << number << mechanism;
+            }
+        }
     }
 
     void signalEndsTheWorld()

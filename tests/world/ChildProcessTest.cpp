@@ -50,10 +50,11 @@ private Q_SLOTS:
         child.signal(SIGSTOP);
         siginfo_t stopped{};
         QCOMPARE(waitid(P_PID, static_cast<id_t>(child.pid()), &stopped, WSTOPPED), 0);
-        if (asDescendant)
+        if (asDescendant) {
             world::endDescendants({}, ChildProcess::Grace);
-        else
+        } else {
             child.end();
+        }
         QCOMPARE(child.wait(), std::optional<int>(128 + SIGTERM)); // it heard that, and was not killed
     }
 
@@ -115,8 +116,9 @@ private Q_SLOTS:
         ChildProcess ls;
         QCOMPARE(ls.start(list), 0);
         QCOMPARE(ls.wait(), std::optional<int>(0));
-        for (const int descriptor : inherited)
+        for (const int descriptor : inherited) {
             close(descriptor);
+        }
         QVERIFY(output.seek(0));
         const QByteArray descriptors = output.readAll(); // three, and one for the folder that is listed
         QVERIFY2((descriptors == "0\n1\n2\n3\n") == inBackground, descriptors);

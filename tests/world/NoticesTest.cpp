@@ -130,9 +130,10 @@ private Q_SLOTS:
         QCOMPARE(finished.status, 0);
         QStringList lines = finished.err.split('\n', Qt::SkipEmptyParts);
         QVERIFY2(lines.size() == 3, qPrintable(finished.err));
-        for (const char* request : { "CancelScan", "Pair", "PINdecline" })
+        for (const char* request : { "CancelScan", "Pair", "PINdecline" }) {
             QVERIFY2(lines.takeFirst().startsWith(QString("notice: %1 refused: ").arg(request)),
                      qPrintable(finished.err));
+        }
     }
 
     void machineHasNoRadio()

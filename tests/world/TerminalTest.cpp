@@ -120,10 +120,11 @@ void TerminalTest::isGivenBack()
     QVERIFY(terminal.start(inShell(words), only(mechanism)));
     for (const Step& step : steps) {
         QVERIFY2(terminal.shows(step.seen), terminal.screen());
-        if (step.signal != 0)
+        if (step.signal != 0) {
             kill(world::descendants(terminal.program()).front(), step.signal);
-        else
+        } else {
             terminal.type(step.keys);
+        }
     }
     QVERIFY2(terminal.shows("ended"), terminal.screen());
     QVERIFY2(terminal.lines().contains(QString("ended %1").arg(status)), terminal.screen());
@@ -150,8 +151,9 @@ void TerminalTest::isLeftToAShellThatHasIt()
     PseudoTerminal terminal;
     QVERIFY(terminal.start({ "bash", "--norc", "-i" }, { { "PS1", "% " } }));
     QStringList words;
-    for (const QString& word : standIn({ "sh", "-c", "echo re''ady; exec sleep 1000" }))
+    for (const QString& word : standIn({ "sh", "-c", "echo re''ady; exec sleep 1000" })) {
         words << '\'' + QString(word).replace('\'', "'\\''") + '\'';
+    }
     terminal.type("clear; " + words.join(' ').toUtf8() + '\r');
     QVERIFY2(terminal.shows("ready"), terminal.screen());
     terminal.type("\x1a");

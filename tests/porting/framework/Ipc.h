@@ -180,47 +180,50 @@ public:
     bool setConfig(Text id, const QVariant& value, bool flag)
     {
         record("setConfig", id, value, flag);
-        if (ServerItem* const config = item(id))
+        if (ServerItem* const config = item(id)) {
             config->store(value);
-        return true;
+        }
     }
-    bool setResult(Text id, const QVariant& value, bool flag)
-    {
-        record("setResult", id, value, flag);
-        return true;
-    }
-    void setActionApplicable(Text address, bool applicable)
-    {
-        record("setActionApplicable", address, applicable);
-    }
+    return true;
+} bool setResult(Text id, const QVariant& value, bool flag)
+{
+    record("setResult", id, value, flag);
+    return true;
+}
+void setActionApplicable(Text address, bool applicable)
+{
+    record("setActionApplicable", address, applicable);
+}
 
-    // For those who look at it.
-    std::map<QString, boost::function<void()>> commands;
-    std::map<QString, boost::function<std::string(const std::string&)>> textCommands;
+// For those who look at it.
+std::map<QString, boost::function<void()>> commands;
+std::map<QString, boost::function<std::string(const std::string&)>> textCommands;
 
 Q_SIGNALS:
-    void itemChanged(const QString& id);
+void itemChanged(const QString& id);
 
 private:
-    Items add(Text id, const QVariant& value)
-    {
-        const QString address = ":config:bluetoothlauncher:bluetooth:" + id + ':';
-        m_items[id] = m_items[address] = std::make_shared<ServerItem>(*this, address, value);
-        return { item(id) };
-    }
-    ServerItem* item(const QString& id) const
-    {
-        const auto found = m_items.find(id);
-        return found == m_items.end() ? nullptr : found->second.get();
-    }
-    mutable std::map<QString, std::shared_ptr<ServerItem>> m_items; ///< by id and by address
-};
+Items add(Text id, const QVariant& value)
+{
+    const QString address = ":config:bluetoothlauncher:bluetooth:" + id + ':';
+    m_items[id] = m_items[address] = std::make_shared<ServerItem>(*this, address, value);
+    return { item(id) };
+}
+ServerItem* item(const QString& id) const
+{
+    const auto found = m_items.find(id);
+    return found == m_items.end() ? nullptr : found->second.get();
+}
+mutable std::map<QString, std::shared_ptr<ServerItem>> m_items; ///< by id and by address
+}
+;
 
 inline void ServerItem::store(const QVariant& value)
 {
     m_value = value;
-    if (observed)
+    if (observed) {
         Q_EMIT const_cast<ServerModule&>(m_module).itemChanged(m_id);
+    }
 }
 
 class Q_DECL_EXPORT RegistrationModule : public ServerModule
@@ -249,8 +252,9 @@ public:
     explicit KelAggregate(std::shared_ptr<const KelAggregateDescriptor> descriptor)
     {
         record("KelAggregate");
-        for (const auto& [name, flags] : *descriptor)
+        for (const auto& [name, flags] : *descriptor) {
             record("  declares", name, "0x" + QString::number(flags, 16));
+        }
     }
     template <typename T>
     void setPropertyValue(const std::string& name, const T& value)
