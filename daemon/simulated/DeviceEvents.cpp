@@ -2,7 +2,7 @@
 #include "AddressHelper.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
-#include "text/Quoted.h"
+#include "base/Quoted.h"
 
 #include <utility>
 
@@ -13,7 +13,7 @@ namespace {
 /// Its name, unless there is none that can be read.
 QString titleOf(const SimulatedDevice& device)
 {
-    const bool isReadable = text::quoted(device.name).size() == device.name.size() + 2;
+    const bool isReadable = base::quoted(device.name).size() == device.name.size() + 2;
     return isReadable && !device.name.isEmpty() ? device.name : AddressHelper::int2str(device.address);
 }
 

@@ -6,7 +6,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace process {
+namespace base {
 namespace {
 
 // What the handler needs; set before it is installed.
@@ -87,4 +87,4 @@ void resetInheritedSignals()
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-} // namespace process
+} // namespace base

@@ -4,7 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
-namespace text {
+namespace base {
 
 /// What to say of an option that \a app does not know: the one that was probably meant, if any is near
 /// enough.
@@ -24,4 +24,4 @@ namespace text {
     return near.isEmpty() ? message : message + QStringLiteral("; did you mean \"--%1\"?").arg(near);
 }
 
-} // namespace text
+} // namespace base

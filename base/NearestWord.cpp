@@ -4,7 +4,7 @@
 #include <numeric>
 #include <vector>
 
-namespace text {
+namespace base {
 
 namespace {
 
@@ -53,4 +53,4 @@ QString nearestWord(const QString& typed, const QStringList& words)
     return nearest;
 }
 
-} // namespace text
+} // namespace base

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace text {
+namespace base {
 
 /// Whether a terminal would act on the character instead of showing it: control characters (C0, DEL, C1),
 /// line and paragraph separators, and what changes the direction of writing.
@@ -12,4 +12,4 @@ namespace text {
 /// nobody who chooses one gets to steer the terminal of the person who reads it.
 [[nodiscard]] QString escaped(const QString& text);
 
-} // namespace text
+} // namespace base

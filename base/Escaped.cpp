@@ -1,6 +1,6 @@
 #include "Escaped.h"
 
-namespace text {
+namespace base {
 
 namespace {
 
@@ -46,4 +46,4 @@ QString escaped(const QString& text)
     return shown;
 }
 
-} // namespace text
+} // namespace base

@@ -3,7 +3,7 @@
 #include <QDBusConnection>
 #include <QObject>
 
-namespace process {
+namespace base {
 
 /// Tells when a bus has gone, which a connection never recovers from: Qt does not connect anew.
 class BusLoss : public QObject
@@ -16,4 +16,4 @@ Q_SIGNALS:
     void lost();
 };
 
-} // namespace process
+} // namespace base

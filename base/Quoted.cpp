@@ -2,7 +2,7 @@
 
 #include <QDebug>
 
-namespace text {
+namespace base {
 
 QString quoted(const QString& text)
 {
@@ -12,4 +12,4 @@ QString quoted(const QString& text)
     return result;
 }
 
-} // namespace text
+} // namespace base

@@ -1,6 +1,6 @@
 #include "BusLoss.h"
 
-namespace process {
+namespace base {
 
 BusLoss::BusLoss(const QDBusConnection& bus, QObject* parent)
     : QObject(parent)
@@ -11,4 +11,4 @@ BusLoss::BusLoss(const QDBusConnection& bus, QObject* parent)
                                  this, SIGNAL(lost()));
 }
 
-} // namespace process
+} // namespace base

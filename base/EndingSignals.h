@@ -5,7 +5,7 @@
 
 #include <array>
 
-namespace process {
+namespace base {
 
 /// Turns SIGTERM and SIGINT into a Qt signal. One at a time in a process.
 ///
@@ -33,4 +33,4 @@ private:
 /// started.
 void resetInheritedSignals();
 
-} // namespace process
+} // namespace base

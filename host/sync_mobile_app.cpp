@@ -3,9 +3,9 @@
 
 #include "MobileSyncModule.h"
 
+#include "base/BusLoss.h"
+#include "base/EndingSignals.h"
 #include "bus/ItemServer.h"
-#include "process/BusLoss.h"
-#include "process/EndingSignals.h"
 
 #include <QCoreApplication>
 
@@ -20,11 +20,11 @@ int main(int argc, char** argv)
         std::fputs("usage: sync_mobile_app STATE-FOLDER\n", stderr);
         return 2;
     }
-    const process::EndingSignals ending;
-    QObject::connect(&ending, &process::EndingSignals::received, &application, &QCoreApplication::quit);
+    const base::EndingSignals ending;
+    QObject::connect(&ending, &base::EndingSignals::received, &application, &QCoreApplication::quit);
 
-    const process::BusLoss busLoss(QDBusConnection::sessionBus());
-    QObject::connect(&busLoss, &process::BusLoss::lost, &application, [] {
+    const base::BusLoss busLoss(QDBusConnection::sessionBus());
+    QObject::connect(&busLoss, &base::BusLoss::lost, &application, [] {
         std::fputs("sync_mobile_app: the session bus has ended\n", stderr);
         QCoreApplication::exit(1);
     });
