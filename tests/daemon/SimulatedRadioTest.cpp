@@ -40,7 +40,7 @@ public:
     QStringList told;
 
 private:
-    bt::Outcome act(QString word);
+    base::Result<> act(QString word);
     void note(const QString& what)
     {
         told << QString::number(static_cast<double>((m_clock.now() - m_begin).count()) / 1000) + ' ' + what;
@@ -99,10 +99,10 @@ Stage::Stage(const bt::Scenario& scenario)
     }
 }
 
-bt::Outcome Stage::act(QString word)
+base::Result<> Stage::act(QString word)
 {
     using Radio = bt::SimulatedRadio;
-    using OfDevice = bt::Outcome (Radio::*)(qulonglong);
+    using OfDevice = base::Result<> (Radio::*)(qulonglong);
     static const QHash<QString, OfDevice> OfDevices{
         { "pair", &Radio::pair },
         { "unpair", &Radio::unpair },
@@ -114,13 +114,13 @@ bt::Outcome Stage::act(QString word)
         { "asks", &Radio::deviceAsksToPair },
         { "leaves", &Radio::removeDevice },
     };
-    using Alone = bt::Outcome (Radio::*)();
+    using Alone = base::Result<> (Radio::*)();
     static const QHash<QString, Alone> Others{
         { "scan", &Radio::scan },           { "cancel", &Radio::cancelScan },
         { "killiap", &Radio::killIap },     { "decline", &Radio::pinDecline },
         { "confirm", &Radio::confirmCode }, { "reject", &Radio::rejectCode },
     };
-    using WithText = bt::Outcome (Radio::*)(const QString&);
+    using WithText = base::Result<> (Radio::*)(const QString&);
     static const QHash<QString, WithText> Texts{
         { "pin", &Radio::pinReply },
         { "register", &Radio::registerRfcommUuid },
@@ -150,7 +150,7 @@ bt::Outcome Stage::act(QString word)
     if (word == "strength") {
         note(QString::number(m_radio.room().find(device)->signalStrengthAt(m_clock.now())));
     }
-    return word == "on" || word == "off" ? m_radio.setPowered(word == "on") : bt::Outcome();
+    return word == "on" || word == "off" ? m_radio.setPowered(word == "on") : base::Result<>();
 }
 
 void Stage::play(const QString& script)
@@ -158,8 +158,8 @@ void Stage::play(const QString& script)
     for (const QString& word : script.split(' ')) {
         if (word.startsWith('+')) {
             m_clock.advance(std::chrono::milliseconds(qRound(word.toDouble() * 1000)));
-        } else if (const bt::Outcome refused = act(word)) {
-            note(QMetaEnum::fromType<bt::Error>().valueToKey(static_cast<int>(refused->error)));
+        } else if (const base::Result<> done = act(word); !done) {
+            note(QMetaEnum::fromType<base::Failure>().valueToKey(static_cast<int>(done.error().kind)));
         }
     }
 }

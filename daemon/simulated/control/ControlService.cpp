@@ -81,10 +81,10 @@ void ControlService::refuse(const char* error, const QString& text)
     sendErrorReply(controlError(error), text);
 }
 
-void ControlService::answer(const Outcome& outcome)
+void ControlService::answer(const base::Result<>& done)
 {
-    if (outcome) {
-        refuse("Refused", outcome->text);
+    if (!done) {
+        refuse("Refused", done.error().text);
     }
 }
 
