@@ -4,12 +4,7 @@
 #include "support/Rows.h"
 #include "support/TableFile.h"
 
-#include <QDir>
 #include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -81,67 +76,6 @@ private Q_SLOTS:
         QVERIFY(bt::problemOf(pipe).startsWith(pipe + " is no regular file"));
         QVERIFY(bt::problemOf(folder.path()).startsWith(folder.path() + " is no regular file"));
         QVERIFY(bt::problemOf(large.fileName()).startsWith(large.fileName() + " is too large; 16 MiB"));
-    }
-
-    // The schema helps whoever writes a file in an editor; the program reads by its own tables.
-    void schemaKnowsTheSameWords()
-    {
-        QFile file(bt::scenarioFolder() + "/scenario.schema.json");
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QJsonValue schema = QJsonDocument::fromJson(file.readAll()).object();
-        const QJsonValue parts = schema["$defs"];
-        const auto fields = [](const QJsonValue& part) {
-            return part["properties"].toObject().keys();
-        };
-        const auto sorted = [](QStringList list) {
-            list.sort();
-            return list;
-        };
-        const auto values = [](const QJsonValue& value) {
-            return value["enum"].toVariant().toStringList();
-        };
-        using Vocabulary = bt::ScenarioVocabulary;
-        QCOMPARE(fields(schema), sorted(Vocabulary::scenario()));
-        QCOMPARE(fields(parts["device"]), sorted(Vocabulary::device()));
-        QCOMPARE(fields(parts["movement"]), sorted(Vocabulary::movement()));
-        QCOMPARE(fields(parts["event"]), sorted(Vocabulary::event()));
-        const QJsonValue device = parts["device"]["properties"];
-        QCOMPARE(values(device["pairing"]), Vocabulary::pairing());
-        QCOMPARE(values(device["is"]["items"]), Vocabulary::roles());
-    }
-
-    // An editor that checks with the schema finds what the program would refuse, and nothing else.
-    void schemaAgrees()
-    {
-        const QString checker = QStandardPaths::findExecutable(QStringLiteral("jsonschema"));
-        if (checker.isEmpty()) {
-            // NOLINTNEXTLINE(clang-diagnostic-gnu-zero-variadic-macro-arguments): QSKIP takes no more
-            QSKIP("there is no jsonschema; the package python3-jsonschema has it");
-        }
-        const QTemporaryDir folder;
-        QStringList arguments{ "--output", "pretty", bt::scenarioFolder() + "/scenario.schema.json" };
-        QMap<QString, bool> isRight;
-        for (const TableCase& wrong : readTable(WRONG_SCENARIOS)) {
-            if (const QString verdict = wrong["schema"]; !verdict.isEmpty()) {
-                QFile file(folder.filePath(wrong.name));
-                QVERIFY(file.open(QIODevice::WriteOnly) && file.write(textOf(wrong)) > 0);
-                isRight.insert(file.fileName(), verdict != "refuses");
-            }
-        }
-        for (const QString& name : bt::scenarioNames()) {
-            isRight.insert(bt::findScenario(name).first, true);
-        }
-        for (const QString& file : isRight.keys()) {
-            arguments << "-i" << file;
-        }
-        QProcess check;
-        check.start(checker, arguments);
-        QVERIFY(check.waitForFinished());
-        const QString output = QString::fromUtf8(check.readAllStandardOutput());
-        for (auto file = isRight.cbegin(); file != isRight.cend(); ++file) {
-            QVERIFY2(output.contains("===[SUCCESS]===(" + file.key() + ")===") == file.value(),
-                     qPrintable(file.key()));
-        }
     }
 
     void signalsMove()

@@ -44,7 +44,7 @@ QByteArray scenarioOf(const TableCase& radio)
 class Stage
 {
 public:
-    explicit Stage(const bt::Scenario& scenario);
+    Stage(const bt::Scenario& scenario, quint32 seed);
     /// Words: what happens to the lamp, or with a "2" behind it to the other device; "+5" lets 5 s pass.
     void play(const QString& script);
     QStringList told;
@@ -70,8 +70,8 @@ private:
     QString m_device; ///< that is being paired
 };
 
-Stage::Stage(const bt::Scenario& scenario)
-    : m_radio({}, bt::Room(scenario.devices), m_clock, 1)
+Stage::Stage(const bt::Scenario& scenario, quint32 seed)
+    : m_radio({}, bt::Room(scenario.devices), m_clock, seed)
     , m_devices(scenario.devices)
     , m_service(m_radio)
     , m_timeline(scenario.timeline, m_radio, m_clock)
@@ -95,6 +95,13 @@ Stage::Stage(const bt::Scenario& scenario)
             list << entry.name + '=' + QString::number(entry.connectionState);
         }
         note(list.join('&'));
+    });
+    QObject::connect(&m_service, &DaemonService::scanResultsChanged, &m_service, [this] {
+        QStringList list;
+        for (const ScanEntry& entry : m_service.scanResults().entries) {
+            list << entry.name + ' ' + QString::number(entry.signalStrength);
+        }
+        note("found " + list.join(" & "));
     });
     QObject::connect(&m_service, &DaemonService::scanStateChanged, &m_service,
                      [this] { note(QStringLiteral("scan %1").arg(m_service.scanState())); });
@@ -171,7 +178,9 @@ void Stage::play(const QString& script)
         if (word.startsWith('+')) {
             m_clock.advance(std::chrono::milliseconds(qRound(word.toDouble() * 1000)));
         } else if (const bt::Outcome refused = act(word)) {
-            note(QMetaEnum::fromType<bt::Error>().valueToKey(static_cast<int>(refused->error)));
+            const QLatin1String error(
+                QMetaEnum::fromType<bt::Error>().valueToKey(static_cast<int>(refused->error)));
+            note(error + ": " + refused->text);
         }
     }
 }
@@ -180,11 +189,12 @@ void Stage::play(const QString& script)
 
 void SimulatedRadioTest::tells_data()
 {
-    const Rows<QByteArray, QString, QString> row("scenario", "script", "told");
+    const Rows<QByteArray, uint, QString, QString> row("scenario", "seed", "script", "told");
     const QList<TableCase> radios = readTable(RADIO_TELLS);
     QVERIFY(!radios.isEmpty());
     for (const TableCase& radio : radios) {
-        row(radio.name.constData(), scenarioOf(radio), radio["play"], radio["told"]);
+        row(radio.name.constData(), scenarioOf(radio), qMax(1U, radio["seed"].toUInt()), radio["play"],
+            radio["told"]);
     }
 }
 
@@ -195,7 +205,8 @@ void SimulatedRadioTest::tells()
     QFETCH(QString, told);
     const auto read = bt::readScenario(scenario);
     QVERIFY(std::holds_alternative<bt::Scenario>(read));
-    Stage stage(std::get<bt::Scenario>(read));
+    QFETCH(uint, seed);
+    Stage stage(std::get<bt::Scenario>(read), seed);
     stage.play(script);
     QCOMPARE(stage.told.join('\n'), told);
 }

@@ -87,21 +87,6 @@ private Q_SLOTS:
         QVERIFY2(m_world.hostPid() > 0, why());
     }
 
-    void emptyStaysEmpty()
-    {
-        QVERIFY2(begin("empty"), why());
-        QVERIFY2(scan(), why());
-        QCOMPARE(m_world.text("scanresultsAddr:0"), QString());
-        // Until somebody comes.
-        QVERIFY2(m_world.control("AddDevice", { R"({ "address": "0A:00:00:00:00:01", "name": "Lamp" })" }),
-                 why());
-        QVERIFY2(scan(), why());
-        QCOMPARE(m_world.text("scanresultsName:0"), "Lamp");
-        QVERIFY2(m_world.control("RemoveDevice", { "Lamp" }), why());
-        QVERIFY2(scan(), why());
-        QCOMPARE(m_world.text("scanresultsAddr:0"), QString());
-    }
-
     // At once: time stands still, and the right address is taken.
     void nobodyHasTheAddress()
     {
