@@ -2,6 +2,11 @@
 #include "ConnectionBits.h"
 
 #include <QDBusUnixFileDescriptor>
+#include <QScopeGuard>
+
+#include <array>
+#include <sys/socket.h>
+#include <unistd.h>
 
 /// Devices are paired with, connected and asked about.
 class BluezPairingTest : public BluezFixture
@@ -138,20 +143,28 @@ private Q_SLOTS:
         QTRY_VERIFY(m_radio->log().contains("notice: Disconnect 00:11:22:33:44:01 failed: as the test told"));
     }
 
-    void tellsOfTheCompanion()
+    void companionsChannelComesAndGoes()
     {
         QVERIFY(startOn());
-        const QString device = addPaired(phone(), "Phone");
+        const QVariant device = path(addPaired(phone(), "Phone"));
         proxy().registerRFCOMMUUID("1101");
         QTRY_VERIFY(m_bluez->called({ "ProfileManager1.RegisterProfile" }));
         QSignalSpy companion(&proxy(), &BluetoothIf::mtConnectionEstablished);
-        QTemporaryFile file;
-        QVERIFY(file.open());
-        const QVariant channel = QVariant::fromValue(QDBusUnixFileDescriptor(file.handle()));
-        QCOMPARE(
-            end(m_bluez->callBack("Profile1", "NewConnection", { path(device), channel, QVariantMap() })),
-            "done");
+        std::array<int, 2> channel{};
+        QCOMPARE(::socketpair(AF_UNIX, SOCK_STREAM, 0, channel.data()), 0);
+        const auto close = qScopeGuard([&] { ::close(channel[1]); });
+        {
+            QDBusUnixFileDescriptor theirs;
+            theirs.giveFileDescriptor(channel[0]);
+            QCOMPARE(end(m_bluez->callBack("Profile1", "NewConnection",
+                                           { device, QVariant::fromValue(theirs), QVariantMap() })),
+                     "done");
+        }
         QTRY_COMPARE(allCarried<qulonglong>(companion), QList<qulonglong>{ PhoneNumber });
+        char byte = 0;
+        QCOMPARE(::recv(channel[1], &byte, 1, MSG_DONTWAIT), -1); // nothing has come, nobody has closed it
+        m_bluez->callBack("Profile1", "RequestDisconnection", { device });
+        QTRY_COMPARE(::recv(channel[1], &byte, 1, MSG_DONTWAIT), 0);
     }
 
     void knowsConnections_data()
