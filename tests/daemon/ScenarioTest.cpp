@@ -77,21 +77,6 @@ private Q_SLOTS:
         QVERIFY(bt::problemOf(folder.path()).startsWith(folder.path() + " is no regular file"));
         QVERIFY(bt::problemOf(large.fileName()).startsWith(large.fileName() + " is too large; 16 MiB"));
     }
-
-    void signalsMove()
-    {
-        bt::SimulatedDevice device;
-        device.signalStrength = -40;
-        QCOMPARE(device.signalStrengthAt(1h), -40);
-        device.movement = bt::Movement{ 10s, 20s, -40, -80, false };
-        QCOMPARE(device.signalStrengthAt(0s), -40);
-        QCOMPARE(device.signalStrengthAt(15s), -50);
-        QCOMPARE(device.signalStrengthAt(60s), -80);
-        device.movement->returns = true;
-        QCOMPARE(device.signalStrengthAt(45s), -50);
-        QCOMPARE(device.signalStrengthAt(50s), -40);
-        QCOMPARE(device.signalStrengthAt(55s), -50);
-    }
 };
 
 void ScenarioTest::readsEverything()
