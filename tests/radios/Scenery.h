@@ -36,6 +36,6 @@ public:
     /// The devices know nothing of us any more.
     virtual void forgetUs() { }
 
-    static QString pin() { return QStringLiteral("5190"); }
-    static QString nobody() { return QStringLiteral("0A:0B:0C:0D:0E:0F"); }
+    static QString pin() { return "5190"; }
+    static QString nobody() { return "0A:0B:0C:0D:0E:0F"; }
 };

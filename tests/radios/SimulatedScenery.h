@@ -11,7 +11,7 @@
 class SimulatedScenery : public Scenery
 {
 public:
-    [[nodiscard]] QString controller() const override { return QStringLiteral(CONTROLLER); }
+    [[nodiscard]] QString controller() const override { return CONTROLLER; }
     /// One fault fails many scenarios, and is not to cost a whole wait in each.
     [[nodiscard]] std::chrono::milliseconds patience(int inVain) const override
     {
@@ -45,7 +45,7 @@ private:
 
     static void tell(const QStringList& words)
     {
-        const int status = QProcess::execute(QStringLiteral(SIMCTL), words);
+        const int status = QProcess::execute(SIMCTL, words);
         QVERIFY2(status == 0, qPrintable(words.join(QLatin1Char(' '))));
     }
 };

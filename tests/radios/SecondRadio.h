@@ -2,7 +2,6 @@
 
 #include "Scenery.h"
 
-#include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
@@ -20,8 +19,8 @@ class Advertisement : public QObject
     Q_PROPERTY(bool Discoverable READ isDiscoverable CONSTANT)
 
 public:
-    static QString type() { return QStringLiteral("peripheral"); }
-    static QString localName() { return QStringLiteral("Second"); }
+    static QString type() { return "peripheral"; }
+    static QString localName() { return "Second"; }
     static bool isDiscoverable() { return true; }
 
 public Q_SLOTS:
@@ -36,58 +35,63 @@ class SecondRadio : public QObject, protected QDBusContext
     Q_CLASSINFO("D-Bus Interface", "org.bluez.Agent1")
 
 public:
-    explicit SecondRadio(QDBusConnection bus);
+    SecondRadio();
     ~SecondRadio() override;
 
-    [[nodiscard]] QString address() const;
+    [[nodiscard]] static QString address();
     /// On, visible and ready to be paired. @return what went wrong.
-    [[nodiscard]] QString switchOn();
+    [[nodiscard]] static QString switchOn();
     /// How it is paired from now on. bluetoothd asks our agent for the side that did not begin.
     void expect(Way way, bool agrees);
     /// Begins a pairing; the other side is then asked by the agent that was there before ours.
     void pairWith(const QString& address);
     /// Gives the pairing up that it has begun.
-    void giveUpPairing(const QString& address);
+    static void giveUpPairing(const QString& address);
     /// An application of ours connects to one of theirs.
-    void connectTo(const QString& address, const QString& uuid);
-    void dropLink();
+    static void connectTo(const QString& address, const QString& uuid);
+    static void dropLink();
 
     /// A device of low energy alone, whose person can show or type a passkey.
     void advertise(const QString& capability);
-    void beClassic();
+    static void beClassic();
     /// Six digits, once there is a passkey to be typed over here.
     [[nodiscard]] const QString& shownCode() const { return m_shownCode; }
     /// Types a passkey, as soon as it is asked for. @return whether it was.
     [[nodiscard]] bool type(const QString& code);
 
-    void forgetDevices();
-
-    static QVariant property(const QDBusConnection& bus, const QString& path, const QString& interface,
-                             const QString& name);
+    static void forgetDevices();
 
 public Q_SLOTS:
     void Release() { }
-    QString RequestPinCode(const QDBusObjectPath& device);
-    uint RequestPasskey(const QDBusObjectPath& device);
-    void DisplayPasskey(const QDBusObjectPath& device, uint passkey, ushort entered);
-    void DisplayPinCode(const QDBusObjectPath&, const QString&) { }
-    void RequestConfirmation(const QDBusObjectPath& device, uint passkey);
-    void RequestAuthorization(const QDBusObjectPath& device);
-    void AuthorizeService(const QDBusObjectPath&, const QString&) { }
     void Cancel() { }
+    void DisplayPinCode(const QDBusObjectPath&, const QString&) { }
+    void AuthorizeService(const QDBusObjectPath&, const QString&) { }
+    void RequestConfirmation(const QDBusObjectPath&, uint) { refuseUnlessAgreed(); }
+    void RequestAuthorization(const QDBusObjectPath&) { refuseUnlessAgreed(); }
+    QString RequestPinCode(const QDBusObjectPath&)
+    {
+        refuseUnlessAgreed();
+        return Scenery::pin();
+    }
+    uint RequestPasskey(const QDBusObjectPath&)
+    {
+        setDelayedReply(true);
+        m_passkeyQuestion = message();
+        return 0;
+    }
+    void DisplayPasskey(const QDBusObjectPath&, uint passkey, ushort)
+    {
+        m_shownCode = QString("%1").arg(passkey, 6, 10, QLatin1Char('0'));
+    }
 
 private:
-    void registerAgent(const QString& capability, bool answersForOthers);
-    void unregisterAgent();
-    void refuseUnlessAgreed();
-    /// @return what went wrong.
-    QString set(const QString& property, const QVariant& value) const;
-    [[nodiscard]] static QString pathOf(const QString& address);
-    [[nodiscard]] QStringList devices() const;
-    QDBusMessage call(const QString& path, const QString& interface, const QString& method,
-                      const QVariantList& arguments = {}) const;
+    void refuseUnlessAgreed()
+    {
+        if (!m_agrees) {
+            sendErrorReply("org.bluez.Error.Rejected", "no");
+        }
+    }
 
-    QDBusConnection m_bus;
     bool m_agrees = true;
     Advertisement m_advertisement;
     QString m_shownCode;

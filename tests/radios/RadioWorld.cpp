@@ -5,13 +5,12 @@
 
 namespace {
 
-const QString PairState = QStringLiteral("pairstate");
+const QString PairState = "pairstate";
 
 bool isSettled(const QString& state)
 {
-    static const QSet<QString> settled{ QStringLiteral("Idle"), QStringLiteral("Paired"),
-                                        QStringLiteral("Failed"), QStringLiteral("Failed Authentication"),
-                                        QStringLiteral("Failed Connecting") };
+    static const QSet<QString> settled{ "Idle", "Paired", "Failed", "Failed Authentication",
+                                        "Failed Connecting" };
     return settled.contains(state);
 }
 
@@ -21,18 +20,17 @@ void answer(const QString& state, const OurUser& user)
     if (user.says == OurUser::Says::Nothing) {
         return;
     }
-    if (state == QLatin1String("PIN Needed")) {
-        agrees ? RadioWorld::trigger(QStringLiteral("pinreply"), user.pin)
-               : RadioWorld::trigger(QStringLiteral("pindecline"));
-    } else if (state == QLatin1String("Need Confirmation") || state == QLatin1String("Need Verification")) {
-        RadioWorld::trigger(agrees ? QStringLiteral("confirmcode") : QStringLiteral("rejectcode"));
+    if (state == "PIN Needed") {
+        agrees ? RadioWorld::trigger("pinreply", user.pin) : RadioWorld::trigger("pindecline");
+    } else if (state == "Need Confirmation" || state == "Need Verification") {
+        RadioWorld::trigger(agrees ? "confirmcode" : "rejectcode");
     }
 }
 
 /// What it has to say goes to our own output.
 bool itemctl(const QStringList& arguments)
 {
-    return QProcess::execute(QStringLiteral("itemctl"), arguments) == 0;
+    return QProcess::execute("itemctl", arguments) == 0;
 }
 
 } // namespace
@@ -54,22 +52,21 @@ QString RadioWorld::start()
     if (!problem.isEmpty()) {
         return problem;
     }
-    m_client = std::make_unique<KELClientInterface>(QStringLiteral("tov.base.bluetoothlauncher"),
-                                                    QDBusConnection::sessionBus());
+    m_client =
+        std::make_unique<KELClientInterface>("tov.base.bluetoothlauncher", QDBusConnection::sessionBus());
     m_mirror = std::make_unique<world::ItemMirror>(*m_client);
     return m_mirror->begin();
 }
 
 void RadioWorld::trigger(const QString& action, const QString& text)
 {
-    itemctl({ QStringLiteral("call"), action, QStringLiteral("--"), text });
+    itemctl({ "call", action, "--", text });
 }
 
 bool RadioWorld::enable(bool enabled)
 {
-    return itemctl({ QStringLiteral("set"), QStringLiteral("enabled"),
-                     enabled ? QStringLiteral("true") : QStringLiteral("false") })
-        && await(QStringLiteral("status"), enabled ? QStringLiteral("On") : QStringLiteral("No Device"));
+    return itemctl({ "set", "enabled", enabled ? "true" : "false" })
+        && await("status", enabled ? "On" : "No Device");
 }
 
 QStringList RadioWorld::history(const QString& item) const
@@ -92,26 +89,26 @@ QString seePairingThrough(RadioWorld& world, const OurUser& user)
         }
         return states.size() > 1 && isSettled(states.last());
     });
-    return settled ? world.text(PairState) : QStringLiteral("still ") + world.text(PairState);
+    return settled ? world.text(PairState) : "still " + world.text(PairState);
 }
 
 QString pairWith(RadioWorld& world, const QString& address, const OurUser& user)
 {
-    if (!world.await(QStringLiteral("status"), QStringLiteral("On"))) {
-        return QStringLiteral("no radio");
+    if (!world.await("status", "On")) {
+        return "no radio";
     }
     world.mark();
-    RadioWorld::trigger(QStringLiteral("pair"), address);
+    RadioWorld::trigger("pair", address);
     return seePairingThrough(world, user);
 }
 
 bool unpairAll(RadioWorld& world)
 {
-    const QString first = QStringLiteral("pairlistAddr:0");
+    const QString first = "pairlistAddr:0";
     while (!world.text(first).isEmpty()) {
         const QString address = world.text(first);
-        RadioWorld::trigger(QStringLiteral("unpair"), address);
-        if (!world.await([&] { return world.row(QStringLiteral("pairlistAddr"), address) < 0; })) {
+        RadioWorld::trigger("unpair", address);
+        if (!world.await([&] { return world.row("pairlistAddr", address) < 0; })) {
             return false;
         }
     }
