@@ -4,10 +4,10 @@
 #include "Options.h"
 
 #include "RegistrationModule.h"
+#include "base/BusLoss.h"
+#include "base/EndingSignals.h"
 #include "bus/ItemServer.h"
 #include "items/ForkGuard.h"
-#include "process/BusLoss.h"
-#include "process/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -52,9 +52,9 @@ void installTranslation(QTranslator& translator)
 
 // Neither comes back by itself: without the session bus nobody reaches the items, without the system bus the
 // module shows for ever what it saw last. A new host finds the new bus, and the stored configs.
-void endWithBus(const process::BusLoss& bus, const char* name)
+void endWithBus(const base::BusLoss& bus, const char* name)
 {
-    QObject::connect(&bus, &process::BusLoss::lost, qApp, [name] {
+    QObject::connect(&bus, &base::BusLoss::lost, qApp, [name] {
         QCoreApplication::exit(
             fail(QStringLiteral("the %1 bus has ended; start this program again when it is "
                                 "back, all configs are stored")
@@ -64,17 +64,17 @@ void endWithBus(const process::BusLoss& bus, const char* name)
 
 int serve(ModuleFactory createModule, const QString& stateFolder)
 {
-    const process::EndingSignals signalsToEnd;
-    QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
+    const base::EndingSignals signalsToEnd;
+    QObject::connect(&signalsToEnd, &base::EndingSignals::received, qApp, &QCoreApplication::quit);
     const QDBusConnection systemBus = QDBusConnection::systemBus();
     if (!systemBus.isConnected()) {
         return fail(QStringLiteral("there is no system bus to find the Bluetooth daemon on (%1); "
                                    "DBUS_SYSTEM_BUS_ADDRESS has to name one")
                         .arg(systemBus.lastError().message()));
     }
-    const process::BusLoss systemBusLoss(systemBus);
+    const base::BusLoss systemBusLoss(systemBus);
     endWithBus(systemBusLoss, "system");
-    const process::BusLoss sessionBusLoss(QDBusConnection::sessionBus());
+    const base::BusLoss sessionBusLoss(QDBusConnection::sessionBus());
     endWithBus(sessionBusLoss, "session");
     QObject modules;
     RegistrationModule* const module = createModule(&modules);
@@ -101,7 +101,7 @@ int launch(int argc, char** argv)
         return exitStatus;
     }
 
-    process::resetInheritedSignals();
+    base::resetInheritedSignals();
     ipc::guardThisProcess();
     Application app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("bluetoothlauncher"));

@@ -2,7 +2,7 @@
 
 #include "DisplayText.h"
 #include "Failure.h"
-#include "text/NearestOption.h"
+#include "base/NearestOption.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,7 +40,7 @@ QStringList offeredSubcommands(const CLI::App& app)
 QString unknownSubcommand(const CLI::App& app, const std::string& typed)
 {
     const QStringList offered = offeredSubcommands(app);
-    const QString near = text::nearestWord(QString::fromStdString(typed), offered);
+    const QString near = base::nearestWord(QString::fromStdString(typed), offered);
     return QStringLiteral("%1 is no subcommand; %2")
         .arg(shown(typed),
              near.isEmpty() ? QStringLiteral("there are ") + offered.join(QStringLiteral(", "))
@@ -81,11 +81,11 @@ QString unexpected(const CLI::App& app)
     const std::string& word = words.front();
     const bool isOption = word.size() > 1 && word.front() == '-';
     if (isOption && &subcommand != &app && takesText(subcommand)) {
-        return text::unknownOption(subcommand, word)
+        return base::unknownOption(subcommand, word)
             + QStringLiteral(R"( (a text that begins with "-" goes behind "--"))");
     }
     if (isOption) {
-        return text::unknownOption(subcommand, word);
+        return base::unknownOption(subcommand, word);
     }
     if (&subcommand == &app) {
         return unknownSubcommand(app, word);

@@ -1,8 +1,8 @@
 #include "ItemNames.h"
 
+#include "base/NearestWord.h"
 #include "common/DisplayText.h"
 #include "items/ItemPattern.h"
-#include "text/NearestWord.h"
 
 #include <QRegularExpression>
 
@@ -49,7 +49,7 @@ QString nearest(const Items& items, const QString& typed)
             candidates += candidate;
         }
     }
-    return text::nearestWord(name, candidates);
+    return base::nearestWord(name, candidates);
 }
 
 /// The module that "module:id" names; empty for a full address, for an id and for one with an index.

@@ -1,6 +1,6 @@
 #include "Commands.h"
 #include "Recording.h"
-#include "process/EndingSignals.h"
+#include "base/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -20,8 +20,8 @@ cli::ExitStatus runRecord(const Request& request, cli::Output& output)
             { ExitStatus::Usage,
               QStringLiteral("\"%1\" is no name of a recording, which ends with .rec").arg(path) });
     }
-    const process::EndingSignals signalsToEnd;
-    QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
+    const base::EndingSignals signalsToEnd;
+    QObject::connect(&signalsToEnd, &base::EndingSignals::received, qApp, &QCoreApplication::quit);
     Recording recording;
     ExitStatus status = ExitStatus::Done;
     QObject::connect(&recording, &Recording::propertiesMissing, qApp, [&](const QString& reason) {
