@@ -1,5 +1,5 @@
 #include "world/ChildProcess.h"
-#include "process/EndingSignals.h"
+#include "base/EndingSignals.h"
 #include "support/Rows.h"
 #include "world/Descendants.h"
 
@@ -81,7 +81,7 @@ private Q_SLOTS:
     // A copy shares what wakes this process.
     void signalToACopyEndsTheCopy()
     {
-        const process::EndingSignals ending;
+        const base::EndingSignals ending;
         const pid_t copy = fork();
         if (copy == 0) {
             _exit(raise(SIGTERM));

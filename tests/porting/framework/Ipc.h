@@ -183,40 +183,39 @@ public:
         if (ServerItem* const config = item(id)) {
             config->store(value);
         }
+        return true;
     }
-    return true;
-} bool setResult(Text id, const QVariant& value, bool flag)
-{
-    record("setResult", id, value, flag);
-    return true;
-}
-void setActionApplicable(Text address, bool applicable)
-{
-    record("setActionApplicable", address, applicable);
-}
+    bool setResult(Text id, const QVariant& value, bool flag)
+    {
+        record("setResult", id, value, flag);
+        return true;
+    }
+    void setActionApplicable(Text address, bool applicable)
+    {
+        record("setActionApplicable", address, applicable);
+    }
 
-// For those who look at it.
-std::map<QString, boost::function<void()>> commands;
-std::map<QString, boost::function<std::string(const std::string&)>> textCommands;
+    // For those who look at it.
+    std::map<QString, boost::function<void()>> commands;
+    std::map<QString, boost::function<std::string(const std::string&)>> textCommands;
 
 Q_SIGNALS:
-void itemChanged(const QString& id);
+    void itemChanged(const QString& id);
 
 private:
-Items add(Text id, const QVariant& value)
-{
-    const QString address = ":config:bluetoothlauncher:bluetooth:" + id + ':';
-    m_items[id] = m_items[address] = std::make_shared<ServerItem>(*this, address, value);
-    return { item(id) };
-}
-ServerItem* item(const QString& id) const
-{
-    const auto found = m_items.find(id);
-    return found == m_items.end() ? nullptr : found->second.get();
-}
-mutable std::map<QString, std::shared_ptr<ServerItem>> m_items; ///< by id and by address
-}
-;
+    Items add(Text id, const QVariant& value)
+    {
+        const QString address = ":config:bluetoothlauncher:bluetooth:" + id + ':';
+        m_items[id] = m_items[address] = std::make_shared<ServerItem>(*this, address, value);
+        return { item(id) };
+    }
+    ServerItem* item(const QString& id) const
+    {
+        const auto found = m_items.find(id);
+        return found == m_items.end() ? nullptr : found->second.get();
+    }
+    mutable std::map<QString, std::shared_ptr<ServerItem>> m_items; ///< by id and by address
+};
 
 inline void ServerItem::store(const QVariant& value)
 {
