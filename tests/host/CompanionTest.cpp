@@ -1,11 +1,15 @@
 // The record of the companion application's connections, all the way: a simulated phone connects, the module
 // tells the stand-in of the mobile synchronisation module, and people read it there.
+#include "KelAggregate.h"
 #include "client/KELClientInterface.h"
 #include "support/PrivateView.h"
 #include "support/Programs.h"
+#include "support/Rows.h"
 #include "world/World.h"
 
 #include <QTest>
+
+#include <memory>
 
 namespace {
 
@@ -13,6 +17,8 @@ const QString Phone = "00:11:22:33:44:08";
 constexpr qulonglong PhoneAddress = 0x001122334408;
 
 } // namespace
+
+Q_DECLARE_METATYPE(std::string)
 
 class CompanionTest : public QObject
 {
@@ -45,6 +51,39 @@ private Q_SLOTS:
             QTRY_COMPARE(record(),
                          (QVariantMap{ { "deviceAddr", PhoneAddress }, { "deviceConnected", connected } }));
         }
+        QCOMPARE(record()["deviceAddr"].userType(), static_cast<int>(QMetaType::ULongLong));
+        QCOMPARE(record()["deviceConnected"].userType(), static_cast<int>(QMetaType::Bool));
+    }
+
+    void propertiesHaveExactTypes_data()
+    {
+        const Rows<std::string, QVariant, bool> row("name", "value", "taken");
+        row("an address", "address", ~0ULL, true);
+        row("a flag", "connected", true, true);
+        row("an address for a flag", "connected", 1ULL, false);
+        row("a flag for an address", "address", true, false);
+        row("of more than one type", "connected and more", true, false);
+        row("of another case", "Address", 1ULL, false);
+    }
+
+    void propertiesHaveExactTypes()
+    {
+        QFETCH(std::string, name);
+        QFETCH(QVariant, value);
+        QFETCH(bool, taken);
+        const auto descriptor = std::make_shared<KelAggregateDescriptor>();
+        (*descriptor)["address"] = static_cast<KELItemStatusFlags>(0x20000);
+        (*descriptor)["connected"] = static_cast<KELItemStatusFlags>(0x1000);
+        (*descriptor)["connected and more"] = static_cast<KELItemStatusFlags>(0x1001);
+        KelAggregate aggregate(descriptor);
+        if (!taken) {
+            const QString text = "Property not found, or value not correct type, property name: \"%1\"";
+            QTest::ignoreMessage(QtWarningMsg, qPrintable(text.arg(QString::fromStdString(name))));
+        }
+        value.type() == QVariant::Bool ? aggregate.setPropertyValue(name, value.toBool())
+                                       : aggregate.setPropertyValue(name, value.toULongLong());
+        const QVariantMap expected{ { QString::fromStdString(name), value } };
+        QCOMPARE(aggregate.toVariant(), QVariant(taken ? expected : QVariantMap()));
     }
 
     void peopleReadTheRecordExactly()

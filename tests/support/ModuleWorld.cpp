@@ -65,40 +65,6 @@ QString ModuleWorld::trigger(const QString& action, const QString& text) const
     return reply ? *reply : reply.error().message;
 }
 
-QString ModuleWorld::scanDifference(const QStringList& expected) const
-{
-    return listDifference("scanresults", expected,
-                          rows({ "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength" }));
-}
-
-QString ModuleWorld::pairDifference(const QStringList& expected) const
-{
-    return listDifference("pairlist", expected,
-                          rows({ "pairlistAddr", "pairlistName", "pairlistConnectionState" }));
-}
-
-QStringList ModuleWorld::rows(const QStringList& ids) const
-{
-    const auto items = noted(m_client->list({ "bluetooth:scanresults*", "bluetooth:pairlist*" }));
-    if (!items) {
-        return { items.error().message };
-    }
-    QHash<QString, QString> values;
-    for (const ipc::ItemRecord& item : items->items) {
-        values.insert(item.properties["id"].toString() + item.properties["index"].toString(),
-                      item.properties["value"].toString());
-    }
-    QStringList rows;
-    for (int i = 0; i < 32; ++i) {
-        const QString index = QString::number(i);
-        rows << values[ids[0] + index] + '|' + values[ids[1] + index] + '|' + values[ids[2] + index];
-    }
-    while (!rows.isEmpty() && rows.last() == "||0") {
-        rows.removeLast();
-    }
-    return rows;
-}
-
 bool ModuleWorld::daemonAppears()
 {
     return m_daemon->appear() && settle();
@@ -115,7 +81,7 @@ bool ModuleWorld::settle()
     return settle(*m_daemon);
 }
 
-bool ModuleWorld::settle(const ScriptedDaemon& daemon)
+bool ModuleWorld::settle(ScriptedDaemon& daemon)
 {
     // There: what the daemon sent waits for the host. Through the host: it has been worked off, and its
     // writes to other servers are on their way. Back: what it asked the daemon for has come, and what it
@@ -127,7 +93,7 @@ bool ModuleWorld::settle(const ScriptedDaemon& daemon)
     return true;
 }
 
-bool ModuleWorld::hostAnswers(const ScriptedDaemon& daemon)
+bool ModuleWorld::hostAnswers(ScriptedDaemon& daemon)
 {
     const pid_t host = m_world.hostPid();
     if (m_connectionsOwner != host) {
@@ -165,21 +131,6 @@ QString ModuleWorld::applicabilityDifference(const QString& item, bool expected)
         return {};
     }
     return QString("%1: expected that it %2").arg(item, expected ? "applies" : "does not apply");
-}
-
-QString listDifference(const QString& list, const QStringList& expected, const QStringList& found)
-{
-    if (found == expected) {
-        return {};
-    }
-    int at = 0;
-    while (at < expected.size() && at < found.size() && expected[at] == found[at]) {
-        ++at;
-    }
-    const auto shown = [at](const QStringList& rows) {
-        return at < rows.size() ? '"' + rows[at] + '"' : QString("the end");
-    };
-    return QString("%1, row %2: expected %3, found %4").arg(list).arg(at).arg(shown(expected), shown(found));
 }
 
 int ModuleWorld::countInOutput(const QString& line) const

@@ -1,13 +1,12 @@
 #include "Programs.h"
 
-Finished run(const QString& program, const QStringList& arguments, const Run& how)
+void start(QProcess& process, const QString& program, const QStringList& arguments, const Run& how)
 {
     QStringList words{ program };
     if (how.ordinaryUser) {
         words = QStringList{ "setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", program };
     }
     words << arguments;
-    QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const auto& [name, value] : how.environment) {
         environment.insert(name, value);
@@ -15,6 +14,12 @@ Finished run(const QString& program, const QStringList& arguments, const Run& ho
     process.setProcessEnvironment(environment);
     process.setWorkingDirectory(how.folder);
     process.start(words.takeFirst(), words);
+}
+
+Finished run(const QString& program, const QStringList& arguments, const Run& how)
+{
+    QProcess process;
+    start(process, program, arguments, how);
     return finish(process);
 }
 

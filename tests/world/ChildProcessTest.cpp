@@ -1,4 +1,5 @@
 #include "world/ChildProcess.h"
+#include "base/EndingSignals.h"
 #include "support/Rows.h"
 #include "world/Descendants.h"
 
@@ -75,6 +76,19 @@ private Q_SLOTS:
         const int count = poll(&ended, 1, 5000);
         kill(child, SIGKILL);
         QCOMPARE(count, 1);
+    }
+
+    // A copy shares what wakes this process.
+    void signalToACopyEndsTheCopy()
+    {
+        const base::EndingSignals ending;
+        const pid_t copy = fork();
+        if (copy == 0) {
+            _exit(raise(SIGTERM));
+        }
+        int status = 0;
+        QCOMPARE(waitpid(copy, &status, 0), copy);
+        QCOMPARE(WEXITSTATUS(status), 128 + SIGTERM);
     }
 
     void belongsToItsPlace_data()
