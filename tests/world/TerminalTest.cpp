@@ -42,7 +42,7 @@ QStringList inShell(const QStringList& words)
 {
     const QString script = "trap : INT QUIT\n"
                            "\"$@\"; status=$?\n"
-                           "trap - INT QUIT; echo \"ended $status\"; exec sleep 1000";
+                           "trap - INT QUIT; printf '\\nended %s\\n' $status; exec sleep 1000";
     return QStringList{ "sh", "-c", script, "sh" } + words;
 }
 
