@@ -38,21 +38,24 @@ ListModule::ListModule(int others, bool withExpressions)
     status.add(QStringLiteral("On"), QStringLiteral("BLUETOOTHSTATUS_ON"), 3);
     addEnumResult(QStringLiteral("status"), QStringLiteral("Status"), 3, status, EMPTYQS, 1);
     QStringList usable;
-    for (int row = 0; row < Rows; ++row)
+    for (int row = 0; row < Rows; ++row) {
         usable << Usable.arg(row);
-    for (const char* id : { "pairlistAddr", "pairlistName" })
+    }
+    for (const char* id : { "pairlistAddr", "pairlistName" }) {
         addStringResult(QLatin1String(id), QStringLiteral("Text"), EMPTYQS, concatForInstances(usable), Rows,
                         EMPTYQS);
+    }
     EnumType state(QStringLiteral("eConnection"), nullptr);
     state.add(QStringLiteral("Not Connected"), QStringLiteral("NOT_CONNECTED"), 0);
     state.add(QStringLiteral("Connected"), QStringLiteral("CONNECTED"), 1);
     addEnumResult(QStringLiteral("pairlistConnectionState"), QStringLiteral("Connection State"), 0, state,
                   concatForInstances(usable), Rows);
     addBoolResult(QStringLiteral("isAnyDeviceConnected"), QStringLiteral("Any"), false, EMPTYQS, 1, EMPTYQS);
-    for (int i = 0; i < others; ++i)
+    for (int i = 0; i < others; ++i) {
         addStringResult(
             QStringLiteral("other%1").arg(i), QStringLiteral("One of Many"), QStringLiteral("value"),
             withExpressions ? Usable.arg(i % Rows) + QStringLiteral(" || %1").arg(i) : EMPTYQS, 1, EMPTYQS);
+    }
     AddActionStringParam(QStringLiteral("update"), QStringLiteral("Update the List"),
                          [this](const std::string& request) { return update(request); });
 }
@@ -65,10 +68,11 @@ std::string ListModule::update(const std::string& request)
     QEventLoop loop;
     QTimer turns;
     connect(&turns, &QTimer::timeout, this, [&] {
-        if (left-- > 0)
+        if (left-- > 0) {
             updateOnce(kind);
-        else
+        } else {
             loop.quit();
+        }
     });
     turns.start(0);
     loop.exec();
@@ -77,14 +81,16 @@ std::string ListModule::update(const std::string& request)
 
 void ListModule::updateOnce(const QString& kind)
 {
-    if (kind != QLatin1String("same"))
+    if (kind != QLatin1String("same")) {
         ++m_generation;
+    }
     if (kind == QLatin1String("separate")) {
         sendSeparately();
         return;
     }
-    for (int row = 0; row < Rows; ++row)
+    for (int row = 0; row < Rows; ++row) {
         writeRow(row, kind == QLatin1String("all") || row == ChangedRow ? m_generation : 0);
+    }
     setResult(QStringLiteral("isAnyDeviceConnected"), kind == QLatin1String("all") && m_generation % 2 == 0,
               true);
 }
@@ -100,8 +106,9 @@ void ListModule::sendSeparately()
 {
     const auto send = [this](const QString& id, const QVariant& value, const QString& text) {
         QVariantMap properties{ { QStringLiteral("value"), value } };
-        if (!text.isEmpty())
+        if (!text.isEmpty()) {
             properties.insert(QStringLiteral("text"), text);
+        }
         QDBusMessage signal = QDBusMessage::createSignal(ipc::names::ObjectPath, ipc::names::Interface,
                                                          QStringLiteral("Changed"));
         signal << qulonglong(m_generation)

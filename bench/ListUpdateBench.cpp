@@ -48,8 +48,9 @@ int serve(const QStringList& arguments)
 int watch(const QString& name)
 {
     KELClientInterface client(Server, QDBusConnection::sessionBus());
-    if (!client.watch())
+    if (!client.watch()) {
         return 1;
+    }
     QDBusConnection::sessionBus().registerService(name);
     return QCoreApplication::exec();
 }
@@ -69,8 +70,9 @@ public:
         QDBusConnection::sessionBus(); // past the counter; Qt keeps the first address
         const QString busSocket = m_folder.filePath(QStringLiteral("session.bus"));
         const QString countedSocket = m_folder.filePath(QStringLiteral("counted.bus"));
-        if (!m_counter.start(busSocket, countedSocket))
+        if (!m_counter.start(busSocket, countedSocket)) {
             return 1;
+        }
         m_countedAddress = "unix:path=" + countedSocket.toLocal8Bit();
 
         startServer(0, false);
@@ -112,13 +114,15 @@ private:
         auto process = std::make_unique<world::ChildProcess>();
         world::Command command;
         command.arguments = QStringList{ QCoreApplication::applicationFilePath() } + arguments;
-        if (process->start(command) != 0)
+        if (process->start(command) != 0) {
             qFatal("%s cannot be started", qPrintable(arguments.first()));
+        }
         QDBusServiceWatcher watcher(awaitedName, QDBusConnection::sessionBus(),
                                     QDBusServiceWatcher::WatchForRegistration);
         QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, &loop, &QEventLoop::quit);
-        if (!isOnBus(awaitedName))
+        if (!isOnBus(awaitedName)) {
             loop.exec();
+        }
         return process;
     }
 
@@ -167,8 +171,9 @@ private:
         QDBusPendingCallWatcher answer(QDBusConnection::sessionBus().asyncCall(call, 600'000));
         QObject::connect(&answer, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
         loop.exec();
-        if (answer.isError())
+        if (answer.isError()) {
             qFatal("%s", qPrintable(answer.error().message()));
+        }
     }
 
     void measureAll(const char* watchers)
@@ -215,9 +220,11 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == QLatin1String("serve"))
+    if (arguments.value(1) == QLatin1String("serve")) {
         return serve(arguments);
-    if (arguments.value(1) == QLatin1String("watch"))
+    }
+    if (arguments.value(1) == QLatin1String("watch")) {
         return watch(arguments.value(2));
+    }
     return Bench().run();
 }

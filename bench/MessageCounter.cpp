@@ -28,8 +28,9 @@ bool MessageCounter::start(const QString& busSocket, const QString& countedSocke
 
 void MessageCounter::accept()
 {
-    if (m_client != nullptr)
+    if (m_client != nullptr) {
         m_client->disconnect(this); // its end is none of the new client's
+    }
     m_client = m_server.nextPendingConnection();
     m_isAuthenticated = false;
     m_uncounted.clear();
@@ -50,8 +51,9 @@ void MessageCounter::count(const QByteArray& sent)
     m_uncounted += sent;
     if (!m_isAuthenticated) {
         const int end = m_uncounted.indexOf(AuthenticationEnd);
-        if (end < 0)
+        if (end < 0) {
             return;
+        }
         m_isAuthenticated = true;
         m_uncounted.remove(0, end + AuthenticationEnd.size());
     }
@@ -60,8 +62,9 @@ void MessageCounter::count(const QByteArray& sent)
         const QByteArray header = m_uncounted.mid(at, FixedLength);
         const int fields = (lengthAt(header, FieldsLengthPosition) + 7) / 8 * 8;
         const int length = FixedLength + fields + lengthAt(header, BodyLengthPosition);
-        if (m_uncounted.size() - at < length)
+        if (m_uncounted.size() - at < length) {
             break;
+        }
         if (header[TypePosition] == SignalType) {
             ++messages;
             bytes += length;

@@ -8,8 +8,9 @@ double cpuMicroseconds(pid_t process)
 {
     clockid_t clock = 0;
     timespec time = {};
-    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0)
+    if (clock_getcpuclockid(process, &clock) != 0 || clock_gettime(clock, &time) != 0) {
         return 0;
+    }
     return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
 }
 
@@ -19,8 +20,9 @@ long ownMemory(pid_t process)
     std::string word;
     long amount = 0;
     while (status >> word) {
-        if (word == "Private_Dirty:" && status >> amount)
+        if (word == "Private_Dirty:" && status >> amount) {
             return amount;
+        }
     }
     return 0;
 }

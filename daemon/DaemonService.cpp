@@ -32,10 +32,10 @@ QDBusVariant payload(const Value& value)
     return QDBusVariant(QVariant::fromValue(value));
 }
 
-QString errorName(Error error)
+QString errorName(base::Failure kind)
 {
     return serviceName() + QLatin1String(".Error.")
-        + QLatin1String(QMetaEnum::fromType<Error>().valueToKey(static_cast<int>(error)));
+        + QLatin1String(QMetaEnum::fromType<base::Failure>().valueToKey(static_cast<int>(kind)));
 }
 
 QString ownerOf(const QString& name, QDBusConnectionInterface& bus)
@@ -179,26 +179,25 @@ void DaemonService::withdraw()
     m_bus.unregisterObject(objectPath());
 }
 
-void DaemonService::answer(const Outcome& outcome, const QString& property)
+void DaemonService::answer(const base::Result<>& done, const QString& property)
 {
-    if (!outcome) {
+    if (done) {
         return;
     }
     const QString request = calledFromDBus() ? message().member() : property;
-    notice(QStringLiteral("%1 refused: %2").arg(request, outcome->text));
+    notice(QStringLiteral("%1 refused: %2").arg(request, done.error().text));
     if (calledFromDBus()) {
-        sendErrorReply(errorName(outcome->error), outcome->text);
+        sendErrorReply(errorName(done.error().kind), done.error().text);
     }
 }
 
 void DaemonService::setMyAddress(qulonglong address)
 {
     if (address != m_address) {
-        answer(
-            Refusal{
-                Error::InvalidArgument,
-                QStringLiteral("the radio's own address stays %1").arg(AddressHelper::int2str(m_address)) },
-            QStringLiteral("myAddress"));
+        answer(base::error(
+                   QStringLiteral("the radio's own address stays %1").arg(AddressHelper::int2str(m_address)),
+                   base::Failure::InvalidArgument),
+               QStringLiteral("myAddress"));
     }
 }
 

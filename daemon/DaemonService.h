@@ -2,6 +2,7 @@
 
 #include "DaemonTypes.h"
 #include "RadioTypes.h"
+#include "base/Result.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>
@@ -107,7 +108,7 @@ private:
     void openWifed(qulonglong address);
     void closeWifed(qulonglong address);
     /// @param property the one that was to be written; empty when a method was called.
-    void answer(const Outcome& outcome, const QString& property = {});
+    void answer(const base::Result<>& done, const QString& property = {});
 
     Radio& m_radio;
     QDBusConnection m_bus;

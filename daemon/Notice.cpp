@@ -1,6 +1,6 @@
 #include "Notice.h"
 
-#include "text/Escaped.h"
+#include "base/Escaped.h"
 
 #include <cstdio>
 
@@ -9,7 +9,7 @@ namespace bt {
 // In one piece, so that it stays a line of its own among those of other programs.
 void notice(const QString& text)
 {
-    const QByteArray line = "notice: " + text::escaped(text).toUtf8() + '\n';
+    const QByteArray line = "notice: " + base::escaped(text).toUtf8() + '\n';
     std::fputs(line.constData(), stderr);
 }
 

@@ -4,14 +4,15 @@
 
 namespace bt {
 
-Outcome PairingAttempt::nothingPending(const QString& question) const
+base::Result<> PairingAttempt::nothingPending(const QString& question) const
 {
     const QString fits = waitsForPin()
         ? QStringLiteral("; the one under way waits for a PIN, PINreply or PINdecline")
         : waitsForConfirmation()
         ? QStringLiteral("; the one under way waits for a confirmation, ConfirmCode or RejectCode")
         : QString();
-    return Refusal{ Error::NothingPending, QStringLiteral("no pairing waits for %1%2").arg(question, fits) };
+    return base::error(QStringLiteral("no pairing waits for %1%2").arg(question, fits),
+                       base::Failure::NothingPending);
 }
 
 bool PairingAttempt::waitsForPin() const
@@ -26,12 +27,12 @@ bool PairingAttempt::waitsForConfirmation() const
             || m_progress.state == PairState::NeedSimpleConfirmation);
 }
 
-Outcome PairingAttempt::pinReply(const QString& pin)
+base::Result<> PairingAttempt::pinReply(const QString& pin)
 {
     return waitsForPin() ? takePin(pin) : nothingPending(QStringLiteral("a PIN"));
 }
 
-Outcome PairingAttempt::pinDecline()
+base::Result<> PairingAttempt::pinDecline()
 {
     if (!waitsForPin()) {
         return nothingPending(QStringLiteral("a PIN"));
@@ -40,7 +41,7 @@ Outcome PairingAttempt::pinDecline()
     return {};
 }
 
-Outcome PairingAttempt::confirm()
+base::Result<> PairingAttempt::confirm()
 {
     if (!waitsForConfirmation()) {
         return nothingPending(QStringLiteral("a confirmation"));
@@ -49,7 +50,7 @@ Outcome PairingAttempt::confirm()
     return {};
 }
 
-Outcome PairingAttempt::reject()
+base::Result<> PairingAttempt::reject()
 {
     if (!waitsForConfirmation()) {
         return nothingPending(QStringLiteral("a confirmation"));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RadioTypes.h"
+#include "base/Result.h"
 
 #include <QObject>
 
@@ -17,10 +18,10 @@ public:
     [[nodiscard]] const PairingProgress& progress() const { return m_progress; }
     [[nodiscard]] bool isUnderWay() const { return !isSettled(m_progress.state); }
 
-    Outcome pinReply(const QString& pin);
-    Outcome pinDecline();
-    Outcome confirm();
-    Outcome reject();
+    base::Result<> pinReply(const QString& pin);
+    base::Result<> pinDecline();
+    base::Result<> confirm();
+    base::Result<> reject();
 
 Q_SIGNALS:
     void progressed();
@@ -41,13 +42,13 @@ protected:
 private:
     /// Empty while it is not known.
     [[nodiscard]] virtual QString deviceName() const = 0;
-    virtual Outcome takePin(const QString& pin) = 0;
+    virtual base::Result<> takePin(const QString& pin) = 0;
     virtual void takeConsent() = 0;
     virtual void takeRefusal() = 0;
 
     [[nodiscard]] bool waitsForConfirmation() const;
     [[nodiscard]] bool waitsForPin() const;
-    [[nodiscard]] Outcome nothingPending(const QString& question) const;
+    [[nodiscard]] base::Result<> nothingPending(const QString& question) const;
     void refuse();
 
     qulonglong m_address;

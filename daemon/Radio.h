@@ -2,6 +2,7 @@
 
 #include "DaemonTypes.h"
 #include "RadioTypes.h"
+#include "base/Result.h"
 
 #include <QObject>
 
@@ -22,27 +23,27 @@ public:
     /// Ends everything and is off when it returns.
     virtual void stop() = 0;
 
-    virtual Outcome setPowered(bool on) = 0;
-    virtual Outcome setLocalName(const QString& name) = 0;
+    virtual base::Result<> setPowered(bool on) = 0;
+    virtual base::Result<> setLocalName(const QString& name) = 0;
 
-    virtual Outcome scan() = 0;
-    virtual Outcome cancelScan() = 0;
+    virtual base::Result<> scan() = 0;
+    virtual base::Result<> cancelScan() = 0;
 
-    virtual Outcome pair(qulonglong address) = 0;
-    virtual Outcome unpair(qulonglong address) = 0;
-    virtual Outcome pinReply(const QString& pin) = 0;
-    virtual Outcome pinDecline() = 0;
-    virtual Outcome confirmCode() = 0;
-    virtual Outcome rejectCode() = 0;
+    virtual base::Result<> pair(qulonglong address) = 0;
+    virtual base::Result<> unpair(qulonglong address) = 0;
+    virtual base::Result<> pinReply(const QString& pin) = 0;
+    virtual base::Result<> pinDecline() = 0;
+    virtual base::Result<> confirmCode() = 0;
+    virtual base::Result<> rejectCode() = 0;
 
-    virtual Outcome connectDevice(qulonglong address) = 0;
-    virtual Outcome disconnectDevice(qulonglong address) = 0;
+    virtual base::Result<> connectDevice(qulonglong address) = 0;
+    virtual base::Result<> disconnectDevice(qulonglong address) = 0;
     /// Ends the connections of iOS accessories.
-    virtual Outcome killIap() = 0;
+    virtual base::Result<> killIap() = 0;
 
-    virtual Outcome registerRfcommUuid(const QString& uuid) = 0;
-    virtual Outcome unregisterRfcommUuid(const QString& uuid) = 0;
-    virtual Outcome sendWifedSocket(const QString& text) = 0;
+    virtual base::Result<> registerRfcommUuid(const QString& uuid) = 0;
+    virtual base::Result<> unregisterRfcommUuid(const QString& uuid) = 0;
+    virtual base::Result<> sendWifedSocket(const QString& text) = 0;
 
 Q_SIGNALS:
     void addressChanged(qulonglong address);

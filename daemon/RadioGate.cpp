@@ -11,9 +11,9 @@ namespace {
 
 constexpr qulonglong LargestAddress = 0xFFFFFFFFFFFFULL;
 
-Outcome noPairing()
+base::Result<> noPairing()
 {
-    return Refusal{ Error::NothingPending, QStringLiteral("no pairing waits for an answer") };
+    return base::error(QStringLiteral("no pairing waits for an answer"), base::Failure::NothingPending);
 }
 
 } // namespace
@@ -43,47 +43,47 @@ QString RadioGate::whyNotOn() const
     }
 }
 
-Outcome RadioGate::notOn() const
+base::Result<> RadioGate::requireOn() const
 {
     if (m_status == Status::On) {
         return {};
     }
-    return Refusal{ Error::NotReady, whyNotOn() };
+    return base::error(whyNotOn(), base::Failure::NotReady);
 }
 
-Outcome RadioGate::busyPairing(const QString& instead) const
+base::Result<> RadioGate::requireNoPairing(const QString& instead) const
 {
     const PairingAttempt* pairing = attempt();
     if (pairing == nullptr || !pairing->isUnderWay()) {
         return {};
     }
-    return Refusal{
-        Error::InProgress,
-        QStringLiteral("%1 is being paired; %2").arg(AddressHelper::int2str(pairing->address()), instead)
-    };
+    return base::error(
+        QStringLiteral("%1 is being paired; %2").arg(AddressHelper::int2str(pairing->address()), instead),
+        base::Failure::InProgress);
 }
 
-Outcome RadioGate::setLocalName(const QString& name)
+base::Result<> RadioGate::setLocalName(const QString& name)
 {
     if (name.isEmpty()) {
-        return Refusal{ Error::InvalidArgument,
-                        QStringLiteral("the local name is empty; it needs a character") };
+        return base::error(QStringLiteral("the local name is empty; it needs a character"),
+                           base::Failure::InvalidArgument);
     }
     takeName(name);
     Q_EMIT localNameChanged(name);
     return {};
 }
 
-Outcome RadioGate::scan()
+base::Result<> RadioGate::scan()
 {
-    if (Outcome refused = notOn()) {
-        return refused;
+    if (base::Result<> ready = requireOn(); !ready) {
+        return ready;
     }
     if (m_scanning) {
-        return Refusal{ Error::InProgress, QStringLiteral("a scan runs already; CancelScan ends it") };
+        return base::error(QStringLiteral("a scan runs already; CancelScan ends it"),
+                           base::Failure::InProgress);
     }
-    if (Outcome busy = busyPairing(QStringLiteral("scan when that has ended"))) {
-        return busy;
+    if (base::Result<> idle = requireNoPairing(QStringLiteral("scan when that has ended")); !idle) {
+        return idle;
     }
     m_scanning = true;
     startScan();
@@ -99,22 +99,22 @@ void RadioGate::endScan()
     }
 }
 
-Outcome RadioGate::cancelScan()
+base::Result<> RadioGate::cancelScan()
 {
     if (!m_scanning) {
-        return Refusal{ Error::NothingPending, QStringLiteral("no scan runs") };
+        return base::error(QStringLiteral("no scan runs"), base::Failure::NothingPending);
     }
     endScan();
     return {};
 }
 
-Outcome RadioGate::pair(qulonglong address)
+base::Result<> RadioGate::pair(qulonglong address)
 {
-    if (Outcome refused = notOn()) {
-        return refused;
+    if (base::Result<> ready = requireOn(); !ready) {
+        return ready;
     }
-    if (Outcome busy = busyPairing(QStringLiteral("one pairing at a time"))) {
-        return busy;
+    if (base::Result<> idle = requireNoPairing(QStringLiteral("one pairing at a time")); !idle) {
+        return idle;
     }
     endScan();
     if (isPaired(address)) {
@@ -139,29 +139,29 @@ QString RadioGate::whyNobody(qulonglong address) const
               .arg(address == 0 ? AddressHelper::int2str(0) : QStringLiteral("0x%1").arg(address, 0, 16));
 }
 
-Outcome RadioGate::answer(Outcome (PairingAttempt::*how)())
+base::Result<> RadioGate::answer(base::Result<> (PairingAttempt::*how)())
 {
     PairingAttempt* pairing = attempt();
     return pairing != nullptr ? (pairing->*how)() : noPairing();
 }
 
-Outcome RadioGate::pinReply(const QString& pin)
+base::Result<> RadioGate::pinReply(const QString& pin)
 {
     PairingAttempt* pairing = attempt();
     return pairing != nullptr ? pairing->pinReply(pin) : noPairing();
 }
 
-Outcome RadioGate::pinDecline()
+base::Result<> RadioGate::pinDecline()
 {
     return answer(&PairingAttempt::pinDecline);
 }
 
-Outcome RadioGate::confirmCode()
+base::Result<> RadioGate::confirmCode()
 {
     return answer(&PairingAttempt::confirm);
 }
 
-Outcome RadioGate::rejectCode()
+base::Result<> RadioGate::rejectCode()
 {
     return answer(&PairingAttempt::reject);
 }

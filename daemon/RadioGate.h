@@ -2,6 +2,7 @@
 
 #include "PairingAttempt.h"
 #include "Radio.h"
+#include "base/Result.h"
 
 namespace bt {
 
@@ -18,14 +19,14 @@ class RadioGate : public Radio
     Q_OBJECT
 
 public:
-    Outcome setLocalName(const QString& name) final;
-    Outcome scan() final;
-    Outcome cancelScan() final;
-    Outcome pair(qulonglong address) final;
-    Outcome pinReply(const QString& pin) final;
-    Outcome pinDecline() final;
-    Outcome confirmCode() final;
-    Outcome rejectCode() final;
+    base::Result<> setLocalName(const QString& name) final;
+    base::Result<> scan() final;
+    base::Result<> cancelScan() final;
+    base::Result<> pair(qulonglong address) final;
+    base::Result<> pinReply(const QString& pin) final;
+    base::Result<> pinDecline() final;
+    base::Result<> confirmCode() final;
+    base::Result<> rejectCode() final;
 
 protected:
     [[nodiscard]] Status status() const { return m_status; }
@@ -35,8 +36,8 @@ protected:
 
     // What refuses a request, if anything does, with what a person can do about it.
     [[nodiscard]] virtual QString whyNotOn() const;
-    [[nodiscard]] Outcome notOn() const;
-    [[nodiscard]] Outcome busyPairing(const QString& instead) const;
+    [[nodiscard]] base::Result<> requireOn() const;
+    [[nodiscard]] base::Result<> requireNoPairing(const QString& instead) const;
 
     [[nodiscard]] bool isScanning() const { return m_scanning; }
     /// Why no device can have this address; empty when one may have it.
@@ -53,7 +54,7 @@ private:
     /// The last pairing, settled or not; null before the first one and after the radio went off.
     [[nodiscard]] virtual PairingAttempt* attempt() const = 0;
 
-    Outcome answer(Outcome (PairingAttempt::*how)());
+    base::Result<> answer(base::Result<> (PairingAttempt::*how)());
 
     Status m_status = Status::NoDevice;
     bool m_scanning = false;

@@ -3,8 +3,6 @@
 #include <QObject>
 #include <QString>
 
-#include <optional>
-
 /// What a radio tells and answers. The numbers are those of the daemon's interface.
 namespace bt {
 Q_NAMESPACE
@@ -54,29 +52,5 @@ inline QString unknownDevice(const QString& address)
 {
     return UnknownName + QStringLiteral(" - ") + address;
 }
-
-/// Why a command was not taken.
-enum class Error {
-    Failed,
-    NotReady, ///< the radio is not on
-    InProgress, ///< something else has to end first
-    InvalidArgument,
-    NotPaired,
-    NotConnected,
-    NothingPending, ///< an answer without a question
-    AlreadyRegistered,
-    NotRegistered
-};
-Q_ENUM_NS(Error)
-
-struct Refusal
-{
-    Error error = Error::Failed;
-    /// What was wrong and what would be right, for a person.
-    QString text;
-};
-
-/// None when the command was taken; how it goes on is told by the radio's signals.
-using Outcome = std::optional<Refusal>;
 
 } // namespace bt

@@ -4,10 +4,10 @@
 #include "Options.h"
 
 #include "RegistrationModule.h"
+#include "base/BusLoss.h"
+#include "base/EndingSignals.h"
 #include "bus/ItemServer.h"
 #include "items/ForkGuard.h"
-#include "process/BusLoss.h"
-#include "process/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -45,15 +45,16 @@ void installTranslation(QTranslator& translator)
 {
     const QString folder =
         QCoreApplication::applicationDirPath() + QStringLiteral("/../share/bluetoothlauncher/translations");
-    if (translator.load(QLocale(), QStringLiteral("bluetooth"), QStringLiteral("_"), folder))
+    if (translator.load(QLocale(), QStringLiteral("bluetooth"), QStringLiteral("_"), folder)) {
         QCoreApplication::installTranslator(&translator);
+    }
 }
 
 // Neither comes back by itself: without the session bus nobody reaches the items, without the system bus the
 // module shows for ever what it saw last. A new host finds the new bus, and the stored configs.
-void endWithBus(const process::BusLoss& bus, const char* name)
+void endWithBus(const base::BusLoss& bus, const char* name)
 {
-    QObject::connect(&bus, &process::BusLoss::lost, qApp, [name] {
+    QObject::connect(&bus, &base::BusLoss::lost, qApp, [name] {
         QCoreApplication::exit(
             fail(QStringLiteral("the %1 bus has ended; start this program again when it is "
                                 "back, all configs are stored")
@@ -63,24 +64,26 @@ void endWithBus(const process::BusLoss& bus, const char* name)
 
 int serve(ModuleFactory createModule, const QString& stateFolder)
 {
-    const process::EndingSignals signalsToEnd;
-    QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
+    const base::EndingSignals signalsToEnd;
+    QObject::connect(&signalsToEnd, &base::EndingSignals::received, qApp, &QCoreApplication::quit);
     const QDBusConnection systemBus = QDBusConnection::systemBus();
-    if (!systemBus.isConnected())
+    if (!systemBus.isConnected()) {
         return fail(QStringLiteral("there is no system bus to find the Bluetooth daemon on (%1); "
                                    "DBUS_SYSTEM_BUS_ADDRESS has to name one")
                         .arg(systemBus.lastError().message()));
-    const process::BusLoss systemBusLoss(systemBus);
+    }
+    const base::BusLoss systemBusLoss(systemBus);
     endWithBus(systemBusLoss, "system");
-    const process::BusLoss sessionBusLoss(QDBusConnection::sessionBus());
+    const base::BusLoss sessionBusLoss(QDBusConnection::sessionBus());
     endWithBus(sessionBusLoss, "session");
     QObject modules;
     RegistrationModule* const module = createModule(&modules);
     ipc::ItemServer server(QDBusConnection::sessionBus(), stateFolder);
     server.addModule(*module);
     QString error;
-    if (!server.start(&error))
+    if (!server.start(&error)) {
         return fail(error);
+    }
 
     const int status = QCoreApplication::exec();
     // The controller is left to the kernel, which ends it together with this process.
@@ -94,10 +97,11 @@ int launch(int argc, char** argv)
 {
     int exitStatus = 0;
     const std::optional<Options> options = readOptions(argc, argv, &exitStatus);
-    if (!options)
+    if (!options) {
         return exitStatus;
+    }
 
-    process::resetInheritedSignals();
+    base::resetInheritedSignals();
     ipc::guardThisProcess();
     Application app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("bluetoothlauncher"));
@@ -107,8 +111,9 @@ int launch(int argc, char** argv)
     QString error;
     const QString file = options->moduleFile.isEmpty() ? defaultModuleFile() : options->moduleFile;
     const ModuleFactory createModule = openModule(file, &error);
-    if (createModule == nullptr)
+    if (createModule == nullptr) {
         return fail(error);
+    }
     return serve(createModule, options->stateFolder);
 }
 

@@ -14,8 +14,9 @@ QString defaultStateFolder()
 {
     QString base = qEnvironmentVariable("XDG_STATE_HOME");
     // A relative path is as good as none, by the rules for XDG base directories.
-    if (!QDir::isAbsolutePath(base))
+    if (!QDir::isAbsolutePath(base)) {
         base = QDir::homePath() + QStringLiteral("/.local/state");
+    }
     return base + QStringLiteral("/bluetoothlauncher");
 }
 

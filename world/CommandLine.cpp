@@ -2,8 +2,8 @@
 
 #include "ScenarioFiles.h"
 #include "World.h"
-#include "text/NearestOption.h"
-#include "text/Quoted.h"
+#include "base/NearestOption.h"
+#include "base/Quoted.h"
 
 #include <QDir>
 #include <QFile>
@@ -179,18 +179,18 @@ QString unexpected(const CLI::App& app)
     };
     const auto option = std::find_if(words.begin(), words.end(), isOption);
     if (option != words.end()) {
-        const QString reason = text::unknownOption(app, *option);
+        const QString reason = base::unknownOption(app, *option);
         return reason.endsWith(QLatin1Char('?')) ? reason : reason + QStringLiteral("; see --help");
     }
     QStringList command;
     for (const std::string& word : words) {
         command << QString::fromStdString(word);
     }
-    if (!text::nearestWord(command.first(), { QStringLiteral("tour") }).isEmpty()) {
-        return QStringLiteral("%1 is no option; did you mean \"tour\"?").arg(text::quoted(command.first()));
+    if (!base::nearestWord(command.first(), { QStringLiteral("tour") }).isEmpty()) {
+        return QStringLiteral("%1 is no option; did you mean \"tour\"?").arg(base::quoted(command.first()));
     }
     return QStringLiteral("%1 is no option: what to run comes behind \"--\", like ./run -- %2; see --help")
-        .arg(text::quoted(command.first()), command.join(QLatin1Char(' ')));
+        .arg(base::quoted(command.first()), command.join(QLatin1Char(' ')));
 }
 
 QStringList defaultCommand(bool* isTour)

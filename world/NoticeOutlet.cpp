@@ -1,6 +1,6 @@
 #include "NoticeOutlet.h"
 
-#include "text/Escaped.h"
+#include "base/Escaped.h"
 
 #include <QString>
 
@@ -81,7 +81,7 @@ void NoticeOutlet::queue(const QByteArray& text)
     if (line.size() > LongestNotice) {
         line = line.left(LongestNotice) + QChar(0x2026);
     }
-    m_waiting += "notice: " + text::escaped(line).toUtf8() + (needsReturn(m_descriptor) ? "\r\n" : "\n");
+    m_waiting += "notice: " + base::escaped(line).toUtf8() + (needsReturn(m_descriptor) ? "\r\n" : "\n");
     write();
 }
 

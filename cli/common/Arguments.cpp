@@ -2,7 +2,7 @@
 
 #include "DisplayText.h"
 #include "Failure.h"
-#include "text/NearestOption.h"
+#include "base/NearestOption.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,8 +30,9 @@ QStringList offeredSubcommands(const CLI::App& app)
 {
     QStringList offered;
     for (const CLI::App* subcommand : app.get_subcommands([](const CLI::App*) { return true; })) {
-        if (!subcommand->get_group().empty()) // what only the shells' completion asks for has none
+        if (!subcommand->get_group().empty()) { // what only the shells' completion asks for has none
             offered += QString::fromStdString(subcommand->get_name());
+        }
     }
     return offered;
 }
@@ -39,7 +40,7 @@ QStringList offeredSubcommands(const CLI::App& app)
 QString unknownSubcommand(const CLI::App& app, const std::string& typed)
 {
     const QStringList offered = offeredSubcommands(app);
-    const QString near = text::nearestWord(QString::fromStdString(typed), offered);
+    const QString near = base::nearestWord(QString::fromStdString(typed), offered);
     return QStringLiteral("%1 is no subcommand; %2")
         .arg(shown(typed),
              near.isEmpty() ? QStringLiteral("there are ") + offered.join(QStringLiteral(", "))
@@ -53,8 +54,9 @@ QString form(const CLI::App& app, const CLI::App& subcommand)
     for (const CLI::Option* option :
          subcommand.get_options([](const CLI::Option* each) { return each->get_positional(); })) {
         QString word = QString::fromStdString(option->get_name(true));
-        if (option->get_items_expected_max() > 1)
+        if (option->get_items_expected_max() > 1) {
             word += QStringLiteral("...");
+        }
         form += QLatin1Char(' ') + (option->get_required() ? word : QStringLiteral("[%1]").arg(word));
     }
     return form;
@@ -73,17 +75,21 @@ QString unexpected(const CLI::App& app)
     const CLI::App& subcommand = chosen(app);
     std::vector<std::string> words = app.remaining(true);
     words.erase(std::remove(words.begin(), words.end(), "--"), words.end());
-    if (words.empty())
+    if (words.empty()) {
         return {};
+    }
     const std::string& word = words.front();
     const bool isOption = word.size() > 1 && word.front() == '-';
-    if (isOption && &subcommand != &app && takesText(subcommand))
-        return text::unknownOption(subcommand, word)
+    if (isOption && &subcommand != &app && takesText(subcommand)) {
+        return base::unknownOption(subcommand, word)
             + QStringLiteral(R"( (a text that begins with "-" goes behind "--"))");
-    if (isOption)
-        return text::unknownOption(subcommand, word);
-    if (&subcommand == &app)
+    }
+    if (isOption) {
+        return base::unknownOption(subcommand, word);
+    }
+    if (&subcommand == &app) {
         return unknownSubcommand(app, word);
+    }
     return QStringLiteral("%1 is too much: %2%3")
         .arg(shown(word), form(app, subcommand),
              takesText(subcommand) ? QStringLiteral(" (a text with blanks goes in quotation marks)")
@@ -97,21 +103,24 @@ QString reasonOf(const CLI::App& app, const CLI::ParseError& error)
     const bool isRequired = dynamic_cast<const CLI::RequiredError*>(&error) != nullptr;
     // What is mistyped is missing as well, which the library finds first.
     if (isRequired || dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-        if (QString reason = unexpected(app); !reason.isEmpty())
+        if (QString reason = unexpected(app); !reason.isEmpty()) {
             return reason;
+        }
     }
     QString reason = QString::fromStdString(error.what()).replace(QLatin1Char('\n'), QLatin1Char(' '));
     // Options stand in the help, and so does which of them exclude each other.
     if (hasSubcommand && isRequired && reason.endsWith(QLatin1String("required"))
-        && !reason.startsWith(QLatin1Char('-')))
+        && !reason.startsWith(QLatin1Char('-'))) {
         reason += QStringLiteral(": ") + form(app, chosen(app));
+    }
     return reason;
 }
 
 int report(const CLI::App& app, const CLI::ParseError& error)
 {
-    if (error.get_exit_code() == 0)
+    if (error.get_exit_code() == 0) {
         return app.exit(error); // help or version: printed on standard output
+    }
     const CLI::App& subcommand = chosen(app);
     const std::string name = &subcommand == &app ? std::string() : subcommand.get_name() + ' ';
     const QString reason = reasonOf(app, error);
@@ -125,11 +134,13 @@ int report(const CLI::App& app, const CLI::ParseError& error)
 std::vector<const char*> withoutHelpWord(const CLI::App& app, int argc, const char* const* argv)
 {
     std::vector<const char*> words(argv, argv + argc);
-    if (argc < 2 || std::string("help") != words[1])
+    if (argc < 2 || std::string("help") != words[1]) {
         return words;
+    }
     words.erase(words.begin() + 1);
-    if (argc == 2 || offeredSubcommands(app).contains(QString::fromLocal8Bit(words[1])))
+    if (argc == 2 || offeredSubcommands(app).contains(QString::fromLocal8Bit(words[1]))) {
         words.push_back("--help");
+    }
     return words;
 }
 
@@ -139,8 +150,9 @@ std::string checkSeconds(const std::string& text)
 {
     bool isNumber = false;
     const double seconds = QString::fromStdString(text).toDouble(&isNumber);
-    if (isNumber && seconds >= 0 && seconds <= LongestTimeoutSeconds)
+    if (isNumber && seconds >= 0 && seconds <= LongestTimeoutSeconds) {
         return {};
+    }
     return "\"" + text + "\" is no number of seconds from 0 to 2000000";
 }
 

@@ -18,23 +18,27 @@ int columnsOf(uint character)
 int displayWidth(const QString& text)
 {
     int width = 0;
-    for (const uint character : text.toUcs4())
+    for (const uint character : text.toUcs4()) {
         width += columnsOf(character);
+    }
     return width;
 }
 
 QString cut(const QString& text, int columns)
 {
-    if (displayWidth(text) <= columns)
+    if (displayWidth(text) <= columns) {
         return text;
-    if (columns <= 0)
+    }
+    if (columns <= 0) {
         return {};
+    }
     QString kept;
     int width = 1; // of the ellipsis
     for (const uint character : text.toUcs4()) {
         width += columnsOf(character);
-        if (width > columns)
+        if (width > columns) {
             break;
+        }
         kept += QString::fromUcs4(&character, 1);
     }
     return kept + QChar(0x2026);

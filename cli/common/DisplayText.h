@@ -1,13 +1,13 @@
 #pragma once
 
-#include "text/Escaped.h"
+#include "base/Escaped.h"
 
 #include <QString>
 
 namespace cli {
 
-using text::escaped;
-using text::isUnsafeToShow;
+using base::escaped;
+using base::isUnsafeToShow;
 
 /// Columns that the text takes on a terminal.
 int displayWidth(const QString& text);

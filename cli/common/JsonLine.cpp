@@ -12,10 +12,11 @@ QString jsonText(const nlohmann::ordered_json& value)
     QString safe;
     for (const QChar character : QString::fromStdString(line)) {
         // The only such characters that JSON lets stand are within texts, where an escape means the same.
-        if (isUnsafeToShow(character.unicode()))
+        if (isUnsafeToShow(character.unicode())) {
             safe += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
-        else
+        } else {
             safe += character;
+        }
     }
     return safe;
 }

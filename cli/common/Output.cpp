@@ -24,13 +24,15 @@ bool Output::line(const QString& text)
     const QByteArray bytes = text.toUtf8() + '\n';
     if (std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stdout)
             == static_cast<std::size_t>(bytes.size())
-        && std::fflush(stdout) == 0)
+        && std::fflush(stdout) == 0) {
         return true;
+    }
     // Whoever closes the pipe ("head") has what was wanted.
-    if (errno != EPIPE)
+    if (errno != EPIPE) {
         note(QStringLiteral("standard output cannot be written: %1")
                  .arg(QString::fromLocal8Bit(
                      std::strerror(errno)))); // NOLINT(concurrency-mt-unsafe): one thread
+    }
     return false;
 }
 
@@ -49,8 +51,9 @@ ExitStatus Output::fail(const Failure& failure)
 int Output::columns() const
 {
     winsize size{};
-    if (!m_isTerminal || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0)
+    if (!m_isTerminal || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) {
         return 0;
+    }
     return size.ws_col;
 }
 

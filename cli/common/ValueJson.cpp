@@ -41,14 +41,16 @@ Json argumentToJson(const QDBusArgument& argument)
         return mapToJson(argument);
     case QDBusArgument::ArrayType:
         argument.beginArray();
-        while (!argument.atEnd())
+        while (!argument.atEnd()) {
             array.push_back(toJson(argument.asVariant()));
+        }
         argument.endArray();
         return array;
     case QDBusArgument::StructureType:
         argument.beginStructure();
-        while (!argument.atEnd())
+        while (!argument.atEnd()) {
             array.push_back(toJson(argument.asVariant()));
+        }
         argument.endStructure();
         return array;
     default:
@@ -59,36 +61,42 @@ Json argumentToJson(const QDBusArgument& argument)
 Json listToJson(const QVariantList& list)
 {
     Json array = Json::array();
-    for (const QVariant& element : list)
+    for (const QVariant& element : list) {
         array.push_back(toJson(element));
+    }
     return array;
 }
 
 Json bytesToJson(const QByteArray& bytes)
 {
     Json array = Json::array();
-    for (const char byte : bytes)
+    for (const char byte : bytes) {
         array.push_back(static_cast<unsigned char>(byte));
+    }
     return array;
 }
 
 Json mapToJson(const QVariantMap& map)
 {
     Json object = Json::object();
-    for (auto entry = map.begin(); entry != map.end(); ++entry)
+    for (auto entry = map.begin(); entry != map.end(); ++entry) {
         object[entry.key().toStdString()] = toJson(entry.value());
+    }
     return object;
 }
 
 /// What QtDBus wraps; an invalid variant when it is none of these.
 QVariant unwrapped(const QVariant& value)
 {
-    if (value.userType() == qMetaTypeId<QDBusVariant>())
+    if (value.userType() == qMetaTypeId<QDBusVariant>()) {
         return value.value<QDBusVariant>().variant();
-    if (value.userType() == qMetaTypeId<QDBusObjectPath>())
+    }
+    if (value.userType() == qMetaTypeId<QDBusObjectPath>()) {
         return value.value<QDBusObjectPath>().path();
-    if (value.userType() == qMetaTypeId<QDBusSignature>())
+    }
+    if (value.userType() == qMetaTypeId<QDBusSignature>()) {
         return value.value<QDBusSignature>().signature();
+    }
     return {};
 }
 
@@ -134,23 +142,29 @@ Json toJson(const QVariant& value)
     default:
         break;
     }
-    if (value.userType() == qMetaTypeId<QDBusArgument>())
+    if (value.userType() == qMetaTypeId<QDBusArgument>()) {
         return argumentToJson(value.value<QDBusArgument>());
-    if (const QVariant inner = unwrapped(value); inner.isValid())
+    }
+    if (const QVariant inner = unwrapped(value); inner.isValid()) {
         return toJson(inner);
+    }
     return value.toString().toStdString();
 }
 
 QString rawText(const QVariant& value)
 {
-    if (hasParts(value))
+    if (hasParts(value)) {
         return jsonText(toJson(value));
-    if (const QVariant inner = unwrapped(value); inner.isValid())
+    }
+    if (const QVariant inner = unwrapped(value); inner.isValid()) {
         return rawText(inner);
-    if (value.userType() == QMetaType::Double || value.userType() == QMetaType::Float)
+    }
+    if (value.userType() == QMetaType::Double || value.userType() == QMetaType::Float) {
         return QString::number(value.toDouble(), 'g', QLocale::FloatingPointShortest);
-    if (value.userType() == QMetaType::UChar)
+    }
+    if (value.userType() == QMetaType::UChar) {
         return QString::number(value.toUInt());
+    }
     return value.toString();
 }
 

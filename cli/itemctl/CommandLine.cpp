@@ -163,24 +163,30 @@ Request Parser::request() const
     request.command = m_commands.at(chosen);
     request.json = m_arguments.json;
     request.server = serverName(QString::fromStdString(m_arguments.server));
-    for (const std::string& name : m_arguments.names)
+    for (const std::string& name : m_arguments.names) {
         request.arguments += QString::fromStdString(name);
-    if (!m_arguments.item.empty())
+    }
+    if (!m_arguments.item.empty()) {
         request.arguments =
             QStringList{ QString::fromStdString(m_arguments.item), QString::fromStdString(m_arguments.text) };
-    if (given("--count"))
+    }
+    if (given("--count")) {
         request.count = m_arguments.count;
-    if (given("--notices"))
+    }
+    if (given("--notices")) {
         request.notices = m_arguments.notices;
-    if (given("--timeout"))
+    }
+    if (given("--timeout")) {
         request.timeout = cli::milliseconds(m_arguments.timeout);
+    }
     return request;
 }
 
 std::variant<Request, int> Parser::parse(int argc, const char* const* argv)
 {
-    if (const auto status = cli::parse(m_app, argc, argv))
+    if (const auto status = cli::parse(m_app, argc, argv)) {
         return *status;
+    }
     return request();
 }
 

@@ -37,15 +37,18 @@ ExitStatus run(const Request& request, Output& output)
 Expected<Servers> serversFor(const Request& request, const QStringList& names)
 {
     const auto bus = sessionBus();
-    if (!bus)
+    if (!bus) {
         return bus.failure();
-    if (!request.server.isEmpty())
+    }
+    if (!request.server.isEmpty()) {
         return Servers::open(*bus, { request.server });
+    }
     QStringList named;
     for (const QString& name : names) {
         const QString server = serverOfAddress(name);
-        if (server.isEmpty())
+        if (server.isEmpty()) {
             return Servers::open(*bus, {});
+        }
         named += server;
     }
     return Servers::open(*bus, named);
@@ -55,8 +58,9 @@ Expected<Items> listAll(Servers& servers, Output& output)
 {
     auto items = servers.list();
     if (items) {
-        for (const Failure& failure : servers.silent())
+        for (const Failure& failure : servers.silent()) {
             output.note(failure.message);
+        }
     }
     return items;
 }

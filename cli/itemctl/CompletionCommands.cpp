@@ -12,8 +12,9 @@ constexpr std::chrono::seconds Patience{ 1 };
 Expected<Servers> impatientServers(const Request& request, const QStringList& names)
 {
     auto servers = serversFor(request, names);
-    if (servers)
+    if (servers) {
         servers->setTimeout(Patience);
+    }
     return servers;
 }
 
@@ -22,11 +23,13 @@ Expected<Servers> impatientServers(const Request& request, const QStringList& na
 ExitStatus runNames(const Request& request, Output& output)
 {
     auto servers = impatientServers(request, {});
-    if (!servers)
+    if (!servers) {
         return servers.failure().status;
+    }
     const auto all = servers->list();
-    if (!all)
+    if (!all) {
         return all.failure().status;
+    }
     for (const Item& item : *all) {
         if (request.arguments.isEmpty() || request.arguments.contains(item.kind)) {
             output.line(item.idWithIndex());
@@ -40,24 +43,29 @@ ExitStatus runValues(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
     auto servers = impatientServers(request, { name });
-    if (!servers)
+    if (!servers) {
         return servers.failure().status;
+    }
     const auto all = servers->list();
-    if (!all)
+    if (!all) {
         return all.failure().status;
+    }
     const auto position = findItem(*all, name, Wanted::Valued);
-    if (!position)
+    if (!position) {
         return position.failure().status;
+    }
     const Item& item = (*all)[*position];
     if (item.value.userType() == QMetaType::Bool) {
         output.line(QStringLiteral("true"));
         output.line(QStringLiteral("false"));
     }
     const auto description = servers->clientOf(item).describe(item.address);
-    if (!description)
+    if (!description) {
         return ExitStatus::NoAnswer;
-    for (const EnumValue& value : enumerationOf(*description))
+    }
+    for (const EnumValue& value : enumerationOf(*description)) {
         output.line(value.symbol);
+    }
     return ExitStatus::Done;
 }
 

@@ -40,16 +40,18 @@ Expected<Condition> Condition::parse(const QString& text)
         condition.m_kind = Kind::Inapplicable;
         condition.m_item = without(text, QStringLiteral(":inapplicable"));
     }
-    if (condition.m_item.isEmpty())
+    if (condition.m_item.isEmpty()) {
         return usage(QStringLiteral("\"%1\" is no condition; write ITEM=VALUE, ITEM!=VALUE, ITEM~REGEX, "
                                     "ITEM:applicable or ITEM:inapplicable")
                          .arg(escaped(text)));
+    }
     if (condition.m_kind == Kind::Matches) {
         condition.m_expression.setPattern(condition.m_operand);
         condition.m_expression.setPatternOptions(QRegularExpression::UseUnicodePropertiesOption);
-        if (!condition.m_expression.isValid())
+        if (!condition.m_expression.isValid()) {
             return usage(QStringLiteral("\"%1\" is no regular expression: %2")
                              .arg(escaped(condition.m_operand), condition.m_expression.errorString()));
+        }
     }
     return condition;
 }
@@ -62,14 +64,17 @@ bool Condition::comparesValue() const
 Expected<Condition> Condition::boundTo(const QVariantMap& description) const
 {
     const QString type = description.value(QStringLiteral("type")).toString();
-    if (!comparesValue() || type == QLatin1String("text") || type == QLatin1String("any"))
+    if (!comparesValue() || type == QLatin1String("text") || type == QLatin1String("any")) {
         return *this;
+    }
     const ipc::ExpectedValue expected = ipc::expectedValue(description, m_operand);
-    if (type == QLatin1String("action"))
+    if (type == QLatin1String("action")) {
         return usage(QStringLiteral("%1: %2; wait for %1:applicable").arg(m_item, expected.problem));
-    if (!expected.problem.isEmpty())
+    }
+    if (!expected.problem.isEmpty()) {
         return usage(QStringLiteral("%1: \"%2\" does not fit; %3")
                          .arg(m_item, escaped(m_operand), escaped(expected.problem)));
+    }
     Condition bound = *this;
     bound.m_operand = rawText(expected.value);
     return bound;

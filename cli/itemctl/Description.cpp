@@ -20,8 +20,9 @@ QString rangeText(const QVariantMap& description)
 {
     const QString minimum = rawText(description.value(QStringLiteral("minimum")));
     const QString maximum = rawText(description.value(QStringLiteral("maximum")));
-    if (minimum.isEmpty() && maximum.isEmpty())
+    if (minimum.isEmpty() && maximum.isEmpty()) {
         return {};
+    }
     const bool isText = description.value(QStringLiteral("type")) == QLatin1String("text");
     QString range = minimum.isEmpty() ? QStringLiteral("at most %1").arg(maximum)
         : maximum.isEmpty()           ? QStringLiteral("at least %1").arg(minimum)
@@ -32,10 +33,11 @@ QString rangeText(const QVariantMap& description)
 QStringList enumerationLines(const QVariantMap& description)
 {
     QStringList lines;
-    for (const EnumValue& value : enumerationOf(description))
+    for (const EnumValue& value : enumerationOf(description)) {
         lines += line(lines.isEmpty() ? QStringLiteral("values") : QString(),
                       QStringLiteral("%1 (%2) %3")
                           .arg(QString::number(value.value), escaped(value.label), escaped(value.symbol)));
+    }
     return lines;
 }
 
@@ -58,20 +60,24 @@ QStringList descriptionLines(const Item& item, const QVariantMap& description)
                        line(QStringLiteral("kind"), item.kind) };
     const auto add = [&](const char* key, const QString& name) {
         const auto found = description.constFind(QLatin1String(key));
-        if (found == description.constEnd())
+        if (found == description.constEnd()) {
             return;
+        }
         const QString text = found->type() == QVariant::Bool && found.key() != QLatin1String("default")
             ? yesOrNo(found->toBool())
             : escaped(rawText(*found));
-        if (!text.isEmpty())
+        if (!text.isEmpty()) {
             lines += line(name, text);
+        }
     };
     add("type", QStringLiteral("type"));
-    if (!item.isAction())
+    if (!item.isAction()) {
         lines += line(QStringLiteral("value"), shownValue(item));
+    }
     add("default", QStringLiteral("default"));
-    if (const QString range = rangeText(description); !range.isEmpty())
+    if (const QString range = rangeText(description); !range.isEmpty()) {
         lines += line(QStringLiteral("range"), range);
+    }
     add("regularExpression", QStringLiteral("expression"));
     lines += enumerationLines(description);
     add("writable", QStringLiteral("writable"));

@@ -20,15 +20,17 @@ public:
 
     void reach(ExitStatus status)
     {
-        if (!m_isReached)
+        if (!m_isReached) {
             QCoreApplication::exit(static_cast<int>(status));
+        }
         m_isReached = true;
     }
 
     void reach(const Failure& failure)
     {
-        if (!m_isReached)
+        if (!m_isReached) {
             m_output.note(failure.message);
+        }
         reach(failure.status);
     }
 

@@ -19,8 +19,9 @@ Item Item::fromRecord(const QString& server, const ipc::ItemRecord& record)
     item.isEnumeration = record.properties.contains(QStringLiteral("text"));
     item.applicable = record.properties.value(QStringLiteral("applicable"), true).toBool();
     if (const auto index = record.properties.constFind(QStringLiteral("index"));
-        index != record.properties.constEnd())
+        index != record.properties.constEnd()) {
         item.index = index->toInt();
+    }
     return item;
 }
 
@@ -41,8 +42,9 @@ Change apply(const QVariantMap& changed, Item& item)
         change.value = true;
         item.value = *value;
     }
-    if (const auto text = changed.constFind(QStringLiteral("text")); text != changed.constEnd())
+    if (const auto text = changed.constFind(QStringLiteral("text")); text != changed.constEnd()) {
         item.text = text->toString();
+    }
     if (const auto applicable = changed.constFind(QStringLiteral("applicable"));
         applicable != changed.constEnd()) {
         change.applicability = applicable->toBool() != item.applicable;

@@ -1,8 +1,8 @@
 #include "ItemNames.h"
 
+#include "base/NearestWord.h"
 #include "common/DisplayText.h"
 #include "items/ItemPattern.h"
-#include "text/NearestWord.h"
 
 #include <QRegularExpression>
 
@@ -26,10 +26,12 @@ bool hasName(const Item& item, const QString& name)
 /// Whether the name is that of the whole list which the item is an instance of.
 bool isInstanceOf(const Item& item, const QString& name)
 {
-    if (!item.index)
+    if (!item.index) {
         return false;
-    if (name == item.id || name == item.module + QLatin1Char(':') + item.id)
+    }
+    if (name == item.id || name == item.module + QLatin1Char(':') + item.id) {
         return true;
+    }
     return name == QStringLiteral(":%1:%2:%3:%4:").arg(item.kind, item.server, item.module, item.id);
 }
 
@@ -43,10 +45,11 @@ QString nearest(const Items& items, const QString& typed)
     for (const Item& item : items) {
         const QString candidate = isAddress ? item.address : withModule ? item.shortName() : item.id;
         // The instances of a list follow one another.
-        if (candidates.isEmpty() || candidates.last() != candidate)
+        if (candidates.isEmpty() || candidates.last() != candidate) {
             candidates += candidate;
+        }
     }
-    return text::nearestWord(name, candidates);
+    return base::nearestWord(name, candidates);
 }
 
 /// The module that "module:id" names; empty for a full address, for an id and for one with an index.
@@ -66,10 +69,12 @@ QString suggestion(const Items& items, const QString& name)
 Failure several(const Items& items, const QVector<int>& found, const QString& name)
 {
     QStringList addresses;
-    for (const int at : found.mid(0, MaximumCandidates))
+    for (const int at : found.mid(0, MaximumCandidates)) {
         addresses += items[at].address;
-    if (found.size() > MaximumCandidates)
+    }
+    if (found.size() > MaximumCandidates) {
         addresses += QStringLiteral("%1 more").arg(found.size() - MaximumCandidates);
+    }
     return { ExitStatus::NoSuchItem,
              QStringLiteral("%1 fits several items, name one of them: %2")
                  .arg(quoted(name), addresses.join(QStringLiteral(", "))) };
@@ -109,19 +114,24 @@ Expected<int> findItem(const Items& items, const QString& name, Wanted wanted)
     QVector<int> found;
     QVector<int> ofOtherKind;
     for (int i = 0; i < items.size(); ++i) {
-        if (!hasName(items[i], name))
+        if (!hasName(items[i], name)) {
             continue;
+        }
         const bool fits = wanted == Wanted::Any || items[i].isAction() == (wanted == Wanted::Action);
         (fits ? found : ofOtherKind).append(i);
     }
-    if (found.isEmpty() && wanted == Wanted::Valued)
+    if (found.isEmpty() && wanted == Wanted::Valued) {
         found = ofOtherKind;
-    if (found.size() == 1)
+    }
+    if (found.size() == 1) {
         return found.first();
-    if (found.size() > 1)
+    }
+    if (found.size() > 1) {
         return several(items, found, name);
-    if (!ofOtherKind.isEmpty())
+    }
+    if (!ofOtherKind.isEmpty()) {
         return noAction(items[ofOtherKind.first()], name);
+    }
     return none(items, name, wanted);
 }
 
@@ -135,19 +145,24 @@ Failure notFound(const Items& items, const Servers& servers, const QString& name
     const auto isOf = [&server](const Item& item) {
         return item.server == server;
     };
-    if (!server.isEmpty() && std::none_of(items.begin(), items.end(), isOf))
+    if (!server.isEmpty() && std::none_of(items.begin(), items.end(), isOf)) {
         return without(server);
-    if (!servers.absent().isEmpty())
+    }
+    if (!servers.absent().isEmpty()) {
         return without(servers.absent().join(QStringLiteral(", ")));
-    if (!servers.silent().empty())
+    }
+    if (!servers.silent().empty()) {
         return { ExitStatus::NoAnswer, QStringLiteral("no server that answers has %1").arg(quoted(name)) };
+    }
     const QString module = moduleOf(name);
     const auto isIn = [&module](const Item& item) {
         return item.module == module;
     };
-    if (!module.isEmpty() && std::none_of(items.begin(), items.end(), isIn) && nearest(items, name).isEmpty())
+    if (!module.isEmpty() && std::none_of(items.begin(), items.end(), isIn)
+        && nearest(items, name).isEmpty()) {
         return { ExitStatus::NoServer,
                  QStringLiteral("no server on the session bus has a module %1").arg(quoted(module)) };
+    }
     return failure;
 }
 
@@ -170,8 +185,9 @@ bool matches(const Item& item, const QString& pattern)
 
 Items matching(const Items& items, const QStringList& patterns)
 {
-    if (patterns.isEmpty())
+    if (patterns.isEmpty()) {
         return items;
+    }
     Items fitting;
     std::copy_if(items.begin(), items.end(), std::back_inserter(fitting), [&](const Item& item) {
         return std::any_of(patterns.begin(), patterns.end(),
@@ -185,8 +201,9 @@ QStringList unmatched(const Items& items, const QStringList& patterns)
     QStringList left;
     for (const QString& pattern : patterns) {
         if (std::none_of(items.begin(), items.end(),
-                         [&](const Item& item) { return matches(item, pattern); }))
+                         [&](const Item& item) { return matches(item, pattern); })) {
             left += pattern;
+        }
     }
     return left;
 }
@@ -194,8 +211,9 @@ QStringList unmatched(const Items& items, const QStringList& patterns)
 Failure nothingMatches(const Items& items, const QStringList& patterns)
 {
     QStringList names;
-    for (const QString& pattern : patterns)
+    for (const QString& pattern : patterns) {
         names += quoted(pattern);
+    }
     return { ExitStatus::NoSuchItem,
              QStringLiteral("no item matches %1%2")
                  .arg(names.join(QStringLiteral(" or ")), suggestion(items, patterns.value(0))) };

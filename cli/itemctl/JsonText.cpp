@@ -17,8 +17,9 @@ Json identityJson(const Item& item)
     object["server"] = item.server.toStdString();
     object["module"] = item.module.toStdString();
     object["id"] = item.id.toStdString();
-    if (item.index)
+    if (item.index) {
         object["index"] = *item.index;
+    }
     object["kind"] = item.kind.toStdString();
     object["label"] = item.label.toStdString();
     return object;
@@ -27,8 +28,9 @@ Json identityJson(const Item& item)
 void addValue(Json& object, const Item& item)
 {
     object["value"] = toJson(item.value);
-    if (item.isEnumeration)
+    if (item.isEnumeration) {
         object["text"] = item.text.toStdString();
+    }
 }
 
 } // namespace
@@ -44,10 +46,12 @@ Json itemJson(const Item& item)
 Json changeJson(const Item& item, Change change)
 {
     Json object = identityJson(item);
-    if (change.value)
+    if (change.value) {
         addValue(object, item);
-    if (change.applicability)
+    }
+    if (change.applicability) {
         object["applicable"] = item.applicable;
+    }
     return object;
 }
 
@@ -58,10 +62,11 @@ Json descriptionJson(const Item& item, const QVariantMap& description)
         const std::string key = entry.key().toStdString();
         if (entry.key() == QLatin1String("enumeration")) {
             Json values = Json::array();
-            for (const EnumValue& value : enumerationOf(description))
+            for (const EnumValue& value : enumerationOf(description)) {
                 values.push_back({ { "value", value.value },
                                    { "symbol", value.symbol.toStdString() },
                                    { "label", value.label.toStdString() } });
+            }
             object[key] = values;
         } else if (!object.contains(key)) {
             object[key] = toJson(entry.value());

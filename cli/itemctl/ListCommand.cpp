@@ -42,12 +42,14 @@ Row rowOf(const Item& item, const QString& name)
 QVector<Row> rowsOf(const Items& items, const Output& output)
 {
     QHash<QString, int> namesakes;
-    for (const Item& item : items)
+    for (const Item& item : items) {
         ++namesakes[item.shortName()];
+    }
     QVector<Row> rows;
     rows.reserve(items.size());
-    for (const Item& item : items)
+    for (const Item& item : items) {
         rows += rowOf(item, namesakes[item.shortName()] > 1 ? item.address : output.nameOf(item));
+    }
     return rows;
 }
 
@@ -60,9 +62,10 @@ Widths widthsOf(const QVector<Row>& rows, int columns)
         widths.label = std::max(widths.label, displayWidth(row.label));
     }
     // Long values give way first: the label says what a line is about.
-    if (columns > 0)
+    if (columns > 0) {
         widths.value = std::clamp(columns - widths.name - widths.label - 2 * Gap, NarrowestValue,
                                   std::max(NarrowestValue, widths.value));
+    }
     return widths;
 }
 
@@ -70,8 +73,9 @@ bool printRow(const Row& row, const Widths& widths, Output& output)
 {
     const QString gap(Gap, QLatin1Char(' '));
     QString line = fitted(row.name, widths.name) + gap + fitted(row.value, widths.value) + gap + row.label;
-    if (const int columns = output.columns(); columns > 0)
+    if (const int columns = output.columns(); columns > 0) {
         line = cut(line, columns);
+    }
     return output.line(row.applicable ? line : output.dim(line));
 }
 
@@ -95,14 +99,17 @@ ExitStatus print(const Items& items, const Request& request, Output& output)
 ExitStatus runList(const Request& request, Output& output)
 {
     auto servers = serversFor(request, request.arguments);
-    if (!servers)
+    if (!servers) {
         return output.fail(servers.failure());
+    }
     const auto all = listAll(*servers, output);
-    if (!all)
+    if (!all) {
         return output.fail(all.failure());
+    }
     const ExitStatus status = print(matching(*all, request.arguments), request, output);
-    if (const QStringList left = unmatched(*all, request.arguments); !left.isEmpty())
+    if (const QStringList left = unmatched(*all, request.arguments); !left.isEmpty()) {
         return output.fail(notFound(*all, *servers, left.first(), nothingMatches(*all, left)));
+    }
     return servers->silent().empty() ? status : ExitStatus::NoAnswer;
 }
 
@@ -110,8 +117,9 @@ ExitStatus runServers(const Request& request, Output& output)
 {
     const auto servers = serversFor(request, {});
     if (!servers) {
-        if (request.json)
+        if (request.json) {
             output.line(QStringLiteral("[]"));
+        }
         return output.fail(servers.failure());
     }
     ExitStatus status = ExitStatus::Done;
@@ -127,12 +135,14 @@ ExitStatus runServers(const Request& request, Output& output)
         server["busName"] = client->busName().toStdString();
         server["modules"] = toJson(*modules);
         array.push_back(server);
-        if (!request.json)
+        if (!request.json) {
             output.line(output.bold(client->busName()) + QStringLiteral("  ")
                         + modules->join(QLatin1Char(' ')));
+        }
     }
-    if (request.json)
+    if (request.json) {
         output.line(jsonText(array));
+    }
     return status;
 }
 

@@ -26,13 +26,15 @@ Expected<Items> LiveItems::start()
 {
     for (const auto& client : m_servers.clients()) {
         follow(*client);
-        if (const auto snapshot = client->watch())
+        if (const auto snapshot = client->watch()) {
             append(itemsOf(*client, *snapshot));
-        else
+        } else {
             m_servers.addSilent(failureFrom(snapshot.error()));
+        }
     }
-    if (silent().size() == m_servers.clients().size())
+    if (silent().size() == m_servers.clients().size()) {
         return silent().front();
+    }
     return m_items;
 }
 
@@ -59,10 +61,12 @@ void LiveItems::take(const ipc::ItemRecords& records)
 {
     for (const ipc::ItemRecord& record : records) {
         const auto position = m_positions.constFind(record.address);
-        if (position == m_positions.constEnd())
+        if (position == m_positions.constEnd()) {
             continue;
-        if (const Change change = apply(record.properties, m_items[*position]))
+        }
+        if (const Change change = apply(record.properties, m_items[*position])) {
             Q_EMIT itemChanged(*position, change);
+        }
     }
     Q_EMIT turnEnded();
 }
@@ -79,10 +83,11 @@ void LiveItems::takeAgain(KELClientInterface& client)
     Q_EMIT serverReturned(server);
     for (const Item& item : itemsOf(client, *snapshot)) {
         const auto position = m_positions.constFind(item.address);
-        if (position == m_positions.constEnd())
+        if (position == m_positions.constEnd()) {
             append({ item });
-        else if (const Change change = replace(item, m_items[*position]))
+        } else if (const Change change = replace(item, m_items[*position])) {
             Q_EMIT itemChanged(*position, change);
+        }
     }
     Q_EMIT turnEnded();
 }

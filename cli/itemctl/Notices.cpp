@@ -42,8 +42,9 @@ void Notices::read()
 
 QString Notices::earlier()
 {
-    if (m_last.isEmpty())
+    if (m_last.isEmpty()) {
         return {};
+    }
     m_told = (m_told + 1) % m_last.size();
     return QStringLiteral("%1 of %2: %3").arg(m_last.size() - m_told).arg(m_last.size()).arg(m_last[m_told]);
 }

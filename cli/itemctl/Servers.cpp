@@ -41,8 +41,9 @@ QString busNameOf(const QString& server)
 Expected<QDBusConnection> sessionBus()
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
-    if (bus.isConnected())
+    if (bus.isConnected()) {
         return bus;
+    }
     return Failure{ ExitStatus::NoServer,
                     QStringLiteral("no session bus (%1); DBUS_SESSION_BUS_ADDRESS has to name one")
                         .arg(bus.lastError().message().simplified()) };
@@ -51,8 +52,9 @@ Expected<QDBusConnection> sessionBus()
 Expected<Servers> Servers::open(const QDBusConnection& connection, const QStringList& names)
 {
     const auto present = KELClientInterface::servers(connection);
-    if (!present)
+    if (!present) {
         return present.error();
+    }
     QStringList wanted;
     for (const QString& name : names) {
         if (!present->contains(busNameOf(name))) {
@@ -60,30 +62,35 @@ Expected<Servers> Servers::open(const QDBusConnection& connection, const QString
                             QStringLiteral("no server \"%1\" on the session bus; there is %2")
                                 .arg(escaped(name), listed(*present)) };
         }
-        if (!wanted.contains(busNameOf(name)))
+        if (!wanted.contains(busNameOf(name))) {
             wanted += busNameOf(name);
+        }
     }
     QStringList absent;
     if (names.isEmpty()) {
         wanted = *present;
         for (const QString& name : expectedServers()) {
-            if (!present->contains(busNameOf(name)))
+            if (!present->contains(busNameOf(name))) {
                 absent += name;
+            }
         }
     }
-    if (wanted.isEmpty())
+    if (wanted.isEmpty()) {
         return Failure{ ExitStatus::NoServer, QStringLiteral("no server is on the session bus") };
+    }
     Servers servers;
     servers.m_absent = absent;
-    for (const QString& busName : wanted)
+    for (const QString& busName : wanted) {
         servers.m_clients.push_back(std::make_unique<KELClientInterface>(busName, connection));
+    }
     return servers;
 }
 
 void Servers::setTimeout(std::chrono::milliseconds timeout)
 {
-    for (const auto& client : m_clients)
+    for (const auto& client : m_clients) {
         client->setTimeout(timeout);
+    }
 }
 
 KELClientInterface& Servers::clientOf(const Item& item) const
@@ -98,8 +105,9 @@ Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot)
     const QString server = serverName(client.busName());
     Items items;
     items.reserve(snapshot.items.size());
-    for (const ipc::ItemRecord& record : snapshot.items)
+    for (const ipc::ItemRecord& record : snapshot.items) {
         items += Item::fromRecord(server, record);
+    }
     return items;
 }
 
@@ -108,13 +116,15 @@ Expected<Items> Servers::list()
     Items items;
     m_silent.clear();
     for (const auto& client : m_clients) {
-        if (const auto snapshot = client->list())
+        if (const auto snapshot = client->list()) {
             items += itemsOf(*client, *snapshot);
-        else
+        } else {
             m_silent.push_back(failureFrom(snapshot.error()));
+        }
     }
-    if (m_silent.size() == m_clients.size())
+    if (m_silent.size() == m_clients.size()) {
         return m_silent.front();
+    }
     return items;
 }
 

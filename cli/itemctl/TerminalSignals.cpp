@@ -10,8 +10,9 @@ TerminalSignals::TerminalSignals()
 {
     sigset_t set;
     sigemptyset(&set);
-    for (const int signal : { SIGWINCH, SIGINT, SIGQUIT, SIGTERM, SIGHUP })
+    for (const int signal : { SIGWINCH, SIGINT, SIGQUIT, SIGTERM, SIGHUP }) {
         sigaddset(&set, signal);
+    }
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     m_descriptor = ::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
 }

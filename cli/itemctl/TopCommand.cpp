@@ -25,8 +25,9 @@ const QLatin1String Keys("arrows move  Enter acts or edits  space switches  e en
 QStringList labelsOf(const ipc::EnumValues& values)
 {
     QStringList labels;
-    for (const EnumValue& value : values)
+    for (const EnumValue& value : values) {
         labels += value.label;
+    }
     return labels;
 }
 
@@ -79,8 +80,9 @@ Top::Top(LiveItems& items, const TerminalSignals& signals)
     connect(&m_drawing, &QTimer::timeout, this, [this] { draw(); });
     connect(&m_highlights, &TopHighlights::faded, this, [this] { draw(); });
     connect(&m_keyboard, &QSocketNotifier::activated, this, [this] {
-        while (const auto press = m_screen.nextKey())
+        while (const auto press = m_screen.nextKey()) {
             m_prompt ? handleInPrompt(*press) : handle(*press);
+        }
         m_drawing.start(0);
     });
     connect(&m_signals, &QSocketNotifier::activated, this, [this, &signals] { handleSignals(signals); });
@@ -110,8 +112,9 @@ void Top::follow(Notices& notices)
 void Top::handleSignals(const TerminalSignals& signals)
 {
     while (const int signal = signals.next()) {
-        if (signal != SIGWINCH)
+        if (signal != SIGWINCH) {
             return QCoreApplication::quit();
+        }
         m_screen.resize();
     }
     m_drawing.start(0);
@@ -141,16 +144,20 @@ void Top::draw()
     m_frame.selected = -1;
     int firstItem = -1;
     for (int i = 0; i < m_frame.rows.size(); ++i) {
-        if (m_frame.rows[i].isHeading())
+        if (m_frame.rows[i].isHeading()) {
             continue;
+        }
         firstItem = firstItem < 0 ? i : firstItem;
-        if (m_items.items()[m_frame.rows[i].items.first()].address == m_selected)
+        if (m_items.items()[m_frame.rows[i].items.first()].address == m_selected) {
             m_frame.selected = i;
+        }
     }
-    if (m_frame.selected < 0)
+    if (m_frame.selected < 0) {
         m_frame.selected = firstItem;
-    if (const Item* item = selectedItem())
+    }
+    if (const Item* item = selectedItem()) {
         m_selected = item->address;
+    }
     m_frame.changes = valuesLine(m_items.items(), m_latest);
     m_frame.isTyped = m_prompt.has_value();
     m_frame.status = m_prompt ? m_prompt->line()
@@ -162,17 +169,19 @@ void Top::draw()
 
 const Item* Top::selectedItem() const
 {
-    if (m_frame.selected < 0 || m_frame.selected >= m_frame.rows.size())
+    if (m_frame.selected < 0 || m_frame.selected >= m_frame.rows.size()) {
         return nullptr;
+    }
     return &m_items.items()[m_frame.rows[m_frame.selected].items.first()];
 }
 
 void Top::move(int rows)
 {
     const int at = rowAt(m_frame.rows, m_frame.selected, rows);
-    if (at < 0 || at == m_frame.selected)
+    if (at < 0 || at == m_frame.selected) {
         return say(rows < 0 ? QStringLiteral("this is the first row")
                             : QStringLiteral("this is the last row"));
+    }
     m_frame.selected = at;
     m_selected = selectedItem()->address;
 }
@@ -207,45 +216,51 @@ void Top::handle(const KeyPress& press)
 
 void Top::handleText(const QString& text)
 {
-    if (text == QLatin1String("q"))
+    if (text == QLatin1String("q")) {
         QCoreApplication::quit();
-    else if (text == QLatin1String("n") && m_notices != nullptr)
+    } else if (text == QLatin1String("n") && m_notices != nullptr) {
         say(m_notices->earlier());
-    else if (text == QLatin1String("e"))
+    } else if (text == QLatin1String("e")) {
         toggleEnabled();
-    else if (text != QLatin1String(" "))
+    } else if (text != QLatin1String(" ")) {
         say(QStringLiteral("\"%1\" does nothing; %2").arg(text, Keys));
-    else if (selectedItem() != nullptr)
+    } else if (selectedItem() != nullptr) {
         toggle(*selectedItem());
+    }
 }
 
 void Top::handleInPrompt(const KeyPress& press)
 {
     const TopPrompt::State state = m_prompt->handle(press);
-    if (state == TopPrompt::State::Open)
+    if (state == TopPrompt::State::Open) {
         return;
+    }
     const TopPrompt prompt = *m_prompt;
     const Item& item = prompt.item();
     m_prompt.reset();
-    if (state == TopPrompt::State::Left)
+    if (state == TopPrompt::State::Left) {
         say(QStringLiteral("%1 is left as it was").arg(item.idWithIndex()));
-    else if (item.isAction())
+    } else if (item.isAction()) {
         trigger(item, prompt.text());
-    else
+    } else {
         write(item, prompt.text());
+    }
 }
 
 void Top::enter()
 {
     const Item* item = selectedItem();
-    if (item == nullptr)
+    if (item == nullptr) {
         return say(QStringLiteral("there are no items"));
+    }
     const auto description = m_items.servers().clientOf(*item).describe(item->address);
-    if (!description)
+    if (!description) {
         return say(description.error().message);
+    }
     if (item->isAction()) {
-        if (!description->value(QStringLiteral("takesText")).toBool())
+        if (!description->value(QStringLiteral("takesText")).toBool()) {
             return trigger(*item, {});
+        }
         m_prompt.emplace(*item);
     } else if (!description->value(QStringLiteral("writable")).toBool()) {
         say(QStringLiteral("%1 is a %2, which its server alone writes").arg(item->idWithIndex(), item->kind));
@@ -273,17 +288,19 @@ void Top::write(const Item& item, const QVariant& value)
 
 void Top::toggle(const Item& item)
 {
-    if (item.kind == QLatin1String("config") && item.value.type() == QVariant::Bool)
+    if (item.kind == QLatin1String("config") && item.value.type() == QVariant::Bool) {
         write(item, !item.value.toBool());
-    else
+    } else {
         say(QStringLiteral("%1 is not true or false; space switches such settings").arg(item.idWithIndex()));
+    }
 }
 
 void Top::toggleEnabled()
 {
     for (const Item& item : m_items.items()) {
-        if (item.id == QLatin1String("enabled"))
+        if (item.id == QLatin1String("enabled")) {
             return toggle(item);
+        }
     }
     say(QStringLiteral("there is no item \"enabled\""));
 }
@@ -292,21 +309,25 @@ void Top::toggleEnabled()
 
 ExitStatus runTop(const Request& request, Output& output)
 {
-    if (!output.isTerminal() || ::isatty(STDIN_FILENO) != 1)
+    if (!output.isTerminal() || ::isatty(STDIN_FILENO) != 1) {
         return output.fail(
             { ExitStatus::Failed,
               QStringLiteral("top needs a terminal; \"itemctl watch\" follows changes elsewhere") });
+    }
     const TerminalSignals signals; // before any thread is there that would take them
     auto servers = serversFor(request, {});
-    if (!servers)
+    if (!servers) {
         return output.fail(servers.failure());
+    }
     LiveItems items(std::move(*servers));
-    if (const auto started = items.start(); !started)
+    if (const auto started = items.start(); !started) {
         return output.fail(started.failure());
+    }
     Top top(items, signals);
     std::optional<Notices> notices;
-    if (request.notices)
+    if (request.notices) {
         top.follow(notices.emplace(*request.notices));
+    }
     return static_cast<ExitStatus>(QCoreApplication::exec());
 }
 

@@ -18,8 +18,9 @@ TopHighlights::TopHighlights()
 void TopHighlights::add(int position)
 {
     m_ends[position].setRemainingTime(HighlightTime);
-    if (!m_timer.isActive())
+    if (!m_timer.isActive()) {
         m_timer.start(HighlightTime);
+    }
 }
 
 void TopHighlights::endSome()
@@ -33,8 +34,9 @@ void TopHighlights::endSome()
             ++end;
         }
     }
-    if (!m_ends.isEmpty())
+    if (!m_ends.isEmpty()) {
         m_timer.start(std::chrono::ceil<std::chrono::milliseconds>(next));
+    }
     Q_EMIT faded();
 }
 

@@ -43,15 +43,17 @@ bool hasContent(const Items& items, const QVector<int>& positions)
 TopRow tableRow(const Items& items, int index, const QVector<int>& positions)
 {
     QString text = QStringLiteral("  %1 ").arg(index, 3);
-    for (const int position : positions)
+    for (const int position : positions) {
         text += fitted(shownValue(items[position]), CellColumns) + QLatin1Char(' ');
+    }
     return { text, positions, true };
 }
 
 void addGroup(QVector<TopRow>& rows, const QString& heading, const QVector<TopRow>& group)
 {
-    if (group.isEmpty())
+    if (group.isEmpty()) {
         return;
+    }
     rows.append({ heading, {}, true });
     rows += group;
 }
@@ -67,12 +69,13 @@ QVector<TopRow> topRows(const Items& items)
     std::map<QString, Table> tables;
     for (int i = 0; i < items.size(); ++i) {
         const Item& item = items[i];
-        if (item.index)
+        if (item.index) {
             tables[item.module + QLatin1Char(':') + tableName(item.id)][*item.index].append(i);
-        else if (item.isAction())
+        } else if (item.isAction()) {
             actions.append(singleRow(items, i));
-        else
+        } else {
             (item.kind == QLatin1String("config") ? configs : results).append(singleRow(items, i));
+        }
     }
     QVector<TopRow> rows;
     addGroup(rows, QStringLiteral("Configs"), configs);
@@ -80,8 +83,9 @@ QVector<TopRow> topRows(const Items& items)
     for (const auto& [name, table] : tables) {
         QVector<TopRow> group;
         for (const auto& [index, positions] : table) {
-            if (hasContent(items, positions))
+            if (hasContent(items, positions)) {
                 group.append(tableRow(items, index, positions));
+            }
         }
         addGroup(rows, escaped(name), group);
     }
@@ -95,8 +99,9 @@ int rowAt(const QVector<TopRow>& rows, int selected, int by)
     const int aimed = std::clamp(selected + by, 0, std::max(0, size - 1));
     for (const int step : { by < 0 ? -1 : 1, by < 0 ? 1 : -1 }) {
         for (int at = aimed; at >= 0 && at < size; at += step) {
-            if (!rows[at].isHeading())
+            if (!rows[at].isHeading()) {
                 return at;
+            }
         }
     }
     return -1;
@@ -105,8 +110,9 @@ int rowAt(const QVector<TopRow>& rows, int selected, int by)
 QString valuesLine(const Items& items, const QVector<int>& positions)
 {
     QStringList texts;
-    for (const int position : positions)
+    for (const int position : positions) {
         texts += escaped(items[position].id) + QLatin1Char(' ') + shownValue(items[position]);
+    }
     return texts.join(QStringLiteral(", "));
 }
 

@@ -71,23 +71,28 @@ void drawLine(int y, const QString& text, attr_t attributes)
 QString endOf(const QString& text, int columns)
 {
     QString end = text;
-    while (displayWidth(end) > columns)
+    while (displayWidth(end) > columns) {
         end.remove(0, 1);
+    }
     return end;
 }
 
 attr_t attributesOf(const TopRow& row, bool isSelected, const QList<int>& highlighted)
 {
     attr_t attributes = A_NORMAL;
-    if (row.isHeading())
+    if (row.isHeading()) {
         attributes |= A_BOLD;
-    if (!row.applicable)
+    }
+    if (!row.applicable) {
         attributes |= A_DIM;
+    }
     if (std::any_of(row.items.begin(), row.items.end(),
-                    [&](int position) { return highlighted.contains(position); }))
+                    [&](int position) { return highlighted.contains(position); })) {
         attributes |= A_BOLD | A_UNDERLINE;
-    if (isSelected)
+    }
+    if (isSelected) {
         attributes |= A_REVERSE;
+    }
     return attributes;
 }
 
@@ -98,10 +103,11 @@ QStringList statusLines(const QString& text)
     QStringList lines{ QString() };
     for (const QString& word : text.split(QLatin1Char(' '))) {
         const bool fits = lines.last().isEmpty() || displayWidth(lines.last() + word) < COLS;
-        if (!fits && lines.size() < std::min(Most, LINES - 1))
+        if (!fits && lines.size() < std::min(Most, LINES - 1)) {
             lines << word;
-        else
+        } else {
             lines.last() += lines.last().isEmpty() ? word : QLatin1Char(' ') + word;
+        }
     }
     return lines;
 }
@@ -135,21 +141,25 @@ void TopScreen::draw(const TopFrame& frame)
         frame.isTyped ? QStringList{ endOf(frame.status, COLS) } : statusLines(frame.status);
     const bool hasChanges = LINES > status.size() + 1;
     const int page = std::max(1, LINES - status.size() - (hasChanges ? 1 : 0));
-    if (frame.selected >= 0)
+    if (frame.selected >= 0) {
         m_first = std::clamp(m_first, frame.selected - page + 1, frame.selected);
+    }
     // The heading above the selected row is seen as well.
-    if (frame.selected > 0 && frame.selected == m_first && frame.rows[m_first - 1].isHeading())
+    if (frame.selected > 0 && frame.selected == m_first && frame.rows[m_first - 1].isHeading()) {
         --m_first;
+    }
     m_first = std::clamp(m_first, 0, std::max(0, frame.rows.size() - page));
     ::erase();
     for (int y = 0; y < page && m_first + y < frame.rows.size(); ++y) {
         const TopRow& row = frame.rows[m_first + y];
         drawLine(y, row.text, attributesOf(row, m_first + y == frame.selected, frame.highlighted));
     }
-    if (hasChanges)
+    if (hasChanges) {
         drawLine(LINES - status.size() - 1, frame.changes, A_BOLD);
-    for (int i = 0; i < status.size(); ++i)
+    }
+    for (int i = 0; i < status.size(); ++i) {
         drawLine(LINES - status.size() + i, status[i], A_REVERSE);
+    }
     ::refresh();
 }
 
@@ -157,16 +167,18 @@ std::optional<KeyPress> TopScreen::nextKey()
 {
     wint_t code = 0;
     const int result = ::get_wch(&code);
-    if (result == ERR)
+    if (result == ERR) {
         return {};
+    }
     return result == KEY_CODE_YES ? functionKey(code) : character(code);
 }
 
 void TopScreen::resize()
 {
     winsize size{};
-    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0)
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0) {
         ::resizeterm(size.ws_row, size.ws_col);
+    }
 }
 
 } // namespace itemctl

@@ -22,16 +22,19 @@ struct Selection
 Expected<Selection> select(const Request& request, const QStringList& names, Wanted wanted, Output& output)
 {
     auto servers = serversFor(request, names);
-    if (!servers)
+    if (!servers) {
         return servers.failure();
+    }
     const auto all = listAll(*servers, output);
-    if (!all)
+    if (!all) {
         return all.failure();
+    }
     Items items;
     for (const QString& name : names) {
         const auto found = findItem(*all, name, wanted);
-        if (!found)
+        if (!found) {
             return notFound(*all, *servers, name, found.failure());
+        }
         items += (*all)[*found];
     }
     return Selection{ std::move(*servers), items };
@@ -39,8 +42,9 @@ Expected<Selection> select(const Request& request, const QStringList& names, Wan
 
 void noteIfInapplicable(const Item& item, const QString& name, Output& output)
 {
-    if (!item.applicable)
+    if (!item.applicable) {
         output.note(QStringLiteral("note: %1 does not apply now").arg(name));
+    }
 }
 
 Failure actionHasNoValue(const QString& name)
@@ -62,14 +66,17 @@ ExitStatus written(bool ok)
 
 ExitStatus printValues(const Items& items, const Request& request, Output& output)
 {
-    if (!request.json)
+    if (!request.json) {
         return written(std::all_of(items.begin(), items.end(),
                                    [&](const Item& item) { return output.line(rawText(item.value)); }));
-    if (items.size() == 1)
+    }
+    if (items.size() == 1) {
         return written(output.line(jsonText(toJson(items.first().value))));
+    }
     auto values = nlohmann::ordered_json::array();
-    for (const Item& item : items)
+    for (const Item& item : items) {
         values.push_back(toJson(item.value));
+    }
     return written(output.line(jsonText(values)));
 }
 
@@ -78,14 +85,17 @@ ExitStatus printValues(const Items& items, const Request& request, Output& outpu
 ExitStatus runGet(const Request& request, Output& output)
 {
     const auto selected = select(request, request.arguments, Wanted::Valued, output);
-    if (!selected)
+    if (!selected) {
         return output.fail(selected.failure());
+    }
     for (int i = 0; i < selected->items.size(); ++i) {
         const Item& item = selected->items[i];
-        if (item.isAction())
+        if (item.isAction()) {
             return output.fail(actionHasNoValue(request.arguments[i]));
-        if (!item.value.isValid() && !request.json)
+        }
+        if (!item.value.isValid() && !request.json) {
             return output.fail(hasNoValueYet(request.arguments[i]));
+        }
         noteIfInapplicable(item, request.arguments[i], output);
     }
     return printValues(selected->items, request, output);
@@ -95,17 +105,21 @@ ExitStatus runSet(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
     const auto selected = select(request, { name }, Wanted::Valued, output);
-    if (!selected)
+    if (!selected) {
         return output.fail(selected.failure());
+    }
     const Item& item = selected->items.first();
-    if (item.isAction())
+    if (item.isAction()) {
         return output.fail(actionHasNoValue(name));
+    }
     noteIfInapplicable(item, name, output);
     const KELClientInterface& client = selected->servers.clientOf(item);
-    if (const auto done = client.set(item.address, request.arguments.value(1)); !done)
+    if (const auto done = client.set(item.address, request.arguments.value(1)); !done) {
         return output.fail(failureFrom(done.error()));
-    if (!request.json)
+    }
+    if (!request.json) {
         return ExitStatus::Done;
+    }
     const auto value = client.get(item.address);
     return value ? written(output.line(jsonText(toJson(*value)))) : output.fail(failureFrom(value.error()));
 }
@@ -114,29 +128,35 @@ ExitStatus runCall(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
     const auto selected = select(request, { name }, Wanted::Action, output);
-    if (!selected)
+    if (!selected) {
         return output.fail(selected.failure());
+    }
     const Item& item = selected->items.first();
     noteIfInapplicable(item, name, output);
     const auto reply = selected->servers.clientOf(item).trigger(item.address, request.arguments.value(1));
-    if (!reply)
+    if (!reply) {
         return output.fail(failureFrom(reply.error()));
-    if (request.json)
+    }
+    if (request.json) {
         return written(output.line(jsonText(toJson(*reply))));
+    }
     return reply->isEmpty() ? ExitStatus::Done : written(output.line(escaped(*reply)));
 }
 
 ExitStatus runDescribe(const Request& request, Output& output)
 {
     const auto selected = select(request, { request.arguments.value(0) }, Wanted::Any, output);
-    if (!selected)
+    if (!selected) {
         return output.fail(selected.failure());
+    }
     const Item& item = selected->items.first();
     const auto description = selected->servers.clientOf(item).describe(item.address);
-    if (!description)
+    if (!description) {
         return output.fail(failureFrom(description.error()));
-    if (request.json)
+    }
+    if (request.json) {
         return written(output.line(jsonText(descriptionJson(item, *description))));
+    }
     const QStringList lines = descriptionLines(item, *description);
     return written(
         std::all_of(lines.begin(), lines.end(), [&](const QString& line) { return output.line(line); }));

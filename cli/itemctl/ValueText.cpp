@@ -6,11 +6,13 @@ namespace itemctl {
 
 QString shownValue(const Item& item)
 {
-    if (!item.value.isValid())
+    if (!item.value.isValid()) {
         return QStringLiteral("-");
+    }
     const QString raw = rawText(item.value);
-    if (raw.isEmpty())
+    if (raw.isEmpty()) {
         return QStringLiteral("\"\"");
+    }
     return item.text.isEmpty() ? escaped(raw)
                                : QStringLiteral("%1 (%2)").arg(escaped(raw), escaped(item.text));
 }

@@ -25,8 +25,9 @@ Expected<std::vector<Condition>> parse(const QStringList& texts)
     std::vector<Condition> conditions;
     for (const QString& text : texts) {
         const auto condition = Condition::parse(text);
-        if (!condition)
+        if (!condition) {
             return condition.failure();
+        }
         conditions.push_back(*condition);
     }
     return conditions;
@@ -66,17 +67,20 @@ Expected<Expectations> Expectations::of(const std::vector<Condition>& conditions
     for (const Condition& condition : conditions) {
         const auto position = findItem(items.items(), condition.item(),
                                        condition.comparesValue() ? Wanted::Valued : Wanted::Any);
-        if (!position)
+        if (!position) {
             return notFound(items.items(), items.servers(), condition.item(), position.failure());
+        }
         Condition bound = condition;
         if (condition.comparesValue()) {
             const Item& item = items.items()[*position];
             const auto description = items.servers().clientOf(item).describe(item.address);
-            if (!description)
+            if (!description) {
                 return description.error();
+            }
             const auto fitting = condition.boundTo(*description);
-            if (!fitting)
+            if (!fitting) {
                 return fitting.failure();
+            }
             bound = *fitting;
         }
         expectations.m_expectations.push_back({ bound, *position });
@@ -100,14 +104,16 @@ QString Expectations::shortfall() const
 {
     QStringList missing;
     for (const Expectation& expectation : m_expectations) {
-        if (holds(expectation))
+        if (holds(expectation)) {
             continue;
+        }
         const Item& item = m_items->items()[expectation.position];
         QString state = QStringLiteral("server %1 is not on the bus").arg(item.server);
-        if (m_items->isPresent(item) && expectation.condition.isAboutValue())
+        if (m_items->isPresent(item) && expectation.condition.isAboutValue()) {
             state = QStringLiteral("it is %1").arg(shownValue(item));
-        else if (m_items->isPresent(item))
+        } else if (m_items->isPresent(item)) {
             state = item.applicable ? QStringLiteral("it applies") : QStringLiteral("it does not apply");
+        }
         missing += QStringLiteral("%1 does not hold, %2").arg(expectation.condition.text(), state);
     }
     return missing.join(QStringLiteral("; "));
@@ -118,8 +124,9 @@ nlohmann::ordered_json Expectations::json() const
     auto array = nlohmann::ordered_json::array();
     QVector<int> seen;
     for (const Expectation& expectation : m_expectations) {
-        if (!seen.contains(expectation.position))
+        if (!seen.contains(expectation.position)) {
             array.push_back(itemJson(m_items->items()[expectation.position]));
+        }
         seen += expectation.position;
     }
     return array;
@@ -144,8 +151,9 @@ Wait::Wait(const Expectations& expectations, LiveItems& items, Output& output)
     , m_ending(output)
 {
     connect(&items, &LiveItems::turnEnded, this, [this] {
-        if (m_expectations.hold())
+        if (m_expectations.hold()) {
             m_ending.reach(ExitStatus::Done);
+        }
     });
     connect(&items, &LiveItems::failed, this,
             [&output](const Failure& failure) { output.note(failure.message); });
@@ -170,8 +178,9 @@ void Wait::endAfter(std::chrono::milliseconds left, std::chrono::milliseconds wh
 Expected<Servers> serversOf(const std::vector<Condition>& conditions, const Request& request)
 {
     QStringList names;
-    for (const Condition& condition : conditions)
+    for (const Condition& condition : conditions) {
         names += condition.item();
+    }
     return serversFor(request, names);
 }
 
@@ -182,20 +191,25 @@ ExitStatus runWait(const Request& request, Output& output)
     const auto timeout = request.timeout.value_or(DefaultWait);
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     const auto conditions = parse(request.arguments);
-    if (!conditions)
+    if (!conditions) {
         return output.fail(conditions.failure());
+    }
     auto servers = serversOf(*conditions, request);
-    if (!servers)
+    if (!servers) {
         return output.fail(servers.failure());
+    }
     servers->setTimeout(std::clamp(timeout, ShortestAnswer, KELClientInterface::DefaultTimeout));
     LiveItems items(std::move(*servers));
-    if (const auto started = items.start(); !started)
+    if (const auto started = items.start(); !started) {
         return output.fail(started.failure());
-    for (const Failure& failure : items.silent())
+    }
+    for (const Failure& failure : items.silent()) {
         output.note(failure.message);
+    }
     const auto expectations = Expectations::of(*conditions, items);
-    if (!expectations)
+    if (!expectations) {
         return output.fail(expectations.failure());
+    }
     ExitStatus status = ExitStatus::Done;
     if (!expectations->hold()) {
         Wait wait(*expectations, items, output);
@@ -204,8 +218,9 @@ ExitStatus runWait(const Request& request, Output& output)
             timeout);
         status = static_cast<ExitStatus>(QCoreApplication::exec());
     }
-    if (status == ExitStatus::Done && request.json && !output.line(jsonText(expectations->json())))
+    if (status == ExitStatus::Done && request.json && !output.line(jsonText(expectations->json()))) {
         return ExitStatus::Failed;
+    }
     return status;
 }
 

@@ -19,10 +19,12 @@ namespace {
 QString changeLine(const Item& item, Change change, const Output& output)
 {
     QString line = output.bold(escaped(output.nameOf(item)));
-    if (change.value)
+    if (change.value) {
         line += QLatin1Char(' ') + shownValue(item);
-    if (change.applicability)
+    }
+    if (change.applicability) {
         line += item.applicable ? QStringLiteral(" [applies]") : QStringLiteral(" [does not apply]");
+    }
     return line;
 }
 
@@ -66,31 +68,36 @@ Watch::Watch(const Request& request, LiveItems& items, Output& output)
     connect(&m_timer, &QTimer::timeout, this, [this] { endOfTime(); });
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
-    if (request.timeout)
+    if (request.timeout) {
         m_timer.start(*request.timeout);
+    }
 }
 
 void Watch::print(const Item& item, Change change)
 {
-    if (m_ending.isReached())
+    if (m_ending.isReached()) {
         return;
+    }
     const bool wanted = m_request.arguments.isEmpty()
         || std::any_of(m_request.arguments.begin(), m_request.arguments.end(),
                        [&](const QString& pattern) { return matches(item, pattern); });
-    if (!wanted)
+    if (!wanted) {
         return;
+    }
     const QString line =
         m_request.json ? jsonText(changeJson(item, change)) : changeLine(item, change, m_output);
     const bool written = m_output.line(line);
     ++m_printed;
-    if (!written || m_printed == m_request.count)
+    if (!written || m_printed == m_request.count) {
         m_ending.reach(written ? ExitStatus::Done : ExitStatus::Failed);
+    }
 }
 
 void Watch::endOfTime()
 {
-    if (!m_request.count)
+    if (!m_request.count) {
         return m_ending.reach(ExitStatus::Done);
+    }
     m_ending.reach(
         { ExitStatus::NoAnswer,
           QStringLiteral("time is over after %1 of %2 changes").arg(m_printed).arg(*m_request.count) });
@@ -101,16 +108,20 @@ void Watch::endOfTime()
 ExitStatus runWatch(const Request& request, Output& output)
 {
     auto servers = serversFor(request, request.arguments);
-    if (!servers)
+    if (!servers) {
         return output.fail(servers.failure());
+    }
     LiveItems items(std::move(*servers));
     const auto present = items.start();
-    if (!present)
+    if (!present) {
         return output.fail(present.failure());
-    for (const Failure& failure : items.silent())
+    }
+    for (const Failure& failure : items.silent()) {
         output.note(failure.message);
-    if (const QStringList left = unmatched(*present, request.arguments); !left.isEmpty())
+    }
+    if (const QStringList left = unmatched(*present, request.arguments); !left.isEmpty()) {
         return output.fail(notFound(*present, items.servers(), left.first(), nothingMatches(*present, left)));
+    }
     const Watch watch(request, items, output);
     return static_cast<ExitStatus>(QCoreApplication::exec());
 }

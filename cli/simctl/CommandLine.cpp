@@ -49,8 +49,9 @@ std::string checkSignal(const std::string& text)
 {
     bool isNumber = false;
     const int rssi = QString::fromStdString(text).toInt(&isNumber);
-    if (isNumber && rssi >= -127 && rssi <= 20)
+    if (isNumber && rssi >= -127 && rssi <= 20) {
         return {};
+    }
     return "\"" + text + "\" is no whole number of dBm from -127 to 20";
 }
 
@@ -164,10 +165,12 @@ void Parser::addAdd()
         app->add_option("NAME", m_arguments.device, "Its name; \"\" when it never tells one")->type_name("");
     // NAME is needed, but may stand behind --code, whose digits may be left out.
     app->final_callback([this, nameOption] {
-        if (nameOption->count() > 0)
+        if (nameOption->count() > 0) {
             return;
-        if (m_arguments.code.empty() || isCode(m_arguments.code))
+        }
+        if (m_arguments.code.empty() || isCode(m_arguments.code)) {
             throw CLI::RequiredError("NAME");
+        }
         m_arguments.device = std::exchange(m_arguments.code, {});
     });
     app->add_option("--address", m_arguments.address, "Its address, like 00:11:22:33:44:55")
@@ -212,9 +215,10 @@ void Parser::addOthers()
 {
     CLI::App* fault = add(Command::Fault, "fault", "Something goes wrong; without KIND: what does");
     // One by one: of a list, "[…]" would be taken apart, which is a value here.
-    for (std::size_t i = 0; i < FaultWords.size(); ++i)
+    for (std::size_t i = 0; i < FaultWords.size(); ++i) {
         fault->add_option(FaultWords.at(i).first, m_arguments.fault.at(i), FaultWords.at(i).second)
             ->type_name("");
+    }
     fault->footer(std::string(FaultKinds) + '\n' + Footer);
     add(Command::Calls, "calls", "The daemon's methods that were called, with arguments and times");
     CLI::App* time = add(Command::Time, "time", "Show the simulated time, or drive it");
@@ -241,27 +245,31 @@ QString Parser::description() const
     nlohmann::ordered_json device;
     device["address"] = m_arguments.address;
     device["name"] = m_arguments.device;
-    if (!m_arguments.deviceClass.empty())
+    if (!m_arguments.deviceClass.empty()) {
         device["class"] = m_arguments.deviceClass;
+    }
     const CLI::App* chosen = m_app.get_subcommands().front();
-    if (chosen->get_option("--rssi")->count() > 0)
+    if (chosen->get_option("--rssi")->count() > 0) {
         device["rssi"] = m_arguments.rssi;
+    }
     if (chosen->get_option("--pin")->count() > 0) {
         device["pairing"] = "pin";
         device["pin"] = m_arguments.pin;
     } else if (chosen->get_option("--code")->count() > 0) {
         device["pairing"] = "code";
-        if (!m_arguments.code.empty())
+        if (!m_arguments.code.empty()) {
             device["code"] = m_arguments.code;
+        }
     } else if (!m_arguments.pairing.empty()) {
         device["pairing"] = m_arguments.pairing;
     }
     auto roles = nlohmann::ordered_json::array();
     for (const auto& [name, given] : m_arguments.flags) {
-        if (given && name == "paired")
+        if (given && name == "paired") {
             device["paired"] = true;
-        else if (given)
+        } else if (given) {
             roles.push_back(name);
+        }
     }
     device["is"] = roles;
     return cli::jsonText(device);
@@ -273,33 +281,40 @@ Request Parser::request() const
     Request request;
     request.command = m_commands.at(chosen);
     request.json = m_arguments.json;
-    if (chosen->get_option_no_throw("DEVICE") != nullptr || request.command == Command::Record)
+    if (chosen->get_option_no_throw("DEVICE") != nullptr || request.command == Command::Record) {
         request.arguments << QString::fromStdString(m_arguments.device);
-    if (request.command == Command::Add)
+    }
+    if (request.command == Command::Add) {
         request.description = description();
+    }
     if (request.command == Command::Move) {
         request.arguments << QString::number(m_arguments.rssi);
         request.seconds = m_arguments.seconds;
     }
-    for (const std::string& word : m_arguments.words)
+    for (const std::string& word : m_arguments.words) {
         request.arguments << QString::fromStdString(word);
+    }
     for (const std::string& word : { m_arguments.word, m_arguments.number }) {
-        if (!word.empty())
+        if (!word.empty()) {
             request.arguments << QString::fromStdString(word);
+        }
     }
     for (std::size_t i = 0; request.command == Command::Fault && i < FaultWords.size(); ++i) {
-        if (chosen->get_option(FaultWords.at(i).first)->count() > 0)
+        if (chosen->get_option(FaultWords.at(i).first)->count() > 0) {
             request.arguments << QString::fromStdString(m_arguments.fault.at(i));
+        }
     }
-    if (request.command == Command::Record && chosen->get_option("--timeout")->count() > 0)
+    if (request.command == Command::Record && chosen->get_option("--timeout")->count() > 0) {
         request.timeout = cli::milliseconds(m_arguments.timeout);
+    }
     return request;
 }
 
 std::variant<Request, int> Parser::parse(int argc, const char* const* argv)
 {
-    if (const auto status = cli::parse(m_app, argc, argv))
+    if (const auto status = cli::parse(m_app, argc, argv)) {
         return *status;
+    }
     return request();
 }
 

@@ -24,10 +24,11 @@ nlohmann::ordered_json faultJson(const QVariantMap& fault)
     nlohmann::ordered_json object;
     for (const char* name : { "kind", "name", "signature", "value", "seconds", "count" }) {
         const QVariant argument = fault.value(QLatin1String(name));
-        if (qstrcmp(name, "value") == 0 && argument.isValid())
+        if (qstrcmp(name, "value") == 0 && argument.isValid()) {
             object[name] = nlohmann::ordered_json::parse(argument.toString().toStdString(), nullptr, false);
-        else if (argument.isValid())
+        } else if (argument.isValid()) {
             object[name] = cli::toJson(argument);
+        }
     }
     return object;
 }
@@ -42,12 +43,14 @@ ExitStatus conclude(const Failure& failure, cli::Output& output)
 ExitStatus run(const Request& request, cli::Output& output)
 {
     using Command = Request::Command;
-    if (request.command == Command::Record)
+    if (request.command == Command::Record) {
         return runRecord(request, output);
+    }
     const auto simulation = Simulation::find();
-    if (!simulation)
+    if (!simulation) {
         return request.command == Command::Names ? simulation.failure().status
                                                  : output.fail(simulation.failure());
+    }
     switch (request.command) {
     case Command::Devices:
         return runDevices(request, *simulation, output);
@@ -66,16 +69,19 @@ ExitStatus run(const Request& request, cli::Output& output)
 
 ExitStatus runFault(const Request& request, const Simulation& simulation, cli::Output& output)
 {
-    if (!request.arguments.isEmpty())
+    if (!request.arguments.isEmpty()) {
         return conclude(Simulation::failureOf(simulation.proxy().SetFault(request.arguments)), output);
+    }
     auto reply = simulation.proxy().Faults();
-    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done)
+    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done) {
         return output.fail(failure);
+    }
     const QList<QVariantMap> faults = reply.value();
     if (request.json) {
         auto list = nlohmann::ordered_json::array();
-        for (const QVariantMap& fault : faults)
+        for (const QVariantMap& fault : faults) {
             list.push_back(faultJson(fault));
+        }
         return output.line(cli::jsonText(list)) ? ExitStatus::Done : ExitStatus::Failed;
     }
     const bool written = std::all_of(faults.begin(), faults.end(), [&](const QVariantMap& fault) {
@@ -87,8 +93,9 @@ ExitStatus runFault(const Request& request, const Simulation& simulation, cli::O
 ExitStatus runCalls(const Request& request, const Simulation& simulation, cli::Output& output)
 {
     auto reply = simulation.proxy().Calls();
-    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done)
+    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done) {
         return output.fail(failure);
+    }
     const QList<QVariantMap> calls = reply.value();
     for (const QVariantMap& call : calls) {
         nlohmann::ordered_json record;
@@ -96,16 +103,18 @@ ExitStatus runCalls(const Request& request, const Simulation& simulation, cli::O
         record["member"] = call.value(QStringLiteral("member")).toString().toStdString();
         record["arguments"] = cli::toJson(call.value(QStringLiteral("arguments")));
         QStringList words;
-        for (const auto& argument : record["arguments"])
+        for (const auto& argument : record["arguments"]) {
             words << cli::jsonText(argument);
+        }
         const QString line = request.json
             ? cli::jsonText(record)
             : QStringLiteral("%1  %2(%3)")
                   .arg(call.value(QStringLiteral("time")).toDouble(), 10, 'f', 3)
                   .arg(cli::escaped(call.value(QStringLiteral("member")).toString()),
                        words.join(QStringLiteral(", ")));
-        if (!output.line(line))
+        if (!output.line(line)) {
             return ExitStatus::Failed;
+        }
     }
     return ExitStatus::Done;
 }

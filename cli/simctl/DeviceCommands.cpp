@@ -22,8 +22,9 @@ constexpr std::array Fields{ "address", "name", "class",   "rssi",   "pairing", 
 cli::Expected<QList<QVariantMap>> readDevices(const Simulation& simulation)
 {
     auto reply = simulation.proxy().Devices();
-    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done)
+    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done) {
         return failure;
+    }
     return reply.value();
 }
 
@@ -36,12 +37,15 @@ QString stateText(const QVariantMap& device)
 {
     constexpr int Settled = 100;
     const int pairState = field(device, "pairState").toInt();
-    if (!field(device, "present").toBool())
+    if (!field(device, "present").toBool()) {
         return field(device, "paired").toBool() ? QStringLiteral("away, paired") : QStringLiteral("away");
-    if (pairState > 0 && pairState < Settled)
+    }
+    if (pairState > 0 && pairState < Settled) {
         return QStringLiteral("being paired");
-    if (field(device, "connection").toUInt() != 0)
+    }
+    if (field(device, "connection").toUInt() != 0) {
         return QStringLiteral("connected");
+    }
     return field(device, "paired").toBool() ? QStringLiteral("paired") : QString();
 }
 
@@ -83,11 +87,13 @@ QStringList tableOf(const QList<QVariantMap>& devices)
     QStringList lines;
     for (const QStringList& row : qAsConst(rows)) {
         QString line;
-        for (int column = 0; column < row.size(); ++column)
+        for (int column = 0; column < row.size(); ++column) {
             line +=
                 cli::fitted(row.at(column), widths[static_cast<std::size_t>(column)]) + QStringLiteral("  ");
-        while (line.endsWith(QLatin1Char(' ')))
+        }
+        while (line.endsWith(QLatin1Char(' '))) {
             line.chop(1);
+        }
         lines << line;
     }
     return lines;
@@ -97,8 +103,9 @@ QString jsonOf(const QVariantMap& device)
 {
     nlohmann::ordered_json record;
     for (const char* name : Fields) {
-        if (device.contains(QLatin1String(name)))
+        if (device.contains(QLatin1String(name))) {
             record[name] = cli::toJson(field(device, name));
+        }
     }
     return cli::jsonText(record);
 }
@@ -108,13 +115,15 @@ QString jsonOf(const QVariantMap& device)
 ExitStatus runDevices(const Request& request, const Simulation& simulation, cli::Output& output)
 {
     const auto devices = readDevices(simulation);
-    if (!devices)
+    if (!devices) {
         return output.fail(devices.failure());
+    }
     QStringList lines;
-    if (request.json)
+    if (request.json) {
         std::transform(devices->begin(), devices->end(), std::back_inserter(lines), jsonOf);
-    else
+    } else {
         lines = tableOf(*devices);
+    }
     const bool written =
         std::all_of(lines.begin(), lines.end(), [&](const QString& line) { return output.line(line); });
     return written ? ExitStatus::Done : ExitStatus::Failed;
@@ -125,18 +134,21 @@ ExitStatus runNames(const Request& request, const Simulation& simulation, cli::O
     constexpr int CompletionPatience = 1000; // milliseconds; somebody is in the middle of a command line
     simulation.proxy().setTimeout(CompletionPatience);
     if (request.arguments.contains(QLatin1String("member"))) {
-        for (const QString& member : simulation.daemonMembers())
+        for (const QString& member : simulation.daemonMembers()) {
             output.line(member);
+        }
         return ExitStatus::Done;
     }
     const auto devices = readDevices(simulation);
-    if (!devices)
+    if (!devices) {
         return devices.failure().status;
+    }
     for (const QVariantMap& device : *devices) {
         output.line(field(device, "address").toString());
         const QString name = field(device, "name").toString();
-        if (!name.isEmpty() && cli::escaped(name) == name)
+        if (!name.isEmpty() && cli::escaped(name) == name) {
             output.line(name);
+        }
     }
     return ExitStatus::Done;
 }

@@ -1,6 +1,6 @@
 #include "Commands.h"
 #include "Recording.h"
-#include "process/EndingSignals.h"
+#include "base/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -11,15 +11,17 @@ namespace simctl {
 cli::ExitStatus runRecord(const Request& request, cli::Output& output)
 {
     using cli::ExitStatus;
-    if (const auto bus = systemBus(); !bus)
+    if (const auto bus = systemBus(); !bus) {
         return output.fail(bus.failure());
+    }
     const QString path = request.arguments.value(0);
-    if (!path.endsWith(QLatin1String(".rec")))
+    if (!path.endsWith(QLatin1String(".rec"))) {
         return output.fail(
             { ExitStatus::Usage,
               QStringLiteral("\"%1\" is no name of a recording, which ends with .rec").arg(path) });
-    const process::EndingSignals signalsToEnd;
-    QObject::connect(&signalsToEnd, &process::EndingSignals::received, qApp, &QCoreApplication::quit);
+    }
+    const base::EndingSignals signalsToEnd;
+    QObject::connect(&signalsToEnd, &base::EndingSignals::received, qApp, &QCoreApplication::quit);
     Recording recording;
     ExitStatus status = ExitStatus::Done;
     QObject::connect(&recording, &Recording::propertiesMissing, qApp, [&](const QString& reason) {
@@ -29,16 +31,19 @@ cli::ExitStatus runRecord(const Request& request, cli::Output& output)
                 .arg(reason));
         status = ExitStatus::NoAnswer;
     });
-    if (const QString problem = recording.begin(path); !problem.isEmpty())
+    if (const QString problem = recording.begin(path); !problem.isEmpty()) {
         return output.fail({ ExitStatus::Failed, problem });
-    if (request.timeout)
+    }
+    if (request.timeout) {
         QTimer::singleShot(*request.timeout, qApp, &QCoreApplication::quit);
-    else
+    } else {
         output.note(QStringLiteral("recording to %1; Ctrl-C ends it").arg(path));
+    }
     QCoreApplication::exec();
     recording.end();
-    if (const QString problem = recording.problem(); !problem.isEmpty())
+    if (const QString problem = recording.problem(); !problem.isEmpty()) {
         return output.fail({ ExitStatus::Failed, problem });
+    }
     output.note(recording.lines() == 1 ? QStringLiteral("1 event recorded")
                                        : QStringLiteral("%1 events recorded").arg(recording.lines()));
     return status;

@@ -35,13 +35,15 @@ Json dictionary(const QDBusArgument& argument)
 
 Json parts(const QDBusArgument& argument)
 {
-    if (argument.currentType() == QDBusArgument::MapType)
+    if (argument.currentType() == QDBusArgument::MapType) {
         return dictionary(argument);
+    }
     const bool isArray = argument.currentType() == QDBusArgument::ArrayType;
     Json list = Json::array();
     isArray ? argument.beginArray() : argument.beginStructure();
-    while (!argument.atEnd())
+    while (!argument.atEnd()) {
         list.push_back(content(argument.asVariant()));
+    }
     isArray ? argument.endArray() : argument.endStructure();
     return list;
 }
@@ -49,19 +51,23 @@ Json parts(const QDBusArgument& argument)
 /// JSON has no number for these.
 Json floating(double number)
 {
-    if (std::isfinite(number))
+    if (std::isfinite(number)) {
         return number;
+    }
     return std::isnan(number) ? "NaN" : number > 0 ? "Infinity" : "-Infinity";
 }
 
 Json content(const QVariant& value)
 {
-    if (value.userType() == qMetaTypeId<QDBusArgument>())
+    if (value.userType() == qMetaTypeId<QDBusArgument>()) {
         return parts(value.value<QDBusArgument>());
-    if (value.userType() == qMetaTypeId<QDBusVariant>())
+    }
+    if (value.userType() == qMetaTypeId<QDBusVariant>()) {
         return recordedValue(value.value<QDBusVariant>().variant());
-    if (value.userType() == QMetaType::Double)
+    }
+    if (value.userType() == QMetaType::Double) {
         return floating(value.toDouble());
+    }
     return cli::toJson(value);
 }
 

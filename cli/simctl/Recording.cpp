@@ -37,8 +37,9 @@ Json signalLine(const QDBusMessage& signal)
         return line;
     }
     line["arguments"] = Json::array();
-    for (const QVariant& argument : signal.arguments())
+    for (const QVariant& argument : signal.arguments()) {
         line["arguments"].push_back(recordedValue(argument));
+    }
     return line;
 }
 
@@ -53,11 +54,13 @@ Recording::Recording()
 QString Recording::begin(const QString& path)
 {
     // Opening a pipe would wait for somebody to read it.
-    if (const QFileInfo info(path); info.exists() && !info.isFile())
+    if (const QFileInfo info(path); info.exists() && !info.isFile()) {
         return QStringLiteral("%1 cannot be written: it is no regular file").arg(path);
+    }
     m_file.setFileName(path);
-    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         return QStringLiteral("%1 cannot be written: %2").arg(path, m_file.errorString());
+    }
     m_clock.start();
     QDBusConnection bus = QDBusConnection::systemBus();
     bus.connect(Daemon, DaemonPath, Daemon, QString(), this, SLOT(noteSignal(QDBusMessage)));
@@ -132,8 +135,9 @@ void Recording::readProperties(std::function<void(const Properties& properties)>
 void Recording::noteOwner(const QString& /*name*/, const QString& /*before*/, const QString& now)
 {
     const QString before = std::exchange(m_owner, now);
-    if (before == now)
+    if (before == now) {
         return; // known from the begin
+    }
     ++m_signals; // an answer to an earlier question tells of the owner before
     if (before.isEmpty()) {
         noteAppearance();
@@ -142,8 +146,9 @@ void Recording::noteOwner(const QString& /*name*/, const QString& /*before*/, co
     const double time = this->now();
     note(time)->lines.push_back({ { now.isEmpty() ? "left" : "handover", true } });
     writeKnown();
-    if (!now.isEmpty())
+    if (!now.isEmpty()) {
         noteLater(time);
+    }
 }
 
 // What the daemon tells until it has answered is noted behind it.
@@ -152,8 +157,9 @@ void Recording::noteAppearance()
     const auto event = note(now());
     event->isKnown = false;
     readProperties([this, event](const Properties& properties) {
-        if (properties.isError())
+        if (properties.isError()) {
             Q_EMIT propertiesMissing(properties.error().message());
+        }
         m_known.clear();
         Json values = Json::object();
         const QVariantMap map = properties.isError() ? QVariantMap() : properties.value();
@@ -175,8 +181,9 @@ void Recording::noteSignal(const QDBusMessage& signal)
     const int count = ++m_signals;
     const std::string property =
         member.endsWith(ChangeSuffix) ? member.chopped(ChangeSuffix.size()).toStdString() : std::string();
-    if (m_known.count(property) != 0 && line.contains("value"))
+    if (m_known.count(property) != 0 && line.contains("value")) {
         m_known[property] = line["value"];
+    }
     event->lines.push_back(std::move(line));
     // Clients read a property when they see one of these, so that it goes first.
     if (member.startsWith(QLatin1String("wifed"))) {
@@ -198,8 +205,9 @@ void Recording::noteLater(double time)
         Event differences;
         differences.time = time;
         addDifferences(properties, count, differences);
-        if (!differences.lines.empty())
+        if (!differences.lines.empty()) {
             *note(time) = std::move(differences);
+        }
     });
 }
 
@@ -210,8 +218,9 @@ void Recording::addDifferences(const Properties& properties, int signalCount, Ev
     const QVariantMap values = properties.isError() ? QVariantMap() : properties.value();
     for (auto value = values.begin(); value != values.end(); ++value) {
         const std::string name = value.key().toStdString();
-        if (signalCount != m_signals && value.key() != QLatin1String("wifedsConnected"))
+        if (signalCount != m_signals && value.key() != QLatin1String("wifedsConnected")) {
             continue;
+        }
         Json now = recordedValue(value.value());
         if (m_known[name] != now) {
             event.lines.push_back({ { "property", name }, { "value", now } });

@@ -32,8 +32,9 @@ QDBusMessage propertyCall(const char* member, const char* name)
 cli::Expected<QDBusConnection> systemBus()
 {
     const QDBusConnection bus = QDBusConnection::systemBus();
-    if (bus.isConnected())
+    if (bus.isConnected()) {
         return bus;
+    }
     return Failure{ ExitStatus::NoServer,
                     QStringLiteral("no system bus (%1); DBUS_SYSTEM_BUS_ADDRESS has to name one")
                         .arg(bus.lastError().message().simplified()) };
@@ -47,8 +48,9 @@ Simulation::Simulation(std::shared_ptr<SimulationProxy> proxy)
 cli::Expected<Simulation> Simulation::find()
 {
     const auto bus = systemBus();
-    if (!bus)
+    if (!bus) {
         return bus.failure();
+    }
     if (!bus->interface()->isServiceRegistered(bt::controlService())) {
         return Failure{ ExitStatus::NoServer,
                         QStringLiteral("no simulated radio is on the system bus; "
@@ -63,8 +65,9 @@ cli::Expected<Simulation> Simulation::find()
 cli::Expected<QVariant> Simulation::property(const char* name) const
 {
     const QDBusPendingReply<QDBusVariant> reply = ask(propertyCall("Get", name));
-    if (const Failure failure = failureOf(reply); failure.status != ExitStatus::Done)
+    if (const Failure failure = failureOf(reply); failure.status != ExitStatus::Done) {
         return failure;
+    }
     return reply.value().variant();
 }
 
@@ -81,19 +84,22 @@ QStringList Simulation::daemonMembers() const
     const QDBusPendingReply<QString> reply = ask(QDBusMessage::createMethodCall(
         daemon, QStringLiteral("/com/qarn/Bluetooth"), QStringLiteral("org.freedesktop.DBus.Introspectable"),
         QStringLiteral("Introspect")));
-    if (failureOf(reply).status != ExitStatus::Done)
+    if (failureOf(reply).status != ExitStatus::Done) {
         return {};
+    }
     QStringList members;
     bool isOfDaemon = false;
     for (QXmlStreamReader xml(reply.value()); !xml.atEnd();) {
-        if (xml.readNext() != QXmlStreamReader::StartElement)
+        if (xml.readNext() != QXmlStreamReader::StartElement) {
             continue;
+        }
         const QString name = xml.attributes().value(QLatin1String("name")).toString();
-        if (xml.name() == QLatin1String("interface"))
+        if (xml.name() == QLatin1String("interface")) {
             isOfDaemon = name == daemon;
-        else if (isOfDaemon
-                 && (xml.name() == QLatin1String("signal") || xml.name() == QLatin1String("property")))
+        } else if (isOfDaemon
+                   && (xml.name() == QLatin1String("signal") || xml.name() == QLatin1String("property"))) {
             members << name;
+        }
     }
     members.removeDuplicates();
     return members;
@@ -108,15 +114,16 @@ Failure Simulation::failureFrom(const QDBusError& error)
 {
     const QString name = error.name();
     ExitStatus status = ExitStatus::Failed;
-    if (name == bt::controlError("NoSuchDevice"))
+    if (name == bt::controlError("NoSuchDevice")) {
         status = ExitStatus::NoSuchItem;
-    else if (name == bt::controlError("InvalidArgument"))
+    } else if (name == bt::controlError("InvalidArgument")) {
         status = ExitStatus::Usage;
-    else if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout)
+    } else if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout) {
         return { ExitStatus::NoAnswer,
                  QStringLiteral("the simulation does not answer; it is stopped, or busy, or has ended") };
-    else if (error.type() == QDBusError::ServiceUnknown || error.type() == QDBusError::Disconnected)
+    } else if (error.type() == QDBusError::ServiceUnknown || error.type() == QDBusError::Disconnected) {
         status = ExitStatus::NoServer;
+    }
     return { status, error.message() };
 }
 

@@ -19,8 +19,9 @@ ExitStatus show(const Request& request, const Simulation& simulation, cli::Outpu
     for (const auto& [name, key] :
          { std::pair("Time", "time"), std::pair("Paused", "paused"), std::pair("Speed", "speed") }) {
         const auto value = simulation.property(name);
-        if (!value)
+        if (!value) {
             return output.fail(value.failure());
+        }
         record[key] = cli::toJson(*value);
     }
     const QString text =
@@ -47,14 +48,18 @@ ExitStatus runTime(const Request& request, const Simulation& simulation, cli::Ou
     bool isNumber = false;
     const double number = request.arguments.value(1).toDouble(&isNumber);
     const bool isAlone = request.arguments.size() == 1;
-    if (request.arguments.isEmpty())
+    if (request.arguments.isEmpty()) {
         return show(request, simulation, output);
-    if (isAlone && (word == QLatin1String("pause") || word == QLatin1String("resume")))
+    }
+    if (isAlone && (word == QLatin1String("pause") || word == QLatin1String("resume"))) {
         return conclude(simulation.setProperty("Paused", word == QLatin1String("pause")), output);
-    if (word == QLatin1String("step") && isNumber && number >= 0 && number <= LongestStep)
+    }
+    if (word == QLatin1String("step") && isNumber && number >= 0 && number <= LongestStep) {
         return conclude(Simulation::failureOf(simulation.proxy().Step(number)), output);
-    if (word == QLatin1String("speed") && isNumber && number > 0 && number <= LargestSpeed)
+    }
+    if (word == QLatin1String("speed") && isNumber && number > 0 && number <= LargestSpeed) {
         return conclude(simulation.setProperty("Speed", number), output);
+    }
     return misunderstood(output);
 }
 

@@ -123,13 +123,9 @@ void BluezPairing::questionCancelled()
     }
 }
 
-Outcome BluezPairing::takePin(const QString& pin)
+base::Result<> BluezPairing::takePin(const QString& pin)
 {
-    Outcome refused = m_agent.replyPin(pin);
-    if (!refused) {
-        finish();
-    }
-    return refused;
+    return m_agent.replyPin(pin).map([this] { finish(); });
 }
 
 void BluezPairing::takeConsent()

@@ -2,6 +2,7 @@
 
 #include "PairingAgent.h"
 #include "PairingAttempt.h"
+#include "base/Result.h"
 
 #include <BluezQt/Device>
 
@@ -37,7 +38,7 @@ public:
 
 private:
     [[nodiscard]] QString deviceName() const override;
-    Outcome takePin(const QString& pin) override;
+    base::Result<> takePin(const QString& pin) override;
     void takeConsent() override;
     void takeRefusal() override;
 

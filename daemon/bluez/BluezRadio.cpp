@@ -230,10 +230,10 @@ QString BluezRadio::whyNotOn() const
                                             : m_choice.lastSaid();
 }
 
-Outcome BluezRadio::setPowered(bool on)
+base::Result<> BluezRadio::setPowered(bool on)
 {
     if (!m_adapter) {
-        return Refusal{ Error::NotReady, whyNotOn() };
+        return base::error(whyNotOn(), base::Failure::NotReady);
     }
     m_wantsOn = on;
     if (on != goesOn()) {
@@ -251,17 +251,17 @@ void BluezRadio::takeName(const QString& name)
     }
 }
 
-Outcome BluezRadio::registerRfcommUuid(const QString& uuid)
+base::Result<> BluezRadio::registerRfcommUuid(const QString& uuid)
 {
     return m_profiles.add(uuid, m_choice.bluezRuns());
 }
 
-Outcome BluezRadio::unregisterRfcommUuid(const QString& uuid)
+base::Result<> BluezRadio::unregisterRfcommUuid(const QString& uuid)
 {
     return m_profiles.remove(uuid);
 }
 
-Outcome BluezRadio::sendWifedSocket(const QString& /*text*/)
+base::Result<> BluezRadio::sendWifedSocket(const QString& /*text*/)
 {
     if (!std::exchange(m_saidWifed, true)) {
         notice(QStringLiteral(

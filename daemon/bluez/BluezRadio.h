@@ -8,6 +8,7 @@
 #include "PairingAgent.h"
 #include "RadioGate.h"
 #include "RfcommProfiles.h"
+#include "base/Result.h"
 
 #include <memory>
 #include <optional>
@@ -32,14 +33,14 @@ public:
     void start() override;
     /// Waits for bluetoothd to put the adapter back, under a second.
     void stop() override;
-    Outcome setPowered(bool on) override;
-    Outcome unpair(qulonglong address) override;
-    Outcome connectDevice(qulonglong address) override;
-    Outcome disconnectDevice(qulonglong address) override;
-    Outcome killIap() override;
-    Outcome registerRfcommUuid(const QString& uuid) override;
-    Outcome unregisterRfcommUuid(const QString& uuid) override;
-    Outcome sendWifedSocket(const QString& text) override;
+    base::Result<> setPowered(bool on) override;
+    base::Result<> unpair(qulonglong address) override;
+    base::Result<> connectDevice(qulonglong address) override;
+    base::Result<> disconnectDevice(qulonglong address) override;
+    base::Result<> killIap() override;
+    base::Result<> registerRfcommUuid(const QString& uuid) override;
+    base::Result<> unregisterRfcommUuid(const QString& uuid) override;
+    base::Result<> sendWifedSocket(const QString& text) override;
 
 private:
     // What RadioGate has let through.

@@ -15,12 +15,11 @@ using namespace std::chrono_literals;
 // A page of 5 s for each service that bluetoothd connects, and 40 s for a device of low energy.
 constexpr auto ConnectLimit = 60s;
 
-Outcome notPaired(qulonglong address)
+base::Result<> notPaired(qulonglong address)
 {
-    return Refusal{
-        Error::NotPaired,
-        QStringLiteral("%1 is not paired; pair with it first").arg(AddressHelper::int2str(address))
-    };
+    return base::error(
+        QStringLiteral("%1 is not paired; pair with it first").arg(AddressHelper::int2str(address)),
+        base::Failure::NotPaired);
 }
 
 } // namespace
@@ -118,7 +117,7 @@ void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& 
     m_pairing->ask(question);
 }
 
-Outcome BluezRadio::unpair(qulonglong address)
+base::Result<> BluezRadio::unpair(qulonglong address)
 {
     const BluezQt::DevicePtr device = m_known ? m_known->find(address) : BluezQt::DevicePtr();
     if (!device) {
@@ -132,10 +131,10 @@ Outcome BluezRadio::unpair(qulonglong address)
     return {};
 }
 
-Outcome BluezRadio::connectDevice(qulonglong address)
+base::Result<> BluezRadio::connectDevice(qulonglong address)
 {
-    if (Outcome refused = notOn()) {
-        return refused;
+    if (base::Result<> ready = requireOn(); !ready) {
+        return ready;
     }
     const BluezQt::DevicePtr device = m_known->find(address);
     if (!device) {
@@ -145,7 +144,7 @@ Outcome BluezRadio::connectDevice(qulonglong address)
     return {};
 }
 
-Outcome BluezRadio::disconnectDevice(qulonglong address)
+base::Result<> BluezRadio::disconnectDevice(qulonglong address)
 {
     const BluezQt::DevicePtr device = m_known ? m_known->find(address) : BluezQt::DevicePtr();
     if (!device) {
@@ -168,7 +167,7 @@ void BluezRadio::changeLink(const BluezQt::DevicePtr& device, const QString& met
              });
 }
 
-Outcome BluezRadio::killIap()
+base::Result<> BluezRadio::killIap()
 {
     const QList<BluezQt::DevicePtr> devices = m_known ? m_known->connected(Iap) : QList<BluezQt::DevicePtr>();
     for (const BluezQt::DevicePtr& device : devices) {

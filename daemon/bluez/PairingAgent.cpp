@@ -90,19 +90,19 @@ void PairingAgent::confirm()
     reply({});
 }
 
-Outcome PairingAgent::replyPin(const QString& pin)
+base::Result<> PairingAgent::replyPin(const QString& pin)
 {
     if (m_open && m_open->member() == QLatin1String("RequestPasskey")) {
         const std::optional<uint> number = passkey(pin);
         if (!number) {
-            return Refusal{ Error::InvalidArgument,
-                            QStringLiteral("this device shows a code; it has up to six digits") };
+            return base::error(QStringLiteral("this device shows a code; it has up to six digits"),
+                               base::Failure::InvalidArgument);
         }
         reply({ *number });
         return {};
     }
     if (pin.isEmpty() || pin.toUtf8().size() > LongestPin) {
-        return Refusal{ Error::InvalidArgument, QStringLiteral("a PIN has 1 to 16 bytes") };
+        return base::error(QStringLiteral("a PIN has 1 to 16 bytes"), base::Failure::InvalidArgument);
     }
     reply({ pin });
     return {};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RadioTypes.h"
+#include "base/Result.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>
@@ -34,7 +35,7 @@ public:
     void unregisterAtBluez();
 
     /// Answers the open question; refused when the text is no PIN or code of the kind that is asked for.
-    [[nodiscard]] Outcome replyPin(const QString& pin);
+    [[nodiscard]] base::Result<> replyPin(const QString& pin);
     void confirm();
     void refuse();
 

@@ -67,19 +67,19 @@ void RfcommProfile::RequestDisconnection(const QDBusObjectPath& device)
     m_channels.remove(device.path());
 }
 
-Outcome RfcommProfiles::add(const QString& uuid, bool bluezRuns)
+base::Result<> RfcommProfiles::add(const QString& uuid, bool bluezRuns)
 {
     const QString full = fullUuid(uuid);
     if (full.isEmpty()) {
-        return Refusal{ Error::InvalidArgument,
-                        QStringLiteral("\"%1\" is no UUID; it is written as "
-                                       "00001101-0000-1000-8000-00805f9b34fb or, in short, 1101")
-                            .arg(uuid) };
+        return base::error(QStringLiteral("\"%1\" is no UUID; it is written as "
+                                          "00001101-0000-1000-8000-00805f9b34fb or, in short, 1101")
+                               .arg(uuid),
+                           base::Failure::InvalidArgument);
     }
     std::unique_ptr<RfcommProfile>& profile = m_profiles[full];
     if (profile) {
-        return Refusal{ Error::AlreadyRegistered,
-                        QStringLiteral("the UUID \"%1\" is registered already").arg(uuid) };
+        return base::error(QStringLiteral("the UUID \"%1\" is registered already").arg(uuid),
+                           base::Failure::AlreadyRegistered);
     }
     profile = std::make_unique<RfcommProfile>(full);
     connect(profile.get(), &RfcommProfile::connected, this, &RfcommProfiles::connected);
@@ -89,11 +89,12 @@ Outcome RfcommProfiles::add(const QString& uuid, bool bluezRuns)
     return {};
 }
 
-Outcome RfcommProfiles::remove(const QString& uuid)
+base::Result<> RfcommProfiles::remove(const QString& uuid)
 {
     const auto found = m_profiles.find(fullUuid(uuid));
     if (found == m_profiles.end()) {
-        return Refusal{ Error::NotRegistered, QStringLiteral("the UUID \"%1\" is not registered").arg(uuid) };
+        return base::error(QStringLiteral("the UUID \"%1\" is not registered").arg(uuid),
+                           base::Failure::NotRegistered);
     }
     found->second->unregisterAtBluez();
     m_profiles.erase(found);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RadioTypes.h"
+#include "base/Result.h"
 
 #include <QDBusContext>
 #include <QDBusObjectPath>
@@ -51,8 +52,8 @@ class RfcommProfiles : public QObject
     Q_OBJECT
 
 public:
-    Outcome add(const QString& uuid, bool bluezRuns);
-    Outcome remove(const QString& uuid);
+    base::Result<> add(const QString& uuid, bool bluezRuns);
+    base::Result<> remove(const QString& uuid);
     /// bluetoothd is there, and knows none of them.
     void registerAll();
     void unregisterAll();

@@ -1,7 +1,7 @@
 #include "BluezRadio.h"
 #include "DaemonService.h"
 #include "Notice.h"
-#include "process/EndingSignals.h"
+#include "base/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -55,15 +55,15 @@ int main(int argc, char* argv[])
 {
     qSetMessagePattern(QStringLiteral("bluezradio: %{message}"));
     QLoggingCategory::setFilterRules(QStringLiteral("kf.bluezqt*=false")); // we say what matters ourselves
-    process::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
+    base::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() != ArgumentCount) {
         printUsage();
         return UsageError;
     }
-    const process::EndingSignals signalsToEnd;
-    QObject::connect(&signalsToEnd, &process::EndingSignals::received, &application, &QCoreApplication::quit);
+    const base::EndingSignals signalsToEnd;
+    QObject::connect(&signalsToEnd, &base::EndingSignals::received, &application, &QCoreApplication::quit);
 
     const QDBusConnection clients = joinBusOfClients();
     bt::BluezRadio radio(localName(arguments.at(1)));

@@ -2,7 +2,7 @@
 #include "AddressHelper.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
-#include "text/Quoted.h"
+#include "base/Quoted.h"
 
 #include <utility>
 
@@ -13,22 +13,21 @@ namespace {
 /// Its name, unless there is none that can be read.
 QString titleOf(const SimulatedDevice& device)
 {
-    const bool isReadable = text::quoted(device.name).size() == device.name.size() + 2;
+    const bool isReadable = base::quoted(device.name).size() == device.name.size() + 2;
     return isReadable && !device.name.isEmpty() ? device.name : AddressHelper::int2str(device.address);
 }
 
 } // namespace
 
-Outcome SimulatedRadio::notThere(qulonglong address) const
+base::Result<> SimulatedRadio::requireThere(qulonglong address) const
 {
     const auto found = m_room.devices().find(address);
     if (found == m_room.devices().end()) {
-        return Refusal{ Error::InvalidArgument,
-                        QStringLiteral("there is no device %1").arg(AddressHelper::int2str(address)) };
+        return base::error(QStringLiteral("there is no device %1").arg(AddressHelper::int2str(address)),
+                           base::Failure::InvalidArgument);
     }
     if (!found->second.present) {
-        return Refusal{ Error::Failed,
-                        QStringLiteral("%1 is away; it has to return first").arg(titleOf(found->second)) };
+        return base::error(QStringLiteral("%1 is away; it has to return first").arg(titleOf(found->second)));
     }
     return {};
 }
@@ -44,12 +43,12 @@ void SimulatedRadio::pairAsInRoom()
     m_paired.restore(list);
 }
 
-Outcome SimulatedRadio::addDevice(const SimulatedDevice& device)
+base::Result<> SimulatedRadio::addDevice(const SimulatedDevice& device)
 {
     if (m_room.find(device.address) != nullptr) {
-        return Refusal{ Error::InvalidArgument,
-                        QStringLiteral("there is a device %1 already; remove it first")
-                            .arg(AddressHelper::int2str(device.address)) };
+        return base::error(QStringLiteral("there is a device %1 already; remove it first")
+                               .arg(AddressHelper::int2str(device.address)),
+                           base::Failure::InvalidArgument);
     }
     m_room.put(device);
     if (device.paired) {
@@ -58,35 +57,36 @@ Outcome SimulatedRadio::addDevice(const SimulatedDevice& device)
     return {};
 }
 
-Outcome SimulatedRadio::removeDevice(qulonglong address)
+base::Result<> SimulatedRadio::removeDevice(qulonglong address)
 {
     SimulatedDevice* device = m_room.known(address);
     if (device == nullptr) {
-        return notThere(address);
+        return requireThere(address);
     }
     if (!std::exchange(device->present, false)) {
-        return Refusal{ Error::Failed, QStringLiteral("%1 is away already").arg(titleOf(*device)) };
+        return base::error(QStringLiteral("%1 is away already").arg(titleOf(*device)));
     }
     m_paired.drop(address);
     return {};
 }
 
-Outcome SimulatedRadio::returnDevice(qulonglong address)
+base::Result<> SimulatedRadio::returnDevice(qulonglong address)
 {
     SimulatedDevice* device = m_room.known(address);
     if (device == nullptr) {
-        return notThere(address);
+        return requireThere(address);
     }
     if (std::exchange(device->present, true)) {
-        return Refusal{ Error::Failed, QStringLiteral("%1 is there already").arg(titleOf(*device)) };
+        return base::error(QStringLiteral("%1 is there already").arg(titleOf(*device)));
     }
     return {};
 }
 
-Outcome SimulatedRadio::moveDevice(qulonglong address, int signalStrength, std::chrono::milliseconds duration)
+base::Result<> SimulatedRadio::moveDevice(qulonglong address, int signalStrength,
+                                          std::chrono::milliseconds duration)
 {
-    if (Outcome missing = notThere(address)) {
-        return missing;
+    if (base::Result<> there = requireThere(address); !there) {
+        return there;
     }
     SimulatedDevice& device = *m_room.find(address);
     device.movement =
@@ -94,21 +94,21 @@ Outcome SimulatedRadio::moveDevice(qulonglong address, int signalStrength, std::
     return {};
 }
 
-Outcome SimulatedRadio::deviceConnects(qulonglong address)
+base::Result<> SimulatedRadio::deviceConnects(qulonglong address)
 {
-    if (Outcome missing = notThere(address)) {
-        return missing;
+    if (base::Result<> there = requireThere(address); !there) {
+        return there;
     }
-    if (Outcome refused = notOn()) {
-        return refused;
+    if (base::Result<> ready = requireOn(); !ready) {
+        return ready;
     }
     return m_paired.acceptConnection(address);
 }
 
-Outcome SimulatedRadio::deviceDrops(qulonglong address)
+base::Result<> SimulatedRadio::deviceDrops(qulonglong address)
 {
-    if (Outcome missing = notThere(address)) {
-        return missing;
+    if (base::Result<> there = requireThere(address); !there) {
+        return there;
     }
     for (const PairEntry& entry : pairs().entries) {
         if (entry.address == address && entry.connectionState != NotConnected) {
@@ -116,40 +116,38 @@ Outcome SimulatedRadio::deviceDrops(qulonglong address)
             return {};
         }
     }
-    return Refusal{ Error::NotConnected,
-                    QStringLiteral("%1 is not connected").arg(AddressHelper::int2str(address)) };
+    return base::error(QStringLiteral("%1 is not connected").arg(AddressHelper::int2str(address)),
+                       base::Failure::NotConnected);
 }
 
-Outcome SimulatedRadio::deviceAsksToPair(qulonglong address)
+base::Result<> SimulatedRadio::deviceAsksToPair(qulonglong address)
 {
-    if (Outcome missing = notThere(address)) {
-        return missing;
+    if (base::Result<> there = requireThere(address); !there) {
+        return there;
     }
-    if (Outcome refused = notOn()) {
-        return refused;
+    if (base::Result<> ready = requireOn(); !ready) {
+        return ready;
     }
-    if (Outcome busy = busyPairing(QStringLiteral("one pairing at a time"))) {
-        return busy;
+    if (base::Result<> idle = requireNoPairing(QStringLiteral("one pairing at a time")); !idle) {
+        return idle;
     }
     if (m_paired.contains(address)) {
-        return Refusal{ Error::Failed,
-                        QStringLiteral("%1 is paired already").arg(AddressHelper::int2str(address)) };
+        return base::error(QStringLiteral("%1 is paired already").arg(AddressHelper::int2str(address)));
     }
     endScan();
     newPairing(address).beginIncoming();
     return {};
 }
 
-Outcome SimulatedRadio::deviceAnswers(qulonglong address, bool accepts)
+base::Result<> SimulatedRadio::deviceAnswers(qulonglong address, bool accepts)
 {
-    if (Outcome missing = notThere(address)) {
-        return missing;
+    if (base::Result<> there = requireThere(address); !there) {
+        return there;
     }
     if (!m_pairing || m_pairing->address() != address) {
-        return Refusal{
-            Error::NothingPending,
-            QStringLiteral("no pairing with %1 is under way").arg(AddressHelper::int2str(address))
-        };
+        return base::error(
+            QStringLiteral("no pairing with %1 is under way").arg(AddressHelper::int2str(address)),
+            base::Failure::NothingPending);
     }
     return m_pairing->deviceAnswers(accepts);
 }

@@ -15,12 +15,11 @@ constexpr auto ConnectTime = 700ms;
 constexpr auto ConnectTimeout = 5120ms;
 constexpr auto DisconnectTime = 150ms;
 
-Outcome notPaired(qulonglong address)
+base::Result<> notPaired(qulonglong address)
 {
-    return Refusal{
-        Error::NotPaired,
-        QStringLiteral("%1 is not paired; pair with it first").arg(AddressHelper::int2str(address))
-    };
+    return base::error(
+        QStringLiteral("%1 is not paired; pair with it first").arg(AddressHelper::int2str(address)),
+        base::Failure::NotPaired);
 }
 
 } // namespace
@@ -64,7 +63,7 @@ void PairedDevices::restore(const PairList& list)
     }
 }
 
-Outcome PairedDevices::remove(qulonglong address)
+base::Result<> PairedDevices::remove(qulonglong address)
 {
     if (!contains(address)) {
         return notPaired(address);
@@ -75,16 +74,16 @@ Outcome PairedDevices::remove(qulonglong address)
     return {};
 }
 
-Outcome PairedDevices::connectDevice(qulonglong address)
+base::Result<> PairedDevices::connectDevice(qulonglong address)
 {
     const int row = rowOf(address);
     if (row < 0) {
         return notPaired(address);
     }
     if (m_underWay.count(address) != 0) {
-        return Refusal{ Error::InProgress,
-                        QStringLiteral("%1 is being connected or disconnected; wait for the end of that")
-                            .arg(AddressHelper::int2str(address)) };
+        return base::error(QStringLiteral("%1 is being connected or disconnected; wait for the end of that")
+                               .arg(AddressHelper::int2str(address)),
+                           base::Failure::InProgress);
     }
     if (m_list.entries.at(row).connectionState != NotConnected) {
         return {}; // there already
@@ -98,7 +97,7 @@ Outcome PairedDevices::connectDevice(qulonglong address)
     return {};
 }
 
-Outcome PairedDevices::acceptConnection(qulonglong address)
+base::Result<> PairedDevices::acceptConnection(qulonglong address)
 {
     const int row = rowOf(address);
     if (row < 0) {
@@ -110,7 +109,7 @@ Outcome PairedDevices::acceptConnection(qulonglong address)
     return {};
 }
 
-Outcome PairedDevices::disconnectDevice(qulonglong address)
+base::Result<> PairedDevices::disconnectDevice(qulonglong address)
 {
     const int row = rowOf(address);
     if (row < 0) {
@@ -121,8 +120,8 @@ Outcome PairedDevices::disconnectDevice(qulonglong address)
         return {};
     }
     if (m_underWay.erase(address) == 0) {
-        return Refusal{ Error::NotConnected,
-                        QStringLiteral("%1 is not connected").arg(AddressHelper::int2str(address)) };
+        return base::error(QStringLiteral("%1 is not connected").arg(AddressHelper::int2str(address)),
+                           base::Failure::NotConnected);
     }
     return {}; // a connection that was being made
 }

@@ -2,6 +2,7 @@
 
 #include "DaemonTypes.h"
 #include "RadioTypes.h"
+#include "base/Result.h"
 
 #include <QObject>
 
@@ -27,16 +28,16 @@ public:
     /// Takes over what was paired before, without connections and without a word.
     void restore(const PairList& list);
     /// Ends the connection first.
-    Outcome remove(qulonglong address);
+    base::Result<> remove(qulonglong address);
 
     [[nodiscard]] const PairList& list() const { return m_list; }
 
-    Outcome connectDevice(qulonglong address);
+    base::Result<> connectDevice(qulonglong address);
     /// The device connects by itself.
-    Outcome acceptConnection(qulonglong address);
+    base::Result<> acceptConnection(qulonglong address);
     /// The connection is lost at once, if there is one.
     void drop(qulonglong address) { end(address); }
-    Outcome disconnectDevice(qulonglong address);
+    base::Result<> disconnectDevice(qulonglong address);
     /// Ends at once what has one of these bits of bt::Connection.
     void disconnectAll(unsigned connections);
     /// As when the radio falls silent: ends at once all connections, those being made as well.

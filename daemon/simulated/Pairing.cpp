@@ -83,13 +83,12 @@ void Pairing::waitForDevice()
     });
 }
 
-Outcome Pairing::deviceAnswers(bool accepts)
+base::Result<> Pairing::deviceAnswers(bool accepts)
 {
     if (!isUnderWay()) {
-        return Refusal{
-            Error::NothingPending,
-            QStringLiteral("no pairing with %1 is under way").arg(AddressHelper::int2str(address()))
-        };
+        return base::error(
+            QStringLiteral("no pairing with %1 is under way").arg(AddressHelper::int2str(address())),
+            base::Failure::NothingPending);
     }
     const SimulatedDevice* device = m_room.find(address());
     if (!accepts || device == nullptr) {
@@ -136,7 +135,7 @@ void Pairing::giveUpOnUser()
     }
 }
 
-Outcome Pairing::takePin(const QString& pin)
+base::Result<> Pairing::takePin(const QString& pin)
 {
     const SimulatedDevice* device = m_room.find(address());
     finish(device != nullptr && !device->pin.isEmpty() && device->pin == pin);

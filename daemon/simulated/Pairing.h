@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PairingAttempt.h"
+#include "base/Result.h"
 
 #include <QRandomGenerator>
 
@@ -23,7 +24,7 @@ public:
     /// The device calls us.
     void beginIncoming();
     /// The person at the device accepts or refuses.
-    Outcome deviceAnswers(bool accepts);
+    base::Result<> deviceAnswers(bool accepts);
 
 Q_SIGNALS:
     /// The device is paired; goes before the progress that says so.
@@ -31,7 +32,7 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] QString deviceName() const override;
-    Outcome takePin(const QString& pin) override;
+    base::Result<> takePin(const QString& pin) override;
     void takeConsent() override { finish(true); }
     void takeRefusal() override { settle(PairState::Failed); }
     void reached();

@@ -4,7 +4,7 @@
 #include "DeviceReader.h"
 #include "Notice.h"
 #include "ObjectReader.h"
-#include "text/Quoted.h"
+#include "base/Quoted.h"
 
 #include <QFile>
 #include <QSaveFile>
@@ -41,7 +41,7 @@ PairEntry readDevice(const JsonValue& value, TextProblem& problem)
     entry.name = reader.text("name").value_or(QString());
     if (entry.address == 0) {
         reader.complain(reader.lineOf("address"),
-                        QStringLiteral("%1 is no device address").arg(text::quoted(address)));
+                        QStringLiteral("%1 is no device address").arg(base::quoted(address)));
     }
     return entry;
 }

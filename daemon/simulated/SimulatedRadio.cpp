@@ -15,9 +15,10 @@ using namespace std::chrono_literals;
 
 constexpr auto StartTime = 500ms;
 constexpr auto StopTime = 200ms;
-Outcome notRegistered(const QString& uuid)
+base::Result<> notRegistered(const QString& uuid)
 {
-    return Refusal{ Error::NotRegistered, QStringLiteral("the UUID \"%1\" is not registered").arg(uuid) };
+    return base::error(QStringLiteral("the UUID \"%1\" is not registered").arg(uuid),
+                       base::Failure::NotRegistered);
 }
 
 } // namespace
@@ -51,7 +52,7 @@ void SimulatedRadio::stop()
     setStatus(Status::Off);
 }
 
-Outcome SimulatedRadio::setPowered(bool on)
+base::Result<> SimulatedRadio::setPowered(bool on)
 {
     if (on == goesOn()) {
         return {};
@@ -110,25 +111,25 @@ Pairing& SimulatedRadio::newPairing(qulonglong address)
     return *m_pairing;
 }
 
-Outcome SimulatedRadio::unpair(qulonglong address)
+base::Result<> SimulatedRadio::unpair(qulonglong address)
 {
     return m_paired.remove(address);
 }
 
-Outcome SimulatedRadio::connectDevice(qulonglong address)
+base::Result<> SimulatedRadio::connectDevice(qulonglong address)
 {
-    if (Outcome refused = notOn()) {
-        return refused;
+    if (base::Result<> ready = requireOn(); !ready) {
+        return ready;
     }
     return m_paired.connectDevice(address);
 }
 
-Outcome SimulatedRadio::disconnectDevice(qulonglong address)
+base::Result<> SimulatedRadio::disconnectDevice(qulonglong address)
 {
     return m_paired.disconnectDevice(address);
 }
 
-Outcome SimulatedRadio::killIap()
+base::Result<> SimulatedRadio::killIap()
 {
     m_paired.disconnectAll(Iap);
     return {};
@@ -157,25 +158,25 @@ void SimulatedRadio::announceDisconnection(qulonglong address)
     Q_EMIT deviceDisconnected(address);
 }
 
-Outcome SimulatedRadio::registerRfcommUuid(const QString& uuid)
+base::Result<> SimulatedRadio::registerRfcommUuid(const QString& uuid)
 {
     if (uuid.isEmpty()) {
-        return Refusal{ Error::InvalidArgument, QStringLiteral("the UUID is empty") };
+        return base::error(QStringLiteral("the UUID is empty"), base::Failure::InvalidArgument);
     }
     if (m_rfcommUuids.contains(uuid)) {
-        return Refusal{ Error::AlreadyRegistered,
-                        QStringLiteral("the UUID \"%1\" is registered already").arg(uuid) };
+        return base::error(QStringLiteral("the UUID \"%1\" is registered already").arg(uuid),
+                           base::Failure::AlreadyRegistered);
     }
     m_rfcommUuids.insert(uuid);
     return {};
 }
 
-Outcome SimulatedRadio::unregisterRfcommUuid(const QString& uuid)
+base::Result<> SimulatedRadio::unregisterRfcommUuid(const QString& uuid)
 {
-    return m_rfcommUuids.remove(uuid) ? Outcome() : notRegistered(uuid);
+    return m_rfcommUuids.remove(uuid) ? base::Result<>() : notRegistered(uuid);
 }
 
-Outcome SimulatedRadio::sendWifedSocket(const QString& text)
+base::Result<> SimulatedRadio::sendWifedSocket(const QString& text)
 {
     qInfo() << "command socket handed on:" << text;
     return {};

@@ -5,6 +5,7 @@
 #include "Pairing.h"
 #include "RadioGate.h"
 #include "Room.h"
+#include "base/Result.h"
 
 #include <QRandomGenerator>
 #include <QSet>
@@ -41,17 +42,17 @@ public:
 
     // What the devices do by themselves. Refused when it cannot happen.
     /// It is paired at once when it says so, whether the radio is on or not.
-    Outcome addDevice(const SimulatedDevice& device);
+    base::Result<> addDevice(const SimulatedDevice& device);
     /// It goes away, and with it its connection.
-    Outcome removeDevice(qulonglong address);
+    base::Result<> removeDevice(qulonglong address);
     /// It is there again.
-    Outcome returnDevice(qulonglong address);
+    base::Result<> returnDevice(qulonglong address);
     /// Its signal strength goes to another value within a time.
-    Outcome moveDevice(qulonglong address, int signalStrength, std::chrono::milliseconds duration);
-    Outcome deviceConnects(qulonglong address);
-    Outcome deviceDrops(qulonglong address);
-    Outcome deviceAsksToPair(qulonglong address);
-    Outcome deviceAnswers(qulonglong address, bool accepts);
+    base::Result<> moveDevice(qulonglong address, int signalStrength, std::chrono::milliseconds duration);
+    base::Result<> deviceConnects(qulonglong address);
+    base::Result<> deviceDrops(qulonglong address);
+    base::Result<> deviceAsksToPair(qulonglong address);
+    base::Result<> deviceAnswers(qulonglong address, bool accepts);
 
     [[nodiscard]] const Room& room() const { return m_room; }
     [[nodiscard]] const PairList& pairs() const { return m_paired.list(); }
@@ -60,14 +61,14 @@ public:
 
     void start() override;
     void stop() override;
-    Outcome setPowered(bool on) override;
-    Outcome unpair(qulonglong address) override;
-    Outcome connectDevice(qulonglong address) override;
-    Outcome disconnectDevice(qulonglong address) override;
-    Outcome killIap() override;
-    Outcome registerRfcommUuid(const QString& uuid) override;
-    Outcome unregisterRfcommUuid(const QString& uuid) override;
-    Outcome sendWifedSocket(const QString& text) override;
+    base::Result<> setPowered(bool on) override;
+    base::Result<> unpair(qulonglong address) override;
+    base::Result<> connectDevice(qulonglong address) override;
+    base::Result<> disconnectDevice(qulonglong address) override;
+    base::Result<> killIap() override;
+    base::Result<> registerRfcommUuid(const QString& uuid) override;
+    base::Result<> unregisterRfcommUuid(const QString& uuid) override;
+    base::Result<> sendWifedSocket(const QString& text) override;
 
 private:
     void takeName(const QString& name) override { m_identity.name = name; }
@@ -80,7 +81,7 @@ private:
     [[nodiscard]] PairingAttempt* attempt() const override { return m_pairing.get(); }
 
     void silence();
-    [[nodiscard]] Outcome notThere(qulonglong address) const;
+    [[nodiscard]] base::Result<> requireThere(qulonglong address) const;
     Pairing& newPairing(qulonglong address);
     void announceConnection(qulonglong address, const SimulatedDevice& device);
     void announceDisconnection(qulonglong address);

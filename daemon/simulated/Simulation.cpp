@@ -53,7 +53,7 @@ Simulation::Simulation(const Settings& settings, const Content& content, const Q
 {
     connect(m_backend.get(), &DaemonBackend::ready, this, &Simulation::appear);
     connect(m_backend.get(), &DaemonBackend::failed, this, &Simulation::fail);
-    connect(&m_signalsToEnd, &process::EndingSignals::received, this, &Simulation::askedToEnd);
+    connect(&m_signalsToEnd, &base::EndingSignals::received, this, &Simulation::askedToEnd);
     m_patience.setSingleShot(true);
     m_patience.setTimerType(Qt::PreciseTimer);
     connect(&m_patience, &QTimer::timeout, this, &Simulation::end);

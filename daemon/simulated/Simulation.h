@@ -8,7 +8,7 @@
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
 #include "Timeline.h"
-#include "process/EndingSignals.h"
+#include "base/EndingSignals.h"
 
 #include <QObject>
 #include <QTimer>
@@ -61,7 +61,7 @@ private:
     std::unique_ptr<DaemonBackend> m_backend;
     BusFront m_front;
     ControlService m_control;
-    process::EndingSignals m_signalsToEnd;
+    base::EndingSignals m_signalsToEnd;
     QTimer m_patience; ///< while SIGTERM is ignored
     bool m_isEnding = false;
 };

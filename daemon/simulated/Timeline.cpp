@@ -12,7 +12,7 @@ namespace bt {
 
 namespace {
 
-Outcome apply(const ScenarioEvent& event, SimulatedRadio& radio)
+base::Result<> apply(const ScenarioEvent& event, SimulatedRadio& radio)
 {
     using Kind = ScenarioEvent::Kind;
     switch (event.kind) {
@@ -56,9 +56,9 @@ void Timeline::begin()
 
 void Timeline::happen(const ScenarioEvent& event)
 {
-    if (const Outcome refused = apply(event, m_radio)) {
+    if (const base::Result<> done = apply(event, m_radio); !done) {
         qWarning().noquote() << "the scenario's event after" << static_cast<double>(event.time.count()) / 1000
-                             << "s does not happen:" << refused->text;
+                             << "s does not happen:" << done.error().text;
     }
 }
 

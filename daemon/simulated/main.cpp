@@ -2,7 +2,7 @@
 #include "ScenarioFiles.h"
 #include "Settings.h"
 #include "Simulation.h"
-#include "process/EndingSignals.h"
+#include "base/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -69,7 +69,7 @@ int simulate(const bt::Settings& settings, const QString& name)
 int main(int argc, char* argv[])
 {
     qSetMessagePattern(QStringLiteral("bluesim: %{message}"));
-    process::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
+    base::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() == 3 && arguments.at(1) == QLatin1String("--check-scenario")) {

@@ -48,11 +48,13 @@ private:
         for (const ipc::ItemRecord& item : items) {
             // Changes of all the server's items arrive; the snapshot says which of them are in the list.
             const auto known = m_items.find(item.address);
-            if (known == m_items.end())
+            if (known == m_items.end()) {
                 continue;
+            }
             // A change brings the new properties alone.
-            for (auto property = item.properties.begin(); property != item.properties.end(); ++property)
+            for (auto property = item.properties.begin(); property != item.properties.end(); ++property) {
                 known->insert(property.key(), property.value());
+            }
             show(item.address);
         }
     }

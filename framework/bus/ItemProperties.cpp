@@ -9,17 +9,20 @@ namespace {
 
 void insertUnlessAbsent(QVariantMap& properties, const QString& key, const QVariant& value)
 {
-    if (value.isValid() && !(value.userType() == QMetaType::QString && value.toString().isEmpty()))
+    if (value.isValid() && !(value.userType() == QMetaType::QString && value.toString().isEmpty())) {
         properties.insert(key, value);
+    }
 }
 
 void insertValue(QVariantMap& properties, const Item& item)
 {
     // An invalid value has no form on the bus: actions and items never written are without.
-    if (item.value().isValid())
+    if (item.value().isValid()) {
         properties.insert(QStringLiteral("value"), item.value());
-    if (item.type.isEnumeration())
+    }
+    if (item.type.isEnumeration()) {
         properties.insert(QStringLiteral("text"), enumLabel(item.type.values(), item.value().toLongLong()));
+    }
 }
 
 void insertApplicable(QVariantMap& properties, const Item& item)
@@ -37,8 +40,9 @@ ItemRecord listedItem(const Item& item)
         { QStringLiteral("id"), item.address.id },
         { QStringLiteral("label"), item.label },
     };
-    if (item.address.index != ItemAddress::NoIndex)
+    if (item.address.index != ItemAddress::NoIndex) {
         properties.insert(QStringLiteral("index"), item.address.index);
+    }
     insertValue(properties, item);
     insertApplicable(properties, item);
     return { item.address.toString(), properties };
@@ -47,10 +51,12 @@ ItemRecord listedItem(const Item& item)
 ItemRecord changedItem(const Item& item, unsigned changes)
 {
     QVariantMap properties;
-    if ((changes & Item::ValueChanged) != 0)
+    if ((changes & Item::ValueChanged) != 0) {
         insertValue(properties, item);
-    if ((changes & Item::ApplicableChanged) != 0)
+    }
+    if ((changes & Item::ApplicableChanged) != 0) {
         insertApplicable(properties, item);
+    }
     return { item.address.toString(), properties };
 }
 
@@ -59,8 +65,9 @@ QVariantMap describedItem(const Item& item)
     const ItemRecord record = listedItem(item);
     QVariantMap description = record.properties;
     description.insert(QStringLiteral("address"), record.address);
-    if (item.expression)
+    if (item.expression) {
         description.insert(QStringLiteral("applicability"), item.expression->text());
+    }
     if (item.address.kind == ItemKind::Action) {
         description.insert(QStringLiteral("type"), QStringLiteral("action"));
         description.insert(QStringLiteral("takesText"), std::holds_alternative<TextHandler>(item.handler));
@@ -69,14 +76,16 @@ QVariantMap describedItem(const Item& item)
     description.insert(QStringLiteral("type"), item.type.name());
     description.insert(QStringLiteral("writable"), item.isWritable);
     description.insert(QStringLiteral("private"), item.isPrivate);
-    if (item.defaultValue.isValid())
+    if (item.defaultValue.isValid()) {
         description.insert(QStringLiteral("default"), item.defaultValue);
+    }
     insertUnlessAbsent(description, QStringLiteral("minimum"), item.type.minimum());
     insertUnlessAbsent(description, QStringLiteral("maximum"), item.type.maximum());
     insertUnlessAbsent(description, QStringLiteral("regularExpression"), item.type.regularExpression());
     insertUnlessAbsent(description, QStringLiteral("hint"), item.hint);
-    if (item.type.isEnumeration())
+    if (item.type.isEnumeration()) {
         description.insert(QStringLiteral("enumeration"), QVariant::fromValue(item.type.values()));
+    }
     return description;
 }
 

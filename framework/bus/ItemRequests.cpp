@@ -35,12 +35,14 @@ std::vector<ItemServer::Found> ItemServer::findAll(const QString& name) const
 {
     std::vector<Found> found;
     for (RegistrationModule* module : m_modules) {
-        if (!module->publishesItems())
+        if (!module->publishesItems()) {
             continue;
+        }
         const QString local = withoutModule(name, module->moduleName());
         for (const ItemKind kind : { ItemKind::Config, ItemKind::Result, ItemKind::Action }) {
-            if (Item* item = module->items().find(kind, local))
+            if (Item* item = module->items().find(kind, local)) {
                 found.push_back({ module, item });
+            }
         }
     }
     return found;
@@ -57,8 +59,9 @@ ItemServer::Found ItemServer::findForRequest(const QString& name)
     if (found.size() == 1) {
         if (!m_hadClient) {
             m_hadClient = true;
-            for (RegistrationModule* module : m_modules)
+            for (RegistrationModule* module : m_modules) {
                 module->firstClientSeen();
+            }
         }
         return found.front();
     }
@@ -69,8 +72,9 @@ ItemServer::Found ItemServer::findForRequest(const QString& name)
         return {};
     }
     QStringList candidates;
-    for (const Found& candidate : found)
+    for (const Found& candidate : found) {
         candidates << candidate.item->address.toString();
+    }
     refuse(names::AmbiguousItem,
            QStringLiteral("\"%1\" names several items: %2").arg(name, candidates.join(QStringLiteral(", "))));
     return {};
@@ -85,13 +89,16 @@ ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatchin
 {
     ItemRecords records;
     for (RegistrationModule* module : m_modules) {
-        if (!module->publishesItems())
+        if (!module->publishesItems()) {
             continue;
+        }
         for (const auto& item : module->items().all()) {
-            if (startsWatching)
+            if (startsWatching) {
                 item->takeChanges(true);
-            if (matchesAnyPattern(item->address, patterns))
+            }
+            if (matchesAnyPattern(item->address, patterns)) {
                 records << listedItem(*item);
+            }
         }
     }
     return records;
@@ -100,15 +107,17 @@ ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatchin
 bool ItemServer::accepts(const QStringList& patterns) const
 {
     const auto problem = limits::exceededByPatterns(patterns);
-    if (problem)
+    if (problem) {
         refuse(LimitExceeded, *problem);
+    }
     return !problem;
 }
 
 qulonglong ItemServer::List(const QStringList& patterns, ItemRecords& items)
 {
-    if (!accepts(patterns))
+    if (!accepts(patterns)) {
         return 0;
+    }
     // What waits to be sent goes first, so that the answer contains all up to its serial.
     flush();
     items = matching(patterns, false);
@@ -117,8 +126,9 @@ qulonglong ItemServer::List(const QStringList& patterns, ItemRecords& items)
 
 qulonglong ItemServer::Watch(const QStringList& patterns, ItemRecords& items)
 {
-    if (!accepts(patterns))
+    if (!accepts(patterns)) {
         return 0;
+    }
     flush();
     const QString client = message().service();
     const bool isFirst = m_watchers.isEmpty();
@@ -134,8 +144,9 @@ qulonglong ItemServer::Watch(const QStringList& patterns, ItemRecords& items)
 QDBusVariant ItemServer::Get(const QString& item)
 {
     const Found found = findForRequest(item);
-    if (!found.item)
+    if (!found.item) {
         return QDBusVariant(QString());
+    }
     if (!found.item->value().isValid()) {
         const bool isAction = found.item->address.kind == ItemKind::Action;
         refuse(NoValue,
@@ -151,8 +162,9 @@ QDBusVariant ItemServer::Get(const QString& item)
 void ItemServer::Set(const QString& item, const QDBusVariant& value)
 {
     const Found found = findForRequest(item);
-    if (!found.item)
+    if (!found.item) {
         return;
+    }
     const QString address = found.item->address.toString();
     if (!found.item->isWritable) {
         refuse(ReadOnly,
@@ -176,8 +188,9 @@ void ItemServer::Set(const QString& item, const QDBusVariant& value)
 QString ItemServer::Trigger(const QString& action, const QString& text)
 {
     const Found found = findForRequest(action);
-    if (!found.item)
+    if (!found.item) {
         return {};
+    }
     const QString address = found.item->address.toString();
     if (found.item->address.kind != ItemKind::Action) {
         refuse(NotAnAction,
@@ -200,12 +213,13 @@ QString ItemServer::callAction(const Item& action, const QString& text) const
     const QString address = action.address.toString();
     std::string reply;
     try {
-        if (const auto* handler = std::get_if<TextHandler>(&action.handler))
+        if (const auto* handler = std::get_if<TextHandler>(&action.handler)) {
             reply = (*handler)(text.toStdString());
-        else if (!text.isEmpty())
+        } else if (!text.isEmpty()) {
             refuse(InvalidValue, QStringLiteral("%1 takes no text").arg(address));
-        else if (const auto* plain = std::get_if<NullHandler>(&action.handler))
+        } else if (const auto* plain = std::get_if<NullHandler>(&action.handler)) {
             (*plain)();
+        }
     } catch (const std::exception& error) {
         leaveIfForked();
         refuse(ActionFailed, QStringLiteral("%1 failed: %2").arg(address, QString::fromUtf8(error.what())));

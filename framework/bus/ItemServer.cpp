@@ -37,8 +37,9 @@ ItemServer::ItemServer(QDBusConnection connection, QString stateFolder, QObject*
 
 ItemServer::~ItemServer()
 {
-    for (RegistrationModule* module : m_modules)
+    for (RegistrationModule* module : m_modules) {
         module->items().setChangeListener({});
+    }
 }
 
 void ItemServer::addModule(RegistrationModule& module)
@@ -52,8 +53,9 @@ void ItemServer::addModule(RegistrationModule& module)
 QStringList ItemServer::modules() const
 {
     QStringList names;
-    for (const RegistrationModule* module : m_modules)
+    for (const RegistrationModule* module : m_modules) {
         names << module->moduleName();
+    }
     return names;
 }
 
@@ -95,8 +97,9 @@ bool ItemServer::start(QString* error)
         *error = taken;
         return false;
     }
-    for (RegistrationModule* module : m_modules)
+    for (RegistrationModule* module : m_modules) {
         module->busNameTaken();
+    }
     return true;
 }
 
@@ -117,8 +120,9 @@ void ItemServer::halt()
     int patience = 0;
     for (RegistrationModule* module : m_modules) {
         module->halt();
-        if (!module->readyToHalt())
+        if (!module->readyToHalt()) {
             patience = std::max(patience, module->exitTimeout());
+        }
     }
     if (patience > 0) {
         QEventLoop loop;
@@ -132,14 +136,16 @@ void ItemServer::halt()
         m_connection.unregisterObject(names::ObjectPath);
         m_isServing = false;
     }
-    for (RegistrationModule* module : m_modules)
+    for (RegistrationModule* module : m_modules) {
         module->aboutToExit();
+    }
 }
 
 void ItemServer::scheduleFlush()
 {
-    if (m_flushScheduled)
+    if (m_flushScheduled) {
         return;
+    }
     m_flushScheduled = true;
     // Posted: everything that this turn of the event loop still brings goes along.
     QMetaObject::invokeMethod(this, &ItemServer::flush, Qt::QueuedConnection);
@@ -157,19 +163,24 @@ void ItemServer::flush()
         const bool isPublished = module->publishesItems();
         for (Item* item : module->items().takeChanged(withApplicability)) {
             const unsigned changes = item->takeChanges(withApplicability);
-            if (changes == Item::NoChange)
+            if (changes == Item::NoChange) {
                 continue;
+            }
             configChanged |= item->address.kind == ItemKind::Config && (changes & Item::ValueChanged) != 0;
-            if (isPublished)
+            if (isPublished) {
                 records << changedItem(*item, changes);
+            }
         }
-        if (configChanged && m_isServing)
+        if (configChanged && m_isServing) {
             changed.push_back(module);
+        }
     }
-    if (!changed.empty())
+    if (!changed.empty()) {
         saveConfigs(changed);
-    if (m_isServing && !records.isEmpty())
+    }
+    if (m_isServing && !records.isEmpty()) {
         Q_EMIT Changed(++m_serial, records);
+    }
 }
 
 void ItemServer::saveConfigs(const std::vector<RegistrationModule*>& changed)
@@ -179,13 +190,16 @@ void ItemServer::saveConfigs(const std::vector<RegistrationModule*>& changed)
         module->items().setSharedConfigFile(m_configs.get());
         const bool gathered = module->saveConfigurationFile(m_configs->path());
         module->items().setSharedConfigFile(nullptr);
-        if (gathered && std::find(m_unsaved.begin(), m_unsaved.end(), module) == m_unsaved.end())
+        if (gathered && std::find(m_unsaved.begin(), m_unsaved.end(), module) == m_unsaved.end()) {
             m_unsaved.push_back(module);
+        }
     }
-    if (m_unsaved.empty() || !m_configs->write())
+    if (m_unsaved.empty() || !m_configs->write()) {
         return;
-    for (RegistrationModule* module : std::exchange(m_unsaved, {}))
+    }
+    for (RegistrationModule* module : std::exchange(m_unsaved, {})) {
         module->configSaved();
+    }
 }
 
 } // namespace ipc

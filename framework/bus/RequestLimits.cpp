@@ -18,47 +18,52 @@ public:
 
     void add(const QVariant& value, int depth)
     {
-        if (!enter(depth))
+        if (!enter(depth)) {
             return;
+        }
         const int type = value.userType();
-        if (type == QMetaType::QString)
+        if (type == QMetaType::QString) {
             addText(value.toString().size());
-        else if (type == QMetaType::QByteArray)
+        } else if (type == QMetaType::QByteArray) {
             addText(value.toByteArray().size());
-        else if (type == QMetaType::QStringList)
+        } else if (type == QMetaType::QStringList) {
             addEach(value.toStringList(), depth + 1);
-        else if (type == qMetaTypeId<QDBusObjectPath>())
+        } else if (type == qMetaTypeId<QDBusObjectPath>()) {
             addText(value.value<QDBusObjectPath>().path().size());
-        else if (type == qMetaTypeId<QDBusSignature>())
+        } else if (type == qMetaTypeId<QDBusSignature>()) {
             addText(value.value<QDBusSignature>().signature().size());
-        else if (type == qMetaTypeId<QDBusVariant>())
+        } else if (type == qMetaTypeId<QDBusVariant>()) {
             add(value.value<QDBusVariant>().variant(), depth + 1);
-        else if (type == qMetaTypeId<QDBusArgument>())
+        } else if (type == qMetaTypeId<QDBusArgument>()) {
             addContainer(value.value<QDBusArgument>(), depth + 1);
+        }
     }
 
 private:
     bool enter(int depth)
     {
-        if (depth > Depth)
+        if (depth > Depth) {
             m_exceeded =
                 QStringLiteral("it is nested deeper than %1 levels of containers and variants").arg(Depth);
-        else if (++m_values > Values)
+        } else if (++m_values > Values) {
             m_exceeded = QStringLiteral("it holds more than %1 keys, elements and values").arg(Values);
+        }
         return !m_exceeded;
     }
 
     void addText(int length)
     {
         m_characters += length;
-        if (m_characters > TextLength)
+        if (m_characters > TextLength) {
             m_exceeded = QStringLiteral("it holds more than %1 characters").arg(TextLength);
+        }
     }
 
     void addEach(const QStringList& texts, int depth)
     {
-        for (int i = 0; i < texts.size() && !m_exceeded; ++i)
+        for (int i = 0; i < texts.size() && !m_exceeded; ++i) {
             add(texts[i], depth);
+        }
     }
 
     /// @param container a copy: reading moves on.
@@ -91,8 +96,9 @@ private:
 
     void addRest(const QDBusArgument& container, int depth)
     {
-        while (!container.atEnd() && !m_exceeded)
+        while (!container.atEnd() && !m_exceeded) {
             add(container.asVariant(), depth);
+        }
     }
 
     int m_values = 0;
@@ -115,13 +121,15 @@ std::optional<QString> exceededByName(const QString& name)
 
 std::optional<QString> exceededByPatterns(const QStringList& patterns)
 {
-    if (patterns.size() > Patterns)
+    if (patterns.size() > Patterns) {
         return QStringLiteral("there are %1 patterns; at most %2 are allowed")
             .arg(patterns.size())
             .arg(Patterns);
+    }
     for (const QString& pattern : patterns) {
-        if (pattern.size() > NameLength)
+        if (pattern.size() > NameLength) {
             return tooLong(QStringLiteral("the pattern"), pattern);
+        }
     }
     return {};
 }

@@ -29,8 +29,9 @@ ExpectedValue wholeNumber(const QString& text, const QString& otherwise)
     bool isUnsigned = false;
     const qlonglong number = text.toLongLong(&isSigned);
     const qulonglong large = text.toULongLong(&isUnsigned);
-    if (isSigned)
+    if (isSigned) {
         return { number, {} };
+    }
     return isUnsigned ? ExpectedValue{ large, {} } : ExpectedValue{ {}, otherwise };
 }
 
@@ -45,19 +46,22 @@ ExpectedValue truth(const QString& text)
 {
     const QString lower = text.toLower();
     for (const bool value : { false, true }) {
-        if (lower == QVariant(value).toString() || lower == QString::number(static_cast<int>(value)))
+        if (lower == QVariant(value).toString() || lower == QString::number(static_cast<int>(value))) {
             return { value, {} };
+        }
     }
     return { {}, QStringLiteral("it is true or false") };
 }
 
 ExpectedValue oneOf(const EnumValues& values, const QString& text)
 {
-    if (const auto found = findEnumValue(values, text))
+    if (const auto found = findEnumValue(values, text)) {
         return { *found, {} };
+    }
     QStringList texts;
-    for (const EnumValue& value : values)
+    for (const EnumValue& value : values) {
         texts += withLabel(QString::number(value.value), value.label);
+    }
     return wholeNumber(text, QStringLiteral("its values are %1").arg(texts.join(QStringLiteral(", "))));
 }
 
@@ -66,22 +70,27 @@ ExpectedValue oneOf(const EnumValues& values, const QString& text)
 ExpectedValue expectedValue(const QVariantMap& description, const QString& text)
 {
     const QString type = typeOf(description);
-    if (type == QLatin1String("action"))
+    if (type == QLatin1String("action")) {
         return { {}, QStringLiteral("it is an action and has no value") };
-    if (type == QLatin1String("enum"))
+    }
+    if (type == QLatin1String("enum")) {
         return oneOf(enumerationOf(description), text);
-    if (type == QLatin1String("bool"))
+    }
+    if (type == QLatin1String("bool")) {
         return truth(text);
-    if (type == QLatin1String("int"))
+    }
+    if (type == QLatin1String("int")) {
         return wholeNumber(text, QStringLiteral("it is a whole number"));
+    }
     return type == QLatin1String("number") ? number(text) : ExpectedValue{ text, {} };
 }
 
 QString shownValue(const QVariantMap& description, const QVariant& value)
 {
     const QString type = typeOf(description);
-    if (type == QLatin1String("enum"))
+    if (type == QLatin1String("enum")) {
         return withLabel(value.toString(), enumLabel(enumerationOf(description), value.toLongLong()));
+    }
     return type == QLatin1String("text") || type == QLatin1String("any")
         ? QStringLiteral("\"%1\"").arg(value.toString())
         : value.toString();

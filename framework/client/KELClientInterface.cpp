@@ -28,16 +28,20 @@ namespace {
 ClientError::Kind errorKind(const QDBusMessage& reply)
 {
     const QString name = reply.errorName();
-    if (name == names::NoSuchItem)
+    if (name == names::NoSuchItem) {
         return ClientError::Kind::NoSuchItem;
-    if (name == names::AmbiguousItem)
+    }
+    if (name == names::AmbiguousItem) {
         return ClientError::Kind::Ambiguous;
-    if (name.startsWith(names::ErrorPrefix))
+    }
+    if (name.startsWith(names::ErrorPrefix)) {
         return ClientError::Kind::Refused;
+    }
     // What a bus daemon answers for an absent name that it was told not to start; QDBusError has no type for
     // it.
-    if (name == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
+    if (name == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")) {
         return ClientError::Kind::NoServer;
+    }
     switch (QDBusError(reply).type()) {
     case QDBusError::NoReply:
     case QDBusError::Timeout:
@@ -94,15 +98,18 @@ public:
     [[nodiscard]] ClientError errorOf(const QDBusMessage& reply) const
     {
         const ClientError::Kind kind = errorKind(reply);
-        if (!connection.isConnected())
+        if (!connection.isConnected()) {
             return { ClientError::Kind::NoServer, noBus(connection) };
-        if (kind == ClientError::Kind::NoServer)
+        }
+        if (kind == ClientError::Kind::NoServer) {
             return { kind,
                      QStringLiteral("%1 is not on the session bus; start its server first").arg(busName) };
+        }
         // The bus answers in the place of a server that ends during a call, under the same name as a
         // time-out.
-        if (kind == ClientError::Kind::NoAnswer && !connection.interface()->isServiceRegistered(busName))
+        if (kind == ClientError::Kind::NoAnswer && !connection.interface()->isServiceRegistered(busName)) {
             return { kind, QStringLiteral("%1 left the bus before it answered").arg(busName) };
+        }
         if (kind == ClientError::Kind::NoAnswer) {
             const double seconds = static_cast<double>(timeout.count()) / 1000.0;
             return { kind, QStringLiteral("%1 did not answer within %2 s").arg(busName).arg(seconds) };
@@ -113,8 +120,9 @@ public:
     [[nodiscard]] Outcome<Snapshot> snapshot(const QString& method, const QStringList& patterns) const
     {
         const QDBusMessage reply = call(method, { patterns });
-        if (reply.type() != QDBusMessage::ReplyMessage)
+        if (reply.type() != QDBusMessage::ReplyMessage) {
             return errorOf(reply);
+        }
         return Snapshot{ valueOf<qulonglong>(reply), valueOf<ItemRecords>(reply, 1) };
     }
 
@@ -129,12 +137,14 @@ public:
 KELClientInterface* KELClientInterface::getSessionBusClient(const QString& busName, QObject* parent)
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected() || !bus.interface()->isServiceRegistered(busName))
+    if (!bus.isConnected() || !bus.interface()->isServiceRegistered(busName)) {
         return nullptr;
+    }
     static QHash<QString, QPointer<KELClientInterface>> clients;
     QPointer<KELClientInterface>& client = clients[busName];
-    if (!client)
+    if (!client) {
         client = new KELClientInterface(busName, bus, parent ? parent : QCoreApplication::instance());
+    }
     return client;
 }
 
@@ -150,8 +160,9 @@ KELClientInterface::~KELClientInterface() = default;
 
 Outcome<QStringList> KELClientInterface::servers(const QDBusConnection& connection)
 {
-    if (!connection.isConnected())
+    if (!connection.isConnected()) {
         return ClientError{ ClientError::Kind::NoServer, noBus(connection) };
+    }
     QStringList found = connection.interface()->registeredServiceNames().value();
     found = found.filter(QRegularExpression(QStringLiteral("^tov\\.base\\.")));
     found.sort();
@@ -182,8 +193,9 @@ Outcome<QStringList> KELClientInterface::modules() const
     message.setAutoStartService(false);
     const QDBusMessage reply =
         d->connection.call(message, QDBus::Block, static_cast<int>(d->timeout.count()));
-    if (reply.type() != QDBusMessage::ReplyMessage)
+    if (reply.type() != QDBusMessage::ReplyMessage) {
         return d->errorOf(reply);
+    }
     return valueOf<QDBusVariant>(reply).variant().toStringList();
 }
 
@@ -195,16 +207,18 @@ Outcome<Snapshot> KELClientInterface::list(const QStringList& patterns) const
 Outcome<QVariant> KELClientInterface::get(const QString& item) const
 {
     const QDBusMessage reply = d->call(QStringLiteral("Get"), { item });
-    if (reply.type() != QDBusMessage::ReplyMessage)
+    if (reply.type() != QDBusMessage::ReplyMessage) {
         return d->errorOf(reply);
+    }
     return valueOf<QDBusVariant>(reply).variant();
 }
 
 Outcome<QVariantMap> KELClientInterface::describe(const QString& item) const
 {
     const QDBusMessage reply = d->call(QStringLiteral("Describe"), { item });
-    if (reply.type() != QDBusMessage::ReplyMessage)
+    if (reply.type() != QDBusMessage::ReplyMessage) {
         return d->errorOf(reply);
+    }
     return valueOf<QVariantMap>(reply);
 }
 
@@ -212,16 +226,18 @@ Outcome<Done> KELClientInterface::set(const QString& item, const QVariant& value
 {
     const QDBusMessage reply =
         d->call(QStringLiteral("Set"), { item, QVariant::fromValue(QDBusVariant(value)) });
-    if (reply.type() != QDBusMessage::ReplyMessage)
+    if (reply.type() != QDBusMessage::ReplyMessage) {
         return d->errorOf(reply);
+    }
     return Done();
 }
 
 Outcome<QString> KELClientInterface::trigger(const QString& action, const QString& text) const
 {
     const QDBusMessage reply = d->call(QStringLiteral("Trigger"), { action, text });
-    if (reply.type() != QDBusMessage::ReplyMessage)
+    if (reply.type() != QDBusMessage::ReplyMessage) {
         return d->errorOf(reply);
+    }
     return valueOf<QString>(reply);
 }
 
@@ -249,15 +265,17 @@ Outcome<Snapshot> KELClientInterface::watch(const QStringList& patterns)
                 &KELClientInterface::serverReturned);
     }
     Outcome<Snapshot> snapshot = d->snapshot(QStringLiteral("Watch"), patterns);
-    if (snapshot)
+    if (snapshot) {
         d->lastSerial = snapshot->serial;
+    }
     return snapshot;
 }
 
 void KELClientInterface::onChanged(qulonglong serial, const ItemRecords& items)
 {
-    if (serial <= d->lastSerial)
+    if (serial <= d->lastSerial) {
         return;
+    }
     d->lastSerial = serial;
     Q_EMIT changed(items);
 }

@@ -11,11 +11,13 @@ namespace {
 /// "pairlistAddr_3" in an expression is instance 3, unless an item is really called that.
 Item* findInput(const ModuleItems& items, ItemKind kind, const QString& name)
 {
-    if (Item* item = items.find(kind, name); item != nullptr)
+    if (Item* item = items.find(kind, name); item != nullptr) {
         return item;
+    }
     const auto underscore = name.lastIndexOf(QLatin1Char('_'));
-    if (underscore < 0)
+    if (underscore < 0) {
         return nullptr;
+    }
     return items.find(kind, name.left(underscore) + QLatin1Char(':') + name.mid(underscore + 1));
 }
 
@@ -29,8 +31,9 @@ Expression::Expression(Applicability& applicability, QString text)
 
 bool Expression::holds()
 {
-    if (m_isStale && m_function != nullptr)
+    if (m_isStale && m_function != nullptr) {
         m_applicability.evaluate(*this);
+    }
     return m_holds;
 }
 
@@ -64,16 +67,18 @@ void Applicability::bind(Item& item, const QString& text)
 
 void Applicability::compile(Expression& expression, const Item& item)
 {
-    if (!m_engine)
+    if (!m_engine) {
         m_engine = std::make_unique<ScriptEngine>();
+    }
     ExpressionShape shape = ExpressionShape::of(expression.m_text);
     void*& function = m_functions[shape.text];
     if (function == nullptr) {
         QString error;
         function = m_engine->compile(shape.parameters, shape.text, &error);
-        if (function == nullptr)
+        if (function == nullptr) {
             qWarning().noquote() << item.address.toString() << "never applies; its expression"
                                  << expression.m_text << "does not compile:" << error;
+        }
     }
     expression.m_function = function;
     expression.m_names = std::move(shape.inputs);
@@ -82,8 +87,9 @@ void Applicability::compile(Expression& expression, const Item& item)
 void Applicability::check()
 {
     for (const auto& expression : m_expressions) {
-        if (expression->m_function != nullptr && !expression->m_isResolved)
+        if (expression->m_function != nullptr && !expression->m_isResolved) {
             resolve(*expression);
+        }
     }
 }
 
@@ -111,8 +117,9 @@ void Applicability::addInput(Expression& expression, Item& input)
     void*& object = m_objects[&input];
     if (object == nullptr) {
         object = m_engine->makeObject();
-        for (const EnumValue& value : input.type.values())
+        for (const EnumValue& value : input.type.values()) {
             m_engine->setEnumValue(object, QLatin1Char('e') + value.symbol, value.value);
+        }
     }
     expression.m_objects.push_back(object);
     expression.m_inputs.push_back(&input);
@@ -121,24 +128,29 @@ void Applicability::addInput(Expression& expression, Item& input)
 
 void Applicability::evaluate(Expression& expression)
 {
-    if (!expression.m_isResolved)
+    if (!expression.m_isResolved) {
         resolve(expression);
+    }
     expression.m_isStale = false;
-    if (expression.m_function == nullptr)
+    if (expression.m_function == nullptr) {
         return;
-    for (Item* input : expression.m_inputs)
+    }
+    for (Item* input : expression.m_inputs) {
         showToEngine(*input);
+    }
     QString error;
     expression.m_holds = m_engine->evaluate(expression.m_function, expression.m_objects, &error);
-    if (!error.isEmpty())
+    if (!error.isEmpty()) {
         qWarning().noquote() << expression.m_dependents.front()->address.toString()
                              << "does not apply; its expression" << expression.m_text << "failed:" << error;
+    }
 }
 
 void Applicability::showToEngine(Item& item)
 {
-    if (!item.newForExpressions)
+    if (!item.newForExpressions) {
         return;
+    }
     item.newForExpressions = false;
     m_engine->setValue(m_objects.value(&item), item.value());
 }
@@ -149,8 +161,9 @@ void Applicability::listDependents()
     listed.swap(m_listed);
     for (Expression* expression : listed) {
         expression->m_isListed = false;
-        for (Item* dependent : expression->m_dependents)
+        for (Item* dependent : expression->m_dependents) {
             dependent->applicabilityMayDiffer();
+        }
     }
 }
 

@@ -23,8 +23,9 @@ std::size_t placeOf(const ExpressionShape::Input& input, std::vector<ExpressionS
         return known.kind == input.kind && known.name == input.name;
     });
     const auto place = static_cast<std::size_t>(found - inputs.begin());
-    if (found == inputs.end())
+    if (found == inputs.end()) {
         inputs.push_back(input);
+    }
     return place;
 }
 
@@ -38,8 +39,9 @@ ExpressionShape ExpressionShape::of(const QString& expression)
     while (matches.hasNext()) {
         const QRegularExpressionMatch match = matches.next();
         const QString root = match.captured(QStringLiteral("root"));
-        if (root.isEmpty())
+        if (root.isEmpty()) {
             continue;
+        }
         const ItemKind kind = root == QLatin1String("res") ? ItemKind::Result : ItemKind::Config;
         const Input input{ kind, match.captured(QStringLiteral("name")), match.capturedStart() };
         shape.text += expression.mid(copied, match.capturedStart() - copied);
@@ -49,8 +51,9 @@ ExpressionShape ExpressionShape::of(const QString& expression)
     shape.text += expression.mid(copied);
 
     QStringList parameters;
-    for (std::size_t i = 0; i < shape.inputs.size(); ++i)
+    for (std::size_t i = 0; i < shape.inputs.size(); ++i) {
         parameters << QStringLiteral("$%1").arg(i);
+    }
     shape.parameters = parameters.join(QLatin1Char(','));
     return shape;
 }

@@ -38,10 +38,11 @@ void pushValue(duk_context* context, const QVariant& value)
     }
     bool isNumber = false;
     const double number = value.toDouble(&isNumber);
-    if (isNumber)
+    if (isNumber) {
         duk_push_number(context, number);
-    else
+    } else {
         duk_push_null(context);
+    }
 }
 
 } // namespace
@@ -95,8 +96,9 @@ bool ScriptEngine::evaluate(Reference function, const std::vector<Reference>& ob
     duk_context* context = m_context.get();
     duk_require_stack(context, static_cast<duk_idx_t>(objects.size() + 1));
     duk_push_heapptr(context, function);
-    for (void* object : objects)
+    for (void* object : objects) {
         duk_push_heapptr(context, object);
+    }
     if (duk_pcall(context, static_cast<duk_idx_t>(objects.size())) != 0) {
         *error = takeError(context);
         return false;

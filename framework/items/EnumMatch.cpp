@@ -8,8 +8,9 @@ namespace {
 /// Length of what all symbols begin with, up to and including an underscore.
 int sharedPrefixLength(const QVector<EnumValue>& values)
 {
-    if (values.size() < 2)
+    if (values.size() < 2) {
         return 0;
+    }
     const QString& first = values.first().symbol;
     auto length = first.size();
     for (const EnumValue& value : values) {
@@ -26,10 +27,12 @@ std::optional<int> findByName(const QVector<EnumValue>& values, const QString& t
 {
     std::optional<int> found;
     for (const EnumValue& value : values) {
-        if (QStringView(name(value)).compare(text, cs) != 0)
+        if (QStringView(name(value)).compare(text, cs) != 0) {
             continue;
-        if (found && *found != value.value)
+        }
+        if (found && *found != value.value) {
             return {};
+        }
         found = value.value;
     }
     return found;
@@ -58,12 +61,15 @@ std::optional<int> findEnumValue(const QVector<EnumValue>& values, const QString
         const auto label = [](const EnumValue& v) {
             return QStringView(v.label);
         };
-        if (const auto found = findByName(values, text, cs, symbol))
+        if (const auto found = findByName(values, text, cs, symbol)) {
             return found;
-        if (const auto found = findByName(values, text, cs, shortSymbol))
+        }
+        if (const auto found = findByName(values, text, cs, shortSymbol)) {
             return found;
-        if (const auto found = findByName(values, text, cs, label))
+        }
+        if (const auto found = findByName(values, text, cs, label)) {
             return found;
+        }
     }
     return {};
 }

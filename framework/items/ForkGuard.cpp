@@ -19,8 +19,9 @@ void guardThisProcess()
 
 void leaveIfForked()
 {
-    if (isForkedCopy)
+    if (isForkedCopy) {
         _exit(127);
+    }
 }
 
 } // namespace ipc

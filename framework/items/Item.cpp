@@ -36,27 +36,32 @@ void Item::store(const QVariant& value, bool announce)
     if (converted != m_value) {
         m_value = converted;
         newForExpressions = true;
-        for (Expression* reader : readers)
+        for (Expression* reader : readers) {
             reader->inputChanged();
+        }
     }
-    if (announce && owner != nullptr && m_value != m_toldValue)
+    if (announce && owner != nullptr && m_value != m_toldValue) {
         owner->listAsChanged(*this);
-    if (isObserved && owner != nullptr)
+    }
+    if (isObserved && owner != nullptr) {
         owner->announceWrite(*this);
+    }
 }
 
 void Item::setApplicable(bool applicable, bool announce)
 {
     leaveIfForked();
     m_madeApplicable = applicable;
-    if (announce)
+    if (announce) {
         applicabilityMayDiffer();
+    }
 }
 
 void Item::applicabilityMayDiffer()
 {
-    if (owner != nullptr)
+    if (owner != nullptr) {
         owner->listAsChanged(*this);
+    }
 }
 
 unsigned Item::takeChanges(bool withApplicability)

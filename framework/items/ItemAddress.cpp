@@ -8,8 +8,9 @@ namespace {
 std::optional<ItemKind> parseKind(const QString& text)
 {
     for (const ItemKind kind : { ItemKind::Config, ItemKind::Result, ItemKind::Action }) {
-        if (text == toString(kind))
+        if (text == toString(kind)) {
             return kind;
+        }
     }
     return {};
 }
@@ -48,17 +49,20 @@ std::optional<ItemAddress> ItemAddress::parse(const QString& text)
 {
     // A leading and a closing colon give an empty first and last part.
     const QStringList parts = text.split(QLatin1Char(':'));
-    if ((parts.size() != 6 && parts.size() != 7) || !parts.first().isEmpty() || !parts.last().isEmpty())
+    if ((parts.size() != 6 && parts.size() != 7) || !parts.first().isEmpty() || !parts.last().isEmpty()) {
         return {};
+    }
     const std::optional<ItemKind> kind = parseKind(parts[1]);
-    if (!kind)
+    if (!kind) {
         return {};
+    }
     ItemAddress address{ *kind, parts[2], parts[3], parts[4], NoIndex };
     if (parts.size() == 7) {
         bool isNumber = false;
         address.index = static_cast<int>(parts[5].toUShort(&isNumber));
-        if (!isNumber)
+        if (!isNumber) {
             return {};
+        }
     }
     return address;
 }

@@ -12,8 +12,9 @@ bool matchesPattern(const ItemAddress& address, const QString& pattern)
         return fnmatch(wanted.constData(), name.toUtf8().constData(), 0) == 0;
     };
     const QString inModule = address.module + QLatin1Char(':');
-    if (fits(address.id) || fits(inModule + address.id) || fits(address.toString()))
+    if (fits(address.id) || fits(inModule + address.id) || fits(address.toString())) {
         return true;
+    }
     return address.index != ItemAddress::NoIndex
         && (fits(address.shortName()) || fits(inModule + address.shortName()));
 }

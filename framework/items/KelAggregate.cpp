@@ -15,10 +15,12 @@ constexpr KELItemStatusFlags FlagOf<unsigned long long> = KELItemStatusFlags::Un
 
 QVariant toVariant(const boost::any& value)
 {
-    if (const auto* flag = boost::any_cast<bool>(&value))
+    if (const auto* flag = boost::any_cast<bool>(&value)) {
         return *flag;
-    if (const auto* number = boost::any_cast<unsigned long long>(&value))
+    }
+    if (const auto* number = boost::any_cast<unsigned long long>(&value)) {
         return *number;
+    }
     return {};
 }
 
@@ -27,8 +29,9 @@ QVariant toVariant(const boost::any& value)
 KelAggregate::KelAggregate(std::shared_ptr<const KelAggregateDescriptor> descriptor)
     : m_descriptor(std::move(descriptor))
 {
-    for (const auto& property : *m_descriptor)
+    for (const auto& property : *m_descriptor) {
         m_values.emplace(property.first, boost::any());
+    }
 }
 
 template <typename T>
@@ -55,8 +58,9 @@ QVariant KelAggregate::toVariant() const
 {
     QVariantMap map;
     for (const auto& [name, value] : m_values) {
-        if (!value.empty())
+        if (!value.empty()) {
             map.insert(QString::fromStdString(name), ::toVariant(value));
+        }
     }
     return map;
 }

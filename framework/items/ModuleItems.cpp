@@ -24,8 +24,9 @@ ModuleItems::ModuleItems(QString serverName, QString moduleName,
     , m_onObservedWrite(std::move(onObservedWrite))
     , m_applicability(std::make_unique<Applicability>(*this))
 {
-    for (const ItemKind kind : { ItemKind::Config, ItemKind::Result, ItemKind::Action })
+    for (const ItemKind kind : { ItemKind::Config, ItemKind::Result, ItemKind::Action }) {
         m_addressPrefixes[slot(kind)] = QStringLiteral(":%1:%2:%3:").arg(toString(kind), m_server, m_module);
+    }
 }
 
 ModuleItems::~ModuleItems() = default;
@@ -55,8 +56,9 @@ std::vector<std::shared_ptr<Item>> ModuleItems::add(const Definition& definition
         known = item.get();
         // One expression may stand for all instances; an instance without one always applies.
         const QString expression = expressions.size() == 1 ? expressions.first() : expressions.value(i);
-        if (!expression.isEmpty())
+        if (!expression.isEmpty()) {
             m_applicability->bind(*item, expression);
+        }
         m_handles.emplace(item.get(), std::make_unique<ServerItem>(item));
         m_items.push_back(item);
         added.push_back(std::move(item));
@@ -67,11 +69,13 @@ std::vector<std::shared_ptr<Item>> ModuleItems::add(const Definition& definition
 Item* ModuleItems::find(ItemKind kind, const QString& name) const
 {
     const auto& byName = m_byName[slot(kind)];
-    if (!name.startsWith(QLatin1Char(':')))
+    if (!name.startsWith(QLatin1Char(':'))) {
         return byName.value(name);
+    }
     const QString& prefix = m_addressPrefixes[slot(kind)];
-    if (!name.startsWith(prefix) || !name.endsWith(QLatin1Char(':')))
+    if (!name.startsWith(prefix) || !name.endsWith(QLatin1Char(':'))) {
         return nullptr;
+    }
     return byName.value(name.mid(prefix.size(), name.size() - prefix.size() - 1));
 }
 
@@ -79,16 +83,18 @@ Item* ModuleItems::findOrWarn(ItemKind kind, const QString& name) const
 {
     leaveIfForked();
     Item* item = find(kind, name);
-    if (!item)
+    if (!item) {
         warnOnce(kind, name);
+    }
     return item;
 }
 
 void ModuleItems::warnOnce(ItemKind kind, const QString& name) const
 {
     const QString kindAndName = toString(kind) + QLatin1Char(' ') + name;
-    if (m_unknownNames.contains(kindAndName))
+    if (m_unknownNames.contains(kindAndName)) {
         return;
+    }
     m_unknownNames.insert(kindAndName);
     qWarning().noquote().nospace() << m_module << " has no " << toString(kind) << " \"" << name << '"';
 }
@@ -102,8 +108,9 @@ std::vector<Item*> ModuleItems::instances(ItemKind kind, const QString& id) cons
     }
     for (int i = 0;; ++i) {
         Item* instance = m_byName[slot(kind)].value(shortItemName(id, i));
-        if (!instance)
+        if (!instance) {
             return found;
+        }
         found.push_back(instance);
     }
 }
@@ -141,13 +148,15 @@ std::vector<Item*> ModuleItems::takeChanged(bool withApplicability)
 {
     // Listing the dependents of expressions with a new result must not announce a further change.
     m_changeAnnounced = true;
-    if (withApplicability)
+    if (withApplicability) {
         m_applicability->listDependents();
+    }
     m_changeAnnounced = false;
     std::vector<Item*> changed;
     changed.swap(m_changed);
-    for (Item* item : changed)
+    for (Item* item : changed) {
         item->isListedAsChanged = false;
+    }
     return changed;
 }
 

@@ -13,16 +13,18 @@ namespace {
 QList<ServerItem*> addValue(ModuleItems& items, const ModuleItems::Definition& definition)
 {
     QList<ServerItem*> handles;
-    for (const auto& item : items.add(definition))
+    for (const auto& item : items.add(definition)) {
         handles << items.handle(*item);
+    }
     return handles;
 }
 
 void addAction(ModuleItems& items, const QString& id, const QString& label,
                std::variant<std::monostate, ipc::NullHandler, ipc::TextHandler> handler)
 {
-    for (const auto& item : items.add({ ItemKind::Action, id, label, ValueType::of({}), {} }))
+    for (const auto& item : items.add({ ItemKind::Action, id, label, ValueType::of({}), {} })) {
         item->handler = handler;
+    }
 }
 
 } // namespace
@@ -95,20 +97,23 @@ void ServerModule::AddActionStringParam(const QString& id, const QString& label,
 
 void ServerModule::markConfigAsPrivate(const QString& id)
 {
-    for (Item* item : m_items->instances(ItemKind::Config, id))
+    for (Item* item : m_items->instances(ItemKind::Config, id)) {
         item->isPrivate = true;
+    }
 }
 
 void ServerModule::openResultToClients(const QString& id)
 {
-    for (Item* item : m_items->instances(ItemKind::Result, id))
+    for (Item* item : m_items->instances(ItemKind::Result, id)) {
         item->isWritable = true;
+    }
 }
 
 void ServerModule::observeItem(const QString& id)
 {
-    for (Item* item : m_items->instances(ItemKind::Config, id))
+    for (Item* item : m_items->instances(ItemKind::Config, id)) {
         item->isObserved = true;
+    }
 }
 
 bool ServerModule::configExists(const QString& id)
@@ -118,8 +123,9 @@ bool ServerModule::configExists(const QString& id)
 
 ServerItem* ServerModule::config(const QString& id)
 {
-    if (const Item* item = m_items->findOrWarn(ItemKind::Config, id))
+    if (const Item* item = m_items->findOrWarn(ItemKind::Config, id)) {
         return m_items->handle(*item);
+    }
     // Something to read from and write to, so that a wrong name in a module is a warning and nothing worse.
     static ServerItem nowhere(
         std::make_shared<Item>(ipc::ItemAddress(), QString(), ValueType::of({}), QVariant()));
@@ -128,18 +134,21 @@ ServerItem* ServerModule::config(const QString& id)
 
 void ServerModule::setConfig(const QString& id, const QVariant& value, bool announce)
 {
-    if (Item* item = m_items->findOrWarn(ItemKind::Config, id))
+    if (Item* item = m_items->findOrWarn(ItemKind::Config, id)) {
         item->store(value, announce);
+    }
 }
 
 void ServerModule::setResult(const QString& id, const QVariant& value, bool announce)
 {
-    if (Item* item = m_items->findOrWarn(ItemKind::Result, id))
+    if (Item* item = m_items->findOrWarn(ItemKind::Result, id)) {
         item->store(value, announce);
+    }
 }
 
 void ServerModule::setActionApplicable(const QString& address, bool applicable)
 {
-    if (Item* item = m_items->findOrWarn(ItemKind::Action, address))
+    if (Item* item = m_items->findOrWarn(ItemKind::Action, address)) {
         item->setApplicable(applicable, true);
+    }
 }

@@ -61,8 +61,9 @@ bool ServerModule::validateAndApply(const QString& id, const QVariant& value, QS
 {
     ipc::leaveIfForked();
     Item* item = m_items->find(ItemKind::Config, id);
-    if (!item)
+    if (!item) {
         item = m_items->find(ItemKind::Result, id);
+    }
     if (!item) {
         *reason = QStringLiteral("there is no config or result \"%1\"").arg(id);
         return false;
@@ -127,8 +128,9 @@ QStringList ServerModule::computeSaveConfigIds()
 {
     QStringList ids;
     for (const auto& item : m_items->all()) {
-        if (item->address.kind == ItemKind::Config)
+        if (item->address.kind == ItemKind::Config) {
             ids << item->address.shortName();
+        }
     }
     saveConfigIdsComputed();
     return ids;

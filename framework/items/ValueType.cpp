@@ -14,19 +14,22 @@ constexpr int ShownLength = 80;
 
 QString shown(const QVariant& value, bool secret)
 {
-    if (secret)
+    if (secret) {
         return QStringLiteral("the value");
+    }
     QString text = value.toString();
-    if (text.size() > ShownLength)
+    if (text.size() > ShownLength) {
         text = text.left(ShownLength) + QChar(0x2026); // an ellipsis
+    }
     return QLatin1Char('"') + text + QLatin1Char('"');
 }
 
 QString listed(const QVector<EnumValue>& values)
 {
     QStringList texts;
-    for (const EnumValue& value : values)
+    for (const EnumValue& value : values) {
         texts << QStringLiteral("%1 (%2)").arg(QString::number(value.value), value.label);
+    }
     return texts.join(QStringLiteral(", "));
 }
 
@@ -39,10 +42,12 @@ Refusal noneOf(const QVector<EnumValue>& values, const QVariant& value, bool sec
 QVariant parseBool(const QString& text)
 {
     const QString lower = text.toLower();
-    if (lower == QLatin1String("true") || lower == QLatin1String("1"))
+    if (lower == QLatin1String("true") || lower == QLatin1String("1")) {
         return true;
-    if (lower == QLatin1String("false") || lower == QLatin1String("0"))
+    }
+    if (lower == QLatin1String("false") || lower == QLatin1String("0")) {
         return false;
+    }
     return {};
 }
 
@@ -65,8 +70,9 @@ ValueType ValueType::enumeration(QVector<EnumValue> values)
 
 QString ValueType::name() const
 {
-    if (isEnumeration())
+    if (isEnumeration()) {
         return QStringLiteral("enum");
+    }
     switch (m_metaType) {
     case QMetaType::Bool:
         return QStringLiteral("bool");
@@ -99,15 +105,17 @@ void ValueType::setRegularExpression(const QString& expression)
 
 QVariant ValueType::fromModule(const QVariant& value) const
 {
-    if (m_metaType == QMetaType::UnknownType || value.userType() == m_metaType)
+    if (m_metaType == QMetaType::UnknownType || value.userType() == m_metaType) {
         return value;
+    }
     if (m_metaType == QMetaType::Int) {
         // QVariant would cut down what is beyond an int.
         bool isNumber = false;
         const qlonglong number = value.toLongLong(&isNumber);
         if (isNumber
-            && (number > std::numeric_limits<int>::max() || number < std::numeric_limits<int>::min()))
+            && (number > std::numeric_limits<int>::max() || number < std::numeric_limits<int>::min())) {
             return number;
+        }
     }
     QVariant converted = value;
     return converted.convert(m_metaType) ? converted : QVariant();
@@ -147,10 +155,12 @@ QVariant ValueType::parse(const QString& text) const
 
 QString ValueType::expectation() const
 {
-    if (m_metaType == QMetaType::Bool)
+    if (m_metaType == QMetaType::Bool) {
         return QStringLiteral("true or false is expected");
-    if (name() == QLatin1String("text"))
+    }
+    if (name() == QLatin1String("text")) {
         return QStringLiteral("a text is expected");
+    }
     return m_metaType == QMetaType::Double ? QStringLiteral("a number is expected")
                                            : QStringLiteral("a whole number of type %1 is expected")
                                                  .arg(QLatin1String(QMetaType::typeName(m_metaType)));
@@ -158,12 +168,14 @@ QString ValueType::expectation() const
 
 QVariant ValueType::fromClient(const QVariant& value, bool secret, std::optional<Refusal>& refusal) const
 {
-    if (m_metaType == QMetaType::UnknownType)
+    if (m_metaType == QMetaType::UnknownType) {
         return value;
+    }
 
     if (isEnumeration()) {
-        if (const auto number = findEnumValue(m_values, value.toString()))
+        if (const auto number = findEnumValue(m_values, value.toString())) {
             return *number;
+        }
         refusal = noneOf(m_values, value, secret);
         return {};
     }
@@ -186,25 +198,29 @@ std::optional<Refusal> ValueType::checkLimits(const QVariant& value, bool secret
         const bool isKnown = !enumLabel(m_values, value.toLongLong()).isNull();
         return isKnown ? std::nullopt : std::optional(noneOf(m_values, value, secret));
     }
-    if (auto refusal = checkRange(value, secret))
+    if (auto refusal = checkRange(value, secret)) {
         return refusal;
-    if (m_expressionText.isEmpty() || m_expression.match(value.toString()).hasMatch())
+    }
+    if (m_expressionText.isEmpty() || m_expression.match(value.toString()).hasMatch()) {
         return {};
+    }
     return Refusal{ Refusal::Kind::PatternMismatch,
                     QStringLiteral("%1 does not match %2").arg(shown(value, secret), m_expressionText) };
 }
 
 std::optional<Refusal> ValueType::checkRange(const QVariant& value, bool secret) const
 {
-    if (!m_minimum.isValid() && !m_maximum.isValid())
+    if (!m_minimum.isValid() && !m_maximum.isValid()) {
         return {};
+    }
     const bool isText = m_metaType == QMetaType::QString;
     const QVariant measured = isText ? QVariant(value.toString().size()) : value;
     // QVariant compares numbers of different types by value.
     const bool tooSmall = m_minimum.isValid() && measured.toDouble() < m_minimum.toDouble();
     const bool tooLarge = m_maximum.isValid() && measured.toDouble() > m_maximum.toDouble();
-    if (!tooSmall && !tooLarge)
+    if (!tooSmall && !tooLarge) {
         return {};
+    }
     const QString what = isText
         ? QStringLiteral("%1 has %2 characters").arg(shown(value, secret)).arg(measured.toInt())
         : QStringLiteral("%1 is out of range").arg(shown(value, secret));

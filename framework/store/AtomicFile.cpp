@@ -34,8 +34,9 @@ QString target(const QString& path)
 bool syncFolder(const QString& path)
 {
     const int folder = open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0)
+    if (folder < 0) {
         return false;
+    }
     // EINVAL: a file system whose folders cannot be synchronised one by one.
     const bool synced = fsync(folder) == 0 || errno == EINVAL;
     const int error = errno;
@@ -48,14 +49,16 @@ bool syncFolder(const QString& path)
 QString writeNew(QByteArray& name, const QByteArray& content)
 {
     const int descriptor = mkostemps(name.data(), UnfinishedSuffix.size(), O_CLOEXEC); // with 0600
-    if (descriptor < 0)
+    if (descriptor < 0) {
         return lastError();
+    }
     QFile file;
     const bool written =
         file.open(descriptor, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)
         && file.write(content) == content.size();
-    if (!written)
+    if (!written) {
         return file.errorString();
+    }
     return fsync(descriptor) == 0 ? QString() : lastError();
 }
 
@@ -64,14 +67,17 @@ QString writeNew(QByteArray& name, const QByteArray& content)
 QString makePrivateFolder(const QString& path)
 {
     const QFileInfo folder(QDir::cleanPath(path));
-    if (folder.isDir())
+    if (folder.isDir()) {
         return {};
+    }
     const QString parent = folder.absolutePath();
-    if (QString problem = makePrivateFolder(parent); !problem.isEmpty())
+    if (QString problem = makePrivateFolder(parent); !problem.isEmpty()) {
         return problem;
+    }
     const QByteArray name = QFile::encodeName(folder.absoluteFilePath());
-    if (mkdir(name.constData(), OwnerAlone) != 0 && !(errno == EEXIST && folder.isDir()))
+    if (mkdir(name.constData(), OwnerAlone) != 0 && !(errno == EEXIST && folder.isDir())) {
         return QStringLiteral("%1: %2").arg(folder.absoluteFilePath(), lastError());
+    }
     return syncFolder(parent) ? QString() : QStringLiteral("%1: %2").arg(parent, lastError());
 }
 
@@ -81,8 +87,9 @@ QString replaceFile(const QString& path, const QByteArray& content)
     QByteArray unfinished = QFile::encodeName(replaced + QLatin1String(".XXXXXX") + UnfinishedSuffix);
     QString problem = writeNew(unfinished, content);
     if (problem.isEmpty()
-        && std::rename(unfinished.constData(), QFile::encodeName(replaced).constData()) != 0)
+        && std::rename(unfinished.constData(), QFile::encodeName(replaced).constData()) != 0) {
         problem = lastError();
+    }
     if (!problem.isEmpty()) {
         unlink(unfinished.constData());
         return problem;
@@ -98,8 +105,9 @@ void removeUnfinished(const QString& path)
         + QRegularExpression::escape(UnfinishedSuffix)));
     QDir folder = file.absoluteDir();
     const QStringList entries = folder.entryList(QDir::Files | QDir::Hidden | QDir::System);
-    for (const QString& unfinished : entries.filter(name))
+    for (const QString& unfinished : entries.filter(name)) {
         folder.remove(unfinished);
+    }
 }
 
 } // namespace ipc

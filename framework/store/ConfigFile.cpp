@@ -33,15 +33,18 @@ struct Stored
 Stored read(const QString& path)
 {
     QFile file(path);
-    if (!file.exists())
+    if (!file.exists()) {
         return { Json::object(), {} };
-    if (!file.open(QIODevice::ReadOnly))
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
         return { {}, QStringLiteral("cannot be read: %1").arg(file.errorString()) };
+    }
     const QByteArray content = file.readAll();
     try {
         Json document = Json::parse(content.begin(), content.end());
-        if (document.is_object() && document.value(Modules, Json::object()).is_object())
+        if (document.is_object() && document.value(Modules, Json::object()).is_object()) {
             return { std::move(document), {} };
+        }
         return { {}, QStringLiteral("an object with an object \"modules\" is expected"), true };
     } catch (const Json::exception& error) {
         return { {}, QString::fromUtf8(error.what()), true };
@@ -54,8 +57,9 @@ bool setAside(const QString& path, const QString& reason)
     const QString kept =
         QStringLiteral("%1.damaged-%2")
             .arg(path, QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")));
-    if (!QFile::rename(path, kept))
+    if (!QFile::rename(path, kept)) {
         return false;
+    }
     qWarning().noquote() << path << "is damaged and its configs take their defaults:" << reason
                          << "; the file is kept as" << kept;
     return true;
@@ -102,10 +106,12 @@ bool fitsType(const Item& item, const QVariant& value)
 {
     const bool isNumber = value.userType() != QMetaType::QString && value.userType() != QMetaType::Bool;
     const QString type = item.type.name();
-    if (type == QLatin1String("bool"))
+    if (type == QLatin1String("bool")) {
         return value.userType() == QMetaType::Bool;
-    if (type == QLatin1String("text"))
+    }
+    if (type == QLatin1String("text")) {
         return value.userType() == QMetaType::QString;
+    }
     return value.isValid() && (isNumber || type == QLatin1String("any"));
 }
 
@@ -130,8 +136,9 @@ void apply(Item& item, const QVariant& value, bool beyondLimits, const QString& 
 Json& objectIn(Json& parent, const std::string& key)
 {
     Json& child = parent[key];
-    if (!child.is_object())
+    if (!child.is_object()) {
         child = Json::object();
+    }
     return child;
 }
 
@@ -149,12 +156,14 @@ void storeValues(Json& values, const ModuleItems& items, const QStringList& ids)
     Json kept = Json::object();
     for (const auto& [id, value] : values.items()) {
         const QString name = QString::fromStdString(id);
-        if (saved.contains(name) || items.find(ItemKind::Config, name) == nullptr)
+        if (saved.contains(name) || items.find(ItemKind::Config, name) == nullptr) {
             kept[id] = value;
+        }
     }
     for (const QString& id : ids) {
-        if (const Item* item = items.find(ItemKind::Config, id))
+        if (const Item* item = items.find(ItemKind::Config, id)) {
             kept[id.toStdString()] = fromVariant(item->value());
+        }
     }
     values = std::move(kept);
 }
@@ -163,13 +172,15 @@ void storeBeyondLimits(Json& beyondLimits, const ModuleItems& items, const QStri
 {
     Json kept = Json::object();
     for (const auto& [id, value] : beyondLimits.items()) {
-        if (items.find(ItemKind::Config, QString::fromStdString(id)) == nullptr)
+        if (items.find(ItemKind::Config, QString::fromStdString(id)) == nullptr) {
             kept[id] = value;
+        }
     }
     for (const QString& id : ids) {
         const Item* item = items.find(ItemKind::Config, id);
-        if (item != nullptr && item->type.checkLimits(item->value(), true))
+        if (item != nullptr && item->type.checkLimits(item->value(), true)) {
             kept[id.toStdString()] = fromVariant(item->value());
+        }
     }
     beyondLimits = std::move(kept);
 }
@@ -185,20 +196,23 @@ bool ConfigFile::load(ModuleItems& items) const
 {
     const Stored stored = read(m_path);
     if (!stored.document) {
-        if (!stored.isDamaged || !setAside(m_path, stored.problem))
+        if (!stored.isDamaged || !setAside(m_path, stored.problem)) {
             qWarning().noquote() << m_path
                                  << "is not used and its configs take their defaults:" << stored.problem;
+        }
         return false;
     }
     const Json modules = stored.document->value(Modules, Json::object());
     const auto found = modules.find(items.moduleName().toStdString());
-    if (found == modules.end() || !found->is_object())
+    if (found == modules.end() || !found->is_object()) {
         return true;
+    }
     const Json values = found->value(Values, Json::object());
     const Json beyondLimits = found->value(BeyondLimits, Json::object());
     for (const auto& [id, value] : values.items()) {
-        if (Item* item = items.findOrWarn(ItemKind::Config, QString::fromStdString(id)))
+        if (Item* item = items.findOrWarn(ItemKind::Config, QString::fromStdString(id))) {
             apply(*item, toVariant(value), isExcused(beyondLimits, id, value), m_path);
+        }
     }
     return true;
 }
@@ -207,10 +221,11 @@ void ConfigFile::gather(const ModuleItems& items, const QStringList& ids)
 {
     const auto known = std::find_if(m_gathered.begin(), m_gathered.end(),
                                     [&](const Gathered& gathered) { return gathered.items == &items; });
-    if (known == m_gathered.end())
+    if (known == m_gathered.end()) {
         m_gathered.push_back({ &items, ids });
-    else
+    } else {
         known->ids = ids;
+    }
 }
 
 QString ConfigFile::replace() const
@@ -219,8 +234,9 @@ QString ConfigFile::replace() const
     Stored stored = read(m_path);
     if (!stored.document) {
         // What cannot be read is not replaced.
-        if (!stored.isDamaged || !setAside(m_path, stored.problem))
+        if (!stored.isDamaged || !setAside(m_path, stored.problem)) {
             return stored.problem;
+        }
         stored.document = Json::object();
     }
     Json document = *stored.document;
@@ -229,8 +245,9 @@ QString ConfigFile::replace() const
         storeValues(objectIn(section, Values), *gathered.items, gathered.ids);
         storeBeyondLimits(objectIn(section, BeyondLimits), *gathered.items, gathered.ids);
     }
-    if (document == *stored.document)
+    if (document == *stored.document) {
         return {};
+    }
     return replaceFile(m_path,
                        QByteArray::fromStdString(document.dump(2, ' ', false, Json::error_handler_t::replace))
                            + '\n');
@@ -238,19 +255,22 @@ QString ConfigFile::replace() const
 
 bool ConfigFile::write()
 {
-    if (m_gathered.empty())
+    if (m_gathered.empty()) {
         return true;
+    }
     const QString problem = replace();
     if (problem.isEmpty()) {
-        if (m_isFailing)
+        if (m_isFailing) {
             qInfo().noquote() << m_path << "is written again";
+        }
         m_isFailing = false;
         m_gathered.clear();
         return true;
     }
-    if (!m_isFailing)
+    if (!m_isFailing) {
         qWarning().noquote() << m_path << "cannot be written; the configs are not stored, and the next change"
                              << "tries again:" << problem;
+    }
     m_isFailing = true;
     return false;
 }

@@ -3,7 +3,9 @@
 #include "FakeBluez.h"
 #include "support/PrivateBus.h"
 #include "support/RadioProgram.h"
+#include "support/Rows.h"
 
+#include <QDBusPendingReply>
 #include <QtTest>
 
 #include <memory>
@@ -23,7 +25,7 @@ private Q_SLOTS:
     void init()
     {
         m_bluez = std::make_unique<FakeBluez>(m_bluezBus.address());
-        m_radio = std::make_unique<RadioProgram>(QStringLiteral(BLUEZRADIO));
+        m_radio = std::make_unique<RadioProgram>(BLUEZRADIO);
     }
     void cleanup()
     {
@@ -33,8 +35,9 @@ private Q_SLOTS:
     }
 
 protected:
-    static QString hci0() { return QStringLiteral("/org/bluez/hci0"); }
-    static QString phone() { return QStringLiteral("00:11:22:33:44:01"); }
+    static QString hci0() { return "/org/bluez/hci0"; }
+    static QString phone() { return "00:11:22:33:44:01"; }
+    static QString stranger() { return "00:22:00:00:00:01"; }
     static QVariant path(const QString& text) { return QVariant::fromValue(QDBusObjectPath(text)); }
     static constexpr qulonglong PhoneNumber = 0x001122334401;
 
@@ -46,7 +49,35 @@ protected:
         m_bluez->addAdapter(hci0());
         return m_radio->appear() && Patience::waitFor([this] { return proxy().status() == 3; });
     }
+    QString addPaired(const QString& address, const QString& name)
+    {
+        return m_bluez->addDevice(hci0(), address, { { "Paired", true }, { "Name", name } });
+    }
+    QDBusPendingCall callAgent(const char* method, const QVariantList& arguments = {})
+    {
+        return m_bluez->callBack("Agent1", method, arguments);
+    }
+    /// Begins to pair with the phone, which bluetoothd does not answer for the time being. @return its path
+    QVariant pairWithPhone()
+    {
+        const QVariant device = path(m_bluez->addDevice(hci0(), phone()));
+        m_bluez->answer(Pair, {});
+        proxy().Pair(PhoneNumber);
+        [&] {
+            QTRY_VERIFY(m_bluez->called({ Pair }));
+        }();
+        return device;
+    }
+    /// The last word of the error that ends a call; "done" when it went well.
+    static QString end(const QDBusPendingCall& call)
+    {
+        if (!Patience::waitFor([&] { return call.isFinished(); })) {
+            return "under way";
+        }
+        return call.isError() ? call.error().name().section('.', -1) : "done";
+    }
 
+    static constexpr const char* Pair = "Device1.Pair";
     std::unique_ptr<FakeBluez> m_bluez;
     std::unique_ptr<RadioProgram> m_radio;
 

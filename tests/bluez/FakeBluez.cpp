@@ -6,66 +6,62 @@
 
 namespace {
 
-const QString Prefix = QStringLiteral("org.bluez.");
-const QString AdapterInterface = QStringLiteral("org.bluez.Adapter1");
-const QString DeviceInterface = QStringLiteral("org.bluez.Device1");
-const QString ObjectManager = QStringLiteral("org.freedesktop.DBus.ObjectManager");
-const QString PropertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString Prefix = "org.bluez.";
+const QString AdapterInterface = "org.bluez.Adapter1";
+const QString DeviceInterface = "org.bluez.Device1";
+const QString ObjectManager = "org.freedesktop.DBus.ObjectManager";
+const QString PropertiesInterface = "org.freedesktop.DBus.Properties";
 
 } // namespace
 
 FakeBluez::FakeBluez(const QString& busAddress)
-    : m_bus(QDBusConnection::connectToBus(busAddress, QStringLiteral("bluez")))
+    : m_bus(QDBusConnection::connectToBus(busAddress, "bluez"))
 {
     qDBusRegisterMetaType<BluezInterfaces>();
     qDBusRegisterMetaType<QMap<QDBusObjectPath, BluezInterfaces>>();
-    m_bus.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath);
+    m_bus.registerVirtualObject("/", this, QDBusConnection::SubPath);
 }
 
 FakeBluez::~FakeBluez()
 {
-    m_bus.unregisterObject(QStringLiteral("/"));
-    m_bus.unregisterService(QStringLiteral("org.bluez"));
-    QDBusConnection::disconnectFromBus(QStringLiteral("bluez"));
+    m_bus.unregisterObject("/");
+    m_bus.unregisterService("org.bluez");
+    QDBusConnection::disconnectFromBus("bluez");
 }
 
 void FakeBluez::appear()
 {
-    m_objects.insert(QDBusObjectPath(QStringLiteral("/org/bluez")),
-                     { { QStringLiteral("org.bluez.AgentManager1"), {} },
-                       { QStringLiteral("org.bluez.ProfileManager1"), {} } });
-    m_bus.registerService(QStringLiteral("org.bluez"));
+    m_objects.insert(QDBusObjectPath("/org/bluez"),
+                     { { "org.bluez.AgentManager1", {} }, { "org.bluez.ProfileManager1", {} } });
+    m_bus.registerService("org.bluez");
 }
 
 void FakeBluez::vanish()
 {
-    m_bus.unregisterService(QStringLiteral("org.bluez"));
+    m_bus.unregisterService("org.bluez");
     m_objects.clear();
 }
 
 void FakeBluez::addAdapter(const QString& path, const QVariantMap& properties)
 {
-    QVariantMap all{ { QStringLiteral("Address"), QStringLiteral("00:AA:01:00:00:42") },
-                     { QStringLiteral("Name"), QStringLiteral("machine") },
-                     { QStringLiteral("Alias"), QStringLiteral("machine") },
-                     { QStringLiteral("Powered"), false },
-                     { QStringLiteral("Pairable"), false },
-                     { QStringLiteral("Discoverable"), false },
-                     { QStringLiteral("DiscoverableTimeout"), 180U } };
-    for (auto property = properties.cbegin(); property != properties.cend(); ++property) {
-        all.insert(property.key(), property.value());
-    }
+    QVariantMap all{ { "Address", "00:AA:01:00:00:42" },
+                     { "Name", "machine" },
+                     { "Alias", "machine" },
+                     { "Powered", false },
+                     { "Pairable", false },
+                     { "Discoverable", false },
+                     { "DiscoverableTimeout", 180U } };
+    all.insert(properties);
     m_objects.insert(QDBusObjectPath(path), { { AdapterInterface, all } });
     announce(path);
 }
 
 QString FakeBluez::addDevice(const QString& adapter, const QString& address, const QVariantMap& properties)
 {
-    QString path =
-        adapter + QStringLiteral("/dev_") + QString(address).replace(QLatin1Char(':'), QLatin1Char('_'));
+    QString path = adapter + "/dev_" + QString(address).replace(':', '_');
     QVariantMap all = properties;
-    all.insert(QStringLiteral("Address"), address);
-    all.insert(QStringLiteral("Adapter"), QVariant::fromValue(QDBusObjectPath(adapter)));
+    all.insert("Address", address);
+    all.insert("Adapter", QVariant::fromValue(QDBusObjectPath(adapter)));
     m_objects.insert(QDBusObjectPath(path), { { DeviceInterface, all } });
     announce(path);
     return path;
@@ -73,8 +69,7 @@ QString FakeBluez::addDevice(const QString& adapter, const QString& address, con
 
 void FakeBluez::announce(const QString& path)
 {
-    QDBusMessage signal =
-        QDBusMessage::createSignal(QStringLiteral("/"), ObjectManager, QStringLiteral("InterfacesAdded"));
+    QDBusMessage signal = QDBusMessage::createSignal("/", ObjectManager, "InterfacesAdded");
     const QDBusObjectPath object(path);
     signal.setArguments({ QVariant::fromValue(object), QVariant::fromValue(m_objects.value(object)) });
     m_bus.send(signal);
@@ -83,8 +78,7 @@ void FakeBluez::announce(const QString& path)
 void FakeBluez::remove(const QString& path)
 {
     const QDBusObjectPath object(path);
-    QDBusMessage signal =
-        QDBusMessage::createSignal(QStringLiteral("/"), ObjectManager, QStringLiteral("InterfacesRemoved"));
+    QDBusMessage signal = QDBusMessage::createSignal("/", ObjectManager, "InterfacesRemoved");
     signal.setArguments({ QVariant::fromValue(object), QStringList(m_objects.value(object).keys()) });
     m_objects.remove(object);
     m_bus.send(signal);
@@ -92,12 +86,8 @@ void FakeBluez::remove(const QString& path)
 
 void FakeBluez::change(const QString& path, const QString& interface, const QVariantMap& properties)
 {
-    QVariantMap& all = m_objects[QDBusObjectPath(path)][Prefix + interface];
-    for (auto property = properties.cbegin(); property != properties.cend(); ++property) {
-        all.insert(property.key(), property.value());
-    }
-    QDBusMessage signal =
-        QDBusMessage::createSignal(path, PropertiesInterface, QStringLiteral("PropertiesChanged"));
+    m_objects[QDBusObjectPath(path)][Prefix + interface].insert(properties);
+    QDBusMessage signal = QDBusMessage::createSignal(path, PropertiesInterface, "PropertiesChanged");
     signal.setArguments({ Prefix + interface, properties, QStringList() });
     m_bus.send(signal);
 }
@@ -134,11 +124,11 @@ QDBusPendingCall FakeBluez::callBack(const QString& interface, const QString& me
 
 QString FakeBluez::nameOf(const QDBusMessage& message) const
 {
-    if (message.interface() == PropertiesInterface && message.member() == QLatin1String("Set")) {
-        return QStringLiteral("Set ") + message.arguments().at(1).toString();
+    if (message.interface() == PropertiesInterface && message.member() == "Set") {
+        return "Set " + message.arguments().at(1).toString();
     }
     const QString interface = message.interface();
-    return interface.mid(interface.lastIndexOf(QLatin1Char('.')) + 1) + QLatin1Char('.') + message.member();
+    return interface.mid(interface.lastIndexOf('.') + 1) + '.' + message.member();
 }
 
 void FakeBluez::setProperty(const QDBusMessage& message)
@@ -154,18 +144,18 @@ void FakeBluez::setProperty(const QDBusMessage& message)
 QVariantList FakeBluez::valuesFor(const QDBusMessage& message)
 {
     const BluezInterfaces interfaces = m_objects.value(QDBusObjectPath(message.path()));
-    if (message.member() == QLatin1String("GetManagedObjects")) {
+    if (message.member() == "GetManagedObjects") {
         return { QVariant::fromValue(m_objects) };
     }
-    if (message.member() == QLatin1String("GetAll")) {
+    if (message.member() == "GetAll") {
         return { interfaces.value(message.arguments().at(0).toString()) };
     }
-    if (message.member() == QLatin1String("Set")) {
+    if (message.member() == "Set") {
         setProperty(message);
-    } else if (message.member().startsWith(QLatin1String("Register"))) {
+    } else if (message.member().startsWith("Register")) {
         m_radio = message.service();
-        const bool agent = message.member() == QLatin1String("RegisterAgent");
-        m_registered.insert(agent ? QStringLiteral("Agent1") : QStringLiteral("Profile1"),
+        const bool agent = message.member() == "RegisterAgent";
+        m_registered.insert(agent ? "Agent1" : "Profile1",
                             message.arguments().at(0).value<QDBusObjectPath>().path());
     }
     return {};
@@ -174,9 +164,8 @@ QVariantList FakeBluez::valuesFor(const QDBusMessage& message)
 bool FakeBluez::handleMessage(const QDBusMessage& message, const QDBusConnection& connection)
 {
     const QString name = nameOf(message);
-    const bool sets = name.startsWith(QLatin1String("Set "));
-    m_calls << (sets ? name + QLatin1Char('=')
-                        + message.arguments().at(2).value<QDBusVariant>().variant().toString()
+    const bool sets = name.startsWith("Set ");
+    m_calls << (sets ? name + '=' + message.arguments().at(2).value<QDBusVariant>().variant().toString()
                      : name);
     if (m_errors.contains(name) && m_errors.value(name).isEmpty()) {
         m_waiting.insert(name, message);
@@ -189,8 +178,7 @@ bool FakeBluez::handleMessage(const QDBusMessage& message, const QDBusConnection
 QDBusMessage FakeBluez::replyTo(const QDBusMessage& message, const QString& error)
 {
     return error.isEmpty() ? message.createReply(valuesFor(message))
-                           : message.createErrorReply(QStringLiteral("org.bluez.Error.") + error,
-                                                      QStringLiteral("as the test told"));
+                           : message.createErrorReply("org.bluez.Error." + error, "as the test told");
 }
 
 void FakeBluez::answerAfterAll(const QString& method, const QString& error)

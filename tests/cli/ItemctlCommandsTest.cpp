@@ -193,8 +193,9 @@ private Q_SLOTS:
         QVERIFY2(finished.err.contains(err), qPrintable(finished.err));
         QTEST(finished.status, "status");
         // Unless told which servers there should be, a name may as well be a mistake, if not a whole address.
-        if (arguments.size() == 2)
+        if (arguments.size() == 2) {
             QCOMPARE(itemctl(arguments).status, finished.status == 5 ? 3 : finished.status);
+        }
     }
 
     void helpIsASubcommandAsWell()

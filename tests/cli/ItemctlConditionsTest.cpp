@@ -15,8 +15,9 @@ const ipc::EnumValues Status{ { "No Device", "BLUETOOTHSTATUS_NODEVICE", 0 },
 QVariantMap described(const QString& type)
 {
     QVariantMap description{ { "type", type } };
-    if (type == "enum")
+    if (type == "enum") {
         description.insert("enumeration", QVariant::fromValue(Status));
+    }
     return description;
 }
 

@@ -31,7 +31,8 @@ int ItemctlFixture::watchers()
                                        "org.freedesktop.DBus.Debug.Stats", "GetAllMatchRules"));
     int count = 0;
     const auto rules = qdbus_cast<QMap<QString, QStringList>>(reply.arguments().value(0));
-    for (const QStringList& ofOne : rules)
+    for (const QStringList& ofOne : rules) {
         count += ofOne.filter(",arg2=''").size();
+    }
     return count;
 }

@@ -103,8 +103,9 @@ private Q_SLOTS:
         for (const char* server : { "a", "b", "c", "d", "e", "f", "g" }) {
             all += item("config", server, "bluetooth", "enabled");
             const auto found = itemctl::findItem(all, "enabled", Wanted::Any);
-            if (all.size() < 2)
+            if (all.size() < 2) {
                 continue;
+            }
             const QString addresses = found.failure().message.section(": ", 1);
             QCOMPARE(addresses.count(":config:"), std::min(all.size(), 6));
             QCOMPARE(addresses.section(", ", 6), all.size() > 6 ? "1 more" : "");
@@ -134,9 +135,11 @@ private Q_SLOTS:
         const Items all = items();
         QStringList positions;
         for (const Item& found : itemctl::matching(all, patterns)) {
-            for (int i = 0; i < all.size(); ++i)
-                if (all[i].address == found.address)
+            for (int i = 0; i < all.size(); ++i) {
+                if (all[i].address == found.address) {
                     positions += QString::number(i);
+                }
+            }
         }
         QTEST(positions.join(' '), "positions");
         QTEST(itemctl::unmatched(all, patterns), "left");

@@ -106,8 +106,9 @@ private Q_SLOTS:
         succeed({ "call", "write", "state=200" });
         QVERIFY2(m_terminal->shows("state 200 (Gone Wrong)"), m_terminal->screen());
         // What goes on in a list does not push it away, and another item stands beside it.
-        for (const char* name : { "rowName:1=One", "rowName:1=Two", "rowName:1=Headset", "record=seen" })
+        for (const char* name : { "rowName:1=One", "rowName:1=Two", "rowName:1=Headset", "record=seen" }) {
             succeed({ "call", "write", name });
+        }
         QVERIFY2(m_terminal->shows("record seen, state 200 (Gone Wrong)"), m_terminal->screen());
         succeed({ "call", "write", "state=0" });
         QVERIFY2(m_terminal->shows("state 0 (Off), record seen"), m_terminal->screen());
@@ -159,8 +160,9 @@ private Q_SLOTS:
         const QByteArray before = PseudoTerminal().settings();
         QVERIFY(m_terminal->settings() != before);
         m_terminal->type(keys);
-        if (signal != 0)
+        if (signal != 0) {
             kill(m_terminal->program(), signal);
+        }
         QCOMPARE(m_terminal->finish(), 0);
         QCOMPARE(m_terminal->settings(), before);
         QVERIFY2(m_terminal->hides("Configs"), m_terminal->screen());

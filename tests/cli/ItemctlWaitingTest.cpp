@@ -162,16 +162,18 @@ private Q_SLOTS:
 private:
     static Finished finish(QProcess& process)
     {
-        if (!Patience::waitFor([&process] { return process.state() == QProcess::NotRunning; }))
+        if (!Patience::waitFor([&process] { return process.state() == QProcess::NotRunning; })) {
             process.kill();
+        }
         return ::finish(process);
     }
     /// Starts the program and returns when the server watches for it.
     static std::unique_ptr<QProcess> startWatching(const QStringList& arguments)
     {
         auto process = startItemctl(arguments);
-        if (!Patience::waitFor([] { return watchers() == 1; }))
+        if (!Patience::waitFor([] { return watchers() == 1; })) {
             return nullptr;
+        }
         // The server answers in order: with this answer, that to the watcher is on its way as well. The bus
         // may notice later that whoever asked has left.
         const bool isAnswered =

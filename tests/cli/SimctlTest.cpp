@@ -111,8 +111,9 @@ private Q_SLOTS:
             QCOMPARE(device(address).value(key), expected);
         }
         QCOMPARE(change({ "remove", "Lamp" }), "1: simctl: Lamp is away already\n");
-        for (const char* command : { "connect", "drop", "pair-request" })
+        for (const char* command : { "connect", "drop", "pair-request" }) {
             QCOMPARE(change({ command, "Lamp" }), "1: simctl: Lamp is away; it has to return first\n");
+        }
         QCOMPARE(change({ "return", "Lamp" }), QString());
         QCOMPARE(change({ "return", "Lamp" }), "1: simctl: Lamp is there already\n");
         QCOMPARE(change({ "connect", "Lamp" }), QString());
@@ -134,8 +135,9 @@ private Q_SLOTS:
         const QString cut = QString(19, 'x') + QChar(0x2026);
         for (const QString& line :
              { "0A:00:00:00:00:02  " + cut + "  -60 dBm  just-works    plain        away, paired\n",
-               QString("00:11:22:33:44:05  Locked Tablet         -66 dBm  refuses       plain\n") })
+               QString("00:11:22:33:44:05  Locked Tablet         -66 dBm  refuses       plain\n") }) {
             QVERIFY2(devices.contains(line), qPrintable(devices));
+        }
         QVERIFY(!simctl({ "names" }).out.contains('\x1b'));
         QVERIFY(!simctl({ "names", "member" }).out.contains("PropertiesChanged"));
         QCOMPARE(change({ "drop", "Phone" }),
@@ -233,8 +235,9 @@ private:
     {
         for (const QString& line : simctl({ "devices", "--json" }).out.split('\n', Qt::SkipEmptyParts)) {
             QJsonObject object = QJsonDocument::fromJson(line.toUtf8()).object();
-            if (object.value("address") == address)
+            if (object.value("address") == address) {
                 return object;
+            }
         }
         return {};
     }

@@ -18,12 +18,14 @@ public:
     bool switchOn(const char* scale = Scale)
     {
         qputenv("BLUESIM_TIME_SCALE", scale);
-        if (!appear())
+        if (!appear()) {
             return false;
+        }
         QSignalSpy status(proxy.data(), &BluetoothIf::statusChanged);
         while (proxy->status() != 3) {
-            if (status.isEmpty() && !Patience::wait(status))
+            if (status.isEmpty() && !Patience::wait(status)) {
                 return false;
+            }
             status.clear();
         }
         QCoreApplication::processEvents(); // signals that came before the answer

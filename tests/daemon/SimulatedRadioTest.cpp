@@ -1,10 +1,13 @@
 // The simulated radio with its clock driven by hand: what the daemon tells, and when, to the millisecond.
 #include "SimulatedRadio.h"
 #include "DaemonService.h"
+#include "Faults.h"
+#include "ScenarioFiles.h"
 #include "ScenarioReader.h"
 #include "SimulationClock.h"
 #include "Timeline.h"
 #include "support/Rows.h"
+#include "support/TableFile.h"
 
 #include <QMetaEnum>
 #include <QtTest>
@@ -16,31 +19,38 @@ class SimulatedRadioTest : public QObject
 private Q_SLOTS:
     void tells_data();
     void tells();
+    void silencesAProperty();
 };
 
 namespace {
 
 using namespace std::chrono_literals;
 
-QByteArray scenarioOf(const QByteArray& lamp, const QByteArray& events)
+/// The lamp and the other device, or what a file that is shipped has instead.
+QByteArray scenarioOf(const TableCase& radio)
 {
-    return QByteArray(R"({ "devices": [ { "address": "0A:00:00:00:00:01", "name": "Lamp" )") + lamp
+    if (const QString shipped = radio["scenario"]; !shipped.isEmpty()) {
+        QFile file(bt::findScenario(shipped).first);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    const QString lamp = radio["lamp"].isEmpty() ? QString() : ", " + radio["lamp"];
+    return R"({ "devices": [ { "address": "0A:00:00:00:00:01", "name": "Lamp" )" + lamp.toUtf8()
         + R"( }, { "address": "0A:00:00:00:00:02", "name": "Eye", "paired": true, "is": ["wifed"] } ],
            "timeline": [ )"
-        + events + " ] }";
+        + radio["event"].toUtf8() + " ] }";
 }
 
 /// A radio that is on and has its pairings. Time counts from then on.
 class Stage
 {
 public:
-    explicit Stage(const bt::Scenario& scenario);
+    Stage(const bt::Scenario& scenario, quint32 seed);
     /// Words: what happens to the lamp, or with a "2" behind it to the other device; "+5" lets 5 s pass.
     void play(const QString& script);
     QStringList told;
 
 private:
-    bt::Outcome act(QString word);
+    base::Result<> act(QString word);
     void note(const QString& what)
     {
         told << QString::number(static_cast<double>((m_clock.now() - m_begin).count()) / 1000) + ' ' + what;
@@ -53,14 +63,16 @@ private:
 
     bt::SimulationClock m_clock{ 1, true };
     bt::SimulatedRadio m_radio;
+    std::vector<bt::SimulatedDevice> m_devices;
     bt::DaemonService m_service;
     bt::Timeline m_timeline;
     std::chrono::milliseconds m_begin{ 0 };
     QString m_device; ///< that is being paired
 };
 
-Stage::Stage(const bt::Scenario& scenario)
-    : m_radio({}, bt::Room(scenario.devices), m_clock, 1)
+Stage::Stage(const bt::Scenario& scenario, quint32 seed)
+    : m_radio({}, bt::Room(scenario.devices), m_clock, seed)
+    , m_devices(scenario.devices)
     , m_service(m_radio)
     , m_timeline(scenario.timeline, m_radio, m_clock)
 {
@@ -79,9 +91,17 @@ Stage::Stage(const bt::Scenario& scenario)
     });
     QObject::connect(&m_service, &DaemonService::pairListChanged, &m_service, [this] {
         QStringList list;
-        for (const PairEntry& entry : m_service.pairList().entries)
+        for (const PairEntry& entry : m_service.pairList().entries) {
             list << entry.name + '=' + QString::number(entry.connectionState);
+        }
         note(list.join('&'));
+    });
+    QObject::connect(&m_service, &DaemonService::scanResultsChanged, &m_service, [this] {
+        QStringList list;
+        for (const ScanEntry& entry : m_service.scanResults().entries) {
+            list << entry.name + ' ' + QString::number(entry.signalStrength);
+        }
+        note("found " + list.join(" & "));
     });
     QObject::connect(&m_service, &DaemonService::scanStateChanged, &m_service,
                      [this] { note(QStringLiteral("scan %1").arg(m_service.scanState())); });
@@ -92,15 +112,16 @@ Stage::Stage(const bt::Scenario& scenario)
     note(&DaemonService::headsetConnected, "headset");
     note(&DaemonService::mtConnectionEstablished, "app");
     for (const auto signal :
-         { &DaemonService::wifedCmdCtlSockAvailable, &DaemonService::wifedCmdCtlSockClosed })
+         { &DaemonService::wifedCmdCtlSockAvailable, &DaemonService::wifedCmdCtlSockClosed }) {
         QObject::connect(&m_service, signal, &m_service,
                          [this] { note("sockets " + m_service.wifedsConnected()); });
+    }
 }
 
-bt::Outcome Stage::act(QString word)
+base::Result<> Stage::act(QString word)
 {
     using Radio = bt::SimulatedRadio;
-    using OfDevice = bt::Outcome (Radio::*)(qulonglong);
+    using OfDevice = base::Result<> (Radio::*)(qulonglong);
     static const QHash<QString, OfDevice> OfDevices{
         { "pair", &Radio::pair },
         { "unpair", &Radio::unpair },
@@ -112,13 +133,13 @@ bt::Outcome Stage::act(QString word)
         { "asks", &Radio::deviceAsksToPair },
         { "leaves", &Radio::removeDevice },
     };
-    using Alone = bt::Outcome (Radio::*)();
+    using Alone = base::Result<> (Radio::*)();
     static const QHash<QString, Alone> Others{
         { "scan", &Radio::scan },           { "cancel", &Radio::cancelScan },
         { "killiap", &Radio::killIap },     { "decline", &Radio::pinDecline },
         { "confirm", &Radio::confirmCode }, { "reject", &Radio::rejectCode },
     };
-    using WithText = bt::Outcome (Radio::*)(const QString&);
+    using WithText = base::Result<> (Radio::*)(const QString&);
     static const QHash<QString, WithText> Texts{
         { "pin", &Radio::pinReply },
         { "register", &Radio::registerRfcommUuid },
@@ -126,31 +147,41 @@ bt::Outcome Stage::act(QString word)
     };
     const QString argument = word.section(':', 1);
     word = word.section(':', 0, 0);
-    const qulonglong device = word.endsWith('2') ? 0x0A0000000002 : 0x0A0000000001;
-    if (word.endsWith('2'))
+    const qulonglong device = m_devices.at(word.endsWith('2') ? 1 : 0).address;
+    if (word.endsWith('2')) {
         word.chop(1);
-    if (const OfDevice method = OfDevices.value(word))
+    }
+    if (const OfDevice method = OfDevices.value(word)) {
         return (m_radio.*method)(device);
-    if (const Alone method = Others.value(word))
+    }
+    if (const Alone method = Others.value(word)) {
         return (m_radio.*method)();
-    if (const WithText method = Texts.value(word))
+    }
+    if (const WithText method = Texts.value(word)) {
         return (m_radio.*method)(argument);
-    if (word == "moves")
+    }
+    if (word == "moves") {
         return m_radio.moveDevice(device, argument.toInt(), 10s);
-    if (word == "refuses")
+    }
+    if (word == "refuses") {
         return m_radio.deviceAnswers(device, false);
-    if (word == "strength")
+    }
+    if (word == "strength") {
         note(QString::number(m_radio.room().find(device)->signalStrengthAt(m_clock.now())));
-    return word == "on" || word == "off" ? m_radio.setPowered(word == "on") : bt::Outcome();
+    }
+    return word == "on" || word == "off" ? m_radio.setPowered(word == "on") : base::Result<>();
 }
 
 void Stage::play(const QString& script)
 {
     for (const QString& word : script.split(' ')) {
-        if (word.startsWith('+'))
+        if (word.startsWith('+')) {
             m_clock.advance(std::chrono::milliseconds(qRound(word.toDouble() * 1000)));
-        else if (const bt::Outcome refused = act(word))
-            note(QMetaEnum::fromType<bt::Error>().valueToKey(static_cast<int>(refused->error)));
+        } else if (const base::Result<> done = act(word); !done) {
+            const QLatin1String error(
+                QMetaEnum::fromType<base::Failure>().valueToKey(static_cast<int>(done.error().kind)));
+            note(error + ": " + done.error().text);
+        }
     }
 }
 
@@ -158,77 +189,13 @@ void Stage::play(const QString& script)
 
 void SimulatedRadioTest::tells_data()
 {
-    const Rows<QByteArray, QString, QString> row("scenario", "script", "told");
-    const auto lamp = [&row](const char* name, const QByteArray& members, const char* script,
-                             const QByteArray& told, const char* events = "") {
-        row(name, scenarioOf(members, events), script, told);
-    };
-    const QByteArray code = R"(, "pairing": "code", "code": "271828")";
-    const QByteArray unknown = "0 pairing 1 `,.\";00! - 0A:00:00:00:00:01, ";
-    lamp("nobody confirms", code, "pair +60.7 +0.1", unknown + "0.8 pairing 4 Lamp 271828, 60.8 pairing 201");
-    lamp("nobody confirms without a code", R"(, "pairing": "confirmation")", "pair +61",
-         unknown + "0.8 pairing 5 Lamp, 60.8 pairing 201");
-    lamp("nobody types the PIN", R"(, "pairing": "pin", "pin": "1")", "pair +61",
-         unknown + "0.8 pairing 3 Lamp, 60.8 pairing 201");
-    lamp("answered in time", R"(, "pairing": "pin", "pin": "1")", "pair +60 pin:1 +61",
-         unknown + "0.8 pairing 3 Lamp, 60 pairing 6 Lamp, 60.6 Eye=0&Lamp=0, 60.6 pairing 100");
-    lamp("a refusal, then a page timeout", R"(, "pairing": "out-of-reach")", "pair +1 refuses +10",
-         unknown + "1 pairing 201");
-    lamp("page timeout", R"(, "pairing": "out-of-reach")", "pair +10", unknown + "5.12 pairing 202");
-    lamp("it asks, with its name, and ends a scan", code, "scan asks +1",
-         "0 scan 1, 0 scan 2, 0 pairing 2 Lamp, 0.8 pairing 4 Lamp 271828");
-    lamp("confirmed", code, "pair +1 confirm +1",
-         unknown + "0.8 pairing 4 Lamp 271828, 1 pairing 6 Lamp, 1.6 Eye=0&Lamp=0, 1.6 pairing 100");
-    lamp("rejected, and no more to say", R"(, "pairing": "confirmation")", "pair +1 reject confirm reject +1",
-         unknown + "0.8 pairing 5 Lamp, 1 pairing 200, 1 NothingPending, 1 NothingPending");
-    lamp("declined", R"(, "pairing": "pin", "pin": "1")", "pair +1 decline pin:1 decline +1",
-         unknown + "0.8 pairing 3 Lamp, 1 pairing 200, 1 NothingPending, 1 NothingPending");
-    lamp("wrong PIN", R"(, "pairing": "pin", "pin": "1")", "pair +1 pin:2 +1",
-         unknown + "0.8 pairing 3 Lamp, 1 pairing 6 Lamp, 1.6 pairing 201");
-    lamp("just works", "", "pair +2", unknown + "0.8 pairing 6 Lamp, 1.4 Eye=0&Lamp=0, 1.4 pairing 100");
-    lamp("refused over there", R"(, "pairing": "refuses")", "pair +2", unknown + "1.7 pairing 201");
-    lamp("called while it is away", "", "leaves pair +6", unknown + "5.12 pairing 202");
-    lamp("one thing at a time", code, "scan scan pair scan pair2 +0.1 asks",
-         "0 scan 1, 0 InProgress, 0 scan 2, " + unknown + "0 InProgress, 0 InProgress, 0.1 InProgress");
-    lamp("switched off meanwhile", code, "pair +1 off confirm +1 pair scan connect joins2 asks on +1",
-         unknown
-             + "0.8 pairing 4 Lamp 271828, 1 pairing 0, 1 status 4, 1 NothingPending, 1.2 status 1, "
-               "2 NotReady, 2 NotReady, 2 NotReady, 2 NotReady, 2 NotReady, 2 status 2, 2.5 status 3");
-    lamp("paired already", "", "pair2", "0 pairing 100");
-    lamp("unasked", "", "pin:1 decline confirm reject cancel",
-         "0 NothingPending, 0 NothingPending, 0 NothingPending, 0 NothingPending, 0 NothingPending");
-    lamp("it asks though it is paired", "", "asks2", "0 Failed");
-
-    const QByteArray paired = R"(, "paired": true)";
-    lamp("a connection takes its time", paired, "connect +0.5 connect +1",
-         "0.5 InProgress, 0.7 Lamp=1&Eye=0, 0.7 up");
-    lamp("a connection is called off", paired, "connect +0.5 disconnect +10 disconnect", "10.5 NotConnected");
-    lamp("a connection when switched off", paired, "connect off +10", "0 status 4, 0.2 status 1");
-    lamp("out of reach", R"(, "paired": true, "pairing": "out-of-reach")", "connect +5.1 connect +1 connect",
-         "5.1 InProgress");
-    lamp("gone meanwhile", paired, "connect +0.5 leaves +1", "");
-    lamp("connected already", paired, "joins joins connect +1", "0 Lamp=1&Eye=0, 0 up");
-    lamp("it goes away", paired, "joins +1 leaves", "0 Lamp=1&Eye=0, 0 up, 1 Lamp=0&Eye=0, 1 down");
-    lamp("its own end, a headset", R"(, "paired": true, "is": ["headset", "app"])", "joins drops drops",
-         "0 Lamp=4&Eye=0, 0 up, 0 headset, 0 app, 0 Lamp=0&Eye=0, 0 down, 0 NotConnected");
-    lamp("two with a socket", R"(, "paired": true, "is": ["wifed"])", "joins joins2 drops drops2",
-         "0 Lamp=1&Eye=0, 0 up, 0 sockets 0A:00:00:00:00:01, "
-         "0 Lamp=1&Eye=1, 0 up, 0 sockets 0A:00:00:00:00:01,0A:00:00:00:00:02, "
-         "0 Lamp=0&Eye=1, 0 sockets 0A:00:00:00:00:02, 0 down, 0 Lamp=0&Eye=0, 0 sockets , 0 down");
-    lamp("iOS accessories alone", R"(, "paired": true, "is": ["ios"])", "joins joins2 killiap",
-         "0 Lamp=2&Eye=0, 0 up, 0 Lamp=2&Eye=1, 0 up, 0 sockets 0A:00:00:00:00:02, 0 Lamp=0&Eye=1, 0 down");
-    lamp("the end of all", R"(, "paired": true, "is": ["ftp"])", "joins joins2 scan off +0.2",
-         "0 Lamp=8&Eye=0, 0 up, 0 Lamp=8&Eye=1, 0 up, 0 sockets 0A:00:00:00:00:02, 0 scan 1, 0 scan 2, "
-         "0 Lamp=0&Eye=1, 0 down, 0 Lamp=0&Eye=0, 0 sockets , 0 down, 0 status 4, 0.2 status 1");
-    lamp("unpaired while connected", paired, "joins unpair unpair",
-         "0 Lamp=1&Eye=0, 0 up, 0 Lamp=0&Eye=0, 0 down, 0 Eye=0, 0 NotPaired");
-    lamp("moves from where it is", "", "moves:-90 +5 strength moves:-60 strength +10 strength",
-         "5 -75, 5 -75, 15 -60");
-    lamp("one UUID twice", "", "register:a register:a unregister:a unregister:a",
-         "0 AlreadyRegistered, 0 NotRegistered");
-    lamp("events happen once", paired, "+2 drops off +1 on +5",
-         "1 Lamp=1&Eye=0, 1 up, 2 Lamp=0&Eye=0, 2 down, 2 status 4, 2.2 status 1, 3 status 2, 3.5 status 3",
-         R"({ "after": 1, "connect": "Lamp" })");
+    const Rows<QByteArray, uint, QString, QString> row("scenario", "seed", "script", "told");
+    const QList<TableCase> radios = readTable(RADIO_TELLS);
+    QVERIFY(!radios.isEmpty());
+    for (const TableCase& radio : radios) {
+        row(radio.name.constData(), scenarioOf(radio), qMax(1U, radio["seed"].toUInt()), radio["play"],
+            radio["told"]);
+    }
 }
 
 void SimulatedRadioTest::tells()
@@ -238,9 +205,21 @@ void SimulatedRadioTest::tells()
     QFETCH(QString, told);
     const auto read = bt::readScenario(scenario);
     QVERIFY(std::holds_alternative<bt::Scenario>(read));
-    Stage stage(std::get<bt::Scenario>(read));
+    QFETCH(uint, seed);
+    Stage stage(std::get<bt::Scenario>(read), seed);
     stage.play(script);
-    QCOMPARE(stage.told.join(", "), told);
+    QCOMPARE(stage.told.join('\n'), told);
+}
+
+// Two signals tell of one property.
+void SimulatedRadioTest::silencesAProperty()
+{
+    bt::Faults faults;
+    faults.silentProperties = { "wifedsConnected", "status" };
+    for (const char* name : { "wifedCmdCtlSockAvailable", "wifedCmdCtlSockClosed", "statusChanged" }) {
+        QVERIFY2(faults.isSilent(name), name);
+    }
+    QVERIFY(!faults.isSilent("scanStateChanged"));
 }
 
 QTEST_GUILESS_MAIN(SimulatedRadioTest)

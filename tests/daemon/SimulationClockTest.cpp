@@ -80,6 +80,7 @@ private Q_SLOTS:
 
     void changesItsSpeedWhileItRuns()
     {
+        bt::SimulationClock standing(1, true);
         bt::SimulationClock clock(1e4);
         bool first = false;
         bool second = false;
@@ -90,6 +91,12 @@ private Q_SLOTS:
         QVERIFY2(clock.now() >= 100s, "what has passed stays");
         clock.setScale(1e6); // the next step is due a good deal sooner
         QTRY_VERIFY(second);
+
+        QElapsedTimer running;
+        running.start();
+        standing.resume();
+        const auto passed = standing.now();
+        QVERIFY2(passed.count() <= running.elapsed() + 1, "what it stood is not made up for");
     }
 };
 

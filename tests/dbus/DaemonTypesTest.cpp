@@ -161,8 +161,9 @@ private Q_SLOTS:
         const auto argument = qvariant_cast<QDBusArgument>(sent(payload));
         int count = 0;
         argument.beginArray();
-        for (ScanEntry entry; !argument.atEnd() && count < 10; ++count)
+        for (ScanEntry entry; !argument.atEnd() && count < 10; ++count) {
             argument >> entry;
+        }
         argument.endArray();
         QTEST(count, "count");
     }

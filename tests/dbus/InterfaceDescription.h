@@ -16,18 +16,20 @@ struct InterfaceDescription
     explicit InterfaceDescription(QFile& file)
     {
         for (QXmlStreamReader reader(&file); !reader.atEnd(); reader.readNext()) {
-            if (!reader.isStartElement())
+            if (!reader.isStartElement()) {
                 continue;
+            }
             const QXmlStreamAttributes attributes = reader.attributes();
             const QString kind = reader.name().toString();
             const QString name = attributes.value("name").toString();
-            if (kind == "signal")
+            if (kind == "signal") {
                 signalLines << name + arguments(reader);
-            else if (kind == "method")
+            } else if (kind == "method") {
                 methodLines << name + arguments(reader);
-            else if (kind == "property")
+            } else if (kind == "property") {
                 propertyLines << attributes.value("access") + ' ' + cppType(attributes.value("type")) + ' '
                         + name;
+            }
         }
     }
 
@@ -45,10 +47,12 @@ private:
 
     static QString cppType(const QStringRef& signature)
     {
-        if (signature == "a(tis)")
+        if (signature == "a(tis)") {
             return "ScanResults";
-        if (signature == "a(tsu)")
+        }
+        if (signature == "a(tsu)") {
             return "PairList";
+        }
         return QMetaType::typeName(QDBusMetaType::signatureToType(signature.toLatin1()));
     }
 };

@@ -36,8 +36,9 @@ private Q_SLOTS:
             { "note", "a text" },
         };
         const auto before = makeModule("radio");
-        for (const QString& id : values.keys())
+        for (const QString& id : values.keys()) {
             before->find(ItemKind::Config, id)->store(values[id], true);
+        }
         ConfigFile stored(m_path);
         stored.gather(*before, values.keys());
         QVERIFY(stored.write());
@@ -45,8 +46,9 @@ private Q_SLOTS:
         m_announced.clear();
         const auto after = makeModule("radio");
         QVERIFY(ConfigFile(m_path).load(*after));
-        for (const QString& id : values.keys())
+        for (const QString& id : values.keys()) {
             QCOMPARE(after->find(ItemKind::Config, id)->value(), values[id]);
+        }
         QCOMPARE(m_announced, QStringList(":config:server:radio:enabled:"));
     }
 

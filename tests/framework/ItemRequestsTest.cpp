@@ -91,19 +91,22 @@ private Q_SLOTS:
             return QVariantList{ "record", QVariant::fromValue(QDBusVariant(value)) };
         };
         const auto nested = [](int records, QVariant value = 1) {
-            for (int i = 0; i < records; ++i)
+            for (int i = 0; i < records; ++i) {
                 value = QVariantMap{ { "in", value } };
+            }
             return value;
         };
         const auto patterns = [](const QStringList& all) {
             return QVariantList{ all };
         };
         QStringList tooMany;
-        for (int i = 0; i < 65; ++i)
+        for (int i = 0; i < 65; ++i) {
             tooMany << "rowName";
+        }
 
-        for (const char* method : { "Get", "Describe" })
+        for (const char* method : { "Get", "Describe" }) {
             QTest::addRow("name, %s", method) << method << QVariantList{ text(257) } << "at most 256";
+        }
         row("name, Set", "Set", { text(1'000'000), QVariant::fromValue(QDBusVariant(1)) },
             "has 1000000 characters; at most 256");
         row("name, Trigger", "Trigger", { text(257), text(1) }, "at most 256");
@@ -135,8 +138,9 @@ private Q_SLOTS:
             "more than 1024");
         row("too many texts", "Set", record(QStringList(QVector<QString>(1024).toList())), "more than 1024");
         QVariantMap wide;
-        for (int i = 0; i < 400; ++i)
+        for (int i = 0; i < 400; ++i) {
             wide.insert(QString::number(i), i);
+        }
         row("too many keys", "Set", record(wide), "more than 1024");
     }
 

@@ -16,8 +16,9 @@ namespace {
 QStringList addresses(const ItemRecords& records)
 {
     QStringList found;
-    for (const ipc::ItemRecord& record : records)
+    for (const ipc::ItemRecord& record : records) {
         found << record.address;
+    }
     return found;
 }
 
@@ -75,8 +76,9 @@ private Q_SLOTS:
         const auto description = m_client->describe(item);
         QVERIFY2(description, qPrintable(description.error().message));
         QVariantMap found;
-        for (const QString& key : expected.keys())
+        for (const QString& key : expected.keys()) {
             found.insert(key, description->value(key));
+        }
         QCOMPARE(found, expected);
     }
 

@@ -31,8 +31,9 @@ QDBusMessage request(const QString& method, const QVariant& argument)
     QDBusMessage message =
         QDBusMessage::createMethodCall(BusName, "/tov/base/Items", "tov.base.Items", method);
     message << argument;
-    if (method == "Trigger")
+    if (method == "Trigger") {
         message << QString();
+    }
     return message;
 }
 
@@ -226,8 +227,9 @@ private Q_SLOTS:
         takeTold();
         client().asyncCall(request("Trigger", "write"));
         const QDBusPendingCall watch = client().asyncCall(request("Watch", QStringList()));
-        for (const QDBusConnection& connection : { client(), QDBusConnection::sessionBus() })
+        for (const QDBusConnection& connection : { client(), QDBusConnection::sessionBus() }) {
             QVERIFY(connection.interface()->serviceOwner(BusName).isValid()); // both have arrived
+        }
         QTRY_VERIFY(watch.isFinished());
         QCOMPARE(watch.reply().arguments().value(0), QVariant(4));
     }
@@ -236,9 +238,10 @@ private Q_SLOTS:
     {
         QCOMPARE(call("Get", "two:level").errorName(), QString("tov.base.Error.NoSuchItem"));
         QVERIFY(call("Trigger", "fail").errorMessage().endsWith("failed: no card"));
-        for (const char* row : { "rows:0", "rows:1" })
+        for (const char* row : { "rows:0", "rows:1" }) {
             QCOMPARE(qdbus_cast<QVariantMap>(call("Describe", row).arguments().value(0))["private"],
                      QVariant(true));
+        }
         ItemRecords all;
         m_server->List({ "*:level" }, all);
         QCOMPARE(all.size(), 1);
@@ -282,8 +285,9 @@ private Q_SLOTS:
     void serversAreSorted()
     {
         QStringList names{ BusName, "tov.base.a", "tov.base.b", "tov.base.x", "tov.base.z" };
-        for (const QString& name : names)
+        for (const QString& name : names) {
             client().registerService(name);
+        }
         names.sort();
         QCOMPARE(*KELClientInterface::servers(client()), names);
     }
@@ -295,9 +299,10 @@ private:
     {
         QCoreApplication::processEvents();
         QStringList names;
-        for (const ipc::ItemRecord& record : std::exchange(m_told, {}))
+        for (const ipc::ItemRecord& record : std::exchange(m_told, {})) {
             names << record.address.section(':', 4).chopped(1)
                     + (record.properties.contains("applicable") ? "?" : "");
+        }
         return names.join(' ');
     }
 

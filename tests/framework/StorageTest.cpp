@@ -268,8 +268,9 @@ private:
 
     void stopServer()
     {
-        if (m_server)
+        if (m_server) {
             m_server->halt();
+        }
         m_server.reset();
     }
 

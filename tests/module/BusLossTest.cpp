@@ -1,4 +1,5 @@
-// A bus ends under the host: it says so and leaves, with every config stored, and its successor goes on.
+// A bus ends under the host: it says so and leaves, with every config stored, and its successor goes on. The
+// companion does the same.
 #include "ModuleWorld.h"
 #include "support/PrivateBus.h"
 #include "support/Rows.h"
@@ -16,10 +17,9 @@ namespace {
 
 const QString ClientName = "client";
 
-std::unique_ptr<KELClientInterface> connectTo(const QString& address)
+std::unique_ptr<KELClientInterface> connectTo(const QString& address, const QString& server)
 {
-    return std::make_unique<KELClientInterface>(world::HostReadiness::name(),
-                                                QDBusConnection::connectToBus(address, ClientName));
+    return std::make_unique<KELClientInterface>(server, QDBusConnection::connectToBus(address, ClientName));
 }
 
 } // namespace
@@ -44,7 +44,7 @@ private Q_SLOTS:
         QFETCH(const int, signal);
         QVERIFY(startBuses());
         QVERIFY(startHost());
-        auto client = connectTo(m_sessionBus.address());
+        auto client = connectTo(m_sessionBus.address(), world::HostReadiness::name());
         QVERIFY(client->set("pinreplycfg", "4711"));
         QVERIFY(client->set("enabled", true));
         QTRY_COMPARE(controllerRuns().size(), 1);
@@ -54,23 +54,31 @@ private Q_SLOTS:
         QTRY_COMPARE(client->get("status").operator bool() ? client->get("status")->toInt() : -1, 3);
 
         QCOMPARE(kill(name == "system" ? m_systemBus.pid() : m_sessionBus.pid(), signal), 0);
-        QVERIFY(Patience::waitFor([this] { return m_host.wait(std::chrono::milliseconds(0)).has_value(); }));
-        QCOMPARE(m_host.wait().value_or(0), 1);
-        QVERIFY2(said().contains("bluetoothlauncher: the " + name + " bus has ended"), qPrintable(said()));
+        QVERIFY2(endsSaying("bluetoothlauncher: the " + name + " bus has ended"), qPrintable(said()));
         QTRY_VERIFY(controllerRuns().constFirst().ended); // by the kernel, behind the host
         stopBuses();
 
         QVERIFY(startBuses());
         QVERIFY(startHost());
-        client = connectTo(m_sessionBus.address());
+        client = connectTo(m_sessionBus.address(), world::HostReadiness::name());
         QCOMPARE(*client->get("pinreplycfg"), QVariant("4711"));
         QCOMPARE(*client->get("enabled"), QVariant(true));
         QTRY_COMPARE(controllerRuns().size(), 2);
     }
 
+    void companionEndsWithItsBus()
+    {
+        QVERIFY(startBuses());
+        QVERIFY(start({ world::World::binFolder() + "/sync_mobile_app", m_folder.filePath("state") }));
+        const auto client = connectTo(m_sessionBus.address(), "tov.base.sync_mobile_app");
+        QTRY_VERIFY(client->modules());
+        QCOMPARE(kill(m_sessionBus.pid(), SIGTERM), 0);
+        QVERIFY2(endsSaying("sync_mobile_app: the session bus has ended"), qPrintable(said()));
+    }
+
     void cleanup()
     {
-        m_host.end(std::chrono::milliseconds(0));
+        m_process.end(std::chrono::milliseconds(0));
         stopBuses();
         QFile::remove("/tmp/controller.runs");
         QDir(m_folder.filePath("state")).removeRecursively();
@@ -84,16 +92,30 @@ private:
 
     [[nodiscard]] bool startHost()
     {
+        return start({ world::World::binFolder() + "/bluetoothlauncher", "--state",
+                       m_folder.filePath("state") })
+            && world::HostReadiness(m_sessionBus.address())
+                   .wait(m_process.descriptor(), -1, std::chrono::seconds(30))
+            == world::HostReadiness::Outcome::Ready;
+    }
+
+    [[nodiscard]] bool start(const QStringList& words)
+    {
         const world::FileDescriptor output(
             open(qPrintable(m_folder.filePath("said")), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
         world::Command command;
-        command.arguments = QStringList{ world::World::binFolder() + "/bluetoothlauncher", "--state",
-                                         m_folder.filePath("state") };
+        command.arguments = words;
         command.output = output.get();
-        return m_host.start(command) == 0
-            && world::HostReadiness(m_sessionBus.address())
-                   .wait(m_host.descriptor(), -1, std::chrono::seconds(30))
-            == world::HostReadiness::Outcome::Ready;
+        return m_process.start(command) == 0;
+    }
+
+    /// Whether it ends by itself, as a failure.
+    [[nodiscard]] bool endsSaying(const QString& text)
+    {
+        const auto hasEnded = [this] {
+            return m_process.wait(std::chrono::milliseconds(0)).has_value();
+        };
+        return Patience::waitFor(hasEnded) && m_process.wait() == 1 && said().contains(text);
     }
 
     void stopBuses()
@@ -112,7 +134,7 @@ private:
     QTemporaryDir m_folder;
     PrivateSystemBus m_systemBus;
     PrivateSessionBus m_sessionBus;
-    world::ChildProcess m_host;
+    world::ChildProcess m_process;
 };
 
 int main(int argc, char** argv)

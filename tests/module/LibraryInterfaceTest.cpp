@@ -24,8 +24,9 @@ QStringList symbols(const char* library, const QString& which)
 {
     QStringList names;
     const QString output = run("nm", { "-D", "-C", which, library }).out;
-    for (const QString& line : output.split('\n', Qt::SkipEmptyParts))
+    for (const QString& line : output.split('\n', Qt::SkipEmptyParts)) {
         names << line.mid(19); // behind the address and the kind
+    }
     return names;
 }
 
@@ -107,8 +108,9 @@ private Q_SLOTS:
             // The sanitizer asks for more types than the code does.
             if (framework.contains(name)
                 && !(IsSanitized && name.startsWith("typeinfo for ")
-                     && name != "typeinfo for RegistrationModule"))
+                     && name != "typeinfo for RegistrationModule")) {
                 imported << name;
+            }
         }
         // Whoever changes one of the lists changes what a device's framework has to bring along, or what the
         // device's programs find in the library.

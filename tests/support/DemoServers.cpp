@@ -7,8 +7,9 @@
 
 DemoServers::~DemoServers()
 {
-    for (const QString& server : m_servers.keys())
+    for (const QString& server : m_servers.keys()) {
         end(server);
+    }
 }
 
 bool DemoServers::start(const QString& server, const QString& module)

@@ -16,8 +16,9 @@ ModuleWorld::ModuleWorld(const world::PrivateFilesystem& filesystem)
 QString ModuleWorld::start()
 {
     QString problem = m_world.start();
-    if (!problem.isEmpty())
+    if (!problem.isEmpty()) {
         return problem;
+    }
     m_daemon = std::make_unique<ScriptedDaemon>(m_world.systemBusAddress());
     m_client =
         std::make_unique<KELClientInterface>("tov.base.bluetoothlauncher", QDBusConnection::sessionBus());
@@ -29,8 +30,9 @@ QString ModuleWorld::start()
 template <typename Answer>
 Answer ModuleWorld::noted(Answer answer) const
 {
-    if (!answer && answer.error().kind == ipc::ClientError::Kind::NoAnswer)
+    if (!answer && answer.error().kind == ipc::ClientError::Kind::NoAnswer) {
         m_client->setTimeout(std::chrono::milliseconds(Patience::Least));
+    }
     return answer;
 }
 
@@ -63,37 +65,6 @@ QString ModuleWorld::trigger(const QString& action, const QString& text) const
     return reply ? *reply : reply.error().message;
 }
 
-QString ModuleWorld::scanDifference(const QStringList& expected) const
-{
-    return listDifference("scanresults", expected,
-                          rows({ "scanresultsAddr", "scanresultsName", "scanresultsSignalStrength" }));
-}
-
-QString ModuleWorld::pairDifference(const QStringList& expected) const
-{
-    return listDifference("pairlist", expected,
-                          rows({ "pairlistAddr", "pairlistName", "pairlistConnectionState" }));
-}
-
-QStringList ModuleWorld::rows(const QStringList& ids) const
-{
-    const auto items = noted(m_client->list({ "bluetooth:scanresults*", "bluetooth:pairlist*" }));
-    if (!items)
-        return { items.error().message };
-    QHash<QString, QString> values;
-    for (const ipc::ItemRecord& item : items->items)
-        values.insert(item.properties["id"].toString() + item.properties["index"].toString(),
-                      item.properties["value"].toString());
-    QStringList rows;
-    for (int i = 0; i < 32; ++i) {
-        const QString index = QString::number(i);
-        rows << values[ids[0] + index] + '|' + values[ids[1] + index] + '|' + values[ids[2] + index];
-    }
-    while (!rows.isEmpty() && rows.last() == "||0")
-        rows.removeLast();
-    return rows;
-}
-
 bool ModuleWorld::daemonAppears()
 {
     return m_daemon->appear() && settle();
@@ -110,18 +81,19 @@ bool ModuleWorld::settle()
     return settle(*m_daemon);
 }
 
-bool ModuleWorld::settle(const ScriptedDaemon& daemon)
+bool ModuleWorld::settle(ScriptedDaemon& daemon)
 {
     // There: what the daemon sent waits for the host. Through the host: it has been worked off, and its
     // writes to other servers are on their way. Back: what it asked the daemon for has come, and what it
     // wrote to this process.
-    if (!hostAnswers(daemon) || !noted(m_client->modules()) || !hostAnswers(daemon))
+    if (!hostAnswers(daemon) || !noted(m_client->modules()) || !hostAnswers(daemon)) {
         return false;
+    }
     QCoreApplication::processEvents();
     return true;
 }
 
-bool ModuleWorld::hostAnswers(const ScriptedDaemon& daemon)
+bool ModuleWorld::hostAnswers(ScriptedDaemon& daemon)
 {
     const pid_t host = m_world.hostPid();
     if (m_connectionsOwner != host) {
@@ -136,10 +108,12 @@ bool ModuleWorld::hostAnswers(const ScriptedDaemon& daemon)
 QString ModuleWorld::difference(const QString& item, const QVariant& expected) const
 {
     const auto found = noted(m_client->get(item));
-    if (!found)
+    if (!found) {
         return found.error().message;
-    if (*found == expected)
+    }
+    if (*found == expected) {
         return {};
+    }
     const auto described = m_client->describe(item);
     const QVariantMap description = described ? *described : QVariantMap();
     const QString texts =
@@ -153,22 +127,10 @@ QString ModuleWorld::difference(const QString& item, const QVariant& expected) c
 QString ModuleWorld::applicabilityDifference(const QString& item, bool expected) const
 {
     const QVariant found = property(item, "applicable");
-    if (found.isValid() && found.toBool() == expected)
+    if (found.isValid() && found.toBool() == expected) {
         return {};
+    }
     return QString("%1: expected that it %2").arg(item, expected ? "applies" : "does not apply");
-}
-
-QString listDifference(const QString& list, const QStringList& expected, const QStringList& found)
-{
-    if (found == expected)
-        return {};
-    int at = 0;
-    while (at < expected.size() && at < found.size() && expected[at] == found[at])
-        ++at;
-    const auto shown = [at](const QStringList& rows) {
-        return at < rows.size() ? '"' + rows[at] + '"' : QString("the end");
-    };
-    return QString("%1, row %2: expected %3, found %4").arg(list).arg(at).arg(shown(expected), shown(found));
 }
 
 int ModuleWorld::countInOutput(const QString& line) const
@@ -182,9 +144,11 @@ QList<pid_t> ModuleWorld::hostChildren() const
     QList<pid_t> children;
     if (file.open(QIODevice::ReadOnly)) {
         const QList<QByteArray> pids = file.readAll().simplified().split(' ');
-        for (const QByteArray& pid : pids)
-            if (!pid.isEmpty())
+        for (const QByteArray& pid : pids) {
+            if (!pid.isEmpty()) {
                 children.append(pid.toInt());
+            }
+        }
     }
     return children;
 }
@@ -199,8 +163,9 @@ QList<ControllerRun> controllerRuns()
 {
     QFile file("/tmp/controller.runs");
     QList<ControllerRun> runs;
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         return runs;
+    }
     QList<QByteArray> records = file.readAll().split('\x1e');
     records.removeLast(); // behind the last separator
     for (const QByteArray& record : records) {
@@ -212,8 +177,9 @@ QList<ControllerRun> controllerRuns()
             const bool blocked = fields.takeFirst() == "1";
             runs.append({ pid, fields, parentDeathSignal, blocked, false });
         }
-        for (ControllerRun& run : runs)
+        for (ControllerRun& run : runs) {
             run.ended = run.ended || (kind == "end" && run.pid == pid);
+        }
     }
     return runs;
 }

@@ -51,14 +51,11 @@ public:
     /// of messages alone and does not rely on anything that the module does. @return false when the host does
     /// not answer
     [[nodiscard]] bool settle();
-    [[nodiscard]] bool settle(const ScriptedDaemon& daemon); ///< which sent last
+    [[nodiscard]] bool settle(ScriptedDaemon& daemon); ///< which sent last
 
     /// Empty when the item has that value; otherwise the item, what was expected and what was found.
     [[nodiscard]] QString difference(const QString& item, const QVariant& expected) const;
     [[nodiscard]] QString applicabilityDifference(const QString& item, bool expected) const;
-    /// Of the rows of a list of devices up to the last that is in use, each as "address|name|detail".
-    [[nodiscard]] QString scanDifference(const QStringList& expected) const;
-    [[nodiscard]] QString pairDifference(const QStringList& expected) const;
 
     /// How often a line stands in what the host printed.
     [[nodiscard]] int countInOutput(const QString& line) const;
@@ -66,8 +63,7 @@ public:
     [[nodiscard]] QList<pid_t> hostChildren() const;
 
 private:
-    [[nodiscard]] QStringList rows(const QStringList& ids) const;
-    [[nodiscard]] bool hostAnswers(const ScriptedDaemon& daemon);
+    [[nodiscard]] bool hostAnswers(ScriptedDaemon& daemon);
     template <typename Answer>
     Answer noted(Answer answer) const;
 
@@ -78,10 +74,6 @@ private:
     QStringList m_hostConnections; ///< to the system bus
     pid_t m_connectionsOwner = 0;
 };
-
-/// Empty when two lists are the same; otherwise the first place where they are not.
-[[nodiscard]] QString listDifference(const QString& list, const QStringList& expected,
-                                     const QStringList& found);
 
 /// Ends the test function, with the data row, when a text says what is wrong.
 #define VERIFY_SAME(difference)                                                                              \
@@ -143,8 +135,9 @@ int runInModuleWorld(int argc, char** argv)
             }
             Test test(world);
             const int failures = QTest::qExec(&test, argc, argv);
-            if (failures != 0)
+            if (failures != 0) {
                 std::fprintf(stderr, "%s\n", qPrintable(world::withoutEverydayLines(world.world().output())));
+            }
             return failures;
         });
 }

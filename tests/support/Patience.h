@@ -31,8 +31,9 @@ public:
     [[nodiscard]] static bool waitFor(Holds holds)
     {
         for (const Patience patience; patience.isLeft(); QTest::qWait(Step)) {
-            if (holds())
+            if (holds()) {
                 return true;
+            }
         }
         return holds();
     }

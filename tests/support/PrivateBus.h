@@ -16,10 +16,12 @@ public:
     {
         QFile log(m_folder.filePath("output"));
         QString problem = "a log cannot be written";
-        if (log.open(QIODevice::ReadWrite))
+        if (log.open(QIODevice::ReadWrite)) {
             problem = m_bus.start(BusKind, m_folder.path(), log.handle());
-        if (!problem.isEmpty() && log.seek(0))
+        }
+        if (!problem.isEmpty() && log.seek(0)) {
             problem += '\n' + QString::fromLocal8Bit(log.readAll());
+        }
         constexpr bool IsSystem = BusKind == world::MessageBus::Kind::System;
         qputenv(IsSystem ? "DBUS_SYSTEM_BUS_ADDRESS" : "DBUS_SESSION_BUS_ADDRESS",
                 m_bus.address().toLocal8Bit());

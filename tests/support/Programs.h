@@ -22,6 +22,7 @@ struct Run
     QString folder; ///< empty is the current one
 };
 
+void start(QProcess& process, const QString& program, const QStringList& arguments, const Run& how);
 /// Runs a program to its end.
 Finished run(const QString& program, const QStringList& arguments, const Run& how = {});
 /// Waits for the end of a program that runs.

@@ -53,10 +53,12 @@ bool PseudoTerminal::start(const QStringList& words,
 {
     auto all = QProcessEnvironment::systemEnvironment();
     all.insert("TERM", "xterm");
-    for (const char* size : { "LINES", "COLUMNS" })
+    for (const char* size : { "LINES", "COLUMNS" }) {
         all.remove(size);
-    for (const auto& [name, value] : environment)
+    }
+    for (const auto& [name, value] : environment) {
         all.insert(name, value);
+    }
     m_process.setProcessEnvironment(all);
     m_process.setProcessChannelMode(QProcess::ForwardedChannels);
     m_process.setInputChannelMode(QProcess::ForwardedInputChannel);
@@ -74,8 +76,9 @@ void PseudoTerminal::takeOutput()
 {
     std::array<char, 4096> bytes{};
     ssize_t count = 0;
-    while ((count = read(m_keyboard, bytes.data(), bytes.size())) > 0)
+    while ((count = read(m_keyboard, bytes.data(), bytes.size())) > 0) {
         vterm_input_write(m_emulator.get(), bytes.data(), static_cast<size_t>(count));
+    }
 }
 
 bool PseudoTerminal::waitUntil(const std::function<bool(const QStringList& lines)>& holds)
@@ -83,10 +86,12 @@ bool PseudoTerminal::waitUntil(const std::function<bool(const QStringList& lines
     const QDeadlineTimer deadline(PatienceMilliseconds);
     for (;;) {
         takeOutput();
-        if (holds(lines()))
+        if (holds(lines())) {
             return true;
-        if (deadline.hasExpired())
+        }
+        if (deadline.hasExpired()) {
             return false;
+        }
         pollfd output{ m_keyboard, POLLIN, 0 };
         poll(&output, 1, static_cast<int>(deadline.remainingTime()));
     }
@@ -121,8 +126,9 @@ QString PseudoTerminal::reversedLine() const
     VTermScreen* screen = vterm_obtain_screen(m_emulator.get());
     for (int line = 0; line < m_height; ++line) {
         VTermScreenCell cell{};
-        if (vterm_screen_get_cell(screen, { line, 0 }, &cell) != 0 && cell.attrs.reverse != 0)
+        if (vterm_screen_get_cell(screen, { line, 0 }, &cell) != 0 && cell.attrs.reverse != 0) {
             return lines()[line];
+        }
     }
     return {};
 }
@@ -138,8 +144,9 @@ int PseudoTerminal::finish()
         takeOutput();
     }
     close(ended);
-    if (!m_process.waitForFinished(static_cast<int>(deadline.remainingTime())))
+    if (!m_process.waitForFinished(static_cast<int>(deadline.remainingTime()))) {
         return -1;
+    }
     takeOutput();
     return (m_process.exitStatus() == QProcess::CrashExit ? 128 : 0) + m_process.exitCode();
 }

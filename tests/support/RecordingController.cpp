@@ -13,8 +13,9 @@ namespace {
 void record(const std::string& text)
 {
     const int file = open("/tmp/controller.runs", O_WRONLY | O_CREAT | O_APPEND, 0600);
-    if (file < 0 || write(file, text.data(), text.size()) < 0)
+    if (file < 0 || write(file, text.data(), text.size()) < 0) {
         _exit(1);
+    }
     close(file);
 }
 
@@ -33,8 +34,9 @@ int main(int argc, char** argv)
     const std::string self = std::to_string(getpid());
     std::string start = "start\x1f" + self + '\x1f' + std::to_string(parentDeathSignal) + '\x1f'
         + (sigismember(&inherited, SIGTERM) != 0 ? '1' : '0');
-    for (int i = 0; i < argc; ++i)
+    for (int i = 0; i < argc; ++i) {
         start += '\x1f' + std::string(argv[i]);
+    }
     record(start + '\x1e');
     int received = 0;
     sigwait(&mask, &received);

@@ -2,11 +2,7 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusMessage>
 #include <QDBusVariant>
-#include <QDBusVirtualObject>
-#include <QHash>
-#include <QMutex>
 #include <QUuid>
 
 #include <algorithm>
@@ -18,92 +14,13 @@ const QString Interface = "com.qarn.bluetooth";
 
 } // namespace
 
-class ScriptedDaemon::Object : public QDBusVirtualObject
-{
-public:
-    [[nodiscard]] QString introspect(const QString& /*path*/) const override { return {}; }
-
-    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
-    {
-        const QMutexLocker locker(&m_mutex);
-        const bool isProperty = message.interface() == "org.freedesktop.DBus.Properties";
-        if (isProperty && message.member() == "Get") {
-            connection.send(read(message));
-            return true;
-        }
-        if (!isProperty && message.interface() != Interface)
-            return false;
-        m_calls.append({ message.member(), message.signature(), message.arguments() });
-        if (m_released != nullptr && !m_released->tryAcquire(1, 2000))
-            m_wasWaitedFor = true;
-        connection.send(message.createReply());
-        return true;
-    }
-
-    void answer(const QString& property, const QVariantList& values)
-    {
-        const QMutexLocker locker(&m_mutex);
-        m_answers.insert(property, values);
-    }
-    void answerWhen(QSemaphore* released)
-    {
-        const QMutexLocker locker(&m_mutex);
-        m_released = released;
-    }
-    bool wasWaitedFor()
-    {
-        const QMutexLocker locker(&m_mutex);
-        return m_wasWaitedFor;
-    }
-    QList<Call> calls()
-    {
-        const QMutexLocker locker(&m_mutex);
-        return m_calls;
-    }
-    QList<Call> takeCalls()
-    {
-        const QMutexLocker locker(&m_mutex);
-        return std::exchange(m_calls, {});
-    }
-    QStringList reads()
-    {
-        const QMutexLocker locker(&m_mutex);
-        return m_reads;
-    }
-    QStringList takeReads()
-    {
-        const QMutexLocker locker(&m_mutex);
-        return std::exchange(m_reads, {});
-    }
-
-private:
-    QDBusMessage read(const QDBusMessage& message)
-    {
-        const QString property = message.arguments().value(1).toString();
-        m_reads.append(property);
-        QVariantList& values = m_answers[property];
-        if (values.isEmpty())
-            return message.createErrorReply(QDBusError::UnknownProperty, property);
-        const QVariant value = values.size() > 1 ? values.takeFirst() : values.first();
-        return message.createReply(QVariant::fromValue(QDBusVariant(value)));
-    }
-
-    QSemaphore* m_released = nullptr;
-    bool m_wasWaitedFor = false;
-    QMutex m_mutex;
-    QHash<QString, QVariantList> m_answers;
-    QList<Call> m_calls;
-    QStringList m_reads;
-};
-
 ScriptedDaemon::ScriptedDaemon(const QString& busAddress)
     : m_connectionName(QUuid::createUuid().toString())
-    , m_object(std::make_unique<Object>())
 {
-    m_object->moveToThread(&m_thread);
+    moveToThread(&m_thread);
     m_thread.start();
     QDBusConnection::connectToBus(busAddress, m_connectionName)
-        .registerVirtualObject(Path, m_object.get(), QDBusConnection::SingleNode);
+        .registerVirtualObject(Path, this, QDBusConnection::SingleNode);
 }
 
 ScriptedDaemon::~ScriptedDaemon()
@@ -112,6 +29,37 @@ ScriptedDaemon::~ScriptedDaemon()
     QDBusConnection::disconnectFromBus(m_connectionName);
     m_thread.quit();
     m_thread.wait();
+}
+
+bool ScriptedDaemon::handleMessage(const QDBusMessage& message, const QDBusConnection& connection)
+{
+    const QMutexLocker locker(&m_mutex);
+    const bool isProperty = message.interface() == "org.freedesktop.DBus.Properties";
+    if (isProperty && message.member() == "Get") {
+        connection.send(replyToRead(message));
+        return true;
+    }
+    if (!isProperty && message.interface() != Interface) {
+        return false;
+    }
+    m_calls.append({ message.member(), message.signature(), message.arguments() });
+    if (m_released != nullptr && !m_released->tryAcquire(1, 2000)) {
+        m_wasWaitedFor = true;
+    }
+    connection.send(message.createReply());
+    return true;
+}
+
+QDBusMessage ScriptedDaemon::replyToRead(const QDBusMessage& message)
+{
+    const QString property = message.arguments().value(1).toString();
+    m_reads.append(property);
+    QVariantList& values = m_answers[property];
+    if (values.isEmpty()) {
+        return message.createErrorReply(QDBusError::UnknownProperty, property);
+    }
+    const QVariant value = values.size() > 1 ? values.takeFirst() : values.first();
+    return message.createReply(QVariant::fromValue(QDBusVariant(value)));
 }
 
 bool ScriptedDaemon::appear(const QString& name) const
@@ -130,17 +78,20 @@ void ScriptedDaemon::leave(const QString& name) const
 
 void ScriptedDaemon::answer(const QString& property, const QVariantList& values)
 {
-    m_object->answer(property, values);
+    const QMutexLocker locker(&m_mutex);
+    m_answers.insert(property, values);
 }
 
 void ScriptedDaemon::answerWhen(QSemaphore* released)
 {
-    m_object->answerWhen(released);
+    const QMutexLocker locker(&m_mutex);
+    m_released = released;
 }
 
 bool ScriptedDaemon::wasWaitedFor() const
 {
-    return m_object->wasWaitedFor();
+    const QMutexLocker locker(&m_mutex);
+    return m_wasWaitedFor;
 }
 
 void ScriptedDaemon::send(const QString& signal, const QVariant& payload) const
@@ -150,7 +101,7 @@ void ScriptedDaemon::send(const QString& signal, const QVariant& payload) const
     QDBusConnection(m_connectionName).send(message);
 }
 
-bool ScriptedDaemon::roundTrip(const QString& connection) const
+bool ScriptedDaemon::roundTrip(const QString& connection)
 {
     // The bus keeps the order of what goes from one connection to another, and so do QtDBus and the event
     // loops.
@@ -158,7 +109,7 @@ bool ScriptedDaemon::roundTrip(const QString& connection) const
         QDBusMessage::createMethodCall(connection, "/", "org.freedesktop.DBus.Peer", "Ping");
     const QDBusMessage pong = QDBusConnection(m_connectionName).call(ping);
     QMetaObject::invokeMethod(
-        m_object.get(), [] {}, Qt::BlockingQueuedConnection);
+        this, [] {}, Qt::BlockingQueuedConnection);
     return pong.type() == QDBusMessage::ReplyMessage;
 }
 
@@ -177,19 +128,14 @@ QStringList ScriptedDaemon::connectionsOf(pid_t process) const
 
 QList<ScriptedDaemon::Call> ScriptedDaemon::takeCalls()
 {
-    return m_object->takeCalls();
+    const QMutexLocker locker(&m_mutex);
+    return std::exchange(m_calls, {});
 }
+
 QStringList ScriptedDaemon::takeReads()
 {
-    return m_object->takeReads();
-}
-QList<ScriptedDaemon::Call> ScriptedDaemon::calls() const
-{
-    return m_object->calls();
-}
-QStringList ScriptedDaemon::reads() const
-{
-    return m_object->reads();
+    const QMutexLocker locker(&m_mutex);
+    return std::exchange(m_reads, {});
 }
 
 QString callText(const QList<ScriptedDaemon::Call>& calls)
@@ -197,9 +143,10 @@ QString callText(const QList<ScriptedDaemon::Call>& calls)
     QStringList texts;
     for (const ScriptedDaemon::Call& call : calls) {
         QStringList words{ call.signature };
-        for (const QVariant& argument : call.arguments)
+        for (const QVariant& argument : call.arguments) {
             words += argument.userType() == QMetaType::QString ? '"' + argument.toString() + '"'
                                                                : argument.toString();
+        }
         texts += call.member + '(' + words.join(' ') + ')';
     }
     return texts.join(", ");

@@ -1,20 +1,21 @@
 #pragma once
 
-#include <QByteArray>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+#include <QHash>
+#include <QMutex>
 #include <QSemaphore>
 #include <QString>
 #include <QStringList>
 #include <QThread>
 #include <QVariant>
 
-#include <memory>
-
 #include <sys/types.h>
 
 /// Stands in for the Bluetooth daemon on the private system bus: records what is asked of it and answers as
 /// it was told, with well-formed values and others. It lives on a thread of its own, so that a test may wait
 /// for the module's host while that waits for the daemon.
-class ScriptedDaemon
+class ScriptedDaemon : private QDBusVirtualObject
 {
 public:
     /// One method call, or write of a property, as it arrived.
@@ -23,14 +24,10 @@ public:
         QString member;
         QString signature;
         QVariantList arguments;
-        bool operator==(const Call& other) const
-        {
-            return member == other.member && signature == other.signature && arguments == other.arguments;
-        }
     };
 
     explicit ScriptedDaemon(const QString& busAddress);
-    ~ScriptedDaemon();
+    ~ScriptedDaemon() override;
     ScriptedDaemon(const ScriptedDaemon&) = delete;
     ScriptedDaemon& operator=(const ScriptedDaemon&) = delete;
 
@@ -50,21 +47,28 @@ public:
 
     /// Returns when all that was sent so far has arrived at another connection of the bus, and when what came
     /// from there before its answer is recorded here. @return whether that connection answered
-    [[nodiscard]] bool roundTrip(const QString& connection) const;
+    [[nodiscard]] bool roundTrip(const QString& connection);
     /// The connections to the bus of a process.
     [[nodiscard]] QStringList connectionsOf(pid_t process) const;
 
     /// What was asked since the last call of these, in order.
     QList<Call> takeCalls();
     QStringList takeReads(); ///< names of properties
-    [[nodiscard]] QList<Call> calls() const;
-    [[nodiscard]] QStringList reads() const;
 
 private:
-    class Object;
+    [[nodiscard]] QString introspect(const QString& /*path*/) const override { return {}; }
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
+    [[nodiscard]] QDBusMessage replyToRead(const QDBusMessage& message);
+
     QString m_connectionName;
     QThread m_thread;
-    std::unique_ptr<Object> m_object;
+
+    mutable QMutex m_mutex; ///< for what the thread and the test both have:
+    QSemaphore* m_released = nullptr;
+    bool m_wasWaitedFor = false;
+    QHash<QString, QVariantList> m_answers;
+    QList<Call> m_calls;
+    QStringList m_reads;
 };
 
 /// Calls as a test that fails shows them: "Pair(t 4660), Scan()".

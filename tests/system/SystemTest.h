@@ -23,8 +23,9 @@ public:
 private Q_SLOTS:
     void cleanup()
     {
-        if (QTest::currentTestFailed())
+        if (QTest::currentTestFailed()) {
             m_patience = std::max(m_patience / 2, std::chrono::milliseconds(100));
+        }
         m_world.setPatience(m_patience);
     }
 

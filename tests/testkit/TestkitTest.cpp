@@ -19,10 +19,12 @@ private Q_SLOTS:
     void valuesThatAreThere_data()
     {
         const Rows<QString> row("value");
-        for (const char* status : { "3", "On", "on", "BLUETOOTHSTATUS_ON", "03" })
+        for (const char* status : { "3", "On", "on", "BLUETOOTHSTATUS_ON", "03" }) {
             row("status", status);
-        for (const char* enabled : { "true", "True", "1" })
+        }
+        for (const char* enabled : { "true", "True", "1" }) {
             row("enabled", enabled);
+        }
         row("pairlistConnectionState:0", "Not Connected");
         row("myname", m_world.text("myname"));
         row("pendingpair", "");

@@ -28,31 +28,20 @@ bool isGone(pid_t pid)
     return pid > 0 && kill(pid, 0) != 0;
 }
 
-/// Starts a world on a terminal of its own, and waits until its command says "ready".
-bool startInTerminal(QProcess& terminal, const QString& command)
+/// A scenario file; where it is.
+QString writeRoom(const QTemporaryDir& folder)
 {
-    QStringList words;
-    for (QString word : QStringList{ program() } + withStandIn({ "--", "sh", "-c", command }))
-        words << '\'' + word.replace('\'', "'\\''") + '\'';
-    // Not every shell leaves its place to its last command, and one that stays would get the Ctrl-C, too.
-    terminal.start("script", { "-qec", "exec " + words.join(' '), "/dev/null" });
-    QByteArray output;
-    while (!output.contains("ready")) {
-        if (!terminal.waitForReadyRead())
-            return false;
-        output += terminal.readAll();
+    QFile scenario(folder.filePath("room.json"));
+    if (scenario.open(QIODevice::WriteOnly)) {
+        scenario.write(R"({ "devices": [] })");
     }
-    return true;
+    return scenario.fileName();
 }
 
-/// The processes that a command named, a number a line.
-QList<pid_t> processesIn(const QString& output)
-{
-    QList<pid_t> result;
-    for (const QString& line : output.split('\n', Qt::SkipEmptyParts))
-        result << line.toInt();
-    return result;
-}
+const QString HostEnds =
+    "kill -KILL $(busctl --user call org.freedesktop.DBus / org.freedesktop.DBus GetConnectionUnixProcessID "
+    "s tov.base.bluetoothlauncher | cut -d' ' -f2)\n"
+    "until ! busctl --user status tov.base.bluetoothlauncher >/dev/null 2>&1; do :; done";
 
 } // namespace
 
@@ -72,6 +61,7 @@ private Q_SLOTS:
         row("not executable", { "/etc/passwd" }, 126, "bluetoothworld: /etc/passwd: Permission denied\n");
         row("arguments like options", { "test", "--", "=", "--" }, 0, "");
         row("an empty argument", { "test", "-z", "" }, 0, "");
+        row("help", { "sh", "-c", "[ \"$($0 help)\" = \"$($0 --help)\" ]", program() }, 0, "");
     }
 
     void exitStatus()
@@ -93,6 +83,10 @@ private Q_SLOTS:
             R"(no option "--senario"; did you mean "--scenario"?)");
         row("like the tour", { "tuor" }, R"(did you mean "tour"?)");
         row("more than the tour", { "tour", "--fast" }, R"(no option "--fast"; see --help)");
+        row("a long word of anybody", { QString(61, 'x') }, '"' + QString(60, 'x') + QChar(0x2026) + '"');
+        row("two letters of an option", { "--lo", "--", "true" }, R"(did you mean "--log"?)");
+        row("as near to pair-code as to pair-pin", { "--scenario", "pair-poe", "--", "true" },
+            R"(did you mean "pair-code"?)");
         row("no command", { "--" }, "no COMMAND behind");
         row("tour and command", { "tour", "--", "true" }, "not both");
         row("unknown option", { "--colour", "--", "true" }, R"(no option "--colour"; see --help)");
@@ -121,20 +115,10 @@ private Q_SLOTS:
         QCOMPARE(world.status, 2);
     }
 
-    void helpIsACommandAsWell()
-    {
-        const Finished world = run(program(), { "help" });
-        QCOMPARE(world.out, run(program(), { "--help" }).out);
-        QCOMPARE(world.status, 0);
-    }
-
     void passesChoicesOn()
     {
         const QTemporaryDir folder("/tmp/choices-XXXXXX");
-        QFile scenario(folder.filePath("room.json"));
-        QVERIFY(scenario.open(QIODevice::WriteOnly));
-        scenario.write(R"({ "devices": [] })");
-        scenario.close();
+        const QString scenario = writeRoom(folder);
         // Names are relative to the folder that the caller stands in, and stay visible below /tmp.
         const Finished world = run(
             program(),
@@ -143,7 +127,7 @@ private Q_SLOTS:
             { {}, false, folder.path() });
         QCOMPARE(world.err, QString());
         const QStringList lines = world.out.split('\n', Qt::SkipEmptyParts);
-        QCOMPARE(lines.first(), scenario.fileName());
+        QCOMPARE(lines.first(), scenario);
         QVERIFY2(lines.contains("host: state in " + folder.filePath("kept")), qPrintable(world.out));
         QCOMPARE(lines.mid(lines.size() - 3),
                  QStringList({ folder.path(), "kept", world::World::binFolder() }));
@@ -160,13 +144,9 @@ private Q_SLOTS:
         const QString radio = folder.filePath("true/radio");
         QVERIFY(QDir(folder.path()).mkpath("link") && QDir(folder.path()).mkpath("true"));
         QVERIFY(QFile::copy("/bin/true", radio) && QFile::link(radio, link));
-        QFile scenario(folder.filePath("room.json"));
-        QVERIFY(scenario.open(QIODevice::WriteOnly));
-        scenario.write(R"({ "devices": [] })");
-        scenario.close();
         const QStringList options{ "--radio",    link,
                                    "--host",     besideTest("stand_in_host"),
-                                   "--scenario", scenario.fileName() };
+                                   "--scenario", writeRoom(folder) };
         const QString script =
             "cat $BLUESIM_SCENARIO; blue_controller_zq4 && echo; echo ${TMPDIR-none}; ls " + folder.path();
         const Finished world = run(program(), options + QStringList{ "--", "sh", "-c", script },
@@ -218,38 +198,50 @@ private Q_SLOTS:
         const Finished world = run(program(), withStandIn({ "--", "sh", "-c", script }), how);
         QCOMPARE(world.err, QString());
         QCOMPARE(world.status, 0);
-        const QList<pid_t> processes = processesIn(world.out);
+        const QStringList processes = world.out.split('\n', Qt::SkipEmptyParts);
         QCOMPARE(processes.size(), 5);
-        for (const pid_t process : processes)
-            QVERIFY2(isGone(process), qPrintable(QString::number(process)));
+        for (const QString& process : processes) {
+            QVERIFY2(isGone(process.toInt()), qPrintable(process));
+        }
         QCOMPARE(QDir(runtime.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
                  QStringList());
+    }
+
+    void killedProotLeavesNoFolder()
+    {
+        REQUIRE_MECHANISM("proot", false)
+        const QString script = "sed -n 's/^TracerPid:.//p' /proc/self/status | tee /tmp/proot\n"
+                               "kill -KILL $(cat /tmp/proot)";
+        const Finished world =
+            run(program(), withStandIn({ "--", "sh", "-c", script }), { only("proot"), false, "/" });
+        QCOMPARE(world.status, 128 + SIGKILL);
+        const QString proot = world.out.trimmed();
+        QDir tmp("/tmp");
+        QCOMPARE(tmp.entryList({ "proot-" + proot + "-*" }), QStringList());
+        for (const QString& loader : tmp.entryList({ "prooted-" + proot + "-*" })) { // its own leftover
+            QVERIFY(tmp.remove(loader));
+        }
     }
 
     void signalEndsTheWorld_data()
     {
         QTest::addColumn<int>("number");
         QTest::addColumn<QString>("mechanism");
-        for (const char* mechanism : { "namespace", "proot" })
-            for (const int number : { SIGTERM, SIGHUP, SIGINT })
+        for (const char* mechanism : { "namespace", "proot" }) {
+            for (const int number : { SIGTERM, SIGHUP, SIGINT }) {
                 QTest::addRow("%s, signal %d", mechanism, number) << number << mechanism;
+            }
+        }
     }
 
     void signalEndsTheWorld()
     {
         QFETCH(int, number);
         QFETCH(QString, mechanism);
-        const QString reason = whyNot(mechanism, false);
-        if (!reason.isEmpty()) {
-            QTest::qSkip(qPrintable(reason), __FILE__, __LINE__);
-            return;
-        }
+        REQUIRE_MECHANISM(mechanism, false)
         QProcess world;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const auto& [name, value] : only(mechanism))
-            environment.insert(name, value);
-        world.setProcessEnvironment(environment);
-        world.start(program(), withStandIn({ "--", "sh", "-c", "echo $$; exec sleep 1000" }));
+        start(world, program(), withStandIn({ "--", "sh", "-c", "echo $$; exec sleep 1000" }),
+              { only(mechanism), false, {} });
         QVERIFY(world.waitForReadyRead());
         const pid_t command = world.readLine().trimmed().toInt();
         kill(static_cast<pid_t>(world.processId()), number);
@@ -265,10 +257,8 @@ private Q_SLOTS:
         const QTemporaryDir folder("/var/tmp/log-XXXXXX");
         QFile log(folder.filePath("world.log"));
         QProcess world;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("STAND_IN_HOST", "hangs");
-        world.setProcessEnvironment(environment);
-        world.start(program(), withStandIn({ "--log", log.fileName(), "--", "true" }));
+        start(world, program(), withStandIn({ "--log", log.fileName(), "--", "true" }),
+              { { { "STAND_IN_HOST", "hangs" } }, false, {} });
         QTRY_VERIFY(log.isOpen() || log.open(QIODevice::ReadOnly));
         QByteArray said;
         QTRY_VERIFY((said += log.readAll()).contains("host: state in"));
@@ -278,62 +268,28 @@ private Q_SLOTS:
         QVERIFY(world.readAllStandardError().contains("interrupted while"));
     }
 
-    void controlC_data()
+    void tellsWhatTheHostSaid_data()
     {
-        const Rows<QString, int> row("script", "status");
-        row("ends a command", "echo ready; exec sleep 1000", 128 + SIGINT);
-        row("is the command's to handle", "trap 'exit 9' INT; echo ready; sleep 1000 & wait", 9);
-        row("does not end the world",
-            "trap 'stop=1' INT; echo ready; until [ \"$stop\" ]; do :; done\n"
-            "busctl --user --no-pager status tov.base.bluetoothlauncher >/dev/null && exit 8",
-            8);
+        const Rows<QStringList, QString, int, QStringList> row("arguments", "standIn", "status", "told");
+        row("that did not come up", { "--", "true" }, "fails", 69,
+            { "ended with status 3",
+              "controller said:\nlamp has no config \"state\"\nhost: the configs cannot be read\n" });
+        row("that left", { "--", "sh", "-c", HostEnds }, "", 0,
+            { "the host ended by itself", "host: state in" });
+        row("while the tour failed", { "tour" }, "", 1, { "controller said:\nhost: state in" });
     }
 
-    void controlC()
+    void tellsWhatTheHostSaid()
     {
-        QFETCH(QString, script);
-        QFETCH(int, status);
-        QProcess terminal;
-        QVERIFY(startInTerminal(terminal, script));
-        terminal.write("\x03");
-        QVERIFY(terminal.waitForFinished());
-        QCOMPARE(terminal.exitCode(), status);
-    }
-
-    void endsWithItsTerminal()
-    {
-        const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
-        QProcess terminal;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("XDG_RUNTIME_DIR", runtime.path());
-        terminal.setProcessEnvironment(environment);
-        QVERIFY(startInTerminal(terminal, "echo ready; exec sleep 1000"));
-        QVERIFY(!QDir(runtime.path()).isEmpty());
-        terminal.kill();
-        QVERIFY(terminal.waitForFinished());
-        QTRY_VERIFY_WITH_TIMEOUT(QDir(runtime.path()).isEmpty(), 30'000);
-    }
-
-    void hostThatLeavesIsReported()
-    {
-        const QString script =
-            "kill -KILL $(busctl --user call org.freedesktop.DBus / org.freedesktop.DBus "
-            "GetConnectionUnixProcessID "
-            "s tov.base.bluetoothlauncher | cut -d' ' -f2)\n"
-            "until ! busctl --user status tov.base.bluetoothlauncher >/dev/null 2>&1; do :; done";
-        const Finished world = run(program(), withStandIn({ "--", "sh", "-c", script }));
-        QCOMPARE(world.status, 0);
-        QVERIFY2(world.err.contains("the host ended by itself"), qPrintable(world.err));
-        QVERIFY2(world.err.contains("host: state in"), qPrintable(world.err));
-    }
-
-    void showsWhatMayBeTheReason()
-    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, standIn);
+        QFETCH(QStringList, told);
         const Finished world =
-            run(program(), withStandIn({ "--", "true" }), { { { "STAND_IN_HOST", "fails" } }, false, {} });
-        QVERIFY2(world.err.endsWith("controller said:\nlamp has no config \"state\"\n"
-                                    "host: the configs cannot be read\n"),
-                 qPrintable(world.err));
+            run(program(), withStandIn(arguments), { { { "STAND_IN_HOST", standIn } }, false, {} });
+        for (const QString& text : told) {
+            QVERIFY2(world.err.contains(text), qPrintable(world.err));
+        }
+        QTEST(world.status, "status");
     }
 
     void outputGoesToTheLog()
@@ -342,9 +298,7 @@ private Q_SLOTS:
         QFile log(folder.filePath("world.log"));
         const Finished world = run(program(), withStandIn({ "--log", log.fileName(), "--", "true" }),
                                    { { { "STAND_IN_HOST", "fails" } }, false, {} });
-        QCOMPARE(world.status, 69);
         QCOMPARE(world.err.count('\n'), 1);
-        QVERIFY2(world.err.contains("ended with status 3"), qPrintable(world.err));
         QVERIFY(log.open(QIODevice::ReadOnly));
         QVERIFY(log.readAll().contains("host: the configs cannot be read"));
     }

@@ -1,4 +1,5 @@
 #include "world/ChildProcess.h"
+#include "base/EndingSignals.h"
 #include "support/Rows.h"
 #include "world/Descendants.h"
 
@@ -49,10 +50,11 @@ private Q_SLOTS:
         child.signal(SIGSTOP);
         siginfo_t stopped{};
         QCOMPARE(waitid(P_PID, static_cast<id_t>(child.pid()), &stopped, WSTOPPED), 0);
-        if (asDescendant)
+        if (asDescendant) {
             world::endDescendants({}, ChildProcess::Grace);
-        else
+        } else {
             child.end();
+        }
         QCOMPARE(child.wait(), std::optional<int>(128 + SIGTERM)); // it heard that, and was not killed
     }
 
@@ -74,6 +76,19 @@ private Q_SLOTS:
         const int count = poll(&ended, 1, 5000);
         kill(child, SIGKILL);
         QCOMPARE(count, 1);
+    }
+
+    // A copy shares what wakes this process.
+    void signalToACopyEndsTheCopy()
+    {
+        const base::EndingSignals ending;
+        const pid_t copy = fork();
+        if (copy == 0) {
+            _exit(raise(SIGTERM));
+        }
+        int status = 0;
+        QCOMPARE(waitpid(copy, &status, 0), copy);
+        QCOMPARE(WEXITSTATUS(status), 128 + SIGTERM);
     }
 
     void belongsToItsPlace_data()
@@ -101,8 +116,9 @@ private Q_SLOTS:
         ChildProcess ls;
         QCOMPARE(ls.start(list), 0);
         QCOMPARE(ls.wait(), std::optional<int>(0));
-        for (const int descriptor : inherited)
+        for (const int descriptor : inherited) {
             close(descriptor);
+        }
         QVERIFY(output.seek(0));
         const QByteArray descriptors = output.readAll(); // three, and one for the folder that is listed
         QVERIFY2((descriptors == "0\n1\n2\n3\n") == inBackground, descriptors);

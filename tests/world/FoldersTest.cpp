@@ -85,8 +85,9 @@ private Q_SLOTS:
         QVERIFY(QDir(folder.path()).mkpath("a/b") && QDir(folder.path()).mkpath("ab"));
         QVERIFY(QFile::link("a", folder.filePath("link")));
         const auto whole = [&folder](QStringList list) {
-            for (QString& path : list)
+            for (QString& path : list) {
                 path = folder.filePath(path);
+            }
             return list;
         };
         QStringList found = world::pathsBelowTmp(whole(paths) << "/usr" << QString());

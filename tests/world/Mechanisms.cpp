@@ -15,15 +15,17 @@ void addMechanisms()
     const Rows<QString, bool> row("mechanism", "ordinaryUser");
     for (const char* mechanism : { "namespace", "proot" }) {
         row(mechanism, mechanism, false);
-        if (geteuid() == 0)
+        if (geteuid() == 0) {
             row(qPrintable(QString("%1, ordinary user").arg(mechanism)), mechanism, true);
+        }
     }
 }
 
 QString whyNot(const QString& mechanism, bool ordinaryUser)
 {
-    if (ordinaryUser && run("test", { "-x", besideTest("view_probe") }, { {}, true, "/" }).status != 0)
+    if (ordinaryUser && run("test", { "-x", besideTest("view_probe") }, { {}, true, "/" }).status != 0) {
         return "an ordinary user cannot reach this build";
+    }
     const Finished trial =
         run(besideTest("view_probe"), { "/bin/true", "/bin/true" }, { only(mechanism), ordinaryUser, "/" });
     return trial.status == 69 ? trial.err.simplified() : QString();

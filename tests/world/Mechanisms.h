@@ -12,12 +12,13 @@ QString whyNot(const QString& mechanism, bool ordinaryUser);
 /// The environment that allows one mechanism alone.
 std::vector<std::pair<QString, QString>> only(const QString& mechanism);
 
-/// Fetches a row of addMechanisms(), and ends the test where it cannot be tried.
-#define FETCH_MECHANISM                                                                                      \
-    QFETCH(QString, mechanism);                                                                              \
-    QFETCH(bool, ordinaryUser);                                                                              \
-    const QString reason = whyNot(mechanism, ordinaryUser);                                                  \
-    if (!reason.isEmpty()) {                                                                                 \
+/// Ends the test where a row of addMechanisms() cannot be tried.
+#define REQUIRE_MECHANISM(mechanism, ordinaryUser)                                                           \
+    if (const QString reason = whyNot(mechanism, ordinaryUser); !reason.isEmpty()) {                         \
         QTest::qSkip(qPrintable(reason), __FILE__, __LINE__);                                                \
         return;                                                                                              \
     }
+#define FETCH_MECHANISM                                                                                      \
+    QFETCH(QString, mechanism);                                                                              \
+    QFETCH(bool, ordinaryUser);                                                                              \
+    REQUIRE_MECHANISM(mechanism, ordinaryUser)

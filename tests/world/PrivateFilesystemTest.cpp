@@ -73,8 +73,9 @@ void PrivateFilesystemTest::bindsBackWhereTheCallerStands()
     const QString checkout = machine.filePath("a checkout");
     QVERIFY(QDir().mkpath(checkout));
     QVERIFY(QDir().mkpath(machine.filePath("hidden")));
-    for (const QString& folder : { machine.path(), checkout })
+    for (const QString& folder : { machine.path(), checkout }) {
         QVERIFY(QFile::setPermissions(folder, QFile::Permissions(0x7777)));
+    }
     const Finished shell = probe({ "/bin/true", "sh", "-c", "echo built >file; cat \"$PWD/file\"; ls .." },
                                  mechanism, ordinaryUser, checkout);
     QCOMPARE(shell.err, QString());

@@ -34,14 +34,17 @@ int main(int argc, char** argv)
     const QSocketNotifier terminated(termination, QSocketNotifier::Read);
     QObject::connect(&terminated, &QSocketNotifier::activated, &application, [&how, termination] {
         signalfd_siginfo signal{};
-        if (read(termination, &signal, sizeof signal) != sizeof signal)
+        if (read(termination, &signal, sizeof signal) != sizeof signal) {
             return;
+        }
         std::puts("host: shut down in order");
-        if (how != "deaf")
+        if (how != "deaf") {
             QCoreApplication::exit(0);
+        }
     });
     std::printf("host: state in %s\n", argv[2]);
-    if (how != "hangs")
+    if (how != "hangs") {
         QDBusConnection::sessionBus().registerService("tov.base.bluetoothlauncher");
+    }
     return QCoreApplication::exec();
 }

@@ -5,6 +5,8 @@
 #include "world/Descendants.h"
 #include "world/World.h"
 
+#include <QDir>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
@@ -32,12 +34,15 @@ QStringList standIn(const QStringList& command)
                      + command);
 }
 
+/// What a command does to end after whatever was sent to it before: it asks the bus, which has to be there.
+const QString AskBus = "busctl --user --no-pager status tov.base.bluetoothlauncher >/dev/null";
+
 /// A shell that starts the words, as a person's does, and has the terminal again after them.
 QStringList inShell(const QStringList& words)
 {
     const QString script = "trap : INT QUIT\n"
                            "\"$@\"; status=$?\n"
-                           "trap - INT QUIT; echo \"ended $status\"; exec sleep 1000";
+                           "trap - INT QUIT; printf '\\nended %s\\n' $status; exec sleep 1000";
     return QStringList{ "sh", "-c", script, "sh" } + words;
 }
 
@@ -53,6 +58,7 @@ class TerminalTest : public QObject
 private Q_SLOTS:
     void isGivenBack_data();
     void isGivenBack();
+    void closedEndsTheWorld();
     void isLeftToAShellThatHasIt();
 };
 
@@ -73,6 +79,15 @@ void TerminalTest::isGivenBack_data()
         add("a command that a signal ended", standIn({ "sh", "-c", "kill -KILL $$" }), {}, 128 + SIGKILL);
         add("a command that left it raw", standIn({ "sh", "-c", "stty raw -echo; kill -SEGV $$" }), {},
             128 + SIGSEGV);
+        add("a command, Ctrl-C", standIn({ "sh", "-c", "echo ready; exec sleep 1000" }),
+            { { "ready", controlC } }, 128 + SIGINT);
+        add("a command that handles Ctrl-C",
+            standIn({ "sh", "-c", "trap 'exit 9' INT; echo ready; sleep 1000 & wait" }),
+            { { "ready", controlC } }, 9);
+        add("a command that Ctrl-C does not end",
+            standIn({ "sh", "-c",
+                      "trap 'n=x' INT; echo ready; until [ $n ]; do :; done; " + AskBus + " && exit 8" }),
+            { { "ready", controlC } }, 8);
         add("a command in a group of its own",
             standIn({ "bash", "-c", "set -m; (echo ready; exec sleep 1000); exit 3" }),
             { { "ready", controlC } }, 128 + SIGINT);
@@ -86,6 +101,11 @@ void TerminalTest::isGivenBack_data()
         add("a shell that is killed over its job", standIn({ "env", "PS1=% ", "bash", "--norc" }),
             { { "%", "stty raw; kill -KILL $$\r" } }, 128 + SIGKILL);
     }
+    // The terminal's signal is its own to send: who is not in the foreground does not get it.
+    row("namespace: a command of another session, Ctrl-\\", "namespace",
+        standIn(
+            { "setsid", "sh", "-c", "trap 'exit 9' QUIT; echo ready; read line; " + AskBus + " && exit 8" }),
+        { { "ready", "\x1c" }, { "^\\", "\r" } }, 8);
 }
 
 void TerminalTest::isGivenBack()
@@ -94,26 +114,36 @@ void TerminalTest::isGivenBack()
     QFETCH(QStringList, words);
     QFETCH(Steps, steps);
     QFETCH(int, status);
-    const QString reason = whyNot(mechanism, false);
-    if (!reason.isEmpty()) {
-        QTest::qSkip(qPrintable(reason), __FILE__, __LINE__);
-        return;
-    }
+    REQUIRE_MECHANISM(mechanism, false)
     PseudoTerminal terminal;
     const QByteArray before = terminal.settings();
     QVERIFY(terminal.start(inShell(words), only(mechanism)));
     for (const Step& step : steps) {
         QVERIFY2(terminal.shows(step.seen), terminal.screen());
-        if (step.signal != 0)
+        if (step.signal != 0) {
             kill(world::descendants(terminal.program()).front(), step.signal);
-        else
+        } else {
             terminal.type(step.keys);
+        }
     }
-    QVERIFY2(terminal.shows(QString("ended %1").arg(status)), terminal.screen());
+    QVERIFY2(terminal.shows("ended"), terminal.screen());
+    QVERIFY2(terminal.lines().contains(QString("ended %1").arg(status)), terminal.screen());
     QCOMPARE(terminal.settings(), before);
     QCOMPARE(terminal.foreground(), terminal.program());
     terminal.type("\x03");
     QCOMPARE(terminal.finish(), 128 + SIGINT);
+}
+
+void TerminalTest::closedEndsTheWorld()
+{
+    const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
+    auto terminal = std::make_unique<PseudoTerminal>();
+    QVERIFY(terminal->start(inShell(standIn({ "sh", "-c", "echo ready; exec sleep 1000" })),
+                            { { "XDG_RUNTIME_DIR", runtime.path() } }));
+    QVERIFY2(terminal->shows("ready"), terminal->screen());
+    QVERIFY(!QDir(runtime.path()).isEmpty());
+    terminal.reset();
+    QTRY_VERIFY_WITH_TIMEOUT(QDir(runtime.path()).isEmpty(), 30'000);
 }
 
 void TerminalTest::isLeftToAShellThatHasIt()
@@ -121,8 +151,9 @@ void TerminalTest::isLeftToAShellThatHasIt()
     PseudoTerminal terminal;
     QVERIFY(terminal.start({ "bash", "--norc", "-i" }, { { "PS1", "% " } }));
     QStringList words;
-    for (const QString& word : standIn({ "sh", "-c", "echo re''ady; exec sleep 1000" }))
+    for (const QString& word : standIn({ "sh", "-c", "echo re''ady; exec sleep 1000" })) {
         words << '\'' + QString(word).replace('\'', "'\\''") + '\'';
+    }
     terminal.type("clear; " + words.join(' ').toUtf8() + '\r');
     QVERIFY2(terminal.shows("ready"), terminal.screen());
     terminal.type("\x1a");

@@ -45,12 +45,14 @@ private Q_SLOTS:
         QCOMPARE(tour.status, 1);
         for (const char* text :
              { "$ itemctl set enabled true\n", "enabled                     false -> true\n",
-               "! This did not happen.\n", "expected: status is On\n", "there is: status is (empty)\n" })
+               "! This did not happen.\n", "expected: status is On\n", "there is: status is (empty)\n" }) {
             QVERIFY2(tour.out.contains(QLatin1String(text)), qPrintable(tour.out));
+        }
         QVERIFY(!tour.out.contains("itemctl call scan")); // the steps after it make no sense
         QVERIFY(!tour.out.contains('\033'));
-        for (const QString& line : tour.out.split('\n'))
+        for (const QString& line : tour.out.split('\n')) {
             QVERIFY2(line.size() <= 80, qPrintable(line));
+        }
     }
 
 private:

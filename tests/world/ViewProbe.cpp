@@ -10,8 +10,9 @@
 int main(int argc, char** argv)
 {
     QStringList arguments;
-    for (int i = 1; i < argc; ++i)
+    for (int i = 1; i < argc; ++i) {
         arguments << QString::fromLocal8Bit(argv[i]);
+    }
     if (arguments.value(0) == "--who") {
         const QString place = QFile::symLinkTarget("/proc/self/exe");
         std::printf("%s %d %s\n", argv[0], argc - 1, qPrintable(place));
@@ -28,8 +29,9 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "%s\n", qPrintable(problem));
         return 69;
     }
-    if (!next.isEmpty() && !filesystem.setController(next))
+    if (!next.isEmpty() && !filesystem.setController(next)) {
         return 70;
+    }
     world::Command command;
     command.arguments = arguments;
     command.place = world::Command::Place::Foreground;

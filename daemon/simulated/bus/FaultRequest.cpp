@@ -4,7 +4,7 @@
 #include "ExampleValue.h"
 #include "Signature.h"
 #include "ValueReader.h"
-#include "text/NearestWord.h"
+#include "base/NearestWord.h"
 
 #include <nlohmann/json.hpp>
 
@@ -83,7 +83,7 @@ QStringList signalNames()
 
 QString unknown(const QString& word, const char* role, const QStringList& words)
 {
-    const QString nearest = text::nearestWord(word, words);
+    const QString nearest = base::nearestWord(word, words);
     return QStringLiteral("\"%1\" is no %2").arg(word, QLatin1String(role))
         + (nearest.isEmpty() ? QStringLiteral("; there are %1").arg(words.join(QStringLiteral(", ")))
                              : QStringLiteral("; did you mean \"%1\"?").arg(nearest));

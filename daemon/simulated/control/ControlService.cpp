@@ -8,9 +8,9 @@
 #include "ScenarioReader.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
+#include "base/NearestWord.h"
+#include "base/Quoted.h"
 #include "simulationadaptor.h"
-#include "text/NearestWord.h"
-#include "text/Quoted.h"
 
 #include <QDBusMessage>
 #include <QDBusMetaType>
@@ -81,10 +81,10 @@ void ControlService::refuse(const char* error, const QString& text)
     sendErrorReply(controlError(error), text);
 }
 
-void ControlService::answer(const Outcome& outcome)
+void ControlService::answer(const base::Result<>& done)
 {
-    if (outcome) {
-        refuse("Refused", outcome->text);
+    if (!done) {
+        refuse("Refused", done.error().text);
     }
 }
 
@@ -116,14 +116,14 @@ qulonglong ControlService::find(const QString& device)
     if (found.size() == 1) {
         return found.first();
     }
-    const QString quoted = text::quoted(device);
-    const QString nearest = text::nearestWord(device, words);
+    const QString quoted = base::quoted(device);
+    const QString nearest = base::nearestWord(device, words);
     refuse(
         "NoSuchDevice",
         !found.isEmpty() ? QStringLiteral("several devices are called %1; give an address").arg(quoted)
             : nearest.isEmpty()
             ? QStringLiteral("there is no device %1").arg(quoted)
-            : QStringLiteral("there is no device %1; did you mean %2?").arg(quoted, text::quoted(nearest)));
+            : QStringLiteral("there is no device %1; did you mean %2?").arg(quoted, base::quoted(nearest)));
     return 0;
 }
 

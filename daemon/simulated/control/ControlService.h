@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RadioTypes.h"
+#include "base/Result.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>
@@ -56,7 +57,7 @@ private:
     void change(const QString& device, Change change);
     [[nodiscard]] qulonglong find(const QString& device);
     bool hasRadio();
-    void answer(const Outcome& outcome);
+    void answer(const base::Result<>& done);
     void refuse(const char* error, const QString& text);
 
     SimulatedRadio* m_radio;

@@ -5,7 +5,7 @@
 #include "Quantities.h"
 #include "RadioTypes.h"
 #include "ScenarioReader.h"
-#include "text/Quoted.h"
+#include "base/Quoted.h"
 
 #include <QRegularExpression>
 
@@ -30,7 +30,7 @@ QString titleOf(const JsonValue& value, const QString& called)
             for (const auto& [key, member] : *members) {
                 const auto* text = member.as<QString>();
                 if (key == QLatin1String(name) && text != nullptr && !text->isEmpty()) {
-                    return text::quoted(*text);
+                    return base::quoted(*text);
                 }
             }
         }
@@ -47,7 +47,7 @@ void readIdentity(ObjectReader& reader, SimulatedDevice& device)
             reader.complain(reader.lineOf("address"),
                             QStringLiteral("\"address\" of %1 is %2 but has to be like "
                                            "\"00:11:22:33:44:55\", not all zero")
-                                .arg(reader.what(), text::quoted(*text)));
+                                .arg(reader.what(), base::quoted(*text)));
         }
     }
     device.name = reader.text("name").value_or(QString());
@@ -61,7 +61,7 @@ void readIdentity(ObjectReader& reader, SimulatedDevice& device)
             reader.complain(reader.lineOf("class"),
                             QStringLiteral("\"class\" of %1 is %2 but has to be a number of 24 bits like "
                                            "\"0x5a020c\"")
-                                .arg(reader.what(), text::quoted(*text)));
+                                .arg(reader.what(), base::quoted(*text)));
         }
     }
 }

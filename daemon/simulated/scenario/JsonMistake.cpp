@@ -1,6 +1,6 @@
 #include "JsonMistake.h"
 
-#include "text/Quoted.h"
+#include "base/Quoted.h"
 
 #include <QRegularExpression>
 #include <QTextCodec>
@@ -114,7 +114,7 @@ QString mistakeInText(char wrong)
 
 QString mistakeInWord(const Token& word)
 {
-    const QString shown = text::quoted(decoded(word.bytes));
+    const QString shown = base::quoted(decoded(word.bytes));
     switch (word.bytes.at(0)) {
     case '/':
     case '#':
@@ -175,7 +175,7 @@ QString explain(const Mistake& mistake, char wrong, const JsonStop& stop)
         return mistakeInWord(token);
     }
     const QByteArray inner = token.isText() ? token.bytes.mid(1).chopped(1) : token.bytes;
-    const QString shown = text::quoted(decoded(inner));
+    const QString shown = base::quoted(decoded(inner));
     if (mistake.before.bytes == "," && (inner == "}" || inner == "]" || inner == ",")) {
         return QStringLiteral("a comma too many stands before %1").arg(shown);
     }

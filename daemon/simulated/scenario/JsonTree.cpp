@@ -1,7 +1,7 @@
 #include "JsonTree.h"
 
 #include "JsonMistake.h"
-#include "text/Quoted.h"
+#include "base/Quoted.h"
 
 #include <QSet>
 
@@ -93,7 +93,7 @@ public:
         if (frame.names.contains(frame.name)) {
             m_problem = {
                 frame.nameLine,
-                QStringLiteral("%1 stands here twice; leave one of them").arg(text::quoted(frame.name))
+                QStringLiteral("%1 stands here twice; leave one of them").arg(base::quoted(frame.name))
             };
             return false;
         }

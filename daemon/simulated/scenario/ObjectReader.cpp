@@ -1,7 +1,7 @@
 #include "ObjectReader.h"
 
-#include "text/NearestWord.h"
-#include "text/Quoted.h"
+#include "base/NearestWord.h"
+#include "base/Quoted.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,7 +16,7 @@ QString listOf(const QStringList& words)
     constexpr int Most = 12;
     QStringList shown;
     for (const QString& word : words.mid(0, Most)) {
-        const QString quoted = text::quoted(word);
+        const QString quoted = base::quoted(word);
         shown << (quoted.size() == word.size() + 2 ? word : quoted);
     }
     if (words.size() > Most) {
@@ -29,11 +29,11 @@ QString listOf(const QStringList& words)
 
 QString unknownWord(const QString& text, const QString& role, const QStringList& words)
 {
-    const QString nearest = text::nearestWord(text, words);
+    const QString nearest = base::nearestWord(text, words);
     const QString advice = nearest.isEmpty()
         ? QStringLiteral("; there are %1").arg(listOf(words))
-        : QStringLiteral("; did you mean %1?").arg(text::quoted(nearest));
-    return QStringLiteral("%1 is no %2").arg(text::quoted(text), role) + advice;
+        : QStringLiteral("; did you mean %1?").arg(base::quoted(nearest));
+    return QStringLiteral("%1 is no %2").arg(base::quoted(text), role) + advice;
 }
 
 ObjectReader::ObjectReader(const JsonValue& value, QString what, const QStringList& known,

@@ -1,7 +1,7 @@
 #include "ScenarioFiles.h"
 
 #include "ScenarioReader.h"
-#include "text/NearestWord.h"
+#include "base/NearestWord.h"
 
 #include <QDir>
 #include <QFile>
@@ -83,7 +83,7 @@ std::pair<QString, QString> findScenario(const QString& nameOrPath)
     if (QFileInfo::exists(nameOrPath)) {
         return { nameOrPath, {} };
     }
-    const QString nearest = text::nearestWord(nameOrPath, names);
+    const QString nearest = base::nearestWord(nameOrPath, names);
     QString problem = names.isEmpty()
         ? QStringLiteral("there is no scenario in %1").arg(scenarioFolder())
         : QStringLiteral("there is no scenario \"%1\"; there are %2, and any file by its path")

@@ -4,7 +4,7 @@
 #include "DeviceReader.h"
 #include "ObjectReader.h"
 #include "Quantities.h"
-#include "text/Quoted.h"
+#include "base/Quoted.h"
 
 #include <QHash>
 
@@ -109,7 +109,7 @@ qulonglong Reader::find(const QString& nameOrAddress, ObjectReader& reader, int 
     if (called.size() > 1 && !nameOrAddress.isEmpty()) {
         reader.complain(line,
                         QStringLiteral("%1: several devices are called %2; name the address of the one")
-                            .arg(reader.what(), text::quoted(nameOrAddress)));
+                            .arg(reader.what(), base::quoted(nameOrAddress)));
         return 0;
     }
     const bool meansAddress = nameOrAddress.contains(QLatin1Char(':'));

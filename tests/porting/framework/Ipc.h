@@ -13,7 +13,6 @@
 #include <QStringList>
 #include <QVariant>
 
-#include <boost/any.hpp>
 #include <boost/function.hpp>
 
 #include <map>
@@ -23,6 +22,9 @@
 #ifndef READER
 #define READER
 #endif
+
+using recording::record;
+using Text = const QString&;
 
 class ServerModule;
 
@@ -37,21 +39,21 @@ public:
     }
     QVariant value() READER
     {
-        recording::record("value", m_id, "->", m_value);
+        record("value", m_id, "->", m_value);
         return m_value;
     }
     bool setValue(const QVariant& value, bool flag)
     {
-        recording::record("setValue", m_id, value, flag);
+        record("setValue", m_id, value, flag);
         store(value);
         return true;
     }
     void setRange(const QVariant& minimum, const QVariant& maximum)
     {
-        recording::record("setRange", m_id, minimum, maximum);
+        record("setRange", m_id, minimum, maximum);
     }
-    void setRegularExpression(const QString& text) { recording::record("setRegularExpression", m_id, text); }
-    void setApplicable(bool first, bool second) { recording::record("setApplicable", m_id, first, second); }
+    void setRegularExpression(const QString& text) { record("setRegularExpression", m_id, text); }
+    void setApplicable(bool first, bool second) { record("setApplicable", m_id, first, second); }
 
     void store(const QVariant& value);
     bool observed = false;
@@ -69,12 +71,9 @@ public:
         : QObject(parent)
     {
         setObjectName(name);
-        recording::record("EnumType", name, parent == nullptr ? "no parent" : "parent");
+        record("EnumType", name, parent == nullptr ? "no parent" : "parent");
     }
-    void add(const QString& label, const QString& symbol, int value)
-    {
-        recording::record("  add", label, symbol, value);
-    }
+    void add(Text label, Text symbol, int value) { record("  add", label, symbol, value); }
 };
 
 class Q_DECL_EXPORT ServerModule : public QObject
@@ -86,7 +85,7 @@ public:
     ServerModule(const QString& moduleName, QObject* parent)
         : QObject(parent)
     {
-        recording::record("ServerModule", moduleName, parent == nullptr ? "no parent" : "parent");
+        record("ServerModule", moduleName, parent == nullptr ? "no parent" : "parent");
     }
 
     virtual QString dbusAddress() { return {}; }
@@ -109,37 +108,32 @@ public:
     virtual void idsChosen() { }
     virtual void ending() { }
 
-    Items addConfig(const QString& id, const QString& label, const QVariant& value, const QString& applicable,
-                    unsigned instances)
+    Items addConfig(Text id, Text label, const QVariant& value, Text applicable, unsigned instances)
     {
-        recording::record("addConfig", id, label, value, applicable, instances);
+        record("addConfig", id, label, value, applicable, instances);
         return add(id, value);
     }
-    Items addStringConfig(const QString& id, const QString& label, const QString& text,
-                          const QString& applicable, unsigned instances, const QString& further)
+    Items addStringConfig(Text id, Text label, Text text, Text applicable, unsigned instances, Text further)
     {
-        recording::record("addStringConfig", id, label, text, applicable, instances, further);
+        record("addStringConfig", id, label, text, applicable, instances, further);
         return add(id, text);
     }
-    void addResult(const QString& id, const QString& label, const QVariant& value, const QString& applicable,
-                   unsigned instances)
+    void addResult(Text id, Text label, const QVariant& value, Text applicable, unsigned instances)
     {
-        recording::record("addResult", id, label, value, applicable, instances);
+        record("addResult", id, label, value, applicable, instances);
     }
-    void addStringResult(const QString& id, const QString& label, const QString& text,
-                         const QString& applicable, unsigned instances, const QString& further)
+    void addStringResult(Text id, Text label, Text text, Text applicable, unsigned instances, Text further)
     {
-        recording::record("addStringResult", id, label, text, applicable, instances, further);
+        record("addStringResult", id, label, text, applicable, instances, further);
     }
-    void addBoolResult(const QString& id, const QString& label, bool value, const QString& applicable,
-                       unsigned instances, const QString& further)
+    void addBoolResult(Text id, Text label, bool value, Text applicable, unsigned instances, Text further)
     {
-        recording::record("addBoolResult", id, label, value, applicable, instances, further);
+        record("addBoolResult", id, label, value, applicable, instances, further);
     }
-    void addEnumResult(const QString& id, const QString& label, int value, const EnumType& type,
-                       const QString& applicable, unsigned instances)
+    void addEnumResult(Text id, Text label, int value, const EnumType& type, Text applicable,
+                       unsigned instances)
     {
-        recording::record("addEnumResult", id, label, value, type.objectName(), applicable, instances);
+        record("addEnumResult", id, label, value, type.objectName(), applicable, instances);
     }
     /// Written down as the first expression with "%1" for its number, where the others are like it.
     static QString concatForInstances(const QStringList& expressions)
@@ -150,54 +144,55 @@ public:
             alike = alike && expressions[i] == QString(pattern).replace("%1", QString::number(i));
         }
         const QString packed = QString("packed %1").arg(recording::lines().filter("packed ").size() / 2 + 1);
-        recording::record("concatForInstances", expressions.size(), alike ? pattern : expressions.join(" ; "),
-                          "->", packed);
+        record("concatForInstances", expressions.size(), alike ? pattern : expressions.join(" ; "), "->",
+               packed);
         return packed;
     }
-    void AddActionNullParam(const QString& id, const QString& label, const boost::function<void()>& handler)
+    void AddActionNullParam(Text id, Text label, const boost::function<void()>& handler)
     {
-        recording::record("AddActionNullParam", id, label);
+        record("AddActionNullParam", id, label);
         commands[id] = handler;
     }
-    void AddActionStringParam(const QString& id, const QString& label,
+    void AddActionStringParam(Text id, Text label,
                               const boost::function<std::string(const std::string&)>& handler)
     {
-        recording::record("AddActionStringParam", id, label);
+        record("AddActionStringParam", id, label);
         textCommands[id] = handler;
     }
-    void markConfigAsPrivate(const QString& id) { recording::record("markConfigAsPrivate", id); }
-    void observeItem(const QString& id)
+    void markConfigAsPrivate(const QString& id) { record("markConfigAsPrivate", id); }
+    void observeItem(Text id)
     {
-        recording::record("observeItem", id);
+        record("observeItem", id);
         item(id)->observed = true;
     }
-    bool configExists(const QString& id) READER
+    bool configExists(Text id) READER
     {
-        recording::record("configExists", id);
+        record("configExists", id);
         return item(id) != nullptr;
     }
-    ServerItem* config(const QString& id) READER
+    ServerItem* config(Text id) READER
     {
-        recording::record("config", id);
+        record("config", id);
         // One that is not of this module is true.
         const auto other = std::make_shared<ServerItem>(*this, id, true);
         return m_items.emplace(id, other).first->second.get();
     }
-    bool setConfig(const QString& id, const QVariant& value, bool flag)
+    bool setConfig(Text id, const QVariant& value, bool flag)
     {
-        recording::record("setConfig", id, value, flag);
-        if (ServerItem* const config = item(id))
+        record("setConfig", id, value, flag);
+        if (ServerItem* const config = item(id)) {
             config->store(value);
+        }
         return true;
     }
-    bool setResult(const QString& id, const QVariant& value, bool flag)
+    bool setResult(Text id, const QVariant& value, bool flag)
     {
-        recording::record("setResult", id, value, flag);
+        record("setResult", id, value, flag);
         return true;
     }
-    void setActionApplicable(const QString& address, bool applicable)
+    void setActionApplicable(Text address, bool applicable)
     {
-        recording::record("setActionApplicable", address, applicable);
+        record("setActionApplicable", address, applicable);
     }
 
     // For those who look at it.
@@ -208,7 +203,7 @@ Q_SIGNALS:
     void itemChanged(const QString& id);
 
 private:
-    Items add(const QString& id, const QVariant& value)
+    Items add(Text id, const QVariant& value)
     {
         const QString address = ":config:bluetoothlauncher:bluetooth:" + id + ':';
         m_items[id] = m_items[address] = std::make_shared<ServerItem>(*this, address, value);
@@ -225,8 +220,9 @@ private:
 inline void ServerItem::store(const QVariant& value)
 {
     m_value = value;
-    if (observed)
+    if (observed) {
         Q_EMIT const_cast<ServerModule&>(m_module).itemChanged(m_id);
+    }
 }
 
 class Q_DECL_EXPORT RegistrationModule : public ServerModule
@@ -254,20 +250,17 @@ class Q_DECL_EXPORT KelAggregate
 public:
     explicit KelAggregate(std::shared_ptr<const KelAggregateDescriptor> descriptor)
     {
-        recording::record("KelAggregate");
-        for (const auto& [name, flags] : *descriptor)
-            recording::record("  declares", name, "0x" + QString::number(flags, 16));
+        record("KelAggregate");
+        for (const auto& [name, flags] : *descriptor) {
+            record("  declares", name, "0x" + QString::number(flags, 16));
+        }
     }
     template <typename T>
     void setPropertyValue(const std::string& name, const T& value)
     {
-        recording::record("setPropertyValue", name, value);
-        m_values[name] = value;
+        record("setPropertyValue", name, value);
     }
     QVariant toVariant() const { return "the record"; }
-
-private:
-    std::map<std::string, boost::any> m_values;
 };
 
 class Q_DECL_EXPORT KELClientInterface
@@ -276,13 +269,13 @@ public:
     static inline bool isThere = true;
     static KELClientInterface* getSessionBusClient(const QString& name, QObject* parent)
     {
-        recording::record("getSessionBusClient", name, parent == nullptr ? "no parent" : "parent");
+        record("getSessionBusClient", name, parent == nullptr ? "no parent" : "parent");
         static KELClientInterface client;
         return isThere ? &client : nullptr;
     }
     bool store(const QVariant& value, const QString& item)
     {
-        recording::record("store", item, value);
+        record("store", item, value);
         return true;
     }
 };

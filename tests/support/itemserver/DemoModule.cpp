@@ -45,8 +45,9 @@ void DemoModule::addResults()
     openResultToClients("record");
     addResult("volume", "Measured Volume", 0, EMPTYQS, 1);
     QStringList rows;
-    for (unsigned i = 0; i < Rows; ++i)
+    for (unsigned i = 0; i < Rows; ++i) {
         rows << QString("(res.rowName_%1.value != \"\") && (cfg.enabled.value)").arg(i);
+    }
     addStringResult("rowName", "Name", EMPTYQS, concatForInstances(rows), Rows, EMPTYQS);
     addEnumResult("rowState", "Row State", 0, state, concatForInstances(rows), Rows);
 }
@@ -68,10 +69,11 @@ std::string DemoModule::writeResult(const std::string& text)
     const QString request = QString::fromStdString(text);
     const QString id = request.section('=', 0, 0);
     const QString value = request.section('=', 1);
-    if (configExists(id))
+    if (configExists(id)) {
         setConfig(id, value, true);
-    else
+    } else {
         setResult(id, value, true);
+    }
     return {};
 }
 
@@ -88,7 +90,8 @@ std::string DemoModule::writeMany(const std::string& text)
 void DemoModule::forkAndReturn()
 {
     const pid_t child = fork();
-    if (child == 0)
+    if (child == 0) {
         return; // as a module does whose program cannot be executed
+    }
     setResult("serial", static_cast<qulonglong>(child), true);
 }

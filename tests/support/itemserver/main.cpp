@@ -22,8 +22,9 @@ int main(int argc, char** argv)
     const QStringList arguments = QCoreApplication::arguments();
     QCoreApplication::setApplicationName(arguments[1]);
     ipc::ItemServer server(QDBusConnection::sessionBus(), arguments[2]);
-    for (const QString& name : arguments.mid(3))
+    for (const QString& name : arguments.mid(3)) {
         server.addModule(*new DemoModule(name, &application));
+    }
     QString error;
     if (!server.start(&error)) {
         qCritical().noquote() << error;
