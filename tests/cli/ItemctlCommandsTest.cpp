@@ -25,10 +25,8 @@ private Q_SLOTS:
             "itemctl: note: pin does not apply now");
         row("get by addresses of one server",
             { "get", ":result:demo:mod:state:", ":config:demo:mod:enabled:" }, 0, "0\nfalse\n", "");
-        row("get what was never written, JSON", { "get", "record", "--json" }, 0, "null\n", "");
         row("get what was never written", { "get", "record" }, 1, "", "record has no value yet");
         row("get an action", { "get", "echo" }, 1, "", "itemctl call echo");
-        row("get an action, JSON", { "get", "echo", "--json" }, 1, "", "itemctl call echo");
         row("values of an enumeration, for completion", { "values", "state" }, 0,
             "DEMO_STATE_OFF\nDEMO_STATE_ON\nDEMO_STATE_FAILED\n", "");
         row("names of a kind, for completion", { "names", "config" }, 0,
@@ -54,18 +52,14 @@ private Q_SLOTS:
         row("wait for a module of no server", { "wait", "bluetooth:pairlistAddr:3=x" }, 5, "",
             "has a module \"bluetooth\"");
         row("like a module", { "get", "mood:enabled" }, 3, "", R"(did you mean "mod:enabled"?)");
-        row("index of no item", { "get", "rows:3" }, 3, "", "no item");
-        row("no item of the module", { "get", "mod:nosuch" }, 3, "", "no item");
         row("values of a bool, for completion", { "values", "mod:enabled" }, 0, "true\nfalse\n", "");
         row("nothing of it when one is missing", { "get", "state", "stat" }, 3, "",
             "did you mean \"state\"?");
         row("set refused by range", { "set", ":config:demo:mod:volume:", "11" }, 1, "",
             "0 to 10 are allowed");
         row("set a result", { "set", "state", "On" }, 1, "", ":result:demo:mod:state:");
-        row("set an action", { "set", "echo", "x" }, 1, "", "is an action");
         row("set, JSON", { "set", ":config:demo:mod:volume:", "7", "--json" }, 0, "7\n", "");
         row("set what does not apply", { "set", "pin", "4711" }, 0, "", "pin does not apply now");
-        row("set the empty text", { "set", "pin", "" }, 1, "", "0 characters");
         row("call", { "call", "echo", "a b" }, 0, "a b\n", "");
         row("call without text", { "call", "echo" }, 0, "", "");
         row("call, JSON", { "call", "echo", "--json" }, 0, "\"\"\n", "");
@@ -91,12 +85,13 @@ private Q_SLOTS:
         row("address of an absent server", { "get", ":config:nosuch:mod:state:" }, 5, "", "nosuch");
         row("pattern of nothing", { "list", "nosuch*" }, 3, "", "\"nosuch*\"");
         row("watch nothing", { "watch", "nosuch" }, 3, "", "\"nosuch\"");
+        row("top in a pipe", { "top" }, 1, "", "needs a terminal");
+        row("watch for a while", { "watch", "--timeout", "0.1" }, 0, "", "");
+        row("watch for what does not come", { "watch", "--timeout", "0.1", "--count", "1" }, 4, "", "0 of 1");
         row("no subcommand", {}, 2, "", "itemctl --help");
         row("like a subcommand", { "lst" }, 2, "", R"("lst" is no subcommand; did you mean "list"?)");
         row("like no subcommand", { "explode" }, 2, "", "there are list, get, describe, servers, set,");
         row("like an option", { "get", "state", "--jsn" }, 2, "",
-            R"(no option "--jsn"; did you mean "--json"?)");
-        row("option instead of a subcommand", { "--jsn" }, 2, "",
             R"(no option "--jsn"; did you mean "--json"?)");
         row("option instead of a text", { "call", "echo", "-x" }, 2, "",
             R"(begins with "-" goes behind "--")");
@@ -111,6 +106,13 @@ private Q_SLOTS:
         row("like an address", { "get", ":result:demo:mod:staet:" }, 3, "",
             R"(did you mean ":result:demo:mod:state:"?)");
         row("help for nothing", { "help", "explode" }, 2, "", R"("explode" is no subcommand)");
+        row("wait for what holds", { "wait", "--json", "state=Off", "state!=3" }, 0,
+            R"([{"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
+            R"("kind":"result","label":"State","value":0,"text":"Off","applicable":true}])"
+            "\n",
+            "");
+        row("wait for no item", { "wait", "stat=On" }, 3, "", "stat");
+        row("wait for no value", { "wait", "state=Onn" }, 2, "", "Onn");
         row("no number", { "wait", "state=0", "--timeout", "nan" }, 2, "", "\"nan\"");
         row("no time", { "wait", "state=0", "--timeout", "-1" }, 2, "", "\"-1\"");
         row("no count", { "watch", "--count", "0", "--timeout", "0" }, 2, "", "--count");

@@ -59,9 +59,7 @@ private Q_SLOTS:
                                                                   "expected");
         const QVariant on(3);
         row("number", "enum", on, "On", "i=3", true);
-        row("symbol", "enum", on, "On", "i=BLUETOOTHSTATUS_ON", true);
         row("label", "enum", on, "On", "i=On", true);
-        row("label, other case", "enum", on, "On", "i=on", true);
         row("label with a blank", "enum", 0, "No Device", "i=No Device", true);
         row("other value", "enum", on, "On", "i=Off", false);
         row("differs", "enum", on, "On", "i!=Off", true);

@@ -13,23 +13,6 @@
 
 using itemctl::Item;
 
-/// What people and programs get to read of values.
-class ItemctlTextTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
-    void escapes_data();
-    void escapes();
-    void fits_data();
-    void fits();
-    void values_data();
-    void values();
-    void itemAsJson();
-    void changeAsJson();
-    void descriptionNamesLimits();
-    void liveViewHidesEmptyRows();
-};
-
 namespace {
 
 Item enumItem(int value, const QString& text)
@@ -50,6 +33,117 @@ Item enumItem(int value, const QString& text)
 
 } // namespace
 
+/// What people and programs get to read of values.
+class ItemctlTextTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void escapes_data();
+
+    void escapes()
+    {
+        QFETCH(QString, text);
+        QTEST(itemctl::escaped(text), "shown");
+    }
+
+    void fits_data()
+    {
+        const Rows<QString, int, QString> row("text", "columns", "shown");
+        row("filled", "ab", 4, "ab  ");
+        row("exactly", "abcd", 4, "abcd");
+        row("cut", "abcde", 4, "abc\u2026");
+        row("no room", "abc", 0, "");
+        row("wide characters", "\u65e5\u65e5\u65e5", 5, "\u65e5\u65e5\u2026");
+        row("not in the middle of a wide one", "\u65e5\u65e5\u65e5", 4, "\u65e5\u2026 ");
+    }
+
+    void fits()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, columns);
+        QTEST(itemctl::fitted(text, columns), "shown");
+    }
+
+    void values_data();
+
+    void values()
+    {
+        QFETCH(QVariant, value);
+        QTEST(itemctl::rawText(value), "raw");
+        QTEST(itemctl::jsonText(itemctl::toJson(value)), "json");
+    }
+
+    void valuesWithTheirLabel()
+    {
+        QCOMPARE(itemctl::shownValue(enumItem(4, "Headset\x1b")), "4 (Headset\\x1b)");
+        QCOMPARE(itemctl::shownValue(enumItem(77, QString())), "77");
+        Item empty;
+        QCOMPARE(itemctl::shownValue(empty), "-");
+        empty.value = QString("");
+        QCOMPARE(itemctl::shownValue(empty), "\"\"");
+    }
+
+    void changeAsJson()
+    {
+        Item item = enumItem(4, "Headset Connected");
+        const auto applicability = itemctl::apply({ { "applicable", false } }, item);
+        const auto json = itemctl::changeJson(item, applicability);
+        QCOMPARE(json.value("applicable", true), false);
+        QVERIFY(!json.contains("value"));
+        QVERIFY(!json.contains("text"));
+        const auto value = itemctl::apply({ { "value", 1 }, { "text", "Connected" } }, item);
+        const auto other = itemctl::changeJson(item, value);
+        QCOMPARE(other.value("text", ""), std::string("Connected"));
+        QCOMPARE(other.value("index", -1), 3);
+        QVERIFY(!other.contains("applicable"));
+        QVERIFY(!itemctl::apply({ { "applicable", false } }, item));
+    }
+
+    void descriptionNamesLimits()
+    {
+        Item item = enumItem(0, {});
+        item.applicable = false;
+        const auto lines = [&](const QVariantMap& description) {
+            return itemctl::descriptionLines(item, description).join('\n').simplified();
+        };
+        const QString text = lines({ { "type", "text" },
+                                     { "minimum", 4U },
+                                     { "maximum", 16U },
+                                     { "regularExpression", "[0-9]+" },
+                                     { "default", false } });
+        QVERIFY2(text.contains("range 4 to 16 characters expression [0-9]+"), qPrintable(text));
+        QVERIFY2(text.contains("default false"), qPrintable(text));
+        QVERIFY2(text.contains("applies now no"), qPrintable(text));
+        QVERIFY(lines({ { "type", "int" }, { "minimum", -1 } }).contains("range at least -1"));
+        QVERIFY(lines({ { "type", "int" }, { "maximum", -1 } }).contains("range at most -1"));
+        const ipc::EnumValues values{ { "On", "STATUS_ON", 3 } };
+        QVERIFY(
+            lines({ { "enumeration", QVariant::fromValue(values) } }).contains("values 3 (On) STATUS_ON"));
+    }
+
+    void liveViewHidesEmptyRows()
+    {
+        Item name = enumItem(0, {});
+        name.id = "pairlistName";
+        name.isEnumeration = false;
+        itemctl::Items items;
+        for (int index = 0; index < 3; ++index) {
+            name.index = index;
+            name.applicable = index != 1;
+            name.value = index == 2 ? QString() : "Headset";
+            items += name;
+        }
+        Item state = enumItem(1, "Connected");
+        state.index = 0;
+        items += state;
+        const auto rows = itemctl::topRows(items);
+        QCOMPARE(rows.size(), 2);
+        QCOMPARE(rows[0].text, "bluetooth:pairlist");
+        QCOMPARE(rows[1].items, (QVector<int>{ 0, 3 }));
+        QCOMPARE(rows[1].text.simplified(), "0 Headset 1 (Connected)");
+    }
+};
+
 void ItemctlTextTest::escapes_data()
 {
     const Rows<QString, QString> row("text", "shown");
@@ -62,30 +156,6 @@ void ItemctlTextTest::escapes_data()
     row("direction override", QStringLiteral("a\u202eb\u2066"), R"(a\u202eb\u2066)");
     row("line separator", "\u2028", R"(\u2028)");
     row("beyond the basic plane", "\U0001F3A7", "\U0001F3A7");
-}
-
-void ItemctlTextTest::escapes()
-{
-    QFETCH(QString, text);
-    QTEST(itemctl::escaped(text), "shown");
-}
-
-void ItemctlTextTest::fits_data()
-{
-    const Rows<QString, int, QString> row("text", "columns", "shown");
-    row("filled", "ab", 4, "ab  ");
-    row("exactly", "abcd", 4, "abcd");
-    row("cut", "abcde", 4, "abc\u2026");
-    row("no room", "abc", 0, "");
-    row("wide characters", "\u65e5\u65e5\u65e5", 5, "\u65e5\u65e5\u2026");
-    row("not in the middle of a wide one", "\u65e5\u65e5\u65e5", 4, "\u65e5\u2026 ");
-}
-
-void ItemctlTextTest::fits()
-{
-    QFETCH(QString, text);
-    QFETCH(int, columns);
-    QTEST(itemctl::fitted(text, columns), "shown");
 }
 
 void ItemctlTextTest::values_data()
@@ -107,87 +177,6 @@ void ItemctlTextTest::values_data()
     row("texts", QStringList{ "a", "b" }, R"(["a","b"])", R"(["a","b"])");
     row("record", QVariantMap{ { "addr", 18446744073709551615ULL }, { "on", true } },
         R"({"addr":18446744073709551615,"on":true})", R"({"addr":18446744073709551615,"on":true})");
-}
-
-void ItemctlTextTest::values()
-{
-    QFETCH(QVariant, value);
-    QTEST(itemctl::rawText(value), "raw");
-    QTEST(itemctl::jsonText(itemctl::toJson(value)), "json");
-}
-
-void ItemctlTextTest::itemAsJson()
-{
-    QCOMPARE(itemctl::shownValue(enumItem(4, "Headset\x1b")), "4 (Headset\\x1b)");
-    QCOMPARE(itemctl::shownValue(enumItem(77, QString())), "77");
-    Item empty;
-    QCOMPARE(itemctl::shownValue(empty), "-");
-    empty.value = QString("");
-    QCOMPARE(itemctl::shownValue(empty), "\"\"");
-    QCOMPARE(itemctl::jsonText(itemctl::itemJson(enumItem(4, "Headset Connected"))),
-             R"({"address":":result:host:bluetooth:pairlistConnectionState:3:","server":"host",)"
-             R"("module":"bluetooth","id":"pairlistConnectionState","index":3,"kind":"result",)"
-             R"("label":"Connection State","value":4,"text":"Headset Connected",)"
-             R"("applicable":true})");
-}
-
-void ItemctlTextTest::changeAsJson()
-{
-    Item item = enumItem(4, "Headset Connected");
-    const auto applicability = itemctl::apply({ { "applicable", false } }, item);
-    const auto json = itemctl::changeJson(item, applicability);
-    QCOMPARE(json.value("applicable", true), false);
-    QVERIFY(!json.contains("value"));
-    QVERIFY(!json.contains("text"));
-    const auto value = itemctl::apply({ { "value", 1 }, { "text", "Connected" } }, item);
-    const auto other = itemctl::changeJson(item, value);
-    QCOMPARE(other.value("text", ""), std::string("Connected"));
-    QCOMPARE(other.value("index", -1), 3);
-    QVERIFY(!other.contains("applicable"));
-    QVERIFY(!itemctl::apply({ { "applicable", false } }, item));
-}
-
-void ItemctlTextTest::descriptionNamesLimits()
-{
-    Item item = enumItem(0, {});
-    item.applicable = false;
-    const auto lines = [&](const QVariantMap& description) {
-        return itemctl::descriptionLines(item, description).join('\n').simplified();
-    };
-    const QString text = lines({ { "type", "text" },
-                                 { "minimum", 4U },
-                                 { "maximum", 16U },
-                                 { "regularExpression", "[0-9]+" },
-                                 { "default", false } });
-    QVERIFY2(text.contains("range 4 to 16 characters expression [0-9]+"), qPrintable(text));
-    QVERIFY2(text.contains("default false"), qPrintable(text));
-    QVERIFY2(text.contains("applies now no"), qPrintable(text));
-    QVERIFY(lines({ { "type", "int" }, { "minimum", -1 } }).contains("range at least -1"));
-    QVERIFY(lines({ { "type", "int" }, { "maximum", -1 } }).contains("range at most -1"));
-    const ipc::EnumValues values{ { "On", "STATUS_ON", 3 } };
-    QVERIFY(lines({ { "enumeration", QVariant::fromValue(values) } }).contains("values 3 (On) STATUS_ON"));
-}
-
-void ItemctlTextTest::liveViewHidesEmptyRows()
-{
-    Item name = enumItem(0, {});
-    name.id = "pairlistName";
-    name.isEnumeration = false;
-    itemctl::Items items;
-    for (int index = 0; index < 3; ++index) {
-        name.index = index;
-        name.applicable = index != 1;
-        name.value = index == 2 ? QString() : "Headset";
-        items += name;
-    }
-    Item state = enumItem(1, "Connected");
-    state.index = 0;
-    items += state;
-    const auto rows = itemctl::topRows(items);
-    QCOMPARE(rows.size(), 2);
-    QCOMPARE(rows[0].text, "bluetooth:pairlist");
-    QCOMPARE(rows[1].items, (QVector<int>{ 0, 3 }));
-    QCOMPARE(rows[1].text.simplified(), "0 Headset 1 (Connected)");
 }
 
 QTEST_GUILESS_MAIN(ItemctlTextTest)

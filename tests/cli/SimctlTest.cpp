@@ -14,208 +14,275 @@
 
 #include <sys/stat.h>
 
+#include <tuple>
+#include <vector>
+
 class SimctlTest : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
+    void initTestCase()
+    {
+        QCOMPARE(m_bus.start(), QString());
+        qputenv("BLUESIM_PAUSED", "1");
+        QCOMPARE(::mkfifo(qPrintable(m_folder.filePath("pipe.rec")), 0600), 0);
+    }
+
+    void init()
+    {
+        world::Command command;
+        command.arguments = QStringList{ BLUESIM, "test", "1", "1" };
+        QCOMPARE(m_sim.start(command), 0);
+        QTRY_VERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
+        QCOMPARE(change({ "time", "step", "0.5" }), QString()); // until it is on
+    }
+
     void cleanup() { m_sim.end(); }
 
-    void listsDevices();
-    void addsDevices_data();
-    void addsDevices();
-    void devicesDoThings();
-    void showsOddDevices();
-    void tellsTheCalls();
-    void drivesTime();
+    void listsDevices()
+    {
+        const Finished table = simctl({ "devices" });
+        QCOMPARE(table.status, 0);
+        const QStringList lines = table.out.split('\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 11);
+        QCOMPARE(lines.first(), "00:11:22:33:44:01  Phone             -48 dBm  code          plain");
+        QCOMPARE(lines.at(2), "00:11:22:33:44:03  Car Kit           -62 dBm  pin 5190      headset");
+        QCOMPARE(lines.at(6), "00:11:22:33:44:07  -                 -74 dBm  just-works    plain");
+        QCOMPARE(device("00:11:22:33:44:03").value("pin"), "5190");
+        const QJsonObject phone = device("00:11:22:33:44:08");
+        QCOMPARE(phone.keys(),
+                 (QStringList{ "address", "class", "connection", "is", "name", "pairState", "paired",
+                               "pairing", "present", "rssi" }));
+        QCOMPARE(phone.value("is").toArray(), (QJsonArray{ "app", "ios" }));
+    }
+
+    void addsDevices_data()
+    {
+        const Rows<QStringList, QString, QJsonArray> row("options", "pairing", "is");
+        row("plain", {}, "just-works", { "plain" });
+        row("PIN", { "--pin", "007" }, "pin", { "plain" });
+        row("code", { "--code" }, "code", { "plain" });
+        row("that code", { "--code", "000000" }, "code", { "plain" });
+        row("refuses", { "--refuses" }, "refuses", { "plain" });
+        row("paired", { "--paired", "--pin", "1" }, "pin", { "plain" });
+        row("times out", { "--times-out" }, "times-out", { "plain" });
+        row("headset", { "--headset", "--confirmation" }, "confirmation", { "headset" });
+        row("all of them", { "--ios", "--app", "--ftp", "--wifed", "--headset" }, "just-works",
+            { "headset", "app", "ftp", "ios", "wifed" });
+    }
+
+    void addsDevices()
+    {
+        QFETCH(QStringList, options);
+        QFETCH(QString, pairing);
+        QFETCH(QJsonArray, is);
+        const QString address = "0A:00:00:00:00:01";
+        QCOMPARE(change(QStringList{ "add", "Lamp \"x\"", "--address", address, "--rssi", "-45", "--class",
+                                     "0x540" }
+                        + options),
+                 QString());
+        const QJsonObject lamp = device(address);
+        QCOMPARE(lamp.value("name").toString(), "Lamp \"x\"");
+        QCOMPARE(lamp.value("rssi").toInt(), -45);
+        QCOMPARE(lamp.value("class").toInt(), 0x540);
+        QCOMPARE(lamp.value("pairing").toString(), pairing);
+        QCOMPARE(lamp.value("is").toArray(), is);
+        QCOMPARE(lamp.value("paired").toBool(), options.contains("--paired"));
+    }
+
+    void devicesDoThings()
+    {
+        const QString address = "0A:00:00:00:00:01";
+        QCOMPARE(change({ "add", "Lamp", "--address", address, "--times-out" }), QString());
+        QCOMPARE(change({ "pair-request", "Lamp" }), QString());
+        const std::vector<std::tuple<QStringList, QString, QJsonValue>> steps{
+            { { "time", "step", "2" }, "pairState", 2 }, // waits for the person at the lamp
+            { { "answer", "Lamp", "accept" }, "paired", false },
+            { { "time", "step", "2" }, "paired", true },
+            { { "connect", "0a:00:00:00:00:01" }, "connection", 1 },
+            { { "drop", "Lamp" }, "connection", 0 },
+            { { "move", "Lamp", "-90", "--in", "10" }, "rssi", -60 },
+            { { "time", "step", "5" }, "rssi", -75 },
+            { { "remove", "Lamp" }, "present", false },
+        };
+        for (const auto& [arguments, key, expected] : steps) {
+            QCOMPARE(change(arguments), QString());
+            QCOMPARE(device(address).value(key), expected);
+        }
+        QCOMPARE(change({ "remove", "Lamp" }), "1: simctl: Lamp is away already\n");
+        for (const char* command : { "connect", "drop", "pair-request" }) {
+            QCOMPARE(change({ command, "Lamp" }), "1: simctl: Lamp is away; it has to return first\n");
+        }
+        QCOMPARE(change({ "return", "Lamp" }), QString());
+        QCOMPARE(change({ "return", "Lamp" }), "1: simctl: Lamp is there already\n");
+        QCOMPARE(change({ "connect", "Lamp" }), QString());
+        QVERIFY(simctl({ "devices" }).out.contains("connected"));
+        QCOMPARE(change({ "answer", "00:11:22:33:44:05", "refuse" }), // refuses us, but may ask itself
+                 "1: simctl: no pairing with 00:11:22:33:44:05 is under way\n");
+    }
+
+    void showsOddDevices()
+    {
+        const QString longName(30, 'x');
+        QCOMPARE(change({ "add", longName, "--address", "0A:00:00:00:00:02", "--paired" }), QString());
+        QCOMPARE(change({ "add", "\x1b[2J", "--address", "0A:00:00:00:00:03" }), QString());
+        QCOMPARE(change({ "add", "Phone", "--address", "0A:00:00:00:00:04" }), QString());
+        QCOMPARE(change({ "remove", longName }), QString());
+        call("Pair", { 0x001122334405ULL }); // refuses
+        QCOMPARE(change({ "time", "step", "3" }), QString());
+        const QString devices = simctl({ "devices" }).out;
+        const QString cut = QString(19, 'x') + QChar(0x2026);
+        for (const QString& line :
+             { "0A:00:00:00:00:02  " + cut + "  -60 dBm  just-works    plain        away, paired\n",
+               QString("00:11:22:33:44:05  Locked Tablet         -66 dBm  refuses       plain\n") }) {
+            QVERIFY2(devices.contains(line), qPrintable(devices));
+        }
+        QVERIFY(!simctl({ "names" }).out.contains('\x1b'));
+        QVERIFY(!simctl({ "names", "member" }).out.contains("PropertiesChanged"));
+        QCOMPARE(change({ "drop", "Phone" }),
+                 QString("3: simctl: several devices are called \"Phone\"; give an address\n"));
+    }
+
+    void tellsTheCalls()
+    {
+        call("Pair", { 0x001122334403ULL });
+        QCOMPARE(change({ "time", "step", "1.5" }), QString());
+        call("PINreply", { "51\n90" });
+        QCOMPARE(simctl({ "calls" }).out,
+                 "     0.500  Pair(73588229123)\n     2.000  PINreply(\"51\\n90\")\n");
+        QCOMPARE(simctl({ "--json", "calls" }).out.split('\n').first(),
+                 R"({"time":0.5,"member":"Pair","arguments":[73588229123]})");
+    }
+
+    void drivesTime()
+    {
+        QCOMPARE(simctl({ "time" }).out, "0.500 s, standing\n");
+        QCOMPARE(change({ "time", "step", "29.5" }), QString());
+        QCOMPARE(simctl({ "time", "--json" }).out, "{\"time\":30.0,\"paused\":true,\"speed\":1.0}\n");
+        QCOMPARE(change({ "time", "speed", "500" }), QString());
+        QCOMPARE(change({ "time", "resume" }), QString());
+        QVERIFY(simctl({ "time" }).out.endsWith("running at 500 times real time\n"));
+        QCOMPARE(change({ "time", "pause" }), QString());
+        QVERIFY(simctl({ "time" }).out.endsWith("standing\n"));
+    }
+
     void tellsTheFaults();
-    void noFaultEndsThePatience();
-    void recordsAStalledDaemon();
+
+    void noFaultEndsThePatience()
+    {
+        QCOMPARE(change({ "fault", "ignore-sigterm", "3600" }), QString());
+        m_sim.signal(SIGTERM);
+        QCOMPARE(change({ "fault", "none" }), QString());
+        QCOMPARE(m_sim.wait(std::chrono::seconds(20)), std::optional<int>(0));
+    }
+
+    void recordsAStalledDaemon()
+    {
+        QCOMPARE(change({ "fault", "stall" }), QString());
+        const QString file = m_folder.filePath("stalled.rec");
+        const Finished finished = simctl({ "record", file, "--timeout", "0.2" });
+        QVERIFY2(finished.err.contains("does not tell its properties"), qPrintable(finished.err));
+        QVERIFY2(finished.err.endsWith("simctl: 1 event recorded\n"), qPrintable(finished.err));
+        QCOMPARE(finished.status, 4);
+        QFile recording(file);
+        QVERIFY(recording.open(QIODevice::ReadOnly));
+        QVERIFY(recording.readAll().endsWith("\"appeared\":{}}\n"));
+    }
+
     void saysWhatIsWrong_data();
-    void saysWhatIsWrong();
-    void saysThatThereIsNoSimulation();
-    void helpCoversEverySubcommand();
+
+    void saysWhatIsWrong()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, status);
+        QFETCH(QString, error);
+        const Finished finished = simctl(arguments);
+        QVERIFY2(finished.err.startsWith("simctl: ") && finished.err.contains(error),
+                 qPrintable(finished.err));
+        QCOMPARE(finished.err.count('\n'), 1);
+        QCOMPARE(finished.status, status);
+        QCOMPARE(finished.out, QString());
+    }
+
+    void saysThatThereIsNoSimulation()
+    {
+        m_sim.signal(SIGSTOP);
+        QCOMPARE(simctl({ "names" }).status, 4); // no answer
+        m_sim.signal(SIGCONT);
+        m_sim.end();
+        QTRY_VERIFY(!QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
+        QCOMPARE(simctl({ "devices" }).status, 5);
+        QVERIFY(simctl({ "devices" }).err.contains("no simulated radio is on the system bus"));
+        const Finished noBus =
+            run(SIMCTL, { "time" },
+                { { { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus" } }, false, {} });
+        QCOMPARE(noBus.status, 5);
+        QVERIFY2(noBus.err.contains("DBUS_SYSTEM_BUS_ADDRESS"), qPrintable(noBus.err));
+    }
 
 private:
     static Finished simctl(const QStringList& arguments) { return run(SIMCTL, arguments); }
     /// Empty when it went well and printed nothing, otherwise what it said.
-    static QString change(const QStringList& arguments);
-    static QJsonObject device(const QString& address);
-    static void call(const char* method, const QVariantList& arguments = {});
+    static QString change(const QStringList& arguments)
+    {
+        const Finished finished = simctl(arguments);
+        return finished.status == 0 ? finished.out + finished.err
+                                    : QString("%1: %2").arg(finished.status).arg(finished.err);
+    }
+
+    static QJsonObject device(const QString& address)
+    {
+        for (const QString& line : simctl({ "devices", "--json" }).out.split('\n', Qt::SkipEmptyParts)) {
+            QJsonObject object = QJsonDocument::fromJson(line.toUtf8()).object();
+            if (object.value("address") == address) {
+                return object;
+            }
+        }
+        return {};
+    }
+
+    static void call(const char* method, const QVariantList& arguments)
+    {
+        QDBusMessage message = QDBusMessage::createMethodCall("com.qarn.bluetooth", "/com/qarn/Bluetooth",
+                                                              "com.qarn.bluetooth", method);
+        message.setArguments(arguments);
+        QCOMPARE(QDBusConnection::systemBus().call(message).errorMessage(), QString());
+    }
 
     PrivateSystemBus m_bus;
     QTemporaryDir m_folder;
     world::ChildProcess m_sim;
 };
 
-void SimctlTest::initTestCase()
+void SimctlTest::saysWhatIsWrong_data()
 {
-    QCOMPARE(m_bus.start(), QString());
-    qputenv("BLUESIM_PAUSED", "1");
-    QCOMPARE(::mkfifo(qPrintable(m_folder.filePath("pipe.rec")), 0600), 0);
-}
-
-void SimctlTest::init()
-{
-    world::Command command;
-    command.arguments = QStringList{ BLUESIM, "test", "1", "1" };
-    QCOMPARE(m_sim.start(command), 0);
-    QTRY_VERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
-    QCOMPARE(change({ "time", "step", "0.5" }), QString()); // until it is on
-}
-
-QString SimctlTest::change(const QStringList& arguments)
-{
-    const Finished finished = simctl(arguments);
-    return finished.status == 0 ? finished.out + finished.err
-                                : QString("%1: %2").arg(finished.status).arg(finished.err);
-}
-
-QJsonObject SimctlTest::device(const QString& address)
-{
-    for (const QString& line : simctl({ "devices", "--json" }).out.split('\n', Qt::SkipEmptyParts)) {
-        QJsonObject object = QJsonDocument::fromJson(line.toUtf8()).object();
-        if (object.value("address") == address) {
-            return object;
-        }
-    }
-    return {};
-}
-
-void SimctlTest::call(const char* method, const QVariantList& arguments)
-{
-    QDBusMessage message = QDBusMessage::createMethodCall("com.qarn.bluetooth", "/com/qarn/Bluetooth",
-                                                          "com.qarn.bluetooth", method);
-    message.setArguments(arguments);
-    QCOMPARE(QDBusConnection::systemBus().call(message).errorMessage(), QString());
-}
-
-void SimctlTest::listsDevices()
-{
-    const Finished table = simctl({ "devices" });
-    QCOMPARE(table.status, 0);
-    const QStringList lines = table.out.split('\n', Qt::SkipEmptyParts);
-    QCOMPARE(lines.size(), 11);
-    QCOMPARE(lines.first(), "00:11:22:33:44:01  Phone             -48 dBm  code          plain");
-    QCOMPARE(lines.at(2), "00:11:22:33:44:03  Car Kit           -62 dBm  pin 5190      headset");
-    QCOMPARE(lines.at(6), "00:11:22:33:44:07  -                 -74 dBm  just-works    plain");
-    QCOMPARE(device("00:11:22:33:44:03").value("pin"), "5190");
-    const QJsonObject phone = device("00:11:22:33:44:08");
-    QCOMPARE(phone.keys(),
-             (QStringList{ "address", "class", "connection", "is", "name", "pairState", "paired", "pairing",
-                           "present", "rssi" }));
-    QCOMPARE(phone.value("is").toArray(), (QJsonArray{ "app", "ios" }));
-}
-
-void SimctlTest::addsDevices_data()
-{
-    const Rows<QStringList, QString, QJsonArray> row("options", "pairing", "is");
-    row("plain", {}, "just-works", { "plain" });
-    row("PIN", { "--pin", "007" }, "pin", { "plain" });
-    row("code", { "--code" }, "code", { "plain" });
-    row("that code", { "--code", "000000" }, "code", { "plain" });
-    row("refuses", { "--refuses" }, "refuses", { "plain" });
-    row("paired", { "--paired", "--pin", "1" }, "pin", { "plain" });
-    row("times out", { "--times-out" }, "times-out", { "plain" });
-    row("headset", { "--headset", "--confirmation" }, "confirmation", { "headset" });
-    row("all of them", { "--ios", "--app", "--ftp", "--wifed", "--headset" }, "just-works",
-        { "headset", "app", "ftp", "ios", "wifed" });
-}
-
-void SimctlTest::addsDevices()
-{
-    QFETCH(QStringList, options);
-    QFETCH(QString, pairing);
-    QFETCH(QJsonArray, is);
-    const QString address = "0A:00:00:00:00:01";
-    QCOMPARE(
-        change(QStringList{ "add", "Lamp \"x\"", "--address", address, "--rssi", "-45", "--class", "0x540" }
-               + options),
-        QString());
-    const QJsonObject lamp = device(address);
-    QCOMPARE(lamp.value("name").toString(), "Lamp \"x\"");
-    QCOMPARE(lamp.value("rssi").toInt(), -45);
-    QCOMPARE(lamp.value("class").toInt(), 0x540);
-    QCOMPARE(lamp.value("pairing").toString(), pairing);
-    QCOMPARE(lamp.value("is").toArray(), is);
-    QCOMPARE(lamp.value("paired").toBool(), options.contains("--paired"));
-}
-
-void SimctlTest::devicesDoThings()
-{
-    const QString address = "00:11:22:33:44:05"; // refuses us, but may ask itself
-    QCOMPARE(change({ "add", "Lamp", "--address", "0A:00:00:00:00:01", "--times-out" }), QString());
-    QCOMPARE(change({ "pair-request", "Lamp" }), QString());
-    QCOMPARE(change({ "time", "step", "2" }), QString());
-    QCOMPARE(device("0A:00:00:00:00:01").value("pairState").toInt(), 2); // waits for the person at the lamp
-    QCOMPARE(change({ "answer", "Lamp", "accept" }), QString());
-    QCOMPARE(change({ "time", "step", "2" }), QString());
-    QVERIFY(device("0A:00:00:00:00:01").value("paired").toBool());
-    QCOMPARE(change({ "connect", "0a:00:00:00:00:01" }), QString());
-    QCOMPARE(device("0A:00:00:00:00:01").value("connection").toInt(), 1);
-    QCOMPARE(change({ "drop", "Lamp" }), QString());
-    QCOMPARE(device("0A:00:00:00:00:01").value("connection").toInt(), 0);
-    QCOMPARE(change({ "move", "Lamp", "-90", "--in", "10" }), QString());
-    QCOMPARE(change({ "time", "step", "5" }), QString());
-    QCOMPARE(device("0A:00:00:00:00:01").value("rssi").toInt(), -75);
-    QCOMPARE(change({ "remove", "Lamp" }), QString());
-    QVERIFY(!device("0A:00:00:00:00:01").value("present").toBool());
-    QCOMPARE(change({ "remove", "Lamp" }), "1: simctl: Lamp is away already\n");
-    for (const char* command : { "connect", "drop", "pair-request" }) {
-        QCOMPARE(change({ command, "Lamp" }), "1: simctl: Lamp is away; it has to return first\n");
-    }
-    QCOMPARE(change({ "return", "Lamp" }), QString());
-    QCOMPARE(change({ "return", "Lamp" }), "1: simctl: Lamp is there already\n");
-    QCOMPARE(change({ "connect", "Lamp" }), QString());
-    QVERIFY(simctl({ "devices" }).out.contains("connected"));
-    QCOMPARE(change({ "answer", address, "refuse" }),
-             QString("1: simctl: no pairing with %1 is under way\n").arg(address));
-}
-
-void SimctlTest::showsOddDevices()
-{
-    const QString longName(30, 'x');
-    QCOMPARE(change({ "add", longName, "--address", "0A:00:00:00:00:02", "--paired" }), QString());
-    QCOMPARE(change({ "add", "\x1b[2J", "--address", "0A:00:00:00:00:03" }), QString());
-    QCOMPARE(change({ "add", "Phone", "--address", "0A:00:00:00:00:04" }), QString());
-    QCOMPARE(change({ "remove", longName }), QString());
-    call("Pair", { 0x001122334405ULL }); // refuses
-    QCOMPARE(change({ "time", "step", "3" }), QString());
-    const QString devices = simctl({ "devices" }).out;
-    const QString cut = QString(19, 'x') + QChar(0x2026);
-    for (const QString& line :
-         { "0A:00:00:00:00:02  " + cut + "  -60 dBm  just-works    plain        away, paired\n",
-           QString("00:11:22:33:44:05  Locked Tablet         -66 dBm  refuses       plain\n") }) {
-        QVERIFY2(devices.contains(line), qPrintable(devices));
-    }
-    QVERIFY(!simctl({ "names" }).out.contains('\x1b'));
-    QVERIFY(!simctl({ "names", "member" }).out.contains("PropertiesChanged"));
-    QCOMPARE(change({ "drop", "Phone" }),
-             QString("3: simctl: several devices are called \"Phone\"; give an address\n"));
-}
-
-void SimctlTest::tellsTheCalls()
-{
-    call("Pair", { 0x001122334403ULL });
-    QCOMPARE(change({ "time", "step", "1.5" }), QString());
-    call("PINreply", { "51\n90" });
-    QCOMPARE(simctl({ "calls" }).out, "     0.500  Pair(73588229123)\n     2.000  PINreply(\"51\\n90\")\n");
-    QCOMPARE(simctl({ "--json", "calls" }).out.split('\n').first(),
-             R"({"time":0.5,"member":"Pair","arguments":[73588229123]})");
-}
-
-void SimctlTest::drivesTime()
-{
-    QCOMPARE(simctl({ "time" }).out, "0.500 s, standing\n");
-    QCOMPARE(change({ "time", "step", "29.5" }), QString());
-    QCOMPARE(simctl({ "time", "--json" }).out, "{\"time\":30.0,\"paused\":true,\"speed\":1.0}\n");
-    QCOMPARE(change({ "time", "speed", "500" }), QString());
-    QCOMPARE(change({ "time", "resume" }), QString());
-    QVERIFY(simctl({ "time" }).out.endsWith("running at 500 times real time\n"));
-    QCOMPARE(change({ "time", "pause" }), QString());
-    QVERIFY(simctl({ "time" }).out.endsWith("standing\n"));
+    const Rows<QStringList, int, QString> row("arguments", "status", "error");
+    row("nothing", {}, 2, "see simctl --help");
+    row("unknown subcommand", { "explode" }, 2, "\"explode\" is no subcommand; there are devices, remove,");
+    row("no such device", { "drop", "Hedset" }, 3, R"(no device "Hedset"; did you mean "Headset"?)");
+    row("address like another", { "drop", "0b:11:22:33:44:01" }, 3, "did you mean \"00:11:22:33:44:01\"?");
+    row("not connected", { "drop", "Headset" }, 1, "00:11:22:33:44:02 is not connected");
+    row("not paired", { "connect", "Headset" }, 1, "is not paired");
+    row("address", { "add", "x", "--address", "0A" }, 2, R"("address" of "x" is "0A")");
+    row("there already", { "add", "x", "--address", "00:11:22:33:44:01" }, 1, "there is a device");
+    row("two ways to pair", { "add", "x", "--address", "0A:00:00:00:00:01", "--code", "--pin", "1" }, 2,
+        "--pin");
+    row("signal", { "move", "Phone", "30" }, 2, "30");
+    row("answer", { "answer", "Phone", "maybe" }, 2, "maybe");
+    row("fault", { "fault", "stal" }, 2, R"("stal" is no fault; did you mean "stall"?)");
+    row("fault without a number", { "fault", "slow" }, 2, "a fault is told as \"slow SECONDS\"");
+    row("fault of no signal", { "fault", "payload", "pairList2", "s" }, 2, "did you mean \"pairList\"?");
+    row("fault of no shape", { "fault", "payload", "pairList", "a(q" }, 2,
+        R"x("a(q" is no shape: "(" has no ")")x");
+    row("fault of no value", { "fault", "payload", "pairList", "a(ti)", "[[1,2],[3,4.5]]" }, 2,
+        "the value at [1][1] is 4.5 but has to be a whole number from -2147483648 to 2147483647");
+    row("time", { "time", "step", "yesterday" }, 2, "step SECONDS");
+    row("time of more than a day", { "time", "step", "86400.1" }, 2, "step SECONDS");
+    row("no speed", { "time", "speed", "0" }, 2, "speed FACTOR");
+    row("recording's name", { "record", "/tmp/x.json" }, 2, "ends with .rec");
+    row("recording's kind", { "record", m_folder.filePath("pipe.rec") }, 1, "it is no regular file");
+    row("recording's place", { "record", "/nonexistent/x.rec" }, 1, "/nonexistent/x.rec cannot be written");
 }
 
 void SimctlTest::tellsTheFaults()
@@ -242,118 +309,6 @@ void SimctlTest::tellsTheFaults()
     QCOMPARE(change({ "fault", "leave", "3600" }), QString());
     QCOMPARE(change({ "fault", "leave" }), QString()); // for good
     QCOMPARE(simctl({ "fault", "--json" }).out, "[{\"kind\":\"leave\"}]\n");
-}
-
-void SimctlTest::noFaultEndsThePatience()
-{
-    QCOMPARE(change({ "fault", "ignore-sigterm", "3600" }), QString());
-    m_sim.signal(SIGTERM);
-    QCOMPARE(change({ "fault", "none" }), QString());
-    QCOMPARE(m_sim.wait(std::chrono::seconds(20)), std::optional<int>(0));
-}
-
-void SimctlTest::recordsAStalledDaemon()
-{
-    QCOMPARE(change({ "fault", "stall" }), QString());
-    const QString file = m_folder.filePath("stalled.rec");
-    const Finished finished = simctl({ "record", file, "--timeout", "0.2" });
-    QVERIFY2(finished.err.contains("does not tell its properties"), qPrintable(finished.err));
-    QVERIFY2(finished.err.endsWith("simctl: 1 event recorded\n"), qPrintable(finished.err));
-    QCOMPARE(finished.status, 4);
-    QFile recording(file);
-    QVERIFY(recording.open(QIODevice::ReadOnly));
-    QVERIFY(recording.readAll().endsWith("\"appeared\":{}}\n"));
-}
-
-void SimctlTest::saysWhatIsWrong_data()
-{
-    const Rows<QStringList, int, QString> row("arguments", "status", "error");
-    row("nothing", {}, 2, "see simctl --help");
-    row("unknown subcommand", { "explode" }, 2, "\"explode\" is no subcommand; there are devices, remove,");
-    row("like a subcommand", { "pairrequest", "Phone" }, 2, R"(did you mean "pair-request"?)");
-    row("like an option", { "add", "x", "--adress", "0A" }, 2,
-        R"(no option "--adress"; did you mean "--address"?)");
-    row("too much", { "remove", "Car", "Kit" }, 2, R"("Kit" is too much: simctl remove DEVICE)");
-    row("no such device", { "drop", "Hedset" }, 3, R"(no device "Hedset"; did you mean "Headset"?)");
-    row("nothing like it", { "drop", "Toaster" }, 3, "no device \"Toaster\"");
-    row("address like another", { "drop", "0b:11:22:33:44:01" }, 3, "did you mean \"00:11:22:33:44:01\"?");
-    row("not connected", { "drop", "Headset" }, 1, "00:11:22:33:44:02 is not connected");
-    row("not paired", { "connect", "Headset" }, 1, "is not paired");
-    row("address", { "add", "x", "--address", "0A" }, 2, R"("address" of "x" is "0A")");
-    row("there already", { "add", "x", "--address", "00:11:22:33:44:01" }, 1, "there is a device");
-    row("two ways to pair", { "add", "x", "--address", "0A:00:00:00:00:01", "--code", "--pin", "1" }, 2,
-        "--pin");
-    row("signal", { "move", "Phone", "30" }, 2, "30");
-    row("answer", { "answer", "Phone", "maybe" }, 2, "maybe");
-    row("fault", { "fault", "stal" }, 2, R"("stal" is no fault; did you mean "stall"?)");
-    row("fault without a number", { "fault", "slow" }, 2, "a fault is told as \"slow SECONDS\"");
-    row("fault of no signal", { "fault", "payload", "pairList2", "s" }, 2, "did you mean \"pairList\"?");
-    row("fault of no shape", { "fault", "payload", "pairList", "a(q" }, 2,
-        R"x("a(q" is no shape: "(" has no ")")x");
-    row("fault of no value", { "fault", "payload", "pairList", "a(ti)", "[[1,2],[3,4.5]]" }, 2,
-        "the value at [1][1] is 4.5 but has to be a whole number from -2147483648 to 2147483647");
-    row("time", { "time", "step", "yesterday" }, 2, "step SECONDS");
-    row("time of more than a day", { "time", "step", "86400.1" }, 2, "step SECONDS");
-    row("no speed", { "time", "speed", "0" }, 2, "speed FACTOR");
-    row("recording's name", { "record", "/tmp/x.json" }, 2, "ends with .rec");
-    row("recording's kind", { "record", m_folder.filePath("pipe.rec") }, 1, "it is no regular file");
-    row("recording's place", { "record", "/nonexistent/x.rec" }, 1, "/nonexistent/x.rec cannot be written");
-}
-
-void SimctlTest::saysWhatIsWrong()
-{
-    QFETCH(QStringList, arguments);
-    QFETCH(int, status);
-    QFETCH(QString, error);
-    const Finished finished = simctl(arguments);
-    QVERIFY2(finished.err.startsWith("simctl: ") && finished.err.contains(error), qPrintable(finished.err));
-    QCOMPARE(finished.err.count('\n'), 1);
-    QCOMPARE(finished.status, status);
-    QCOMPARE(finished.out, QString());
-}
-
-void SimctlTest::saysThatThereIsNoSimulation()
-{
-    m_sim.signal(SIGSTOP);
-    QCOMPARE(simctl({ "names" }).status, 4); // no answer
-    m_sim.signal(SIGCONT);
-    m_sim.end();
-    QTRY_VERIFY(!QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
-    QCOMPARE(simctl({ "devices" }).status, 5);
-    QVERIFY(simctl({ "devices" }).err.contains("no simulated radio is on the system bus"));
-    const Finished noBus = run(
-        SIMCTL, { "time" }, { { { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus" } }, false, {} });
-    QCOMPARE(noBus.status, 5);
-    QVERIFY2(noBus.err.contains("DBUS_SYSTEM_BUS_ADDRESS"), qPrintable(noBus.err));
-}
-
-// The manual page and the shells' completion know every subcommand that the program offers.
-void SimctlTest::helpCoversEverySubcommand()
-{
-    const QString help = simctl({ "--help" }).out;
-    QFile page(QStringLiteral(SOURCE_FOLDER "/docs/simctl.1"));
-    QFile bash(QStringLiteral(SOURCE_FOLDER "/cli/simctl/completion/simctl.bash"));
-    QFile zsh(QStringLiteral(SOURCE_FOLDER "/cli/simctl/completion/_simctl"));
-    for (QFile* file : { &page, &bash, &zsh }) {
-        QVERIFY2(file->open(QIODevice::ReadOnly), qPrintable(file->fileName()));
-    }
-    const QString manual = QString::fromUtf8(page.readAll());
-    const QString bashText = QString::fromUtf8(bash.readAll());
-    const QString zshText = QString::fromUtf8(zsh.readAll());
-    const QStringList commands = help.mid(help.indexOf("Subcommands:")).split('\n').mid(1);
-    int count = 0;
-    for (const QString& line : commands) {
-        if (!line.startsWith("  ") || line.startsWith("   ")) {
-            continue;
-        }
-        const QString name = line.trimmed().section(' ', 0, 0);
-        ++count;
-        QVERIFY2(manual.contains(".It Cm " + name), qPrintable(name));
-        QVERIFY2(bashText.contains(name), qPrintable(name));
-        QVERIFY2(zshText.contains("'" + name + ":"), qPrintable(name));
-        QCOMPARE(simctl({ name, "--help" }).status, 0);
-    }
-    QCOMPARE(count, 13);
 }
 
 QTEST_GUILESS_MAIN(SimctlTest)

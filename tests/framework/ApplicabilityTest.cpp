@@ -65,24 +65,6 @@ private Q_SLOTS:
         QTEST(addItem("x", expression).isApplicable(), "applies");
     }
 
-    void instancesFollowTheirRow()
-    {
-        QStringList rows;
-        for (int i = 0; i < 3; ++i) {
-            rows << QString("res.row_%1.value != \"\"").arg(i);
-        }
-        const auto details = m_items->add({ ItemKind::Result, "detail", QString(), ValueType::of(QString()),
-                                            QString(), ModuleItems::joinExpressions(rows), 3 });
-        set("row:1", "there");
-        QVERIFY(!details[0]->isApplicable());
-        QVERIFY(details[1]->isApplicable());
-        QVERIFY(!details[2]->isApplicable());
-        for (const auto& each :
-             m_items->add({ ItemKind::Result, "each", QString(), ValueType::of(1), 1, "1 == 2", 2 })) {
-            QVERIFY(!each->isApplicable());
-        }
-    }
-
     void brokenExpressionsSayWhatIsWrong_data()
     {
         const Rows<QString, QString> row("expression", "message");
@@ -108,31 +90,19 @@ private Q_SLOTS:
 
     void onlyAChangedInputLeadsToAnEvaluation()
     {
-        // The expression counts its own evaluations in an object that the engine keeps.
-        Item& item = addItem("x", "res.state.count = (res.state.count || 0) + 1");
-        auto evaluations = [&, probe = 0]() mutable {
-            const QString id = QString("probe%1").arg(++probe);
-            for (int count = 0; count < 10; ++count) {
-                const QString expression = QString("res.state.count == %1").arg(count);
-                if (addItem(id + QString::number(count), expression).isApplicable()) {
-                    return count;
-                }
-            }
-            return 0;
-        };
-        set("state", 0);
-        QCOMPARE(evaluations(), 0); // nobody asked
-        QVERIFY(item.isApplicable());
-        QVERIFY(item.isApplicable());
+        // It counts its evaluations in an object that the engine keeps, and applies with the second one.
+        Item& item = addItem("x", "(res.state.count = (res.state.count || 0) + 1) == 2");
+        set("state", 0); // nobody asked
+        QVERIFY(!item.isApplicable());
+        QVERIFY(!item.isApplicable());
         set("name", "no input of it");
         set("state", 0); // the value that it has
-        QVERIFY(item.isApplicable());
+        QVERIFY(!item.isApplicable());
         set("state", 3);
         set("state", 0);
         set("state", 3);
         QVERIFY(item.isApplicable());
-        // A probe's expression is compiled anew for each text, so one list of probes is enough.
-        QCOMPARE(evaluations(), 2);
+        QVERIFY(item.isApplicable());
     }
 
     void whatAModuleMadeInapplicableStaysSo()

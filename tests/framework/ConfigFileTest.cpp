@@ -18,14 +18,85 @@ class ConfigFileTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void init();
-    void whatWasStoredComesBack();
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_path = m_folder->filePath("server.json");
+        m_announced.clear();
+    }
+
+    void whatWasStoredComesBack()
+    {
+        const QVariantMap values{
+            { "enabled", true },
+            { "pin", QString() }, // only the module itself may empty it; that has to survive a restart
+            { "serial", 18446744073709551615ULL },
+            { "offset", -5000000000LL },
+            { "scale", 1.25 },
+            { "note", "a text" },
+        };
+        const auto before = makeModule("radio");
+        for (const QString& id : values.keys()) {
+            before->find(ItemKind::Config, id)->store(values[id], true);
+        }
+        ConfigFile stored(m_path);
+        stored.gather(*before, values.keys());
+        QVERIFY(stored.write());
+
+        m_announced.clear();
+        const auto after = makeModule("radio");
+        QVERIFY(ConfigFile(m_path).load(*after));
+        for (const QString& id : values.keys()) {
+            QCOMPARE(after->find(ItemKind::Config, id)->value(), values[id]);
+        }
+        QCOMPARE(m_announced, QStringList(":config:server:radio:enabled:"));
+    }
+
     void whatNoModuleKnowsStays();
+
     void wrongValuesTakeTheirDefault_data();
-    void wrongValuesTakeTheirDefault();
+
+    void wrongValuesTakeTheirDefault()
+    {
+        QFETCH(QByteArray, values);
+        QFETCH(QString, message);
+        writeFile(R"({"modules": {"radio": {"values": {)" + values + "}}}}");
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(message));
+        const auto items = makeModule("radio");
+        QVERIFY(ConfigFile(m_path).load(*items));
+        // The value that was wrong stays at its default, its neighbour is loaded.
+        QCOMPARE(value(*items, "enabled"), QVariant(values.contains("\"enabled\": true")));
+        QCOMPARE(value(*items, "pin"), QVariant(values.contains("7777") ? "7777" : "5190"));
+    }
+
     void damagedFilesAreSetAside_data();
-    void damagedFilesAreSetAside();
-    void whatCannotBeReadStays();
+
+    void damagedFilesAreSetAside()
+    {
+        QFETCH(QByteArray, content);
+        writeFile(content);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("server.json is damaged .*is kept as"));
+        const auto items = makeModule("radio");
+        QVERIFY(!ConfigFile(m_path).load(*items));
+        QVERIFY(!QFile::exists(m_path));
+        const QStringList kept = QDir(m_folder->path()).entryList({ "server.json.damaged-*" });
+        QCOMPARE(kept.size(), 1);
+        QFile file(m_folder->filePath(kept.first()));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), content);
+        QVERIFY(save(*items)); // and the next change is stored again
+    }
+
+    void whatCannotBeReadStays()
+    {
+        QVERIFY(QDir().mkdir(m_path)); // no user can read that, root neither
+        const auto items = makeModule("radio");
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("is not used .*cannot be read"));
+        QVERIFY(!ConfigFile(m_path).load(*items));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot be written"));
+        QVERIFY(!save(*items));
+        QVERIFY(QDir(m_path).exists());
+    }
 
 private:
     std::unique_ptr<ModuleItems> makeModule(const QString& name)
@@ -44,16 +115,19 @@ private:
         items->add({ ItemKind::Config, "note", QString(), ValueType::of({}), {} });
         return items;
     }
+
     static QVariant value(const ModuleItems& items, const char* id)
     {
         return items.find(ItemKind::Config, QLatin1String(id))->value();
     }
+
     [[nodiscard]] bool save(const ModuleItems& items) const
     {
         ConfigFile file(m_path);
         file.gather(items, { "enabled", "pin", "serial" });
         return file.write();
     }
+
     void writeFile(const QByteArray& content) const
     {
         QFile file(m_path);
@@ -66,40 +140,16 @@ private:
     QStringList m_announced;
 };
 
-void ConfigFileTest::init()
+void ConfigFileTest::wrongValuesTakeTheirDefault_data()
 {
-    m_folder = std::make_unique<QTemporaryDir>();
-    m_path = m_folder->filePath("server.json");
-    m_announced.clear();
-}
-
-void ConfigFileTest::whatWasStoredComesBack()
-{
-    const auto before = makeModule("radio");
-    before->find(ItemKind::Config, "enabled")->store(true, true);
-    // Only the module itself may empty it; that has to survive a restart.
-    before->find(ItemKind::Config, "pin")->store(QString(), true);
-    before->find(ItemKind::Config, "serial")->store(18446744073709551615ULL, true);
-    before->find(ItemKind::Config, "offset")->store(-5000000000LL, true);
-    before->find(ItemKind::Config, "scale")->store(1.25, true);
-    before->find(ItemKind::Config, "note")->store("a text", true);
-    ConfigFile stored(m_path);
-    stored.gather(*before, { "enabled", "pin", "serial", "offset", "scale", "note" });
-    QVERIFY(stored.write());
-    QCOMPARE(QFile::permissions(m_path)
-                 & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
-             QFile::Permissions());
-
-    m_announced.clear();
-    const auto after = makeModule("radio");
-    QVERIFY(ConfigFile(m_path).load(*after));
-    QCOMPARE(value(*after, "enabled"), QVariant(true));
-    QCOMPARE(value(*after, "pin"), QVariant(QString()));
-    QCOMPARE(value(*after, "serial"), QVariant(18446744073709551615ULL));
-    QCOMPARE(value(*after, "offset"), QVariant(-5000000000LL));
-    QCOMPARE(value(*after, "scale"), QVariant(1.25));
-    QCOMPARE(value(*after, "note"), QVariant("a text"));
-    QCOMPARE(m_announced, QStringList(":config:server:radio:enabled:"));
+    const Rows<QByteArray, QString> row("values", "message");
+    row("type of a bool", R"("enabled": 1, "pin": "7777")", "enabled: .*a value that is no bool");
+    row("text for a bool", R"("enabled": "true", "pin": "7777")", "enabled: .*a value that is no bool");
+    row("too short, in the place of a value that the module stored",
+        R"("pin": "1"}, "beyondLimits": {"pin": "")", "pin: .*a value beyond its limits");
+    row("too short", R"("serial": 1, "pin": "1")", "pin: .*a value beyond its limits: the value has");
+    row("nested", R"("serial": {"a": 1}, "enabled": true)", "serial: .*a value that is no int");
+    row("unknown id", R"("nix": true)", "radio has no config \"nix\"");
 }
 
 void ConfigFileTest::whatNoModuleKnowsStays()
@@ -122,31 +172,6 @@ void ConfigFileTest::whatNoModuleKnowsStays()
                   "beyondLimits": {"new": ""}, "since": 3}}})"));
 }
 
-void ConfigFileTest::wrongValuesTakeTheirDefault_data()
-{
-    const Rows<QByteArray, QString> row("values", "message");
-    row("type of a bool", R"("enabled": 1, "pin": "7777")", "enabled: .*a value that is no bool");
-    row("text for a bool", R"("enabled": "true", "pin": "7777")", "enabled: .*a value that is no bool");
-    row("too short, in the place of a value that the module stored",
-        R"("pin": "1"}, "beyondLimits": {"pin": "")", "pin: .*a value beyond its limits");
-    row("too short", R"("serial": 1, "pin": "1")", "pin: .*a value beyond its limits: the value has");
-    row("nested", R"("serial": {"a": 1}, "enabled": true)", "serial: .*a value that is no int");
-    row("unknown id", R"("nix": true)", "radio has no config \"nix\"");
-}
-
-void ConfigFileTest::wrongValuesTakeTheirDefault()
-{
-    QFETCH(QByteArray, values);
-    QFETCH(QString, message);
-    writeFile(R"({"modules": {"radio": {"values": {)" + values + "}}}}");
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(message));
-    const auto items = makeModule("radio");
-    QVERIFY(ConfigFile(m_path).load(*items));
-    // The value that was wrong stays at its default, its neighbour is loaded.
-    QCOMPARE(value(*items, "enabled"), QVariant(values.contains("\"enabled\": true")));
-    QCOMPARE(value(*items, "pin"), QVariant(values.contains("7777") ? "7777" : "5190"));
-}
-
 void ConfigFileTest::damagedFilesAreSetAside_data()
 {
     const Rows<QByteArray> row("content");
@@ -155,33 +180,6 @@ void ConfigFileTest::damagedFilesAreSetAside_data()
     row("no object", "[1, 2]");
     row("modules of another shape", R"({"modules": 3})");
     row("bytes", QByteArray("\xff\xfe\x00\x01", 4));
-}
-
-void ConfigFileTest::damagedFilesAreSetAside()
-{
-    QFETCH(QByteArray, content);
-    writeFile(content);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("server.json is damaged .*is kept as"));
-    const auto items = makeModule("radio");
-    QVERIFY(!ConfigFile(m_path).load(*items));
-    QVERIFY(!QFile::exists(m_path));
-    const QStringList kept = QDir(m_folder->path()).entryList({ "server.json.damaged-*" });
-    QCOMPARE(kept.size(), 1);
-    QFile file(m_folder->filePath(kept.first()));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), content);
-    QVERIFY(save(*items)); // and the next change is stored again
-}
-
-void ConfigFileTest::whatCannotBeReadStays()
-{
-    QVERIFY(QDir().mkdir(m_path)); // no user can read that, root neither
-    const auto items = makeModule("radio");
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("is not used .*cannot be read"));
-    QVERIFY(!ConfigFile(m_path).load(*items));
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot be written"));
-    QVERIFY(!save(*items));
-    QVERIFY(QDir(m_path).exists());
 }
 
 QTEST_GUILESS_MAIN(ConfigFileTest)

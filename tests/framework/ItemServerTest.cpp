@@ -1,10 +1,8 @@
 #include "client/KELClientInterface.h"
 #include "support/DemoServers.h"
-#include "support/Programs.h"
 #include "support/Rows.h"
 
 #include <QCoreApplication>
-#include <QDBusMessage>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QSignalSpy>
@@ -47,24 +45,6 @@ private Q_SLOTS:
         m_demo.removeState();
     }
 
-    void valuesKeepTheirType()
-    {
-        QCOMPARE(*m_client->get("serial"), QVariant(18446744073709551615ULL));
-        QCOMPARE(*m_client->get("enabled"), QVariant(false));
-        QCOMPARE(*m_client->get("state"), QVariant(0));
-        const auto description = m_client->describe("state");
-        const auto values = qdbus_cast<ipc::EnumValues>(description->value("enumeration"));
-        QCOMPARE(values.size(), 3);
-        QCOMPARE(values.last().symbol, "DEMO_STATE_FAILED");
-        QCOMPARE(description->value("text").toString(), "Off");
-    }
-
-    void actionsAnswer()
-    {
-        QCOMPARE(*m_client->trigger("echo", "grüße\n"), "grüße\n");
-        QCOMPARE(*m_client->trigger("echo", QString()), QString());
-    }
-
     void descriptionsTellWhatBinds_data()
     {
         const Rows<QString, QVariantMap> row("item", "expected");
@@ -77,6 +57,13 @@ private Q_SLOTS:
               { "hint", "4 to 8 digits" } });
         row("opened result", "record", { { "writable", true }, { "private", false }, { "hint", {} } });
         row("first row", "rowName:0", { { "index", 0 }, { "writable", false } });
+        const auto address = [](const char* text) {
+            return QVariantMap{ { "address", QString(text) } };
+        };
+        row("module and id", "mod:state", address(":result:demo:mod:state:"));
+        row("full address", ":config:demo:mod:volume:", address(":config:demo:mod:volume:"));
+        row("row with module", "mod:rowName:3", address(":result:demo:mod:rowName:3:"));
+        row("row, full address", ":result:demo:mod:rowName:2:", address(":result:demo:mod:rowName:2:"));
         row("action with a text", "echo", { { "takesText", true } });
         row("action without", "fork", { { "takesText", false } });
     }
@@ -102,7 +89,7 @@ private Q_SLOTS:
         QCOMPARE(snapshot->items.size(), 4);
         QCOMPARE(snapshot->items.first().properties.value("applicable"), QVariant(false));
         QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
-        QVERIFY(m_client->set("enabled", true));
+        m_client->setItem("enabled", true);
         QVERIFY(changed.wait());
         // Its own value, and the row that is filled: name and state of it; no other row.
         QCOMPARE(addresses(changed.first().first().value<ItemRecords>()),
@@ -136,14 +123,6 @@ private Q_SLOTS:
         };
         QTRY_VERIFY(hasLeft());
         QCOMPARE(*m_client->trigger("echo", "still here"), "still here");
-    }
-
-    void aSecondServerOfTheSameNameIsRefused()
-    {
-        const Finished second = run(ITEM_TEST_SERVER, { "demo", m_demo.statePath("other"), "mod" });
-        QCOMPARE(second.status, 1);
-        QVERIFY(second.err.contains("tov.base.demo is taken"));
-        QVERIFY(m_client->get("state"));
     }
 
     void anAbsentOrSilentServerIsTold()
@@ -196,16 +175,6 @@ private Q_SLOTS:
         QVERIFY(QDBusConnection::sessionBus().registerService("tov.base.another"));
         QVERIFY(KELClientInterface::getSessionBusClient("tov.base.another", nullptr) != first);
         QVERIFY(QDBusConnection::sessionBus().unregisterService("tov.base.another"));
-    }
-
-    void recordsOfOtherModulesTravel()
-    {
-        const QVariantMap record{ { "deviceAddr", 18446744073709551615ULL }, { "deviceConnected", true } };
-        QVERIFY(m_client->watch());
-        QSignalSpy changed(m_client.get(), &KELClientInterface::changed);
-        m_client->setItem("record", record);
-        QVERIFY(changed.wait());
-        QCOMPARE(qdbus_cast<QVariantMap>(*m_client->get("record")), record);
     }
 
 private:

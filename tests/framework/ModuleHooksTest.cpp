@@ -176,6 +176,7 @@ private Q_SLOTS:
         second.addModule(late);
         QString error;
         QVERIFY(!second.start(&error));
+        QVERIFY2(error.startsWith("tov.base.server is taken"), qPrintable(error));
         QCOMPARE(late.calls, QStringList("added"));
     }
 
@@ -251,8 +252,9 @@ private Q_SLOTS:
         QSignalSpy observed(m_one.get(), &ServerModule::itemChanged);
         for (const char* id : { "rows:1", "rows:1", "level" }) {
             m_one->setConfig(id, 5, true);
+            takeTold();
         }
-        QCOMPARE(observed.size(), 2); // of the observed one, each write
+        QCOMPARE(observed.size(), 2); // of the observed one, each write, also of the value that it has
         m_one->setResult("state", 4294967299LL, true); // no 3
         ItemRecords state;
         m_server->List({ "state" }, state);

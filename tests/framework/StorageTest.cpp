@@ -4,28 +4,24 @@
 #include "bus/ItemServer.h"
 #include "store/AtomicFile.h"
 #include "support/PrivateBus.h"
+#include "support/Rows.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <cerrno>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
 QStringList messages;
-
-void collectMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
-{
-    Q_UNUSED(type)
-    Q_UNUSED(context)
-    messages << text;
-}
 
 mode_t permissions(const QString& path)
 {
@@ -69,7 +65,8 @@ private Q_SLOTS:
         m_one->setPair(1);
         m_two->setPair(1);
         QVERIFY(SystemCalls::made.isEmpty());
-        endTurn();
+        ipc::ItemRecords items; // a list contains all up to its serial: it ends the turn
+        QCOMPARE(m_server->List({}, items), 1U);
         // The file is on the disk before it gets its name, and the name is when the write returns.
         QCOMPARE(SystemCalls::made, OneWrite);
         QCOMPARE(m_one->timesSaved + m_two->timesSaved, 2);
@@ -92,12 +89,8 @@ private Q_SLOTS:
         QCOMPARE(SystemCalls::made, QStringList());
 
         // A change, but one that the file says already: written there by a hand.
-        QFile file(statePath("server.json"));
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        const QByteArray content = file.readAll().replace(": 1", ": 5");
-        file.seek(0);
-        file.write(content);
-        file.close();
+        const QByteArray content = stored().replace(": 1", ": 5");
+        writeByHand(content);
         m_one->setPair(5);
         endTurn();
         QCOMPARE(SystemCalls::made, QStringList());
@@ -105,13 +98,10 @@ private Q_SLOTS:
         // Nor does another module's write touch what a hand wrote.
         m_one->setPair(6);
         endTurn();
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        file.close();
+        writeByHand(content);
         m_two->setPair(7);
         endTurn();
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY(file.readAll().contains(": 5"));
+        QVERIFY(stored().contains(": 5"));
     }
 
     void theLastTurnBeforeTheEndIsStored()
@@ -133,17 +123,10 @@ private Q_SLOTS:
         QCOMPARE(m_one->pair(), (QPair<int, int>(0, 0)));
     }
 
-    void aListContainsAllUpToItsSerial()
-    {
-        m_one->setPair(1);
-        ipc::ItemRecords items;
-        QCOMPARE(m_server->List({}, items), 1U);
-        QCOMPARE(SystemCalls::made, OneWrite);
-    }
-
     void aFailureIsToldOnceAndTheNextChangeTriesAgain()
     {
-        const QtMessageHandler before = qInstallMessageHandler(collectMessage);
+        const QtMessageHandler before = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString& text) { messages << text; });
         m_one->setPair(1);
         endTurn();
         SystemCalls::fsyncError = ENOSPC;
@@ -171,6 +154,47 @@ private Q_SLOTS:
         startServer();
         QCOMPARE(m_one->pair(), (QPair<int, int>(4, 4)));
         QCOMPARE(m_two->pair(), (QPair<int, int>(7, 7)));
+    }
+
+    void aKillLeavesTheOldOrTheNewState_data()
+    {
+        const Rows<int, int> row("steps", "found");
+        row("within the write", -1, 1);
+        row("before the file is on the disk", 0, 1);
+        row("before it gets its name", 1, 1);
+        row("before the name is on the disk", 2, 2);
+    }
+
+    void aKillLeavesTheOldOrTheNewState()
+    {
+        QFETCH(int, steps);
+        QFETCH(int, found);
+        m_one->setPair(2);
+        endTurn();
+        const QByteArray content = stored();
+        m_one->setPair(1);
+        endTurn();
+        SystemCalls::made.clear();
+        const pid_t writer = fork();
+        if (writer == 0) {
+            const rlimit none{ 0, 0 };
+            const rlimit few{ 10, 10 };
+            setrlimit(RLIMIT_CORE, &none);
+            if (steps < 0) {
+                setrlimit(RLIMIT_FSIZE, &few); // the byte behind it is the end
+            }
+            SystemCalls::killedAfter = steps;
+            static_cast<void>(ipc::replaceFile(statePath("server.json"), content));
+            _exit(0);
+        }
+        int status = 0;
+        QCOMPARE(waitpid(writer, &status, 0), writer);
+        QVERIFY(WIFSIGNALED(status));
+        QCOMPARE(QDir(statePath("")).entryList(QDir::Files).size(), 3 - found); // it was at it
+        stopServer();
+        startServer();
+        QCOMPARE(m_one->pair(), (QPair<int, int>(found, found)));
+        QCOMPARE(QDir(statePath("")).entryList(QDir::Files), QStringList("server.json"));
     }
 
     void onlyUnfinishedFilesOfOursAreRemoved()
@@ -253,6 +277,17 @@ private:
     [[nodiscard]] QString statePath(const char* name) const
     {
         return m_folder->filePath("state/" + QLatin1String(name));
+    }
+    [[nodiscard]] QByteArray stored() const
+    {
+        QFile file(statePath("server.json"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    void writeByHand(const QByteArray& content) const
+    {
+        QFile file(statePath("server.json"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(content);
     }
     /// Lets the turn end in which something was changed.
     static void endTurn() { QCoreApplication::processEvents(); }

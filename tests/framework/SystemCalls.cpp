@@ -5,6 +5,7 @@
 #include <QRegularExpression>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/syscall.h>
@@ -13,6 +14,7 @@
 QStringList SystemCalls::made;
 int SystemCalls::fsyncError = 0;
 int SystemCalls::folderError = 0;
+int SystemCalls::killedAfter = -1;
 
 namespace {
 
@@ -22,6 +24,14 @@ QString shown(const QString& path)
     return QFileInfo(path).fileName().replace(random, ".XXXXXX.unfinished");
 }
 
+void note(const QString& call)
+{
+    if (SystemCalls::made.size() == SystemCalls::killedAfter) {
+        raise(SIGKILL);
+    }
+    SystemCalls::made << call;
+}
+
 } // namespace
 
 // The C library's own parameter names are reserved for it.
@@ -29,7 +39,7 @@ QString shown(const QString& path)
 int fsync(int descriptor)
 {
     const QString path = QFile::symLinkTarget(QString("/proc/self/fd/%1").arg(descriptor));
-    SystemCalls::made << "fsync " + shown(path);
+    note("fsync " + shown(path));
     const int error = QFileInfo(path).isDir() ? SystemCalls::folderError : SystemCalls::fsyncError;
     if (error != 0) {
         errno = error;
@@ -40,8 +50,7 @@ int fsync(int descriptor)
 
 int rename(const char* from, const char* to) noexcept
 {
-    SystemCalls::made
-        << QString("rename %1 %2").arg(shown(QFile::decodeName(from)), shown(QFile::decodeName(to)));
+    note(QString("rename %1 %2").arg(shown(QFile::decodeName(from)), shown(QFile::decodeName(to))));
     return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0U));
 }
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)

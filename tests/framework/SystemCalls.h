@@ -11,4 +11,7 @@ struct SystemCalls
     /// The errno that fsync() answers from here on, for files and for folders; 0 hands the calls on.
     static int fsyncError;
     static int folderError;
+    /// The process kills itself where so many calls were made already and another one comes; below 0 it does
+    /// not.
+    static int killedAfter;
 };

@@ -12,27 +12,17 @@ namespace {
 
 const QVector<EnumValue> States{ { "Off", "STATE_OFF", 0 }, { "On", "STATE_ON", 3 } };
 
-ValueType pinType()
+ValueType limited(const QVariant& value, const QVariant& minimum, const QVariant& maximum,
+                  const QString& expression = {})
 {
-    ValueType pin = ValueType::of("5190");
-    pin.setRange(4U, 16U);
-    pin.setRegularExpression("[0-9]{4,16}");
-    return pin;
+    ValueType type = ValueType::of(value);
+    type.setRange(minimum, maximum);
+    type.setRegularExpression(expression);
+    return type;
 }
 
-ValueType fourCharacters()
-{
-    ValueType text = ValueType::of(QString());
-    text.setRange(4, 4);
-    return text;
-}
-
-ValueType volumeType()
-{
-    ValueType volume = ValueType::of(5);
-    volume.setRange(0, 10);
-    return volume;
-}
+const ValueType Pin = limited("5190", 4U, 16U, "[0-9]{4,16}");
+const ValueType Volume = limited(5, 0, 10);
 
 constexpr int Accepted = -1;
 constexpr int BadType = static_cast<int>(Refusal::Kind::InvalidType);
@@ -68,28 +58,27 @@ private Q_SLOTS:
         row("enum by label", states, "On", Accepted, 3);
         row("number outside of the enum", states, 1, NoEnumValue, {});
 
-        row("4 digits", pinType(), "0000", Accepted, "0000");
-        row("16 digits", pinType(), "1234567890123456", Accepted, "1234567890123456");
-        row("3 digits", pinType(), "123", BadRange, {});
-        row("17 digits", pinType(), long17, BadRange, {});
-        row("a letter among digits", pinType(), "12345x", BadPattern, {});
-        row("pattern is anchored: line end", pinType(), "1234\n", BadPattern, {});
-        row("a number for a text", pinType(), 4711, Accepted, "4711");
+        row("4 digits", Pin, "0000", Accepted, "0000");
+        row("16 digits", Pin, "1234567890123456", Accepted, "1234567890123456");
+        row("3 digits", Pin, "123", BadRange, {});
+        row("17 digits", Pin, long17, BadRange, {});
+        row("a letter among digits", Pin, "12345x", BadPattern, {});
+        row("pattern is anchored: line end", Pin, "1234\n", BadPattern, {});
+        row("a number for a text", Pin, 4711, Accepted, "4711");
 
-        row("lower bound", volumeType(), "0", Accepted, 0);
-        row("below it", volumeType(), -1, BadRange, {});
-        row("upper bound", volumeType(), 10, Accepted, 10);
-        row("above it", volumeType(), "11", BadRange, {});
-        row("no whole number", volumeType(), "1.5", BadType, {});
-        row("beyond an int", volumeType(), 5000000000LL, BadType, {});
+        row("lower bound", Volume, "0", Accepted, 0);
+        row("below it", Volume, -1, BadRange, {});
+        row("upper bound", Volume, 10, Accepted, 10);
+        row("above it", Volume, "11", BadRange, {});
+        row("no whole number", Volume, "1.5", BadType, {});
+        row("beyond an int", Volume, 5000000000LL, BadType, {});
         row("largest number, exactly", large, "18446744073709551615", Accepted, 18446744073709551615ULL);
         row("negative for unsigned", large, "-1", BadType, {});
-        ValueType atLeast = ValueType::of(5);
-        atLeast.setRange(2, {});
-        row("one limit alone binds", atLeast, 1, BadRange, {});
-        row("characters are counted, not bytes", fourCharacters(), QString::fromUtf8("äöüß"), Accepted,
+        row("one limit alone binds", limited(5, 2, {}), 1, BadRange, {});
+        const ValueType fourCharacters = limited(QString(), 4, 4);
+        row("characters are counted, not bytes", fourCharacters, QString::fromUtf8("äöüß"), Accepted,
             QString::fromUtf8("äöüß"));
-        row("a list is no text", fourCharacters(), QVariantList{ "abcd" }, BadType, {});
+        row("a list is no text", fourCharacters, QVariantList{ "abcd" }, BadType, {});
         row("64 bits, signed", ValueType::of(0LL), "5000000000", Accepted, 5000000000LL);
         row("negative for an unsigned int", ValueType::of(0U), "-1", BadType, {});
         row("a fraction", ValueType::of(0.5), "1.25", Accepted, 1.25);
@@ -118,26 +107,25 @@ private Q_SLOTS:
         row("number outside of the enum", ValueType::enumeration(States), 77, 77);
         row("number beyond an int", ValueType::enumeration(States), "4294967296", 4294967296LL);
         row("number below an int", ValueType::of(0), "-2147483649", -2147483649LL);
-        row("text beyond its limits", pinType(), QString(""), QString(""));
-        row("number beyond its range", volumeType(), 4000, 4000);
-        row("what does not convert", volumeType(), "loud", {});
+        row("text beyond its limits", Pin, QString(""), QString(""));
+        row("number beyond its range", Volume, 4000, 4000);
+        row("what does not convert", Volume, "loud", {});
     }
 
     void moduleWrites()
     {
         QFETCH(ValueType, type);
         QFETCH(QVariant, written);
-        const QVariant value = type.fromModule(written);
-        QTEST(value, "stored");
+        QTEST(type.fromModule(written), "stored");
     }
 
     void secretsStayOutOfReasons_data()
     {
         const Rows<ValueType, QString> row("type", "written");
-        row("length", pinType(), "777");
-        row("pattern", pinType(), "777777x");
-        row("range", volumeType(), "777");
-        row("type", volumeType(), "777x");
+        row("length", Pin, "777");
+        row("pattern", Pin, "777777x");
+        row("range", Volume, "777");
+        row("type", Volume, "777x");
         row("enumeration", ValueType::enumeration(States), "777");
     }
 

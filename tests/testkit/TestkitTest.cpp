@@ -42,7 +42,6 @@ private Q_SLOTS:
     {
         const Rows<QString, QString> row("value", "problem");
         row("status", "Onn", "status: \"Onn\" does not fit; its values are 0 (No Device), 1 (Off)");
-        row("pairstate", "Paird", "100 (Paired), 200 (Failed)");
         row("enabled", "On", "enabled: \"On\" does not fit; it is true or false");
         row("pairlistConnectionState:0", "Conected", "0 (Not Connected), 1 (Connected)");
         row("scan", "1", "it is an action and has no value");
