@@ -1,6 +1,6 @@
 #include "ActionMonitor.h"
 
-#include "HostReadiness.h"
+#include "ServerReadiness.h"
 
 #include <QDBusVariant>
 #include <QSet>
@@ -119,7 +119,7 @@ bool ActionMonitor::radioIsThere() const
 QString ActionMonitor::whyNone() const
 {
     QDBusMessage question =
-        QDBusMessage::createMethodCall(HostReadiness::name(), QStringLiteral("/tov/base/Items"),
+        QDBusMessage::createMethodCall(hostName(), QStringLiteral("/tov/base/Items"),
                                        QStringLiteral("tov.base.Items"), QStringLiteral("Get"));
     question.setArguments({ QStringLiteral("bluetooth:enabled") });
     const QDBusMessage reply = m_session.call(question, QDBus::Block, AnswerLimit);

@@ -32,9 +32,9 @@ int main(int argc, char** argv)
     SimulatedScenery scenery;
 #endif
     world::PrivateFilesystem filesystem;
-    const QString noView = filesystem.enter({ scenery.controller(), {} }, argv);
-    if (!noView.isEmpty()) {
-        std::fprintf(stderr, "%s\n", qPrintable(noView));
+    const auto entered = filesystem.enter({ scenery.controller(), {} }, argv);
+    if (!entered) {
+        std::fprintf(stderr, "%s\n", qPrintable(entered.error().text));
         return 77;
     }
     const QCoreApplication application(argc, argv);

@@ -82,7 +82,7 @@ private:
         world::Command command;
         command.arguments = QStringList{ PAIR_WRITER, m_folder.filePath("state") };
         command.output = output.handle();
-        if (server.start(command) != 0) {
+        if (!server.start(command)) {
             return "the server cannot be started";
         }
 

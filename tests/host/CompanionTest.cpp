@@ -2,6 +2,7 @@
 // tells the stand-in of the mobile synchronisation module, and people read it there.
 #include "client/KELClientInterface.h"
 #include "support/PrivateView.h"
+#include "support/ProblemOf.h"
 #include "support/Programs.h"
 #include "world/World.h"
 
@@ -76,14 +77,14 @@ int main(int argc, char** argv)
         world::World world(filesystem);
         world::WorldOptions options;
         options.companion = SYNC_MOBILE_APP;
-        const QString problem = world.start(options);
+        const auto started = world.start(options);
         int failures = 1;
-        if (problem.isEmpty()) {
+        if (started) {
             CompanionTest test;
             failures = QTest::qExec(&test, argc, argv);
         }
         if (failures != 0) {
-            std::fprintf(stderr, "%s\n%s\n", qPrintable(problem), qPrintable(world.output()));
+            std::fprintf(stderr, "%s\n%s\n", qPrintable(problemOf(started)), qPrintable(world.output()));
         }
         return failures;
     });

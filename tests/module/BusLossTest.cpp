@@ -3,7 +3,7 @@
 #include "support/PrivateBus.h"
 #include "support/Rows.h"
 #include "world/ChildProcess.h"
-#include "world/HostReadiness.h"
+#include "world/ServerReadiness.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -18,7 +18,7 @@ const QString ClientName = "client";
 
 std::unique_ptr<KELClientInterface> connectTo(const QString& address)
 {
-    return std::make_unique<KELClientInterface>(world::HostReadiness::name(),
+    return std::make_unique<KELClientInterface>(world::hostName(),
                                                 QDBusConnection::connectToBus(address, ClientName));
 }
 
@@ -90,10 +90,10 @@ private:
         command.arguments = QStringList{ world::World::binFolder() + "/bluetoothlauncher", "--state",
                                          m_folder.filePath("state") };
         command.output = output.get();
-        return m_host.start(command) == 0
-            && world::HostReadiness(m_sessionBus.address())
-                   .wait(m_host.descriptor(), -1, std::chrono::seconds(30))
-            == world::HostReadiness::Outcome::Ready;
+        return m_host.start(command)
+            && world::awaitServer(m_sessionBus.address(), world::hostName(), m_host.descriptor(), -1,
+                                  std::chrono::seconds(30))
+            == world::Readiness::Ready;
     }
 
     void stopBuses()

@@ -179,7 +179,7 @@ private Q_SLOTS:
         SET_ITEM("enabled", true);
         QCOMPARE(m_world.trigger("requestBluetooth", pid + ",0"), "Success");
         QTRY_VERIFY(theChildHasEnded());
-        QCOMPARE(m_world.world().restartHost(), QString());
+        QVERIFY(m_world.world().restartHost());
         COMPARE_ITEM("enabled", true);
         QTRY_VERIFY(theChildHasEnded());
         QCOMPARE(m_world.countInOutput(line), before + 4);
@@ -192,7 +192,7 @@ private Q_SLOTS:
         QVERIFY(m_world.client().list());
         QCOMPARE(kill(m_world.world().hostPid(), SIGKILL), 0);
         QTRY_VERIFY(controllerRuns().constFirst().ended); // the controller does not
-        QCOMPARE(m_world.world().restartHost(), QString());
+        QVERIFY(m_world.world().restartHost());
         COMPARE_ITEM("enabled", true);
         QTRY_COMPARE(controllerRuns().size(), 2);
     }

@@ -1,8 +1,9 @@
 #include "Mechanisms.h"
 
 #include "support/PrivateView.h"
+#include "support/ProblemOf.h"
 #include "support/Rows.h"
-#include "world/HostReadiness.h"
+#include "world/ServerReadiness.h"
 #include "world/World.h"
 
 #include <QDBusConnection>
@@ -25,7 +26,7 @@ bool hostHasName(const QString& address)
     const QString connection = "WorldTest";
     const bool has = QDBusConnection::connectToBus(address, connection)
                          .interface()
-                         ->isServiceRegistered(world::HostReadiness::name());
+                         ->isServiceRegistered(world::hostName());
     QDBusConnection::disconnectFromBus(connection);
     return has;
 }
@@ -66,7 +67,7 @@ private Q_SLOTS:
         world::WorldOptions options;
         options.host = host;
         options.limit = std::chrono::milliseconds(behaviour == "hangs" ? 500 : 30'000);
-        const QString problem = world.start(options);
+        const QString problem = problemOf(world.start(options));
         QVERIFY2(problem.contains(expected), qPrintable(problem));
         QTRY_VERIFY(world.output().contains(said));
     }
@@ -74,9 +75,9 @@ private Q_SLOTS:
     void hostCanBeRestarted()
     {
         world::World world(m_filesystem);
-        QCOMPARE(world.start(withStandIn()), QString());
+        QCOMPARE(problemOf(world.start(withStandIn())), QString());
         const pid_t before = world.hostPid();
-        QCOMPARE(world.restartHost(), QString());
+        QCOMPARE(problemOf(world.restartHost()), QString());
         QVERIFY(world.hostPid() != before);
         QVERIFY(isGone(before));
         QVERIFY(hostHasName(world.sessionBusAddress()));
@@ -84,14 +85,14 @@ private Q_SLOTS:
 
         kill(world.hostPid(), SIGKILL);
         QTRY_VERIFY(!world.hostRuns());
-        QCOMPARE(world.restartHost(), QString());
+        QCOMPARE(problemOf(world.restartHost()), QString());
         QVERIFY(hostHasName(world.sessionBusAddress()));
     }
 
     void stopEndsEverything()
     {
         world::World world(m_filesystem);
-        QCOMPARE(world.start(withStandIn()), QString());
+        QCOMPARE(problemOf(world.start(withStandIn())), QString());
         const pid_t host = world.hostPid();
         QCOMPARE(run("sh", { "-c", "setsid sleep 1000 >/dev/null 2>&1 & echo $! >/tmp/orphan" }).status, 0);
         QFile file("/tmp/orphan");
