@@ -9,9 +9,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 
 namespace world {
 

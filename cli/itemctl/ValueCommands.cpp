@@ -7,8 +7,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-
 namespace itemctl {
 namespace {
 

@@ -10,8 +10,6 @@
 
 #include <QCoreApplication>
 
-#include <algorithm>
-
 namespace itemctl {
 namespace {
 
