@@ -59,7 +59,7 @@ base::Result<> PrivateFilesystem::enter(const View& view, char* const* arguments
     }
     Layout layout;
     layout.folder = m_folder.path();
-    layout.current = currentFolder();
+    layout.current = QDir::currentPath(); // empty when it was removed
     layout.program = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
     layout.kept = pathsBelowTmp(view.kept + foldersOfThisProgram() + QStringList{ layout.current });
     auto done = writeBehind(layout).and_then([&] { return setController(view.controller); });

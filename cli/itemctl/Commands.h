@@ -10,6 +10,9 @@
 
 namespace itemctl {
 
+/// The whole of the program "itemctl". @return the exit status
+int run(int argc, char** argv);
+
 /// What the command line asks for.
 struct Request
 {

@@ -1,5 +1,3 @@
-#include "Subcommands.h"
-
 #include "Commands.h"
 #include "common/Program.h"
 

@@ -1,4 +1,4 @@
-#include "Subcommands.h"
+#include "Commands.h"
 
 int main(int argc, char** argv)
 {

@@ -33,9 +33,8 @@ QDBusConnection bus()
 QString GuestScenery::begin()
 {
     world::ChildProcess daemon;
-    if (daemon.start(command({ QStringLiteral("dbus-daemon"), QStringLiteral("--system"),
-                               QStringLiteral("--fork"), QStringLiteral("--nopidfile") }))
-            != 0
+    if (!daemon.start(command({ QStringLiteral("dbus-daemon"), QStringLiteral("--system"),
+                                QStringLiteral("--fork"), QStringLiteral("--nopidfile") }))
         || daemon.wait() != 0) {
         return QStringLiteral("the guest's system bus did not start");
     }
