@@ -5,12 +5,15 @@
 #include "Foreground.h"
 #include "SystemCallFilter.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+
+#include <array>
 
 namespace world {
 
@@ -128,13 +131,16 @@ base::Result<int> runUnderProot(const Layout& layout, char* const* arguments)
         command.arguments << QString::fromLocal8Bit(*argument);
     }
     qputenv(FolderVariable, QFile::encodeName(layout.folder));
+    int count = 1;
+    std::array<char*, 2> name{ arguments[0], nullptr };
+    const QCoreApplication application(count, name.data()); // for the event loop below
     ForegroundSignals signalsOfOurs;
     ChildProcess run;
     if (const auto started = run.start(command); !started) {
         return tl::unexpected(started.error());
     }
     // proot lets no signal through: they go to its child, which is this program once more.
-    const int status = signalsOfOurs.supervise(run, { SignalTarget::Child, std::nullopt });
+    const int status = signalsOfOurs.supervise(run, SignalTarget::Child);
     removeGlue(run.pid());
     return status;
 }

@@ -1,4 +1,4 @@
-#include "ActionWatch.h"
+#include "ActionMonitor.h"
 #include "Descendants.h"
 #include "EverydayOutput.h"
 #include "Foreground.h"
@@ -69,7 +69,7 @@ int runCommand(const world::RunOptions& options, const world::World& world,
                const world::ForegroundSignals& signalsOfOurs, world::NoticeLog& log,
                world::NoticeOutlet& outlet)
 {
-    world::ActionWatch actions(world.sessionBusAddress(), world.systemBusAddress(), outlet);
+    world::ActionMonitor actions(world.sessionBusAddress(), world.systemBusAddress(), outlet);
     world::Command command;
     command.arguments = options.command;
     command.place = world::Command::Place::Foreground;
@@ -85,10 +85,8 @@ int runCommand(const world::RunOptions& options, const world::World& world,
         const world::Terminal terminal;
         world::ChildProcess process;
         const auto started = process.start(command);
-        world::Supervision how;
-        log.attend(); // what was said before
-        how.attendants = { &log, &actions, &outlet };
-        status = started ? signalsOfOurs.supervise(process, how)
+        log.read(); // what was said before
+        status = started ? signalsOfOurs.supervise(process)
                          : commandFailed(options.command.first(), started.error());
     }
     outlet.redirect(STDERR_FILENO);
@@ -125,14 +123,14 @@ int runWorld(const world::RunOptions& options, const world::PrivateFilesystem& f
         if (number != 0) {
             return 128 + number;
         }
-        options.log.isEmpty() ? showOutput(world) : log.attend();
+        options.log.isEmpty() ? showOutput(world) : log.read();
         return Unavailable;
     }
     const int status = runCommand(options, world, signalsOfOurs, log, outlet);
     const bool hostRan = world.hostRuns();
     world.stop();
     world::reapChildren();
-    log.attend();
+    log.read();
     outlet.finish();
     if (!hostRan) {
         say(QStringLiteral("the host ended by itself while %1 ran").arg(options.command.first()));
