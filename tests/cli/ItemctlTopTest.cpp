@@ -39,6 +39,7 @@ private Q_SLOTS:
     void showsTheLatestChanges();
     void answersEveryKey_data();
     void answersEveryKey();
+    void followsTheTerminalsSize();
     void givesTheTerminalBack_data();
     void givesTheTerminalBack();
     void needsATerminal();
@@ -155,6 +156,20 @@ void ItemctlTopTest::answersEveryKey()
     QFETCH(QString, answer);
     m_terminal->type(keys);
     QVERIFY2(m_terminal->shows(answer), m_terminal->screen());
+}
+
+// A new size is no key: what is typed goes on, in the last line of the new screen.
+void ItemctlTopTest::followsTheTerminalsSize()
+{
+    const auto ends = [this](const char* line) {
+        return m_terminal->waitUntil([line](const QStringList& lines) { return lines.last() == line; });
+    };
+    m_terminal->type(Down + '\r');
+    QVERIFY2(ends("Enter sends, Esc cancels | text for pin: 5190_"), m_terminal->screen());
+    m_terminal->resize(Height + 5);
+    QVERIFY2(ends("Enter sends, Esc cancels | text for pin: 5190_"), m_terminal->screen());
+    m_terminal->type("7");
+    QVERIFY2(ends("Enter sends, Esc cancels | text for pin: 51907_"), m_terminal->screen());
 }
 
 void ItemctlTopTest::givesTheTerminalBack_data()
