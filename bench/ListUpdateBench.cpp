@@ -60,9 +60,9 @@ class Bench
 public:
     int run()
     {
-        const QString error = m_bus.start(world::MessageBus::Kind::Session, m_folder.path());
-        if (!error.isEmpty()) {
-            std::fprintf(stderr, "%s\n", qPrintable(error));
+        const auto started = m_bus.start(world::MessageBus::Kind::Session, m_folder.path());
+        if (!started) {
+            std::fprintf(stderr, "%s\n", qPrintable(started.error().text));
             return 1;
         }
         m_busAddress = m_bus.address().toLocal8Bit();
@@ -114,7 +114,7 @@ private:
         auto process = std::make_unique<world::ChildProcess>();
         world::Command command;
         command.arguments = QStringList{ QCoreApplication::applicationFilePath() } + arguments;
-        if (process->start(command) != 0) {
+        if (!process->start(command)) {
             qFatal("%s cannot be started", qPrintable(arguments.first()));
         }
         QDBusServiceWatcher watcher(awaitedName, QDBusConnection::sessionBus(),

@@ -108,13 +108,12 @@ int launch(int argc, char** argv)
     QTranslator translator;
     installTranslation(translator);
 
-    QString error;
     const QString file = options->moduleFile.isEmpty() ? defaultModuleFile() : options->moduleFile;
-    const ModuleFactory createModule = openModule(file, &error);
-    if (createModule == nullptr) {
-        return fail(error);
+    const auto createModule = openModule(file);
+    if (!createModule) {
+        return fail(createModule.error().text);
     }
-    return serve(createModule, options->stateFolder);
+    return serve(*createModule, options->stateFolder);
 }
 
 } // namespace host

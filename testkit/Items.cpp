@@ -8,7 +8,7 @@ namespace testkit {
 QString SimulatedWorld::text(const QString& item)
 {
     const auto value = m_parts->client->get(item);
-    return succeed(value ? QString() : value.error().message) ? value->toString() : QString();
+    return succeed(problemOf(value)) ? value->toString() : QString();
 }
 
 bool SimulatedWorld::isApplicable(const QString& item)
@@ -27,13 +27,13 @@ bool SimulatedWorld::isApplicable(const QString& item)
 bool SimulatedWorld::set(const QString& item, const QVariant& value)
 {
     const auto done = m_parts->client->set(item, value);
-    return succeed(done ? QString() : done.error().message);
+    return succeed(problemOf(done));
 }
 
 bool SimulatedWorld::trigger(const QString& action, const QString& text)
 {
     const auto reply = m_parts->client->trigger(action, text);
-    return succeed(reply ? QString() : reply.error().message);
+    return succeed(problemOf(reply));
 }
 
 bool SimulatedWorld::waitForItem(const std::function<bool()>& holds)
@@ -53,7 +53,7 @@ bool SimulatedWorld::waitForItem(const std::function<bool()>& holds)
 std::optional<SimulatedWorld::Expected> SimulatedWorld::expect(const QString& item, const QString& value)
 {
     const auto description = m_parts->client->describe(item);
-    if (!succeed(description ? QString() : description.error().message)) {
+    if (!succeed(problemOf(description))) {
         return {};
     }
     const ipc::ExpectedValue expected = ipc::expectedValue(*description, value);

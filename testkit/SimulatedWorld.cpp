@@ -44,7 +44,7 @@ bool SimulatedWorld::start(const SimulationOptions& options)
     m_parts->client.reset();
     if (!m_parts->hasBuses) {
         m_parts->hasBuses = true;
-        if (!succeed(m_parts->world.start())) {
+        if (!succeed(problemOf(m_parts->world.start()))) {
             return false;
         }
     } else {
@@ -54,7 +54,7 @@ bool SimulatedWorld::start(const SimulationOptions& options)
             return succeed(QStringLiteral("an earlier daemon does not leave the bus"));
         }
         QFile::remove(qEnvironmentVariable("BLUESIM_STATE"));
-        if (!succeed(m_parts->world.restartHost())) {
+        if (!succeed(problemOf(m_parts->world.restartHost()))) {
             return false;
         }
     }
@@ -110,8 +110,8 @@ bool SimulatedWorld::startOwnDaemon(const QString& scenario)
     command.arguments = QStringList{ world::World::binFolder() + QStringLiteral("/bluesim"),
                                      QStringLiteral("TORLO-test"), QStringLiteral("1"), QStringLiteral("1") };
     m_parts->ownDaemon = std::make_unique<world::ChildProcess>();
-    return m_parts->ownDaemon->start(command) == 0 ? waitForSimulation()
-                                                   : succeed(QStringLiteral("bluesim cannot be started"));
+    return m_parts->ownDaemon->start(command) ? waitForSimulation()
+                                              : succeed(QStringLiteral("bluesim cannot be started"));
 }
 
 void SimulatedWorld::endOwnDaemon()
@@ -140,9 +140,9 @@ int runInWorld(int& argc, char** argv, const QString& programs,
     world::World::setBinFolder(programs);
     world::PrivateFilesystem filesystem;
     const QString tree = QFileInfo(programs).path(); // its libraries stand there; it may lie below /tmp
-    const QString noView = filesystem.enter({ programs + QStringLiteral("/bluesim"), { tree } }, argv);
-    if (!noView.isEmpty()) {
-        std::fprintf(stderr, "%s\n", qPrintable(noView));
+    const auto entered = filesystem.enter({ programs + QStringLiteral("/bluesim"), { tree } }, argv);
+    if (!entered) {
+        std::fprintf(stderr, "%s\n", qPrintable(problemOf(entered)));
         return 77;
     }
     const QCoreApplication application(argc, argv);

@@ -6,6 +6,18 @@
 
 namespace testkit {
 
+/// Why it failed; empty when it did not.
+template <typename T>
+QString problemOf(const ipc::Outcome<T>& outcome)
+{
+    return outcome ? QString() : outcome.error().message;
+}
+
+inline QString problemOf(const base::Result<>& result)
+{
+    return result ? QString() : result.error().text;
+}
+
 /// What a test program does not see of its world.
 struct SimulatedWorld::Parts
 {

@@ -1,18 +1,21 @@
 #include "ActionMonitor.h"
 
-#include "HostReadiness.h"
+#include "NoticeOutlet.h"
+#include "ServerReadiness.h"
 
+#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
+#include <QEventLoop>
 #include <QSet>
 #include <QStringList>
-
-#include <unistd.h>
+#include <QTimer>
 
 namespace world {
 
 namespace {
 
 constexpr int AnswerLimit = 1000; // ms; the host may be waiting for a daemon
+constexpr int LastMoment = 1500; // ms; longer than we wait for an answer
 
 const QLatin1String Overheard("bluetoothworld overhears actions");
 const QLatin1String Session("bluetoothworld asks the host");
@@ -52,11 +55,13 @@ QString idForRadio(const QString& action)
 
 } // namespace
 
-ActionMonitor::ActionMonitor(const QString& sessionBusAddress, const QString& systemBusAddress, int notices)
-    : m_overheard(QDBusConnection::connectToBus(sessionBusAddress, Overheard))
+ActionMonitor::ActionMonitor(const QString& sessionBusAddress, const QString& systemBusAddress,
+                             NoticeOutlet& outlet)
+    : m_outlet(outlet)
+    , m_overheard(QDBusConnection::connectToBus(sessionBusAddress, Overheard))
     , m_session(QDBusConnection::connectToBus(sessionBusAddress, Session))
     , m_system(QDBusConnection::connectToBus(systemBusAddress, System))
-    , m_notices(notices)
+    , m_isListening(listen())
 {
 }
 
@@ -81,55 +86,76 @@ bool ActionMonitor::listen()
     return reply.type() == QDBusMessage::ReplyMessage;
 }
 
-// The bus passes messages on in their order.
-void ActionMonitor::markEnd()
+void ActionMonitor::finish()
 {
+    if (!m_isListening) {
+        return;
+    }
+    QEventLoop loop;
+    connect(this, &ActionMonitor::finished, &loop, &QEventLoop::quit);
+    QTimer::singleShot(LastMoment, &loop, &QEventLoop::quit);
+    // The bus passes messages on in their order.
     m_session.send(busCall(EndInterface, QStringLiteral("End"), {}));
+    loop.exec();
+}
+
+void ActionMonitor::finishIfDone()
+{
+    if (m_hasSeenEnd && m_questions == 0) {
+        Q_EMIT finished();
+    }
 }
 
 bool ActionMonitor::handleMessage(const QDBusMessage& message, const QDBusConnection& /*connection*/)
 {
     if (message.interface() == EndInterface) {
-        write({});
+        m_hasSeenEnd = true;
+        finishIfDone();
         return true;
     }
     const QString id = idForRadio(message.arguments().value(0).toString());
-    if (!id.isEmpty() && !radioIsThere()) {
-        write(QStringLiteral("\"%1\" reached no radio: %2").arg(id, whyNone()));
+    if (id.isEmpty()) {
+        return true;
     }
+    const QDBusMessage question =
+        busCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameHasOwner"),
+                { QStringLiteral("com.qarn.bluetooth") });
+    ask(m_system, question, [this, id](const QDBusMessage& reply) {
+        if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().value(0).toBool()) {
+            askWhyNoRadio(id);
+        }
+    });
     return true;
 }
 
-void ActionMonitor::write(const QString& line) const
+void ActionMonitor::ask(const QDBusConnection& bus, const QDBusMessage& question, const Answer& then)
 {
-    const QByteArray bytes = line.toUtf8() + '\n';
-    // A pipe that is full is that of a flood, of which a part is shown anyway.
-    [[maybe_unused]] const ssize_t written =
-        ::write(m_notices, bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    ++m_questions;
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(question, AnswerLimit), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, then] {
+        watcher->deleteLater();
+        then(watcher->reply());
+        --m_questions;
+        finishIfDone();
+    });
 }
 
-bool ActionMonitor::radioIsThere() const
-{
-    const QDBusMessage reply =
-        m_system.call(busCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameHasOwner"),
-                              { QStringLiteral("com.qarn.bluetooth") }));
-    return reply.type() != QDBusMessage::ReplyMessage || reply.arguments().value(0).toBool();
-}
-
-QString ActionMonitor::whyNone() const
+void ActionMonitor::askWhyNoRadio(const QString& action)
 {
     QDBusMessage question =
-        QDBusMessage::createMethodCall(HostReadiness::name(), QStringLiteral("/tov/base/Items"),
+        QDBusMessage::createMethodCall(hostName(), QStringLiteral("/tov/base/Items"),
                                        QStringLiteral("tov.base.Items"), QStringLiteral("Get"));
     question.setArguments({ QStringLiteral("bluetooth:enabled") });
-    const QDBusMessage reply = m_session.call(question, QDBus::Block, AnswerLimit);
-    const QVariant enabled = reply.arguments().value(0).value<QDBusVariant>().variant();
-    if (reply.type() != QDBusMessage::ReplyMessage || enabled.type() != QVariant::Bool) {
-        return QStringLiteral("com.qarn.bluetooth is not on the system bus");
-    }
-    return enabled.toBool() ? QStringLiteral("it is switched on, but not there yet, or lent; \"itemctl wait "
-                                             "status=On\" waits for it")
-                            : QStringLiteral("it is off; \"itemctl set enabled true\" switches it on");
+    ask(m_session, question, [this, action](const QDBusMessage& reply) {
+        const QVariant enabled = reply.arguments().value(0).value<QDBusVariant>().variant();
+        const bool isKnown = reply.type() == QDBusMessage::ReplyMessage && enabled.type() == QVariant::Bool;
+        const QString why = !isKnown ? QStringLiteral("com.qarn.bluetooth is not on the system bus")
+            : enabled.toBool()
+            ? QStringLiteral("it is switched on, but not there yet, or lent; \"itemctl wait "
+                             "status=On\" waits for it")
+            : QStringLiteral("it is off; \"itemctl set enabled true\" switches it on");
+        m_outlet.show(QStringLiteral("\"%1\" reached no radio: %2").arg(action, why).toUtf8());
+    });
 }
 
 } // namespace world

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstring>
 #include <vector>
 
 namespace world {
@@ -70,6 +71,12 @@ void becomeProgram(const Command& command, char* const* arguments, pid_t parent)
     execvp(arguments[0], arguments);
 }
 
+tl::unexpected<base::Error> cannotRun(int reason)
+{
+    return base::error(QString::fromLocal8Bit(std::strerror(reason)),
+                       reason == ENOENT ? base::Failure::NoSuchItem : base::Failure::Failed);
+}
+
 int statusOf(int raw)
 {
     return WIFSIGNALED(raw) ? 128 + WTERMSIG(raw) : WEXITSTATUS(raw);
@@ -91,7 +98,7 @@ ChildProcess::~ChildProcess()
     end();
 }
 
-int ChildProcess::start(const Command& command)
+base::Result<> ChildProcess::start(const Command& command)
 {
     std::vector<QByteArray> words;
     words.reserve(static_cast<size_t>(command.arguments.size()));
@@ -105,7 +112,7 @@ int ChildProcess::start(const Command& command)
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child < 0) {
-        return errno;
+        return cannotRun(errno);
     }
     if (child == 0) {
         becomeProgram(command, arguments.data(), parent);
@@ -121,12 +128,12 @@ int ChildProcess::start(const Command& command)
     } while (got < 0 && errno == EINTR);
     if (got == sizeof reason) {
         waitpid(child, nullptr, 0);
-        return reason;
+        return cannotRun(reason);
     }
     m_pid = child;
     m_status.reset();
     m_descriptor = FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
-    return 0;
+    return {};
 }
 
 std::optional<int> ChildProcess::wait(std::optional<std::chrono::milliseconds> limit)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FileDescriptor.h"
+#include "base/Result.h"
 
 #include <QStringList>
 
@@ -43,8 +44,8 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    /// @return 0 once the program runs, otherwise the errno that kept it from running.
-    [[nodiscard]] int start(const Command& command);
+    /// Returns once the program runs; else why not: Failure::NoSuchItem when there is no such program.
+    [[nodiscard]] base::Result<> start(const Command& command);
 
     /// Waits for the end of the process, for ever without a limit.
     /// @return its status as a shell counts it, 128 and the number for a signal; none while it runs.

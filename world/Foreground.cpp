@@ -2,18 +2,20 @@
 
 #include "Descendants.h"
 
-#include <poll.h>
+#include <QEventLoop>
+#include <QSocketNotifier>
+#include <QTimer>
+
 #include <sys/signalfd.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <csignal>
+#include <vector>
 
 namespace world {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 sigset_t endingSignals()
@@ -51,15 +53,6 @@ void pass(const signalfd_siginfo& signal, const ChildProcess& process, SignalTar
     }
 }
 
-int timeLeft(const std::optional<Clock::time_point>& deadline)
-{
-    if (!deadline) {
-        return -1;
-    }
-    const auto left = std::chrono::duration_cast<milliseconds>(*deadline - Clock::now()).count();
-    return static_cast<int>(std::max<decltype(left)>(left, 0));
-}
-
 } // namespace
 
 ForegroundSignals::ForegroundSignals()
@@ -81,38 +74,30 @@ int ForegroundSignals::taken() const
     return readSignal(m_signals.get(), &signal) ? static_cast<int>(signal.ssi_signo) : 0;
 }
 
-int ForegroundSignals::supervise(ChildProcess& process, const Supervision& how) const
+int ForegroundSignals::supervise(ChildProcess& process, SignalTarget target) const
 {
-    std::optional<Clock::time_point> deadline;
-    for (;;) {
-        std::vector<pollfd> ready{ { process.descriptor(), POLLIN, 0 }, { m_signals.get(), POLLIN, 0 } };
-        for (const Attendant* attendant : how.attendants) {
-            ready.push_back(attendant->awaits());
-        }
-        const int count = poll(ready.data(), ready.size(), timeLeft(deadline));
-        if (count > 0 && ready[0].revents != 0) {
-            return process.wait().value_or(1);
-        }
-        if (count == 0) {
-            process.end(milliseconds::zero());
-            return process.wait().value_or(1);
-        }
-        for (std::size_t i = 0; count > 0 && i < how.attendants.size(); ++i) {
-            if (ready[i + 2].revents != 0) {
-                how.attendants[i]->attend();
-            }
-        }
+    QEventLoop loop;
+    const QSocketNotifier ended(process.descriptor(), QSocketNotifier::Read);
+    QObject::connect(&ended, &QSocketNotifier::activated, &loop, &QEventLoop::quit);
+    QTimer deadline;
+    deadline.setSingleShot(true);
+    QObject::connect(&deadline, &QTimer::timeout, &loop, [&process] { process.end(milliseconds::zero()); });
+    QObject::connect(&deadline, &QTimer::timeout, &loop, &QEventLoop::quit);
+    const QSocketNotifier signalled(m_signals.get(), QSocketNotifier::Read);
+    QObject::connect(&signalled, &QSocketNotifier::activated, &loop, [&] {
         signalfd_siginfo signal{};
         while (readSignal(m_signals.get(), &signal)) {
             if (everyoneHasIt(signal)) {
                 continue;
             }
-            pass(signal, process, how.target);
-            if (how.grace && !deadline) {
-                deadline = Clock::now() + *how.grace;
+            pass(signal, process, target);
+            if (target == SignalTarget::Process && !deadline.isActive()) {
+                deadline.start(ChildProcess::Grace);
             }
         }
-    }
+    });
+    loop.exec();
+    return process.wait().value_or(1);
 }
 
 } // namespace world

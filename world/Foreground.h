@@ -1,27 +1,15 @@
 #pragma once
 
-#include "Attendant.h"
 #include "ChildProcess.h"
 
-#include <chrono>
 #include <csignal>
-#include <optional>
-#include <vector>
 
 namespace world {
 
 /// Who gets the signals that are sent to us while we wait for a foreground process.
 enum class SignalTarget {
-    Process, ///< the process that we wait for
-    Child ///< the child of it, because it passes nothing on itself
-};
-
-struct Supervision
-{
-    SignalTarget target = SignalTarget::Process;
-    /// How long the process may go on after a signal that asks to end; without, as long as it likes.
-    std::optional<std::chrono::milliseconds> grace = ChildProcess::Grace;
-    std::vector<Attendant*> attendants = {}; ///< looked after meanwhile
+    Process, ///< the process that we wait for; it is killed when it is still there after the grace
+    Child ///< the child of it, because it passes nothing on itself; it takes as long as it likes
 };
 
 /// Takes the signals that ask a program to end, so that it can end what it started, in order. While it
@@ -40,10 +28,10 @@ public:
     [[nodiscard]] int taken() const;
 
     /// Waits for a process in our own foreground process group, as system(3) does: Ctrl-C is the process's
-    /// business alone, which the terminal tells by itself. A signal that somebody sent to us goes on to it,
-    /// and it is killed when it is still there after the grace.
+    /// business alone, which the terminal tells by itself. A signal that somebody sent to us goes on.
+    /// Runs an event loop meanwhile.
     /// @return its status as a shell counts it.
-    int supervise(ChildProcess& process, const Supervision& how = {}) const;
+    int supervise(ChildProcess& process, SignalTarget target = SignalTarget::Process) const;
 
 private:
     FileDescriptor m_signals;

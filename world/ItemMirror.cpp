@@ -34,11 +34,11 @@ ItemMirror::ItemMirror(KELClientInterface& server)
     connect(&m_server, &KELClientInterface::changed, this, &ItemMirror::apply);
 }
 
-QString ItemMirror::begin()
+base::Result<> ItemMirror::begin()
 {
     const ipc::Outcome<ipc::Snapshot> snapshot = m_server.watch();
     if (!snapshot) {
-        return snapshot.error().message;
+        return base::error(snapshot.error().message);
     }
     for (const ipc::ItemRecord& record : snapshot->items) {
         add(record);

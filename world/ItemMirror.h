@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Result.h"
 #include "client/KELClientInterface.h"
 
 #include <QHash>
@@ -24,8 +25,8 @@ class ItemMirror : public QObject
 public:
     explicit ItemMirror(KELClientInterface& server);
 
-    /// @return what went wrong, for a person; empty when the items are here.
-    [[nodiscard]] QString begin();
+    /// Fetches the items.
+    [[nodiscard]] base::Result<> begin();
 
     /// The value as a person reads it: an enumeration's label, "true", or a text as it is. Empty for unknown
     /// names.

@@ -60,9 +60,4 @@ QStringList foldersOfThisProgram()
     return folders;
 }
 
-QString currentFolder()
-{
-    return QDir::currentPath();
-}
-
 } // namespace world

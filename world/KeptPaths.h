@@ -13,7 +13,4 @@ namespace world {
 /// The folders that the running program needs to be found in: its build, and the checkout around that.
 [[nodiscard]] QStringList foldersOfThisProgram();
 
-/// The current folder; empty when it was removed.
-[[nodiscard]] QString currentFolder();
-
 } // namespace world

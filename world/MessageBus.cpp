@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cerrno>
-#include <cstring>
 
 namespace world {
 
@@ -47,12 +46,12 @@ QString escaped(const QString& path)
     return QString::fromLatin1(QFile::encodeName(path).toPercentEncoding("/\\*", "~"));
 }
 
-QString writeFile(const QString& path, const QByteArray& content)
+base::Result<> writeFile(const QString& path, const QByteArray& content)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size()
         || !file.flush()) {
-        return QStringLiteral("%1 cannot be written: %2").arg(path, file.errorString());
+        return base::error(QStringLiteral("%1 cannot be written: %2").arg(path, file.errorString()));
     }
     return {};
 }
@@ -82,20 +81,19 @@ MessageBus::~MessageBus()
     stop();
 }
 
-QString MessageBus::start(Kind kind, const QString& folder, int output)
+base::Result<> MessageBus::start(Kind kind, const QString& folder, int output)
 {
     const QString name = kindName(kind);
     m_socket = QDir(folder).absoluteFilePath(name + QStringLiteral(".bus"));
     m_configuration = QDir(folder).absoluteFilePath(name + QStringLiteral(".conf"));
     if (QFile::encodeName(m_socket).size() > LongestSocketPath) {
-        return QStringLiteral(
-                   "%1 is too long for a socket, whose path may have %2 bytes; use a shorter folder")
-            .arg(m_socket)
-            .arg(LongestSocketPath);
+        return base::error(
+            QStringLiteral("%1 is too long for a socket, whose path may have %2 bytes; use a shorter folder")
+                .arg(m_socket)
+                .arg(LongestSocketPath));
     }
-    QString problem = writeFile(m_configuration, configuration(name, escaped(m_socket)));
-    if (!problem.isEmpty()) {
-        return problem;
+    if (auto written = writeFile(m_configuration, configuration(name, escaped(m_socket))); !written) {
+        return written;
     }
     Pipe address = Pipe::create();
     Command command;
@@ -105,17 +103,19 @@ QString MessageBus::start(Kind kind, const QString& folder, int output)
                      QStringLiteral("--print-address=%1").arg(address.writing.get()) };
     command.output = output;
     command.inherited = address.writing.get();
-    const int reason = m_daemon.start(command);
+    const auto started = m_daemon.start(command);
     address.writing.reset();
-    if (reason != 0) {
-        return QStringLiteral("dbus-daemon cannot be started: %1; it is in the package \"dbus-daemon\"")
-            .arg(QString::fromLocal8Bit(std::strerror(reason)));
+    if (!started) {
+        return base::error(
+            QStringLiteral("dbus-daemon cannot be started: %1; it is in the package \"dbus-daemon\"")
+                .arg(started.error().text));
     }
     m_address = QString::fromLocal8Bit(readLine(address.reading.get()));
     if (m_address.isEmpty()) {
         m_daemon.end();
-        return QStringLiteral("the %1 bus did not start: dbus-daemon ended before it listened at %2")
-            .arg(name, m_socket);
+        return base::error(
+            QStringLiteral("the %1 bus did not start: dbus-daemon ended before it listened at %2")
+                .arg(name, m_socket));
     }
     return {};
 }

@@ -20,8 +20,7 @@ public:
     /// @param folder an existing folder of the caller's; takes the socket and the configuration, which are
     ///        removed at the end.
     /// @param output a descriptor for what the daemon prints; -1 leaves it on our own standard error.
-    /// @return what went wrong, for a person; empty when the bus is there.
-    [[nodiscard]] QString start(Kind kind, const QString& folder, int output = -1);
+    [[nodiscard]] base::Result<> start(Kind kind, const QString& folder, int output = -1);
     void stop();
 
     MessageBus() = default;

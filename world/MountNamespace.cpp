@@ -21,9 +21,9 @@ namespace world {
 
 namespace {
 
-QString failed(const QString& step)
+tl::unexpected<base::Error> failed(const QString& step)
 {
-    return QStringLiteral("%1: %2").arg(step, QString::fromLocal8Bit(std::strerror(errno)));
+    return base::error(QStringLiteral("%1: %2").arg(step, QString::fromLocal8Bit(std::strerror(errno))));
 }
 
 bool writeProc(const char* path, const QByteArray& text)
@@ -34,7 +34,7 @@ bool writeProc(const char* path, const QByteArray& text)
 }
 
 /// The identity mapping: inside, the user keeps the number that `id` shows and a bus's EXTERNAL asks for.
-QString unshareAsUser(uid_t user, gid_t group)
+base::Result<> unshareAsUser(uid_t user, gid_t group)
 {
     if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
         return failed(QStringLiteral("user namespace"));
@@ -49,14 +49,13 @@ QString unshareAsUser(uid_t user, gid_t group)
 }
 
 /// Root needs no user namespace, and loses none of its rights over other people's files that way.
-QString unshareMounts()
+base::Result<> unshareMounts()
 {
     const uid_t user = geteuid();
     const gid_t group = getegid();
     if (user != 0 || unshare(CLONE_NEWNS) != 0) {
-        QString problem = unshareAsUser(user, group);
-        if (!problem.isEmpty()) {
-            return problem;
+        if (auto done = unshareAsUser(user, group); !done) {
+            return done;
         }
     }
     if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
@@ -66,7 +65,7 @@ QString unshareMounts()
 }
 
 /// A read-only overlay: what is in "upper" appears in "folder", too.
-QString overlay(const QString& upper, const QString& folder)
+base::Result<> overlay(const QString& upper, const QString& folder)
 {
     const QByteArray target = QFile::encodeName(QFileInfo(folder).canonicalFilePath());
     const QByteArray options = "lowerdir=" + QFile::encodeName(upper) + ':' + target;
@@ -76,7 +75,7 @@ QString overlay(const QString& upper, const QString& folder)
     return {};
 }
 
-QString overlayFirmware(const Layout& layout)
+base::Result<> overlayFirmware(const Layout& layout)
 {
     const QString firmware = QStringLiteral("/lib/firmware");
     return QFileInfo::exists(firmware) ? overlay(layout.firmware(), firmware)
@@ -115,7 +114,7 @@ bool makeMountPoint(const QString& path, int fd)
         && FileDescriptor(open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600)).isOpen();
 }
 
-QString bindBack(const KeptDescriptors& kept)
+base::Result<> bindBack(const KeptDescriptors& kept)
 {
     for (const auto& [path, fd] : kept) {
         const QByteArray source = "/proc/self/fd/" + QByteArray::number(fd.get());
@@ -129,7 +128,7 @@ QString bindBack(const KeptDescriptors& kept)
     return {};
 }
 
-QString replaceTmp(const Layout& layout)
+base::Result<> replaceTmp(const Layout& layout)
 {
     const KeptDescriptors kept = openKept(layout.kept);
     const QByteArray target = QFile::encodeName(QFileInfo(QStringLiteral("/tmp")).canonicalFilePath());
@@ -150,27 +149,22 @@ void dropCapabilities()
 
 } // namespace
 
-QString enterMountNamespace(const Layout& layout)
+base::Result<> enterMountNamespace(const Layout& layout)
 {
-    QString problem = unshareMounts();
-    if (problem.isEmpty()) {
-        problem = overlay(layout.binaries(), QStringLiteral("/usr/bin"));
-    }
-    if (problem.isEmpty()) {
-        problem = overlayFirmware(layout);
-    }
-    // Last, because the other mechanism could no longer show what /tmp held.
-    if (problem.isEmpty()) {
-        problem = replaceTmp(layout);
-    }
+    base::Result<> done =
+        unshareMounts()
+            .and_then([&] { return overlay(layout.binaries(), QStringLiteral("/usr/bin")); })
+            .and_then([&] { return overlayFirmware(layout); })
+            // Last, because the other mechanism could no longer show what /tmp held.
+            .and_then([&] { return replaceTmp(layout); });
     // The old folder is below the new /tmp now; its path leads to the same one again.
-    if (chdir(QFile::encodeName(layout.current).constData()) != 0 && problem.isEmpty()) {
-        problem = failed(QStringLiteral("current folder %1").arg(layout.current));
+    if (chdir(QFile::encodeName(layout.current).constData()) != 0 && done) {
+        done = failed(QStringLiteral("current folder %1").arg(layout.current));
     }
     if (geteuid() != 0) {
         dropCapabilities();
     }
-    return problem;
+    return done;
 }
 
 } // namespace world

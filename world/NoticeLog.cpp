@@ -35,10 +35,13 @@ NoticeLog::NoticeLog(int log, NoticeOutlet& outlet)
     const QByteArray path = "/proc/self/fd/" + QByteArray::number(log);
     m_file = FileDescriptor(open(path.constData(), O_RDONLY | O_CLOEXEC));
     m_changes = FileDescriptor(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    inotify_add_watch(m_changes.get(), path.constData(), IN_MODIFY);
+    if (inotify_add_watch(m_changes.get(), path.constData(), IN_MODIFY) >= 0) {
+        m_changed.emplace(m_changes.get(), QSocketNotifier::Read);
+        QObject::connect(&*m_changed, &QSocketNotifier::activated, &*m_changed, [this] { follow(); });
+    }
 }
 
-void NoticeLog::attend()
+void NoticeLog::follow()
 {
     std::array<char, 4096> events{};
     while (::read(m_changes.get(), events.data(), events.size()) > 0) { }

@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -49,6 +50,14 @@ bool takes(int descriptor, std::chrono::milliseconds limit)
 
 } // namespace
 
+void NoticeOutlet::redirect(int descriptor)
+{
+    m_descriptor = descriptor;
+    m_writable.emplace(descriptor, QSocketNotifier::Write);
+    m_writable->setEnabled(!m_waiting.isEmpty());
+    QObject::connect(&*m_writable, &QSocketNotifier::activated, &*m_writable, [this] { write(); });
+}
+
 bool NoticeOutlet::isAllowed()
 {
     const auto refill = (Clock::now() - m_refilled) / Interval;
@@ -87,6 +96,12 @@ void NoticeOutlet::queue(const QByteArray& text)
 
 void NoticeOutlet::write()
 {
+    writeWhatIsTaken();
+    m_writable->setEnabled(!m_waiting.isEmpty());
+}
+
+void NoticeOutlet::writeWhatIsTaken()
+{
     while (!m_waiting.isEmpty() && takes(m_descriptor, 0ms)) {
         const int line = m_waiting.indexOf('\n') + 1;
         const ssize_t written =
@@ -115,16 +130,6 @@ void NoticeOutlet::finish()
         }
         write();
     }
-}
-
-pollfd NoticeOutlet::awaits() const
-{
-    return { m_waiting.isEmpty() ? -1 : m_descriptor, POLLOUT, 0 };
-}
-
-void NoticeOutlet::attend()
-{
-    write();
 }
 
 } // namespace world

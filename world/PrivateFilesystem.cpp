@@ -16,13 +16,16 @@ namespace world {
 
 namespace {
 
-QString writeBehind(const Layout& layout)
+base::Result<> writeBehind(const Layout& layout)
 {
     QFile firmware(layout.firmware() + QStringLiteral("/FCC.bts"));
     const bool done = QDir().mkpath(layout.binaries()) && QDir().mkpath(layout.firmware())
         && firmware.open(QIODevice::WriteOnly) && firmware.write("firmware of a simulated radio\n") > 0
         && QFile::link(layout.controllerLink(), layout.binaries() + QStringLiteral("/blue_controller_zq4"));
-    return done ? QString() : QStringLiteral("%1 cannot be filled").arg(layout.folder);
+    if (!done) {
+        return base::error(QStringLiteral("%1 cannot be filled").arg(layout.folder));
+    }
+    return {};
 }
 
 bool allowed(const char* mechanism)
@@ -42,7 +45,7 @@ void forgetHiddenTmpdir()
 
 } // namespace
 
-QString PrivateFilesystem::enter(const View& view, char* const* arguments)
+base::Result<> PrivateFilesystem::enter(const View& view, char* const* arguments)
 {
     const QString folderFromProot = takeFolderFromProot();
     if (!folderFromProot.isEmpty()) {
@@ -51,50 +54,51 @@ QString PrivateFilesystem::enter(const View& view, char* const* arguments)
         forgetHiddenTmpdir();
         return {};
     }
-    QString problem = m_folder.create();
-    if (!problem.isEmpty()) {
-        return problem;
+    if (auto created = m_folder.create(); !created) {
+        return created;
     }
     Layout layout;
     layout.folder = m_folder.path();
-    layout.current = currentFolder();
+    layout.current = QDir::currentPath(); // empty when it was removed
     layout.program = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
     layout.kept = pathsBelowTmp(view.kept + foldersOfThisProgram() + QStringList{ layout.current });
-    problem = writeBehind(layout);
-    if (problem.isEmpty() && !setController(view.controller)) {
-        problem = QStringLiteral("%1 cannot be made").arg(layout.controllerLink());
+    auto done = writeBehind(layout).and_then([&] { return setController(view.controller); });
+    if (!done) {
+        return done;
     }
-    if (!problem.isEmpty()) {
-        return problem;
-    }
-    const QString disallowed = QStringLiteral("not allowed by BLUETOOTHWORLD_FILESYSTEM");
-    const QString first = allowed("namespace") ? enterMountNamespace(layout) : disallowed;
-    if (first.isEmpty()) {
+    const auto disallowed = base::error(QStringLiteral("not allowed by BLUETOOTHWORLD_FILESYSTEM"));
+    const base::Result<> inNamespace =
+        allowed("namespace") ? enterMountNamespace(layout) : base::Result<>(disallowed);
+    if (inNamespace) {
         forgetHiddenTmpdir();
         return {};
     }
-    int status = 0;
     adoptOrphans();
-    const QString second = allowed("proot") ? runUnderProot(layout, arguments, &status) : disallowed;
-    if (second.isEmpty()) {
+    const base::Result<int> underProot =
+        allowed("proot") ? runUnderProot(layout, arguments) : base::Result<int>(disallowed);
+    if (underProot) {
         endDescendants({}, ChildProcess::Grace);
         reapChildren();
         m_folder.remove();
         std::fflush(nullptr);
-        _exit(status);
+        _exit(*underProot);
     }
-    return QStringLiteral("no private view of /tmp and /usr/bin: namespaces: %1; proot: %2")
-        .arg(first, second);
+    return base::error(QStringLiteral("no private view of /tmp and /usr/bin: namespaces: %1; proot: %2")
+                           .arg(inNamespace.error().text, underProot.error().text));
 }
 
-bool PrivateFilesystem::setController(const QString& program) const
+base::Result<> PrivateFilesystem::setController(const QString& program) const
 {
     // In one step, so that nobody ever finds nothing there.
-    const QByteArray link = QFile::encodeName(m_folder.filePath(QStringLiteral("controller")));
+    const QString path = m_folder.filePath(QStringLiteral("controller"));
+    const QByteArray link = QFile::encodeName(path);
     const QByteArray fresh = link + ".new";
     const QByteArray target = QFile::encodeName(QDir::current().absoluteFilePath(program));
-    return symlink(target.constData(), fresh.constData()) == 0
-        && rename(fresh.constData(), link.constData()) == 0;
+    if (symlink(target.constData(), fresh.constData()) != 0
+        || rename(fresh.constData(), link.constData()) != 0) {
+        return base::error(QStringLiteral("%1 cannot be made").arg(path));
+    }
+    return {};
 }
 
 } // namespace world

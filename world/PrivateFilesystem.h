@@ -34,12 +34,11 @@ public:
     /// its beginning, in a child under proot, and this process ends with the child's exit status.
     ///
     /// @param arguments of main(), ending with a null pointer.
-    /// @return what kept each mechanism from working, in one line; empty when the view is there.
-    [[nodiscard]] QString enter(const View& view, char* const* arguments);
+    /// The error says what kept each mechanism from working, in one line.
+    [[nodiscard]] base::Result<> enter(const View& view, char* const* arguments);
 
     /// Puts another program at /usr/bin/blue_controller_zq4; whoever runs already is not touched.
-    /// @return whether it could be done.
-    [[nodiscard]] bool setController(const QString& program) const;
+    [[nodiscard]] base::Result<> setController(const QString& program) const;
 
     [[nodiscard]] Mechanism mechanism() const { return m_mechanism; }
     /// The folder behind the view, 0700, removed with this object.

@@ -5,6 +5,7 @@
 #include "Foreground.h"
 #include "SystemCallFilter.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -12,8 +13,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <cerrno>
-#include <cstring>
+#include <array>
 
 namespace world {
 
@@ -68,7 +68,7 @@ void makeMountPoints(const Layout& layout)
 }
 
 /// Whether proot shows the view on this machine, by letting it show it to a small program.
-QString tryOut(const QStringList& proot, const QString& outputPath)
+base::Result<> tryOut(const QStringList& proot, const QString& outputPath)
 {
     const FileDescriptor output(
         open(QFile::encodeName(outputPath).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
@@ -78,9 +78,8 @@ QString tryOut(const QStringList& proot, const QString& outputPath)
                       << QStringLiteral("/lib/firmware/FCC.bts");
     command.output = output.get();
     ChildProcess trial;
-    const int reason = trial.start(command);
-    if (reason != 0) {
-        return QString::fromLocal8Bit(std::strerror(reason));
+    if (auto started = trial.start(command); !started) {
+        return started;
     }
     const int status = trial.wait().value_or(1);
     if (status == 0) {
@@ -89,7 +88,7 @@ QString tryOut(const QStringList& proot, const QString& outputPath)
     QFile said(outputPath);
     const QString text =
         said.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(said.readLine()).simplified() : QString();
-    return text.isEmpty() ? QStringLiteral("exit status %1").arg(status) : text;
+    return base::error(text.isEmpty() ? QStringLiteral("exit status %1").arg(status) : text);
 }
 
 /// proot's own folder of empty places, which it cannot remove when it is killed.
@@ -104,23 +103,23 @@ void removeGlue(pid_t proot)
 
 } // namespace
 
-QString runUnderProot(const Layout& layout, char* const* arguments, int* status)
+base::Result<int> runUnderProot(const Layout& layout, char* const* arguments)
 {
     if (!QDir().mkpath(layout.temporary())
         || chmod(QFile::encodeName(layout.temporary()).constData(), 01777) != 0) {
-        return QStringLiteral("%1 cannot be made").arg(layout.temporary());
+        return base::error(QStringLiteral("%1 cannot be made").arg(layout.temporary()));
     }
     makeMountPoints(layout);
     // Without this it makes its mount points in the machine's own folders, where it may.
     qputenv("PROOT_DONT_POLLUTE_ROOTFS", "1");
     const QStringList proot = prootWith(layout);
-    QString problem = tryOut(proot, layout.folder + QStringLiteral("/proot.log"));
-    if (!problem.isEmpty()) {
+    auto works = tryOut(proot, layout.folder + QStringLiteral("/proot.log"));
+    if (!works) {
         qputenv("PROOT_NO_SECCOMP", "1"); // its fast path does not work on every kernel
-        problem = tryOut(proot, layout.folder + QStringLiteral("/proot.log"));
+        works = tryOut(proot, layout.folder + QStringLiteral("/proot.log"));
     }
-    if (!problem.isEmpty()) {
-        return problem;
+    if (!works) {
+        return tl::unexpected(works.error());
     }
     Command command;
     command.place = Command::Place::Foreground;
@@ -132,16 +131,18 @@ QString runUnderProot(const Layout& layout, char* const* arguments, int* status)
         command.arguments << QString::fromLocal8Bit(*argument);
     }
     qputenv(FolderVariable, QFile::encodeName(layout.folder));
+    int count = 1;
+    std::array<char*, 2> name{ arguments[0], nullptr };
+    const QCoreApplication application(count, name.data()); // for the event loop below
     ForegroundSignals signalsOfOurs;
     ChildProcess run;
-    const int reason = run.start(command);
-    if (reason != 0) {
-        return QString::fromLocal8Bit(std::strerror(reason));
+    if (const auto started = run.start(command); !started) {
+        return tl::unexpected(started.error());
     }
     // proot lets no signal through: they go to its child, which is this program once more.
-    *status = signalsOfOurs.supervise(run, { SignalTarget::Child, std::nullopt });
+    const int status = signalsOfOurs.supervise(run, SignalTarget::Child);
     removeGlue(run.pid());
-    return {};
+    return status;
 }
 
 QString takeFolderFromProot()

@@ -9,9 +9,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 
 namespace world {
 
@@ -71,7 +69,7 @@ RuntimeFolder::~RuntimeFolder()
     remove();
 }
 
-QString RuntimeFolder::create()
+base::Result<> RuntimeFolder::create()
 {
     const QStringList parents{ qEnvironmentVariable("XDG_RUNTIME_DIR"), QStringLiteral("/dev/shm"),
                                QStringLiteral("/var/tmp") };
@@ -88,9 +86,9 @@ QString RuntimeFolder::create()
             return {};
         }
     }
-    return QStringLiteral(
-        "no folder for the world's sockets: $XDG_RUNTIME_DIR, /dev/shm and /var/tmp cannot be "
-        "written or lie below /tmp");
+    return base::error(
+        QStringLiteral("no folder for the world's sockets: $XDG_RUNTIME_DIR, /dev/shm and /var/tmp cannot be "
+                       "written or lie below /tmp"));
 }
 
 void RuntimeFolder::adopt(const QString& path)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FileDescriptor.h"
+#include "base/Result.h"
 
 #include <QString>
 
@@ -18,8 +19,7 @@ public:
 
     /// Makes a new folder in $XDG_RUNTIME_DIR, /dev/shm or /var/tmp, the first that can be written. Folders
     /// of worlds that were killed are removed on the way.
-    /// @return what went wrong, for a person; empty when the folder is there.
-    [[nodiscard]] QString create();
+    [[nodiscard]] base::Result<> create();
     /// Uses the folder of another process, which removes it.
     void adopt(const QString& path);
     void remove();

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 
 namespace world {
 
@@ -19,9 +18,8 @@ Tour::Tour(KELClientInterface& server, std::chrono::milliseconds limit)
 
 bool Tour::run()
 {
-    const QString problem = m_items.begin();
-    if (!problem.isEmpty()) {
-        m_printer.missed({ QStringLiteral("the module's items on the session bus") }, { problem });
+    if (const auto begun = m_items.begin(); !begun) {
+        m_printer.missed({ QStringLiteral("the module's items on the session bus") }, { begun.error().text });
         return false;
     }
     m_printer.paragraph(QStringLiteral("A walk through the Bluetooth module. The module, its host and the "

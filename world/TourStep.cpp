@@ -9,6 +9,11 @@ QString quoted(const QString& text)
     return text.isEmpty() ? QStringLiteral("(empty)") : text;
 }
 
+QString isText(const QString& item, const QString& text)
+{
+    return QStringLiteral("%1 is %2").arg(item, quoted(text));
+}
+
 QString inRow(const QString& item, int row)
 {
     return QStringLiteral("%1:%2").arg(item).arg(row);
@@ -18,10 +23,9 @@ QString inRow(const QString& item, int row)
 
 Expectation itemIs(const QString& name, const QString& text)
 {
-    return { QStringLiteral("%1 is %2").arg(name, quoted(text)),
-             [name, text](const ItemMirror& items) { return items.text(name) == text; },
+    return { isText(name, text), [name, text](const ItemMirror& items) { return items.text(name) == text; },
              [name](const ItemMirror& items) {
-                 return QStringLiteral("%1 is %2").arg(name, quoted(items.text(name)));
+                 return isText(name, items.text(name));
              } };
 }
 
@@ -74,14 +78,14 @@ Expectation rowIsGone(const QString& item, const QString& value)
 
 Expectation rowIs(const QString& key, const QString& value, const QString& item, const QString& text)
 {
+    const QString place = QStringLiteral("%1 of %2").arg(item, value);
     const auto present = [key, value, item](const ItemMirror& items) {
         const int row = items.row(key, value);
         return row < 0 ? QString() : items.text(inRow(item, row));
     };
-    return { QStringLiteral("%1 of %2 is %3").arg(item, value, quoted(text)),
-             [present, text](const ItemMirror& items) { return present(items) == text; },
-             [present, value, item](const ItemMirror& items) {
-                 return QStringLiteral("%1 of %2 is %3").arg(item, value, quoted(present(items)));
+    return { isText(place, text), [present, text](const ItemMirror& items) { return present(items) == text; },
+             [present, place](const ItemMirror& items) {
+                 return isText(place, present(items));
              } };
 }
 

@@ -1,15 +1,13 @@
 #include "World.h"
 
 #include "Descendants.h"
-#include "HostReadiness.h"
+#include "ServerReadiness.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 #include <fcntl.h>
-
-#include <cstring>
 
 namespace world {
 
@@ -32,7 +30,7 @@ World::~World()
     stop();
 }
 
-QString World::start(const WorldOptions& options)
+base::Result<> World::start(const WorldOptions& options)
 {
     m_options = options;
     if (m_options.host.isEmpty()) {
@@ -44,20 +42,18 @@ QString World::start(const WorldOptions& options)
         m_options.output = m_ownOutput.get();
     }
     adoptOrphans();
-    QString problem = startBuses();
-    if (problem.isEmpty()) {
-        exportEnvironment();
-        problem = startCompanion();
-    }
-    return problem.isEmpty() ? startHost() : problem;
+    return startBuses()
+        .map([this] { exportEnvironment(); })
+        .and_then([this] { return startCompanion(); })
+        .and_then([this] { return startHost(); });
 }
 
-QString World::startBuses()
+base::Result<> World::startBuses()
 {
     const QString folder = m_filesystem.folder().path();
-    const QString problem = m_systemBus.start(MessageBus::Kind::System, folder, m_options.output);
-    return problem.isEmpty() ? m_sessionBus.start(MessageBus::Kind::Session, folder, m_options.output)
-                             : problem;
+    return m_systemBus.start(MessageBus::Kind::System, folder, m_options.output).and_then([&] {
+        return m_sessionBus.start(MessageBus::Kind::Session, folder, m_options.output);
+    });
 }
 
 void World::exportEnvironment() const
@@ -68,7 +64,7 @@ void World::exportEnvironment() const
     qputenv("BLUESIM_STATE",
             QFile::encodeName(m_filesystem.folder().filePath(QStringLiteral("bluesim-pairings.json"))));
     // So that itemctl can tell a server that is gone from a name that is wrong.
-    QByteArray servers = HostReadiness::name().toLocal8Bit();
+    QByteArray servers = hostName().toLocal8Bit();
     if (!m_options.companion.isEmpty()) {
         servers += ' ' + companionName().toLocal8Bit();
     }
@@ -76,13 +72,12 @@ void World::exportEnvironment() const
     qputenv("PATH", QFile::encodeName(binFolder()) + ':' + qgetenv("PATH"));
 }
 
-QString World::startHost()
+base::Result<> World::startHost()
 {
-    return startServer(m_host, { m_options.host, QStringLiteral("--state"), stateFolder() },
-                       HostReadiness::name());
+    return startServer(m_host, { m_options.host, QStringLiteral("--state"), stateFolder() }, hostName());
 }
 
-QString World::startCompanion()
+base::Result<> World::startCompanion()
 {
     if (m_options.companion.isEmpty()) {
         return {};
@@ -91,38 +86,36 @@ QString World::startCompanion()
     return startServer(m_companion, { m_options.companion, state }, companionName());
 }
 
-QString World::startServer(ChildProcess& process, const QStringList& arguments, const QString& busName) const
+base::Result<> World::startServer(ChildProcess& process, const QStringList& arguments,
+                                  const QString& busName) const
 {
     const QString& program = arguments.first();
     Command command;
     command.arguments = arguments;
     command.output = m_options.output;
-    const int reason = process.start(command);
-    if (reason != 0) {
-        return QStringLiteral("the server %1 cannot be started: %2")
-            .arg(program, QString::fromLocal8Bit(std::strerror(reason)));
+    if (const auto started = process.start(command); !started) {
+        return base::error(
+            QStringLiteral("the server %1 cannot be started: %2").arg(program, started.error().text));
     }
-    HostReadiness readiness(m_sessionBus.address(), busName);
-    const HostReadiness::Outcome outcome =
-        readiness.wait(process.descriptor(), m_options.cancel, m_options.limit);
-    switch (outcome) {
-    case HostReadiness::Outcome::Ready:
+    switch (awaitServer(m_sessionBus.address(), busName, process.descriptor(), m_options.cancel,
+                        m_options.limit)) {
+    case Readiness::Ready:
         return {};
-    case HostReadiness::Outcome::Ended:
-        return QStringLiteral("the server %1 ended with status %2 before it was ready")
-            .arg(program)
-            .arg(process.wait().value_or(0));
-    case HostReadiness::Outcome::Cancelled:
-        return QStringLiteral("interrupted while %1 was starting").arg(program);
-    case HostReadiness::Outcome::TooLate:
+    case Readiness::Ended:
+        return base::error(QStringLiteral("the server %1 ended with status %2 before it was ready")
+                               .arg(program)
+                               .arg(process.wait().value_or(0)));
+    case Readiness::Cancelled:
+        return base::error(QStringLiteral("interrupted while %1 was starting").arg(program));
+    case Readiness::TooLate:
         break;
     }
-    return QStringLiteral("the server %1 did not take its name %2 within %3 s")
-        .arg(program, busName)
-        .arg(std::chrono::duration_cast<std::chrono::seconds>(m_options.limit).count());
+    return base::error(QStringLiteral("the server %1 did not take its name %2 within %3 s")
+                           .arg(program, busName)
+                           .arg(std::chrono::duration_cast<std::chrono::seconds>(m_options.limit).count()));
 }
 
-QString World::restartHost()
+base::Result<> World::restartHost()
 {
     stopHost();
     return startHost();

@@ -28,10 +28,10 @@ struct WorldOptions
 ///     int main(int argc, char **argv)
 ///     {
 ///         world::PrivateFilesystem filesystem;
-///         const QString problem = filesystem.enter({ controller, {} }, argv); // before there are threads
+///         const auto entered = filesystem.enter({ controller, {} }, argv); // before there are threads
 ///         QCoreApplication application(argc, argv);
 ///         world::World world(filesystem);
-///         const QString other = world.start();
+///         const auto started = world.start();
 class World
 {
 public:
@@ -45,19 +45,18 @@ public:
     World& operator=(const World&) = delete;
 
     /// Returns when the host answers. Needs a QCoreApplication.
-    /// @return what went wrong, for a person, with what the host said; empty when the world is there.
-    [[nodiscard]] QString start(const WorldOptions& options = {});
+    [[nodiscard]] base::Result<> start(const WorldOptions& options = {});
 
     /// Ends, in this order: all other descendants of this process, the host, its companion, the buses, and
     /// what is left.
     void stop();
 
-    /// Ends the host, in order, if it runs, and starts it again. @return as start() does.
-    [[nodiscard]] QString restartHost();
+    /// Ends the host, in order, if it runs, and starts it again.
+    [[nodiscard]] base::Result<> restartHost();
     void stopHost();
 
-    /// What the next controller that the host starts will be. @return whether it could be done.
-    [[nodiscard]] bool setController(const QString& program) const
+    /// What the next controller that the host starts will be.
+    [[nodiscard]] base::Result<> setController(const QString& program) const
     {
         return m_filesystem.setController(program);
     }
@@ -78,11 +77,11 @@ public:
     static void setBinFolder(const QString& folder);
 
 private:
-    [[nodiscard]] QString startBuses();
-    [[nodiscard]] QString startHost();
-    [[nodiscard]] QString startCompanion();
-    [[nodiscard]] QString startServer(ChildProcess& process, const QStringList& arguments,
-                                      const QString& busName) const;
+    [[nodiscard]] base::Result<> startBuses();
+    [[nodiscard]] base::Result<> startHost();
+    [[nodiscard]] base::Result<> startCompanion();
+    [[nodiscard]] base::Result<> startServer(ChildProcess& process, const QStringList& arguments,
+                                             const QString& busName) const;
     void exportEnvironment() const;
     [[nodiscard]] QString outputPath() const;
 

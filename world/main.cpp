@@ -1,10 +1,10 @@
-#include "ActionWatch.h"
-#include "CommandLine.h"
+#include "ActionMonitor.h"
 #include "Descendants.h"
 #include "EverydayOutput.h"
 #include "Foreground.h"
 #include "NoticeLog.h"
 #include "NoticeOutlet.h"
+#include "RunOptions.h"
 #include "Terminal.h"
 #include "World.h"
 
@@ -16,13 +16,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 
 namespace {
 
+constexpr int Usage = 2;
 constexpr int Unavailable = 69;
 
 void say(const QString& text)
@@ -47,12 +46,12 @@ bool wasEnded(int status)
 }
 
 /// As a shell says it: 127 for a command that is not there, 126 for one that cannot be run.
-int commandFailed(const QString& command, int reason)
+int commandFailed(const QString& command, const base::Error& error)
 {
-    say(reason == ENOENT
-            ? QStringLiteral("%1: command not found").arg(command)
-            : QStringLiteral("%1: %2").arg(command, QString::fromLocal8Bit(std::strerror(reason))));
-    return reason == ENOENT ? 127 : 126;
+    const bool isMissing = error.kind == base::Failure::NoSuchItem;
+    say(isMissing ? QStringLiteral("%1: command not found").arg(command)
+                  : QStringLiteral("%1: %2").arg(command, error.text));
+    return isMissing ? 127 : 126;
 }
 
 /// What takes the output of buses, host and controller, where that was named. A FIFO that nobody reads holds
@@ -66,16 +65,16 @@ int openLog(const QByteArray& path)
 }
 
 /// Runs the command, and tells meanwhile what a person should know.
-int runCommand(const world::CommandLine& line, const world::World& world,
+int runCommand(const world::RunOptions& options, const world::World& world,
                const world::ForegroundSignals& signalsOfOurs, world::NoticeLog& log,
                world::NoticeOutlet& outlet)
 {
-    world::ActionWatch actions(world.sessionBusAddress(), world.systemBusAddress(), outlet);
+    world::ActionMonitor actions(world.sessionBusAddress(), world.systemBusAddress(), outlet);
     world::Command command;
-    command.arguments = line.command;
+    command.arguments = options.command;
     command.place = world::Command::Place::Foreground;
     world::Pipe liveView;
-    if (line.isLiveView) {
+    if (options.isLiveView) {
         liveView = world::Pipe::create(O_NONBLOCK);
         command.inherited = liveView.reading.get();
         command.arguments << QStringLiteral("--notices") << QString::number(command.inherited);
@@ -85,12 +84,10 @@ int runCommand(const world::CommandLine& line, const world::World& world,
     {
         const world::Terminal terminal;
         world::ChildProcess process;
-        const int reason = process.start(command);
-        world::Supervision how;
-        log.attend(); // what was said before
-        how.attendants = { &log, &actions, &outlet };
-        status =
-            reason == 0 ? signalsOfOurs.supervise(process, how) : commandFailed(line.command.first(), reason);
+        const auto started = process.start(command);
+        log.read(); // what was said before
+        status = started ? signalsOfOurs.supervise(process)
+                         : commandFailed(options.command.first(), started.error());
     }
     outlet.redirect(STDERR_FILENO);
     std::array<char, 4096> unread{};
@@ -103,53 +100,53 @@ int runCommand(const world::CommandLine& line, const world::World& world,
     return status;
 }
 
-int runWorld(const world::CommandLine& line, const world::PrivateFilesystem& filesystem)
+int runWorld(const world::RunOptions& options, const world::PrivateFilesystem& filesystem)
 {
     const world::ForegroundSignals signalsOfOurs;
-    const world::FileDescriptor file(line.log.isEmpty() ? -1 : openLog(QFile::encodeName(line.log)));
-    world::WorldOptions options;
-    options.host = line.host;
-    options.companion = world::World::binFolder() + QStringLiteral("/sync_mobile_app");
-    options.state = line.state;
-    options.output = file.get();
-    options.cancel = signalsOfOurs.descriptor();
+    const world::FileDescriptor file(options.log.isEmpty() ? -1 : openLog(QFile::encodeName(options.log)));
+    world::WorldOptions parts;
+    parts.host = options.host;
+    parts.companion = world::World::binFolder() + QStringLiteral("/sync_mobile_app");
+    parts.state = options.state;
+    parts.output = file.get();
+    parts.cancel = signalsOfOurs.descriptor();
 
     world::World world(filesystem);
-    const QString problem = world.start(options);
+    const auto started = world.start(parts);
     std::signal(SIGPIPE, SIG_IGN); // who does not want to hear of it is not told
     world::NoticeOutlet outlet(STDERR_FILENO);
     world::NoticeLog log(world.outputDescriptor(), outlet);
-    if (!problem.isEmpty()) {
+    if (!started) {
         const int number = signalsOfOurs.taken();
         world.stop();
-        say(problem);
+        say(started.error().text);
         if (number != 0) {
             return 128 + number;
         }
-        line.log.isEmpty() ? showOutput(world) : log.attend();
+        options.log.isEmpty() ? showOutput(world) : log.read();
         return Unavailable;
     }
-    const int status = runCommand(line, world, signalsOfOurs, log, outlet);
+    const int status = runCommand(options, world, signalsOfOurs, log, outlet);
     const bool hostRan = world.hostRuns();
     world.stop();
     world::reapChildren();
-    log.attend();
+    log.read();
     outlet.finish();
     if (!hostRan) {
-        say(QStringLiteral("the host ended by itself while %1 ran").arg(line.command.first()));
+        say(QStringLiteral("the host ended by itself while %1 ran").arg(options.command.first()));
     }
-    if (!hostRan || (line.isTour && status != 0 && !wasEnded(status))) {
+    if (!hostRan || (options.isTour && status != 0 && !wasEnded(status))) {
         showOutput(world);
     }
     return status;
 }
 
-void exportChoices(const world::CommandLine& line)
+void exportChoices(const world::RunOptions& options)
 {
-    if (!line.scenario.isEmpty()) {
-        qputenv("BLUESIM_SCENARIO", QFile::encodeName(line.scenario));
+    if (!options.scenario.isEmpty()) {
+        qputenv("BLUESIM_SCENARIO", QFile::encodeName(options.scenario));
     }
-    if (line.machineBus) {
+    if (options.machineBus) {
         // The controller finds the machine's bus here, now that the usual variable names the private one.
         const QByteArray given = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
         qputenv("BLUEZ_SYSTEM_BUS_ADDRESS",
@@ -161,19 +158,22 @@ void exportChoices(const world::CommandLine& line)
 
 int main(int argc, char** argv)
 {
-    const world::Parsed parsed = world::parseCommandLine(argc, argv);
-    if (!parsed.commandLine) {
-        std::fputs(qPrintable(parsed.answer.text), parsed.answer.status == 0 ? stdout : stderr);
-        return parsed.answer.status;
+    const auto options = world::readRunOptions(argc, argv);
+    if (!options) {
+        say(options.error().text);
+        return options.error().kind == base::Failure::Usage ? Usage : Unavailable;
     }
-    const world::CommandLine& line = *parsed.commandLine;
+    if (!options->help.isEmpty()) {
+        std::fputs(qPrintable(options->help), stdout);
+        return 0;
+    }
     world::PrivateFilesystem filesystem;
-    const QString problem = filesystem.enter({ line.controller, line.named }, argv);
-    if (!problem.isEmpty()) {
-        say(problem);
+    const auto entered = filesystem.enter({ options->controller, options->named }, argv);
+    if (!entered) {
+        say(entered.error().text);
         return Unavailable;
     }
     const QCoreApplication application(argc, argv);
-    exportChoices(line);
-    return runWorld(line, filesystem);
+    exportChoices(*options);
+    return runWorld(*options, filesystem);
 }

@@ -5,12 +5,30 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <utility>
 
 namespace cli {
+
+ExitStatus statusOf(base::Failure failure)
+{
+    switch (failure) {
+    case base::Failure::Usage:
+    case base::Failure::InvalidArgument:
+        return ExitStatus::Usage;
+    case base::Failure::NoSuchItem:
+        return ExitStatus::NoSuchItem;
+    case base::Failure::NoAnswer:
+        return ExitStatus::NoAnswer;
+    case base::Failure::NoServer:
+        return ExitStatus::NoServer;
+    default:
+        return ExitStatus::Failed;
+    }
+}
 
 Output::Output(QString program)
     : m_program(std::move(program))
@@ -19,13 +37,13 @@ Output::Output(QString program)
 {
 }
 
-bool Output::line(const QString& text)
+ExitStatus Output::line(const QString& text)
 {
     const QByteArray bytes = text.toUtf8() + '\n';
     if (std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stdout)
             == static_cast<std::size_t>(bytes.size())
         && std::fflush(stdout) == 0) {
-        return true;
+        return ExitStatus::Done;
     }
     // Whoever closes the pipe ("head") has what was wanted.
     if (errno != EPIPE) {
@@ -33,7 +51,14 @@ bool Output::line(const QString& text)
                  .arg(QString::fromLocal8Bit(
                      std::strerror(errno)))); // NOLINT(concurrency-mt-unsafe): one thread
     }
-    return false;
+    return ExitStatus::Failed;
+}
+
+ExitStatus Output::lines(const QStringList& texts)
+{
+    const bool done = std::all_of(texts.begin(), texts.end(),
+                                  [this](const QString& text) { return line(text) == ExitStatus::Done; });
+    return done ? ExitStatus::Done : ExitStatus::Failed;
 }
 
 void Output::note(const QString& message)
@@ -42,10 +67,10 @@ void Output::note(const QString& message)
     std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stderr);
 }
 
-ExitStatus Output::fail(const Failure& failure)
+ExitStatus Output::fail(const base::Error& error)
 {
-    note(failure.message);
-    return failure.status;
+    note(error.text);
+    return statusOf(error.kind);
 }
 
 int Output::columns() const

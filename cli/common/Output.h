@@ -1,10 +1,23 @@
 #pragma once
 
-#include "Failure.h"
+#include "base/Result.h"
 
 #include <QString>
+#include <QStringList>
 
 namespace cli {
+
+/// What a program tells its caller.
+enum class ExitStatus {
+    Done = 0,
+    Failed = 1, ///< refused, or failed for a reason of its own
+    Usage = 2, ///< the command line is not understood
+    NoSuchItem = 3, ///< nothing of that name, or several
+    NoAnswer = 4, ///< time was over, or the server does not answer
+    NoServer = 5 ///< no bus, or no server on it
+};
+
+[[nodiscard]] ExitStatus statusOf(base::Failure failure);
 
 /// Where results and reasons go. Results are UTF-8 lines on standard output, each written out at once;
 /// reasons are "PROGRAM: …" lines on standard error.
@@ -13,11 +26,12 @@ class Output
 public:
     explicit Output(QString program);
 
-    /// False when the reader has gone or the disk is full; the reason was said.
-    bool line(const QString& text);
+    /// Failed when the reader has gone or the disk is full; the reason was said.
+    ExitStatus line(const QString& text);
+    ExitStatus lines(const QStringList& texts);
     void note(const QString& message);
-    /// Says why and gives the status back, so that a command can end with it.
-    ExitStatus fail(const Failure& failure);
+    /// Says why and gives the status back, so that a program can end with it.
+    ExitStatus fail(const base::Error& error);
 
     [[nodiscard]] bool isTerminal() const { return m_isTerminal; }
     /// Columns of the terminal; 0 when lines are not to be cut.

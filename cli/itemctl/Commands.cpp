@@ -4,41 +4,11 @@
 
 namespace itemctl {
 
-ExitStatus run(const Request& request, Output& output)
-{
-    using Command = Request::Command;
-    switch (request.command) {
-    case Command::List:
-        return runList(request, output);
-    case Command::Get:
-        return runGet(request, output);
-    case Command::Set:
-        return runSet(request, output);
-    case Command::Call:
-        return runCall(request, output);
-    case Command::Watch:
-        return runWatch(request, output);
-    case Command::Wait:
-        return runWait(request, output);
-    case Command::Describe:
-        return runDescribe(request, output);
-    case Command::Servers:
-        return runServers(request, output);
-    case Command::Top:
-        return runTop(request, output);
-    case Command::Names:
-        return runNames(request, output);
-    case Command::Values:
-        return runValues(request, output);
-    }
-    return ExitStatus::Usage;
-}
-
-Expected<Servers> serversFor(const Request& request, const QStringList& names)
+base::Result<Servers> serversFor(const Request& request, const QStringList& names)
 {
     const auto bus = sessionBus();
     if (!bus) {
-        return bus.failure();
+        return tl::unexpected(bus.error());
     }
     if (!request.server.isEmpty()) {
         return Servers::open(*bus, { request.server });
@@ -54,15 +24,25 @@ Expected<Servers> serversFor(const Request& request, const QStringList& names)
     return Servers::open(*bus, named);
 }
 
-Expected<Items> listAll(Servers& servers, Output& output)
+base::Result<Listing> listed(Servers servers)
 {
     auto items = servers.list();
-    if (items) {
-        for (const Failure& failure : servers.silent()) {
-            output.note(failure.message);
-        }
+    if (!items) {
+        return tl::unexpected(items.error());
     }
-    return items;
+    return Listing{ std::move(servers), std::move(*items) };
+}
+
+void noteSilent(const Servers& servers, Output& output)
+{
+    for (const base::Error& error : servers.silent()) {
+        output.note(error.text);
+    }
+}
+
+QString shownName(const Item& item, const Output& output)
+{
+    return output.isTerminal() ? item.shortName() : item.address;
 }
 
 } // namespace itemctl

@@ -1,32 +1,62 @@
 #pragma once
 
-#include "Output.h"
-#include "Request.h"
 #include "Servers.h"
+#include "common/Output.h"
+
+#include <QStringList>
+
+#include <chrono>
+#include <optional>
 
 namespace itemctl {
 
-/// Does what was asked for; results and reasons have gone to the output.
-ExitStatus run(const Request& request, Output& output);
+/// The whole of the program "itemctl". @return the exit status
+int run(int argc, char** argv);
 
-// The subcommands.
-ExitStatus runList(const Request& request, Output& output);
-ExitStatus runGet(const Request& request, Output& output);
-ExitStatus runSet(const Request& request, Output& output);
-ExitStatus runCall(const Request& request, Output& output);
-ExitStatus runWatch(const Request& request, Output& output);
-ExitStatus runWait(const Request& request, Output& output);
-ExitStatus runDescribe(const Request& request, Output& output);
-ExitStatus runServers(const Request& request, Output& output);
-ExitStatus runTop(const Request& request, Output& output);
-ExitStatus runNames(const Request& request, Output& output);
-ExitStatus runValues(const Request& request, Output& output);
+/// What the command line asks for.
+struct Request
+{
+    bool json = false;
+    QString server; ///< "bluetoothlauncher"; empty for all servers on the bus
+    QStringList arguments; ///< patterns, items or conditions; of set and call the item, then the text
+    std::optional<int> count;
+    std::optional<int> notices; ///< top: a descriptor; its lines are shown as they come
+    std::optional<std::chrono::milliseconds> timeout;
+};
+
+/// What a subcommand does. Its results have gone to the output.
+using Command = base::Result<ExitStatus>(const Request& request, Output& output);
+
+Command list;
+Command get;
+Command set;
+Command call;
+Command watch;
+Command wait;
+Command describe;
+Command servers;
+Command top;
+Command names;
+Command values;
 
 /// The servers that a request concerns: the one it names, those that all these names tell by being full
 /// addresses, or all on the bus.
-Expected<Servers> serversFor(const Request& request, const QStringList& names);
+base::Result<Servers> serversFor(const Request& request, const QStringList& names);
 
-/// All items of these servers; says which servers do not answer.
-Expected<Items> listAll(Servers& servers, Output& output);
+/// Servers, and all items that they have now.
+struct Listing
+{
+    Servers servers;
+    Items items;
+};
+
+base::Result<Listing> listed(Servers servers);
+
+/// Says which servers do not answer, although others do.
+void noteSilent(const Servers& servers, Output& output);
+
+/// How the item is named in a line for people: shortly on a terminal, where room is scarce, and with its full
+/// address elsewhere.
+QString shownName(const Item& item, const Output& output);
 
 } // namespace itemctl

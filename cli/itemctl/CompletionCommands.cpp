@@ -1,5 +1,4 @@
-// What the shells' completion asks for. A completion that fails has nothing to offer, and nothing to say in
-// the middle of a command line.
+// What the shells' completion asks for.
 #include "Commands.h"
 #include "Description.h"
 #include "ItemNames.h"
@@ -7,66 +6,50 @@
 namespace itemctl {
 namespace {
 
-constexpr std::chrono::seconds Patience{ 1 };
-
-Expected<Servers> impatientServers(const Request& request, const QStringList& names)
+base::Result<Listing> listedSoon(Servers servers)
 {
-    auto servers = serversFor(request, names);
-    if (servers) {
-        servers->setTimeout(Patience);
-    }
-    return servers;
+    constexpr std::chrono::seconds Patience{ 1 };
+    servers.setTimeout(Patience);
+    return listed(std::move(servers));
 }
 
 } // namespace
 
-ExitStatus runNames(const Request& request, Output& output)
+base::Result<ExitStatus> names(const Request& request, Output& output)
 {
-    auto servers = impatientServers(request, {});
-    if (!servers) {
-        return servers.failure().status;
-    }
-    const auto all = servers->list();
+    const auto all = serversFor(request, {}).and_then(listedSoon);
     if (!all) {
-        return all.failure().status;
+        return tl::unexpected(all.error());
     }
-    for (const Item& item : *all) {
+    for (const Item& item : all->items) {
         if (request.arguments.isEmpty() || request.arguments.contains(item.kind)) {
-            output.line(item.idWithIndex());
-            output.line(item.shortName());
+            output.lines({ item.idWithIndex(), item.shortName() });
         }
     }
     return ExitStatus::Done;
 }
 
-ExitStatus runValues(const Request& request, Output& output)
+base::Result<ExitStatus> values(const Request& request, Output& output)
 {
-    const QString name = request.arguments.value(0);
-    auto servers = impatientServers(request, { name });
-    if (!servers) {
-        return servers.failure().status;
-    }
-    const auto all = servers->list();
+    const auto all = serversFor(request, request.arguments).and_then(listedSoon);
     if (!all) {
-        return all.failure().status;
+        return tl::unexpected(all.error());
     }
-    const auto position = findItem(*all, name, Wanted::Valued);
+    const auto position = findItem(all->items, request.arguments.value(0), Wanted::Valued);
     if (!position) {
-        return position.failure().status;
+        return tl::unexpected(position.error());
     }
-    const Item& item = (*all)[*position];
+    const Item& item = all->items[*position];
     if (item.value.userType() == QMetaType::Bool) {
-        output.line(QStringLiteral("true"));
-        output.line(QStringLiteral("false"));
+        output.lines({ QStringLiteral("true"), QStringLiteral("false") });
     }
-    const auto description = servers->clientOf(item).describe(item.address);
-    if (!description) {
-        return ExitStatus::NoAnswer;
-    }
-    for (const EnumValue& value : enumerationOf(*description)) {
-        output.line(value.symbol);
-    }
-    return ExitStatus::Done;
+    return resultOf(all->servers.clientOf(item).describe(item.address))
+        .map([&output](const QVariantMap& description) {
+            for (const EnumValue& value : enumerationOf(description)) {
+                output.line(value.symbol);
+            }
+            return ExitStatus::Done;
+        });
 }
 
 } // namespace itemctl

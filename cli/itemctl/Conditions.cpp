@@ -7,9 +7,9 @@
 namespace itemctl {
 namespace {
 
-Failure usage(const QString& message)
+tl::unexpected<base::Error> usage(const QString& message)
 {
-    return { ExitStatus::Usage, message };
+    return base::error(message, base::Failure::Usage);
 }
 
 QString without(const QString& text, const QString& suffix)
@@ -22,7 +22,7 @@ QString without(const QString& text, const QString& suffix)
 
 } // namespace
 
-Expected<Condition> Condition::parse(const QString& text)
+base::Result<Condition> Condition::parse(const QString& text)
 {
     static const QRegularExpression operators(QStringLiteral("!=|=|~"));
     Condition condition;
@@ -61,7 +61,7 @@ bool Condition::comparesValue() const
     return m_kind == Kind::Equals || m_kind == Kind::Differs;
 }
 
-Expected<Condition> Condition::boundTo(const QVariantMap& description) const
+base::Result<Condition> Condition::boundTo(const QVariantMap& description) const
 {
     const QString type = description.value(QStringLiteral("type")).toString();
     if (!comparesValue() || type == QLatin1String("text") || type == QLatin1String("any")) {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Failure.h"
 #include "Item.h"
+#include "base/Result.h"
 
 #include <QRegularExpression>
 #include <QString>
@@ -13,8 +13,8 @@ namespace itemctl {
 class Condition
 {
 public:
-    /// Fails with ExitStatus::Usage when the text has none of these forms, or its expression is not valid.
-    static Expected<Condition> parse(const QString& text);
+    /// Fails when the text has none of these forms, or its expression is not valid.
+    static base::Result<Condition> parse(const QString& text);
 
     [[nodiscard]] const QString& text() const { return m_text; } ///< as it was written
     [[nodiscard]] const QString& item() const { return m_item; } ///< as it was written
@@ -23,8 +23,8 @@ public:
     [[nodiscard]] bool isAboutValue() const { return comparesValue() || m_kind == Kind::Matches; }
 
     /// Understands VALUE as the item's type has it: an enumeration's number, symbol or label, true and false,
-    /// numbers. Fails with ExitStatus::Usage when it can never be one of the item's values.
-    [[nodiscard]] Expected<Condition> boundTo(const QVariantMap& description) const;
+    /// numbers. Fails when it can never be one of the item's values.
+    [[nodiscard]] base::Result<Condition> boundTo(const QVariantMap& description) const;
 
     [[nodiscard]] bool holds(const Item& item) const;
 

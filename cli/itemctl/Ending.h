@@ -1,41 +1,30 @@
 #pragma once
 
-#include "Output.h"
+#include "LiveItems.h"
+#include "common/Output.h"
 
-#include <QCoreApplication>
+#include <QTimer>
+
+#include <functional>
 
 namespace itemctl {
 
-/// Ends the event loop with an exit status. Only the first reason counts: the loop may still deliver what
-/// came in the same turn.
-class Ending
+/// Ends the event loop with an exit status: when it is told to, and when the bus is lost. Only the first
+/// reason counts: the loop may still deliver what came in the same turn.
+class Ending : public QObject
 {
 public:
-    explicit Ending(Output& output)
-        : m_output(output)
-    {
-    }
+    Ending(LiveItems& items, Output& output);
 
     [[nodiscard]] bool isReached() const { return m_isReached; }
-
-    void reach(ExitStatus status)
-    {
-        if (!m_isReached) {
-            QCoreApplication::exit(static_cast<int>(status));
-        }
-        m_isReached = true;
-    }
-
-    void reach(const Failure& failure)
-    {
-        if (!m_isReached) {
-            m_output.note(failure.message);
-        }
-        reach(failure.status);
-    }
+    void reach(ExitStatus status);
+    void reach(const base::Error& error);
+    /// When that time is over, \a act has to reach it.
+    void awaitTimeout(std::chrono::milliseconds timeout, const std::function<void()>& act);
 
 private:
     Output& m_output;
+    QTimer m_timer;
     bool m_isReached = false;
 };
 

@@ -66,7 +66,7 @@ QString suggestion(const Items& items, const QString& name)
                           : QStringLiteral("; did you mean %1?").arg(quoted(near));
 }
 
-Failure several(const Items& items, const QVector<int>& found, const QString& name)
+base::Error several(const Items& items, const QVector<int>& found, const QString& name)
 {
     QStringList addresses;
     for (const int at : found.mid(0, MaximumCandidates)) {
@@ -75,41 +75,41 @@ Failure several(const Items& items, const QVector<int>& found, const QString& na
     if (found.size() > MaximumCandidates) {
         addresses += QStringLiteral("%1 more").arg(found.size() - MaximumCandidates);
     }
-    return { ExitStatus::NoSuchItem,
-             QStringLiteral("%1 fits several items, name one of them: %2")
-                 .arg(quoted(name), addresses.join(QStringLiteral(", "))) };
+    return { QStringLiteral("%1 fits several items, name one of them: %2")
+                 .arg(quoted(name), addresses.join(QStringLiteral(", "))),
+             base::Failure::NoSuchItem };
 }
 
-Failure noAction(const Item& item, const QString& name)
+base::Error noAction(const Item& item, const QString& name)
 {
     const QString instead = item.kind == QLatin1String("config")
         ? QStringLiteral("\"itemctl set %1 VALUE\" writes it")
         : QStringLiteral("\"itemctl get %1\" reads it");
-    return { ExitStatus::NoSuchItem,
-             QStringLiteral("%1 is a %2, not an action; %3")
-                 .arg(quoted(name), item.kind, instead.arg(escaped(name))) };
+    return { QStringLiteral("%1 is a %2, not an action; %3")
+                 .arg(quoted(name), item.kind, instead.arg(escaped(name))),
+             base::Failure::NoSuchItem };
 }
 
-Failure none(const Items& items, const QString& name, Wanted wanted)
+base::Error none(const Items& items, const QString& name, Wanted wanted)
 {
     const auto instances =
         std::count_if(items.begin(), items.end(), [&](const Item& item) { return isInstanceOf(item, name); });
     if (instances > 0) {
-        return { ExitStatus::NoSuchItem,
-                 QStringLiteral("%1 is a list of %2 instances, name one of them: %1:0 to %1:%3")
+        return { QStringLiteral("%1 is a list of %2 instances, name one of them: %1:0 to %1:%3")
                      .arg(name)
                      .arg(instances)
-                     .arg(instances - 1) };
+                     .arg(instances - 1),
+                 base::Failure::NoSuchItem };
     }
-    return { ExitStatus::NoSuchItem,
-             QStringLiteral("no %1 %2%3")
+    return { QStringLiteral("no %1 %2%3")
                  .arg(wanted == Wanted::Action ? QStringLiteral("action") : QStringLiteral("item"),
-                      quoted(name), suggestion(items, name)) };
+                      quoted(name), suggestion(items, name)),
+             base::Failure::NoSuchItem };
 }
 
 } // namespace
 
-Expected<int> findItem(const Items& items, const QString& name, Wanted wanted)
+base::Result<int> findItem(const Items& items, const QString& name, Wanted wanted)
 {
     QVector<int> found;
     QVector<int> ofOtherKind;
@@ -127,19 +127,20 @@ Expected<int> findItem(const Items& items, const QString& name, Wanted wanted)
         return found.first();
     }
     if (found.size() > 1) {
-        return several(items, found, name);
+        return tl::unexpected(several(items, found, name));
     }
     if (!ofOtherKind.isEmpty()) {
-        return noAction(items[ofOtherKind.first()], name);
+        return tl::unexpected(noAction(items[ofOtherKind.first()], name));
     }
-    return none(items, name, wanted);
+    return tl::unexpected(none(items, name, wanted));
 }
 
-Failure notFound(const Items& items, const Servers& servers, const QString& name, const Failure& failure)
+base::Error notFound(const Items& items, const Servers& servers, const QString& name,
+                     const base::Error& error)
 {
-    const auto without = [&failure](const QString& server) {
-        return Failure{ ExitStatus::NoServer,
-                        QStringLiteral("server %1 is not on the bus; %2").arg(server, failure.message) };
+    const auto without = [&error](const QString& server) {
+        return base::Error{ QStringLiteral("server %1 is not on the bus; %2").arg(server, error.text),
+                            base::Failure::NoServer };
     };
     const QString server = serverOfAddress(name);
     const auto isOf = [&server](const Item& item) {
@@ -152,7 +153,7 @@ Failure notFound(const Items& items, const Servers& servers, const QString& name
         return without(servers.absent().join(QStringLiteral(", ")));
     }
     if (!servers.silent().empty()) {
-        return { ExitStatus::NoAnswer, QStringLiteral("no server that answers has %1").arg(quoted(name)) };
+        return { QStringLiteral("no server that answers has %1").arg(quoted(name)), base::Failure::NoAnswer };
     }
     const QString module = moduleOf(name);
     const auto isIn = [&module](const Item& item) {
@@ -160,10 +161,10 @@ Failure notFound(const Items& items, const Servers& servers, const QString& name
     };
     if (!module.isEmpty() && std::none_of(items.begin(), items.end(), isIn)
         && nearest(items, name).isEmpty()) {
-        return { ExitStatus::NoServer,
-                 QStringLiteral("no server on the session bus has a module %1").arg(quoted(module)) };
+        return { QStringLiteral("no server on the session bus has a module %1").arg(quoted(module)),
+                 base::Failure::NoServer };
     }
-    return failure;
+    return error;
 }
 
 QString serverOfAddress(const QString& name)
@@ -183,40 +184,44 @@ bool matches(const Item& item, const QString& pattern)
     return address && ipc::matchesPattern(*address, pattern);
 }
 
+bool matchesAny(const Item& item, const QStringList& patterns)
+{
+    return std::any_of(patterns.begin(), patterns.end(),
+                       [&](const QString& pattern) { return matches(item, pattern); });
+}
+
 Items matching(const Items& items, const QStringList& patterns)
 {
     if (patterns.isEmpty()) {
         return items;
     }
     Items fitting;
-    std::copy_if(items.begin(), items.end(), std::back_inserter(fitting), [&](const Item& item) {
-        return std::any_of(patterns.begin(), patterns.end(),
-                           [&](const QString& pattern) { return matches(item, pattern); });
-    });
+    std::copy_if(items.begin(), items.end(), std::back_inserter(fitting),
+                 [&](const Item& item) { return matchesAny(item, patterns); });
     return fitting;
 }
 
 QStringList unmatched(const Items& items, const QStringList& patterns)
 {
     QStringList left;
-    for (const QString& pattern : patterns) {
-        if (std::none_of(items.begin(), items.end(),
-                         [&](const Item& item) { return matches(item, pattern); })) {
-            left += pattern;
-        }
-    }
+    std::copy_if(patterns.begin(), patterns.end(), std::back_inserter(left), [&](const QString& pattern) {
+        return std::none_of(items.begin(), items.end(),
+                            [&](const Item& item) { return matches(item, pattern); });
+    });
     return left;
 }
 
-Failure nothingMatches(const Items& items, const QStringList& patterns)
+base::Result<> checkAllMatch(const Items& items, const Servers& servers, const QStringList& patterns)
 {
-    QStringList names;
-    for (const QString& pattern : patterns) {
-        names += quoted(pattern);
+    const QStringList left = unmatched(items, patterns);
+    if (left.isEmpty()) {
+        return {};
     }
-    return { ExitStatus::NoSuchItem,
-             QStringLiteral("no item matches %1%2")
-                 .arg(names.join(QStringLiteral(" or ")), suggestion(items, patterns.value(0))) };
+    QStringList names;
+    std::transform(left.begin(), left.end(), std::back_inserter(names), quoted);
+    const QString text = QStringLiteral("no item matches %1%2")
+                             .arg(names.join(QStringLiteral(" or ")), suggestion(items, left.first()));
+    return tl::unexpected(notFound(items, servers, left.first(), { text, base::Failure::NoSuchItem }));
 }
 
 } // namespace itemctl

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Failure.h"
 #include "Item.h"
 #include "Servers.h"
 
@@ -18,12 +17,13 @@ enum class Wanted {
 
 /// The position of the item that a person means: a full address, "module:id" or "id", each with ":INDEX" for
 /// an instance. Fails when there is none (and names the nearest), or several (and names them).
-Expected<int> findItem(const Items& items, const QString& name, Wanted wanted);
+base::Result<int> findItem(const Items& items, const QString& name, Wanted wanted);
 
 /// Why a name was not found, by what is known of the servers that are not among these: one of them may well
 /// have it, so that a script which waits for a restart is not told of a mistake.
-/// @param failure why it was not found on those that answered
-Failure notFound(const Items& items, const Servers& servers, const QString& name, const Failure& failure);
+/// @param error why it was not found on those that answered
+base::Error notFound(const Items& items, const Servers& servers, const QString& name,
+                     const base::Error& error);
 
 /// The server that a full address names ("bluetoothlauncher"); empty for a shorter name.
 QString serverOfAddress(const QString& name);
@@ -31,6 +31,7 @@ QString serverOfAddress(const QString& name);
 /// Whether a shell pattern fits the item's "module:id", with or without its index; a pattern without a colon
 /// fits the id alone as well, and one that begins with a colon the full address.
 bool matches(const Item& item, const QString& pattern);
+bool matchesAny(const Item& item, const QStringList& patterns);
 
 /// The items that one of the patterns fits, in their order; all of them when there is no pattern.
 Items matching(const Items& items, const QStringList& patterns);
@@ -38,7 +39,7 @@ Items matching(const Items& items, const QStringList& patterns);
 /// The patterns that fit no item.
 QStringList unmatched(const Items& items, const QStringList& patterns);
 
-/// The failure for patterns that fit no item; names what is near.
-Failure nothingMatches(const Items& items, const QStringList& patterns);
+/// Fails when some of the patterns fit no item, as notFound() does.
+base::Result<> checkAllMatch(const Items& items, const Servers& servers, const QStringList& patterns);
 
 } // namespace itemctl

@@ -1,6 +1,6 @@
 #include "Commands.h"
+#include "ItemJson.h"
 #include "ItemNames.h"
-#include "JsonText.h"
 #include "ValueText.h"
 #include "common/DisplayText.h"
 
@@ -48,7 +48,7 @@ QVector<Row> rowsOf(const Items& items, const Output& output)
     QVector<Row> rows;
     rows.reserve(items.size());
     for (const Item& item : items) {
-        rows += rowOf(item, namesakes[item.shortName()] > 1 ? item.address : output.nameOf(item));
+        rows += rowOf(item, namesakes[item.shortName()] > 1 ? item.address : shownName(item, output));
     }
     return rows;
 }
@@ -69,65 +69,65 @@ Widths widthsOf(const QVector<Row>& rows, int columns)
     return widths;
 }
 
-bool printRow(const Row& row, const Widths& widths, Output& output)
+QString lineOf(const Row& row, const Widths& widths, const Output& output)
 {
     const QString gap(Gap, QLatin1Char(' '));
     QString line = fitted(row.name, widths.name) + gap + fitted(row.value, widths.value) + gap + row.label;
     if (const int columns = output.columns(); columns > 0) {
         line = cut(line, columns);
     }
-    return output.line(row.applicable ? line : output.dim(line));
+    return row.applicable ? line : output.dim(line);
 }
 
-ExitStatus print(const Items& items, const Request& request, Output& output)
+QStringList tableOf(const Items& items, const Output& output)
 {
-    if (request.json) {
-        const bool written = std::all_of(items.begin(), items.end(), [&](const Item& item) {
-            return output.line(jsonText(itemJson(item)));
-        });
-        return written ? ExitStatus::Done : ExitStatus::Failed;
-    }
     const QVector<Row> rows = rowsOf(items, output);
     const Widths widths = widthsOf(rows, output.columns());
-    const bool written =
-        std::all_of(rows.begin(), rows.end(), [&](const Row& row) { return printRow(row, widths, output); });
-    return written ? ExitStatus::Done : ExitStatus::Failed;
+    QStringList lines;
+    for (const Row& row : rows) {
+        lines += lineOf(row, widths, output);
+    }
+    return lines;
 }
 
 } // namespace
 
-ExitStatus runList(const Request& request, Output& output)
+base::Result<ExitStatus> list(const Request& request, Output& output)
 {
-    auto servers = serversFor(request, request.arguments);
-    if (!servers) {
-        return output.fail(servers.failure());
-    }
-    const auto all = listAll(*servers, output);
+    const auto all = serversFor(request, request.arguments).and_then(listed);
     if (!all) {
-        return output.fail(all.failure());
+        return tl::unexpected(all.error());
     }
-    const ExitStatus status = print(matching(*all, request.arguments), request, output);
-    if (const QStringList left = unmatched(*all, request.arguments); !left.isEmpty()) {
-        return output.fail(notFound(*all, *servers, left.first(), nothingMatches(*all, left)));
+    noteSilent(all->servers, output);
+    const Items items = matching(all->items, request.arguments);
+    QStringList lines;
+    if (request.json) {
+        std::transform(items.begin(), items.end(), std::back_inserter(lines),
+                       [](const Item& item) { return jsonText(itemJson(item)); });
+    } else {
+        lines = tableOf(items, output);
     }
-    return servers->silent().empty() ? status : ExitStatus::NoAnswer;
+    const ExitStatus status = output.lines(lines);
+    return checkAllMatch(all->items, all->servers, request.arguments).map([&] {
+        return all->servers.silent().empty() ? status : ExitStatus::NoAnswer;
+    });
 }
 
-ExitStatus runServers(const Request& request, Output& output)
+base::Result<ExitStatus> servers(const Request& request, Output& output)
 {
     const auto servers = serversFor(request, {});
     if (!servers) {
         if (request.json) {
             output.line(QStringLiteral("[]"));
         }
-        return output.fail(servers.failure());
+        return tl::unexpected(servers.error());
     }
     ExitStatus status = ExitStatus::Done;
     auto array = nlohmann::ordered_json::array();
     for (const auto& client : servers->clients()) {
         const auto modules = client->modules();
         if (!modules) {
-            status = output.fail(failureFrom(modules.error()));
+            status = output.fail(errorFrom(modules.error()));
             continue;
         }
         nlohmann::ordered_json server;

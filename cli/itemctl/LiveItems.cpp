@@ -22,18 +22,18 @@ void LiveItems::noticeBusLoss()
     Q_EMIT busLost();
 }
 
-Expected<Items> LiveItems::start()
+base::Result<Items> LiveItems::start()
 {
     for (const auto& client : m_servers.clients()) {
         follow(*client);
         if (const auto snapshot = client->watch()) {
             append(itemsOf(*client, *snapshot));
         } else {
-            m_servers.addSilent(failureFrom(snapshot.error()));
+            m_servers.addSilent(errorFrom(snapshot.error()));
         }
     }
-    if (silent().size() == m_servers.clients().size()) {
-        return silent().front();
+    if (m_servers.silent().size() == m_servers.clients().size()) {
+        return tl::unexpected(m_servers.silent().front());
     }
     return m_items;
 }
@@ -75,7 +75,7 @@ void LiveItems::takeAgain(KELClientInterface& client)
 {
     const auto snapshot = client.watch();
     if (!snapshot) {
-        Q_EMIT failed(failureFrom(snapshot.error()));
+        Q_EMIT failed(errorFrom(snapshot.error()));
         return;
     }
     const QString server = serverName(client.busName());

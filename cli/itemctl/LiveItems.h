@@ -18,10 +18,7 @@ public:
     explicit LiveItems(Servers servers);
 
     /// Fails when no server answers.
-    Expected<Items> start();
-
-    /// Why some servers are left out although others answered.
-    [[nodiscard]] const std::vector<Failure>& silent() const { return m_servers.silent(); }
+    base::Result<Items> start();
 
     [[nodiscard]] const Items& items() const { return m_items; }
     [[nodiscard]] const Servers& servers() const { return m_servers; }
@@ -34,7 +31,7 @@ Q_SIGNALS:
     void serverLeft(const QString& server);
     void serverReturned(const QString& server);
     /// A server that came back does not answer.
-    void failed(const itemctl::Failure& failure);
+    void failed(const base::Error& error);
     void busLost();
 
 private Q_SLOTS:

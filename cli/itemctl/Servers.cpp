@@ -38,29 +38,29 @@ QString busNameOf(const QString& server)
     return BusNamePrefix + server;
 }
 
-Expected<QDBusConnection> sessionBus()
+base::Result<QDBusConnection> sessionBus()
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (bus.isConnected()) {
         return bus;
     }
-    return Failure{ ExitStatus::NoServer,
-                    QStringLiteral("no session bus (%1); DBUS_SESSION_BUS_ADDRESS has to name one")
-                        .arg(bus.lastError().message().simplified()) };
+    return base::error(QStringLiteral("no session bus (%1); DBUS_SESSION_BUS_ADDRESS has to name one")
+                           .arg(bus.lastError().message().simplified()),
+                       base::Failure::NoServer);
 }
 
-Expected<Servers> Servers::open(const QDBusConnection& connection, const QStringList& names)
+base::Result<Servers> Servers::open(const QDBusConnection& connection, const QStringList& names)
 {
-    const auto present = KELClientInterface::servers(connection);
+    const auto present = resultOf(KELClientInterface::servers(connection));
     if (!present) {
-        return present.error();
+        return tl::unexpected(present.error());
     }
     QStringList wanted;
     for (const QString& name : names) {
         if (!present->contains(busNameOf(name))) {
-            return Failure{ ExitStatus::NoServer,
-                            QStringLiteral("no server \"%1\" on the session bus; there is %2")
-                                .arg(escaped(name), listed(*present)) };
+            return base::error(QStringLiteral("no server \"%1\" on the session bus; there is %2")
+                                   .arg(escaped(name), listed(*present)),
+                               base::Failure::NoServer);
         }
         if (!wanted.contains(busNameOf(name))) {
             wanted += busNameOf(name);
@@ -76,7 +76,7 @@ Expected<Servers> Servers::open(const QDBusConnection& connection, const QString
         }
     }
     if (wanted.isEmpty()) {
-        return Failure{ ExitStatus::NoServer, QStringLiteral("no server is on the session bus") };
+        return base::error(QStringLiteral("no server is on the session bus"), base::Failure::NoServer);
     }
     Servers servers;
     servers.m_absent = absent;
@@ -111,7 +111,7 @@ Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot)
     return items;
 }
 
-Expected<Items> Servers::list()
+base::Result<Items> Servers::list()
 {
     Items items;
     m_silent.clear();
@@ -119,11 +119,11 @@ Expected<Items> Servers::list()
         if (const auto snapshot = client->list()) {
             items += itemsOf(*client, *snapshot);
         } else {
-            m_silent.push_back(failureFrom(snapshot.error()));
+            m_silent.push_back(errorFrom(snapshot.error()));
         }
     }
     if (m_silent.size() == m_clients.size()) {
-        return m_silent.front();
+        return tl::unexpected(m_silent.front());
     }
     return items;
 }

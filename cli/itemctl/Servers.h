@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Failure.h"
+#include "ClientResult.h"
 #include "Item.h"
 
 #include <QDBusConnection>
@@ -21,7 +21,7 @@ class Servers
 {
 public:
     /// All servers on the bus when no name is given; otherwise those, which all have to be there.
-    static Expected<Servers> open(const QDBusConnection& connection, const QStringList& names);
+    static base::Result<Servers> open(const QDBusConnection& connection, const QStringList& names);
 
     void setTimeout(std::chrono::milliseconds timeout);
 
@@ -32,22 +32,22 @@ public:
     [[nodiscard]] KELClientInterface& clientOf(const Item& item) const;
 
     /// All items of all servers, in the order of the servers' names. A server that does not answer is left
-    /// out and its failure is kept, as long as another one answers.
-    [[nodiscard]] Expected<Items> list();
-    [[nodiscard]] const std::vector<Failure>& silent() const { return m_silent; }
-    void addSilent(const Failure& failure) { m_silent.push_back(failure); }
+    /// out and its error is kept, as long as another one answers.
+    [[nodiscard]] base::Result<Items> list();
+    [[nodiscard]] const std::vector<base::Error>& silent() const { return m_silent; }
+    void addSilent(const base::Error& error) { m_silent.push_back(error); }
     /// Those that ITEMCTL_SERVERS names and that are not on the bus; none when only some were asked for.
     [[nodiscard]] const QStringList& absent() const { return m_absent; }
 
 private:
     std::vector<std::unique_ptr<KELClientInterface>> m_clients;
-    std::vector<Failure> m_silent;
+    std::vector<base::Error> m_silent;
     QStringList m_absent;
 };
 
 Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot);
 
 /// The session bus, or the reason why there is none.
-Expected<QDBusConnection> sessionBus();
+base::Result<QDBusConnection> sessionBus();
 
 } // namespace itemctl

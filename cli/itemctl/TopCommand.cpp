@@ -98,7 +98,7 @@ void Top::followItems()
     });
     connect(&m_items, &LiveItems::serverReturned, this,
             [this](const QString& server) { say(QStringLiteral("server %1 is back").arg(server)); });
-    connect(&m_items, &LiveItems::failed, this, [this](const Failure& failure) { say(failure.message); });
+    connect(&m_items, &LiveItems::failed, this, [this](const base::Error& error) { say(error.text); });
     connect(&m_items, &LiveItems::busLost, this,
             [] { QCoreApplication::exit(static_cast<int>(ExitStatus::NoServer)); });
 }
@@ -207,8 +207,6 @@ void Top::handle(const KeyPress& press)
         return enter();
     case Key::Text:
         return handleText(press.text);
-    case Key::Resize:
-        return;
     default:
         return say(QStringLiteral("this key does nothing; %1").arg(Keys));
     }
@@ -307,21 +305,20 @@ void Top::toggleEnabled()
 
 } // namespace
 
-ExitStatus runTop(const Request& request, Output& output)
+base::Result<ExitStatus> top(const Request& request, Output& output)
 {
     if (!output.isTerminal() || ::isatty(STDIN_FILENO) != 1) {
-        return output.fail(
-            { ExitStatus::Failed,
-              QStringLiteral("top needs a terminal; \"itemctl watch\" follows changes elsewhere") });
+        return base::error(
+            QStringLiteral("top needs a terminal; \"itemctl watch\" follows changes elsewhere"));
     }
     const TerminalSignals signals; // before any thread is there that would take them
     auto servers = serversFor(request, {});
     if (!servers) {
-        return output.fail(servers.failure());
+        return tl::unexpected(servers.error());
     }
     LiveItems items(std::move(*servers));
     if (const auto started = items.start(); !started) {
-        return output.fail(started.failure());
+        return tl::unexpected(started.error());
     }
     Top top(items, signals);
     std::optional<Notices> notices;

@@ -32,8 +32,6 @@ TopPrompt::State TopPrompt::handle(const KeyPress& press)
         return State::Left;
     case Key::Enter:
         return State::Sent;
-    case Key::Resize:
-        break;
     default:
         m_hint = QStringLiteral("only text, Backspace, Enter and Esc work here");
         break;

@@ -34,8 +34,6 @@ KeyPress functionKey(wint_t code)
         return { Key::Enter, {} };
     case KEY_BACKSPACE:
         return { Key::Backspace, {} };
-    case KEY_RESIZE:
-        return { Key::Resize, {} };
     default:
         return {};
     }
@@ -177,7 +175,8 @@ void TopScreen::resize()
 {
     winsize size{};
     if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0) {
-        ::resizeterm(size.ws_row, size.ws_col);
+        ::resize_term(size.ws_row, size.ws_col); // resizeterm() would have us read KEY_RESIZE as well
+        ::clearok(curscr, true); // what stands there now is unknown
     }
 }
 

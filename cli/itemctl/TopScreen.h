@@ -4,7 +4,6 @@
 
 #include <QList>
 #include <QString>
-#include <QStringList>
 
 #include <optional>
 
@@ -12,7 +11,7 @@ namespace itemctl {
 
 struct KeyPress
 {
-    enum class Key { Up, Down, PageUp, PageDown, Home, End, Enter, Escape, Backspace, Text, Resize, Other };
+    enum class Key { Up, Down, PageUp, PageDown, Home, End, Enter, Escape, Backspace, Text, Other };
     Key key = Key::Other;
     QString text; ///< what was typed; Key::Text only
 };

@@ -1,43 +1,33 @@
 #include "Commands.h"
 #include "Description.h"
+#include "ItemJson.h"
 #include "ItemNames.h"
-#include "JsonText.h"
 #include "ValueText.h"
 #include "common/DisplayText.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-
 namespace itemctl {
 namespace {
 
-/// The items that were named, and the servers that have them.
-struct Selection
+/// The items that were named, one for each name in their order, and the servers that have them.
+base::Result<Listing> select(const Request& request, const QStringList& names, Wanted wanted, Output& output)
 {
-    Servers servers;
-    Items items; ///< one for each name, in the order of the names
-};
-
-Expected<Selection> select(const Request& request, const QStringList& names, Wanted wanted, Output& output)
-{
-    auto servers = serversFor(request, names);
-    if (!servers) {
-        return servers.failure();
-    }
-    const auto all = listAll(*servers, output);
+    auto all = serversFor(request, names).and_then(listed);
     if (!all) {
-        return all.failure();
+        return all;
     }
+    noteSilent(all->servers, output);
     Items items;
     for (const QString& name : names) {
-        const auto found = findItem(*all, name, wanted);
+        const auto found = findItem(all->items, name, wanted);
         if (!found) {
-            return notFound(*all, *servers, name, found.failure());
+            return tl::unexpected(notFound(all->items, all->servers, name, found.error()));
         }
-        items += (*all)[*found];
+        items += all->items[*found];
     }
-    return Selection{ std::move(*servers), items };
+    all->items = items;
+    return all;
 }
 
 void noteIfInapplicable(const Item& item, const QString& name, Output& output)
@@ -47,119 +37,101 @@ void noteIfInapplicable(const Item& item, const QString& name, Output& output)
     }
 }
 
-Failure actionHasNoValue(const QString& name)
+tl::unexpected<base::Error> actionHasNoValue(const QString& name)
 {
-    return { ExitStatus::Failed,
-             QStringLiteral("%1 is an action and has no value; \"itemctl call %1\" triggers it").arg(name) };
+    return base::error(
+        QStringLiteral("%1 is an action and has no value; \"itemctl call %1\" triggers it").arg(name));
 }
 
-/// As a record that another module writes, until it does so for the first time.
-Failure hasNoValueYet(const QString& name)
+nlohmann::ordered_json valuesJson(const Items& items)
 {
-    return { ExitStatus::Failed, QStringLiteral("%1 has no value yet").arg(name) };
-}
-
-ExitStatus written(bool ok)
-{
-    return ok ? ExitStatus::Done : ExitStatus::Failed;
-}
-
-ExitStatus printValues(const Items& items, const Request& request, Output& output)
-{
-    if (!request.json) {
-        return written(std::all_of(items.begin(), items.end(),
-                                   [&](const Item& item) { return output.line(rawText(item.value)); }));
-    }
     if (items.size() == 1) {
-        return written(output.line(jsonText(toJson(items.first().value))));
+        return toJson(items.first().value);
     }
     auto values = nlohmann::ordered_json::array();
     for (const Item& item : items) {
         values.push_back(toJson(item.value));
     }
-    return written(output.line(jsonText(values)));
+    return values;
 }
 
 } // namespace
 
-ExitStatus runGet(const Request& request, Output& output)
+base::Result<ExitStatus> get(const Request& request, Output& output)
 {
     const auto selected = select(request, request.arguments, Wanted::Valued, output);
     if (!selected) {
-        return output.fail(selected.failure());
+        return tl::unexpected(selected.error());
     }
+    QStringList lines;
     for (int i = 0; i < selected->items.size(); ++i) {
         const Item& item = selected->items[i];
+        const QString& name = request.arguments[i];
         if (item.isAction()) {
-            return output.fail(actionHasNoValue(request.arguments[i]));
+            return actionHasNoValue(name);
         }
+        // As a record that another module writes, until it does so for the first time.
         if (!item.value.isValid() && !request.json) {
-            return output.fail(hasNoValueYet(request.arguments[i]));
+            return base::error(QStringLiteral("%1 has no value yet").arg(name));
         }
-        noteIfInapplicable(item, request.arguments[i], output);
+        noteIfInapplicable(item, name, output);
+        lines += rawText(item.value);
     }
-    return printValues(selected->items, request, output);
+    return request.json ? output.line(jsonText(valuesJson(selected->items))) : output.lines(lines);
 }
 
-ExitStatus runSet(const Request& request, Output& output)
+base::Result<ExitStatus> set(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
     const auto selected = select(request, { name }, Wanted::Valued, output);
     if (!selected) {
-        return output.fail(selected.failure());
+        return tl::unexpected(selected.error());
     }
     const Item& item = selected->items.first();
     if (item.isAction()) {
-        return output.fail(actionHasNoValue(name));
+        return actionHasNoValue(name);
     }
     noteIfInapplicable(item, name, output);
     const KELClientInterface& client = selected->servers.clientOf(item);
-    if (const auto done = client.set(item.address, request.arguments.value(1)); !done) {
-        return output.fail(failureFrom(done.error()));
+    const auto done = resultOf(client.set(item.address, request.arguments.value(1)));
+    if (!done || !request.json) {
+        return done.map([](ipc::Done /*done*/) { return ExitStatus::Done; });
     }
-    if (!request.json) {
-        return ExitStatus::Done;
-    }
-    const auto value = client.get(item.address);
-    return value ? written(output.line(jsonText(toJson(*value)))) : output.fail(failureFrom(value.error()));
+    return resultOf(client.get(item.address)).map([&output](const QVariant& value) {
+        return output.line(jsonText(toJson(value)));
+    });
 }
 
-ExitStatus runCall(const Request& request, Output& output)
+base::Result<ExitStatus> call(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
     const auto selected = select(request, { name }, Wanted::Action, output);
     if (!selected) {
-        return output.fail(selected.failure());
+        return tl::unexpected(selected.error());
     }
     const Item& item = selected->items.first();
     noteIfInapplicable(item, name, output);
-    const auto reply = selected->servers.clientOf(item).trigger(item.address, request.arguments.value(1));
-    if (!reply) {
-        return output.fail(failureFrom(reply.error()));
-    }
-    if (request.json) {
-        return written(output.line(jsonText(toJson(*reply))));
-    }
-    return reply->isEmpty() ? ExitStatus::Done : written(output.line(escaped(*reply)));
+    return resultOf(selected->servers.clientOf(item).trigger(item.address, request.arguments.value(1)))
+        .map([&](const QString& reply) {
+            if (request.json) {
+                return output.line(jsonText(toJson(reply)));
+            }
+            return reply.isEmpty() ? ExitStatus::Done : output.line(escaped(reply));
+        });
 }
 
-ExitStatus runDescribe(const Request& request, Output& output)
+base::Result<ExitStatus> describe(const Request& request, Output& output)
 {
-    const auto selected = select(request, { request.arguments.value(0) }, Wanted::Any, output);
+    const auto selected = select(request, request.arguments, Wanted::Any, output);
     if (!selected) {
-        return output.fail(selected.failure());
+        return tl::unexpected(selected.error());
     }
     const Item& item = selected->items.first();
-    const auto description = selected->servers.clientOf(item).describe(item.address);
-    if (!description) {
-        return output.fail(failureFrom(description.error()));
-    }
-    if (request.json) {
-        return written(output.line(jsonText(descriptionJson(item, *description))));
-    }
-    const QStringList lines = descriptionLines(item, *description);
-    return written(
-        std::all_of(lines.begin(), lines.end(), [&](const QString& line) { return output.line(line); }));
+    return resultOf(selected->servers.clientOf(item).describe(item.address))
+        .map([&](const QVariantMap& description) {
+            return request.json ? output.line(jsonText(descriptionJson(item, description)))
+                                : output.lines(descriptionLines(item, description));
+        });
 }
 
 } // namespace itemctl

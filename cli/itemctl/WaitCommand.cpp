@@ -1,15 +1,14 @@
 #include "Commands.h"
 #include "Conditions.h"
 #include "Ending.h"
+#include "ItemJson.h"
 #include "ItemNames.h"
-#include "JsonText.h"
 #include "LiveItems.h"
 #include "ValueText.h"
 
 #include <nlohmann/json.hpp>
 
 #include <QCoreApplication>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -20,24 +19,34 @@ constexpr std::chrono::milliseconds DefaultWait{ 10'000 };
 /// A server gets this long for an answer however short the wait is.
 constexpr std::chrono::milliseconds ShortestAnswer{ 1'000 };
 
-Expected<std::vector<Condition>> parse(const QStringList& texts)
+base::Result<std::vector<Condition>> parse(const QStringList& texts)
 {
     std::vector<Condition> conditions;
     for (const QString& text : texts) {
         const auto condition = Condition::parse(text);
         if (!condition) {
-            return condition.failure();
+            return tl::unexpected(condition.error());
         }
         conditions.push_back(*condition);
     }
     return conditions;
 }
 
+/// The condition with its value as the item has it.
+base::Result<Condition> bind(const Condition& condition, const Item& item, const Servers& servers)
+{
+    if (!condition.comparesValue()) {
+        return condition;
+    }
+    return resultOf(servers.clientOf(item).describe(item.address))
+        .and_then([&condition](const QVariantMap& description) { return condition.boundTo(description); });
+}
+
 /// Conditions, each with the item that it is about.
 class Expectations
 {
 public:
-    static Expected<Expectations> of(const std::vector<Condition>& conditions, const LiveItems& items);
+    static base::Result<Expectations> of(const std::vector<Condition>& conditions, const LiveItems& items);
 
     [[nodiscard]] bool hold() const;
     /// What does not hold, and what is there instead.
@@ -61,29 +70,21 @@ private:
     std::vector<Expectation> m_expectations;
 };
 
-Expected<Expectations> Expectations::of(const std::vector<Condition>& conditions, const LiveItems& items)
+base::Result<Expectations> Expectations::of(const std::vector<Condition>& conditions, const LiveItems& items)
 {
     Expectations expectations(items);
     for (const Condition& condition : conditions) {
         const auto position = findItem(items.items(), condition.item(),
                                        condition.comparesValue() ? Wanted::Valued : Wanted::Any);
         if (!position) {
-            return notFound(items.items(), items.servers(), condition.item(), position.failure());
+            return tl::unexpected(
+                notFound(items.items(), items.servers(), condition.item(), position.error()));
         }
-        Condition bound = condition;
-        if (condition.comparesValue()) {
-            const Item& item = items.items()[*position];
-            const auto description = items.servers().clientOf(item).describe(item.address);
-            if (!description) {
-                return description.error();
-            }
-            const auto fitting = condition.boundTo(*description);
-            if (!fitting) {
-                return fitting.failure();
-            }
-            bound = *fitting;
+        auto bound = bind(condition, items.items()[*position], items.servers());
+        if (!bound) {
+            return tl::unexpected(bound.error());
         }
-        expectations.m_expectations.push_back({ bound, *position });
+        expectations.m_expectations.push_back({ std::move(*bound), *position });
     }
     return expectations;
 }
@@ -132,50 +133,27 @@ nlohmann::ordered_json Expectations::json() const
     return array;
 }
 
-/// Ends the event loop after a turn from which on everything holds, when time is over or the bus is lost.
-class Wait : public QObject
+/// Ends after a turn from which on everything holds, when time is over or the bus is lost.
+/// @param whole how long the user said, for the message.
+ExitStatus await(const Expectations& expectations, LiveItems& items, Output& output,
+                 std::chrono::milliseconds left, std::chrono::milliseconds whole)
 {
-public:
-    Wait(const Expectations& expectations, LiveItems& items, Output& output);
-    /// @param whole how long the user said, for the message.
-    void endAfter(std::chrono::milliseconds left, std::chrono::milliseconds whole);
-
-private:
-    const Expectations& m_expectations;
-    Ending m_ending;
-    QTimer m_timer;
-};
-
-Wait::Wait(const Expectations& expectations, LiveItems& items, Output& output)
-    : m_expectations(expectations)
-    , m_ending(output)
-{
-    connect(&items, &LiveItems::turnEnded, this, [this] {
-        if (m_expectations.hold()) {
-            m_ending.reach(ExitStatus::Done);
+    Ending ending(items, output);
+    QObject::connect(&items, &LiveItems::turnEnded, &ending, [&] {
+        if (expectations.hold()) {
+            ending.reach(ExitStatus::Done);
         }
     });
-    connect(&items, &LiveItems::failed, this,
-            [&output](const Failure& failure) { output.note(failure.message); });
-    connect(&items, &LiveItems::busLost, this, [this] {
-        m_ending.reach({ ExitStatus::NoServer, QStringLiteral("the session bus went away") });
+    ending.awaitTimeout(std::max(left, std::chrono::milliseconds(0)), [&] {
+        ending.reach(base::Error{ QStringLiteral("timed out after %1 s: %2")
+                                      .arg(static_cast<double>(whole.count()) / 1000)
+                                      .arg(expectations.shortfall()),
+                                  base::Failure::NoAnswer });
     });
+    return static_cast<ExitStatus>(QCoreApplication::exec());
 }
 
-void Wait::endAfter(std::chrono::milliseconds left, std::chrono::milliseconds whole)
-{
-    m_timer.setSingleShot(true);
-    m_timer.setTimerType(Qt::PreciseTimer);
-    connect(&m_timer, &QTimer::timeout, this, [this, whole] {
-        m_ending.reach({ ExitStatus::NoAnswer,
-                         QStringLiteral("timed out after %1 s: %2")
-                             .arg(static_cast<double>(whole.count()) / 1000)
-                             .arg(m_expectations.shortfall()) });
-    });
-    m_timer.start(std::max(left, std::chrono::milliseconds(0)));
-}
-
-Expected<Servers> serversOf(const std::vector<Condition>& conditions, const Request& request)
+base::Result<Servers> serversOf(const std::vector<Condition>& conditions, const Request& request)
 {
     QStringList names;
     for (const Condition& condition : conditions) {
@@ -186,42 +164,35 @@ Expected<Servers> serversOf(const std::vector<Condition>& conditions, const Requ
 
 } // namespace
 
-ExitStatus runWait(const Request& request, Output& output)
+base::Result<ExitStatus> wait(const Request& request, Output& output)
 {
     const auto timeout = request.timeout.value_or(DefaultWait);
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     const auto conditions = parse(request.arguments);
     if (!conditions) {
-        return output.fail(conditions.failure());
+        return tl::unexpected(conditions.error());
     }
     auto servers = serversOf(*conditions, request);
     if (!servers) {
-        return output.fail(servers.failure());
+        return tl::unexpected(servers.error());
     }
     servers->setTimeout(std::clamp(timeout, ShortestAnswer, KELClientInterface::DefaultTimeout));
     LiveItems items(std::move(*servers));
     if (const auto started = items.start(); !started) {
-        return output.fail(started.failure());
+        return tl::unexpected(started.error());
     }
-    for (const Failure& failure : items.silent()) {
-        output.note(failure.message);
-    }
+    noteSilent(items.servers(), output);
     const auto expectations = Expectations::of(*conditions, items);
     if (!expectations) {
-        return output.fail(expectations.failure());
+        return tl::unexpected(expectations.error());
     }
     ExitStatus status = ExitStatus::Done;
     if (!expectations->hold()) {
-        Wait wait(*expectations, items, output);
-        wait.endAfter(
-            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()),
-            timeout);
-        status = static_cast<ExitStatus>(QCoreApplication::exec());
+        const auto left = deadline - std::chrono::steady_clock::now();
+        status =
+            await(*expectations, items, output, std::chrono::ceil<std::chrono::milliseconds>(left), timeout);
     }
-    if (status == ExitStatus::Done && request.json && !output.line(jsonText(expectations->json()))) {
-        return ExitStatus::Failed;
-    }
-    return status;
+    return status == ExitStatus::Done && request.json ? output.line(jsonText(expectations->json())) : status;
 }
 
 } // namespace itemctl

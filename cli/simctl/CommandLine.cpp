@@ -1,6 +1,6 @@
-#include "Request.h"
-#include "common/Arguments.h"
+#include "Commands.h"
 #include "common/JsonLine.h"
+#include "common/Program.h"
 
 #include <nlohmann/json.hpp>
 
@@ -81,7 +81,7 @@ class Parser
 {
 public:
     Parser();
-    std::variant<Request, int> parse(int argc, const char* const* argv);
+    int run(int argc, char** argv);
 
 private:
     using Command = Request::Command;
@@ -310,19 +310,21 @@ Request Parser::request() const
     return request;
 }
 
-std::variant<Request, int> Parser::parse(int argc, const char* const* argv)
+int Parser::run(int argc, char** argv)
 {
-    if (const auto status = cli::parse(m_app, argc, argv)) {
-        return *status;
-    }
-    return request();
+    return cli::runProgram(m_app, argc, argv, [this](cli::Output& output) -> base::Result<cli::ExitStatus> {
+        const Request asked = request();
+        const auto done = simctl::run(asked, output);
+        // A completion that fails has nothing to offer, and nothing to say in the middle of a command line.
+        return asked.command == Command::Names && !done ? cli::statusOf(done.error().kind) : done;
+    });
 }
 
 } // namespace
 
-std::variant<Request, int> parseCommandLine(int argc, const char* const* argv)
+int run(int argc, char** argv)
 {
-    return Parser().parse(argc, argv);
+    return Parser().run(argc, argv);
 }
 
 } // namespace simctl

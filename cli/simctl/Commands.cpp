@@ -9,12 +9,9 @@
 
 #include <QDBusArgument>
 
-#include <algorithm>
-
 namespace simctl {
 
 using cli::ExitStatus;
-using cli::Failure;
 
 namespace {
 
@@ -35,12 +32,12 @@ nlohmann::ordered_json faultJson(const QVariantMap& fault)
 
 } // namespace
 
-ExitStatus conclude(const Failure& failure, cli::Output& output)
+base::Result<ExitStatus> conclude(const base::Result<>& answer)
 {
-    return failure.status == ExitStatus::Done ? ExitStatus::Done : output.fail(failure);
+    return answer.map([] { return ExitStatus::Done; });
 }
 
-ExitStatus run(const Request& request, cli::Output& output)
+base::Result<ExitStatus> run(const Request& request, cli::Output& output)
 {
     using Command = Request::Command;
     if (request.command == Command::Record) {
@@ -48,8 +45,7 @@ ExitStatus run(const Request& request, cli::Output& output)
     }
     const auto simulation = Simulation::find();
     if (!simulation) {
-        return request.command == Command::Names ? simulation.failure().status
-                                                 : output.fail(simulation.failure());
+        return tl::unexpected(simulation.error());
     }
     switch (request.command) {
     case Command::Devices:
@@ -63,41 +59,41 @@ ExitStatus run(const Request& request, cli::Output& output)
     case Command::Time:
         return runTime(request, *simulation, output);
     default:
-        return runDeviceChange(request, *simulation, output);
+        return runDeviceChange(request, *simulation);
     }
 }
 
-ExitStatus runFault(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runFault(const Request& request, const Simulation& simulation, cli::Output& output)
 {
     if (!request.arguments.isEmpty()) {
-        return conclude(Simulation::failureOf(simulation.proxy().SetFault(request.arguments)), output);
+        return conclude(Simulation::answerOf(simulation.proxy().SetFault(request.arguments)));
     }
-    auto reply = simulation.proxy().Faults();
-    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done) {
-        return output.fail(failure);
+    const auto faults = Simulation::answerOf(simulation.proxy().Faults());
+    if (!faults) {
+        return tl::unexpected(faults.error());
     }
-    const QList<QVariantMap> faults = reply.value();
     if (request.json) {
         auto list = nlohmann::ordered_json::array();
-        for (const QVariantMap& fault : faults) {
+        for (const QVariantMap& fault : *faults) {
             list.push_back(faultJson(fault));
         }
-        return output.line(cli::jsonText(list)) ? ExitStatus::Done : ExitStatus::Failed;
+        return output.line(cli::jsonText(list));
     }
-    const bool written = std::all_of(faults.begin(), faults.end(), [&](const QVariantMap& fault) {
-        return output.line(cli::escaped(fault.value(QStringLiteral("text")).toString()));
-    });
-    return written ? ExitStatus::Done : ExitStatus::Failed;
+    QStringList lines;
+    for (const QVariantMap& fault : *faults) {
+        lines << cli::escaped(fault.value(QStringLiteral("text")).toString());
+    }
+    return output.lines(lines);
 }
 
-ExitStatus runCalls(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runCalls(const Request& request, const Simulation& simulation, cli::Output& output)
 {
-    auto reply = simulation.proxy().Calls();
-    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done) {
-        return output.fail(failure);
+    const auto calls = Simulation::answerOf(simulation.proxy().Calls());
+    if (!calls) {
+        return tl::unexpected(calls.error());
     }
-    const QList<QVariantMap> calls = reply.value();
-    for (const QVariantMap& call : calls) {
+    QStringList lines;
+    for (const QVariantMap& call : *calls) {
         nlohmann::ordered_json record;
         record["time"] = call.value(QStringLiteral("time")).toDouble();
         record["member"] = call.value(QStringLiteral("member")).toString().toStdString();
@@ -106,17 +102,13 @@ ExitStatus runCalls(const Request& request, const Simulation& simulation, cli::O
         for (const auto& argument : record["arguments"]) {
             words << cli::jsonText(argument);
         }
-        const QString line = request.json
-            ? cli::jsonText(record)
-            : QStringLiteral("%1  %2(%3)")
-                  .arg(call.value(QStringLiteral("time")).toDouble(), 10, 'f', 3)
-                  .arg(cli::escaped(call.value(QStringLiteral("member")).toString()),
-                       words.join(QStringLiteral(", ")));
-        if (!output.line(line)) {
-            return ExitStatus::Failed;
-        }
+        lines << (request.json ? cli::jsonText(record)
+                               : QStringLiteral("%1  %2(%3)")
+                                     .arg(call.value(QStringLiteral("time")).toDouble(), 10, 'f', 3)
+                                     .arg(cli::escaped(call.value(QStringLiteral("member")).toString()),
+                                          words.join(QStringLiteral(", "))));
     }
-    return ExitStatus::Done;
+    return output.lines(lines);
 }
 
 } // namespace simctl

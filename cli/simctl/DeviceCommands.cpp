@@ -13,20 +13,10 @@ namespace simctl {
 namespace {
 
 using cli::ExitStatus;
-using cli::Failure;
 
 /// In the order in which they are printed.
 constexpr std::array Fields{ "address", "name", "class",   "rssi",   "pairing",    "pin",
                              "code",    "is",   "present", "paired", "connection", "pairState" };
-
-cli::Expected<QList<QVariantMap>> readDevices(const Simulation& simulation)
-{
-    auto reply = simulation.proxy().Devices();
-    if (const Failure failure = Simulation::failureOf(reply); failure.status != ExitStatus::Done) {
-        return failure;
-    }
-    return reply.value();
-}
 
 QVariant field(const QVariantMap& device, const char* name)
 {
@@ -112,54 +102,45 @@ QString jsonOf(const QVariantMap& device)
 
 } // namespace
 
-ExitStatus runDevices(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runDevices(const Request& request, const Simulation& simulation, cli::Output& output)
 {
-    const auto devices = readDevices(simulation);
-    if (!devices) {
-        return output.fail(devices.failure());
-    }
-    QStringList lines;
-    if (request.json) {
-        std::transform(devices->begin(), devices->end(), std::back_inserter(lines), jsonOf);
-    } else {
-        lines = tableOf(*devices);
-    }
-    const bool written =
-        std::all_of(lines.begin(), lines.end(), [&](const QString& line) { return output.line(line); });
-    return written ? ExitStatus::Done : ExitStatus::Failed;
+    return Simulation::answerOf(simulation.proxy().Devices()).map([&](const QList<QVariantMap>& devices) {
+        QStringList lines;
+        if (request.json) {
+            std::transform(devices.begin(), devices.end(), std::back_inserter(lines), jsonOf);
+        } else {
+            lines = tableOf(devices);
+        }
+        return output.lines(lines);
+    });
 }
 
-ExitStatus runNames(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runNames(const Request& request, const Simulation& simulation, cli::Output& output)
 {
     constexpr int CompletionPatience = 1000; // milliseconds; somebody is in the middle of a command line
     simulation.proxy().setTimeout(CompletionPatience);
     if (request.arguments.contains(QLatin1String("member"))) {
-        for (const QString& member : simulation.daemonMembers()) {
-            output.line(member);
+        return output.lines(simulation.daemonMembers());
+    }
+    return Simulation::answerOf(simulation.proxy().Devices()).map([&](const QList<QVariantMap>& devices) {
+        for (const QVariantMap& device : devices) {
+            output.line(field(device, "address").toString());
+            const QString name = field(device, "name").toString();
+            if (!name.isEmpty() && cli::escaped(name) == name) {
+                output.line(name);
+            }
         }
         return ExitStatus::Done;
-    }
-    const auto devices = readDevices(simulation);
-    if (!devices) {
-        return devices.failure().status;
-    }
-    for (const QVariantMap& device : *devices) {
-        output.line(field(device, "address").toString());
-        const QString name = field(device, "name").toString();
-        if (!name.isEmpty() && cli::escaped(name) == name) {
-            output.line(name);
-        }
-    }
-    return ExitStatus::Done;
+    });
 }
 
-ExitStatus runDeviceChange(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runDeviceChange(const Request& request, const Simulation& simulation)
 {
     using Command = Request::Command;
     SimulationProxy& proxy = simulation.proxy();
     const QString device = request.arguments.value(0);
-    const auto done = [&output](const QDBusPendingReply<>& reply) {
-        return conclude(Simulation::failureOf(reply), output);
+    const auto done = [](const QDBusPendingReply<>& reply) {
+        return conclude(Simulation::answerOf(reply));
     };
     switch (request.command) {
     case Command::Add:

@@ -8,17 +8,16 @@
 
 namespace simctl {
 
-cli::ExitStatus runRecord(const Request& request, cli::Output& output)
+base::Result<cli::ExitStatus> runRecord(const Request& request, cli::Output& output)
 {
     using cli::ExitStatus;
     if (const auto bus = systemBus(); !bus) {
-        return output.fail(bus.failure());
+        return tl::unexpected(bus.error());
     }
     const QString path = request.arguments.value(0);
     if (!path.endsWith(QLatin1String(".rec"))) {
-        return output.fail(
-            { ExitStatus::Usage,
-              QStringLiteral("\"%1\" is no name of a recording, which ends with .rec").arg(path) });
+        return base::error(QStringLiteral("\"%1\" is no name of a recording, which ends with .rec").arg(path),
+                           base::Failure::Usage);
     }
     const base::EndingSignals signalsToEnd;
     QObject::connect(&signalsToEnd, &base::EndingSignals::received, qApp, &QCoreApplication::quit);
@@ -32,7 +31,7 @@ cli::ExitStatus runRecord(const Request& request, cli::Output& output)
         status = ExitStatus::NoAnswer;
     });
     if (const QString problem = recording.begin(path); !problem.isEmpty()) {
-        return output.fail({ ExitStatus::Failed, problem });
+        return base::error(problem);
     }
     if (request.timeout) {
         QTimer::singleShot(*request.timeout, qApp, &QCoreApplication::quit);
@@ -42,7 +41,7 @@ cli::ExitStatus runRecord(const Request& request, cli::Output& output)
     QCoreApplication::exec();
     recording.end();
     if (const QString problem = recording.problem(); !problem.isEmpty()) {
-        return output.fail({ ExitStatus::Failed, problem });
+        return base::error(problem);
     }
     output.note(recording.lines() == 1 ? QStringLiteral("1 event recorded")
                                        : QStringLiteral("%1 events recorded").arg(recording.lines()));

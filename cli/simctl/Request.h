@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <optional>
-#include <variant>
 
 namespace simctl {
 
@@ -39,7 +38,7 @@ struct Request
     std::optional<std::chrono::milliseconds> timeout; ///< of record
 };
 
-/// The request, or the exit status when help was printed or the command line is not understood.
-std::variant<Request, int> parseCommandLine(int argc, const char* const* argv);
+/// The whole of the program "simctl". @return the exit status
+int run(int argc, char** argv);
 
 } // namespace simctl

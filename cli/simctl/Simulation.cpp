@@ -12,9 +12,6 @@
 namespace simctl {
 namespace {
 
-using cli::ExitStatus;
-using cli::Failure;
-
 /// How long the simulation may take to answer.
 constexpr int PatienceMilliseconds = 10'000;
 
@@ -29,15 +26,15 @@ QDBusMessage propertyCall(const char* member, const char* name)
 
 } // namespace
 
-cli::Expected<QDBusConnection> systemBus()
+base::Result<QDBusConnection> systemBus()
 {
     const QDBusConnection bus = QDBusConnection::systemBus();
     if (bus.isConnected()) {
         return bus;
     }
-    return Failure{ ExitStatus::NoServer,
-                    QStringLiteral("no system bus (%1); DBUS_SYSTEM_BUS_ADDRESS has to name one")
-                        .arg(bus.lastError().message().simplified()) };
+    return base::error(QStringLiteral("no system bus (%1); DBUS_SYSTEM_BUS_ADDRESS has to name one")
+                           .arg(bus.lastError().message().simplified()),
+                       base::Failure::NoServer);
 }
 
 Simulation::Simulation(std::shared_ptr<SimulationProxy> proxy)
@@ -45,16 +42,16 @@ Simulation::Simulation(std::shared_ptr<SimulationProxy> proxy)
 {
 }
 
-cli::Expected<Simulation> Simulation::find()
+base::Result<Simulation> Simulation::find()
 {
     const auto bus = systemBus();
     if (!bus) {
-        return bus.failure();
+        return tl::unexpected(bus.error());
     }
     if (!bus->interface()->isServiceRegistered(bt::controlService())) {
-        return Failure{ ExitStatus::NoServer,
-                        QStringLiteral("no simulated radio is on the system bus; "
-                                       "\"itemctl set enabled true\" in \"./run\" starts one") };
+        return base::error(QStringLiteral("no simulated radio is on the system bus; "
+                                          "\"itemctl set enabled true\" in \"./run\" starts one"),
+                           base::Failure::NoServer);
     }
     qDBusRegisterMetaType<QList<QVariantMap>>();
     auto proxy = std::make_shared<SimulationProxy>(bt::controlService(), bt::controlPath(), *bus);
@@ -62,34 +59,28 @@ cli::Expected<Simulation> Simulation::find()
     return Simulation(std::move(proxy));
 }
 
-cli::Expected<QVariant> Simulation::property(const char* name) const
+base::Result<QVariant> Simulation::property(const char* name) const
 {
-    const QDBusPendingReply<QDBusVariant> reply = ask(propertyCall("Get", name));
-    if (const Failure failure = failureOf(reply); failure.status != ExitStatus::Done) {
-        return failure;
-    }
-    return reply.value().variant();
+    return answerOf(QDBusPendingReply<QDBusVariant>(ask(propertyCall("Get", name))))
+        .map([](const QDBusVariant& value) { return value.variant(); });
 }
 
-Failure Simulation::setProperty(const char* name, const QVariant& value) const
+base::Result<> Simulation::setProperty(const char* name, const QVariant& value) const
 {
     QDBusMessage call = propertyCall("Set", name);
     call << QVariant::fromValue(QDBusVariant(value));
-    return failureOf(QDBusPendingReply<>(ask(call)));
+    return answerOf(QDBusPendingReply<>(ask(call)));
 }
 
 QStringList Simulation::daemonMembers() const
 {
     const QString daemon = QStringLiteral("com.qarn.bluetooth");
-    const QDBusPendingReply<QString> reply = ask(QDBusMessage::createMethodCall(
+    const auto description = answerOf(QDBusPendingReply<QString>(ask(QDBusMessage::createMethodCall(
         daemon, QStringLiteral("/com/qarn/Bluetooth"), QStringLiteral("org.freedesktop.DBus.Introspectable"),
-        QStringLiteral("Introspect")));
-    if (failureOf(reply).status != ExitStatus::Done) {
-        return {};
-    }
+        QStringLiteral("Introspect")))));
     QStringList members;
     bool isOfDaemon = false;
-    for (QXmlStreamReader xml(reply.value()); !xml.atEnd();) {
+    for (QXmlStreamReader xml(description.value_or(QString())); !xml.atEnd();) {
         if (xml.readNext() != QXmlStreamReader::StartElement) {
             continue;
         }
@@ -110,21 +101,31 @@ QDBusPendingCall Simulation::ask(const QDBusMessage& call) const
     return m_proxy->connection().asyncCall(call, m_proxy->timeout());
 }
 
-Failure Simulation::failureFrom(const QDBusError& error)
+base::Result<> Simulation::answerOf(QDBusPendingReply<> reply)
 {
-    const QString name = error.name();
-    ExitStatus status = ExitStatus::Failed;
-    if (name == bt::controlError("NoSuchDevice")) {
-        status = ExitStatus::NoSuchItem;
-    } else if (name == bt::controlError("InvalidArgument")) {
-        status = ExitStatus::Usage;
-    } else if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout) {
-        return { ExitStatus::NoAnswer,
-                 QStringLiteral("the simulation does not answer; it is stopped, or busy, or has ended") };
-    } else if (error.type() == QDBusError::ServiceUnknown || error.type() == QDBusError::Disconnected) {
-        status = ExitStatus::NoServer;
+    reply.waitForFinished();
+    if (!reply.isError()) {
+        return {};
     }
-    return { status, error.message() };
+    const QDBusError error = reply.error();
+    switch (error.type()) {
+    case QDBusError::NoReply:
+    case QDBusError::Timeout:
+        return base::error(
+            QStringLiteral("the simulation does not answer; it is stopped, or busy, or has ended"),
+            base::Failure::NoAnswer);
+    case QDBusError::ServiceUnknown:
+    case QDBusError::Disconnected:
+        return base::error(error.message(), base::Failure::NoServer);
+    default:
+        break;
+    }
+    const bool isNoDevice = error.name() == bt::controlError("NoSuchDevice");
+    const bool isWrong = error.name() == bt::controlError("InvalidArgument");
+    return base::error(error.message(),
+                       isNoDevice    ? base::Failure::NoSuchItem
+                           : isWrong ? base::Failure::InvalidArgument
+                                     : base::Failure::Failed);
 }
 
 } // namespace simctl

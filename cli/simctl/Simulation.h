@@ -1,9 +1,8 @@
 #pragma once
 
-#include "common/Failure.h"
+#include "base/Result.h"
 
 #include <QDBusConnection>
-#include <QDBusError>
 #include <QDBusPendingCall>
 #include <QDBusPendingReply>
 
@@ -14,32 +13,30 @@ class SimulationProxy;
 namespace simctl {
 
 /// The system bus, or why there is none.
-[[nodiscard]] cli::Expected<QDBusConnection> systemBus();
+[[nodiscard]] base::Result<QDBusConnection> systemBus();
 
 /// The simulation that runs on the system bus.
 class Simulation
 {
 public:
     /// The simulation, or why there is none.
-    static cli::Expected<Simulation> find();
+    static base::Result<Simulation> find();
     explicit Simulation(std::shared_ptr<SimulationProxy> proxy);
 
     [[nodiscard]] SimulationProxy& proxy() const { return *m_proxy; }
     /// One of its properties.
-    [[nodiscard]] cli::Expected<QVariant> property(const char* name) const;
+    [[nodiscard]] base::Result<QVariant> property(const char* name) const;
     /// The signals and properties of the daemon that it plays.
     [[nodiscard]] QStringList daemonMembers() const;
-    /// Done, or why not.
-    [[nodiscard]] cli::Failure setProperty(const char* name, const QVariant& value) const;
+    [[nodiscard]] base::Result<> setProperty(const char* name, const QVariant& value) const;
 
-    /// Waits for the answer. Its status is Done when there is no failure.
-    template <typename... Types>
-    static cli::Failure failureOf(QDBusPendingReply<Types...> reply)
+    /// Waits for the answer.
+    template <typename T>
+    static base::Result<T> answerOf(QDBusPendingReply<T> reply)
     {
-        reply.waitForFinished();
-        return reply.isError() ? failureFrom(reply.error()) : cli::Failure{ cli::ExitStatus::Done, {} };
+        return answerOf(QDBusPendingReply<>(reply)).map([&reply] { return reply.value(); });
     }
-    [[nodiscard]] static cli::Failure failureFrom(const QDBusError& error);
+    [[nodiscard]] static base::Result<> answerOf(QDBusPendingReply<> reply);
 
 private:
     [[nodiscard]] QDBusPendingCall ask(const QDBusMessage& call) const;

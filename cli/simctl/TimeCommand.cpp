@@ -13,14 +13,14 @@ using cli::ExitStatus;
 constexpr double LongestStep = 86'400;
 constexpr double LargestSpeed = 1e6;
 
-ExitStatus show(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> show(const Request& request, const Simulation& simulation, cli::Output& output)
 {
     nlohmann::ordered_json record;
     for (const auto& [name, key] :
          { std::pair("Time", "time"), std::pair("Paused", "paused"), std::pair("Speed", "speed") }) {
         const auto value = simulation.property(name);
         if (!value) {
-            return output.fail(value.failure());
+            return tl::unexpected(value.error());
         }
         record[key] = cli::toJson(*value);
     }
@@ -30,19 +30,12 @@ ExitStatus show(const Request& request, const Simulation& simulation, cli::Outpu
             .arg(record["paused"].get<bool>()
                      ? QStringLiteral("standing")
                      : QStringLiteral("running at %1 times real time").arg(record["speed"].get<double>()));
-    return output.line(request.json ? cli::jsonText(record) : text) ? ExitStatus::Done : ExitStatus::Failed;
-}
-
-ExitStatus misunderstood(cli::Output& output)
-{
-    return output.fail({ ExitStatus::Usage,
-                         QStringLiteral("time takes \"pause\", \"resume\", \"step SECONDS\" (0 to 86400) or "
-                                        "\"speed FACTOR\" (above 0 to 1000000)") });
+    return output.line(request.json ? cli::jsonText(record) : text);
 }
 
 } // namespace
 
-ExitStatus runTime(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runTime(const Request& request, const Simulation& simulation, cli::Output& output)
 {
     const QString word = request.arguments.value(0);
     bool isNumber = false;
@@ -52,15 +45,17 @@ ExitStatus runTime(const Request& request, const Simulation& simulation, cli::Ou
         return show(request, simulation, output);
     }
     if (isAlone && (word == QLatin1String("pause") || word == QLatin1String("resume"))) {
-        return conclude(simulation.setProperty("Paused", word == QLatin1String("pause")), output);
+        return conclude(simulation.setProperty("Paused", word == QLatin1String("pause")));
     }
     if (word == QLatin1String("step") && isNumber && number >= 0 && number <= LongestStep) {
-        return conclude(Simulation::failureOf(simulation.proxy().Step(number)), output);
+        return conclude(Simulation::answerOf(simulation.proxy().Step(number)));
     }
     if (word == QLatin1String("speed") && isNumber && number > 0 && number <= LargestSpeed) {
-        return conclude(simulation.setProperty("Speed", number), output);
+        return conclude(simulation.setProperty("Speed", number));
     }
-    return misunderstood(output);
+    return base::error(QStringLiteral("time takes \"pause\", \"resume\", \"step SECONDS\" (0 to 86400) or "
+                                      "\"speed FACTOR\" (above 0 to 1000000)"),
+                       base::Failure::Usage);
 }
 
 } // namespace simctl

@@ -19,7 +19,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         QCOMPARE(m_clients.start(), QString());
-        QCOMPARE(m_bluezBus.start(world::MessageBus::Kind::System, m_folder.path()), QString());
+        QVERIFY(m_bluezBus.start(world::MessageBus::Kind::System, m_folder.path()));
         qputenv("BLUEZ_SYSTEM_BUS_ADDRESS", m_bluezBus.address().toLocal8Bit());
     }
     void init()

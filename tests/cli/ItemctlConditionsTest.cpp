@@ -1,4 +1,5 @@
 #include "Conditions.h"
+#include "support/ProblemOf.h"
 #include "support/Rows.h"
 
 #include <QTest>
@@ -49,7 +50,7 @@ private Q_SLOTS:
     void itemsOfConditions()
     {
         const auto condition = Condition::parse(QTest::currentDataTag());
-        QVERIFY2(condition, qPrintable(condition.failure().message));
+        QVERIFY2(condition, qPrintable(problemOf(condition)));
         QTEST(condition->item(), "item");
     }
 
@@ -98,7 +99,7 @@ private Q_SLOTS:
         const auto parsed = Condition::parse(condition);
         QVERIFY(parsed);
         const auto bound = parsed->boundTo(described(type));
-        QVERIFY2(bound, qPrintable(bound.failure().message));
+        QVERIFY2(bound, qPrintable(problemOf(bound)));
         QTEST(bound->holds(item), "expected");
     }
 
@@ -123,8 +124,8 @@ private Q_SLOTS:
         const auto parsed = Condition::parse(QTest::currentDataTag());
         const auto bound = parsed ? parsed->boundTo(described(type)) : parsed;
         QVERIFY(!bound);
-        QCOMPARE(bound.failure().status, itemctl::ExitStatus::Usage);
-        QVERIFY2(bound.failure().message.contains(message), qPrintable(bound.failure().message));
+        QCOMPARE(bound.error().kind, base::Failure::Usage);
+        QVERIFY2(bound.error().text.contains(message), qPrintable(bound.error().text));
     }
 };
 

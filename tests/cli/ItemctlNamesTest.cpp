@@ -1,4 +1,5 @@
 #include "ItemNames.h"
+#include "support/ProblemOf.h"
 #include "support/Rows.h"
 
 #include <QTest>
@@ -66,7 +67,7 @@ private Q_SLOTS:
         QFETCH(QString, name);
         QFETCH(Wanted, wanted);
         const auto found = itemctl::findItem(items(), name, wanted);
-        QVERIFY2(found, qPrintable(found.failure().message));
+        QVERIFY2(found, qPrintable(problemOf(found)));
         QTEST(items()[*found].address, "address");
     }
 
@@ -93,8 +94,8 @@ private Q_SLOTS:
         QFETCH(QString, message);
         const auto found = itemctl::findItem(items(), name, wanted);
         QVERIFY(!found);
-        QCOMPARE(found.failure().status, itemctl::ExitStatus::NoSuchItem);
-        QVERIFY2(found.failure().message.contains(message), qPrintable(found.failure().message));
+        QCOMPARE(found.error().kind, base::Failure::NoSuchItem);
+        QVERIFY2(found.error().text.contains(message), qPrintable(found.error().text));
     }
 
     void tellsSixAtMost()
@@ -106,7 +107,7 @@ private Q_SLOTS:
             if (all.size() < 2) {
                 continue;
             }
-            const QString addresses = found.failure().message.section(": ", 1);
+            const QString addresses = found.error().text.section(": ", 1);
             QCOMPARE(addresses.count(":config:"), std::min(all.size(), 6));
             QCOMPARE(addresses.section(", ", 6), all.size() > 6 ? "1 more" : "");
         }

@@ -1,5 +1,5 @@
 #include "Description.h"
-#include "JsonText.h"
+#include "ItemJson.h"
 #include "TopRows.h"
 #include "ValueText.h"
 #include "common/DisplayText.h"

@@ -144,6 +144,20 @@ private Q_SLOTS:
         QVERIFY2(m_terminal->shows(answer), m_terminal->screen());
     }
 
+    // A new size is no key: what is typed goes on, in the last line of the new screen.
+    void followsTheTerminalsSize()
+    {
+        const auto ends = [this](const char* line) {
+            return m_terminal->waitUntil([line](const QStringList& lines) { return lines.last() == line; });
+        };
+        m_terminal->type(Down + '\r');
+        QVERIFY2(ends("Enter sends, Esc cancels | text for pin: 5190_"), m_terminal->screen());
+        m_terminal->resize(Height + 5);
+        QVERIFY2(ends("Enter sends, Esc cancels | text for pin: 5190_"), m_terminal->screen());
+        m_terminal->type("7");
+        QVERIFY2(ends("Enter sends, Esc cancels | text for pin: 51907_"), m_terminal->screen());
+    }
+
     void givesTheTerminalBack_data()
     {
         const Rows<QByteArray, int> row("keys", "signal");

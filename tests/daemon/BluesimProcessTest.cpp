@@ -103,7 +103,7 @@ private Q_SLOTS:
         Bluesim first;
         QVERIFY(first.switchOn());
         Bluesim second;
-        QCOMPARE(second.start(), 0);
+        QVERIFY(second.start());
         QCOMPARE(second.process().wait(10000ms), std::optional<int>(1));
         QVERIFY2(second.log().contains(QString("notice: the name com.qarn.bluetooth is taken by process %1")
                                            .arg(first.process().pid())),
@@ -118,7 +118,7 @@ private Q_SLOTS:
         const QString connectionName = "other bus";
         QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), connectionName);
         Bluesim sim;
-        QCOMPARE(sim.start(), 0);
+        QVERIFY(sim.start());
         QTRY_VERIFY(connection.interface()->isServiceRegistered(Bluesim::service()));
         bus.stop();
         QCOMPARE(sim.process().wait(10000ms), std::optional<int>(1));

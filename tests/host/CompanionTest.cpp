@@ -3,6 +3,7 @@
 #include "KelAggregate.h"
 #include "client/KELClientInterface.h"
 #include "support/PrivateView.h"
+#include "support/ProblemOf.h"
 #include "support/Programs.h"
 #include "support/Rows.h"
 #include "world/World.h"
@@ -115,14 +116,14 @@ int main(int argc, char** argv)
         world::World world(filesystem);
         world::WorldOptions options;
         options.companion = SYNC_MOBILE_APP;
-        const QString problem = world.start(options);
+        const auto started = world.start(options);
         int failures = 1;
-        if (problem.isEmpty()) {
+        if (started) {
             CompanionTest test;
             failures = QTest::qExec(&test, argc, argv);
         }
         if (failures != 0) {
-            std::fprintf(stderr, "%s\n%s\n", qPrintable(problem), qPrintable(world.output()));
+            std::fprintf(stderr, "%s\n%s\n", qPrintable(problemOf(started)), qPrintable(world.output()));
         }
         return failures;
     });

@@ -4,7 +4,7 @@
 #include "support/PrivateBus.h"
 #include "support/Rows.h"
 #include "world/ChildProcess.h"
-#include "world/HostReadiness.h"
+#include "world/ServerReadiness.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -44,7 +44,7 @@ private Q_SLOTS:
         QFETCH(const int, signal);
         QVERIFY(startBuses());
         QVERIFY(startHost());
-        auto client = connectTo(m_sessionBus.address(), world::HostReadiness::name());
+        auto client = connectTo(m_sessionBus.address(), world::hostName());
         QVERIFY(client->set("pinreplycfg", "4711"));
         QVERIFY(client->set("enabled", true));
         QTRY_COMPARE(controllerRuns().size(), 1);
@@ -60,7 +60,7 @@ private Q_SLOTS:
 
         QVERIFY(startBuses());
         QVERIFY(startHost());
-        client = connectTo(m_sessionBus.address(), world::HostReadiness::name());
+        client = connectTo(m_sessionBus.address(), world::hostName());
         QCOMPARE(*client->get("pinreplycfg"), QVariant("4711"));
         QCOMPARE(*client->get("enabled"), QVariant(true));
         QTRY_COMPARE(controllerRuns().size(), 2);
@@ -94,9 +94,9 @@ private:
     {
         return start({ world::World::binFolder() + "/bluetoothlauncher", "--state",
                        m_folder.filePath("state") })
-            && world::HostReadiness(m_sessionBus.address())
-                   .wait(m_process.descriptor(), -1, std::chrono::seconds(30))
-            == world::HostReadiness::Outcome::Ready;
+            && world::awaitServer(m_sessionBus.address(), world::hostName(), m_process.descriptor(), -1,
+                                  std::chrono::seconds(30))
+            == world::Readiness::Ready;
     }
 
     [[nodiscard]] bool start(const QStringList& words)
@@ -106,7 +106,7 @@ private:
         world::Command command;
         command.arguments = words;
         command.output = output.get();
-        return m_process.start(command) == 0;
+        return m_process.start(command).has_value();
     }
 
     /// Whether it ends by itself, as a failure.

@@ -131,7 +131,7 @@ private Q_SLOTS:
         SET_ITEM("enabled", true);
         QCOMPARE(m_world.trigger("requestBluetooth", pid + ",0"), "Success");
         QTRY_VERIFY(theChildHasEnded());
-        QCOMPARE(m_world.world().restartHost(), QString());
+        QVERIFY(m_world.world().restartHost());
         COMPARE_ITEM("enabled", true);
         QTRY_VERIFY(theChildHasEnded());
         QCOMPARE(m_world.countInOutput(line), before + 4);
@@ -141,7 +141,7 @@ private Q_SLOTS:
     {
         SET_ITEM("enabled", true);
         world::ChildProcess borrower;
-        QCOMPARE(borrower.start({ { "sleep", "60" } }), 0);
+        QVERIFY(borrower.start({ { "sleep", "60" } }));
         const QString pid = QString::number(borrower.pid());
         QCOMPARE(m_world.trigger("requestBluetooth", pid + ",1"), "Success");
         QCOMPARE(m_world.hostChildren(), QList<pid_t>());
@@ -170,7 +170,7 @@ private Q_SLOTS:
         QVERIFY(m_world.client().list());
         QCOMPARE(kill(m_world.world().hostPid(), SIGKILL), 0);
         QTRY_VERIFY(controllerRuns().constFirst().ended); // the controller does not
-        QCOMPARE(m_world.world().restartHost(), QString());
+        QVERIFY(m_world.world().restartHost());
         COMPARE_ITEM("enabled", true);
         QTRY_COMPARE(controllerRuns().size(), 2);
     }

@@ -14,17 +14,17 @@ constexpr int Long = 60'000; // ms
 
 } // namespace
 
-int GuestScenery::start(world::ChildProcess& process, const QStringList& arguments)
+bool GuestScenery::start(world::ChildProcess& process, const QStringList& arguments)
 {
     world::Command command;
     command.arguments = arguments;
-    return process.start(command);
+    return process.start(command).has_value();
 }
 
 QString GuestScenery::begin()
 {
     world::ChildProcess daemon;
-    if (start(daemon, { "dbus-daemon", "--system", "--fork", "--nopidfile" }) != 0 || daemon.wait() != 0) {
+    if (!start(daemon, { "dbus-daemon", "--system", "--fork", "--nopidfile" }) || daemon.wait() != 0) {
         return "the guest's system bus did not start";
     }
     QDBusConnection::connectToBus(BusAddress, "guest");

@@ -49,7 +49,7 @@ public:
 private:
     static constexpr const char* FirstAdapter = "/org/bluez/hci0";
 
-    static int start(world::ChildProcess& process, const QStringList& arguments);
+    static bool start(world::ChildProcess& process, const QStringList& arguments);
     void setCaller(bool second);
     void plugInAnew();
 

@@ -47,7 +47,7 @@ QString RadioWorld::start()
     if (problem.isEmpty()) {
         world::WorldOptions options;
         options.limit = m_scenery.patience(0);
-        problem = m_world.start(options);
+        problem = problemOf(m_world.start(options));
     }
     if (!problem.isEmpty()) {
         return problem;
@@ -55,7 +55,7 @@ QString RadioWorld::start()
     m_client =
         std::make_unique<KELClientInterface>("tov.base.bluetoothlauncher", QDBusConnection::sessionBus());
     m_mirror = std::make_unique<world::ItemMirror>(*m_client);
-    return m_mirror->begin();
+    return problemOf(m_mirror->begin());
 }
 
 void RadioWorld::trigger(const QString& action, const QString& text)

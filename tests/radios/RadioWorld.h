@@ -2,6 +2,7 @@
 
 #include "Scenery.h"
 #include "client/KELClientInterface.h"
+#include "tests/support/ProblemOf.h"
 #include "world/ItemMirror.h"
 #include "world/World.h"
 

@@ -15,9 +15,8 @@ ModuleWorld::ModuleWorld(const world::PrivateFilesystem& filesystem)
 
 QString ModuleWorld::start()
 {
-    QString problem = m_world.start();
-    if (!problem.isEmpty()) {
-        return problem;
+    if (const auto started = m_world.start(); !started) {
+        return started.error().text;
     }
     m_daemon = std::make_unique<ScriptedDaemon>(m_world.systemBusAddress());
     m_client =

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ProblemOf.h"
 #include "world/MessageBus.h"
 
 #include <QFile>
@@ -17,7 +18,7 @@ public:
         QFile log(m_folder.filePath("output"));
         QString problem = "a log cannot be written";
         if (log.open(QIODevice::ReadWrite)) {
-            problem = m_bus.start(BusKind, m_folder.path(), log.handle());
+            problem = problemOf(m_bus.start(BusKind, m_folder.path(), log.handle()));
         }
         if (!problem.isEmpty() && log.seek(0)) {
             problem += '\n' + QString::fromLocal8Bit(log.readAll());

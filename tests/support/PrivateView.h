@@ -13,9 +13,9 @@ int runInPrivateView(const QString& controller, int argc, char** argv, const Bod
 {
     world::PrivateFilesystem filesystem;
     // Before anything that may start a thread.
-    const QString noView = filesystem.enter({ controller, {} }, argv);
-    if (!noView.isEmpty()) {
-        std::fprintf(stderr, "%s\n", qPrintable(noView));
+    const auto entered = filesystem.enter({ controller, {} }, argv);
+    if (!entered) {
+        std::fprintf(stderr, "%s\n", qPrintable(entered.error().text));
         return 77;
     }
     const QCoreApplication application(argc, argv);

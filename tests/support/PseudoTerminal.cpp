@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/syscall.h>
 #include <termios.h>
 #include <unistd.h>
@@ -70,6 +71,14 @@ void PseudoTerminal::type(const QByteArray& keys) const
 {
     const ssize_t written = write(m_keyboard, keys.constData(), static_cast<size_t>(keys.size()));
     Q_ASSERT(written == keys.size());
+}
+
+void PseudoTerminal::resize(int height)
+{
+    m_height = height;
+    vterm_set_size(m_emulator.get(), height, Columns);
+    const winsize size{ static_cast<unsigned short>(height), Columns, 0, 0 };
+    ioctl(m_keyboard, TIOCSWINSZ, &size);
 }
 
 void PseudoTerminal::takeOutput()

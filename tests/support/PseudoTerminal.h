@@ -26,6 +26,7 @@ public:
     [[nodiscard]] bool start(const QStringList& words,
                              const std::vector<std::pair<QString, QString>>& environment = {});
     void type(const QByteArray& keys) const;
+    void resize(int height);
 
     /// Waits until the screen is as asked for. @return whether it came to that.
     [[nodiscard]] bool waitUntil(const std::function<bool(const QStringList& lines)>& holds);

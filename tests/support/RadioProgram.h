@@ -25,9 +25,9 @@ public:
         }
     }
 
-    /// @return 0 once it runs; see log() for what it says.
-    int start(const QStringList& arguments = { QStringLiteral("TORLO-test\n"), QStringLiteral("1"),
-                                               QStringLiteral("1") })
+    /// Returns once it runs; see log() for what it says.
+    base::Result<> start(const QStringList& arguments = { QStringLiteral("TORLO-test\n"), QStringLiteral("1"),
+                                                          QStringLiteral("1") })
     {
         world::Command command;
         command.arguments = QStringList(m_program) + arguments;
@@ -41,7 +41,7 @@ public:
         QDBusServiceWatcher watcher(service(), QDBusConnection::systemBus(),
                                     QDBusServiceWatcher::WatchForRegistration);
         QSignalSpy registered(&watcher, &QDBusServiceWatcher::serviceRegistered);
-        if (start() != 0 || (registered.isEmpty() && !registered.wait())) {
+        if (!start() || (registered.isEmpty() && !registered.wait())) {
             return false;
         }
         proxy.reset(new BluetoothIf(service(), QStringLiteral("/com/qarn/Bluetooth"),

@@ -46,7 +46,7 @@ private Q_SLOTS:
     {
         QFETCH(bool, asDescendant);
         ChildProcess child;
-        QCOMPARE(child.start(commandOf({ "sleep", "1000" })), 0);
+        QVERIFY(child.start(commandOf({ "sleep", "1000" })));
         child.signal(SIGSTOP);
         siginfo_t stopped{};
         QCOMPARE(waitid(P_PID, static_cast<id_t>(child.pid()), &stopped, WSTOPPED), 0);
@@ -64,7 +64,7 @@ private Q_SLOTS:
         const pid_t parent = fork();
         if (parent == 0) {
             ChildProcess child;
-            pid_t pid = child.start(commandOf({ "sleep", "1000" })) == 0 ? child.pid() : 0;
+            pid_t pid = child.start(commandOf({ "sleep", "1000" })) ? child.pid() : 0;
             _exit(write(pipe.writing.get(), &pid, sizeof pid) == sizeof pid ? pause() : 1);
         }
         pid_t child = 0;
@@ -104,7 +104,7 @@ private Q_SLOTS:
         QFETCH(bool, inBackground);
         const auto place = inBackground ? Command::Place::Background : Command::Place::Foreground;
         ChildProcess sleeper;
-        QCOMPARE(sleeper.start(commandOf({ "sleep", "1000" }, place)), 0);
+        QVERIFY(sleeper.start(commandOf({ "sleep", "1000" }, place)));
         QCOMPARE(getsid(sleeper.pid()), inBackground ? sleeper.pid() : getsid(0));
 
         QTemporaryFile output;
@@ -114,7 +114,7 @@ private Q_SLOTS:
         Command list = commandOf({ "ls", "/proc/self/fd" }, place);
         list.output = output.handle();
         ChildProcess ls;
-        QCOMPARE(ls.start(list), 0);
+        QVERIFY(ls.start(list));
         QCOMPARE(ls.wait(), std::optional<int>(0));
         for (const int descriptor : inherited) {
             close(descriptor);

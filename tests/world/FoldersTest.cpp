@@ -39,7 +39,7 @@ private Q_SLOTS:
 
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
         world::RuntimeFolder folder;
-        QCOMPARE(folder.create(), QString());
+        QVERIFY(folder.create());
         QStringList left = QDir(runtime.path()).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
         QVERIFY2(left.removeOne(QFileInfo(folder.path()).fileName()), qPrintable(folder.path()));
         QCOMPARE(left, (QStringList{ "another", "bluetoothworld-beginning", "bluetoothworld-used" }));
@@ -62,7 +62,7 @@ private Q_SLOTS:
         QDir(runtime.path()).mkdir(name);
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.filePath(name)));
         world::RuntimeFolder folder;
-        QCOMPARE(folder.create(), QString());
+        QVERIFY(folder.create());
         QVERIFY2(!folder.path().startsWith(runtime.path()), qPrintable(folder.path()));
     }
 

@@ -1,4 +1,5 @@
 #include "world/MessageBus.h"
+#include "support/ProblemOf.h"
 #include "support/Rows.h"
 
 #include <QDBusConnection>
@@ -47,7 +48,7 @@ private Q_SLOTS:
         const QTemporaryDir folder(parentFolder());
         QVERIFY(QDir(folder.path()).mkdir(name));
         MessageBus bus;
-        QCOMPARE(bus.start(MessageBus::Kind::Session, folder.filePath(name)), QString());
+        QCOMPARE(problemOf(bus.start(MessageBus::Kind::Session, folder.filePath(name))), QString());
         QVERIFY(takesName(bus.address(), "com.example.one"));
     }
 
@@ -68,7 +69,7 @@ private Q_SLOTS:
         const QByteArray before = qgetenv("PATH");
         qputenv("PATH", path);
         MessageBus bus;
-        const QString problem = bus.start(MessageBus::Kind::Session, folder.filePath(inside));
+        const QString problem = problemOf(bus.start(MessageBus::Kind::Session, folder.filePath(inside)));
         qputenv("PATH", before);
         QVERIFY2(problem.contains(expected), qPrintable(problem));
         QVERIFY(bus.address().isEmpty());

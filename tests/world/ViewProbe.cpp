@@ -24,9 +24,9 @@ int main(int argc, char** argv)
         arguments = arguments.mid(2);
     }
     world::PrivateFilesystem filesystem;
-    const QString problem = filesystem.enter({ arguments.takeFirst(), {} }, argv);
-    if (!problem.isEmpty()) {
-        std::fprintf(stderr, "%s\n", qPrintable(problem));
+    const auto entered = filesystem.enter({ arguments.takeFirst(), {} }, argv);
+    if (!entered) {
+        std::fprintf(stderr, "%s\n", qPrintable(entered.error().text));
         return 69;
     }
     if (!next.isEmpty() && !filesystem.setController(next)) {
@@ -36,5 +36,5 @@ int main(int argc, char** argv)
     command.arguments = arguments;
     command.place = world::Command::Place::Foreground;
     world::ChildProcess process;
-    return process.start(command) == 0 ? process.wait().value_or(1) : 127;
+    return process.start(command) ? process.wait().value_or(1) : 127;
 }

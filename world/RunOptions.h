@@ -1,15 +1,16 @@
 #pragma once
 
+#include "base/Result.h"
+
 #include <QString>
 #include <QStringList>
-
-#include <optional>
 
 namespace world {
 
 /// What a person asked ./run for. Paths are absolute.
-struct CommandLine
+struct RunOptions
 {
+    QString help; ///< to be printed instead of running anything, unless it is empty
     QString controller; ///< the program of --radio
     bool machineBus = false; ///< the controller also speaks to the machine's own system bus
     QString scenario; ///< a name, or the path of a file; one that can be simulated
@@ -22,20 +23,7 @@ struct CommandLine
     QStringList named; ///< every path that was named, for the view of /tmp
 };
 
-/// An answer to give instead of running anything.
-struct Answer
-{
-    int status = 0;
-    QString text; ///< for standard output when the status is 0, otherwise for standard error
-};
-
-/// Reads the arguments of main(); either a command line or an answer.
-struct Parsed
-{
-    std::optional<CommandLine> commandLine;
-    Answer answer;
-};
-
-[[nodiscard]] Parsed parseCommandLine(int count, char* const* arguments);
+/// Reads the arguments of main(). An error of the kind Failure::Usage is the command line's.
+[[nodiscard]] base::Result<RunOptions> readRunOptions(int count, char* const* arguments);
 
 } // namespace world

@@ -1,8 +1,9 @@
-#include "Arguments.h"
+#include "Program.h"
 
 #include "DisplayText.h"
-#include "Failure.h"
 #include "base/NearestOption.h"
+
+#include <QCoreApplication>
 
 #include <algorithm>
 #include <cmath>
@@ -156,15 +157,19 @@ std::string checkSeconds(const std::string& text)
     return "\"" + text + "\" is no number of seconds from 0 to 2000000";
 }
 
-std::optional<int> parse(CLI::App& app, int argc, const char* const* argv)
+int runProgram(CLI::App& app, int argc, char** argv,
+               const std::function<base::Result<ExitStatus>(Output&)>& run)
 {
     const std::vector<const char*> words = withoutHelpWord(app, argc, argv);
     try {
         app.parse(static_cast<int>(words.size()), words.data());
-        return {};
     } catch (const CLI::ParseError& error) {
         return report(app, error);
     }
+    const QCoreApplication application(argc, argv);
+    Output output(QString::fromStdString(app.get_name()));
+    const base::Result<ExitStatus> done = run(output);
+    return static_cast<int>(done ? *done : output.fail(done.error()));
 }
 
 std::chrono::milliseconds milliseconds(double seconds)

@@ -1,4 +1,4 @@
-#include "JsonText.h"
+#include "ItemJson.h"
 
 #include "Description.h"
 #include "ValueText.h"

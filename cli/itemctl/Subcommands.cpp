@@ -1,0 +1,194 @@
+#include "Commands.h"
+#include "common/Program.h"
+
+#include <CLI/CLI.hpp>
+
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace itemctl {
+namespace {
+
+const char* const Footer =
+    R"(ITEM and ACTION: a full address, MODULE:ID or ID; an instance of a list has :INDEX behind it.
+PATTERN: a shell pattern over MODULE:ID, or ID alone.
+Exit status: 0 done, 1 refused or failed, 2 usage, 3 no such item or several,
+             4 timed out or no answer, 5 no bus or no server.)";
+
+/// One that stands on the command line without a name.
+struct Argument
+{
+    enum class Times { Once, AtMostOnce, AnyTimes, Repeatedly };
+
+    const char* name;
+    const char* help;
+    Times times = Times::Once;
+};
+
+struct Subcommand
+{
+    const char* name;
+    const char* help;
+    Command* run;
+    std::vector<Argument> arguments = {};
+    void (*addOptions)(CLI::App& app, Request& request) = nullptr;
+    bool isForCompletion = false; ///< not listed; a completion that fails has nothing to offer, nor to say
+};
+
+void addTimeout(CLI::App& app, Request& request, const char* help)
+{
+    app.add_option_function<double>(
+           "--timeout", [&request](double seconds) { request.timeout = cli::milliseconds(seconds); }, help)
+        ->type_name("SECONDS")
+        ->check(cli::checkSeconds);
+}
+
+void addWatchOptions(CLI::App& app, Request& request)
+{
+    app.add_option("--count", request.count, "End after this many changes")
+        ->type_name("N")
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()));
+    addTimeout(app, request,
+               "End after this time: with status 4 when --count changes were not reached, else 0");
+}
+
+void addWaitOptions(CLI::App& app, Request& request)
+{
+    addTimeout(app, request, "How long to wait (default: 10)");
+}
+
+/// For whoever starts the view in the terminal's place.
+void addTopOptions(CLI::App& app, Request& request)
+{
+    app.add_option("--notices", request.notices, "Show the lines that come from this descriptor")
+        ->check(CLI::NonNegativeNumber)
+        ->group("");
+}
+
+const std::vector<Subcommand>& subcommands()
+{
+    using Times = Argument::Times;
+    static const std::vector<Subcommand> table{
+        { "list",
+          "One line per item: address, value, label; marks what does not apply now",
+          list,
+          { { "PATTERN", "The items to list; all when there is none", Times::AnyTimes } } },
+        { "get",
+          "Print the values alone, one a line",
+          get,
+          { { "ITEM", "The items to read", Times::Repeatedly } } },
+        { "describe",
+          "Everything known of an item: type, limits, values",
+          describe,
+          { { "ITEM", "The item" } } },
+        { "servers", "The servers on the bus and their modules", servers },
+        { "names",
+          "Short names, for completion",
+          names,
+          { { "KIND", "config, result, action", Times::AnyTimes } },
+          nullptr,
+          true },
+        { "values",
+          "What an item may be set to, for completion",
+          values,
+          { { "ITEM", "The item" } },
+          nullptr,
+          true },
+        { "set",
+          "Write a config, or a result that its server opens to clients",
+          set,
+          { { "ITEM", "The item" },
+            { "VALUE", "An enumeration's number, symbol or label; true, false; a text" } } },
+        { "call",
+          "Trigger an action and print its reply text, if it has one",
+          call,
+          { { "ACTION", "The action" },
+            { "TEXT", R"(The text for it; behind "--" when it begins with "-")", Times::AtMostOnce } } },
+        { "watch",
+          "One line per change as it happens, until stopped",
+          watch,
+          { { "PATTERN", "The items to watch; all when there is none", Times::AnyTimes } },
+          addWatchOptions },
+        { "wait",
+          "Return when all conditions hold together",
+          wait,
+          { { "CONDITION", "ITEM=VALUE, ITEM!=VALUE, ITEM~REGEX, ITEM:applicable or ITEM:inapplicable",
+              Times::Repeatedly } },
+          addWaitOptions },
+        { "top",
+          "A live view of the items; Enter triggers an action or edits a setting",
+          top,
+          {},
+          addTopOptions },
+    };
+    return table;
+}
+
+void addArgument(CLI::App& app, const Argument& argument, Request& request)
+{
+    using Times = Argument::Times;
+    const auto take = [&request](const std::string& word) {
+        request.arguments += QString::fromStdString(word);
+    };
+    const bool isList = argument.times == Times::AnyTimes || argument.times == Times::Repeatedly;
+    // A text of one's own: in a list, "[…]" would be taken apart, which is a value here.
+    CLI::Option* option = isList ? app.add_option_function<std::vector<std::string>>(
+                              argument.name,
+                              [take](const std::vector<std::string>& words) {
+                                  std::for_each(words.begin(), words.end(), take);
+                              },
+                              argument.help)
+                                 : app.add_option_function<std::string>(argument.name, take, argument.help);
+    option->required(argument.times == Times::Once || argument.times == Times::Repeatedly)->type_name("");
+}
+
+void addCommon(CLI::App& app, Request& request)
+{
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.add_flag("--json", request.json, "Print JSON: an object a line (list, watch) or one value");
+    app.add_option_function<std::string>(
+           "--server",
+           [&request](const std::string& name) { request.server = serverName(QString::fromStdString(name)); },
+           "Speak to this server only, where an id is on several")
+        ->type_name("NAME");
+}
+
+void add(const Subcommand& subcommand, CLI::App& program, Request& request)
+{
+    CLI::App& app = *program.add_subcommand(subcommand.name, subcommand.help);
+    addCommon(app, request);
+    for (const Argument& argument : subcommand.arguments) {
+        addArgument(app, argument, request);
+    }
+    if (subcommand.addOptions != nullptr) {
+        subcommand.addOptions(app, request);
+    }
+    if (subcommand.isForCompletion) {
+        app.group("");
+    }
+}
+
+} // namespace
+
+int run(int argc, char** argv)
+{
+    CLI::App app("Reads, writes and watches the items of the servers on the session bus.", "itemctl");
+    Request request;
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "itemctl " ITEMCTL_VERSION, "Print the version and exit");
+    addCommon(app, request);
+    app.footer(Footer);
+    for (const Subcommand& subcommand : subcommands()) {
+        add(subcommand, app, request);
+    }
+    return cli::runProgram(app, argc, argv, [&](Output& output) -> base::Result<ExitStatus> {
+        const std::string name = app.get_subcommands().front()->get_name();
+        const auto chosen = std::find_if(subcommands().begin(), subcommands().end(),
+                                         [&name](const Subcommand& each) { return each.name == name; });
+        const auto done = chosen->run(request, output);
+        return chosen->isForCompletion && !done ? statusOf(done.error().kind) : done;
+    });
+}
+
+} // namespace itemctl

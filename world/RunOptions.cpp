@@ -1,0 +1,245 @@
+#include "RunOptions.h"
+
+#include "ScenarioFiles.h"
+#include "World.h"
+#include "base/NearestOption.h"
+#include "base/Quoted.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace world {
+
+namespace {
+
+tl::unexpected<base::Error> misused(const QString& text)
+{
+    return base::error(text, base::Failure::Usage);
+}
+
+QString absolute(const std::string& path)
+{
+    return QDir::cleanPath(QDir::current().absoluteFilePath(QFile::decodeName(path.c_str())));
+}
+
+/// The options as they were typed.
+struct TypedOptions
+{
+    std::string radio = "sim";
+    std::string scenario;
+    std::string state;
+    std::string log;
+    std::string host;
+    bool tour = false;
+};
+
+/// The forms of the command, which the library would draw as one run.
+class Help : public CLI::Formatter
+{
+public:
+    [[nodiscard]] std::string make_usage(const CLI::App* /*app*/, const std::string /*name*/) const override
+    {
+        return "Usage: ./run [OPTION...]                       a live view of the items on a terminal, else "
+               "the tour\n"
+               "       ./run [OPTION...] tour                  a narrated walk: scan, pair, connect, unpair\n"
+               "       ./run [OPTION...] -- COMMAND [ARG...]   COMMAND in the world; its exit status is "
+               "ours\n";
+    }
+};
+
+void describe(CLI::App& app, TypedOptions& typed)
+{
+    app.formatter(std::make_shared<Help>());
+    app.footer(
+        "In the world: private system and session buses, the host with the module loaded and ready, a\n"
+        "stand-in of the mobile synchronisation module, an empty /tmp, the radio's controller at\n"
+        "/usr/bin/blue_controller_zq4, and itemctl and simctl in PATH. It ends with COMMAND, and leaves\n"
+        "nothing behind.\n"
+        "Exit status: that of COMMAND, 128+n when signal n ended it, 126 or 127 when it could not be\n"
+        "started; 2 usage; 69 when the world could not be set up.");
+    app.add_option("--radio", typed.radio,
+                   "who plays the radio: sim (simulated), bluez (this machine's, by BlueZ), or any program")
+        ->type_name("sim|bluez|PROGRAM")
+        ->capture_default_str();
+    app.add_option("--scenario", typed.scenario,
+                   "the simulated radio's surroundings (a small room of devices)")
+        ->type_name("NAME|FILE")
+        ->check([](const std::string& text) {
+            return text.empty() ? std::string("an empty text names no scenario") : std::string();
+        });
+    app.add_option("--state", typed.state, "where the host keeps its configs (fresh for each call)")
+        ->type_name("DIR");
+    app.add_option("--log", typed.log,
+                   "takes the output of buses, host and controller (shown only on failure; what a person\n"
+                   "should know at once, its lines \"notice: ...\", always is)")
+        ->type_name("FILE");
+    app.add_option("--host", typed.host, "the program that loads the module")
+        ->group(""); // for trials, unlisted
+    app.add_subcommand("tour", "a narrated walk through the world")->callback([&typed] {
+        typed.tour = true;
+    });
+    app.require_subcommand(0, 1);
+}
+
+base::Result<> findController(const std::string& radio, RunOptions& run)
+{
+    if (radio == "sim" || radio == "bluez") {
+        run.machineBus = radio == "bluez";
+        run.controller = World::binFolder()
+            + (run.machineBus ? QStringLiteral("/bluezradio") : QStringLiteral("/bluesim"));
+        if (!QFileInfo(run.controller).isExecutable()) {
+            return base::error(QStringLiteral("--radio %1: its program %2 is not built")
+                                   .arg(QString::fromStdString(radio), run.controller));
+        }
+        return {};
+    }
+    run.controller = absolute(radio);
+    const QFileInfo program(run.controller);
+    if (!program.exists()) {
+        return misused(QStringLiteral("--radio %1: there is no such program; give sim, bluez or the path of "
+                                      "an executable")
+                           .arg(QString::fromStdString(radio)));
+    }
+    if (!program.isFile() || !program.isExecutable()) {
+        return misused(QStringLiteral("--radio %1: this is not an executable program").arg(run.controller));
+    }
+    run.named << program.path() << QFileInfo(program.canonicalFilePath()).path();
+    return {};
+}
+
+/// The radio itself would say what is wrong with its scenario only when somebody switches it on.
+base::Result<> resolveScenario(const QString& nameOrPath, RunOptions& run)
+{
+    run.scenario = nameOrPath;
+    if (!bt::scenarioNames().contains(nameOrPath)
+        && (nameOrPath.contains(QLatin1Char('/')) || QFileInfo::exists(nameOrPath))) {
+        run.scenario = absolute(QFile::encodeName(nameOrPath).toStdString());
+        run.named << run.scenario;
+    }
+    const QString problem = bt::problemOf(run.scenario);
+    return problem.isEmpty() ? base::Result<>() : misused(QStringLiteral("--scenario: %1").arg(problem));
+}
+
+bool canBeWritten(const QString& log)
+{
+    // A FIFO's reader would take an attempt for its end.
+    const QFileInfo present(log);
+    const bool isSpecial = present.exists() && !present.isFile() && !present.isDir();
+    return isSpecial ? present.isWritable() : QFile(log).open(QIODevice::WriteOnly | QIODevice::Append);
+}
+
+base::Result<> resolvePaths(const TypedOptions& typed, RunOptions& run)
+{
+    if (!typed.scenario.empty()) {
+        if (auto done = resolveScenario(QFile::decodeName(typed.scenario.c_str()), run); !done) {
+            return done;
+        }
+    }
+    if (!typed.state.empty()) {
+        run.state = absolute(typed.state);
+        if (!QDir().mkpath(run.state) || !QFileInfo(run.state).isWritable()) {
+            return misused(
+                QStringLiteral("--state %1: this folder cannot be made or written").arg(run.state));
+        }
+    }
+    if (!typed.host.empty()) {
+        run.host = absolute(typed.host);
+    }
+    if (!typed.log.empty()) {
+        run.log = absolute(typed.log);
+        if (!canBeWritten(run.log)) {
+            return misused(QStringLiteral("--log %1: this file cannot be written").arg(run.log));
+        }
+    }
+    run.named << run.state << run.host << run.log;
+    run.named.removeAll({});
+    return {};
+}
+
+/// What to say of words in front of "--" that are neither options nor the tour.
+QString unexpected(const CLI::App& app)
+{
+    const std::vector<std::string> words = app.remaining(true);
+    const auto isOption = [](const std::string& word) {
+        return word.size() > 1 && word.front() == '-';
+    };
+    const auto option = std::find_if(words.begin(), words.end(), isOption);
+    if (option != words.end()) {
+        const QString reason = base::unknownOption(app, *option);
+        return reason.endsWith(QLatin1Char('?')) ? reason : reason + QStringLiteral("; see --help");
+    }
+    QStringList command;
+    for (const std::string& word : words) {
+        command << QString::fromStdString(word);
+    }
+    if (!base::nearestWord(command.first(), { QStringLiteral("tour") }).isEmpty()) {
+        return QStringLiteral("%1 is no option; did you mean \"tour\"?").arg(base::quoted(command.first()));
+    }
+    return QStringLiteral("%1 is no option: what to run comes behind \"--\", like ./run -- %2; see --help")
+        .arg(base::quoted(command.first()), command.join(QLatin1Char(' ')));
+}
+
+base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<std::string>& command)
+{
+    RunOptions run;
+    run.isTour = typed.tour;
+    for (const std::string& word : command) {
+        run.command << QFile::decodeName(word.c_str());
+        if (word.find('/') != std::string::npos) {
+            run.named << absolute(word);
+        }
+    }
+    if (command.empty()) {
+        run.isTour = run.isTour || isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0;
+        run.isLiveView = !run.isTour;
+        run.command = run.isTour ? QStringList{ World::binFolder() + QStringLiteral("/bluetoothtour") }
+                                 : QStringList{ QStringLiteral("itemctl"), QStringLiteral("top") };
+    }
+    return resolvePaths(typed, run).and_then([&] { return findController(typed.radio, run); }).map([&] {
+        return run;
+    });
+}
+
+} // namespace
+
+base::Result<RunOptions> readRunOptions(int count, char* const* arguments)
+{
+    const std::vector<std::string> words(arguments + 1, arguments + count);
+    const auto dashes = std::find(words.begin(), words.end(), "--");
+    const std::vector<std::string> command(dashes == words.end() ? dashes : dashes + 1, words.end());
+
+    TypedOptions typed;
+    CLI::App app;
+    describe(app, typed);
+    const auto help = [&app] {
+        RunOptions run;
+        run.help = QString::fromStdString(app.help());
+        return run;
+    };
+    try {
+        app.parse(std::vector<std::string>(std::make_reverse_iterator(dashes), words.rend()));
+    } catch (const CLI::CallForHelp&) {
+        return help();
+    } catch (const CLI::ExtrasError&) {
+        return words.front() == "help" ? base::Result<RunOptions>(help()) : misused(unexpected(app));
+    } catch (const CLI::ParseError& error) {
+        return misused(QString::fromStdString(error.what()) + QStringLiteral("; see --help"));
+    }
+    if (dashes != words.end() && (command.empty() || command.front().empty())) {
+        return misused(QStringLiteral("there is no COMMAND behind \"--\"; see --help"));
+    }
+    if (typed.tour && !command.empty()) {
+        return misused(QStringLiteral("either \"tour\" or \"-- COMMAND\", not both; see --help"));
+    }
+    return complete(typed, command);
+}
+
+} // namespace world
