@@ -7,25 +7,24 @@
 
 namespace host {
 
-ModuleFactory openModule(const QString& file, QString* error)
+base::Result<ModuleFactory> openModule(const QString& file)
 {
     const QFileInfo info(file);
     if (!info.isFile()) {
-        *error = QStringLiteral("there is no module file \"%1\"; --module FILE names another").arg(file);
-        return nullptr;
+        return base::error(
+            QStringLiteral("there is no module file \"%1\"; --module FILE names another").arg(file));
     }
     // The absolute path, so that no search path finds another file of this name.
     QLibrary library(info.absoluteFilePath());
     library.setLoadHints(QLibrary::PreventUnloadHint | QLibrary::ResolveAllSymbolsHint);
     if (!library.load()) {
-        *error =
-            QStringLiteral("the module file \"%1\" cannot be loaded: %2").arg(file, library.errorString());
-        return nullptr;
+        return base::error(
+            QStringLiteral("the module file \"%1\" cannot be loaded: %2").arg(file, library.errorString()));
     }
     const auto factory = reinterpret_cast<ModuleFactory>(library.resolve(ModuleFactoryName));
     if (factory == nullptr) {
-        *error = QStringLiteral("\"%1\" is not a module file: it has no function \"%2\"")
-                     .arg(file, QLatin1String(ModuleFactoryName));
+        return base::error(QStringLiteral("\"%1\" is not a module file: it has no function \"%2\"")
+                               .arg(file, QLatin1String(ModuleFactoryName)));
     }
     return factory;
 }

@@ -20,7 +20,7 @@ const QRegularExpression& literalOrName()
 std::size_t placeOf(const ExpressionShape::Input& input, std::vector<ExpressionShape::Input>& inputs)
 {
     const auto found = std::find_if(inputs.begin(), inputs.end(), [&](const ExpressionShape::Input& known) {
-        return known.kind == input.kind && known.name == input.name;
+        return known.root == input.root && known.name == input.name;
     });
     const auto place = static_cast<std::size_t>(found - inputs.begin());
     if (found == inputs.end()) {
@@ -38,12 +38,12 @@ ExpressionShape ExpressionShape::of(const QString& expression)
     auto matches = literalOrName().globalMatch(expression);
     while (matches.hasNext()) {
         const QRegularExpressionMatch match = matches.next();
-        const QString root = match.captured(QStringLiteral("root"));
+        const QStringRef root = match.capturedRef(QStringLiteral("root"));
         if (root.isEmpty()) {
             continue;
         }
-        const ItemKind kind = root == QLatin1String("res") ? ItemKind::Result : ItemKind::Config;
-        const Input input{ kind, match.captured(QStringLiteral("name")), match.capturedStart() };
+        const Input input{ root == QLatin1String("res") ? Root::Result : Root::Config,
+                           match.captured(QStringLiteral("name")), match.capturedStart() };
         shape.text += expression.mid(copied, match.capturedStart() - copied);
         shape.text += QStringLiteral("$%1").arg(placeOf(input, shape.inputs));
         copied = match.capturedEnd();

@@ -19,9 +19,8 @@ int main(int argc, char** argv)
     ipc::ItemServer server(QDBusConnection::sessionBus(), QCoreApplication::arguments().value(1));
     server.addModule(one);
     server.addModule(two);
-    QString error;
-    if (!server.start(&error)) {
-        std::fprintf(stderr, "%s\n", qPrintable(error));
+    if (const auto started = server.start(); !started) {
+        std::fprintf(stderr, "%s\n", qPrintable(started.error().message));
         return 1;
     }
     std::function<void()> writeOn;

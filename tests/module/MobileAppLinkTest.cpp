@@ -42,15 +42,14 @@ public:
         : m_server(QDBusConnection::sessionBus(), stateFolder)
     {
         m_server.addModule(m_module);
-        started = m_server.start(&error);
+        started = m_server.start();
     }
     ~SyncServer() { m_server.halt(); }
 
     [[nodiscard]] QVariantMap record() const { return qdbus_cast<QVariantMap>(m_module.status->value()); }
     [[nodiscard]] QString shown() const { return recordText(record()); }
 
-    bool started = false;
-    QString error;
+    ipc::Outcome<ipc::Done> started = ipc::Error();
 
 private:
     SyncModule m_module;
@@ -94,7 +93,7 @@ private Q_SLOTS:
         QFETCH(const QVariant, payload);
         const QTemporaryDir state;
         SyncServer server(state.path());
-        QVERIFY2(server.started, qPrintable(server.error));
+        QVERIFY2(server.started, qPrintable(server.started.error().message));
         const auto logSize = m_world.world().output().size();
         m_daemon.send(signal, payload);
         QVERIFY(m_world.settle());

@@ -10,21 +10,20 @@ using ipc::ValueType;
 
 namespace {
 
-QList<ServerItem*> addValue(ModuleItems& items, const ModuleItems::Definition& definition)
+QList<ServerItem*> addValue(ModuleItems& items, const Item::Definition& definition)
 {
     QList<ServerItem*> handles;
-    for (const auto& item : items.add(definition)) {
-        handles << items.handle(*item);
+    for (Item* item : items.add(definition)) {
+        handles << &item->handle();
     }
     return handles;
 }
 
-void addAction(ModuleItems& items, const QString& id, const QString& label,
-               std::variant<std::monostate, ipc::NullHandler, ipc::TextHandler> handler)
+void addAction(ModuleItems& items, const QString& id, const QString& label, ipc::ActionHandler handler)
 {
-    for (const auto& item : items.add({ ItemKind::Action, id, label, ValueType::of({}), {} })) {
-        item->handler = handler;
-    }
+    Item::Definition definition{ ItemKind::Action, id, label };
+    definition.handler = std::move(handler);
+    items.add(definition);
 }
 
 } // namespace
@@ -98,21 +97,21 @@ void ServerModule::AddActionStringParam(const QString& id, const QString& label,
 void ServerModule::markConfigAsPrivate(const QString& id)
 {
     for (Item* item : m_items->instances(ItemKind::Config, id)) {
-        item->isPrivate = true;
+        item->makePrivate();
     }
 }
 
 void ServerModule::openResultToClients(const QString& id)
 {
     for (Item* item : m_items->instances(ItemKind::Result, id)) {
-        item->isWritable = true;
+        item->makeWritable();
     }
 }
 
 void ServerModule::observeItem(const QString& id)
 {
     for (Item* item : m_items->instances(ItemKind::Config, id)) {
-        item->isObserved = true;
+        item->observe();
     }
 }
 
@@ -123,13 +122,12 @@ bool ServerModule::configExists(const QString& id)
 
 ServerItem* ServerModule::config(const QString& id)
 {
-    if (const Item* item = m_items->findOrWarn(ItemKind::Config, id)) {
-        return m_items->handle(*item);
+    if (Item* item = m_items->findOrWarn(ItemKind::Config, id)) {
+        return &item->handle();
     }
     // Something to read from and write to, so that a wrong name in a module is a warning and nothing worse.
-    static ServerItem nowhere(
-        std::make_shared<Item>(ipc::ItemAddress(), QString(), ValueType::of({}), QVariant()));
-    return &nowhere;
+    static Item nowhere({}, {}, nullptr);
+    return &nowhere.handle();
 }
 
 void ServerModule::setConfig(const QString& id, const QVariant& value, bool announce)
