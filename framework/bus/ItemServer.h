@@ -64,7 +64,6 @@ private:
     [[nodiscard]] std::vector<Found> findAll(const QString& name) const;
     /// The one item of that name; when there is none, or several, the request is answered with an error.
     Found findForRequest(const QString& name);
-    void refuse(const QString& errorName, const QString& text) const;
     /// Whether a request's patterns keep within the limits; otherwise it is answered with an error.
     [[nodiscard]] bool accepts(const QStringList& patterns) const;
     [[nodiscard]] QString callAction(const Item& action, const QString& text) const;

@@ -52,7 +52,7 @@ ItemServer::Found ItemServer::findForRequest(const QString& name)
 {
     leaveIfForked();
     if (const auto checked = limits::checkName(name); !checked) {
-        refuse(LimitExceeded, checked.error().message);
+        sendErrorReply(LimitExceeded, checked.error().message);
         return {};
     }
     const std::vector<Found> found = findAll(name);
@@ -66,23 +66,19 @@ ItemServer::Found ItemServer::findForRequest(const QString& name)
         return found.front();
     }
     if (found.empty()) {
-        refuse(names::NoSuchItem,
-               QStringLiteral("there is no item \"%1\" among %2; List names them all")
-                   .arg(name, modules().join(QStringLiteral(", "))));
+        sendErrorReply(names::NoSuchItem,
+                       QStringLiteral("there is no item \"%1\" among %2; List names them all")
+                           .arg(name, modules().join(QStringLiteral(", "))));
         return {};
     }
     QStringList candidates;
     for (const Found& candidate : found) {
         candidates << candidate.item->addressText();
     }
-    refuse(names::AmbiguousItem,
-           QStringLiteral("\"%1\" names several items: %2").arg(name, candidates.join(QStringLiteral(", "))));
+    sendErrorReply(
+        names::AmbiguousItem,
+        QStringLiteral("\"%1\" names several items: %2").arg(name, candidates.join(QStringLiteral(", "))));
     return {};
-}
-
-void ItemServer::refuse(const QString& errorName, const QString& text) const
-{
-    sendErrorReply(errorName, text);
 }
 
 ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatching) const
@@ -108,7 +104,7 @@ bool ItemServer::accepts(const QStringList& patterns) const
 {
     const auto checked = limits::checkPatterns(patterns);
     if (!checked) {
-        refuse(LimitExceeded, checked.error().message);
+        sendErrorReply(LimitExceeded, checked.error().message);
     }
     return static_cast<bool>(checked);
 }
@@ -149,11 +145,11 @@ QDBusVariant ItemServer::Get(const QString& item)
     }
     if (!found.item->value().isValid()) {
         const bool isAction = found.item->address().kind == ItemKind::Action;
-        refuse(NoValue,
-               QStringLiteral("%1 %2").arg(
-                   found.item->addressText(),
-                   isAction ? QStringLiteral("is an action and has no value; Trigger calls it")
-                            : QStringLiteral("has no value yet")));
+        sendErrorReply(NoValue,
+                       QStringLiteral("%1 %2").arg(
+                           found.item->addressText(),
+                           isAction ? QStringLiteral("is an action and has no value; Trigger calls it")
+                                    : QStringLiteral("has no value yet")));
         return QDBusVariant(QString());
     }
     return QDBusVariant(found.item->value());
@@ -165,22 +161,24 @@ void ItemServer::Set(const QString& item, const QDBusVariant& value)
     if (!found.item) {
         return;
     }
-    const QString address = found.item->addressText();
+    const QString& address = found.item->addressText();
     if (!found.item->isWritable()) {
-        refuse(ReadOnly,
-               found.item->address().kind == ItemKind::Action
-                   ? QStringLiteral("%1 is an action and takes no value; Trigger calls it").arg(address)
-                   : QStringLiteral("%1 is a result, which its module alone writes").arg(address));
+        sendErrorReply(
+            ReadOnly,
+            found.item->address().kind == ItemKind::Action
+                ? QStringLiteral("%1 is an action and takes no value; Trigger calls it").arg(address)
+                : QStringLiteral("%1 is a result, which its module alone writes").arg(address));
         return;
     }
     if (const auto checked = limits::checkValue(value.variant()); !checked) {
-        refuse(LimitExceeded, QStringLiteral("%1 keeps its value: %2").arg(address, checked.error().message));
+        sendErrorReply(LimitExceeded,
+                       QStringLiteral("%1 keeps its value: %2").arg(address, checked.error().message));
         return;
     }
     QString reason;
     if (!found.module->validateAndApply(address, value.variant(), &reason)) {
         leaveIfForked();
-        refuse(InvalidValue, QStringLiteral("%1 keeps its value: %2").arg(address, reason));
+        sendErrorReply(InvalidValue, QStringLiteral("%1 keeps its value: %2").arg(address, reason));
     }
     leaveIfForked();
 }
@@ -191,19 +189,21 @@ QString ItemServer::Trigger(const QString& action, const QString& text)
     if (!found.item) {
         return {};
     }
-    const QString address = found.item->addressText();
+    const QString& address = found.item->addressText();
     if (found.item->address().kind != ItemKind::Action) {
-        refuse(NotAnAction,
-               QStringLiteral("%1 is no action; Set writes a config, Get reads an item").arg(address));
+        sendErrorReply(
+            NotAnAction,
+            QStringLiteral("%1 is no action; Set writes a config, Get reads an item").arg(address));
         return {};
     }
     if (found.module->items().refusesActions()) {
-        refuse(Halting, QStringLiteral("%1 is refused: the server is shutting down").arg(address));
+        sendErrorReply(Halting, QStringLiteral("%1 is refused: the server is shutting down").arg(address));
         return {};
     }
     if (const auto checked = limits::checkText(text); !checked) {
-        refuse(LimitExceeded,
-               QStringLiteral("%1 is not called with this text: %2").arg(address, checked.error().message));
+        sendErrorReply(
+            LimitExceeded,
+            QStringLiteral("%1 is not called with this text: %2").arg(address, checked.error().message));
         return {};
     }
     return callAction(*found.item, text);
@@ -211,19 +211,20 @@ QString ItemServer::Trigger(const QString& action, const QString& text)
 
 QString ItemServer::callAction(const Item& action, const QString& text) const
 {
-    const QString address = action.addressText();
+    const QString& address = action.addressText();
     std::string reply;
     try {
         if (const auto* handler = std::get_if<TextHandler>(&action.handler())) {
             reply = (*handler)(text.toStdString());
         } else if (!text.isEmpty()) {
-            refuse(InvalidValue, QStringLiteral("%1 takes no text").arg(address));
+            sendErrorReply(InvalidValue, QStringLiteral("%1 takes no text").arg(address));
         } else if (const auto* plain = std::get_if<NullHandler>(&action.handler())) {
             (*plain)();
         }
     } catch (const std::exception& error) {
         leaveIfForked();
-        refuse(ActionFailed, QStringLiteral("%1 failed: %2").arg(address, QString::fromUtf8(error.what())));
+        sendErrorReply(ActionFailed,
+                       QStringLiteral("%1 failed: %2").arg(address, QString::fromUtf8(error.what())));
     }
     leaveIfForked();
     return QString::fromStdString(reply);

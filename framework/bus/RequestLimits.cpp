@@ -137,7 +137,7 @@ Outcome<Done> checkPatterns(const QStringList& patterns)
                             .arg(Patterns));
     }
     for (const QString& pattern : patterns) {
-        if (const auto checked = checkLength(QStringLiteral("the pattern"), pattern); !checked) {
+        if (auto checked = checkLength(QStringLiteral("the pattern"), pattern); !checked) {
             return checked;
         }
     }

@@ -199,7 +199,7 @@ Outcome<Done> ValueType::checkLimits(const QVariant& value, bool secret) const
         const bool isKnown = !enumLabel(m_values, value.toLongLong()).isNull();
         return isKnown ? Outcome<Done>(Done()) : noneOf(m_values, value, secret);
     }
-    const Outcome<Done> checked = checkRange(value, secret);
+    Outcome<Done> checked = checkRange(value, secret);
     if (!checked || m_expressionText.isEmpty() || m_expression.match(value.toString()).hasMatch()) {
         return checked;
     }

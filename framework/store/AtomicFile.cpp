@@ -73,7 +73,7 @@ Outcome<Done> makePrivateFolder(const QString& path)
         return Done();
     }
     const QString parent = folder.absolutePath();
-    if (const auto made = makePrivateFolder(parent); !made) {
+    if (auto made = makePrivateFolder(parent); !made) {
         return made;
     }
     const QByteArray name = QFile::encodeName(folder.absoluteFilePath());

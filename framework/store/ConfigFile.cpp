@@ -6,12 +6,10 @@
 #include <QDateTime>
 #include <QDebug>
 #include <QFile>
-#include <QSet>
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-
 #include <optional>
 
 namespace ipc {
@@ -151,39 +149,25 @@ bool isExcused(const Json& beyondLimits, const std::string& id, const Json& valu
 }
 
 /// Puts the values of a module's configs where they stood; ids that the module does not have stay.
-void storeValues(Json& values, const ModuleItems& items, const QStringList& ids)
+/// @param isKept which of the configs with these ids are to be there.
+template <typename Predicate>
+void storeValues(Json& values, const ModuleItems& items, const QStringList& ids, Predicate isKept)
 {
-    const QSet<QString> saved(ids.begin(), ids.end());
     Json kept = Json::object();
     for (const auto& [id, value] : values.items()) {
         const QString name = QString::fromStdString(id);
-        if (saved.contains(name) || items.find(ItemKind::Config, name) == nullptr) {
-            kept[id] = value;
-        }
-    }
-    for (const QString& id : ids) {
-        if (const Item* item = items.find(ItemKind::Config, id)) {
-            kept[id.toStdString()] = fromVariant(item->value());
-        }
-    }
-    values = std::move(kept);
-}
-
-void storeBeyondLimits(Json& beyondLimits, const ModuleItems& items, const QStringList& ids)
-{
-    Json kept = Json::object();
-    for (const auto& [id, value] : beyondLimits.items()) {
-        if (items.find(ItemKind::Config, QString::fromStdString(id)) == nullptr) {
+        const Item* item = items.find(ItemKind::Config, name);
+        if (item == nullptr || (ids.contains(name) && isKept(*item))) {
             kept[id] = value;
         }
     }
     for (const QString& id : ids) {
         const Item* item = items.find(ItemKind::Config, id);
-        if (item != nullptr && !item->type().checkLimits(item->value(), true)) {
+        if (item != nullptr && isKept(*item)) {
             kept[id.toStdString()] = fromVariant(item->value());
         }
     }
-    beyondLimits = std::move(kept);
+    values = std::move(kept);
 }
 
 } // namespace
@@ -251,8 +235,10 @@ Outcome<Done> ConfigFile::replace() const
     Json document = before;
     for (const Gathered& gathered : m_gathered) {
         Json& section = objectIn(objectIn(document, Modules), gathered.items->moduleName().toStdString());
-        storeValues(objectIn(section, Values), *gathered.items, gathered.ids);
-        storeBeyondLimits(objectIn(section, BeyondLimits), *gathered.items, gathered.ids);
+        storeValues(objectIn(section, Values), *gathered.items, gathered.ids,
+                    [](const Item&) { return true; });
+        storeValues(objectIn(section, BeyondLimits), *gathered.items, gathered.ids,
+                    [](const Item& item) { return !item.type().checkLimits(item.value(), true); });
     }
     if (document == before) {
         return Done();
