@@ -16,7 +16,6 @@ class IPC_EXPORT ServerItem
 {
 public:
     explicit ServerItem(ipc::Item& item);
-    ~ServerItem();
     ServerItem(const ServerItem&) = delete;
     ServerItem& operator=(const ServerItem&) = delete;
 

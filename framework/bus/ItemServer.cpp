@@ -61,11 +61,6 @@ QStringList ItemServer::modules() const
     return names;
 }
 
-QString ItemServer::configPath() const
-{
-    return QDir(m_stateFolder).filePath(QCoreApplication::applicationName() + QStringLiteral(".json"));
-}
-
 Outcome<Done> ItemServer::start()
 {
     const QString name = names::BusNamePrefix + QCoreApplication::applicationName();
@@ -107,7 +102,8 @@ Outcome<Done> ItemServer::start()
 
 void ItemServer::loadConfigs()
 {
-    m_configs = std::make_unique<ConfigFile>(configPath());
+    m_configs = std::make_unique<ConfigFile>(
+        QDir(m_stateFolder).filePath(QCoreApplication::applicationName() + QStringLiteral(".json")));
     removeUnfinished(m_configs->path());
     for (RegistrationModule* module : m_modules) {
         module->items().setConfigStore(m_configs.get());

@@ -75,7 +75,6 @@ private:
     void flush();
     /// Stores the configs of these modules, and of those that could not be stored before, in one step.
     void saveConfigs(const std::vector<RegistrationModule*>& changed);
-    [[nodiscard]] QString configPath() const;
 
     QDBusConnection m_connection;
     QString m_stateFolder;

@@ -28,7 +28,9 @@ public:
         } else if (type == QMetaType::QByteArray) {
             addText(value.toByteArray().size());
         } else if (type == QMetaType::QStringList) {
-            addEach(value.toStringList(), depth + 1);
+            for (const QString& text : value.toStringList()) {
+                add(text, depth + 1);
+            }
         } else if (type == qMetaTypeId<QDBusObjectPath>()) {
             addText(value.value<QDBusObjectPath>().path().size());
         } else if (type == qMetaTypeId<QDBusSignature>()) {
@@ -43,6 +45,9 @@ public:
 private:
     bool enter(int depth)
     {
+        if (!m_exceeded.isEmpty()) {
+            return false;
+        }
         if (depth > Depth) {
             m_exceeded =
                 QStringLiteral("it is nested deeper than %1 levels of containers and variants").arg(Depth);
@@ -57,13 +62,6 @@ private:
         m_characters += length;
         if (m_characters > TextLength) {
             m_exceeded = QStringLiteral("it holds more than %1 characters").arg(TextLength);
-        }
-    }
-
-    void addEach(const QStringList& texts, int depth)
-    {
-        for (int i = 0; i < texts.size() && m_exceeded.isEmpty(); ++i) {
-            add(texts[i], depth);
         }
     }
 

@@ -16,10 +16,7 @@ class Expression;
 class ExpressionItem
 {
 public:
-    ExpressionItem() = default;
     virtual ~ExpressionItem() = default;
-    ExpressionItem(const ExpressionItem&) = delete;
-    ExpressionItem& operator=(const ExpressionItem&) = delete;
 
     [[nodiscard]] virtual const QVariant& value() const = 0;
     /// The values that an expression names as "enums.eSYMBOL".

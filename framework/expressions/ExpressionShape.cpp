@@ -11,8 +11,8 @@ namespace {
 /// A text literal, which holds no names, or a dotted name that begins with one of the two roots.
 const QRegularExpression& literalOrName()
 {
-    static const QRegularExpression expression(QStringLiteral(
-        R"("(?:[^"\\]|\\.)*"|'(?:[^'\\]|\\.)*'|(?<![\w$.])(?<root>res|cfg)\.(?<name>[\w$]+))"));
+    static const QRegularExpression expression(
+        QStringLiteral(R"("(?:[^"\\]|\\.)*"|'(?:[^'\\]|\\.)*'|(?<![\w$.])(res|cfg)\.([\w$]+))"));
     return expression;
 }
 
@@ -29,6 +29,11 @@ std::size_t placeOf(const ExpressionShape::Input& input, std::vector<ExpressionS
     return place;
 }
 
+QString parameter(std::size_t place)
+{
+    return QLatin1Char('$') + QString::number(place);
+}
+
 } // namespace
 
 ExpressionShape ExpressionShape::of(const QString& expression)
@@ -38,21 +43,21 @@ ExpressionShape ExpressionShape::of(const QString& expression)
     auto matches = literalOrName().globalMatch(expression);
     while (matches.hasNext()) {
         const QRegularExpressionMatch match = matches.next();
-        const QStringRef root = match.capturedRef(QStringLiteral("root"));
+        const QStringRef root = match.capturedRef(1);
         if (root.isEmpty()) {
             continue;
         }
-        const Input input{ root == QLatin1String("res") ? Root::Result : Root::Config,
-                           match.captured(QStringLiteral("name")), match.capturedStart() };
-        shape.text += expression.mid(copied, match.capturedStart() - copied);
-        shape.text += QStringLiteral("$%1").arg(placeOf(input, shape.inputs));
+        const Input input{ root == QLatin1String("res") ? Root::Result : Root::Config, match.captured(2),
+                           match.capturedStart() };
+        shape.text += expression.midRef(copied, match.capturedStart() - copied);
+        shape.text += parameter(placeOf(input, shape.inputs));
         copied = match.capturedEnd();
     }
-    shape.text += expression.mid(copied);
+    shape.text += expression.midRef(copied);
 
     QStringList parameters;
     for (std::size_t i = 0; i < shape.inputs.size(); ++i) {
-        parameters << QStringLiteral("$%1").arg(i);
+        parameters << parameter(i);
     }
     shape.parameters = parameters.join(QLatin1Char(','));
     return shape;

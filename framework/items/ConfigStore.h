@@ -11,10 +11,7 @@ class ModuleItems;
 class ConfigStore
 {
 public:
-    ConfigStore() = default;
     virtual ~ConfigStore() = default;
-    ConfigStore(const ConfigStore&) = delete;
-    ConfigStore& operator=(const ConfigStore&) = delete;
 
     /// Applies what a file holds for a module, as announced writes.
     /// @return false when the file is there and was not read; what was wrong is on the warning stream.

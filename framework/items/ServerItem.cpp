@@ -8,8 +8,6 @@ ServerItem::ServerItem(ipc::Item& item)
 {
 }
 
-ServerItem::~ServerItem() = default;
-
 QVariant ServerItem::value()
 {
     ipc::leaveIfForked();

@@ -10,13 +10,21 @@ using ipc::ValueType;
 
 namespace {
 
-QList<ServerItem*> addValue(ModuleItems& items, const Item::Definition& definition)
+QList<ServerItem*> addItems(ModuleItems& items, const Item::Definition& definition)
 {
     QList<ServerItem*> handles;
     for (Item* item : items.add(definition)) {
         handles << &item->handle();
     }
     return handles;
+}
+
+/// Items that keep the type of their first value.
+QList<ServerItem*> addValue(ModuleItems& items, ItemKind kind, const QString& id, const QString& label,
+                            const QVariant& first, const QString& applicability, unsigned instances,
+                            const QString& hint = {})
+{
+    return addItems(items, { kind, id, label, ValueType::of(first), first, applicability, instances, hint });
 }
 
 void addAction(ModuleItems& items, const QString& id, const QString& label, ipc::ActionHandler handler)
@@ -32,52 +40,42 @@ QList<ServerItem*> ServerModule::addConfig(const QString& id, const QString& lab
                                            const QVariant& defaultValue, const QString& applicability,
                                            unsigned instances)
 {
-    return addValue(
-        *m_items,
-        { ItemKind::Config, id, label, ValueType::of(defaultValue), defaultValue, applicability, instances });
+    return addValue(*m_items, ItemKind::Config, id, label, defaultValue, applicability, instances);
 }
 
 QList<ServerItem*> ServerModule::addStringConfig(const QString& id, const QString& label,
                                                  const QString& defaultText, const QString& applicability,
                                                  unsigned instances, const QString& hint)
 {
-    return addValue(*m_items,
-                    { ItemKind::Config, id, label, ValueType::of(defaultText), defaultText, applicability,
-                      instances, hint });
+    return addValue(*m_items, ItemKind::Config, id, label, defaultText, applicability, instances, hint);
 }
 
 QList<ServerItem*> ServerModule::addResult(const QString& id, const QString& label,
                                            const QVariant& initialValue, const QString& applicability,
                                            unsigned instances)
 {
-    return addValue(
-        *m_items,
-        { ItemKind::Result, id, label, ValueType::of(initialValue), initialValue, applicability, instances });
+    return addValue(*m_items, ItemKind::Result, id, label, initialValue, applicability, instances);
 }
 
 QList<ServerItem*> ServerModule::addStringResult(const QString& id, const QString& label,
                                                  const QString& initialText, const QString& applicability,
                                                  unsigned instances, const QString& hint)
 {
-    return addValue(*m_items,
-                    { ItemKind::Result, id, label, ValueType::of(initialText), initialText, applicability,
-                      instances, hint });
+    return addValue(*m_items, ItemKind::Result, id, label, initialText, applicability, instances, hint);
 }
 
 QList<ServerItem*> ServerModule::addBoolResult(const QString& id, const QString& label, bool initialValue,
                                                const QString& applicability, unsigned instances,
                                                const QString& hint)
 {
-    return addValue(*m_items,
-                    { ItemKind::Result, id, label, ValueType::of(initialValue), initialValue, applicability,
-                      instances, hint });
+    return addValue(*m_items, ItemKind::Result, id, label, initialValue, applicability, instances, hint);
 }
 
 QList<ServerItem*> ServerModule::addEnumResult(const QString& id, const QString& label, int initialValue,
                                                const EnumType& type, const QString& applicability,
                                                unsigned instances)
 {
-    return addValue(*m_items,
+    return addItems(*m_items,
                     { ItemKind::Result, id, label, ValueType::enumeration(type.values()), initialValue,
                       applicability, instances });
 }

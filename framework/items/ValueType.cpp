@@ -2,8 +2,6 @@
 
 #include "EnumMatch.h"
 
-#include <QStringList>
-
 #include <algorithm>
 #include <limits>
 
@@ -24,15 +22,6 @@ QString shown(const QVariant& value, bool secret)
     return QLatin1Char('"') + text + QLatin1Char('"');
 }
 
-QString listed(const QVector<EnumValue>& values)
-{
-    QStringList texts;
-    for (const EnumValue& value : values) {
-        texts << QStringLiteral("%1 (%2)").arg(QString::number(value.value), value.label);
-    }
-    return texts.join(QStringLiteral(", "));
-}
-
 Error refused(const QString& reason)
 {
     return { Error::Kind::Refused, reason };
@@ -40,7 +29,8 @@ Error refused(const QString& reason)
 
 Error noneOf(const QVector<EnumValue>& values, const QVariant& value, bool secret)
 {
-    return refused(QStringLiteral("%1 is none of its values: %2").arg(shown(value, secret), listed(values)));
+    return refused(
+        QStringLiteral("%1 is none of its values: %2").arg(shown(value, secret), shownEnumValues(values)));
 }
 
 QVariant parseBool(const QString& text)
