@@ -311,8 +311,9 @@ private Q_SLOTS:
         QCOMPARE(*KELClientInterface::servers(client()), names);
     }
 
-    void hear(qulonglong, const ipc::ItemRecords& records)
+    void hear(qulonglong serial, const ipc::ItemRecords& records)
     {
+        Q_UNUSED(serial)
         m_told += records.isEmpty() ? ItemRecords{ {} } : records;
     }
 
