@@ -36,9 +36,8 @@ int serve(const QStringList& arguments)
     ListModule module(arguments.value(3).toInt(), arguments.value(4) == QLatin1String("expressions"));
     ipc::ItemServer server(QDBusConnection::sessionBus(), arguments.value(2));
     server.addModule(module);
-    QString error;
-    if (!server.start(&error)) {
-        std::fprintf(stderr, "%s\n", qPrintable(error));
+    if (const auto started = server.start(); !started) {
+        std::fprintf(stderr, "%s\n", qPrintable(started.error().message));
         return 1;
     }
     return QCoreApplication::exec();

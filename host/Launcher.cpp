@@ -19,6 +19,8 @@
 namespace host {
 namespace {
 
+constexpr int UsageStatus = 2;
+
 /// A forked copy of this process comes back out of the module when the controller program cannot be executed.
 /// It leaves here at the latest, at the end of the event in which it came to be.
 class Application : public QCoreApplication
@@ -80,9 +82,8 @@ int serve(ModuleFactory createModule, const QString& stateFolder)
     RegistrationModule* const module = createModule(&modules);
     ipc::ItemServer server(QDBusConnection::sessionBus(), stateFolder);
     server.addModule(*module);
-    QString error;
-    if (!server.start(&error)) {
-        return fail(error);
+    if (const auto started = server.start(); !started) {
+        return fail(started.error().message);
     }
 
     const int status = QCoreApplication::exec();
@@ -95,16 +96,19 @@ int serve(ModuleFactory createModule, const QString& stateFolder)
 
 int launch(int argc, char** argv)
 {
-    int exitStatus = 0;
-    const std::optional<Options> options = readOptions(argc, argv, &exitStatus);
-    if (!options) {
-        return exitStatus;
-    }
-
     base::resetInheritedSignals();
     ipc::guardThisProcess();
     Application app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("bluetoothlauncher"));
+    const auto options = readOptions(QCoreApplication::arguments());
+    if (!options) {
+        fail(options.error().text);
+        return UsageStatus;
+    }
+    if (!options->help.isEmpty()) {
+        std::fputs(qPrintable(options->help), stdout);
+        return 0;
+    }
     QTranslator translator;
     installTranslation(translator);
 

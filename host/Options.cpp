@@ -1,14 +1,10 @@
 #include "Options.h"
 
-#include <CLI/CLI.hpp>
-
+#include <QCommandLineParser>
 #include <QDir>
-#include <QFile>
 
 namespace host {
 namespace {
-
-constexpr int UsageStatus = 2;
 
 QString defaultStateFolder()
 {
@@ -20,26 +16,47 @@ QString defaultStateFolder()
     return base + QStringLiteral("/bluetoothlauncher");
 }
 
+/// What is wrong with a command line; empty when it is understood.
+QString mistake(const QCommandLineParser& parser, bool isParsed)
+{
+    const QStringList unknown = parser.unknownOptionNames();
+    if (!unknown.isEmpty()) {
+        const QString dashes(unknown.first().size() == 1 ? 1 : 2, QLatin1Char('-'));
+        return QStringLiteral("there is no option \"%1\"").arg(dashes + unknown.first());
+    }
+    if (!isParsed) {
+        return parser.errorText().chopped(1); // its full stop
+    }
+    const QStringList extra = parser.positionalArguments();
+    return extra.isEmpty() ? QString() : QStringLiteral("\"%1\" is not expected").arg(extra.first());
+}
+
 } // namespace
 
-std::optional<Options> readOptions(int argc, char** argv, int* exitStatus)
+base::Result<Options> readOptions(const QStringList& arguments)
 {
-    CLI::App app("Serves the Bluetooth module's items on the session bus, until SIGTERM or SIGINT.",
-                 "bluetoothlauncher");
-    std::string state = QFile::encodeName(defaultStateFolder()).toStdString();
-    std::string module;
-    app.add_option("--state", state, "Folder that keeps the configs; made when it is missing")
-        ->type_name("DIR")
-        ->capture_default_str();
-    app.add_option("--module", module, "The module to load (default: ../lib/bluetooth-entry.so)")
-        ->type_name("FILE");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        *exitStatus = app.exit(error) == 0 ? 0 : UsageStatus;
-        return std::nullopt;
+    const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
+                                  QStringLiteral("Print this help message and exit"));
+    const QString folder = defaultStateFolder();
+    const QCommandLineOption state(
+        QStringLiteral("state"),
+        QStringLiteral("Folder that keeps the configs; made when it is missing (default: %1)").arg(folder),
+        QStringLiteral("DIR"), folder);
+    const QCommandLineOption module(QStringLiteral("module"),
+                                    QStringLiteral("The module to load (default: ../lib/bluetooth-entry.so)"),
+                                    QStringLiteral("FILE"));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Serves the Bluetooth module's items on the session bus, until SIGTERM or SIGINT."));
+    parser.addOptions({ help, state, module });
+    const bool isParsed = parser.parse(arguments);
+    const QString wrong = mistake(parser, isParsed);
+    if (!wrong.isEmpty()) {
+        return base::error(QStringLiteral("%1; --help shows what is understood").arg(wrong),
+                           base::Failure::Usage);
     }
-    return Options{ QFile::decodeName(state.c_str()), QFile::decodeName(module.c_str()) };
+    return Options{ parser.value(state), parser.value(module),
+                    parser.isSet(help) ? parser.helpText() : QString() };
 }
 
 } // namespace host

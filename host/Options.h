@@ -1,8 +1,9 @@
 #pragma once
 
-#include <QString>
+#include "base/Result.h"
 
-#include <optional>
+#include <QString>
+#include <QStringList>
 
 namespace host {
 
@@ -11,10 +12,10 @@ struct Options
 {
     QString stateFolder; ///< where the configs are kept
     QString moduleFile; ///< empty for the one beside the program
+    QString help; ///< asked for, to be shown instead of serving
 };
 
-/// Reads the command line. Where that ends the program, as for --help, what is to be said is printed.
-/// @param exitStatus filled when there are no options to go on with: 0 after --help, 2 for wrong usage.
-[[nodiscard]] std::optional<Options> readOptions(int argc, char** argv, int* exitStatus);
+/// @param arguments the command line, with the program's name.
+[[nodiscard]] base::Result<Options> readOptions(const QStringList& arguments);
 
 } // namespace host

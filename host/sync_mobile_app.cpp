@@ -32,9 +32,8 @@ int main(int argc, char** argv)
     MobileSyncModule module(nullptr);
     ipc::ItemServer server(QDBusConnection::sessionBus(), arguments[1]);
     server.addModule(module);
-    QString error;
-    if (!server.start(&error)) {
-        std::fprintf(stderr, "sync_mobile_app: %s\n", qPrintable(error));
+    if (const auto started = server.start(); !started) {
+        std::fprintf(stderr, "sync_mobile_app: %s\n", qPrintable(started.error().message));
         return 1;
     }
     const int status = QCoreApplication::exec();

@@ -56,12 +56,12 @@ std::optional<SimulatedWorld::Expected> SimulatedWorld::expect(const QString& it
     if (!succeed(problemOf(description))) {
         return {};
     }
-    const ipc::ExpectedValue expected = ipc::expectedValue(*description, value);
-    if (!expected.problem.isEmpty()) {
-        m_problem = QStringLiteral("%1: \"%2\" does not fit; %3").arg(item, value, expected.problem);
+    const auto expected = ipc::expectedValue(*description, value);
+    if (!expected) {
+        m_problem = QStringLiteral("%1: \"%2\" does not fit; %3").arg(item, value, expected.error().message);
         return {};
     }
-    return Expected{ item, *description, expected.value };
+    return Expected{ item, *description, *expected };
 }
 
 bool SimulatedWorld::holds(const Expected& expected)

@@ -67,16 +67,16 @@ base::Result<Condition> Condition::boundTo(const QVariantMap& description) const
     if (!comparesValue() || type == QLatin1String("text") || type == QLatin1String("any")) {
         return *this;
     }
-    const ipc::ExpectedValue expected = ipc::expectedValue(description, m_operand);
+    const auto expected = ipc::expectedValue(description, m_operand);
     if (type == QLatin1String("action")) {
-        return usage(QStringLiteral("%1: %2; wait for %1:applicable").arg(m_item, expected.problem));
+        return usage(QStringLiteral("%1: %2; wait for %1:applicable").arg(m_item, expected.error().message));
     }
-    if (!expected.problem.isEmpty()) {
+    if (!expected) {
         return usage(QStringLiteral("%1: \"%2\" does not fit; %3")
-                         .arg(m_item, escaped(m_operand), escaped(expected.problem)));
+                         .arg(m_item, escaped(m_operand), escaped(expected.error().message)));
     }
     Condition bound = *this;
-    bound.m_operand = rawText(expected.value);
+    bound.m_operand = rawText(*expected);
     return bound;
 }
 

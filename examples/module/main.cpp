@@ -33,9 +33,8 @@ int main(int argc, char** argv)
     ipc::ItemServer server(QDBusConnection::sessionBus(),
                            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
     server.addModule(lamp);
-    QString error;
-    if (!server.start(&error)) {
-        std::fprintf(stderr, "lamp: %s\n", qPrintable(error));
+    if (const auto started = server.start(); !started) {
+        std::fprintf(stderr, "lamp: %s\n", qPrintable(started.error().message));
         return 1;
     }
     return QCoreApplication::exec();

@@ -2,9 +2,8 @@
 
 #include "IpcExport.h"
 
-#include <boost/any.hpp>
-
 #include <QVariant>
+#include <QVariantMap>
 
 #include <map>
 #include <memory>
@@ -23,7 +22,7 @@ using KelAggregateDescriptor = std::map<std::string, KELItemStatusFlags>;
 class IPC_EXPORT KelAggregate
 {
 public:
-    /// One empty value for each property of the descriptor.
+    /// @param descriptor the properties that the record may have; all are empty at first.
     explicit KelAggregate(std::shared_ptr<const KelAggregateDescriptor> descriptor);
 
     /// Replaces a property's value. Where the descriptor does not give that name exactly the flag of T, a
@@ -36,7 +35,7 @@ public:
 
 private:
     std::shared_ptr<const KelAggregateDescriptor> m_descriptor;
-    std::map<std::string, boost::any> m_values;
+    QVariantMap m_values;
 };
 
 extern template IPC_EXPORT void KelAggregate::setPropertyValue(const std::string& name, const bool& value);

@@ -5,8 +5,6 @@
 #include <QString>
 #include <QVariant>
 
-#include <memory>
-
 namespace ipc {
 class Item;
 }
@@ -17,8 +15,7 @@ class Item;
 class IPC_EXPORT ServerItem
 {
 public:
-    explicit ServerItem(std::shared_ptr<ipc::Item> item);
-    ~ServerItem();
+    explicit ServerItem(ipc::Item& item);
     ServerItem(const ServerItem&) = delete;
     ServerItem& operator=(const ServerItem&) = delete;
 
@@ -41,5 +38,5 @@ public:
     void setApplicable(bool applicable, bool announce);
 
 private:
-    std::shared_ptr<ipc::Item> m_item;
+    ipc::Item& m_item;
 };

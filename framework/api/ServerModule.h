@@ -68,11 +68,11 @@ public:
     /// Whether the configs are stored together with those of the server's other modules.
     virtual bool isLastConfigShared();
     /// Applies stored configs from a file of this server, as announced writes.
-    /// @return false when the file cannot be read; what was wrong is printed.
+    /// @return false when the file cannot be read (what was wrong is printed), and outside of a server.
     virtual bool loadConfigurationFile(const QString& path);
-    /// Stores the configs. The server calls it for each module that changed, and writes its file once after
-    /// the last of them.
-    /// @return false when the file cannot be written; what was wrong is printed.
+    /// Stores the configs. The server calls it for each module that changed, and writes its own file once
+    /// after the last of them; any other file is written at once.
+    /// @return false when the file cannot be written (what was wrong is printed), and outside of a server.
     virtual bool saveConfigurationFile(const QString& path);
     /// Ends the module's service; the server stores what has changed afterwards.
     virtual void halt();

@@ -1,8 +1,6 @@
 #include "ItemProperties.h"
 
-#include "expressions/Applicability.h"
 #include "items/EnumMatch.h"
-#include "items/Item.h"
 
 namespace ipc {
 namespace {
@@ -20,8 +18,8 @@ void insertValue(QVariantMap& properties, const Item& item)
     if (item.value().isValid()) {
         properties.insert(QStringLiteral("value"), item.value());
     }
-    if (item.type.isEnumeration()) {
-        properties.insert(QStringLiteral("text"), enumLabel(item.type.values(), item.value().toLongLong()));
+    if (item.type().isEnumeration()) {
+        properties.insert(QStringLiteral("text"), enumLabel(item.type().values(), item.value().toLongLong()));
     }
 }
 
@@ -35,29 +33,29 @@ void insertApplicable(QVariantMap& properties, const Item& item)
 ItemRecord listedItem(const Item& item)
 {
     QVariantMap properties{
-        { QStringLiteral("kind"), toString(item.address.kind) },
-        { QStringLiteral("module"), item.address.module },
-        { QStringLiteral("id"), item.address.id },
-        { QStringLiteral("label"), item.label },
+        { QStringLiteral("kind"), toString(item.address().kind) },
+        { QStringLiteral("module"), item.address().module },
+        { QStringLiteral("id"), item.address().id },
+        { QStringLiteral("label"), item.label() },
     };
-    if (item.address.index != ItemAddress::NoIndex) {
-        properties.insert(QStringLiteral("index"), item.address.index);
+    if (item.address().index != ItemAddress::NoIndex) {
+        properties.insert(QStringLiteral("index"), item.address().index);
     }
     insertValue(properties, item);
     insertApplicable(properties, item);
-    return { item.address.toString(), properties };
+    return { item.addressText(), properties };
 }
 
-ItemRecord changedItem(const Item& item, unsigned changes)
+ItemRecord changedItem(const Item& item, const Item::Changes& changes)
 {
     QVariantMap properties;
-    if ((changes & Item::ValueChanged) != 0) {
+    if (changes.value) {
         insertValue(properties, item);
     }
-    if ((changes & Item::ApplicableChanged) != 0) {
+    if (changes.applicable) {
         insertApplicable(properties, item);
     }
-    return { item.address.toString(), properties };
+    return { item.addressText(), properties };
 }
 
 QVariantMap describedItem(const Item& item)
@@ -65,26 +63,24 @@ QVariantMap describedItem(const Item& item)
     const ItemRecord record = listedItem(item);
     QVariantMap description = record.properties;
     description.insert(QStringLiteral("address"), record.address);
-    if (item.expression) {
-        description.insert(QStringLiteral("applicability"), item.expression->text());
-    }
-    if (item.address.kind == ItemKind::Action) {
+    insertUnlessAbsent(description, QStringLiteral("applicability"), item.applicability());
+    if (item.address().kind == ItemKind::Action) {
         description.insert(QStringLiteral("type"), QStringLiteral("action"));
-        description.insert(QStringLiteral("takesText"), std::holds_alternative<TextHandler>(item.handler));
+        description.insert(QStringLiteral("takesText"), std::holds_alternative<TextHandler>(item.handler()));
         return description;
     }
-    description.insert(QStringLiteral("type"), item.type.name());
-    description.insert(QStringLiteral("writable"), item.isWritable);
-    description.insert(QStringLiteral("private"), item.isPrivate);
-    if (item.defaultValue.isValid()) {
-        description.insert(QStringLiteral("default"), item.defaultValue);
+    description.insert(QStringLiteral("type"), item.type().name());
+    description.insert(QStringLiteral("writable"), item.isWritable());
+    description.insert(QStringLiteral("private"), item.isPrivate());
+    if (item.defaultValue().isValid()) {
+        description.insert(QStringLiteral("default"), item.defaultValue());
     }
-    insertUnlessAbsent(description, QStringLiteral("minimum"), item.type.minimum());
-    insertUnlessAbsent(description, QStringLiteral("maximum"), item.type.maximum());
-    insertUnlessAbsent(description, QStringLiteral("regularExpression"), item.type.regularExpression());
-    insertUnlessAbsent(description, QStringLiteral("hint"), item.hint);
-    if (item.type.isEnumeration()) {
-        description.insert(QStringLiteral("enumeration"), QVariant::fromValue(item.type.values()));
+    insertUnlessAbsent(description, QStringLiteral("minimum"), item.type().minimum());
+    insertUnlessAbsent(description, QStringLiteral("maximum"), item.type().maximum());
+    insertUnlessAbsent(description, QStringLiteral("regularExpression"), item.type().regularExpression());
+    insertUnlessAbsent(description, QStringLiteral("hint"), item.hint());
+    if (item.type().isEnumeration()) {
+        description.insert(QStringLiteral("enumeration"), QVariant::fromValue(item.type().values()));
     }
     return description;
 }

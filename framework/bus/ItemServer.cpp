@@ -11,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QDir>
 #include <QEventLoop>
 #include <QTimer>
@@ -39,6 +40,7 @@ ItemServer::~ItemServer()
 {
     for (RegistrationModule* module : m_modules) {
         module->items().setChangeListener({});
+        module->items().setConfigStore(nullptr);
     }
 }
 
@@ -59,55 +61,52 @@ QStringList ItemServer::modules() const
     return names;
 }
 
-QString ItemServer::configPath() const
-{
-    return QDir(m_stateFolder).filePath(QCoreApplication::applicationName() + QStringLiteral(".json"));
-}
-
-bool ItemServer::start(QString* error)
+Outcome<Done> ItemServer::start()
 {
     const QString name = names::BusNamePrefix + QCoreApplication::applicationName();
     if (!m_connection.isConnected()) {
-        *error = QStringLiteral(
-                     "there is no session bus to serve on (%1); DBUS_SESSION_BUS_ADDRESS has to name one")
-                     .arg(m_connection.lastError().message());
-        return false;
+        return Error{ Error::Kind::NoServer,
+                      QStringLiteral("there is no session bus to serve on (%1); DBUS_SESSION_BUS_ADDRESS has "
+                                     "to name one")
+                          .arg(m_connection.lastError().message()) };
     }
     // Asked before anything is switched on because of a stored config; the name itself comes last.
-    const QString taken =
-        QStringLiteral("%1 is taken: another server of that name runs on this bus; end that one first")
-            .arg(name);
+    const Error taken{ Error::Kind::Refused,
+                       QStringLiteral(
+                           "%1 is taken: another server of that name runs on this bus; end that one first")
+                           .arg(name) };
     if (m_connection.interface()->isServiceRegistered(name)) {
-        *error = taken;
-        return false;
+        return taken;
     }
-    if (const QString problem = makePrivateFolder(m_stateFolder); !problem.isEmpty()) {
-        *error = QStringLiteral("the state folder cannot be made; it has to be one that can be written (%1)")
-                     .arg(problem);
-        return false;
+    if (const auto made = makePrivateFolder(m_stateFolder); !made) {
+        return Error{ Error::Kind::Failed,
+                      QStringLiteral(
+                          "the state folder cannot be made; it has to be one that can be written (%1)")
+                          .arg(made.error().message) };
     }
     loadConfigs();
     flush(); // what was loaded is where clients begin
     m_isServing = true;
     if (!m_connection.registerObject(names::ObjectPath, this)) {
-        *error = QStringLiteral("the object %1 is there already").arg(names::ObjectPath);
-        return false;
+        return Error{ Error::Kind::Refused,
+                      QStringLiteral("the object %1 is there already").arg(names::ObjectPath) };
     }
     if (!m_connection.registerService(name)) {
-        *error = taken;
-        return false;
+        return taken;
     }
     for (RegistrationModule* module : m_modules) {
         module->busNameTaken();
     }
-    return true;
+    return Done();
 }
 
 void ItemServer::loadConfigs()
 {
-    m_configs = std::make_unique<ConfigFile>(configPath());
+    m_configs = std::make_unique<ConfigFile>(
+        QDir(m_stateFolder).filePath(QCoreApplication::applicationName() + QStringLiteral(".json")));
     removeUnfinished(m_configs->path());
     for (RegistrationModule* module : m_modules) {
+        module->items().setConfigStore(m_configs.get());
         module->aboutToLoadConfig();
         module->loadConfigurationFile(m_configs->path());
         leaveIfForked();
@@ -162,12 +161,9 @@ void ItemServer::flush()
         bool configChanged = false;
         const bool isPublished = module->publishesItems();
         for (Item* item : module->items().takeChanged(withApplicability)) {
-            const unsigned changes = item->takeChanges(withApplicability);
-            if (changes == Item::NoChange) {
-                continue;
-            }
-            configChanged |= item->address.kind == ItemKind::Config && (changes & Item::ValueChanged) != 0;
-            if (isPublished) {
+            const Item::Changes changes = item->takeChanges(withApplicability);
+            configChanged |= item->address().kind == ItemKind::Config && changes.differs;
+            if (isPublished && (changes.value || changes.applicable)) {
                 records << changedItem(*item, changes);
             }
         }
@@ -179,7 +175,11 @@ void ItemServer::flush()
         saveConfigs(changed);
     }
     if (m_isServing && !records.isEmpty()) {
-        Q_EMIT Changed(++m_serial, records);
+        // Not through the adaptor, which would look up and convert for every signal what is known here.
+        QDBusMessage changes =
+            QDBusMessage::createSignal(names::ObjectPath, names::Interface, QStringLiteral("Changed"));
+        changes << ++m_serial << QVariant::fromValue(records);
+        m_connection.send(changes);
     }
 }
 
@@ -187,14 +187,12 @@ void ItemServer::saveConfigs(const std::vector<RegistrationModule*>& changed)
 {
     for (RegistrationModule* module : changed) {
         module->aboutToSaveConfig();
-        module->items().setSharedConfigFile(m_configs.get());
         const bool gathered = module->saveConfigurationFile(m_configs->path());
-        module->items().setSharedConfigFile(nullptr);
         if (gathered && std::find(m_unsaved.begin(), m_unsaved.end(), module) == m_unsaved.end()) {
             m_unsaved.push_back(module);
         }
     }
-    if (m_unsaved.empty() || !m_configs->write()) {
+    if (!m_configs || !m_configs->write()) {
         return;
     }
     for (RegistrationModule* module : std::exchange(m_unsaved, {})) {

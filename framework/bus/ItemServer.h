@@ -2,6 +2,7 @@
 
 #include "IpcExport.h"
 #include "ItemRecord.h"
+#include "Outcome.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>
@@ -37,8 +38,7 @@ public:
     void addModule(RegistrationModule& module);
 
     /// Loads the stored configs into the modules, then takes the bus name.
-    /// @param error what was wrong and what would be right, when the answer is false.
-    bool start(QString* error);
+    [[nodiscard]] Outcome<Done> start();
 
     /// Ends the service: no more actions, configs stored (once more those that could not be), bus name given
     /// back.
@@ -54,9 +54,6 @@ public:
     QString Trigger(const QString& action, const QString& text);
     QVariantMap Describe(const QString& item);
 
-Q_SIGNALS:
-    void Changed(qulonglong serial, const ipc::ItemRecords& items);
-
 private:
     struct Found
     {
@@ -67,7 +64,6 @@ private:
     [[nodiscard]] std::vector<Found> findAll(const QString& name) const;
     /// The one item of that name; when there is none, or several, the request is answered with an error.
     Found findForRequest(const QString& name);
-    void refuse(const QString& errorName, const QString& text) const;
     /// Whether a request's patterns keep within the limits; otherwise it is answered with an error.
     [[nodiscard]] bool accepts(const QStringList& patterns) const;
     [[nodiscard]] QString callAction(const Item& action, const QString& text) const;
@@ -75,10 +71,10 @@ private:
     [[nodiscard]] ItemRecords matching(const QStringList& patterns, bool startsWatching) const;
     void loadConfigs();
     void scheduleFlush();
+    /// Stores and tells what changed since the last time.
     void flush();
     /// Stores the configs of these modules, and of those that could not be stored before, in one step.
     void saveConfigs(const std::vector<RegistrationModule*>& changed);
-    [[nodiscard]] QString configPath() const;
 
     QDBusConnection m_connection;
     QString m_stateFolder;

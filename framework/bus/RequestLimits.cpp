@@ -14,7 +14,8 @@ constexpr int ShownLength = 32;
 class Measure
 {
 public:
-    [[nodiscard]] const std::optional<QString>& exceeded() const { return m_exceeded; }
+    /// Which limit; empty when all are kept.
+    [[nodiscard]] const QString& exceeded() const { return m_exceeded; }
 
     void add(const QVariant& value, int depth)
     {
@@ -27,7 +28,9 @@ public:
         } else if (type == QMetaType::QByteArray) {
             addText(value.toByteArray().size());
         } else if (type == QMetaType::QStringList) {
-            addEach(value.toStringList(), depth + 1);
+            for (const QString& text : value.toStringList()) {
+                add(text, depth + 1);
+            }
         } else if (type == qMetaTypeId<QDBusObjectPath>()) {
             addText(value.value<QDBusObjectPath>().path().size());
         } else if (type == qMetaTypeId<QDBusSignature>()) {
@@ -42,13 +45,16 @@ public:
 private:
     bool enter(int depth)
     {
+        if (!m_exceeded.isEmpty()) {
+            return false;
+        }
         if (depth > Depth) {
             m_exceeded =
                 QStringLiteral("it is nested deeper than %1 levels of containers and variants").arg(Depth);
         } else if (++m_values > Values) {
             m_exceeded = QStringLiteral("it holds more than %1 keys, elements and values").arg(Values);
         }
-        return !m_exceeded;
+        return m_exceeded.isEmpty();
     }
 
     void addText(int length)
@@ -56,13 +62,6 @@ private:
         m_characters += length;
         if (m_characters > TextLength) {
             m_exceeded = QStringLiteral("it holds more than %1 characters").arg(TextLength);
-        }
-    }
-
-    void addEach(const QStringList& texts, int depth)
-    {
-        for (int i = 0; i < texts.size() && !m_exceeded; ++i) {
-            add(texts[i], depth);
         }
     }
 
@@ -82,7 +81,7 @@ private:
             break;
         case QDBusArgument::MapType:
             container.beginMap();
-            while (!container.atEnd() && !m_exceeded) {
+            while (!container.atEnd() && m_exceeded.isEmpty()) {
                 container.beginMapEntry();
                 addRest(container, depth);
                 container.endMapEntry();
@@ -96,57 +95,67 @@ private:
 
     void addRest(const QDBusArgument& container, int depth)
     {
-        while (!container.atEnd() && !m_exceeded) {
+        while (!container.atEnd() && m_exceeded.isEmpty()) {
             add(container.asVariant(), depth);
         }
     }
 
     int m_values = 0;
     qint64 m_characters = 0;
-    std::optional<QString> m_exceeded;
+    QString m_exceeded;
 };
 
-QString tooLong(const QString& what, const QString& text)
+Error exceeded(const QString& text)
 {
-    return QStringLiteral("%1 \"%2…\" has %3 characters; at most %4 are allowed")
-        .arg(what, text.left(ShownLength), QString::number(text.size()), QString::number(NameLength));
+    return { Error::Kind::Refused, text };
+}
+
+Outcome<Done> checkLength(const QString& what, const QString& text)
+{
+    if (text.size() <= NameLength) {
+        return Done();
+    }
+    return exceeded(
+        QStringLiteral("%1 \"%2…\" has %3 characters; at most %4 are allowed")
+            .arg(what, text.left(ShownLength), QString::number(text.size()), QString::number(NameLength)));
 }
 
 } // namespace
 
-std::optional<QString> exceededByName(const QString& name)
+Outcome<Done> checkName(const QString& name)
 {
-    return name.size() > NameLength ? std::optional(tooLong(QStringLiteral("the name"), name)) : std::nullopt;
+    return checkLength(QStringLiteral("the name"), name);
 }
 
-std::optional<QString> exceededByPatterns(const QStringList& patterns)
+Outcome<Done> checkPatterns(const QStringList& patterns)
 {
     if (patterns.size() > Patterns) {
-        return QStringLiteral("there are %1 patterns; at most %2 are allowed")
-            .arg(patterns.size())
-            .arg(Patterns);
+        return exceeded(QStringLiteral("there are %1 patterns; at most %2 are allowed")
+                            .arg(patterns.size())
+                            .arg(Patterns));
     }
     for (const QString& pattern : patterns) {
-        if (pattern.size() > NameLength) {
-            return tooLong(QStringLiteral("the pattern"), pattern);
+        if (auto checked = checkLength(QStringLiteral("the pattern"), pattern); !checked) {
+            return checked;
         }
     }
-    return {};
+    return Done();
 }
 
-std::optional<QString> exceededByText(const QString& text)
+Outcome<Done> checkText(const QString& text)
 {
-    return text.size() > TextLength
-        ? std::optional(
-            QStringLiteral("it has %1 characters; at most %2 are allowed").arg(text.size()).arg(TextLength))
-        : std::nullopt;
+    if (text.size() <= TextLength) {
+        return Done();
+    }
+    return exceeded(
+        QStringLiteral("it has %1 characters; at most %2 are allowed").arg(text.size()).arg(TextLength));
 }
 
-std::optional<QString> exceededByValue(const QVariant& value)
+Outcome<Done> checkValue(const QVariant& value)
 {
     Measure measure;
     measure.add(value, 0);
-    return measure.exceeded();
+    return measure.exceeded().isEmpty() ? Outcome<Done>(Done()) : exceeded(measure.exceeded());
 }
 
 } // namespace ipc::limits

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Outcome.h"
+
 #include <QString>
 #include <QStringList>
 #include <QVariant>
-
-#include <optional>
 
 /// What one request of a client may carry, so that none of them makes the server, and everybody who watches
 /// it, slow or large. Far above what anybody needs; a module's own writes are not bound by it.
@@ -16,10 +16,10 @@ constexpr int TextLength = 65'536; ///< characters of all texts in a value toget
 constexpr int Depth = 8; ///< levels of containers and variants within a value
 constexpr int Values = 1'024; ///< keys, elements and values within a value
 
-// Each answers which limit is exceeded and what would be right, for a person; nothing when all is well.
-[[nodiscard]] std::optional<QString> exceededByName(const QString& name);
-[[nodiscard]] std::optional<QString> exceededByPatterns(const QStringList& patterns);
-[[nodiscard]] std::optional<QString> exceededByText(const QString& text);
-[[nodiscard]] std::optional<QString> exceededByValue(const QVariant& value);
+// The error of each says which limit is exceeded and what would be right.
+[[nodiscard]] Outcome<Done> checkName(const QString& name);
+[[nodiscard]] Outcome<Done> checkPatterns(const QStringList& patterns);
+[[nodiscard]] Outcome<Done> checkText(const QString& text);
+[[nodiscard]] Outcome<Done> checkValue(const QVariant& value);
 
 } // namespace ipc::limits

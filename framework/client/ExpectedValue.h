@@ -1,6 +1,7 @@
 #pragma once
 
 #include "IpcExport.h"
+#include "Outcome.h"
 
 #include <QString>
 #include <QVariant>
@@ -8,18 +9,12 @@
 
 namespace ipc {
 
-/// What a text means as the value of an item, or why it cannot be one.
-struct ExpectedValue
-{
-    QVariant value; ///< with the text that the item's own value has, when that is equal
-    QString problem; ///< what would be right; empty when the text can be a value
-};
-
-/// Understands a text as the item's type has it: an enumeration's number, symbol or label, true and false or
-/// 1 and 0, numbers however they are written. A number outside of an enumeration is a value, because a module
-/// may write it.
+/// What a text means as the value of an item, with the text that the item's own value has when that is equal;
+/// the error says what would be right. Understands it as the item's type has it: an enumeration's number,
+/// symbol or label, true and false or 1 and 0, numbers however they are written. A number outside of an
+/// enumeration is a value, because a module may write it.
 /// @param description what KELClientInterface::describe() answers
-IPC_EXPORT ExpectedValue expectedValue(const QVariantMap& description, const QString& text);
+IPC_EXPORT Outcome<QVariant> expectedValue(const QVariantMap& description, const QString& text);
 
 /// A value as a person reads it: "3 (On)", and a text in quotation marks.
 IPC_EXPORT QString shownValue(const QVariantMap& description, const QVariant& value);

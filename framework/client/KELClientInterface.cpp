@@ -6,7 +6,6 @@
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDBusPendingCall>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QHash>
@@ -58,9 +57,14 @@ ClientError::Kind errorKind(const QDBusMessage& reply)
 
 /// The answer's first value; an answer of another shape reads as the type's default.
 template <typename T>
-T valueOf(const QDBusMessage& reply, int position = 0)
+T valueOf(const QDBusMessage& reply)
 {
-    return qdbus_cast<T>(reply.arguments().value(position));
+    return qdbus_cast<T>(reply.arguments().value(0));
+}
+
+QVariant variantOf(const QDBusMessage& reply)
+{
+    return valueOf<QDBusVariant>(reply).variant();
 }
 
 QString noBus(const QDBusConnection& connection)
@@ -80,19 +84,30 @@ public:
     {
     }
 
-    [[nodiscard]] QDBusMessage request(const QString& method, const QVariantList& arguments) const
+    [[nodiscard]] QDBusMessage request(const QString& method, const QVariantList& arguments,
+                                       const QString& interface = names::Interface) const
     {
-        QDBusMessage message =
-            QDBusMessage::createMethodCall(busName, names::ObjectPath, names::Interface, method);
+        QDBusMessage message = QDBusMessage::createMethodCall(busName, names::ObjectPath, interface, method);
         message.setArguments(arguments);
         // A server's name must not start anything: what is absent is told.
         message.setAutoStartService(false);
         return message;
     }
 
-    [[nodiscard]] QDBusMessage call(const QString& method, const QVariantList& arguments) const
+    [[nodiscard]] QDBusMessage setting(const QString& item, const QVariant& value) const
     {
-        return connection.call(request(method, arguments), QDBus::Block, static_cast<int>(timeout.count()));
+        return request(QStringLiteral("Set"), { item, QVariant::fromValue(QDBusVariant(value)) });
+    }
+
+    /// Waits for the answer. @param read makes the result of it.
+    template <typename Read>
+    [[nodiscard]] auto ask(const QDBusMessage& question, Read read) const -> Outcome<decltype(read(question))>
+    {
+        const QDBusMessage reply = connection.call(question, QDBus::Block, static_cast<int>(timeout.count()));
+        if (reply.type() != QDBusMessage::ReplyMessage) {
+            return errorOf(reply);
+        }
+        return read(reply);
     }
 
     [[nodiscard]] ClientError errorOf(const QDBusMessage& reply) const
@@ -119,11 +134,10 @@ public:
 
     [[nodiscard]] Outcome<Snapshot> snapshot(const QString& method, const QStringList& patterns) const
     {
-        const QDBusMessage reply = call(method, { patterns });
-        if (reply.type() != QDBusMessage::ReplyMessage) {
-            return errorOf(reply);
-        }
-        return Snapshot{ valueOf<qulonglong>(reply), valueOf<ItemRecords>(reply, 1) };
+        return ask(request(method, { patterns }), [](const QDBusMessage& reply) {
+            return Snapshot{ valueOf<qulonglong>(reply),
+                             qdbus_cast<ItemRecords>(reply.arguments().value(1)) };
+        });
     }
 
     QString busName;
@@ -186,17 +200,10 @@ void KELClientInterface::setTimeout(std::chrono::milliseconds timeout)
 
 Outcome<QStringList> KELClientInterface::modules() const
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(d->busName, names::ObjectPath,
-                                                          QStringLiteral("org.freedesktop.DBus.Properties"),
-                                                          QStringLiteral("Get"));
-    message.setArguments({ QString(names::Interface), QStringLiteral("Modules") });
-    message.setAutoStartService(false);
-    const QDBusMessage reply =
-        d->connection.call(message, QDBus::Block, static_cast<int>(d->timeout.count()));
-    if (reply.type() != QDBusMessage::ReplyMessage) {
-        return d->errorOf(reply);
-    }
-    return valueOf<QDBusVariant>(reply).variant().toStringList();
+    const QVariantList property{ QString(names::Interface), QStringLiteral("Modules") };
+    return d->ask(
+        d->request(QStringLiteral("Get"), property, QStringLiteral("org.freedesktop.DBus.Properties")),
+        [](const QDBusMessage& reply) { return variantOf(reply).toStringList(); });
 }
 
 Outcome<Snapshot> KELClientInterface::list(const QStringList& patterns) const
@@ -206,46 +213,27 @@ Outcome<Snapshot> KELClientInterface::list(const QStringList& patterns) const
 
 Outcome<QVariant> KELClientInterface::get(const QString& item) const
 {
-    const QDBusMessage reply = d->call(QStringLiteral("Get"), { item });
-    if (reply.type() != QDBusMessage::ReplyMessage) {
-        return d->errorOf(reply);
-    }
-    return valueOf<QDBusVariant>(reply).variant();
+    return d->ask(d->request(QStringLiteral("Get"), { item }), variantOf);
 }
 
 Outcome<QVariantMap> KELClientInterface::describe(const QString& item) const
 {
-    const QDBusMessage reply = d->call(QStringLiteral("Describe"), { item });
-    if (reply.type() != QDBusMessage::ReplyMessage) {
-        return d->errorOf(reply);
-    }
-    return valueOf<QVariantMap>(reply);
+    return d->ask(d->request(QStringLiteral("Describe"), { item }), valueOf<QVariantMap>);
 }
 
 Outcome<Done> KELClientInterface::set(const QString& item, const QVariant& value) const
 {
-    const QDBusMessage reply =
-        d->call(QStringLiteral("Set"), { item, QVariant::fromValue(QDBusVariant(value)) });
-    if (reply.type() != QDBusMessage::ReplyMessage) {
-        return d->errorOf(reply);
-    }
-    return Done();
+    return d->ask(d->setting(item, value), [](const QDBusMessage&) { return Done(); });
 }
 
 Outcome<QString> KELClientInterface::trigger(const QString& action, const QString& text) const
 {
-    const QDBusMessage reply = d->call(QStringLiteral("Trigger"), { action, text });
-    if (reply.type() != QDBusMessage::ReplyMessage) {
-        return d->errorOf(reply);
-    }
-    return valueOf<QString>(reply);
+    return d->ask(d->request(QStringLiteral("Trigger"), { action, text }), valueOf<QString>);
 }
 
 void KELClientInterface::setItem(const QString& item, const QVariant& value) const
 {
-    QDBusMessage message =
-        d->request(QStringLiteral("Set"), { item, QVariant::fromValue(QDBusVariant(value)) });
-    d->connection.send(message);
+    d->connection.send(d->setting(item, value));
 }
 
 Outcome<Snapshot> KELClientInterface::watch(const QStringList& patterns)

@@ -2,6 +2,7 @@
 
 #include "IpcExport.h"
 #include "ItemRecord.h"
+#include "Outcome.h"
 
 #include <QDBusConnection>
 #include <QObject>
@@ -11,51 +12,11 @@
 
 #include <chrono>
 #include <memory>
-#include <optional>
 
 namespace ipc {
 
 /// Why a request to a server failed.
-struct ClientError
-{
-    enum class Kind {
-        NoSuchItem, ///< the server has no item of that name
-        Ambiguous, ///< the name fits several items
-        Refused, ///< the value or the call was refused; the message says why
-        NoAnswer, ///< the server did not answer in time
-        NoServer, ///< the server is not on the bus, or there is no bus
-        Failed ///< anything else
-    };
-    Kind kind = Kind::Failed;
-    QString message; ///< names the item and what would be right; for a person
-};
-
-/// A value, or the error that stands in its place.
-template <typename T>
-class Outcome
-{
-public:
-    Outcome(T value)
-        : m_value(std::move(value))
-    {
-    }
-    Outcome(ClientError error)
-        : m_error(std::move(error))
-    {
-    }
-    explicit operator bool() const { return m_value.has_value(); }
-    const T& operator*() const { return *m_value; }
-    const T* operator->() const { return &*m_value; }
-    [[nodiscard]] const ClientError& error() const { return m_error; }
-
-private:
-    std::optional<T> m_value;
-    ClientError m_error;
-};
-
-struct Done
-{
-};
+using ClientError = Error;
 
 /// A server's items as they stand after the change signal with this serial.
 struct Snapshot
@@ -108,7 +69,8 @@ public:
 
 Q_SIGNALS:
     /// What changed in one turn of the server's event loop: of each item the new ones of "value", "text" and
-    /// "applicable". All items of the server, whatever the patterns of watch() were.
+    /// "applicable"; a value that changed and came back counts as new. All items of the server, whatever the
+    /// patterns of watch() were.
     void changed(const ipc::ItemRecords& items);
     void serverLeft();
     void serverReturned();

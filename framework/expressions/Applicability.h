@@ -1,18 +1,19 @@
 #pragma once
 
+#include "ExpressionItem.h"
 #include "ExpressionShape.h"
 
 #include <QHash>
 #include <QString>
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <vector>
 
 namespace ipc {
 
 class Applicability;
-class Item;
-class ModuleItems;
 class ScriptEngine;
 
 /// One applicability expression, shared by all items that have the same text. It knows its inputs, and is
@@ -29,52 +30,63 @@ public:
 private:
     friend class Applicability;
 
+    /// A shape, once for all expressions that have it.
+    struct Code
+    {
+        ExpressionShape shape; ///< its inputs are those of the first expression
+        void* function = nullptr; ///< the engine's, while there is one
+    };
+
     Applicability& m_applicability;
     QString m_text;
-    void* m_function = nullptr; ///< null: it does not compile, and nothing ever applies
+    Code* m_code = nullptr; ///< null: not looked at yet
+    bool m_isBroken = false; ///< it does not compile or names an unknown item, and nothing ever applies
     bool m_isResolved = false; ///< the inputs were looked up
     bool m_isStale = true;
     bool m_isListed = false; ///< among those whose dependents have to be told
     bool m_holds = false;
     std::vector<ExpressionShape::Input> m_names; ///< of the inputs, until they are looked up
-    std::vector<Item*> m_inputs;
-    std::vector<void*> m_objects; ///< the engine's objects for the inputs
-    std::vector<Item*> m_dependents;
+    std::vector<ExpressionItem*> m_inputs;
+    std::vector<ExpressionItem*> m_dependents;
 };
 
 /// The applicability expressions of one module.
 class Applicability
 {
 public:
-    explicit Applicability(const ModuleItems& items);
+    /// @param find the item of that id, "id:3" for an instance; null when there is none.
+    Applicability(QString moduleName,
+                  std::function<ExpressionItem*(ExpressionShape::Root, const QString&)> find);
     ~Applicability();
     Applicability(const Applicability&) = delete;
     Applicability& operator=(const Applicability&) = delete;
 
-    /// Gives an item its expression. One that does not compile says so and applies as false.
-    void bind(Item& item, const QString& text);
+    /// The expression of that text, which the item depends on from here on.
+    Expression& bind(ExpressionItem& item, const QString& text);
 
-    /// Names every expression that reads an item which the module does not have.
+    /// When the module is complete: names every expression that does not compile or reads an item which the
+    /// module does not have. They apply as false.
     void check();
 
-    /// Lists the items as changed whose expression has an input that changed since the last call.
+    /// Tells the items whose expression has an input that changed since the last call.
     void listDependents();
 
 private:
     friend class Expression;
 
-    void compile(Expression& expression, const Item& item);
+    [[nodiscard]] ExpressionItem* findInput(const ExpressionShape::Input& input) const;
+    void compile(Expression& expression);
     void resolve(Expression& expression);
-    void addInput(Expression& expression, Item& input);
     void evaluate(Expression& expression);
-    void showToEngine(Item& item);
+    void* showToEngine(ExpressionItem& item);
 
-    const ModuleItems& m_items;
-    std::unique_ptr<ScriptEngine> m_engine;
+    QString m_moduleName;
+    std::function<ExpressionItem*(ExpressionShape::Root, const QString&)> m_find;
+    std::unique_ptr<ScriptEngine> m_engine; ///< from the first question on
+    bool m_isComplete = false;
     QHash<QString, Expression*> m_byText;
-    QHash<QString, void*> m_functions; ///< by shape
+    std::map<QString, Expression::Code> m_code; ///< by shape
     std::vector<std::unique_ptr<Expression>> m_expressions;
-    QHash<const Item*, void*> m_objects; ///< the engine's object for each input
     std::vector<Expression*> m_listed;
 };
 

@@ -1,6 +1,5 @@
 #include "ExpressionShape.h"
 
-#include <QRegularExpression>
 #include <QStringList>
 
 #include <algorithm>
@@ -8,19 +7,34 @@
 namespace ipc {
 namespace {
 
-/// A text literal, which holds no names, or a dotted name that begins with one of the two roots.
-const QRegularExpression& literalOrName()
+bool isNamePart(QChar c)
 {
-    static const QRegularExpression expression(QStringLiteral(
-        R"("(?:[^"\\]|\\.)*"|'(?:[^'\\]|\\.)*'|(?<![\w$.])(?<root>res|cfg)\.(?<name>[\w$]+))"));
-    return expression;
+    return c == QLatin1Char('.') || c == QLatin1Char('_') || c == QLatin1Char('$')
+        || (c.unicode() < 128 && c.isLetterOrNumber());
+}
+
+/// Where the text literal, which holds no names, or the dotted name ends that begins at a place.
+int tokenEnd(const QString& expression, int begin)
+{
+    const QChar first = expression[begin];
+    int end = begin + 1;
+    if (first == QLatin1Char('"') || first == QLatin1Char('\'')) {
+        while (end < expression.size() && expression[end] != first) {
+            end += expression[end] == QLatin1Char('\\') ? 2 : 1;
+        }
+        return end < expression.size() ? end + 1 : begin + 1;
+    }
+    while (isNamePart(first) && end < expression.size() && isNamePart(expression[end])) {
+        ++end;
+    }
+    return end;
 }
 
 /// The place of an input among the others; it is added when it is new.
 std::size_t placeOf(const ExpressionShape::Input& input, std::vector<ExpressionShape::Input>& inputs)
 {
     const auto found = std::find_if(inputs.begin(), inputs.end(), [&](const ExpressionShape::Input& known) {
-        return known.kind == input.kind && known.name == input.name;
+        return known.root == input.root && known.name == input.name;
     });
     const auto place = static_cast<std::size_t>(found - inputs.begin());
     if (found == inputs.end()) {
@@ -29,30 +43,42 @@ std::size_t placeOf(const ExpressionShape::Input& input, std::vector<ExpressionS
     return place;
 }
 
+QString parameter(std::size_t place)
+{
+    return QLatin1Char('$') + QString::number(place);
+}
+
 } // namespace
 
+// By hand: with a regular expression, this took a third of what a server does at its start.
 ExpressionShape ExpressionShape::of(const QString& expression)
 {
+    constexpr int RootLength = 4; // "res."
     ExpressionShape shape;
     int copied = 0;
-    auto matches = literalOrName().globalMatch(expression);
-    while (matches.hasNext()) {
-        const QRegularExpressionMatch match = matches.next();
-        const QString root = match.captured(QStringLiteral("root"));
-        if (root.isEmpty()) {
+    for (int begin = 0, end = 0; begin < expression.size(); begin = end) {
+        end = tokenEnd(expression, begin);
+        if (end - begin <= RootLength) {
             continue;
         }
-        const ItemKind kind = root == QLatin1String("res") ? ItemKind::Result : ItemKind::Config;
-        const Input input{ kind, match.captured(QStringLiteral("name")), match.capturedStart() };
-        shape.text += expression.mid(copied, match.capturedStart() - copied);
-        shape.text += QStringLiteral("$%1").arg(placeOf(input, shape.inputs));
-        copied = match.capturedEnd();
+        const QStringRef token = expression.midRef(begin, end - begin);
+        const bool isResult = token.startsWith(QLatin1String("res."));
+        const int dot = token.indexOf(QLatin1Char('.'), RootLength);
+        const int length = (dot < 0 ? token.size() : dot) - RootLength;
+        if ((!isResult && !token.startsWith(QLatin1String("cfg."))) || length == 0) {
+            continue;
+        }
+        const Input input{ isResult ? Root::Result : Root::Config, token.mid(RootLength, length).toString(),
+                           begin };
+        shape.text += expression.midRef(copied, begin - copied);
+        shape.text += parameter(placeOf(input, shape.inputs));
+        copied = begin + RootLength + length;
     }
-    shape.text += expression.mid(copied);
+    shape.text += expression.midRef(copied);
 
     QStringList parameters;
     for (std::size_t i = 0; i < shape.inputs.size(); ++i) {
-        parameters << QStringLiteral("$%1").arg(i);
+        parameters << parameter(i);
     }
     shape.parameters = parameters.join(QLatin1Char(','));
     return shape;

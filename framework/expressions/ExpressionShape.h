@@ -1,7 +1,5 @@
 #pragma once
 
-#include "items/ItemAddress.h"
-
 #include <QString>
 
 #include <vector>
@@ -13,9 +11,10 @@ namespace ipc {
 /// their inputs and have one shape, which is compiled once for all of them.
 struct ExpressionShape
 {
+    enum class Root { Result, Config }; ///< "res." and "cfg."
     struct Input
     {
-        ItemKind kind; ///< a result ("res.") or a config ("cfg.")
+        Root root;
         QString name; ///< as it is written: "rowName_3"
         int position; ///< of its first occurrence in the expression, in characters
     };

@@ -8,9 +8,9 @@ namespace {
 /// What the engine's objects are kept alive by.
 constexpr const char* KeptObjects = "kept";
 
-QString takeError(duk_context* context)
+Error takeError(duk_context* context)
 {
-    QString error = QString::fromUtf8(duk_safe_to_string(context, -1));
+    Error error{ Error::Kind::Failed, QString::fromUtf8(duk_safe_to_string(context, -1)) };
     duk_pop(context);
     return error;
 }
@@ -77,21 +77,19 @@ ScriptEngine::Reference ScriptEngine::keep()
     return reference;
 }
 
-ScriptEngine::Reference ScriptEngine::compile(const QString& parameters, const QString& expression,
-                                              QString* error)
+Outcome<ScriptEngine::Reference> ScriptEngine::compile(const QString& parameters, const QString& expression)
 {
     duk_context* context = m_context.get();
     // As an expression in brackets: statements do not compile. The line break ends a trailing comment.
     pushText(context, QStringLiteral("function(%1){return (%2\n);}").arg(parameters, expression));
     duk_push_string(context, "applicability");
     if (duk_pcompile(context, DUK_COMPILE_FUNCTION) != 0) {
-        *error = takeError(context);
-        return nullptr;
+        return takeError(context);
     }
     return keep();
 }
 
-bool ScriptEngine::evaluate(Reference function, const std::vector<Reference>& objects, QString* error) const
+Outcome<bool> ScriptEngine::evaluate(Reference function, const std::vector<Reference>& objects) const
 {
     duk_context* context = m_context.get();
     duk_require_stack(context, static_cast<duk_idx_t>(objects.size() + 1));
@@ -100,8 +98,7 @@ bool ScriptEngine::evaluate(Reference function, const std::vector<Reference>& ob
         duk_push_heapptr(context, object);
     }
     if (duk_pcall(context, static_cast<duk_idx_t>(objects.size())) != 0) {
-        *error = takeError(context);
-        return false;
+        return takeError(context);
     }
     const bool truth = duk_to_boolean(context, -1) != 0;
     duk_pop(context);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Outcome.h"
+
 #include <QString>
 #include <QVariant>
 
@@ -20,16 +22,14 @@ public:
     ScriptEngine(const ScriptEngine&) = delete;
     ScriptEngine& operator=(const ScriptEngine&) = delete;
 
-    /// A reference to something that the engine keeps as long as it lives; null is "none".
+    /// A reference to something that the engine keeps as long as it lives.
     using Reference = void*;
 
+    /// A function to evaluate(); the error says what is wrong with the expression and in which line.
     /// @param parameters the names that stand for the objects given to evaluate(), separated by commas.
-    /// @param error says what is wrong and in which line, when the expression does not compile.
-    /// @return a function to evaluate(), or null.
-    Reference compile(const QString& parameters, const QString& expression, QString* error);
-    /// The expression's truth, as JavaScript sees it. An expression that throws is false.
-    [[nodiscard]] bool evaluate(Reference function, const std::vector<Reference>& objects,
-                                QString* error) const;
+    [[nodiscard]] Outcome<Reference> compile(const QString& parameters, const QString& expression);
+    /// The expression's truth, as JavaScript sees it; an expression that throws is an error.
+    [[nodiscard]] Outcome<bool> evaluate(Reference function, const std::vector<Reference>& objects) const;
 
     /// Makes an object with an empty "enums", for setEnumValue() and setValue().
     Reference makeObject();

@@ -1,6 +1,10 @@
 #include "EnumMatch.h"
 
+#include <QStringList>
+
 #include <algorithm>
+#include <array>
+#include <functional>
 
 namespace ipc {
 namespace {
@@ -51,24 +55,17 @@ std::optional<int> findEnumValue(const QVector<EnumValue>& values, const QString
     }
 
     const int prefix = sharedPrefixLength(values);
+    using Name = std::function<QStringView(const EnumValue&)>;
+    const std::array<Name, 3> names{ [](const EnumValue& v) { return QStringView(v.symbol); },
+                                     [&](const EnumValue& v) { return QStringView(v.symbol).mid(prefix); },
+                                     [](const EnumValue& v) {
+                                         return QStringView(v.label);
+                                     } };
     for (const Qt::CaseSensitivity cs : { Qt::CaseSensitive, Qt::CaseInsensitive }) {
-        const auto symbol = [](const EnumValue& v) {
-            return QStringView(v.symbol);
-        };
-        const auto shortSymbol = [&](const EnumValue& v) {
-            return QStringView(v.symbol).mid(prefix);
-        };
-        const auto label = [](const EnumValue& v) {
-            return QStringView(v.label);
-        };
-        if (const auto found = findByName(values, text, cs, symbol)) {
-            return found;
-        }
-        if (const auto found = findByName(values, text, cs, shortSymbol)) {
-            return found;
-        }
-        if (const auto found = findByName(values, text, cs, label)) {
-            return found;
+        for (const Name& name : names) {
+            if (const auto found = findByName(values, text, cs, name)) {
+                return found;
+            }
         }
     }
     return {};
@@ -79,6 +76,20 @@ QString enumLabel(const QVector<EnumValue>& values, qlonglong value)
     const auto* const found =
         std::find_if(values.begin(), values.end(), [&](const EnumValue& v) { return v.value == value; });
     return found == values.end() ? QString() : found->label;
+}
+
+QString shownEnumValue(const QString& number, const QString& label)
+{
+    return label.isEmpty() ? number : QStringLiteral("%1 (%2)").arg(number, label);
+}
+
+QString shownEnumValues(const QVector<EnumValue>& values)
+{
+    QStringList texts;
+    for (const EnumValue& value : values) {
+        texts += shownEnumValue(QString::number(value.value), value.label);
+    }
+    return texts.join(QStringLiteral(", "));
 }
 
 } // namespace ipc

@@ -18,4 +18,10 @@ IPC_EXPORT std::optional<int> findEnumValue(const QVector<EnumValue>& values, co
 /// The label of a number; empty for a number outside of the enumeration.
 IPC_EXPORT QString enumLabel(const QVector<EnumValue>& values, qlonglong value);
 
+/// A number as a person reads it: "3 (On)"; alone when it has no label.
+IPC_EXPORT QString shownEnumValue(const QString& number, const QString& label);
+
+/// All of them: "0 (Off), 3 (On)".
+IPC_EXPORT QString shownEnumValues(const QVector<EnumValue>& values);
+
 } // namespace ipc

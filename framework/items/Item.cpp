@@ -6,45 +6,62 @@
 
 #include <QDebug>
 
+#include <utility>
+
 namespace ipc {
 
-Item::Item(ItemAddress itemAddress, QString itemLabel, ValueType valueType, const QVariant& initialValue)
-    : address(std::move(itemAddress))
-    , label(std::move(itemLabel))
-    , defaultValue(initialValue)
-    , type(std::move(valueType))
-    , isWritable(address.kind == ItemKind::Config)
-    , m_value(initialValue)
-    , m_toldValue(initialValue)
+Item::Item(ItemAddress address, const Definition& definition, ModuleItems* owner)
+    : m_address(std::move(address))
+    , m_label(definition.label)
+    , m_hint(definition.hint)
+    , m_handler(definition.handler)
+    , m_type(definition.type)
+    , m_defaultValue(definition.initialValue)
+    , m_value(m_defaultValue)
+    , m_toldValue(m_defaultValue)
+    , m_owner(owner)
+    , m_isWritable(definition.kind == ItemKind::Config)
 {
+}
+
+const QString& Item::addressText() const
+{
+    if (m_addressText.isEmpty()) {
+        m_addressText = m_address.toString();
+    }
+    return m_addressText;
+}
+
+QString Item::applicability() const
+{
+    return m_expression == nullptr ? QString() : m_expression->text();
 }
 
 bool Item::isApplicable() const
 {
-    return m_madeApplicable && (expression == nullptr || expression->holds());
+    return m_madeApplicable && (m_expression == nullptr || m_expression->holds());
 }
 
 void Item::store(const QVariant& value, bool announce)
 {
     leaveIfForked();
-    const QVariant converted = type.fromModule(value);
+    const QVariant converted = m_type.fromModule(value);
     if (!converted.isValid() && value.isValid()) {
-        qWarning().noquote() << address.toString() << "keeps its value: a" << value.typeName()
-                             << "does not convert to" << type.name();
+        qWarning().noquote() << addressText() << "keeps its value: a" << value.typeName()
+                             << "does not convert to" << m_type.name();
         return;
     }
-    if (converted != m_value) {
+    const bool isNew = converted != m_value;
+    if (isNew) {
         m_value = converted;
-        newForExpressions = true;
-        for (Expression* reader : readers) {
-            reader->inputChanged();
-        }
+        valueChanged();
     }
-    if (announce && owner != nullptr && m_value != m_toldValue) {
-        owner->listAsChanged(*this);
+    if (announce && (isNew || m_value != m_toldValue)) {
+        m_hasChanged = true;
+        applicabilityMayDiffer();
     }
-    if (isObserved && owner != nullptr) {
-        owner->announceWrite(*this);
+    if (m_isObserved && m_owner != nullptr) {
+        m_owner->announceWrite(*this);
     }
 }
 
@@ -59,21 +76,21 @@ void Item::setApplicable(bool applicable, bool announce)
 
 void Item::applicabilityMayDiffer()
 {
-    if (owner != nullptr) {
-        owner->listAsChanged(*this);
+    if (m_owner != nullptr && !std::exchange(m_isListed, true)) {
+        m_owner->listAsChanged(*this);
     }
 }
 
-unsigned Item::takeChanges(bool withApplicability)
+Item::Changes Item::takeChanges(bool withApplicability)
 {
-    unsigned changes = NoChange;
-    if (m_value != m_toldValue) {
-        m_toldValue = m_value;
-        changes |= ValueChanged;
-    }
+    Changes changes;
+    m_isListed = false;
+    changes.differs = m_value != m_toldValue;
+    changes.value = std::exchange(m_hasChanged, false) || changes.differs;
+    m_toldValue = m_value;
     if (withApplicability && isApplicable() != m_toldApplicable) {
         m_toldApplicable = !m_toldApplicable;
-        changes |= ApplicableChanged;
+        changes.applicable = true;
     }
     return changes;
 }

@@ -26,8 +26,6 @@ struct IPC_EXPORT ItemAddress
     [[nodiscard]] QString toString() const;
     /// The id as it is written within the module: "pairlistAddr:3".
     [[nodiscard]] QString shortName() const;
-    /// "bluetooth:pairlistAddr:3", what shell patterns match.
-    [[nodiscard]] QString moduleAndName() const { return module + QLatin1Char(':') + shortName(); }
 
     static std::optional<ItemAddress> parse(const QString& text);
 };

@@ -22,7 +22,10 @@ ModuleItems::ModuleItems(QString serverName, QString moduleName,
     : m_server(std::move(serverName))
     , m_module(std::move(moduleName))
     , m_onObservedWrite(std::move(onObservedWrite))
-    , m_applicability(std::make_unique<Applicability>(*this))
+    , m_applicability(
+          std::make_unique<Applicability>(m_module, [this](ExpressionShape::Root root, const QString& name) {
+              return find(root == ExpressionShape::Root::Result ? ItemKind::Result : ItemKind::Config, name);
+          }))
 {
     for (const ItemKind kind : { ItemKind::Config, ItemKind::Result, ItemKind::Action }) {
         m_addressPrefixes[slot(kind)] = QStringLiteral(":%1:%2:%3:").arg(toString(kind), m_server, m_module);
@@ -36,9 +39,9 @@ QString ModuleItems::joinExpressions(const QStringList& expressions)
     return expressions.join(ExpressionSeparator);
 }
 
-std::vector<std::shared_ptr<Item>> ModuleItems::add(const Definition& definition)
+std::vector<Item*> ModuleItems::add(const Item::Definition& definition)
 {
-    std::vector<std::shared_ptr<Item>> added;
+    std::vector<Item*> added;
     const bool isList = definition.instances != 1;
     const QStringList expressions = definition.applicability.split(ExpressionSeparator);
     for (int i = 0; i < static_cast<int>(definition.instances); ++i) {
@@ -49,19 +52,14 @@ std::vector<std::shared_ptr<Item>> ModuleItems::add(const Definition& definition
             qWarning().noquote() << address.toString() << "exists already and is not added again";
             continue;
         }
-        auto item =
-            std::make_shared<Item>(address, definition.label, definition.type, definition.initialValue);
-        item->hint = definition.hint;
-        item->owner = this;
-        known = item.get();
+        m_items.push_back(std::make_unique<Item>(address, definition, this));
+        known = m_items.back().get();
+        added.push_back(known);
         // One expression may stand for all instances; an instance without one always applies.
         const QString expression = expressions.size() == 1 ? expressions.first() : expressions.value(i);
         if (!expression.isEmpty()) {
-            m_applicability->bind(*item, expression);
+            known->setExpression(m_applicability->bind(*known, expression));
         }
-        m_handles.emplace(item.get(), std::make_unique<ServerItem>(item));
-        m_items.push_back(item);
-        added.push_back(std::move(item));
     }
     return added;
 }
@@ -115,12 +113,6 @@ std::vector<Item*> ModuleItems::instances(ItemKind kind, const QString& id) cons
     }
 }
 
-ServerItem* ModuleItems::handle(const Item& item) const
-{
-    const auto found = m_handles.find(&item);
-    return found == m_handles.end() ? nullptr : found->second.get();
-}
-
 void ModuleItems::checkExpressions() const
 {
     m_applicability->check();
@@ -128,10 +120,7 @@ void ModuleItems::checkExpressions() const
 
 void ModuleItems::listAsChanged(Item& item)
 {
-    if (!item.isListedAsChanged) {
-        item.isListedAsChanged = true;
-        m_changed.push_back(&item);
-    }
+    m_changed.push_back(&item);
     if (!m_changeAnnounced && m_onFirstChange) {
         m_changeAnnounced = true;
         m_onFirstChange();
@@ -140,7 +129,7 @@ void ModuleItems::listAsChanged(Item& item)
 
 void ModuleItems::announceWrite(const Item& item) const
 {
-    m_onObservedWrite(item.address.toString());
+    m_onObservedWrite(item.addressText());
     leaveIfForked();
 }
 
@@ -152,12 +141,7 @@ std::vector<Item*> ModuleItems::takeChanged(bool withApplicability)
         m_applicability->listDependents();
     }
     m_changeAnnounced = false;
-    std::vector<Item*> changed;
-    changed.swap(m_changed);
-    for (Item* item : changed) {
-        item->isListedAsChanged = false;
-    }
-    return changed;
+    return std::exchange(m_changed, {});
 }
 
 } // namespace ipc

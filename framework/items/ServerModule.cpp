@@ -1,8 +1,8 @@
 #include "ServerModule.h"
 
+#include "ConfigStore.h"
 #include "ForkGuard.h"
 #include "ModuleItems.h"
-#include "store/ConfigFile.h"
 
 #include <QCoreApplication>
 
@@ -68,17 +68,16 @@ bool ServerModule::validateAndApply(const QString& id, const QVariant& value, QS
         *reason = QStringLiteral("there is no config or result \"%1\"").arg(id);
         return false;
     }
-    if (!item->isWritable) {
+    if (!item->isWritable()) {
         *reason = QStringLiteral("it is a result, which its module alone writes");
         return false;
     }
-    std::optional<ipc::Refusal> refusal;
-    const QVariant accepted = item->type.fromClient(value, item->isPrivate, refusal);
-    if (refusal) {
-        *reason = refusal->reason;
+    const ipc::Outcome<QVariant> accepted = item->type().fromClient(value, item->isPrivate());
+    if (!accepted) {
+        *reason = accepted.error().message;
         return false;
     }
-    item->store(accepted, true);
+    item->store(*accepted, true);
     return true;
 }
 
@@ -89,21 +88,15 @@ bool ServerModule::isLastConfigShared()
 
 bool ServerModule::loadConfigurationFile(const QString& path)
 {
-    return ipc::ConfigFile(path).load(*m_items);
+    ipc::ConfigStore* store = m_items->configStore();
+    return store != nullptr && store->load(*m_items, path);
 }
 
 bool ServerModule::saveConfigurationFile(const QString& path)
 {
     const QStringList ids = computeSaveConfigIds();
-    // All modules that changed in one turn are stored together, in one step.
-    ipc::ConfigFile* shared = m_items->sharedConfigFile();
-    if (shared != nullptr && shared->path() == path) {
-        shared->gather(*m_items, ids);
-        return true;
-    }
-    ipc::ConfigFile file(path);
-    file.gather(*m_items, ids);
-    return file.write();
+    ipc::ConfigStore* store = m_items->configStore();
+    return store != nullptr && store->save(*m_items, ids, path);
 }
 
 void ServerModule::halt()
@@ -128,8 +121,8 @@ QStringList ServerModule::computeSaveConfigIds()
 {
     QStringList ids;
     for (const auto& item : m_items->all()) {
-        if (item->address.kind == ItemKind::Config) {
-            ids << item->address.shortName();
+        if (item->address().kind == ItemKind::Config) {
+            ids << item->address().shortName();
         }
     }
     saveConfigIdsComputed();

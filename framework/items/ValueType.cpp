@@ -2,8 +2,6 @@
 
 #include "EnumMatch.h"
 
-#include <QStringList>
-
 #include <algorithm>
 #include <limits>
 
@@ -24,19 +22,15 @@ QString shown(const QVariant& value, bool secret)
     return QLatin1Char('"') + text + QLatin1Char('"');
 }
 
-QString listed(const QVector<EnumValue>& values)
+Error refused(const QString& reason)
 {
-    QStringList texts;
-    for (const EnumValue& value : values) {
-        texts << QStringLiteral("%1 (%2)").arg(QString::number(value.value), value.label);
-    }
-    return texts.join(QStringLiteral(", "));
+    return { Error::Kind::Refused, reason };
 }
 
-Refusal noneOf(const QVector<EnumValue>& values, const QVariant& value, bool secret)
+Error noneOf(const QVector<EnumValue>& values, const QVariant& value, bool secret)
 {
-    return { Refusal::Kind::NotInEnumeration,
-             QStringLiteral("%1 is none of its values: %2").arg(shown(value, secret), listed(values)) };
+    return refused(
+        QStringLiteral("%1 is none of its values: %2").arg(shown(value, secret), shownEnumValues(values)));
 }
 
 QVariant parseBool(const QString& text)
@@ -166,7 +160,7 @@ QString ValueType::expectation() const
                                                  .arg(QLatin1String(QMetaType::typeName(m_metaType)));
 }
 
-QVariant ValueType::fromClient(const QVariant& value, bool secret, std::optional<Refusal>& refusal) const
+Outcome<QVariant> ValueType::fromClient(const QVariant& value, bool secret) const
 {
     if (m_metaType == QMetaType::UnknownType) {
         return value;
@@ -174,60 +168,48 @@ QVariant ValueType::fromClient(const QVariant& value, bool secret, std::optional
 
     if (isEnumeration()) {
         if (const auto number = findEnumValue(m_values, value.toString())) {
-            return *number;
+            return QVariant(*number);
         }
-        refusal = noneOf(m_values, value, secret);
-        return {};
+        return noneOf(m_values, value, secret);
     }
 
     const bool isText = value.userType() == QMetaType::QString;
     // QVariant turns a number into a bool, and rounds one that is too large, without a word.
     const QVariant converted = value.userType() == m_metaType ? value : parse(value.toString());
     if (!converted.isValid() || (!isText && !value.canConvert(QMetaType::QString))) {
-        refusal = Refusal{ Refusal::Kind::InvalidType,
-                           QStringLiteral("%1 does not fit; %2").arg(shown(value, secret), expectation()) };
-        return {};
+        return refused(QStringLiteral("%1 does not fit; %2").arg(shown(value, secret), expectation()));
     }
-    refusal = checkLimits(converted, secret);
-    return refusal ? QVariant() : converted;
+    const Outcome<Done> checked = checkLimits(converted, secret);
+    return checked ? Outcome<QVariant>(converted) : checked.error();
 }
 
-std::optional<Refusal> ValueType::checkLimits(const QVariant& value, bool secret) const
+Outcome<Done> ValueType::checkLimits(const QVariant& value, bool secret) const
 {
     if (isEnumeration()) {
         const bool isKnown = !enumLabel(m_values, value.toLongLong()).isNull();
-        return isKnown ? std::nullopt : std::optional(noneOf(m_values, value, secret));
+        return isKnown ? Outcome<Done>(Done()) : noneOf(m_values, value, secret);
     }
-    if (auto refusal = checkRange(value, secret)) {
-        return refusal;
+    Outcome<Done> checked = checkRange(value, secret);
+    if (!checked || m_expressionText.isEmpty() || m_expression.match(value.toString()).hasMatch()) {
+        return checked;
     }
-    if (m_expressionText.isEmpty() || m_expression.match(value.toString()).hasMatch()) {
-        return {};
-    }
-    return Refusal{ Refusal::Kind::PatternMismatch,
-                    QStringLiteral("%1 does not match %2").arg(shown(value, secret), m_expressionText) };
+    return refused(QStringLiteral("%1 does not match %2").arg(shown(value, secret), m_expressionText));
 }
 
-std::optional<Refusal> ValueType::checkRange(const QVariant& value, bool secret) const
+Outcome<Done> ValueType::checkRange(const QVariant& value, bool secret) const
 {
-    if (!m_minimum.isValid() && !m_maximum.isValid()) {
-        return {};
-    }
     const bool isText = m_metaType == QMetaType::QString;
-    const QVariant measured = isText ? QVariant(value.toString().size()) : value;
-    // QVariant compares numbers of different types by value.
-    const bool tooSmall = m_minimum.isValid() && measured.toDouble() < m_minimum.toDouble();
-    const bool tooLarge = m_maximum.isValid() && measured.toDouble() > m_maximum.toDouble();
+    const double measured = isText ? value.toString().size() : value.toDouble();
+    const bool tooSmall = m_minimum.isValid() && measured < m_minimum.toDouble();
+    const bool tooLarge = m_maximum.isValid() && measured > m_maximum.toDouble();
     if (!tooSmall && !tooLarge) {
-        return {};
+        return Done();
     }
     const QString what = isText
-        ? QStringLiteral("%1 has %2 characters").arg(shown(value, secret)).arg(measured.toInt())
+        ? QStringLiteral("%1 has %2 characters").arg(shown(value, secret)).arg(value.toString().size())
         : QStringLiteral("%1 is out of range").arg(shown(value, secret));
-    return Refusal{
-        Refusal::Kind::OutOfRange,
-        QStringLiteral("%1, %2 to %3 are allowed").arg(what, m_minimum.toString(), m_maximum.toString())
-    };
+    return refused(
+        QStringLiteral("%1, %2 to %3 are allowed").arg(what, m_minimum.toString(), m_maximum.toString()));
 }
 
 } // namespace ipc

@@ -1,24 +1,14 @@
 #pragma once
 
 #include "EnumType.h"
-#include "IpcExport.h"
+#include "Outcome.h"
 
 #include <QRegularExpression>
 #include <QString>
 #include <QVariant>
 #include <QVector>
 
-#include <optional>
-
 namespace ipc {
-
-/// Why a client's value was refused.
-struct Refusal
-{
-    enum class Kind { InvalidType, NotInEnumeration, OutOfRange, PatternMismatch, ReadOnly };
-    Kind kind = Kind::InvalidType;
-    QString reason; ///< what was wrong and what would be right, without the item's name
-};
 
 /// What an item may hold: its type, and what binds clients on top of it.
 class ValueType
@@ -44,16 +34,16 @@ public:
     /// one.
     [[nodiscard]] QVariant fromModule(const QVariant& value) const;
 
-    /// A value as a client writes it: texts are understood for every type.
-    /// @param secret keeps the value out of the reason.
-    [[nodiscard]] QVariant fromClient(const QVariant& value, bool secret,
-                                      std::optional<Refusal>& refusal) const;
+    /// A value as a client writes it: texts are understood for every type. The error says what was wrong and
+    /// what would be right, without the item's name.
+    /// @param secret keeps the value out of the error.
+    [[nodiscard]] Outcome<QVariant> fromClient(const QVariant& value, bool secret) const;
 
     /// Whether a value of this type keeps within the limits that bind clients.
-    [[nodiscard]] std::optional<Refusal> checkLimits(const QVariant& value, bool secret) const;
+    [[nodiscard]] Outcome<Done> checkLimits(const QVariant& value, bool secret) const;
 
 private:
-    [[nodiscard]] std::optional<Refusal> checkRange(const QVariant& value, bool secret) const;
+    [[nodiscard]] Outcome<Done> checkRange(const QVariant& value, bool secret) const;
     [[nodiscard]] QVariant parse(const QString& text) const;
     [[nodiscard]] QString expectation() const;
 

@@ -18,9 +18,11 @@ namespace {
 const QLatin1String UnfinishedSuffix{ ".unfinished" };
 constexpr mode_t OwnerAlone = S_IRWXU;
 
-QString lastError()
+Error lastError(const QString& subject = {})
 {
-    return qt_error_string(errno);
+    const QString reason = qt_error_string(errno);
+    return { Error::Kind::Failed,
+             subject.isEmpty() ? reason : QStringLiteral("%1: %2").arg(subject, reason) };
 }
 
 /// Where the bytes of a file are: behind its symbolic links.
@@ -46,7 +48,7 @@ bool syncFolder(const QString& path)
 }
 
 /// Writes a new file and synchronises it. @param name becomes that file's name.
-QString writeNew(QByteArray& name, const QByteArray& content)
+Outcome<Done> writeNew(QByteArray& name, const QByteArray& content)
 {
     const int descriptor = mkostemps(name.data(), UnfinishedSuffix.size(), O_CLOEXEC); // with 0600
     if (descriptor < 0) {
@@ -57,44 +59,43 @@ QString writeNew(QByteArray& name, const QByteArray& content)
         file.open(descriptor, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)
         && file.write(content) == content.size();
     if (!written) {
-        return file.errorString();
+        return Error{ Error::Kind::Failed, file.errorString() };
     }
-    return fsync(descriptor) == 0 ? QString() : lastError();
+    return fsync(descriptor) == 0 ? Outcome<Done>(Done()) : lastError();
 }
 
 } // namespace
 
-QString makePrivateFolder(const QString& path)
+Outcome<Done> makePrivateFolder(const QString& path)
 {
     const QFileInfo folder(QDir::cleanPath(path));
     if (folder.isDir()) {
-        return {};
+        return Done();
     }
     const QString parent = folder.absolutePath();
-    if (QString problem = makePrivateFolder(parent); !problem.isEmpty()) {
-        return problem;
+    if (auto made = makePrivateFolder(parent); !made) {
+        return made;
     }
     const QByteArray name = QFile::encodeName(folder.absoluteFilePath());
     if (mkdir(name.constData(), OwnerAlone) != 0 && !(errno == EEXIST && folder.isDir())) {
-        return QStringLiteral("%1: %2").arg(folder.absoluteFilePath(), lastError());
+        return lastError(folder.absoluteFilePath());
     }
-    return syncFolder(parent) ? QString() : QStringLiteral("%1: %2").arg(parent, lastError());
+    return syncFolder(parent) ? Outcome<Done>(Done()) : lastError(parent);
 }
 
-QString replaceFile(const QString& path, const QByteArray& content)
+Outcome<Done> replaceFile(const QString& path, const QByteArray& content)
 {
     const QString replaced = target(path);
     QByteArray unfinished = QFile::encodeName(replaced + QLatin1String(".XXXXXX") + UnfinishedSuffix);
-    QString problem = writeNew(unfinished, content);
-    if (problem.isEmpty()
-        && std::rename(unfinished.constData(), QFile::encodeName(replaced).constData()) != 0) {
-        problem = lastError();
+    Outcome<Done> written = writeNew(unfinished, content);
+    if (written && std::rename(unfinished.constData(), QFile::encodeName(replaced).constData()) != 0) {
+        written = lastError();
     }
-    if (!problem.isEmpty()) {
+    if (!written) {
         unlink(unfinished.constData());
-        return problem;
+        return written;
     }
-    return syncFolder(QFileInfo(replaced).absolutePath()) ? QString() : lastError();
+    return syncFolder(QFileInfo(replaced).absolutePath()) ? written : lastError();
 }
 
 void removeUnfinished(const QString& path)

@@ -6,12 +6,10 @@
 #include <QDateTime>
 #include <QDebug>
 #include <QFile>
-#include <QSet>
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-
 #include <optional>
 
 namespace ipc {
@@ -23,46 +21,46 @@ constexpr const char* Modules = "modules";
 constexpr const char* Values = "values";
 constexpr const char* BeyondLimits = "beyondLimits";
 
-struct Stored
+Outcome<Json> parse(const QByteArray& content)
 {
-    std::optional<Json> document; ///< an empty object when there is no file
-    QString problem; ///< why there is no document
-    bool isDamaged = false;
-};
-
-Stored read(const QString& path)
-{
-    QFile file(path);
-    if (!file.exists()) {
-        return { Json::object(), {} };
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
-        return { {}, QStringLiteral("cannot be read: %1").arg(file.errorString()) };
-    }
-    const QByteArray content = file.readAll();
+    Error error;
     try {
         Json document = Json::parse(content.begin(), content.end());
         if (document.is_object() && document.value(Modules, Json::object()).is_object()) {
-            return { std::move(document), {} };
+            return document;
         }
-        return { {}, QStringLiteral("an object with an object \"modules\" is expected"), true };
-    } catch (const Json::exception& error) {
-        return { {}, QString::fromUtf8(error.what()), true };
+        error.message = QStringLiteral("an object with an object \"modules\" is expected");
+    } catch (const Json::exception& exception) {
+        error.message = QString::fromUtf8(exception.what());
     }
+    return error;
 }
 
-/// Keeps a damaged file under another name. @return false when it could not be renamed.
-bool setAside(const QString& path, const QString& reason)
+/// What a file holds, an empty object when there is none. Nothing when the file was damaged: it is kept under
+/// another name then.
+Outcome<std::optional<Json>> read(const QString& path)
 {
+    QFile file(path);
+    if (!file.exists()) {
+        return std::optional(Json::object());
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        return Error{ Error::Kind::Failed, QStringLiteral("cannot be read: %1").arg(file.errorString()) };
+    }
+    const Outcome<Json> document = parse(file.readAll());
+    if (document) {
+        return std::optional(*document);
+    }
     const QString kept =
         QStringLiteral("%1.damaged-%2")
             .arg(path, QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")));
     if (!QFile::rename(path, kept)) {
-        return false;
+        return document.error();
     }
-    qWarning().noquote() << path << "is damaged and its configs take their defaults:" << reason
+    qWarning().noquote() << path
+                         << "is damaged and its configs take their defaults:" << document.error().message
                          << "; the file is kept as" << kept;
-    return true;
+    return std::optional<Json>();
 }
 
 QVariant toVariant(const Json& value)
@@ -105,7 +103,7 @@ Json fromVariant(const QVariant& value)
 bool fitsType(const Item& item, const QVariant& value)
 {
     const bool isNumber = value.userType() != QMetaType::QString && value.userType() != QMetaType::Bool;
-    const QString type = item.type.name();
+    const QString type = item.type().name();
     if (type == QLatin1String("bool")) {
         return value.userType() == QMetaType::Bool;
     }
@@ -118,15 +116,16 @@ bool fitsType(const Item& item, const QVariant& value)
 void apply(Item& item, const QVariant& value, bool beyondLimits, const QString& path)
 {
     if (!fitsType(item, value)) {
-        qWarning().noquote() << path << "gives" << item.address.toString() << "a value that is no"
-                             << item.type.name() << "- its default applies";
+        qWarning().noquote() << path << "gives" << item.addressText() << "a value that is no"
+                             << item.type().name() << "- its default applies";
         return;
     }
-    const QVariant converted = item.type.fromModule(value);
-    const auto refusal = beyondLimits ? std::nullopt : item.type.checkLimits(converted, item.isPrivate);
-    if (refusal) {
-        qWarning().noquote() << path << "gives" << item.address.toString()
-                             << "a value beyond its limits:" << refusal->reason << "- its default applies";
+    const QVariant converted = item.type().fromModule(value);
+    const auto checked = item.type().checkLimits(converted, item.isPrivate());
+    if (!checked && !beyondLimits) {
+        qWarning().noquote() << path << "gives" << item.addressText()
+                             << "a value beyond its limits:" << checked.error().message
+                             << "- its default applies";
         return;
     }
     item.store(converted, true);
@@ -150,39 +149,25 @@ bool isExcused(const Json& beyondLimits, const std::string& id, const Json& valu
 }
 
 /// Puts the values of a module's configs where they stood; ids that the module does not have stay.
-void storeValues(Json& values, const ModuleItems& items, const QStringList& ids)
+/// @param isKept which of the configs with these ids are to be there.
+template <typename Predicate>
+void storeValues(Json& values, const ModuleItems& items, const QStringList& ids, Predicate isKept)
 {
-    const QSet<QString> saved(ids.begin(), ids.end());
     Json kept = Json::object();
     for (const auto& [id, value] : values.items()) {
         const QString name = QString::fromStdString(id);
-        if (saved.contains(name) || items.find(ItemKind::Config, name) == nullptr) {
-            kept[id] = value;
-        }
-    }
-    for (const QString& id : ids) {
-        if (const Item* item = items.find(ItemKind::Config, id)) {
-            kept[id.toStdString()] = fromVariant(item->value());
-        }
-    }
-    values = std::move(kept);
-}
-
-void storeBeyondLimits(Json& beyondLimits, const ModuleItems& items, const QStringList& ids)
-{
-    Json kept = Json::object();
-    for (const auto& [id, value] : beyondLimits.items()) {
-        if (items.find(ItemKind::Config, QString::fromStdString(id)) == nullptr) {
+        const Item* item = items.find(ItemKind::Config, name);
+        if (item == nullptr || (ids.contains(name) && isKept(*item))) {
             kept[id] = value;
         }
     }
     for (const QString& id : ids) {
         const Item* item = items.find(ItemKind::Config, id);
-        if (item != nullptr && item->type.checkLimits(item->value(), true)) {
+        if (item != nullptr && isKept(*item)) {
             kept[id.toStdString()] = fromVariant(item->value());
         }
     }
-    beyondLimits = std::move(kept);
+    values = std::move(kept);
 }
 
 } // namespace
@@ -194,15 +179,15 @@ ConfigFile::ConfigFile(QString path)
 
 bool ConfigFile::load(ModuleItems& items) const
 {
-    const Stored stored = read(m_path);
-    if (!stored.document) {
-        if (!stored.isDamaged || !setAside(m_path, stored.problem)) {
-            qWarning().noquote() << m_path
-                                 << "is not used and its configs take their defaults:" << stored.problem;
-        }
+    const auto stored = read(m_path);
+    if (!stored) {
+        qWarning().noquote() << m_path
+                             << "is not used and its configs take their defaults:" << stored.error().message;
+    }
+    if (!stored || !*stored) {
         return false;
     }
-    const Json modules = stored.document->value(Modules, Json::object());
+    const Json modules = (*stored)->value(Modules, Json::object());
     const auto found = modules.find(items.moduleName().toStdString());
     if (found == modules.end() || !found->is_object()) {
         return true;
@@ -228,25 +213,35 @@ void ConfigFile::gather(const ModuleItems& items, const QStringList& ids)
     }
 }
 
-QString ConfigFile::replace() const
+bool ConfigFile::save(const ModuleItems& items, const QStringList& ids, const QString& path)
+{
+    if (path == m_path) {
+        gather(items, ids);
+        return true;
+    }
+    ConfigFile other(path);
+    other.gather(items, ids);
+    return other.write();
+}
+
+Outcome<Done> ConfigFile::replace() const
 {
     // Read anew each time: a hand may have edited it since, and it is small beside the disk's own time.
-    Stored stored = read(m_path);
-    if (!stored.document) {
-        // What cannot be read is not replaced.
-        if (!stored.isDamaged || !setAside(m_path, stored.problem)) {
-            return stored.problem;
-        }
-        stored.document = Json::object();
+    const auto stored = read(m_path);
+    if (!stored) {
+        return stored.error(); // what cannot be read is not replaced
     }
-    Json document = *stored.document;
+    const Json before = stored->value_or(Json::object());
+    Json document = before;
     for (const Gathered& gathered : m_gathered) {
         Json& section = objectIn(objectIn(document, Modules), gathered.items->moduleName().toStdString());
-        storeValues(objectIn(section, Values), *gathered.items, gathered.ids);
-        storeBeyondLimits(objectIn(section, BeyondLimits), *gathered.items, gathered.ids);
+        storeValues(objectIn(section, Values), *gathered.items, gathered.ids,
+                    [](const Item&) { return true; });
+        storeValues(objectIn(section, BeyondLimits), *gathered.items, gathered.ids,
+                    [](const Item& item) { return !item.type().checkLimits(item.value(), true); });
     }
-    if (document == *stored.document) {
-        return {};
+    if (document == before) {
+        return Done();
     }
     return replaceFile(m_path,
                        QByteArray::fromStdString(document.dump(2, ' ', false, Json::error_handler_t::replace))
@@ -258,8 +253,8 @@ bool ConfigFile::write()
     if (m_gathered.empty()) {
         return true;
     }
-    const QString problem = replace();
-    if (problem.isEmpty()) {
+    const Outcome<Done> replaced = replace();
+    if (replaced) {
         if (m_isFailing) {
             qInfo().noquote() << m_path << "is written again";
         }
@@ -269,7 +264,7 @@ bool ConfigFile::write()
     }
     if (!m_isFailing) {
         qWarning().noquote() << m_path << "cannot be written; the configs are not stored, and the next change"
-                             << "tries again:" << problem;
+                             << "tries again:" << replaced.error().message;
     }
     m_isFailing = true;
     return false;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "IpcExport.h"
+#include "Outcome.h"
+#include "items/ConfigStore.h"
 
 #include <QString>
 #include <QStringList>
@@ -8,8 +10,6 @@
 #include <vector>
 
 namespace ipc {
-
-class ModuleItems;
 
 /// The configs of a server's modules, in one JSON file:
 ///
@@ -21,7 +21,7 @@ class ModuleItems;
 /// they are. Any other value beyond the limits was put there by hand, is reported, and the default applies.
 ///
 /// What no module of today knows (another module's section, an id of a newer release) stays in the file.
-class IPC_EXPORT ConfigFile
+class IPC_EXPORT ConfigFile : public ConfigStore
 {
 public:
     explicit ConfigFile(QString path);
@@ -33,6 +33,9 @@ public:
     /// apply.
     /// @return false when the file is there and was not read; what was wrong is on the warning stream.
     [[nodiscard]] bool load(ModuleItems& items) const;
+
+    bool load(ModuleItems& items, const QString& path) override { return ConfigFile(path).load(items); }
+    bool save(const ModuleItems& items, const QStringList& ids, const QString& path) override;
 
     /// Takes a module along in the next write(). Its values are read by that write; it has to live until
     /// one has succeeded.
@@ -51,7 +54,7 @@ private:
         const ModuleItems* items;
         QStringList ids;
     };
-    [[nodiscard]] QString replace() const;
+    [[nodiscard]] Outcome<Done> replace() const;
 
     QString m_path;
     std::vector<Gathered> m_gathered;

@@ -105,10 +105,10 @@ private:
             std::make_unique<ModuleItems>("server", name, [this](const QString& id) { m_announced << id; });
         items->add({ ItemKind::Config, "enabled", QString(), ValueType::of(false), false })
             .front()
-            ->isObserved = true;
+            ->observe();
         ValueType pin = ValueType::of(QString());
         pin.setRange(4, 8);
-        items->add({ ItemKind::Config, "pin", QString(), pin, "5190" }).front()->isPrivate = true;
+        items->add({ ItemKind::Config, "pin", QString(), pin, "5190" }).front()->makePrivate();
         items->add({ ItemKind::Config, "serial", QString(), ValueType::of(0ULL), 0ULL });
         items->add({ ItemKind::Config, "offset", QString(), ValueType::of(0LL), 0LL });
         items->add({ ItemKind::Config, "scale", QString(), ValueType::of(0.5), 0.5 });

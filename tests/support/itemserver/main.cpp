@@ -25,9 +25,8 @@ int main(int argc, char** argv)
     for (const QString& name : arguments.mid(3)) {
         server.addModule(*new DemoModule(name, &application));
     }
-    QString error;
-    if (!server.start(&error)) {
-        qCritical().noquote() << error;
+    if (const auto started = server.start(); !started) {
+        qCritical().noquote() << started.error().message;
         return 1;
     }
     return QCoreApplication::exec();

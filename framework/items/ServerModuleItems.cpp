@@ -10,21 +10,28 @@ using ipc::ValueType;
 
 namespace {
 
-QList<ServerItem*> addValue(ModuleItems& items, const ModuleItems::Definition& definition)
+QList<ServerItem*> addItems(ModuleItems& items, const Item::Definition& definition)
 {
     QList<ServerItem*> handles;
-    for (const auto& item : items.add(definition)) {
-        handles << items.handle(*item);
+    for (Item* item : items.add(definition)) {
+        handles << &item->handle();
     }
     return handles;
 }
 
-void addAction(ModuleItems& items, const QString& id, const QString& label,
-               std::variant<std::monostate, ipc::NullHandler, ipc::TextHandler> handler)
+/// Items that keep the type of their first value.
+QList<ServerItem*> addValue(ModuleItems& items, ItemKind kind, const QString& id, const QString& label,
+                            const QVariant& first, const QString& applicability, unsigned instances,
+                            const QString& hint = {})
 {
-    for (const auto& item : items.add({ ItemKind::Action, id, label, ValueType::of({}), {} })) {
-        item->handler = handler;
-    }
+    return addItems(items, { kind, id, label, ValueType::of(first), first, applicability, instances, hint });
+}
+
+void addAction(ModuleItems& items, const QString& id, const QString& label, ipc::ActionHandler handler)
+{
+    Item::Definition definition{ ItemKind::Action, id, label };
+    definition.handler = std::move(handler);
+    items.add(definition);
 }
 
 } // namespace
@@ -33,52 +40,42 @@ QList<ServerItem*> ServerModule::addConfig(const QString& id, const QString& lab
                                            const QVariant& defaultValue, const QString& applicability,
                                            unsigned instances)
 {
-    return addValue(
-        *m_items,
-        { ItemKind::Config, id, label, ValueType::of(defaultValue), defaultValue, applicability, instances });
+    return addValue(*m_items, ItemKind::Config, id, label, defaultValue, applicability, instances);
 }
 
 QList<ServerItem*> ServerModule::addStringConfig(const QString& id, const QString& label,
                                                  const QString& defaultText, const QString& applicability,
                                                  unsigned instances, const QString& hint)
 {
-    return addValue(*m_items,
-                    { ItemKind::Config, id, label, ValueType::of(defaultText), defaultText, applicability,
-                      instances, hint });
+    return addValue(*m_items, ItemKind::Config, id, label, defaultText, applicability, instances, hint);
 }
 
 QList<ServerItem*> ServerModule::addResult(const QString& id, const QString& label,
                                            const QVariant& initialValue, const QString& applicability,
                                            unsigned instances)
 {
-    return addValue(
-        *m_items,
-        { ItemKind::Result, id, label, ValueType::of(initialValue), initialValue, applicability, instances });
+    return addValue(*m_items, ItemKind::Result, id, label, initialValue, applicability, instances);
 }
 
 QList<ServerItem*> ServerModule::addStringResult(const QString& id, const QString& label,
                                                  const QString& initialText, const QString& applicability,
                                                  unsigned instances, const QString& hint)
 {
-    return addValue(*m_items,
-                    { ItemKind::Result, id, label, ValueType::of(initialText), initialText, applicability,
-                      instances, hint });
+    return addValue(*m_items, ItemKind::Result, id, label, initialText, applicability, instances, hint);
 }
 
 QList<ServerItem*> ServerModule::addBoolResult(const QString& id, const QString& label, bool initialValue,
                                                const QString& applicability, unsigned instances,
                                                const QString& hint)
 {
-    return addValue(*m_items,
-                    { ItemKind::Result, id, label, ValueType::of(initialValue), initialValue, applicability,
-                      instances, hint });
+    return addValue(*m_items, ItemKind::Result, id, label, initialValue, applicability, instances, hint);
 }
 
 QList<ServerItem*> ServerModule::addEnumResult(const QString& id, const QString& label, int initialValue,
                                                const EnumType& type, const QString& applicability,
                                                unsigned instances)
 {
-    return addValue(*m_items,
+    return addItems(*m_items,
                     { ItemKind::Result, id, label, ValueType::enumeration(type.values()), initialValue,
                       applicability, instances });
 }
@@ -98,21 +95,21 @@ void ServerModule::AddActionStringParam(const QString& id, const QString& label,
 void ServerModule::markConfigAsPrivate(const QString& id)
 {
     for (Item* item : m_items->instances(ItemKind::Config, id)) {
-        item->isPrivate = true;
+        item->makePrivate();
     }
 }
 
 void ServerModule::openResultToClients(const QString& id)
 {
     for (Item* item : m_items->instances(ItemKind::Result, id)) {
-        item->isWritable = true;
+        item->makeWritable();
     }
 }
 
 void ServerModule::observeItem(const QString& id)
 {
     for (Item* item : m_items->instances(ItemKind::Config, id)) {
-        item->isObserved = true;
+        item->observe();
     }
 }
 
@@ -123,13 +120,12 @@ bool ServerModule::configExists(const QString& id)
 
 ServerItem* ServerModule::config(const QString& id)
 {
-    if (const Item* item = m_items->findOrWarn(ItemKind::Config, id)) {
-        return m_items->handle(*item);
+    if (Item* item = m_items->findOrWarn(ItemKind::Config, id)) {
+        return &item->handle();
     }
     // Something to read from and write to, so that a wrong name in a module is a warning and nothing worse.
-    static ServerItem nowhere(
-        std::make_shared<Item>(ipc::ItemAddress(), QString(), ValueType::of({}), QVariant()));
-    return &nowhere;
+    static Item nowhere({}, {}, nullptr);
+    return &nowhere.handle();
 }
 
 void ServerModule::setConfig(const QString& id, const QVariant& value, bool announce)

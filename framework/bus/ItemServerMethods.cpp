@@ -51,8 +51,8 @@ std::vector<ItemServer::Found> ItemServer::findAll(const QString& name) const
 ItemServer::Found ItemServer::findForRequest(const QString& name)
 {
     leaveIfForked();
-    if (const auto problem = limits::exceededByName(name)) {
-        refuse(LimitExceeded, *problem);
+    if (const auto checked = limits::checkName(name); !checked) {
+        sendErrorReply(LimitExceeded, checked.error().message);
         return {};
     }
     const std::vector<Found> found = findAll(name);
@@ -66,23 +66,19 @@ ItemServer::Found ItemServer::findForRequest(const QString& name)
         return found.front();
     }
     if (found.empty()) {
-        refuse(names::NoSuchItem,
-               QStringLiteral("there is no item \"%1\" among %2; List names them all")
-                   .arg(name, modules().join(QStringLiteral(", "))));
+        sendErrorReply(names::NoSuchItem,
+                       QStringLiteral("there is no item \"%1\" among %2; List names them all")
+                           .arg(name, modules().join(QStringLiteral(", "))));
         return {};
     }
     QStringList candidates;
     for (const Found& candidate : found) {
-        candidates << candidate.item->address.toString();
+        candidates << candidate.item->addressText();
     }
-    refuse(names::AmbiguousItem,
-           QStringLiteral("\"%1\" names several items: %2").arg(name, candidates.join(QStringLiteral(", "))));
+    sendErrorReply(
+        names::AmbiguousItem,
+        QStringLiteral("\"%1\" names several items: %2").arg(name, candidates.join(QStringLiteral(", "))));
     return {};
-}
-
-void ItemServer::refuse(const QString& errorName, const QString& text) const
-{
-    sendErrorReply(errorName, text);
 }
 
 ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatching) const
@@ -96,7 +92,7 @@ ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatchin
             if (startsWatching) {
                 item->takeChanges(true);
             }
-            if (matchesAnyPattern(item->address, patterns)) {
+            if (matchesAnyPattern(item->address(), patterns)) {
                 records << listedItem(*item);
             }
         }
@@ -106,11 +102,11 @@ ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatchin
 
 bool ItemServer::accepts(const QStringList& patterns) const
 {
-    const auto problem = limits::exceededByPatterns(patterns);
-    if (problem) {
-        refuse(LimitExceeded, *problem);
+    const auto checked = limits::checkPatterns(patterns);
+    if (!checked) {
+        sendErrorReply(LimitExceeded, checked.error().message);
     }
-    return !problem;
+    return static_cast<bool>(checked);
 }
 
 qulonglong ItemServer::List(const QStringList& patterns, ItemRecords& items)
@@ -148,12 +144,12 @@ QDBusVariant ItemServer::Get(const QString& item)
         return QDBusVariant(QString());
     }
     if (!found.item->value().isValid()) {
-        const bool isAction = found.item->address.kind == ItemKind::Action;
-        refuse(NoValue,
-               QStringLiteral("%1 %2").arg(
-                   found.item->address.toString(),
-                   isAction ? QStringLiteral("is an action and has no value; Trigger calls it")
-                            : QStringLiteral("has no value yet")));
+        const bool isAction = found.item->address().kind == ItemKind::Action;
+        sendErrorReply(NoValue,
+                       QStringLiteral("%1 %2").arg(
+                           found.item->addressText(),
+                           isAction ? QStringLiteral("is an action and has no value; Trigger calls it")
+                                    : QStringLiteral("has no value yet")));
         return QDBusVariant(QString());
     }
     return QDBusVariant(found.item->value());
@@ -165,22 +161,24 @@ void ItemServer::Set(const QString& item, const QDBusVariant& value)
     if (!found.item) {
         return;
     }
-    const QString address = found.item->address.toString();
-    if (!found.item->isWritable) {
-        refuse(ReadOnly,
-               found.item->address.kind == ItemKind::Action
-                   ? QStringLiteral("%1 is an action and takes no value; Trigger calls it").arg(address)
-                   : QStringLiteral("%1 is a result, which its module alone writes").arg(address));
+    const QString& address = found.item->addressText();
+    if (!found.item->isWritable()) {
+        sendErrorReply(
+            ReadOnly,
+            found.item->address().kind == ItemKind::Action
+                ? QStringLiteral("%1 is an action and takes no value; Trigger calls it").arg(address)
+                : QStringLiteral("%1 is a result, which its module alone writes").arg(address));
         return;
     }
-    if (const auto problem = limits::exceededByValue(value.variant())) {
-        refuse(LimitExceeded, QStringLiteral("%1 keeps its value: %2").arg(address, *problem));
+    if (const auto checked = limits::checkValue(value.variant()); !checked) {
+        sendErrorReply(LimitExceeded,
+                       QStringLiteral("%1 keeps its value: %2").arg(address, checked.error().message));
         return;
     }
     QString reason;
     if (!found.module->validateAndApply(address, value.variant(), &reason)) {
         leaveIfForked();
-        refuse(InvalidValue, QStringLiteral("%1 keeps its value: %2").arg(address, reason));
+        sendErrorReply(InvalidValue, QStringLiteral("%1 keeps its value: %2").arg(address, reason));
     }
     leaveIfForked();
 }
@@ -191,18 +189,21 @@ QString ItemServer::Trigger(const QString& action, const QString& text)
     if (!found.item) {
         return {};
     }
-    const QString address = found.item->address.toString();
-    if (found.item->address.kind != ItemKind::Action) {
-        refuse(NotAnAction,
-               QStringLiteral("%1 is no action; Set writes a config, Get reads an item").arg(address));
+    const QString& address = found.item->addressText();
+    if (found.item->address().kind != ItemKind::Action) {
+        sendErrorReply(
+            NotAnAction,
+            QStringLiteral("%1 is no action; Set writes a config, Get reads an item").arg(address));
         return {};
     }
     if (found.module->items().refusesActions()) {
-        refuse(Halting, QStringLiteral("%1 is refused: the server is shutting down").arg(address));
+        sendErrorReply(Halting, QStringLiteral("%1 is refused: the server is shutting down").arg(address));
         return {};
     }
-    if (const auto problem = limits::exceededByText(text)) {
-        refuse(LimitExceeded, QStringLiteral("%1 is not called with this text: %2").arg(address, *problem));
+    if (const auto checked = limits::checkText(text); !checked) {
+        sendErrorReply(
+            LimitExceeded,
+            QStringLiteral("%1 is not called with this text: %2").arg(address, checked.error().message));
         return {};
     }
     return callAction(*found.item, text);
@@ -210,19 +211,20 @@ QString ItemServer::Trigger(const QString& action, const QString& text)
 
 QString ItemServer::callAction(const Item& action, const QString& text) const
 {
-    const QString address = action.address.toString();
+    const QString& address = action.addressText();
     std::string reply;
     try {
-        if (const auto* handler = std::get_if<TextHandler>(&action.handler)) {
+        if (const auto* handler = std::get_if<TextHandler>(&action.handler())) {
             reply = (*handler)(text.toStdString());
         } else if (!text.isEmpty()) {
-            refuse(InvalidValue, QStringLiteral("%1 takes no text").arg(address));
-        } else if (const auto* plain = std::get_if<NullHandler>(&action.handler)) {
+            sendErrorReply(InvalidValue, QStringLiteral("%1 takes no text").arg(address));
+        } else if (const auto* plain = std::get_if<NullHandler>(&action.handler())) {
             (*plain)();
         }
     } catch (const std::exception& error) {
         leaveIfForked();
-        refuse(ActionFailed, QStringLiteral("%1 failed: %2").arg(address, QString::fromUtf8(error.what())));
+        sendErrorReply(ActionFailed,
+                       QStringLiteral("%1 failed: %2").arg(address, QString::fromUtf8(error.what())));
     }
     leaveIfForked();
     return QString::fromStdString(reply);
