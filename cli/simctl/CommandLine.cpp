@@ -1,3 +1,4 @@
+#include "FaultWords.h"
 #include "Request.h"
 #include "common/Arguments.h"
 #include "common/JsonLine.h"
@@ -17,21 +18,23 @@ const char* const Footer =
 Exit status: 0 done, 1 refused or failed, 2 usage, 3 no such device or several,
              4 no answer, 5 no bus or no simulation.)";
 
-const char* const FaultKinds = R"text(KIND:
-  stall [SECONDS]               answers nothing and tells nothing; until "none", or so long
-  crash                         ends without a word
-  leave [SECONDS]               gives its bus name up; comes back with "none", or then
-  handover                      passes its bus name to another connection, without a gap
-  ignore-sigterm SECONDS        ends only so long after SIGTERM
-  slow SECONDS                  takes up every request so much later
-  error                         answers every request with an error
-  payload SIGNAL|PROPERTY SHAPE [VALUE]
-                                sends a value of another D-Bus signature, like "a(t)"; of your own
-                                in JSON: payload scanResults "a(tis)" '[[11,-40,"x"]]'
-  burst N                       holds signals back until N have gathered
-  silent-property PROPERTY      does not tell that the property changes
-  none                          nothing goes wrong any more
-SECONDS are real ones.)text";
+/// What may stand in the place of KIND, by the table of the faults.
+std::string faultKinds()
+{
+    constexpr std::size_t Column = 32;
+    const std::string indent = '\n' + std::string(Column, ' ');
+    std::string text = "KIND:\n";
+    for (const bt::FaultWord& fault : bt::FaultWords) {
+        std::string form = std::string("  ") + fault.word + ' ' + fault.arguments;
+        form += form.size() < Column - 1 ? std::string(Column - form.size(), ' ') : indent;
+        std::string help = fault.help;
+        if (const auto end = help.find('\n'); end != std::string::npos) {
+            help.replace(end, 1, indent);
+        }
+        text += form + help + '\n';
+    }
+    return text + "SECONDS are real ones.";
+}
 
 bool isCode(const std::string& text)
 {
@@ -219,7 +222,7 @@ void Parser::addOthers()
         fault->add_option(FaultWords.at(i).first, m_arguments.fault.at(i), FaultWords.at(i).second)
             ->type_name("");
     }
-    fault->footer(std::string(FaultKinds) + '\n' + Footer);
+    fault->footer(faultKinds() + '\n' + Footer);
     add(Command::Calls, "calls", "The daemon's methods that were called, with arguments and times");
     CLI::App* time = add(Command::Time, "time", "Show the simulated time, or drive it");
     time->add_option("WORD", m_arguments.word, "pause, resume, step or speed")->type_name("");
@@ -233,10 +236,10 @@ void Parser::addOthers()
     record->add_option("--timeout", m_arguments.timeout, "End after this time")
         ->type_name("SECONDS")
         ->check(cli::checkSeconds);
-    // For the shells' completion: names and addresses of the devices, or the members of the daemon's
-    // interface.
+    // For the shells' completion: names and addresses of the devices, faults, or the members of the daemon's
+    // interface that a fault can be of.
     CLI::App* names = add(Command::Names, "names", "The devices, for completion");
-    names->add_option("KIND", m_arguments.words, "device or member");
+    names->add_option("KIND", m_arguments.words, "device, fault, or member and a fault");
     names->group("");
 }
 

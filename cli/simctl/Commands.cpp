@@ -46,6 +46,9 @@ ExitStatus run(const Request& request, cli::Output& output)
     if (request.command == Command::Record) {
         return runRecord(request, output);
     }
+    if (request.command == Command::Names && request.arguments.value(0) == QLatin1String("fault")) {
+        return runWords(output);
+    }
     const auto simulation = Simulation::find();
     if (!simulation) {
         return request.command == Command::Names ? simulation.failure().status

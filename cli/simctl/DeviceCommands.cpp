@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "FaultWords.h"
 #include "common/DisplayText.h"
 #include "common/JsonLine.h"
 #include "common/ValueJson.h"
@@ -99,6 +100,15 @@ QStringList tableOf(const QList<QVariantMap>& devices)
     return lines;
 }
 
+/// What belongs to a fault, as its table tells.
+QString argumentsOf(const QString& fault)
+{
+    const auto* const found =
+        std::find_if(bt::FaultWords.begin(), bt::FaultWords.end(),
+                     [&fault](const bt::FaultWord& word) { return fault == QLatin1String(word.word); });
+    return found == bt::FaultWords.end() ? QString() : QString::fromLatin1(found->arguments);
+}
+
 QString jsonOf(const QVariantMap& device)
 {
     nlohmann::ordered_json record;
@@ -133,8 +143,8 @@ ExitStatus runNames(const Request& request, const Simulation& simulation, cli::O
 {
     constexpr int CompletionPatience = 1000; // milliseconds; somebody is in the middle of a command line
     simulation.proxy().setTimeout(CompletionPatience);
-    if (request.arguments.contains(QLatin1String("member"))) {
-        for (const QString& member : simulation.daemonMembers()) {
+    if (request.arguments.value(0) == QLatin1String("member")) {
+        for (const QString& member : simulation.daemonMembers(argumentsOf(request.arguments.value(1)))) {
             output.line(member);
         }
         return ExitStatus::Done;
@@ -149,6 +159,14 @@ ExitStatus runNames(const Request& request, const Simulation& simulation, cli::O
         if (!name.isEmpty() && cli::escaped(name) == name) {
             output.line(name);
         }
+    }
+    return ExitStatus::Done;
+}
+
+ExitStatus runWords(cli::Output& output)
+{
+    for (const bt::FaultWord& fault : bt::FaultWords) {
+        output.line(QLatin1String(fault.word));
     }
     return ExitStatus::Done;
 }

@@ -78,7 +78,7 @@ Failure Simulation::setProperty(const char* name, const QVariant& value) const
     return failureOf(QDBusPendingReply<>(ask(call)));
 }
 
-QStringList Simulation::daemonMembers() const
+QStringList Simulation::daemonMembers(const QString& kinds) const
 {
     const QString daemon = QStringLiteral("com.qarn.bluetooth");
     const QDBusPendingReply<QString> reply = ask(QDBusMessage::createMethodCall(
@@ -96,8 +96,7 @@ QStringList Simulation::daemonMembers() const
         const QString name = xml.attributes().value(QLatin1String("name")).toString();
         if (xml.name() == QLatin1String("interface")) {
             isOfDaemon = name == daemon;
-        } else if (isOfDaemon
-                   && (xml.name() == QLatin1String("signal") || xml.name() == QLatin1String("property"))) {
+        } else if (isOfDaemon && kinds.contains(xml.name().toString().toUpper())) {
             members << name;
         }
     }

@@ -27,8 +27,8 @@ public:
     [[nodiscard]] SimulationProxy& proxy() const { return *m_proxy; }
     /// One of its properties.
     [[nodiscard]] cli::Expected<QVariant> property(const char* name) const;
-    /// The signals and properties of the daemon that it plays.
-    [[nodiscard]] QStringList daemonMembers() const;
+    /// Members of the daemon that it plays. \a kinds has SIGNAL in it, or PROPERTY, or both.
+    [[nodiscard]] QStringList daemonMembers(const QString& kinds) const;
     /// Done, or why not.
     [[nodiscard]] cli::Failure setProperty(const char* name, const QVariant& value) const;
 
