@@ -1,3 +1,4 @@
+#include "DeviceWords.h"
 #include "FaultWords.h"
 #include "Request.h"
 #include "common/Arguments.h"
@@ -185,32 +186,32 @@ void Parser::addAdd()
     app->add_option("--class", m_arguments.deviceClass, "Its class of device, like 0x5a020c")
         ->type_name("CLASS");
     addPairingOptions(app);
-    for (const auto& [name, text] :
-         { std::pair("headset", "Its connection is that of a headset"),
-           std::pair("app", "The companion application runs on it"),
-           std::pair("ftp", "Its connection transfers files"), std::pair("ios", "It is an iOS device"),
-           std::pair("wifed", "It is a Wi-FED: a command socket opens with its connection"),
-           std::pair("paired", "It is paired already") }) {
-        app->add_flag(std::string("--") + name, m_arguments.flags[name], text);
+    const auto addFlag = [&](const char* name, const char* help) {
+        app->add_flag(std::string("--") + name, m_arguments.flags[name], help);
+    };
+    for (const bt::RoleWord& role : bt::RoleWords) {
+        if (role.help != nullptr) {
+            addFlag(role.word, role.help);
+        }
     }
+    addFlag("paired", "It is paired already");
 }
 
 void Parser::addPairingOptions(CLI::App* app)
 {
     CLI::Option_group* group = app->add_option_group("How it pairs (default: --just-works)");
     group->require_option(0, 1);
-    group->add_option("--pin", m_arguments.pin, "By this PIN")->type_name("P");
-    group->add_option("--code", m_arguments.code, "By comparing six digits; those, when they are given")
-        ->type_name("[DIGITS]")
-        ->expected(0, 1);
-    for (const auto& [name, text] :
-         { std::pair("just-works", "Without asking anybody"),
-           std::pair("confirmation", "By a confirmation without a code"),
-           std::pair("wrong-pin", "It asks for a PIN and takes none"), std::pair("refuses", "It refuses"),
-           std::pair("times-out", "It says no more once it is reached"),
-           std::pair("out-of-reach", "It is heard, but cannot be reached") }) {
-        group->add_flag_callback(
-            std::string("--") + name, [this, word = std::string(name)] { m_arguments.pairing = word; }, text);
+    // Those that take something come first.
+    group->add_option("--pin", m_arguments.pin);
+    group->add_option("--code", m_arguments.code)->expected(0, 1);
+    for (const bt::PairingWord& pairing : bt::PairingWords) {
+        const std::string name = std::string("--") + pairing.word;
+        if (*pairing.argument != '\0') {
+            group->get_option(name)->type_name(pairing.argument)->description(pairing.help);
+        } else {
+            group->add_flag_callback(
+                name, [this, word = pairing.word] { m_arguments.pairing = word; }, pairing.help);
+        }
     }
 }
 
@@ -236,10 +237,10 @@ void Parser::addOthers()
     record->add_option("--timeout", m_arguments.timeout, "End after this time")
         ->type_name("SECONDS")
         ->check(cli::checkSeconds);
-    // For the shells' completion: names and addresses of the devices, faults, or the members of the daemon's
-    // interface that a fault can be of.
+    // For the shells' completion: names and addresses of the devices, faults, options of add, or the members
+    // of the daemon's interface that a fault can be of.
     CLI::App* names = add(Command::Names, "names", "The devices, for completion");
-    names->add_option("KIND", m_arguments.words, "device, fault, or member and a fault");
+    names->add_option("KIND", m_arguments.words, "device, fault, option, or member and a fault");
     names->group("");
 }
 

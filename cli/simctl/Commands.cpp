@@ -46,8 +46,10 @@ ExitStatus run(const Request& request, cli::Output& output)
     if (request.command == Command::Record) {
         return runRecord(request, output);
     }
-    if (request.command == Command::Names && request.arguments.value(0) == QLatin1String("fault")) {
-        return runWords(output);
+    const QString word = request.arguments.value(0);
+    if (request.command == Command::Names
+        && (word == QLatin1String("fault") || word == QLatin1String("option"))) {
+        return runWords(request, output);
     }
     const auto simulation = Simulation::find();
     if (!simulation) {

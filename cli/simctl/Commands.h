@@ -17,8 +17,8 @@ cli::ExitStatus runFault(const Request& request, const Simulation& simulation, c
 cli::ExitStatus runCalls(const Request& request, const Simulation& simulation, cli::Output& output);
 cli::ExitStatus runTime(const Request& request, const Simulation& simulation, cli::Output& output);
 
-/// The words of the faults, which are there without a simulation.
-cli::ExitStatus runWords(cli::Output& output);
+/// Words for the completion, which are there without a simulation.
+cli::ExitStatus runWords(const Request& request, cli::Output& output);
 
 /// Needs a daemon, of whatever kind, or waits for one.
 cli::ExitStatus runRecord(const Request& request, cli::Output& output);

@@ -1,5 +1,7 @@
 #include "Commands.h"
+#include "DeviceWords.h"
 #include "FaultWords.h"
+#include "WordTable.h"
 #include "common/DisplayText.h"
 #include "common/JsonLine.h"
 #include "common/ValueJson.h"
@@ -100,15 +102,6 @@ QStringList tableOf(const QList<QVariantMap>& devices)
     return lines;
 }
 
-/// What belongs to a fault, as its table tells.
-QString argumentsOf(const QString& fault)
-{
-    const auto* const found =
-        std::find_if(bt::FaultWords.begin(), bt::FaultWords.end(),
-                     [&fault](const bt::FaultWord& word) { return fault == QLatin1String(word.word); });
-    return found == bt::FaultWords.end() ? QString() : QString::fromLatin1(found->arguments);
-}
-
 QString jsonOf(const QVariantMap& device)
 {
     nlohmann::ordered_json record;
@@ -144,7 +137,8 @@ ExitStatus runNames(const Request& request, const Simulation& simulation, cli::O
     constexpr int CompletionPatience = 1000; // milliseconds; somebody is in the middle of a command line
     simulation.proxy().setTimeout(CompletionPatience);
     if (request.arguments.value(0) == QLatin1String("member")) {
-        for (const QString& member : simulation.daemonMembers(argumentsOf(request.arguments.value(1)))) {
+        const bt::FaultWord* fault = bt::rowOf(bt::FaultWords, request.arguments.value(1));
+        for (const QString& member : simulation.daemonMembers(fault != nullptr ? fault->arguments : "")) {
             output.line(member);
         }
         return ExitStatus::Done;
@@ -163,10 +157,14 @@ ExitStatus runNames(const Request& request, const Simulation& simulation, cli::O
     return ExitStatus::Done;
 }
 
-ExitStatus runWords(cli::Output& output)
+ExitStatus runWords(const Request& request, cli::Output& output)
 {
-    for (const bt::FaultWord& fault : bt::FaultWords) {
-        output.line(QLatin1String(fault.word));
+    const bool areFaults = request.arguments.value(0) == QLatin1String("fault");
+    QStringList words =
+        areFaults ? bt::wordsOf(bt::FaultWords) : bt::wordsOf(bt::PairingWords) + bt::wordsOf(bt::RoleWords);
+    words.removeOne(QStringLiteral("plain")); // is no option
+    for (const QString& word : qAsConst(words)) {
+        output.line(areFaults ? word : QStringLiteral("--") + word);
     }
     return ExitStatus::Done;
 }

@@ -1,5 +1,8 @@
 // The program itself, against a simulated radio on a bus of its own whose time stands still.
+#include "DeviceWords.h"
+#include "EventWords.h"
 #include "FaultWords.h"
+#include "WordTable.h"
 #include "support/PrivateBus.h"
 #include "support/Programs.h"
 #include "support/Rows.h"
@@ -364,13 +367,26 @@ void SimctlTest::helpCoversEverySubcommand()
     }
     QCOMPARE(count, 13);
 
-    // The completion asks the program for the faults.
+    // The completion asks the program for these.
     const QString plain = QString(manual).remove("Ar ");
     for (const bt::FaultWord& fault : bt::FaultWords) {
         const QString form = QString::fromLatin1(fault.arguments).replace('|', " | ").replace('[', "Op ");
         const QString line = QString("\n.It Cm %1 %2").arg(fault.word, form.section(']', 0, 0)).trimmed();
         QVERIFY2(plain.contains('\n' + line + '\n'), qPrintable(line));
     }
+    QFile scenarios(QStringLiteral(SOURCE_FOLDER "/docs/scenarios.md"));
+    QVERIFY(scenarios.open(QIODevice::ReadOnly));
+    const QString document = QString::fromUtf8(scenarios.readAll());
+    const QStringList words = bt::wordsOf(bt::PairingWords) + bt::wordsOf(bt::RoleWords);
+    for (const QString& word : words + bt::wordsOf(bt::EventWords)) {
+        QVERIFY2(document.contains('`' + word + '`'), qPrintable(word));
+    }
+    QString options;
+    for (const QString& word : words) {
+        QVERIFY2(word == "plain" || manual.contains(" -" + word), qPrintable(word));
+        options += word == "plain" ? QString() : "--" + word + '\n';
+    }
+    QCOMPARE(simctl({ "names", "option" }).out, options);
     QCOMPARE(simctl({ "names", "fault" }).out.count('\n'), int(bt::FaultWords.size()));
 }
 

@@ -30,8 +30,7 @@ _simctl()
         local options="--json --help"
         case $command in
             "") options+=" --version" ;;
-            add) options+=" --address --rssi --class --pin --code --just-works --confirmation --wrong-pin --refuses
-                --times-out --out-of-reach --headset --app --ftp --ios --wifed --paired" ;;
+            add) options+=" --address --rssi --class --paired $(simctl names option 2>/dev/null)" ;;
             move) options+=" --in" ;;
             record) options+=" --timeout" ;;
         esac

@@ -4,6 +4,7 @@
 #include "ExampleValue.h"
 #include "Signature.h"
 #include "ValueReader.h"
+#include "WordTable.h"
 #include "base/NearestWord.h"
 
 #include <nlohmann/json.hpp>
@@ -28,7 +29,7 @@ auto wrong(const QString& text)
     return base::error(text, base::Failure::InvalidArgument);
 }
 
-QStringList wordsOf(const QString& role)
+QStringList membersOf(const QString& role)
 {
     QStringList words;
     const QMetaObject& type = BluetoothIf::staticMetaObject;
@@ -117,20 +118,7 @@ std::pair<QString, Result<QVariant>> argumentOf(const QString& called, const QSt
         return { QStringLiteral("value"), text };
     }
     const QString role = called.toLower().replace(QLatin1Char('|'), QLatin1String(" or "));
-    return { QStringLiteral("name"), oneOf(wordsOf(role), role, text) };
-}
-
-Result<const FaultWord*> faultWord(const QString& text)
-{
-    QStringList words;
-    for (const FaultWord& word : FaultWords) {
-        if (text == QLatin1String(word.word)) {
-            return &word;
-        }
-        words << QLatin1String(word.word);
-    }
-    words.sort();
-    return tl::unexpected(oneOf(words, QStringLiteral("fault"), text).error());
+    return { QStringLiteral("name"), oneOf(membersOf(role), role, text) };
 }
 
 QStringList signalsOf(const QString& property)
@@ -159,11 +147,12 @@ QString textOf(const Fault& fault)
 
 Result<Fault> Fault::parse(const QStringList& words)
 {
-    const auto word = faultWord(words.value(0));
-    if (!word) {
-        return tl::unexpected(word.error());
+    Fault fault{ rowOf(FaultWords, words.value(0)), {}, {} };
+    if (fault.word == nullptr) {
+        QStringList known = wordsOf(FaultWords);
+        known.sort();
+        return tl::unexpected(oneOf(known, QStringLiteral("fault"), words.value(0)).error());
     }
-    Fault fault{ *word, {}, {} };
     const QString form = QLatin1String(fault.word->arguments);
     const QStringList called =
         QString(form).remove(QLatin1Char('[')).remove(QLatin1Char(']')).split(' ', Qt::SkipEmptyParts);
