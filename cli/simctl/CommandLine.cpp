@@ -1,4 +1,6 @@
 #include "Commands.h"
+#include "DeviceWords.h"
+#include "FaultWords.h"
 #include "common/JsonLine.h"
 #include "common/Program.h"
 
@@ -17,21 +19,23 @@ const char* const Footer =
 Exit status: 0 done, 1 refused or failed, 2 usage, 3 no such device or several,
              4 no answer, 5 no bus or no simulation.)";
 
-const char* const FaultKinds = R"text(KIND:
-  stall [SECONDS]               answers nothing and tells nothing; until "none", or so long
-  crash                         ends without a word
-  leave [SECONDS]               gives its bus name up; comes back with "none", or then
-  handover                      passes its bus name to another connection, without a gap
-  ignore-sigterm SECONDS        ends only so long after SIGTERM
-  slow SECONDS                  takes up every request so much later
-  error                         answers every request with an error
-  payload SIGNAL|PROPERTY SHAPE [VALUE]
-                                sends a value of another D-Bus signature, like "a(t)"; of your own
-                                in JSON: payload scanResults "a(tis)" '[[11,-40,"x"]]'
-  burst N                       holds signals back until N have gathered
-  silent-property PROPERTY      does not tell that the property changes
-  none                          nothing goes wrong any more
-SECONDS are real ones.)text";
+/// What may stand in the place of KIND, by the table of the faults.
+std::string faultKinds()
+{
+    constexpr std::size_t Column = 32;
+    const std::string indent = '\n' + std::string(Column, ' ');
+    std::string text = "KIND:\n";
+    for (const bt::FaultWord& fault : bt::FaultWords) {
+        std::string form = std::string("  ") + fault.word + ' ' + fault.arguments;
+        form += form.size() < Column - 1 ? std::string(Column - form.size(), ' ') : indent;
+        std::string help = fault.help;
+        if (const auto end = help.find('\n'); end != std::string::npos) {
+            help.replace(end, 1, indent);
+        }
+        text += form + help + '\n';
+    }
+    return text + "SECONDS are real ones.";
+}
 
 bool isCode(const std::string& text)
 {
@@ -182,32 +186,32 @@ void Parser::addAdd()
     app->add_option("--class", m_arguments.deviceClass, "Its class of device, like 0x5a020c")
         ->type_name("CLASS");
     addPairingOptions(app);
-    for (const auto& [name, text] :
-         { std::pair("headset", "Its connection is that of a headset"),
-           std::pair("app", "The companion application runs on it"),
-           std::pair("ftp", "Its connection transfers files"), std::pair("ios", "It is an iOS device"),
-           std::pair("wifed", "It is a Wi-FED: a command socket opens with its connection"),
-           std::pair("paired", "It is paired already") }) {
-        app->add_flag(std::string("--") + name, m_arguments.flags[name], text);
+    const auto addFlag = [&](const char* name, const char* help) {
+        app->add_flag(std::string("--") + name, m_arguments.flags[name], help);
+    };
+    for (const bt::RoleWord& role : bt::RoleWords) {
+        if (role.help != nullptr) {
+            addFlag(role.word, role.help);
+        }
     }
+    addFlag("paired", "It is paired already");
 }
 
 void Parser::addPairingOptions(CLI::App* app)
 {
     CLI::Option_group* group = app->add_option_group("How it pairs (default: --just-works)");
     group->require_option(0, 1);
-    group->add_option("--pin", m_arguments.pin, "By this PIN")->type_name("P");
-    group->add_option("--code", m_arguments.code, "By comparing six digits; those, when they are given")
-        ->type_name("[DIGITS]")
-        ->expected(0, 1);
-    for (const auto& [name, text] :
-         { std::pair("just-works", "Without asking anybody"),
-           std::pair("confirmation", "By a confirmation without a code"),
-           std::pair("wrong-pin", "It asks for a PIN and takes none"), std::pair("refuses", "It refuses"),
-           std::pair("times-out", "It says no more once it is reached"),
-           std::pair("out-of-reach", "It is heard, but cannot be reached") }) {
-        group->add_flag_callback(
-            std::string("--") + name, [this, word = std::string(name)] { m_arguments.pairing = word; }, text);
+    // Those that take something come first.
+    group->add_option("--pin", m_arguments.pin);
+    group->add_option("--code", m_arguments.code)->expected(0, 1);
+    for (const bt::PairingWord& pairing : bt::PairingWords) {
+        const std::string name = std::string("--") + pairing.word;
+        if (*pairing.argument != '\0') {
+            group->get_option(name)->type_name(pairing.argument)->description(pairing.help);
+        } else {
+            group->add_flag_callback(
+                name, [this, word = pairing.word] { m_arguments.pairing = word; }, pairing.help);
+        }
     }
 }
 
@@ -219,7 +223,7 @@ void Parser::addOthers()
         fault->add_option(FaultWords.at(i).first, m_arguments.fault.at(i), FaultWords.at(i).second)
             ->type_name("");
     }
-    fault->footer(std::string(FaultKinds) + '\n' + Footer);
+    fault->footer(faultKinds() + '\n' + Footer);
     add(Command::Calls, "calls", "The daemon's methods that were called, with arguments and times");
     CLI::App* time = add(Command::Time, "time", "Show the simulated time, or drive it");
     time->add_option("WORD", m_arguments.word, "pause, resume, step or speed")->type_name("");
@@ -233,10 +237,10 @@ void Parser::addOthers()
     record->add_option("--timeout", m_arguments.timeout, "End after this time")
         ->type_name("SECONDS")
         ->check(cli::checkSeconds);
-    // For the shells' completion: names and addresses of the devices, or the members of the daemon's
-    // interface.
+    // For the shells' completion: names and addresses of the devices, faults, options of add, or the members
+    // of the daemon's interface that a fault can be of.
     CLI::App* names = add(Command::Names, "names", "The devices, for completion");
-    names->add_option("KIND", m_arguments.words, "device or member");
+    names->add_option("KIND", m_arguments.words, "device, fault, option, or member and a fault");
     names->group("");
 }
 

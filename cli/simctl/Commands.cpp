@@ -43,6 +43,11 @@ base::Result<ExitStatus> run(const Request& request, cli::Output& output)
     if (request.command == Command::Record) {
         return runRecord(request, output);
     }
+    const QString word = request.arguments.value(0);
+    if (request.command == Command::Names
+        && (word == QLatin1String("fault") || word == QLatin1String("option"))) {
+        return runWords(request, output);
+    }
     const auto simulation = Simulation::find();
     if (!simulation) {
         return tl::unexpected(simulation.error());

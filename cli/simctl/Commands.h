@@ -22,6 +22,9 @@ base::Result<cli::ExitStatus> runCalls(const Request& request, const Simulation&
 base::Result<cli::ExitStatus> runTime(const Request& request, const Simulation& simulation,
                                       cli::Output& output);
 
+/// Words for the completion, which are there without a simulation.
+base::Result<cli::ExitStatus> runWords(const Request& request, cli::Output& output);
+
 /// Needs a daemon, of whatever kind, or waits for one.
 base::Result<cli::ExitStatus> runRecord(const Request& request, cli::Output& output);
 

@@ -1,4 +1,7 @@
 #include "Commands.h"
+#include "DeviceWords.h"
+#include "FaultWords.h"
+#include "WordTable.h"
 #include "common/DisplayText.h"
 #include "common/JsonLine.h"
 #include "common/ValueJson.h"
@@ -119,8 +122,9 @@ base::Result<ExitStatus> runNames(const Request& request, const Simulation& simu
 {
     constexpr int CompletionPatience = 1000; // milliseconds; somebody is in the middle of a command line
     simulation.proxy().setTimeout(CompletionPatience);
-    if (request.arguments.contains(QLatin1String("member"))) {
-        return output.lines(simulation.daemonMembers());
+    if (request.arguments.value(0) == QLatin1String("member")) {
+        const bt::FaultWord* fault = bt::rowOf(bt::FaultWords, request.arguments.value(1));
+        return output.lines(simulation.daemonMembers(fault != nullptr ? fault->arguments : ""));
     }
     return Simulation::answerOf(simulation.proxy().Devices()).map([&](const QList<QVariantMap>& devices) {
         for (const QVariantMap& device : devices) {
@@ -132,6 +136,18 @@ base::Result<ExitStatus> runNames(const Request& request, const Simulation& simu
         }
         return ExitStatus::Done;
     });
+}
+
+base::Result<ExitStatus> runWords(const Request& request, cli::Output& output)
+{
+    const bool areFaults = request.arguments.value(0) == QLatin1String("fault");
+    QStringList words =
+        areFaults ? bt::wordsOf(bt::FaultWords) : bt::wordsOf(bt::PairingWords) + bt::wordsOf(bt::RoleWords);
+    words.removeOne(QStringLiteral("plain")); // is no option
+    for (const QString& word : qAsConst(words)) {
+        output.line(areFaults ? word : QStringLiteral("--") + word);
+    }
+    return ExitStatus::Done;
 }
 
 base::Result<ExitStatus> runDeviceChange(const Request& request, const Simulation& simulation)

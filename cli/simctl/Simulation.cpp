@@ -72,7 +72,7 @@ base::Result<> Simulation::setProperty(const char* name, const QVariant& value) 
     return answerOf(QDBusPendingReply<>(ask(call)));
 }
 
-QStringList Simulation::daemonMembers() const
+QStringList Simulation::daemonMembers(const QString& kinds) const
 {
     const QString daemon = QStringLiteral("com.qarn.bluetooth");
     const auto description = answerOf(QDBusPendingReply<QString>(ask(QDBusMessage::createMethodCall(
@@ -87,8 +87,7 @@ QStringList Simulation::daemonMembers() const
         const QString name = xml.attributes().value(QLatin1String("name")).toString();
         if (xml.name() == QLatin1String("interface")) {
             isOfDaemon = name == daemon;
-        } else if (isOfDaemon
-                   && (xml.name() == QLatin1String("signal") || xml.name() == QLatin1String("property"))) {
+        } else if (isOfDaemon && kinds.contains(xml.name().toString().toUpper())) {
             members << name;
         }
     }

@@ -26,8 +26,8 @@ public:
     [[nodiscard]] SimulationProxy& proxy() const { return *m_proxy; }
     /// One of its properties.
     [[nodiscard]] base::Result<QVariant> property(const char* name) const;
-    /// The signals and properties of the daemon that it plays.
-    [[nodiscard]] QStringList daemonMembers() const;
+    /// Members of the daemon that it plays. \a kinds has SIGNAL in it, or PROPERTY, or both.
+    [[nodiscard]] QStringList daemonMembers(const QString& kinds) const;
     [[nodiscard]] base::Result<> setProperty(const char* name, const QVariant& value) const;
 
     /// Waits for the answer.

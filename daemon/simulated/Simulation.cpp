@@ -1,8 +1,6 @@
 #include "Simulation.h"
 
 #include "Notice.h"
-#include "PrivateLine.h"
-#include "Replay.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -26,12 +24,13 @@ SimulatedRadio::Identity identityOf(const QString& name)
 Simulation::Radio::Radio(const Settings& settings, const Scenario& scenario, const QString& name,
                          SimulationClock& clock)
     : radio(identityOf(name), Room(scenario.devices), clock, settings.seed)
+    , daemon(radio)
     , timeline(scenario.timeline, radio, clock)
     , pairings(settings.stateFile)
 {
 }
 
-void Simulation::Radio::takePairings()
+base::Result<> Simulation::Radio::start()
 {
     if (const auto kept = pairings.load()) {
         radio.restorePairs(*kept);
@@ -40,6 +39,9 @@ void Simulation::Radio::takePairings()
     }
     connect(&radio, &bt::Radio::pairListChanged, &radio,
             [this](const PairList& list) { pairings.save(list); });
+    auto served = daemon.serve();
+    radio.start();
+    return served;
 }
 
 Simulation::Simulation(const Settings& settings, const Content& content, const QString& name)
@@ -47,12 +49,22 @@ Simulation::Simulation(const Settings& settings, const Content& content, const Q
     , m_radio(std::holds_alternative<Scenario>(content)
                   ? std::make_unique<Radio>(settings, std::get<Scenario>(content), name, m_clock)
                   : nullptr)
-    , m_backend(makeBackend(content))
-    , m_front(*m_backend, m_clock)
+    , m_replay(m_radio ? nullptr : std::make_unique<Replay>(std::get<RecordedRun>(content), m_clock))
+    , m_front(
+          [this](const QDBusMessage& request) {
+              return m_radio ? m_radio->daemon.answer(request) : m_replay->answer(request);
+          },
+          m_clock)
     , m_control(m_radio ? &m_radio->radio : nullptr, m_front, m_clock)
 {
-    connect(m_backend.get(), &DaemonBackend::ready, this, &Simulation::appear);
-    connect(m_backend.get(), &DaemonBackend::failed, this, &Simulation::fail);
+    if (m_radio) {
+        connect(&m_radio->daemon, &LocalDaemon::sent, &m_front, &BusFront::pass);
+    } else {
+        connect(m_replay.get(), &Replay::sent, &m_front, &BusFront::pass);
+        connect(m_replay.get(), &Replay::left, &m_front, &BusFront::leave);
+        connect(m_replay.get(), &Replay::returned, &m_front, &BusFront::comeBack);
+        connect(m_replay.get(), &Replay::handedOver, &m_front, &BusFront::handOver);
+    }
     connect(&m_signalsToEnd, &base::EndingSignals::received, this, &Simulation::askedToEnd);
     m_patience.setSingleShot(true);
     m_patience.setTimerType(Qt::PreciseTimer);
@@ -61,46 +73,33 @@ Simulation::Simulation(const Settings& settings, const Content& content, const Q
     connect(&m_front, &BusFront::faultsChanged, this, &Simulation::endPatience, Qt::QueuedConnection);
 }
 
-std::unique_ptr<DaemonBackend> Simulation::makeBackend(const Content& content)
+void Simulation::start()
 {
-    if (m_radio) {
-        return std::make_unique<PrivateLine>(m_radio->radio);
+    if (const auto there = appear(); !there) {
+        fail(there.error().text);
     }
-    return std::make_unique<Replay>(std::get<RecordedRun>(content), m_clock);
 }
 
-void Simulation::start()
+// The daemon's name comes last: whoever sees it finds everything in place, the control, too.
+base::Result<> Simulation::appear()
 {
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()) {
-        fail(QStringLiteral("there is no system bus: %1; DBUS_SYSTEM_BUS_ADDRESS names another one")
-                 .arg(bus.lastError().message()));
-        return;
+        return base::error(
+            QStringLiteral("there is no system bus: %1; DBUS_SYSTEM_BUS_ADDRESS names another one")
+                .arg(bus.lastError().message()));
     }
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                 SLOT(busLost()));
-    if (m_radio) {
-        m_radio->takePairings();
+    if (!m_radio) {
+        m_replay->start();
+    } else if (auto started = m_radio->start(); !started) {
+        return started;
     }
-    m_backend->start();
-}
-
-// The daemon's name comes last: whoever sees it finds the control in place, too.
-void Simulation::appear()
-{
-    if (m_isEnding) {
-        return;
-    }
-    const QDBusConnection bus = QDBusConnection::systemBus();
-    const QString noControl = m_control.publish(bus);
-    QString problem = m_front.appear(bus);
-    if (problem.isEmpty()) {
-        problem = noControl;
-    }
-    if (!problem.isEmpty()) {
-        fail(problem);
-    }
+    const auto control = m_control.publish(bus);
+    const auto daemon = m_front.appear(bus);
+    return daemon ? control : daemon;
 }
 
 void Simulation::fail(const QString& problem)
@@ -119,7 +118,7 @@ void Simulation::busLost()
 
 void Simulation::askedToEnd()
 {
-    const auto ignored = m_front.ignoresSigterm();
+    const auto ignored = m_front.faults().durationOf(FaultKind::IgnoreSigterm);
     if (ignored.count() == 0) {
         end();
     } else if (!m_patience.isActive()) {
@@ -129,7 +128,7 @@ void Simulation::askedToEnd()
 
 void Simulation::endPatience()
 {
-    if (m_patience.isActive() && m_front.ignoresSigterm().count() == 0) {
+    if (m_patience.isActive() && m_front.faults().durationOf(FaultKind::IgnoreSigterm).count() == 0) {
         m_patience.stop();
         end();
     }
@@ -137,9 +136,16 @@ void Simulation::endPatience()
 
 void Simulation::end()
 {
-    if (!std::exchange(m_isEnding, true)) {
-        m_front.end([] { QCoreApplication::exit(0); });
+    if (std::exchange(m_isEnding, true)) {
+        return;
     }
+    if (m_radio) {
+        m_radio->radio.stop();
+    } else {
+        m_replay->stop();
+    }
+    m_front.end();
+    QCoreApplication::exit(0);
 }
 
 } // namespace bt

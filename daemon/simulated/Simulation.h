@@ -2,8 +2,9 @@
 
 #include "BusFront.h"
 #include "ControlService.h"
+#include "LocalDaemon.h"
 #include "PairingStore.h"
-#include "RecordedRun.h"
+#include "Replay.h"
 #include "Settings.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
@@ -42,23 +43,24 @@ private:
     {
         Radio(const Settings& settings, const Scenario& scenario, const QString& name,
               SimulationClock& clock);
-        void takePairings();
+        [[nodiscard]] base::Result<> start();
 
         SimulatedRadio radio;
+        LocalDaemon daemon;
         Timeline timeline;
         PairingStore pairings;
     };
 
-    [[nodiscard]] std::unique_ptr<DaemonBackend> makeBackend(const Content& content);
-    void appear();
+    [[nodiscard]] base::Result<> appear();
     void fail(const QString& problem);
     void askedToEnd();
     void endPatience();
     void end();
 
     SimulationClock m_clock;
-    std::unique_ptr<Radio> m_radio; ///< null while a recording is played
-    std::unique_ptr<DaemonBackend> m_backend;
+    // One of them.
+    std::unique_ptr<Radio> m_radio;
+    std::unique_ptr<Replay> m_replay;
     BusFront m_front;
     ControlService m_control;
     base::EndingSignals m_signalsToEnd;

@@ -1,4 +1,8 @@
 // The program itself, against a simulated radio on a bus of its own whose time stands still.
+#include "DeviceWords.h"
+#include "EventWords.h"
+#include "FaultWords.h"
+#include "WordTable.h"
 #include "support/PrivateBus.h"
 #include "support/Programs.h"
 #include "support/Rows.h"
@@ -139,7 +143,10 @@ private Q_SLOTS:
             QVERIFY2(devices.contains(line), qPrintable(devices));
         }
         QVERIFY(!simctl({ "names" }).out.contains('\x1b'));
-        QVERIFY(!simctl({ "names", "member" }).out.contains("PropertiesChanged"));
+        QCOMPARE(simctl({ "names", "member", "stall" }).out, QString());
+        const QStringList dropped = simctl({ "names", "member", "drop" }).out.split('\n');
+        QVERIFY(dropped.contains("pairListChanged") && !dropped.contains("pairList"));
+        QVERIFY(!dropped.contains("PropertiesChanged")); // is not the daemon's own
         QCOMPARE(change({ "drop", "Phone" }),
                  QString("3: simctl: several devices are called \"Phone\"; give an address\n"));
     }
@@ -221,6 +228,34 @@ private Q_SLOTS:
         QVERIFY2(noBus.err.contains("DBUS_SYSTEM_BUS_ADDRESS"), qPrintable(noBus.err));
     }
 
+    // The documents know every word that the program takes; the shells' completion asks the program for them.
+    void documentsKnowTheWords()
+    {
+        const auto read = [](const char* path) {
+            QFile file(QStringLiteral(SOURCE_FOLDER) + path);
+            return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+        };
+        const QString manual = read("/docs/simctl.1");
+        const QString plain = QString(manual).remove("Ar ");
+        for (const bt::FaultWord& fault : bt::FaultWords) {
+            const QString form = QString::fromLatin1(fault.arguments).replace('|', " | ").replace('[', "Op ");
+            const QString line = QString("\n.It Cm %1 %2").arg(fault.word, form.section(']', 0, 0)).trimmed();
+            QVERIFY2(plain.contains('\n' + line + '\n'), qPrintable(line));
+        }
+        const QString document = read("/docs/scenarios.md");
+        const QStringList words = bt::wordsOf(bt::PairingWords) + bt::wordsOf(bt::RoleWords);
+        for (const QString& word : words + bt::wordsOf(bt::EventWords)) {
+            QVERIFY2(document.contains('`' + word + '`'), qPrintable(word));
+        }
+        QString options;
+        for (const QString& word : words) {
+            QVERIFY2(word == "plain" || manual.contains(" -" + word), qPrintable(word));
+            options += word == "plain" ? QString() : "--" + word + '\n';
+        }
+        QCOMPARE(simctl({ "names", "option" }).out, options);
+        QCOMPARE(simctl({ "names", "fault" }).out.count('\n'), int(bt::FaultWords.size()));
+    }
+
 private:
     static Finished simctl(const QStringList& arguments) { return run(SIMCTL, arguments); }
     /// Empty when it went well and printed nothing, otherwise what it said.
@@ -293,16 +328,21 @@ void SimctlTest::tellsTheFaults()
     QCOMPARE(change({ "fault", "payload", "scanState", "a(ts)", R"([[18446744073709551615,"x"]])" }),
              QString());
     QCOMPARE(change({ "fault", "silent-property", "pairList" }), QString());
+    QCOMPARE(change({ "fault", "drop", "scanStateChanged" }), QString());
+    QCOMPARE(change({ "fault", "double", "deviceDisconnected", "2" }), QString());
     QCOMPARE(simctl({ "fault" }).out,
              "answers 2.5 s late\nsends pairListChanged as a(t)\n"
              "sends scanState as a(ts) [[18446744073709551615,\"x\"]]\n"
-             "does not tell that pairList changes\n");
+             "does not tell that pairList changes\n"
+             "does not send scanStateChanged\nsends deviceDisconnected twice, 2 left\n");
     QCOMPARE(simctl({ "fault", "--json" }).out,
              R"json([{"kind":"slow","seconds":2.5},)json"
              R"json({"kind":"payload","name":"pairListChanged","signature":"a(t)"},)json"
              R"json({"kind":"payload","name":"scanState","signature":"a(ts)",)json"
              R"json("value":[[18446744073709551615,"x"]]},)json"
-             R"json({"kind":"silent-property","name":"pairList"}])json"
+             R"json({"kind":"silent-property","name":"pairList"},)json"
+             R"json({"kind":"drop","name":"scanStateChanged"},)json"
+             R"json({"kind":"double","name":"deviceDisconnected","count":2}])json"
              "\n");
     QCOMPARE(change({ "fault", "none" }), QString());
     QCOMPARE(simctl({ "fault", "--json" }).out, "[]\n");

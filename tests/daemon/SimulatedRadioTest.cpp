@@ -215,7 +215,9 @@ void SimulatedRadioTest::tells()
 void SimulatedRadioTest::silencesAProperty()
 {
     bt::Faults faults;
-    faults.silentProperties = { "wifedsConnected", "status" };
+    for (const char* property : { "wifedsConnected", "status" }) {
+        faults.add(*bt::Fault::parse({ "silent-property", property }));
+    }
     for (const char* name : { "wifedCmdCtlSockAvailable", "wifedCmdCtlSockClosed", "statusChanged" }) {
         QVERIFY2(faults.isSilent(name), name);
     }

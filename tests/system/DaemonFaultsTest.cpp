@@ -129,6 +129,54 @@ private Q_SLOTS:
         QCOMPARE(m_world.text("scanstate"), "0");
     }
 
+    void signalIsLost_data()
+    {
+        const Rows<QStringList, QString> row("times", "at the end");
+        row("as long as the fault lasts", {}, "0");
+        row("once", { "1" }, "2");
+    }
+
+    void signalIsLost()
+    {
+        QFETCH(QStringList, times);
+        QVERIFY2(m_world.switchOn(), why());
+        QVERIFY2(m_world.fault(QStringList{ "drop", "scanStateChanged" } + times), why());
+        QVERIFY2(m_world.trigger("scan"), why());
+        QVERIFY2(m_world.stepUntil([this] { return !m_world.text("scanresultsAddr:0").isEmpty(); }), why());
+        QCOMPARE(m_world.text("scanstate"), "0"); // it never heard that the scan had begun
+        QVERIFY2(m_world.step(10), why());
+        QVERIFY2(m_world.fault({ "payload", "pendingPairChanged", "s", "\"behind\"" }), why());
+        QVERIFY2(m_world.trigger("pair", Headset), why());
+        QVERIFY2(m_world.waitFor("pendingpair", "behind"), why());
+        QTEST(m_world.text("scanstate"), "at the end");
+    }
+
+    // The module takes each for an event of its own.
+    void signalComesTwice_data()
+    {
+        const Rows<QStringList, int> row("times", "connections");
+        row("as long as the fault lasts", {}, 4);
+        row("once", { "1" }, 3);
+    }
+
+    void signalComesTwice()
+    {
+        QFETCH(QStringList, times);
+        const auto connections = [this] {
+            return m_world.output().count("Connected addr:");
+        };
+        QVERIFY2(m_world.switchOn(), why());
+        QVERIFY2(m_world.fault(QStringList{ "double", "connectionEstablished" } + times), why());
+        const int before = connections();
+        QVERIFY2(pairHeadset(), why());
+        QVERIFY2(m_world.connectDevice(Headset) && m_world.step(10) && m_world.dropDevice(Headset), why());
+        QVERIFY2(m_world.connectDevice(Headset) && m_world.step(10), why());
+        QVERIFY2(m_world.fault({ "payload", "pendingPairChanged", "s", "\"behind\"" }), why());
+        QVERIFY2(m_world.requestPairing("Car Kit"), why());
+        QVERIFY2(m_world.waitFor("pendingpair", "behind"), why());
+        QTEST(connections() - before, "connections");
+    }
+
     // A signal's text is taken for the number that it is; a refresh takes what it cannot read for 0, empty
     // texts and empty lists.
     void payloadsOfAnotherShape()

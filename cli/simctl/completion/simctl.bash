@@ -30,8 +30,7 @@ _simctl()
         local options="--json --help"
         case $command in
             "") options+=" --version" ;;
-            add) options+=" --address --rssi --class --pin --code --just-works --confirmation --wrong-pin --refuses
-                --times-out --out-of-reach --headset --app --ftp --ios --wifed --paired" ;;
+            add) options+=" --address --rssi --class --paired $(simctl names option 2>/dev/null)" ;;
             move) options+=" --in" ;;
             record) options+=" --timeout" ;;
         esac
@@ -41,8 +40,8 @@ _simctl()
     local IFS=$'\n'
     case $command:$prev in
         :*) mapfile -t COMPREPLY < <(compgen -W "${commands// /$'\n'}" -- "$cur") ;;
-        fault:fault) mapfile -t COMPREPLY < <(compgen -W $'stall\ncrash\nleave\nhandover\nignore-sigterm\nslow\nerror\npayload\nburst\nsilent-property\nnone' -- "$cur") ;;
-        fault:payload|fault:silent-property) _simctl_offer "$cur" < <(simctl names member 2>/dev/null) ;;
+        fault:fault) _simctl_offer "$cur" < <(simctl names fault 2>/dev/null) ;;
+        fault:*) _simctl_offer "$cur" < <(simctl names member "$prev" 2>/dev/null) ;;
         time:time) mapfile -t COMPREPLY < <(compgen -W $'pause\nresume\nstep\nspeed' -- "$cur") ;;
         record:--timeout) ;;
         record:*)

@@ -6,7 +6,8 @@
 
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
-#include <QDBusPendingCallWatcher>
+#include <QDBusError>
+#include <QDBusReply>
 #include <QDBusVariant>
 
 #include <csignal>
@@ -22,31 +23,19 @@ QString ownerOf(const QString& name, const QDBusConnection& bus)
     return pid.isValid() ? QStringLiteral("process %1").arg(pid.value()) : QStringLiteral("another process");
 }
 
-bool isReadOfAll(const QDBusMessage& message)
+bool isOfProperties(const QDBusMessage& message, const char* member)
 {
-    return message.interface() == propertiesInterface() && message.member() == QLatin1String("GetAll");
-}
-
-/// Waits until the bus has everything that was sent before.
-void sync(const QDBusConnection& bus)
-{
-    bus.call(QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
+    return message.interface() == propertiesInterface() && message.member() == QLatin1String(member);
 }
 
 } // namespace
 
-BusFront::BusFront(DaemonBackend& backend, SimulationClock& clock)
-    : m_backend(backend)
+BusFront::BusFront(Answer answer, SimulationClock& clock)
+    : m_answer(std::move(answer))
     , m_clock(clock)
     , m_bus(QString())
     , m_otherBus(QString())
 {
-    connect(&backend, &DaemonBackend::sent, this, &BusFront::pass);
-    connect(&backend, &DaemonBackend::left, this, &BusFront::leave);
-    connect(&backend, &DaemonBackend::returned, this, &BusFront::comeBack);
-    connect(&backend, &DaemonBackend::handedOver, this, &BusFront::handOver);
     for (QTimer* timer : { &m_stallEnd, &m_return }) {
         timer->setSingleShot(true);
         timer->setTimerType(Qt::PreciseTimer);
@@ -55,11 +44,11 @@ BusFront::BusFront(DaemonBackend& backend, SimulationClock& clock)
     connect(&m_return, &QTimer::timeout, this, &BusFront::comeBack);
 }
 
-QString BusFront::appear(const QDBusConnection& bus)
+base::Result<> BusFront::appear(const QDBusConnection& bus)
 {
     m_bus = bus;
     if (!m_bus.registerVirtualObject(daemonPath(), this, QDBusConnection::SingleNode)) {
-        return QStringLiteral("the object %1 exists already").arg(daemonPath());
+        return base::error(QStringLiteral("the object %1 exists already").arg(daemonPath()));
     }
     if (m_bus.registerService(daemonService())) {
         return {};
@@ -67,37 +56,31 @@ QString BusFront::appear(const QDBusConnection& bus)
     const QDBusError denied = m_bus.lastError();
     m_bus.unregisterObject(daemonPath());
     if (denied.isValid()) {
-        return QStringLiteral("the bus does not give us the name %1: %2")
-            .arg(daemonService(), denied.message());
+        return base::error(QStringLiteral("the bus does not give us the name %1: %2")
+                               .arg(daemonService(), denied.message()));
     }
-    return QStringLiteral("the name %1 is taken by %2; only one Bluetooth daemon can run")
-        .arg(daemonService(), ownerOf(daemonService(), m_bus));
+    return base::error(QStringLiteral("the name %1 is taken by %2; only one Bluetooth daemon can run")
+                           .arg(daemonService(), ownerOf(daemonService(), m_bus)));
 }
 
-void BusFront::end(std::function<void()> done)
+void BusFront::end()
 {
-    m_backend.stop();
-    m_backend.flush([this, done] {
-        clearFaults();
-        m_bus.unregisterService(daemonService());
-        m_bus.unregisterObject(daemonPath());
-        m_hasEnded = true;
-        // QtDBus corrupts the heap when a call is given up in the moment in which its answer comes.
-        m_backend.flush(done);
-    });
+    clearFaults();
+    m_bus.unregisterService(daemonService());
+    m_bus.unregisterObject(daemonPath());
+    m_hasEnded = true;
 }
 
-void BusFront::flush(std::function<void()> done)
+void BusFront::sync() const
 {
-    m_backend.flush([this, done] {
-        sync(m_bus); // after a handover others may ask on another connection
-        done();
-    });
+    m_bus.call(QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
 }
 
 QString BusFront::introspect(const QString& /*path*/) const
 {
-    return {}; // the backend's own answer is passed on
+    return {}; // the daemon's own answer is passed on
 }
 
 bool BusFront::handleMessage(const QDBusMessage& message, const QDBusConnection& connection)
@@ -106,23 +89,17 @@ bool BusFront::handleMessage(const QDBusMessage& message, const QDBusConnection&
         return false;
     }
     note(message);
-    const Request request{ message, connection };
-    if (m_isStalled) {
-        m_waiting.append(request);
-    } else if (m_faults.answersLate.count() > 0) {
-        QTimer::singleShot(m_faults.answersLate, Qt::PreciseTimer, this, [this, request] { take(request); });
-    } else {
-        take(request);
-    }
+    take({ message, connection });
     return true;
 }
 
 void BusFront::note(const QDBusMessage& message)
 {
     DaemonCall call{ m_clock.now(), message.member(), message.arguments() };
-    if (message.interface() == propertiesInterface() && message.member() == QLatin1String("Set")) {
+    if (isOfProperties(message, "Set")) {
         call.member = QStringLiteral("set ") + message.arguments().value(1).toString();
-        call.arguments = { message.arguments().value(2).value<QDBusVariant>().variant() };
+        const QVariant value = message.arguments().value(2).value<QDBusVariant>().variant();
+        call.arguments = value.isValid() ? QVariantList{ value } : QVariantList();
     } else if (!message.interface().isEmpty() && message.interface() != daemonService()) {
         return;
     }
@@ -132,67 +109,72 @@ void BusFront::note(const QDBusMessage& message)
     m_calls.push_back(std::move(call));
 }
 
-void BusFront::take(const Request& request)
+// Faults befall requests here, and nowhere else.
+void BusFront::take(Request request)
 {
-    if (m_isStalled) {
-        m_waiting.append(request);
-    } else if (!m_hasEnded && !misanswer(request)) {
-        answer(request);
-    }
-}
-
-void BusFront::answer(const Request& request)
-{
-    m_backend.call(request.message, [this, request](const QDBusMessage& reply) {
-        if (!request.message.isReplyRequired()) {
-            return;
-        }
-        if (reply.type() == QDBusMessage::ErrorMessage) {
-            request.connection.send(
-                request.message.createErrorReply(reply.errorName(), reply.errorMessage()));
-            return;
-        }
-        QVariantList arguments = reply.arguments();
-        if (isReadOfAll(request.message)) {
-            auto properties = qdbus_cast<QVariantMap>(arguments.value(0));
-            m_faults.replace(properties);
-            arguments = { properties };
-        }
-        request.connection.send(request.message.createReply(arguments));
-    });
-}
-
-bool BusFront::misanswer(const Request& request) const
-{
-    const QDBusMessage& message = request.message;
-    if (m_faults.answersErrors) {
-        request.connection.send(message.createErrorReply(daemonService() + QStringLiteral(".Error.Failed"),
-                                                         QStringLiteral("the radio has failed")));
-        return true;
-    }
-    const bool isRead =
-        message.interface() == propertiesInterface() && message.member() == QLatin1String("Get");
-    const auto payload = m_faults.payloads.constFind(message.arguments().value(1).toString());
-    if (!isRead || payload == m_faults.payloads.constEnd()) {
-        return false;
-    }
-    request.connection.send(message.createReply(QVariant::fromValue(QDBusVariant(payload->value))));
-    return true;
-}
-
-void BusFront::pass(QDBusMessage signal)
-{
-    if (m_faults.isSilent(signal.member())) {
+    if (m_hasEnded) {
         return;
     }
-    QDBusMessage own = QDBusMessage::createSignal(daemonPath(), daemonService(), signal.member());
-    own.setArguments(signal.arguments());
-    const auto payload = m_faults.payloads.constFind(signal.member());
-    if (payload != m_faults.payloads.constEnd()) {
-        own.setArguments({ QVariant::fromValue(QDBusVariant(payload->value)) });
+    const bool hasWaited = std::exchange(request.hasWaited, true);
+    if (m_faults.find(FaultKind::Stall) != nullptr) {
+        m_waiting.append(request);
+        return;
     }
-    m_gathered.append(own);
-    if (!m_isStalled && m_gathered.size() >= m_faults.burst) {
+    const auto delay = m_faults.durationOf(FaultKind::Slow);
+    if (delay.count() > 0 && !hasWaited) {
+        QTimer::singleShot(delay, Qt::PreciseTimer, this, [this, request] { take(request); });
+        return;
+    }
+    const QDBusMessage& message = request.message;
+    if (m_faults.find(FaultKind::Error) != nullptr) {
+        request.connection.send(message.createErrorReply(daemonService() + QStringLiteral(".Error.Failed"),
+                                                         QStringLiteral("the radio has failed")));
+        return;
+    }
+    const QDBusMessage reply = answerTo(message);
+    if (message.isReplyRequired()) {
+        request.connection.send(reply.type() == QDBusMessage::ErrorMessage
+                                    ? message.createErrorReply(reply.errorName(), reply.errorMessage())
+                                    : message.createReply(reply.arguments()));
+    }
+}
+
+QDBusMessage BusFront::answerTo(const QDBusMessage& request) const
+{
+    const auto* payload = m_faults.find(FaultKind::Payload, request.arguments().value(1).toString());
+    if (payload != nullptr && isOfProperties(request, "Get")) {
+        return request.createReply(QVariant::fromValue(QDBusVariant(payload->payload)));
+    }
+    const QDBusMessage reply = m_answer(request);
+    if (reply.type() == QDBusMessage::ErrorMessage || !isOfProperties(request, "GetAll")) {
+        return reply;
+    }
+    auto properties = qdbus_cast<QVariantMap>(reply.arguments().value(0));
+    for (auto property = properties.begin(); property != properties.end(); ++property) {
+        if (const auto* replaced = m_faults.find(FaultKind::Payload, property.key())) {
+            *property = replaced->payload;
+        }
+    }
+    return request.createReply(properties);
+}
+
+// Faults befall signals here, and nowhere else.
+void BusFront::pass(const QString& signal, const QVariantList& arguments)
+{
+    if (m_faults.isSilent(signal) || m_faults.take(FaultKind::Drop, signal)) {
+        return;
+    }
+    QDBusMessage message = QDBusMessage::createSignal(daemonPath(), daemonService(), signal);
+    const Fault* payload = m_faults.find(FaultKind::Payload, signal);
+    message.setArguments(
+        payload == nullptr ? arguments : QVariantList{ QVariant::fromValue(QDBusVariant(payload->payload)) });
+    m_gathered.append(message);
+    if (m_faults.take(FaultKind::Double, signal)) {
+        m_gathered.append(message);
+    }
+    const Fault* burst = m_faults.find(FaultKind::Burst);
+    if (m_faults.find(FaultKind::Stall) == nullptr
+        && (burst == nullptr || m_gathered.size() >= burst->count())) {
         sendGathered();
     }
 }
@@ -205,73 +187,55 @@ void BusFront::sendGathered()
     }
 }
 
-void BusFront::apply(const FaultRequest& request)
+void BusFront::apply(const Fault& fault)
 {
-    using Kind = FaultRequest::Kind;
-    switch (request.kind) {
-    case Kind::None:
+    const auto limit = [&fault](QTimer& end) {
+        end.stop();
+        if (const auto duration = fault.duration()) {
+            end.start(*duration);
+        }
+    };
+    switch (fault.word->kind) {
+    case FaultKind::None:
         clearFaults();
         break;
-    case Kind::Stall:
-        m_isStalled = true;
-        m_stallEnd.stop();
-        if (request.duration) {
-            m_stallEnd.start(*request.duration);
-        }
+    case FaultKind::Stall:
+        m_faults.add(fault);
+        limit(m_stallEnd);
         break;
-    case Kind::Leave:
+    case FaultKind::Leave:
+        m_faults.add(fault);
         leave();
-        m_return.stop();
-        if (request.duration) {
-            m_return.start(*request.duration);
-        }
+        limit(m_return);
         break;
-    case Kind::Handover:
+    case FaultKind::Handover:
         handOver();
         break;
-    case Kind::Crash:
+    case FaultKind::Crash:
         // Without a word, as a crash is, but not before whoever asked for it has the answer.
         QTimer::singleShot(0, this, [this] {
-            sync(m_bus);
+            sync();
             std::raise(SIGKILL);
         });
         break;
     default:
-        m_faults.apply(request);
+        m_faults.add(fault);
         break;
     }
     Q_EMIT faultsChanged();
 }
 
-QList<QVariantMap> BusFront::faults() const
-{
-    const auto limit = [](const QTimer& end) {
-        return end.isActive() ? secondsArgument(end.intervalAsDuration()) : QVariantMap();
-    };
-    QList<QVariantMap> records = m_faults.records();
-    if (m_isStalled) {
-        records << faultRecord("stall", QStringLiteral("answers nothing"), limit(m_stallEnd));
-    }
-    if (m_isAway) {
-        records << faultRecord("leave", QStringLiteral("has left the bus"), limit(m_return));
-    }
-    return records;
-}
-
 void BusFront::clearFaults()
 {
-    m_faults = Faults();
+    m_faults.keepOnly(FaultKind::Leave); // until it is back
     endStall();
     comeBack();
-    sendGathered();
 }
 
 void BusFront::endStall()
 {
     m_stallEnd.stop();
-    if (!std::exchange(m_isStalled, false)) {
-        return;
-    }
+    m_faults.remove(FaultKind::Stall);
     sendGathered();
     const QList<Request> waiting = std::exchange(m_waiting, {});
     for (const Request& request : waiting) {
@@ -281,14 +245,16 @@ void BusFront::endStall()
 
 void BusFront::leave()
 {
-    m_isAway = true;
+    if (!isAway()) {
+        m_faults.add(*Fault::parse({ QStringLiteral("leave") }));
+    }
     m_bus.unregisterService(daemonService());
 }
 
 void BusFront::comeBack()
 {
     m_return.stop();
-    if (std::exchange(m_isAway, false) && !m_bus.registerService(daemonService())) {
+    if (m_faults.remove(FaultKind::Leave) && !m_bus.registerService(daemonService())) {
         notice(QStringLiteral("%1 is taken by %2 meanwhile")
                    .arg(daemonService(), ownerOf(daemonService(), m_bus)));
     }
@@ -297,7 +263,7 @@ void BusFront::comeBack()
 // The next owner waits in the queue for the name, so that the bus passes it on in one step.
 void BusFront::handOver()
 {
-    if (m_isAway) {
+    if (isAway()) {
         return;
     }
     if (!m_otherBus.isConnected()) {
@@ -307,7 +273,7 @@ void BusFront::handOver()
     }
     m_otherBus.interface()->registerService(daemonService(), QDBusConnectionInterface::QueueService,
                                             QDBusConnectionInterface::AllowReplacement);
-    sync(m_bus); // what was sent before the handover has the old owner
+    sync(); // what was sent before the handover has the old owner
     m_bus.interface()->unregisterService(daemonService());
     std::swap(m_bus, m_otherBus);
 }

@@ -1,13 +1,14 @@
 #pragma once
 
-#include "DaemonBackend.h"
 #include "Faults.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusVirtualObject>
 #include <QTimer>
 
 #include <deque>
+#include <functional>
 
 namespace bt {
 
@@ -21,70 +22,70 @@ struct DaemonCall
     QVariantList arguments;
 };
 
-/// The daemon's place on the system bus. It passes everything on between the bus and the backend, unless a
-/// fault has it otherwise, and keeps the calls.
+/// The daemon's place on the system bus. It passes everything on between the bus and the daemon behind it,
+/// unless a fault has it otherwise, and keeps the calls.
 class BusFront : public QDBusVirtualObject
 {
     Q_OBJECT
 
 public:
+    /// The daemon's reply to a request with the path, interface, member and arguments that a client chose.
+    using Answer = std::function<QDBusMessage(const QDBusMessage& request)>;
     /// Earlier calls are forgotten beyond that.
     static constexpr std::size_t MostCalls = 10'000;
 
-    BusFront(DaemonBackend& backend, SimulationClock& clock);
+    BusFront(Answer answer, SimulationClock& clock);
 
-    /// Serves the daemon's object and takes its name. @return what went wrong; empty when it is there.
-    [[nodiscard]] QString appear(const QDBusConnection& bus);
-    /// Has the backend end, passes its last words on and leaves; \a done comes when that is done.
-    void end(std::function<void()> done);
-    /// \a done comes when every signal that was caused before is on the bus.
-    void flush(std::function<void()> done);
+    /// Serves the daemon's object and takes its name.
+    [[nodiscard]] base::Result<> appear(const QDBusConnection& bus);
+    /// Passes what was held back on, and leaves for good.
+    void end();
+    /// Waits until the bus has everything that was sent before.
+    void sync() const;
 
+    /// Sends a signal of the daemon.
+    void pass(const QString& signal, const QVariantList& arguments);
     /// Gives up the name, and takes it again.
     void leave();
     void comeBack();
     /// Passes the name on to another connection of this program.
     void handOver();
-    void apply(const FaultRequest& request);
-    /// What goes wrong now, as the control interface tells it.
-    [[nodiscard]] QList<QVariantMap> faults() const;
-    /// How long SIGTERM is to be ignored.
-    [[nodiscard]] std::chrono::milliseconds ignoresSigterm() const { return m_faults.ignoresSigterm; }
+    /// Has something go wrong, or nothing any more.
+    void apply(const Fault& fault);
+    [[nodiscard]] const Faults& faults() const { return m_faults; }
     [[nodiscard]] const std::deque<DaemonCall>& calls() const { return m_calls; }
 
     [[nodiscard]] QString introspect(const QString& path) const override;
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
 
 Q_SIGNALS:
-    /// A request was taken up, and may have ended what was asked before.
+    /// Something goes wrong that did not, or the other way round.
     void faultsChanged();
 
 private:
-    /// A request that waits, and where its answer goes.
+    /// A request, and where its answer goes.
     struct Request
     {
         QDBusMessage message;
         QDBusConnection connection;
+        bool hasWaited = false;
     };
 
     void note(const QDBusMessage& message);
-    void take(const Request& request);
-    void answer(const Request& request);
-    [[nodiscard]] bool misanswer(const Request& request) const;
-    void pass(QDBusMessage signal);
+    void take(Request request);
+    [[nodiscard]] QDBusMessage answerTo(const QDBusMessage& request) const;
+    [[nodiscard]] bool isAway() const { return m_faults.find(FaultKind::Leave) != nullptr; }
     void sendGathered();
     void clearFaults();
     void endStall();
 
-    DaemonBackend& m_backend;
+    Answer m_answer;
     SimulationClock& m_clock;
     QDBusConnection m_bus; ///< the one that has the name
     QDBusConnection m_otherBus; ///< for the next owner
     Faults m_faults;
     std::deque<DaemonCall> m_calls;
-    bool m_isStalled = false;
-    bool m_isAway = false;
-    bool m_hasEnded = false; ///< nothing is passed to the backend any more
+    bool m_hasEnded = false; ///< nothing is answered any more
     QTimer m_stallEnd;
     QTimer m_return;
     QList<Request> m_waiting; ///< while it is stalled

@@ -54,7 +54,6 @@ void Replay::start()
     for (auto event = m_run.events.begin() + 1; event != m_run.events.end(); ++event) {
         m_clock.after(event->time, m_playing.get(), [this, &event = *event] { happen(event); });
     }
-    Q_EMIT ready();
 }
 
 void Replay::happen(const RecordedEvent& event)
@@ -80,24 +79,22 @@ void Replay::happen(const RecordedEvent& event)
         if (event.name.endsWith(suffix) && event.value.isValid() && m_properties.contains(property)) {
             m_properties.insert(property, event.value);
         }
-        QDBusMessage signal = QDBusMessage::createSignal(daemonPath(), daemonService(), event.name);
-        signal.setArguments(event.arguments);
-        Q_EMIT sent(signal);
+        Q_EMIT sent(event.name, event.arguments);
         break;
     }
     }
 }
 
-void Replay::call(const QDBusMessage& request, Reply reply)
+QDBusMessage Replay::answer(const QDBusMessage& request) const
 {
     if (request.interface() == propertiesInterface()) {
-        reply(answerProperties(request));
-    } else if (request.member() == QLatin1String("Introspect")) {
-        reply(request.createReply(introspection()));
-    } else {
-        reply(isDaemonMethod(request.member()) ? request.createReply()
-                                               : unknown(request, QDBusError::UnknownMethod));
+        return answerProperties(request);
     }
+    if (request.member() == QLatin1String("Introspect")) {
+        return request.createReply(introspection());
+    }
+    return isDaemonMethod(request.member()) ? request.createReply()
+                                            : unknown(request, QDBusError::UnknownMethod);
 }
 
 QDBusMessage Replay::answerProperties(const QDBusMessage& request) const

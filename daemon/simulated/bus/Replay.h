@@ -1,7 +1,9 @@
 #pragma once
 
-#include "DaemonBackend.h"
 #include "RecordedRun.h"
+
+#include <QDBusMessage>
+#include <QObject>
 
 #include <memory>
 
@@ -11,17 +13,25 @@ class SimulationClock;
 
 /// A daemon that does what was recorded of another, in order and spacing, whatever it is asked. After the end
 /// it stays as it is.
-class Replay : public DaemonBackend
+class Replay : public QObject
 {
     Q_OBJECT
 
 public:
     Replay(RecordedRun run, SimulationClock& clock);
 
-    void start() override;
-    void stop() override { m_playing.reset(); }
-    void call(const QDBusMessage& request, Reply reply) override;
-    void flush(std::function<void()> done) override { done(); }
+    void start();
+    void stop() { m_playing.reset(); }
+    [[nodiscard]] QDBusMessage answer(const QDBusMessage& request) const;
+
+Q_SIGNALS:
+    /// It leaves the bus by itself, and comes back.
+    void left();
+    void returned();
+    /// The name passes to another connection without a gap.
+    void handedOver();
+    /// A signal of the daemon's interface.
+    void sent(const QString& signal, const QVariantList& arguments);
 
 private:
     void happen(const RecordedEvent& event);

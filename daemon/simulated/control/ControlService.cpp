@@ -40,13 +40,13 @@ ControlService::ControlService(SimulatedRadio* radio, BusFront& front, Simulatio
     new SimulationAdaptor(this);
 }
 
-QString ControlService::publish(QDBusConnection bus)
+base::Result<> ControlService::publish(QDBusConnection bus)
 {
     if (bus.registerObject(controlPath(), this) && bus.registerService(controlService())) {
         return {};
     }
-    return QStringLiteral("the name %1 cannot be had; only one simulation can run on a bus")
-        .arg(controlService());
+    return base::error(QStringLiteral("the name %1 cannot be had; only one simulation can run on a bus")
+                           .arg(controlService()));
 }
 
 double ControlService::time() const
@@ -206,18 +206,16 @@ void ControlService::AnswerPairing(const QString& device, bool accepts)
 
 void ControlService::SetFault(const QStringList& fault)
 {
-    QString problem;
-    const auto request = FaultRequest::parse(fault, problem);
-    if (!request) {
-        refuse("InvalidArgument", problem);
-        return;
+    if (const auto understood = Fault::parse(fault)) {
+        m_front.apply(*understood);
+    } else {
+        refuse("InvalidArgument", understood.error().text);
     }
-    m_front.apply(*request);
 }
 
 QList<QVariantMap> ControlService::Faults()
 {
-    return m_front.faults();
+    return m_front.faults().records();
 }
 
 QList<QVariantMap> ControlService::Calls()
@@ -237,9 +235,8 @@ void ControlService::Step(double seconds)
         refuse("InvalidArgument", QStringLiteral("a step is from 0 to 86400 s"));
         return;
     }
-    setDelayedReply(true);
     m_clock.advance(milliseconds(seconds));
-    m_front.flush([request = message(), bus = connection()] { bus.send(request.createReply()); });
+    m_front.sync(); // after a handover others may ask on another connection
 }
 
 } // namespace bt

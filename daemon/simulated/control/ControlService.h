@@ -27,8 +27,7 @@ public:
     /// \a radio may be null: a recording has no devices.
     ControlService(SimulatedRadio* radio, BusFront& front, SimulationClock& clock);
 
-    /// @return what went wrong; empty when it is on the bus.
-    [[nodiscard]] QString publish(QDBusConnection bus);
+    [[nodiscard]] base::Result<> publish(QDBusConnection bus);
 
     [[nodiscard]] double time() const;
     [[nodiscard]] bool isPaused() const;

@@ -1,6 +1,7 @@
 #include "DeviceRecord.h"
 
 #include "AddressHelper.h"
+#include "DeviceWords.h"
 #include "SimulatedRadio.h"
 
 #include <algorithm>
@@ -13,43 +14,25 @@ namespace {
 QString pairingWord(const SimulatedDevice& device)
 {
     using Device = SimulatedDevice;
-    switch (device.answer) {
-    case Device::Answer::Refuses:
-        return QStringLiteral("refuses");
-    case Device::Answer::Silent:
-        return QStringLiteral("times-out");
-    case Device::Answer::OutOfReach:
-        return QStringLiteral("out-of-reach");
-    case Device::Answer::Accepts:
-        break;
+    for (const PairingWord& word : PairingWords) {
+        const bool takesPin = word.pairing == Device::Pairing::Pin && *word.argument != '\0';
+        const bool isSame = word.pairing == device.pairing
+            && (word.pairing != Device::Pairing::Pin || takesPin != device.pin.isEmpty());
+        if (word.answer == device.answer && (isSame || word.answer != Device::Answer::Accepts)) {
+            return QLatin1String(word.word);
+        }
     }
-    switch (device.pairing) {
-    case Device::Pairing::JustWorks:
-        return QStringLiteral("just-works");
-    case Device::Pairing::Code:
-        return QStringLiteral("code");
-    case Device::Pairing::SimpleConfirmation:
-        return QStringLiteral("confirmation");
-    case Device::Pairing::Pin:
-        break;
-    }
-    return device.pin.isEmpty() ? QStringLiteral("wrong-pin") : QStringLiteral("pin");
+    return {};
 }
 
 QStringList roleWords(const SimulatedDevice& device)
 {
     QStringList words;
-    const auto add = [&words](bool is, const char* word) {
-        if (is) {
-            words << QLatin1String(word);
+    for (const RoleWord& role : RoleWords) {
+        if ((device.connection & role.connection) != 0 || (role.also != nullptr && device.*role.also)) {
+            words << QLatin1String(role.word);
         }
-    };
-    add((device.connection & Plain) != 0, "plain");
-    add((device.connection & Headset) != 0, "headset");
-    add(device.companion, "app");
-    add((device.connection & Ftp) != 0, "ftp");
-    add((device.connection & Iap) != 0, "ios");
-    add(device.wifed, "wifed");
+    }
     return words;
 }
 

@@ -1,10 +1,11 @@
 #include "DeviceReader.h"
 
 #include "AddressHelper.h"
+#include "DeviceWords.h"
 #include "ObjectReader.h"
 #include "Quantities.h"
-#include "RadioTypes.h"
 #include "ScenarioReader.h"
+#include "WordTable.h"
 #include "base/Quoted.h"
 
 #include <QRegularExpression>
@@ -86,41 +87,13 @@ void readSecrets(ObjectReader& reader, const QString& pairing, SimulatedDevice& 
 
 void readPairing(ObjectReader& reader, SimulatedDevice& device)
 {
-    using Device = SimulatedDevice;
     const QString pairing =
         reader.word("pairing", ScenarioVocabulary::pairing()).value_or(QStringLiteral("just-works"));
-    if (pairing == QLatin1String("pin") || pairing == QLatin1String("wrong-pin")) {
-        device.pairing = Device::Pairing::Pin;
-    } else if (pairing == QLatin1String("code") || pairing == QLatin1String("refuses")) {
-        device.pairing = Device::Pairing::Code;
-    } else if (pairing == QLatin1String("confirmation")) {
-        device.pairing = Device::Pairing::SimpleConfirmation;
-    }
-    if (pairing == QLatin1String("refuses")) {
-        device.answer = Device::Answer::Refuses;
-    } else if (pairing == QLatin1String("times-out")) {
-        device.answer = Device::Answer::Silent;
-    } else if (pairing == QLatin1String("out-of-reach")) {
-        device.answer = Device::Answer::OutOfReach;
+    if (const PairingWord* word = rowOf(PairingWords, pairing)) {
+        device.pairing = word->pairing;
+        device.answer = word->answer;
     }
     readSecrets(reader, pairing, device);
-}
-
-void applyRole(SimulatedDevice& device, const QString& role)
-{
-    if (role == QLatin1String("plain")) {
-        device.connection |= Plain;
-    } else if (role == QLatin1String("headset")) {
-        device.connection |= Headset;
-    } else if (role == QLatin1String("ftp")) {
-        device.connection |= Ftp;
-    } else if (role == QLatin1String("ios")) {
-        device.connection |= Iap;
-    } else if (role == QLatin1String("app")) {
-        device.companion = true;
-    } else if (role == QLatin1String("wifed")) {
-        device.wifed = true;
-    }
 }
 
 void readRoles(ObjectReader& reader, SimulatedDevice& device)
@@ -129,7 +102,8 @@ void readRoles(ObjectReader& reader, SimulatedDevice& device)
     if (const auto* roles = reader.list("is")) {
         for (const JsonValue& value : *roles) {
             const auto* role = value.as<QString>();
-            if (role == nullptr || !ScenarioVocabulary::roles().contains(*role)) {
+            const RoleWord* word = role != nullptr ? rowOf(RoleWords, *role) : nullptr;
+            if (word == nullptr) {
                 const QString problem = role != nullptr
                     ? unknownWord(*role, QStringLiteral("kind of device"), ScenarioVocabulary::roles())
                     : QStringLiteral("a kind of device is a text, one of ")
@@ -137,7 +111,10 @@ void readRoles(ObjectReader& reader, SimulatedDevice& device)
                 reader.complain(value.line, QStringLiteral("\"is\" of %1: ").arg(reader.what()) + problem);
                 return;
             }
-            applyRole(device, *role);
+            device.connection |= word->connection;
+            if (word->also != nullptr) {
+                device.*word->also = true;
+            }
         }
     }
     if (device.connection == NotConnected) {

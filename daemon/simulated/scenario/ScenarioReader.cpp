@@ -2,8 +2,10 @@
 
 #include "AddressHelper.h"
 #include "DeviceReader.h"
+#include "EventWords.h"
 #include "ObjectReader.h"
 #include "Quantities.h"
+#include "WordTable.h"
 #include "base/Quoted.h"
 
 #include <QHash>
@@ -126,18 +128,12 @@ qulonglong Reader::find(const QString& nameOrAddress, ObjectReader& reader, int 
 
 void Reader::readEvent(const JsonValue& value, const QString& called)
 {
-    using Kind = ScenarioEvent::Kind;
-    static const std::vector<std::pair<const char*, Kind>> kinds{
-        { "connect", Kind::Connect }, { "pair-request", Kind::PairRequest },
-        { "drop", Kind::Drop },       { "disappear", Kind::Disappear },
-        { "appear", Kind::Appear },   { "move", Kind::Move },
-    };
     ObjectReader reader(value, called, ScenarioVocabulary::event(), m_problem);
     ScenarioEvent event;
     reader.require("after");
     event.time = milliseconds(reader.number("after", 0, LongestTime).value_or(0));
     int count = 0;
-    for (const auto& [name, kind] : kinds) {
+    for (const auto& [name, kind] : EventWords) {
         if (const auto device = reader.text(name)) {
             ++count;
             event.kind = kind;
@@ -146,9 +142,8 @@ void Reader::readEvent(const JsonValue& value, const QString& called)
     }
     if (count != 1) {
         reader.complain(value.line,
-                        QStringLiteral("%1 has to have exactly one of \"connect\", \"pair-request\", "
-                                       "\"drop\", \"disappear\", \"appear\", \"move\"")
-                            .arg(called));
+                        QStringLiteral("%1 has to have exactly one of \"%2\"")
+                            .arg(called, wordsOf(EventWords).join(QStringLiteral("\", \""))));
     }
     readMove(reader, event);
     m_scenario.timeline.push_back(event);

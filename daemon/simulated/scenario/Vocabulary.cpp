@@ -1,4 +1,7 @@
+#include "DeviceWords.h"
+#include "EventWords.h"
 #include "ScenarioReader.h"
+#include "WordTable.h"
 
 namespace bt {
 
@@ -23,21 +26,19 @@ const QStringList& ScenarioVocabulary::movement()
 
 const QStringList& ScenarioVocabulary::event()
 {
-    static const QStringList names{ "after",  "connect", "pair-request", "drop", "disappear",
-                                    "appear", "move",    "to",           "in" };
+    static const QStringList names = QStringList{ "after" } + wordsOf(EventWords) + QStringList{ "to", "in" };
     return names;
 }
 
 const QStringList& ScenarioVocabulary::pairing()
 {
-    static const QStringList names{ "just-works", "code",    "confirmation", "pin",
-                                    "wrong-pin",  "refuses", "times-out",    "out-of-reach" };
+    static const QStringList names = wordsOf(PairingWords);
     return names;
 }
 
 const QStringList& ScenarioVocabulary::roles()
 {
-    static const QStringList names{ "plain", "headset", "app", "ftp", "ios", "wifed" };
+    static const QStringList names = wordsOf(RoleWords);
     return names;
 }
 
