@@ -48,7 +48,7 @@ base::Result<ExitStatus> run(const Request& request, cli::Output& output)
         && (word == QLatin1String("fault") || word == QLatin1String("option"))) {
         return runWords(request, output);
     }
-    const auto simulation = Simulation::find();
+    const auto simulation = SimulationClient::find();
     if (!simulation) {
         return tl::unexpected(simulation.error());
     }
@@ -68,12 +68,13 @@ base::Result<ExitStatus> run(const Request& request, cli::Output& output)
     }
 }
 
-base::Result<ExitStatus> runFault(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runFault(const Request& request, const SimulationClient& simulation,
+                                  cli::Output& output)
 {
     if (!request.arguments.isEmpty()) {
-        return conclude(Simulation::answerOf(simulation.proxy().SetFault(request.arguments)));
+        return conclude(SimulationClient::answerOf(simulation.proxy().SetFault(request.arguments)));
     }
-    const auto faults = Simulation::answerOf(simulation.proxy().Faults());
+    const auto faults = SimulationClient::answerOf(simulation.proxy().Faults());
     if (!faults) {
         return tl::unexpected(faults.error());
     }
@@ -91,9 +92,10 @@ base::Result<ExitStatus> runFault(const Request& request, const Simulation& simu
     return output.lines(lines);
 }
 
-base::Result<ExitStatus> runCalls(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runCalls(const Request& request, const SimulationClient& simulation,
+                                  cli::Output& output)
 {
-    const auto calls = Simulation::answerOf(simulation.proxy().Calls());
+    const auto calls = SimulationClient::answerOf(simulation.proxy().Calls());
     if (!calls) {
         return tl::unexpected(calls.error());
     }

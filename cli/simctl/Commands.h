@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Request.h"
-#include "Simulation.h"
+#include "SimulationClient.h"
 #include "common/Output.h"
 
 namespace simctl {
@@ -10,16 +10,16 @@ namespace simctl {
 base::Result<cli::ExitStatus> run(const Request& request, cli::Output& output);
 
 // The subcommands that need the simulation.
-base::Result<cli::ExitStatus> runDevices(const Request& request, const Simulation& simulation,
+base::Result<cli::ExitStatus> runDevices(const Request& request, const SimulationClient& simulation,
                                          cli::Output& output);
-base::Result<cli::ExitStatus> runNames(const Request& request, const Simulation& simulation,
+base::Result<cli::ExitStatus> runNames(const Request& request, const SimulationClient& simulation,
                                        cli::Output& output);
-base::Result<cli::ExitStatus> runDeviceChange(const Request& request, const Simulation& simulation);
-base::Result<cli::ExitStatus> runFault(const Request& request, const Simulation& simulation,
+base::Result<cli::ExitStatus> runDeviceChange(const Request& request, const SimulationClient& simulation);
+base::Result<cli::ExitStatus> runFault(const Request& request, const SimulationClient& simulation,
                                        cli::Output& output);
-base::Result<cli::ExitStatus> runCalls(const Request& request, const Simulation& simulation,
+base::Result<cli::ExitStatus> runCalls(const Request& request, const SimulationClient& simulation,
                                        cli::Output& output);
-base::Result<cli::ExitStatus> runTime(const Request& request, const Simulation& simulation,
+base::Result<cli::ExitStatus> runTime(const Request& request, const SimulationClient& simulation,
                                       cli::Output& output);
 
 /// Words for the completion, which are there without a simulation.

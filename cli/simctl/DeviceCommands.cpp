@@ -105,20 +105,23 @@ QString jsonOf(const QVariantMap& device)
 
 } // namespace
 
-base::Result<ExitStatus> runDevices(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runDevices(const Request& request, const SimulationClient& simulation,
+                                    cli::Output& output)
 {
-    return Simulation::answerOf(simulation.proxy().Devices()).map([&](const QList<QVariantMap>& devices) {
-        QStringList lines;
-        if (request.json) {
-            std::transform(devices.begin(), devices.end(), std::back_inserter(lines), jsonOf);
-        } else {
-            lines = tableOf(devices);
-        }
-        return output.lines(lines);
-    });
+    return SimulationClient::answerOf(simulation.proxy().Devices())
+        .map([&](const QList<QVariantMap>& devices) {
+            QStringList lines;
+            if (request.json) {
+                std::transform(devices.begin(), devices.end(), std::back_inserter(lines), jsonOf);
+            } else {
+                lines = tableOf(devices);
+            }
+            return output.lines(lines);
+        });
 }
 
-base::Result<ExitStatus> runNames(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runNames(const Request& request, const SimulationClient& simulation,
+                                  cli::Output& output)
 {
     constexpr int CompletionPatience = 1000; // milliseconds; somebody is in the middle of a command line
     simulation.proxy().setTimeout(CompletionPatience);
@@ -126,16 +129,17 @@ base::Result<ExitStatus> runNames(const Request& request, const Simulation& simu
         const bt::FaultWord* fault = bt::rowOf(bt::FaultWords, request.arguments.value(1));
         return output.lines(simulation.daemonMembers(fault != nullptr ? fault->arguments : ""));
     }
-    return Simulation::answerOf(simulation.proxy().Devices()).map([&](const QList<QVariantMap>& devices) {
-        for (const QVariantMap& device : devices) {
-            output.line(field(device, "address").toString());
-            const QString name = field(device, "name").toString();
-            if (!name.isEmpty() && cli::escaped(name) == name) {
-                output.line(name);
+    return SimulationClient::answerOf(simulation.proxy().Devices())
+        .map([&](const QList<QVariantMap>& devices) {
+            for (const QVariantMap& device : devices) {
+                output.line(field(device, "address").toString());
+                const QString name = field(device, "name").toString();
+                if (!name.isEmpty() && cli::escaped(name) == name) {
+                    output.line(name);
+                }
             }
-        }
-        return ExitStatus::Done;
-    });
+            return ExitStatus::Done;
+        });
 }
 
 base::Result<ExitStatus> runWords(const Request& request, cli::Output& output)
@@ -150,13 +154,13 @@ base::Result<ExitStatus> runWords(const Request& request, cli::Output& output)
     return ExitStatus::Done;
 }
 
-base::Result<ExitStatus> runDeviceChange(const Request& request, const Simulation& simulation)
+base::Result<ExitStatus> runDeviceChange(const Request& request, const SimulationClient& simulation)
 {
     using Command = Request::Command;
     SimulationProxy& proxy = simulation.proxy();
     const QString device = request.arguments.value(0);
     const auto done = [](const QDBusPendingReply<>& reply) {
-        return conclude(Simulation::answerOf(reply));
+        return conclude(SimulationClient::answerOf(reply));
     };
     switch (request.command) {
     case Command::Add:

@@ -13,7 +13,7 @@ using cli::ExitStatus;
 constexpr double LongestStep = 86'400;
 constexpr double LargestSpeed = 1e6;
 
-base::Result<ExitStatus> show(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> show(const Request& request, const SimulationClient& simulation, cli::Output& output)
 {
     nlohmann::ordered_json record;
     for (const auto& [name, key] :
@@ -35,7 +35,8 @@ base::Result<ExitStatus> show(const Request& request, const Simulation& simulati
 
 } // namespace
 
-base::Result<ExitStatus> runTime(const Request& request, const Simulation& simulation, cli::Output& output)
+base::Result<ExitStatus> runTime(const Request& request, const SimulationClient& simulation,
+                                 cli::Output& output)
 {
     const QString word = request.arguments.value(0);
     bool isNumber = false;
@@ -48,7 +49,7 @@ base::Result<ExitStatus> runTime(const Request& request, const Simulation& simul
         return conclude(simulation.setProperty("Paused", word == QLatin1String("pause")));
     }
     if (word == QLatin1String("step") && isNumber && number >= 0 && number <= LongestStep) {
-        return conclude(Simulation::answerOf(simulation.proxy().Step(number)));
+        return conclude(SimulationClient::answerOf(simulation.proxy().Step(number)));
     }
     if (word == QLatin1String("speed") && isNumber && number > 0 && number <= LargestSpeed) {
         return conclude(simulation.setProperty("Speed", number));

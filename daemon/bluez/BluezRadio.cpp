@@ -105,12 +105,12 @@ void BluezRadio::useAdapter(const BluezQt::AdapterPtr& adapter)
     });
     Q_EMIT addressChanged(AddressHelper::str2int(adapter->address()));
     m_discoverySwitch = std::make_unique<DiscoverySwitch>(adapter->ubi());
-    m_known = std::make_unique<KnownDevices>();
-    connect(m_known.get(), &KnownDevices::listChanged, this, &Radio::pairListChanged);
-    connect(m_known.get(), &KnownDevices::connectionEstablished, this, &Radio::connectionEstablished);
-    connect(m_known.get(), &KnownDevices::headsetConnected, this, &Radio::headsetConnected);
-    connect(m_known.get(), &KnownDevices::deviceDisconnected, this, &Radio::deviceDisconnected);
-    m_known->follow(adapter);
+    m_bonded = std::make_unique<BondedDevices>();
+    connect(m_bonded.get(), &BondedDevices::listChanged, this, &Radio::pairListChanged);
+    connect(m_bonded.get(), &BondedDevices::connectionEstablished, this, &Radio::connectionEstablished);
+    connect(m_bonded.get(), &BondedDevices::headsetConnected, this, &Radio::headsetConnected);
+    connect(m_bonded.get(), &BondedDevices::deviceDisconnected, this, &Radio::deviceDisconnected);
+    m_bonded->follow(adapter);
     if (m_wantsOn) {
         switchOn();
     } else {
@@ -125,8 +125,8 @@ void BluezRadio::loseAdapter()
     m_switching = false;
     m_discoverySwitch.reset();
     m_adapter.clear();
-    m_known->clear();
-    m_known.reset();
+    m_bonded->clear();
+    m_bonded.reset();
     m_scanResults = {};
     Q_EMIT scanResultsChanged(m_scanResults);
     setStatus(Status::NoDevice);
@@ -156,7 +156,7 @@ void BluezRadio::askForPower(bool on)
     if (std::exchange(m_switching, true)) {
         return;
     }
-    askBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Powered"), on), m_known.get(),
+    askBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Powered"), on), m_bonded.get(),
              [this, on](const QDBusError& error) {
                  m_switching = false;
                  if (m_wantsOn != on) {
@@ -224,7 +224,7 @@ void BluezRadio::putBack()
 
 QString BluezRadio::whyNotOn() const
 {
-    return status() != Status::NoDevice     ? RadioGate::whyNotOn()
+    return status() != Status::NoDevice     ? RadioRules::whyNotOn()
         : m_adapter && m_choice.isBlocked() ? QString(Blocked)
         : m_choice.lastSaid().isEmpty()     ? QStringLiteral("bluetoothd has not told of an adapter yet")
                                             : m_choice.lastSaid();

@@ -3,10 +3,10 @@
 #include "AdapterChoice.h"
 #include "AdapterSettings.h"
 #include "BluezPairing.h"
+#include "BondedDevices.h"
 #include "Discovery.h"
-#include "KnownDevices.h"
 #include "PairingAgent.h"
-#include "RadioGate.h"
+#include "RadioRules.h"
 #include "RfcommProfiles.h"
 #include "base/Result.h"
 
@@ -21,7 +21,7 @@ namespace bt {
 /// - A device to pair with that bluetoothd does not know is looked for first.
 /// - The outcome of a pairing stays until the next one begins or the radio is switched off.
 /// - The adapter's alias, visibility and power are ours while we run and put back by stop().
-class BluezRadio : public RadioGate
+class BluezRadio : public RadioRules
 {
     Q_OBJECT
 
@@ -43,7 +43,7 @@ public:
     base::Result<> sendWifedSocket(const QString& text) override;
 
 private:
-    // What RadioGate has let through.
+    // What RadioRules has let through.
     void takeName(const QString& name) override;
     void startScan() override { lookAround(); }
     void stopScan() override { leaveDiscovery(); }
@@ -79,7 +79,7 @@ private:
     AdapterSettings m_settings;
     PairingAgent m_agent;
     RfcommProfiles m_profiles;
-    std::unique_ptr<KnownDevices> m_known;
+    std::unique_ptr<BondedDevices> m_bonded;
     std::unique_ptr<DiscoverySwitch> m_discoverySwitch; ///< as long as the adapter is there
     std::unique_ptr<Discovery> m_discovery; ///< for a scan, or for a device to pair with
     std::unique_ptr<BluezPairing> m_pairing;

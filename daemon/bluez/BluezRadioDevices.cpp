@@ -1,7 +1,7 @@
 #include "AddressHelper.h"
 #include "BluezCall.h"
 #include "BluezRadio.h"
-#include "ConnectionBits.h"
+#include "DeviceServices.h"
 #include "Notice.h"
 
 #include <utility>
@@ -65,7 +65,7 @@ void BluezRadio::leaveDiscovery()
 
 bool BluezRadio::isPaired(qulonglong address) const
 {
-    return !m_known->find(address).isNull();
+    return !m_bonded->find(address).isNull();
 }
 
 void BluezRadio::startPairing(qulonglong address)
@@ -119,7 +119,7 @@ void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& 
 
 base::Result<> BluezRadio::unpair(qulonglong address)
 {
-    const BluezQt::DevicePtr device = m_known ? m_known->find(address) : BluezQt::DevicePtr();
+    const BluezQt::DevicePtr device = m_bonded ? m_bonded->find(address) : BluezQt::DevicePtr();
     if (!device) {
         return notPaired(address);
     }
@@ -136,7 +136,7 @@ base::Result<> BluezRadio::connectDevice(qulonglong address)
     if (base::Result<> ready = requireOn(); !ready) {
         return ready;
     }
-    const BluezQt::DevicePtr device = m_known->find(address);
+    const BluezQt::DevicePtr device = m_bonded->find(address);
     if (!device) {
         return notPaired(address);
     }
@@ -146,7 +146,7 @@ base::Result<> BluezRadio::connectDevice(qulonglong address)
 
 base::Result<> BluezRadio::disconnectDevice(qulonglong address)
 {
-    const BluezQt::DevicePtr device = m_known ? m_known->find(address) : BluezQt::DevicePtr();
+    const BluezQt::DevicePtr device = m_bonded ? m_bonded->find(address) : BluezQt::DevicePtr();
     if (!device) {
         return notPaired(address);
     }
@@ -169,7 +169,8 @@ void BluezRadio::changeLink(const BluezQt::DevicePtr& device, const QString& met
 
 base::Result<> BluezRadio::killIap()
 {
-    const QList<BluezQt::DevicePtr> devices = m_known ? m_known->connected(Iap) : QList<BluezQt::DevicePtr>();
+    const QList<BluezQt::DevicePtr> devices =
+        m_bonded ? m_bonded->connected(Iap) : QList<BluezQt::DevicePtr>();
     for (const BluezQt::DevicePtr& device : devices) {
         tellBluez({ device->ubi(), DeviceInterface, QStringLiteral("DisconnectProfile"), { IapUuid } },
                   QStringLiteral("ending the iOS connection of %1").arg(device->address()));

@@ -1,7 +1,7 @@
 #include "RfcommProfiles.h"
 
 #include "BluezCall.h"
-#include "ConnectionBits.h"
+#include "DeviceServices.h"
 
 #include <QDBusConnection>
 

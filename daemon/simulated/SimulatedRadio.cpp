@@ -94,7 +94,7 @@ void SimulatedRadio::stopScan()
 
 QString SimulatedRadio::whyNobody(qulonglong address) const
 {
-    const QString reason = RadioGate::whyNobody(address);
+    const QString reason = RadioRules::whyNobody(address);
     return !reason.isEmpty() || m_room.knows(address)
         ? reason
         : QStringLiteral("nobody around has or had the address %1; \"simctl devices\" lists who is there")

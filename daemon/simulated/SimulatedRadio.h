@@ -3,7 +3,7 @@
 #include "Inquiry.h"
 #include "PairedDevices.h"
 #include "Pairing.h"
-#include "RadioGate.h"
+#include "RadioRules.h"
 #include "Room.h"
 #include "base/Result.h"
 
@@ -21,7 +21,7 @@ class SimulationClock;
 ///
 /// - The outcome of a pairing stays until the next one begins or the radio is switched off.
 /// - What is paired stays paired while the radio is off, and with restorePairs() over a restart.
-class SimulatedRadio : public RadioGate
+class SimulatedRadio : public RadioRules
 {
     Q_OBJECT
 

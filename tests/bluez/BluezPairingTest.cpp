@@ -1,5 +1,5 @@
 #include "BluezFixture.h"
-#include "ConnectionBits.h"
+#include "DeviceServices.h"
 
 #include <QDBusUnixFileDescriptor>
 #include <QScopeGuard>

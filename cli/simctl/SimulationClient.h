@@ -16,12 +16,12 @@ namespace simctl {
 [[nodiscard]] base::Result<QDBusConnection> systemBus();
 
 /// The simulation that runs on the system bus.
-class Simulation
+class SimulationClient
 {
 public:
     /// The simulation, or why there is none.
-    static base::Result<Simulation> find();
-    explicit Simulation(std::shared_ptr<SimulationProxy> proxy);
+    static base::Result<SimulationClient> find();
+    explicit SimulationClient(std::shared_ptr<SimulationProxy> proxy);
 
     [[nodiscard]] SimulationProxy& proxy() const { return *m_proxy; }
     /// One of its properties.

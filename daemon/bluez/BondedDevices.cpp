@@ -1,7 +1,7 @@
-#include "KnownDevices.h"
+#include "BondedDevices.h"
 
 #include "AddressHelper.h"
-#include "ConnectionBits.h"
+#include "DeviceServices.h"
 #include "RadioTypes.h"
 
 #include <algorithm>
@@ -23,10 +23,10 @@ PairEntry entryOf(const BluezQt::DevicePtr& device)
 
 } // namespace
 
-void KnownDevices::follow(const BluezQt::AdapterPtr& adapter)
+void BondedDevices::follow(const BluezQt::AdapterPtr& adapter)
 {
     m_adapter = adapter;
-    connect(adapter.data(), &BluezQt::Adapter::deviceAdded, this, &KnownDevices::watch);
+    connect(adapter.data(), &BluezQt::Adapter::deviceAdded, this, &BondedDevices::watch);
     connect(adapter.data(), &BluezQt::Adapter::deviceRemoved, this,
             [this](const BluezQt::DevicePtr& device) { forget(m_devices.indexOf(device)); });
     QList<BluezQt::DevicePtr> devices = adapter->devices();
@@ -37,7 +37,7 @@ void KnownDevices::follow(const BluezQt::AdapterPtr& adapter)
     }
 }
 
-void KnownDevices::clear()
+void BondedDevices::clear()
 {
     if (m_adapter) {
         m_adapter->disconnect(this);
@@ -51,7 +51,7 @@ void KnownDevices::clear()
     }
 }
 
-void KnownDevices::watch(const BluezQt::DevicePtr& device)
+void BondedDevices::watch(const BluezQt::DevicePtr& device)
 {
     const BluezQt::Device* known = device.data();
     const auto again = [this, known] {
@@ -67,7 +67,7 @@ void KnownDevices::watch(const BluezQt::DevicePtr& device)
     refresh(device);
 }
 
-void KnownDevices::refresh(const BluezQt::DevicePtr& device)
+void BondedDevices::refresh(const BluezQt::DevicePtr& device)
 {
     int row = m_devices.indexOf(device);
     if (!device->isPaired()) {
@@ -87,7 +87,7 @@ void KnownDevices::refresh(const BluezQt::DevicePtr& device)
     }
 }
 
-void KnownDevices::forget(int row)
+void BondedDevices::forget(int row)
 {
     if (row < 0) {
         return;
@@ -99,7 +99,7 @@ void KnownDevices::forget(int row)
     announce(before.address, before.connectionState, NotConnected);
 }
 
-void KnownDevices::announce(qulonglong address, unsigned before, unsigned now)
+void BondedDevices::announce(qulonglong address, unsigned before, unsigned now)
 {
     if (before == NotConnected && now != NotConnected) {
         Q_EMIT connectionEstablished(address);
@@ -112,14 +112,14 @@ void KnownDevices::announce(qulonglong address, unsigned before, unsigned now)
     }
 }
 
-BluezQt::DevicePtr KnownDevices::find(qulonglong address) const
+BluezQt::DevicePtr BondedDevices::find(qulonglong address) const
 {
     const auto found = std::find_if(m_devices.begin(), m_devices.end(),
                                     [address](const auto& device) { return addressOf(device) == address; });
     return found == m_devices.end() ? BluezQt::DevicePtr() : *found;
 }
 
-QList<BluezQt::DevicePtr> KnownDevices::connected(unsigned bits) const
+QList<BluezQt::DevicePtr> BondedDevices::connected(unsigned bits) const
 {
     QList<BluezQt::DevicePtr> found;
     for (int row = 0; row < m_devices.size(); ++row) {

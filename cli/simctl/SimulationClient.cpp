@@ -1,4 +1,4 @@
-#include "Simulation.h"
+#include "SimulationClient.h"
 
 #include "ControlNames.h"
 #include "simulationproxy.h"
@@ -37,12 +37,12 @@ base::Result<QDBusConnection> systemBus()
                        base::Failure::NoServer);
 }
 
-Simulation::Simulation(std::shared_ptr<SimulationProxy> proxy)
+SimulationClient::SimulationClient(std::shared_ptr<SimulationProxy> proxy)
     : m_proxy(std::move(proxy))
 {
 }
 
-base::Result<Simulation> Simulation::find()
+base::Result<SimulationClient> SimulationClient::find()
 {
     const auto bus = systemBus();
     if (!bus) {
@@ -56,23 +56,23 @@ base::Result<Simulation> Simulation::find()
     qDBusRegisterMetaType<QList<QVariantMap>>();
     auto proxy = std::make_shared<SimulationProxy>(bt::controlService(), bt::controlPath(), *bus);
     proxy->setTimeout(PatienceMilliseconds);
-    return Simulation(std::move(proxy));
+    return SimulationClient(std::move(proxy));
 }
 
-base::Result<QVariant> Simulation::property(const char* name) const
+base::Result<QVariant> SimulationClient::property(const char* name) const
 {
     return answerOf(QDBusPendingReply<QDBusVariant>(ask(propertyCall("Get", name))))
         .map([](const QDBusVariant& value) { return value.variant(); });
 }
 
-base::Result<> Simulation::setProperty(const char* name, const QVariant& value) const
+base::Result<> SimulationClient::setProperty(const char* name, const QVariant& value) const
 {
     QDBusMessage call = propertyCall("Set", name);
     call << QVariant::fromValue(QDBusVariant(value));
     return answerOf(QDBusPendingReply<>(ask(call)));
 }
 
-QStringList Simulation::daemonMembers(const QString& kinds) const
+QStringList SimulationClient::daemonMembers(const QString& kinds) const
 {
     const QString daemon = QStringLiteral("com.qarn.bluetooth");
     const auto description = answerOf(QDBusPendingReply<QString>(ask(QDBusMessage::createMethodCall(
@@ -95,12 +95,12 @@ QStringList Simulation::daemonMembers(const QString& kinds) const
     return members;
 }
 
-QDBusPendingCall Simulation::ask(const QDBusMessage& call) const
+QDBusPendingCall SimulationClient::ask(const QDBusMessage& call) const
 {
     return m_proxy->connection().asyncCall(call, m_proxy->timeout());
 }
 
-base::Result<> Simulation::answerOf(QDBusPendingReply<> reply)
+base::Result<> SimulationClient::answerOf(QDBusPendingReply<> reply)
 {
     reply.waitForFinished();
     if (!reply.isError()) {

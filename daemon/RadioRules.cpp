@@ -1,4 +1,4 @@
-#include "RadioGate.h"
+#include "RadioRules.h"
 
 #include "AddressHelper.h"
 #include "Notice.h"
@@ -18,18 +18,18 @@ base::Result<> noPairing()
 
 } // namespace
 
-void RadioGate::setStatus(Status status)
+void RadioRules::setStatus(Status status)
 {
     m_status = status;
     Q_EMIT statusChanged(status);
 }
 
-bool RadioGate::goesOn() const
+bool RadioRules::goesOn() const
 {
     return m_status == Status::On || m_status == Status::Starting;
 }
 
-QString RadioGate::whyNotOn() const
+QString RadioRules::whyNotOn() const
 {
     switch (m_status) {
     case Status::Starting:
@@ -43,7 +43,7 @@ QString RadioGate::whyNotOn() const
     }
 }
 
-base::Result<> RadioGate::requireOn() const
+base::Result<> RadioRules::requireOn() const
 {
     if (m_status == Status::On) {
         return {};
@@ -51,7 +51,7 @@ base::Result<> RadioGate::requireOn() const
     return base::error(whyNotOn(), base::Failure::NotReady);
 }
 
-base::Result<> RadioGate::requireNoPairing(const QString& instead) const
+base::Result<> RadioRules::requireNoPairing(const QString& instead) const
 {
     const PairingAttempt* pairing = attempt();
     if (pairing == nullptr || !pairing->isUnderWay()) {
@@ -62,7 +62,7 @@ base::Result<> RadioGate::requireNoPairing(const QString& instead) const
         base::Failure::InProgress);
 }
 
-base::Result<> RadioGate::setLocalName(const QString& name)
+base::Result<> RadioRules::setLocalName(const QString& name)
 {
     if (name.isEmpty()) {
         return base::error(QStringLiteral("the local name is empty; it needs a character"),
@@ -73,7 +73,7 @@ base::Result<> RadioGate::setLocalName(const QString& name)
     return {};
 }
 
-base::Result<> RadioGate::scan()
+base::Result<> RadioRules::scan()
 {
     if (base::Result<> ready = requireOn(); !ready) {
         return ready;
@@ -91,7 +91,7 @@ base::Result<> RadioGate::scan()
     return {};
 }
 
-void RadioGate::endScan()
+void RadioRules::endScan()
 {
     if (std::exchange(m_scanning, false)) {
         stopScan();
@@ -99,7 +99,7 @@ void RadioGate::endScan()
     }
 }
 
-base::Result<> RadioGate::cancelScan()
+base::Result<> RadioRules::cancelScan()
 {
     if (!m_scanning) {
         return base::error(QStringLiteral("no scan runs"), base::Failure::NothingPending);
@@ -108,7 +108,7 @@ base::Result<> RadioGate::cancelScan()
     return {};
 }
 
-base::Result<> RadioGate::pair(qulonglong address)
+base::Result<> RadioRules::pair(qulonglong address)
 {
     if (base::Result<> ready = requireOn(); !ready) {
         return ready;
@@ -129,7 +129,7 @@ base::Result<> RadioGate::pair(qulonglong address)
     return {};
 }
 
-QString RadioGate::whyNobody(qulonglong address) const
+QString RadioRules::whyNobody(qulonglong address) const
 {
     return address != 0 && address <= LargestAddress
         ? QString()
@@ -139,29 +139,29 @@ QString RadioGate::whyNobody(qulonglong address) const
               .arg(address == 0 ? AddressHelper::int2str(0) : QStringLiteral("0x%1").arg(address, 0, 16));
 }
 
-base::Result<> RadioGate::answer(base::Result<> (PairingAttempt::*how)())
+base::Result<> RadioRules::answer(base::Result<> (PairingAttempt::*how)())
 {
     PairingAttempt* pairing = attempt();
     return pairing != nullptr ? (pairing->*how)() : noPairing();
 }
 
-base::Result<> RadioGate::pinReply(const QString& pin)
+base::Result<> RadioRules::pinReply(const QString& pin)
 {
     PairingAttempt* pairing = attempt();
     return pairing != nullptr ? pairing->pinReply(pin) : noPairing();
 }
 
-base::Result<> RadioGate::pinDecline()
+base::Result<> RadioRules::pinDecline()
 {
     return answer(&PairingAttempt::pinDecline);
 }
 
-base::Result<> RadioGate::confirmCode()
+base::Result<> RadioRules::confirmCode()
 {
     return answer(&PairingAttempt::confirm);
 }
 
-base::Result<> RadioGate::rejectCode()
+base::Result<> RadioRules::rejectCode()
 {
     return answer(&PairingAttempt::reject);
 }

@@ -11,7 +11,7 @@ namespace bt {
 
 /// The devices that the adapter is paired with, in the order of their addresses at first and of their pairing
 /// from then on, and the links to them. Deleting the object says nothing; clear() does.
-class KnownDevices : public QObject
+class BondedDevices : public QObject
 {
     Q_OBJECT
 

@@ -1,4 +1,4 @@
-#include "ConnectionBits.h"
+#include "DeviceServices.h"
 
 #include "RadioTypes.h"
 

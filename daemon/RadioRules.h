@@ -11,10 +11,9 @@ namespace bt {
 ///
 /// - A request that needs the radio is refused while it is not on.
 /// - A scan is refused while one runs or a pairing is under way; a pairing ends a scan.
-/// - One pairing at a time. Pairing with a device that is paired already succeeds at once, with one that
-/// there
-///   cannot be it fails at once, as with one that does not answer.
-class RadioGate : public Radio
+/// - One pairing at a time. Pairing with a device that is paired already succeeds at once; with one that
+///   cannot be there it fails at once, as with one that does not answer.
+class RadioRules : public Radio
 {
     Q_OBJECT
 
