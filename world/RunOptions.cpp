@@ -124,8 +124,8 @@ base::Result<> resolveScenario(const QString& nameOrPath, RunOptions& run)
         run.scenario = absolute(QFile::encodeName(nameOrPath).toStdString());
         run.named << run.scenario;
     }
-    const QString problem = bt::problemOf(run.scenario);
-    return problem.isEmpty() ? base::Result<>() : misused(QStringLiteral("--scenario: %1").arg(problem));
+    const auto checked = bt::checkScenario(run.scenario);
+    return checked ? checked : misused(QStringLiteral("--scenario: %1").arg(checked.error().text));
 }
 
 bool canBeWritten(const QString& log)

@@ -29,10 +29,10 @@ QByteArray textOf(const PairList& list)
     return QByteArray::fromStdString(text);
 }
 
-PairEntry readDevice(const JsonValue& value, TextProblem& problem)
+PairEntry readDevice(const JsonValue& value, base::Result<>& outcome)
 {
     ObjectReader reader(value, QStringLiteral("a device"),
-                        { QStringLiteral("address"), QStringLiteral("name") }, problem);
+                        { QStringLiteral("address"), QStringLiteral("name") }, outcome);
     reader.require("address");
     reader.require("name");
     const QString address = reader.text("address").value_or(QString());
@@ -46,23 +46,18 @@ PairEntry readDevice(const JsonValue& value, TextProblem& problem)
     return entry;
 }
 
-/// @return what is wrong with the text; nothing when \a list is what it says.
-TextProblem read(const QByteArray& text, PairList& list)
+base::Result<PairList> read(const JsonValue& root)
 {
-    const auto parsed = parseJson(text);
-    if (const auto* problem = std::get_if<TextProblem>(&parsed)) {
-        return *problem;
-    }
-    TextProblem problem;
-    ObjectReader reader(std::get<JsonValue>(parsed), QStringLiteral("the file"), { QStringLiteral("paired") },
-                        problem);
+    base::Result<> outcome;
+    ObjectReader reader(root, QStringLiteral("the file"), { QStringLiteral("paired") }, outcome);
     reader.require("paired");
+    PairList list;
     if (const auto* devices = reader.list("paired")) {
         for (const JsonValue& device : *devices) {
-            list.entries.append(readDevice(device, problem));
+            list.entries.append(readDevice(device, outcome));
         }
     }
-    return problem;
+    return outcome.map([&list] { return list; });
 }
 
 } // namespace
@@ -79,14 +74,13 @@ std::optional<PairList> PairingStore::load()
         return {};
     }
     const QByteArray text = file.readAll();
-    PairList list;
-    const TextProblem problem = read(text, list);
-    if (!problem.text.isEmpty()) {
-        setAside(QStringLiteral("line %1: ").arg(problem.line) + problem.text);
+    const auto list = parseJson(text).and_then(read);
+    if (!list) {
+        setAside(QStringLiteral("line %1: ").arg(list.error().line) + list.error().text);
         return {};
     }
     m_written = text;
-    return list;
+    return *list;
 }
 
 void PairingStore::setAside(const QString& reason) const

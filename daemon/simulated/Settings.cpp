@@ -7,15 +7,15 @@ namespace bt {
 
 namespace {
 
-QString wrong(const char* variable, const QString& rule)
+tl::unexpected<base::Error> wrong(const char* variable, const QString& rule)
 {
-    return QStringLiteral("%1 is \"%2\" but has to be %3")
-        .arg(QLatin1String(variable), qEnvironmentVariable(variable), rule);
+    return base::error(QStringLiteral("%1 is \"%2\" but has to be %3")
+                           .arg(QLatin1String(variable), qEnvironmentVariable(variable), rule));
 }
 
 } // namespace
 
-std::variant<Settings, QString> Settings::fromEnvironment()
+base::Result<Settings> Settings::fromEnvironment()
 {
     Settings settings;
     bool isNumber = true;
@@ -41,11 +41,11 @@ std::variant<Settings, QString> Settings::fromEnvironment()
     if (name.isEmpty()) {
         name = QLatin1String(DefaultScenario);
     }
-    const auto [file, problem] = findScenario(name);
-    settings.scenarioFile = file;
-    if (!problem.isEmpty()) {
-        return QStringLiteral("BLUESIM_SCENARIO: %1").arg(problem);
+    const auto file = findScenario(name);
+    if (!file) {
+        return base::error(QStringLiteral("BLUESIM_SCENARIO: %1").arg(file.error().text));
     }
+    settings.scenarioFile = *file;
     return settings;
 }
 

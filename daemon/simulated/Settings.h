@@ -1,10 +1,8 @@
 #pragma once
 
-#include "Scenario.h"
+#include "base/Result.h"
 
 #include <QString>
-
-#include <variant>
 
 namespace bt {
 
@@ -17,8 +15,8 @@ struct Settings
     QString scenarioFile; ///< BLUESIM_SCENARIO, a name or the path of a file
     QString stateFile; ///< BLUESIM_STATE; empty keeps nothing
 
-    /// @return the settings, or which variable is wrong and what would be right.
-    [[nodiscard]] static std::variant<Settings, QString> fromEnvironment();
+    /// The error names the variable.
+    [[nodiscard]] static base::Result<Settings> fromEnvironment();
 };
 
 } // namespace bt

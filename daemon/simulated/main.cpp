@@ -33,11 +33,11 @@ void printUsage()
 /// For whoever starts the program later and wants to know before.
 int checkScenario(const QString& nameOrPath)
 {
-    const QString problem = bt::problemOf(nameOrPath);
-    if (!problem.isEmpty()) {
-        qCritical().noquote() << problem;
+    const auto checked = bt::checkScenario(nameOrPath);
+    if (!checked) {
+        qCritical().noquote() << checked.error().text;
     }
-    return problem.isEmpty() ? 0 : UsageError;
+    return checked ? 0 : UsageError;
 }
 
 /// The module hands over the host name as "hostname" printed it, line end included.
@@ -52,13 +52,11 @@ QString localName(QString argument)
 int simulate(const bt::Settings& settings, const QString& name)
 {
     const auto loaded = bt::loadScenario(settings.scenarioFile);
-    if (const auto* problem = std::get_if<QString>(&loaded)) {
-        bt::notice(*problem);
+    if (!loaded) {
+        bt::notice(loaded.error().text);
         return UsageError;
     }
-    const auto* run = std::get_if<bt::RecordedRun>(&loaded);
-    bt::Simulation simulation(
-        settings, run != nullptr ? bt::Simulation::Content(*run) : std::get<bt::Scenario>(loaded), name);
+    bt::Simulation simulation(settings, *loaded, name);
     // In the event loop, so that a problem at the start ends it.
     QMetaObject::invokeMethod(&simulation, &bt::Simulation::start, Qt::QueuedConnection);
     return QCoreApplication::exec();
@@ -80,9 +78,9 @@ int main(int argc, char* argv[])
         return UsageError;
     }
     const auto settings = bt::Settings::fromEnvironment();
-    if (const auto* problem = std::get_if<QString>(&settings)) {
-        bt::notice(*problem);
+    if (!settings) {
+        bt::notice(settings.error().text);
         return UsageError;
     }
-    return simulate(std::get<bt::Settings>(settings), localName(arguments.at(1)));
+    return simulate(*settings, localName(arguments.at(1)));
 }

@@ -102,7 +102,8 @@ private Q_SLOTS:
     void setsADamagedFileAside_data()
     {
         const Rows<QByteArray, QString> row("text", "reason");
-        row("cut off", "{ \"paired\": [", "line 1: this is no JSON: it ends while the bracket");
+        row("cut off", "{ \"paired\": [",
+            "line 1: this is no JSON: syntax error while parsing value - unexpected end of input");
         row("no list", "{}", R"(the file needs "paired")");
         row("no address", R"({"paired":[{"address":"near","name":"x"}]})", "\"near\" is no device address");
     }

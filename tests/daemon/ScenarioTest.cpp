@@ -1,6 +1,6 @@
-#include "JsonTree.h"
 #include "ScenarioFiles.h"
 #include "ScenarioReader.h"
+#include "support/ProblemOf.h"
 #include "support/Rows.h"
 #include "support/TableFile.h"
 
@@ -46,8 +46,8 @@ private Q_SLOTS:
             row(wrong.name.constData(), textOf(wrong), says.section(':', 0, 0).toInt(),
                 says.section(": ", 1));
         }
-        row("nothing", " \n", 2, "nothing is in it");
-        row("Latin 1", "{\n\"description\": \"B\xfc ro\"", 2, "no UTF-8");
+        row("nothing", " \n", 1, "unexpected end of input");
+        row("Latin 1", "{\n\"description\": \"B\xfc ro\"", 2, "ill-formed UTF-8");
         row("abyss", "{\n\"devices\":" + QByteArray(200'000, '['), 2, "nested more than 32 deep");
         row("old line ends", "{ \"devices\": [],\r\"colour\": 1 }", 2,
             "\"colour\" is no field of a scenario; there are $schema, description, devices, timeline");
@@ -59,10 +59,9 @@ private Q_SLOTS:
         QFETCH(int, line);
         QFETCH(QString, problem);
         const auto read = bt::readScenario(text);
-        const auto* found = std::get_if<bt::TextProblem>(&read);
-        QVERIFY(found != nullptr);
-        QVERIFY2(found->text.contains(problem), qPrintable(found->text));
-        QCOMPARE(found->line, line);
+        QVERIFY(!read);
+        QVERIFY2(read.error().text.contains(problem), qPrintable(read.error().text));
+        QCOMPARE(read.error().line, line);
     }
 
     // Before it is read: nobody waits for a pipe, and nobody reads a disk image.
@@ -73,9 +72,11 @@ private Q_SLOTS:
         QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), S_IRWXU), 0);
         QFile large(folder.filePath(QStringLiteral("large")));
         QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(16 * 1024 * 1024 + 1));
-        QVERIFY(bt::problemOf(pipe).startsWith(pipe + " is no regular file"));
-        QVERIFY(bt::problemOf(folder.path()).startsWith(folder.path() + " is no regular file"));
-        QVERIFY(bt::problemOf(large.fileName()).startsWith(large.fileName() + " is too large; 16 MiB"));
+        for (const QString& path : { pipe, folder.path(), large.fileName() }) {
+            const QString problem = problemOf(bt::checkScenario(path));
+            const QString reason = path == large.fileName() ? " is too large; 16 MiB" : " is no regular file";
+            QVERIFY2(problem.startsWith(path + reason), qPrintable(problem));
+        }
     }
 };
 
@@ -96,9 +97,8 @@ void ScenarioTest::readsEverything()
             { "after": 0.5, "appear": "00:00:00:00:00:01" }
         ]
     })");
-    const auto* problem = std::get_if<bt::TextProblem>(&read);
-    QVERIFY2(problem == nullptr, problem != nullptr ? qPrintable(problem->text) : "");
-    const auto& scenario = std::get<bt::Scenario>(read);
+    QVERIFY2(read, qPrintable(problemOf(read)));
+    const bt::Scenario& scenario = *read;
     QCOMPARE(scenario.devices.size(), 3U);
     const bt::SimulatedDevice& lamp = scenario.devices.front();
     QCOMPARE(lamp.address, 0x0A1B2C3D4E5FULL);

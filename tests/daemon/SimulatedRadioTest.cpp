@@ -6,6 +6,7 @@
 #include "ScenarioReader.h"
 #include "SimulationClock.h"
 #include "Timeline.h"
+#include "support/ProblemOf.h"
 #include "support/Rows.h"
 #include "support/TableFile.h"
 
@@ -30,7 +31,7 @@ using namespace std::chrono_literals;
 QByteArray scenarioOf(const TableCase& radio)
 {
     if (const QString shipped = radio["scenario"]; !shipped.isEmpty()) {
-        QFile file(bt::findScenario(shipped).first);
+        QFile file(*bt::findScenario(shipped));
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
     const QString lamp = radio["lamp"].isEmpty() ? QString() : ", " + radio["lamp"];
@@ -204,9 +205,9 @@ void SimulatedRadioTest::tells()
     QFETCH(QString, script);
     QFETCH(QString, told);
     const auto read = bt::readScenario(scenario);
-    QVERIFY(std::holds_alternative<bt::Scenario>(read));
+    QVERIFY2(read, qPrintable(problemOf(read)));
     QFETCH(uint, seed);
-    Stage stage(std::get<bt::Scenario>(read), seed);
+    Stage stage(*read, seed);
     stage.play(script);
     QCOMPARE(stage.told.join('\n'), told);
 }

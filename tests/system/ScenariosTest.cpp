@@ -31,8 +31,8 @@ private Q_SLOTS:
     void itemctlShowsEach()
     {
         QFETCH(QString, scenario);
-        const auto loaded = bt::loadScenario(bt::findScenario(scenario).first);
-        const auto devices = std::get<bt::Scenario>(loaded).devices.size();
+        const auto loaded = bt::loadScenario(*bt::findScenario(scenario));
+        const auto devices = std::get<bt::Scenario>(*loaded).devices.size();
         testkit::SimulationOptions options;
         options.scenario = scenario;
         const QString seconds = QString::number(static_cast<double>(m_patience.count()) / 1000);

@@ -155,12 +155,11 @@ void ControlService::AddDevice(const QString& description)
     if (!hasRadio()) {
         return;
     }
-    const auto read = readDevice(description.toUtf8());
-    if (const auto* problem = std::get_if<TextProblem>(&read)) {
-        refuse("InvalidArgument", problem->text);
-        return;
+    if (const auto device = readDevice(description.toUtf8())) {
+        answer(m_radio->addDevice(*device));
+    } else {
+        refuse("InvalidArgument", device.error().text);
     }
-    answer(m_radio->addDevice(std::get<SimulatedDevice>(read)));
 }
 
 void ControlService::RemoveDevice(const QString& device)

@@ -122,11 +122,11 @@ void readRoles(ObjectReader& reader, SimulatedDevice& device)
     }
 }
 
-void readMovement(const JsonValue& value, const QString& device, TextProblem& problem,
+void readMovement(const JsonValue& value, const QString& device, base::Result<>& outcome,
                   SimulatedDevice& result)
 {
     ObjectReader reader(value, QStringLiteral("\"moves\" of %1").arg(device), ScenarioVocabulary::movement(),
-                        problem);
+                        outcome);
     reader.require("to");
     reader.require("in");
     Movement movement;
@@ -145,9 +145,9 @@ qulonglong addressFrom(const QString& text)
     return AddressHelper::int2str(address) == text.toUpper() ? address : 0;
 }
 
-SimulatedDevice readDevice(const JsonValue& value, const QString& called, TextProblem& problem)
+SimulatedDevice readDevice(const JsonValue& value, const QString& called, base::Result<>& outcome)
 {
-    ObjectReader reader(value, titleOf(value, called), ScenarioVocabulary::device(), problem);
+    ObjectReader reader(value, titleOf(value, called), ScenarioVocabulary::device(), outcome);
     SimulatedDevice device;
     readIdentity(reader, device);
     readPairing(reader, device);
@@ -155,7 +155,7 @@ SimulatedDevice readDevice(const JsonValue& value, const QString& called, TextPr
     device.paired = reader.truth("paired").value_or(false);
     device.present = !reader.truth("absent").value_or(false);
     if (const JsonValue* moves = reader.member("moves")) {
-        readMovement(*moves, reader.what(), problem, device);
+        readMovement(*moves, reader.what(), outcome, device);
     }
     return device;
 }

@@ -7,7 +7,8 @@ namespace bt {
 
 /// Understands a device of a scenario. \a called is what messages call one that has neither name nor address.
 /// What is wrong ends up in \a problem, unless there is one already.
-[[nodiscard]] SimulatedDevice readDevice(const JsonValue& value, const QString& called, TextProblem& problem);
+[[nodiscard]] SimulatedDevice readDevice(const JsonValue& value, const QString& called,
+                                         base::Result<>& outcome);
 
 /// The address that a person wrote; 0 when it is none.
 [[nodiscard]] qulonglong addressFrom(const QString& text);

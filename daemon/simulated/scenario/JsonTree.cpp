@@ -1,8 +1,9 @@
 #include "JsonTree.h"
 
-#include "JsonMistake.h"
+#include "base/Escaped.h"
 #include "base/Quoted.h"
 
+#include <QRegularExpression>
 #include <QSet>
 
 #include <nlohmann/json.hpp>
@@ -15,6 +16,7 @@ namespace {
 
 /// Far beyond what any file of ours needs, and far below what the stack bears.
 constexpr std::size_t DeepestNesting = 32;
+constexpr int LongestWords = 200;
 
 /// What the parser reads through: it counts the lines, which the parser does not tell to its handlers. The
 /// parser may be one character ahead, behind a number; that one is no part of a value, so that the line of
@@ -66,9 +68,8 @@ private:
 class TreeBuilder : public nlohmann::json_sax<nlohmann::json>
 {
 public:
-    TreeBuilder(const QByteArray& text, const CountingIterator::Lines& lines)
-        : m_text(text)
-        , m_lines(lines)
+    explicit TreeBuilder(const CountingIterator::Lines& lines)
+        : m_lines(lines)
     {
     }
 
@@ -89,37 +90,30 @@ public:
         Frame& frame = m_open.back();
         frame.name = QString::fromStdString(name);
         frame.nameLine = m_lines.ofValue;
-        frame.expectsValue = true;
         if (frame.names.contains(frame.name)) {
-            m_problem = {
-                frame.nameLine,
-                QStringLiteral("%1 stands here twice; leave one of them").arg(base::quoted(frame.name))
-            };
-            return false;
+            return fail(
+                QStringLiteral("%1 stands here twice; leave one of them").arg(base::quoted(frame.name)));
         }
         frame.names.insert(frame.name);
         return true;
     }
 
-    bool parse_error(std::size_t position, const std::string& /*token*/,
+    /// The library's own words, of which only the place is told in our way.
+    bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
                      const nlohmann::json::exception& error) override
     {
-        constexpr int NumberOverflow = 406; // the library's number of the exception
-        JsonStop stop;
-        stop.position = static_cast<int>(position);
-        stop.isTooLarge = error.id == NumberOverflow;
-        stop.expected = expected();
-        stop.openLine = m_open.empty() ? 0 : m_open.back().value.line;
-        m_problem = explainMistake(m_text, stop);
-        return false;
+        static const QRegularExpression place(
+            QStringLiteral("^\\[[^]]*\\] (parse error at line \\d+, column \\d+: )?"));
+        QString text = QString::fromUtf8(error.what()).remove(place);
+        if (text.size() > LongestWords) {
+            text = text.left(LongestWords) + QChar(0x2026);
+        }
+        return fail(QStringLiteral("this is no JSON: ") + base::escaped(text));
     }
 
-    [[nodiscard]] std::variant<JsonValue, TextProblem> take(bool parsed)
+    [[nodiscard]] base::Result<JsonValue> take(bool parsed)
     {
-        if (parsed) {
-            return std::move(m_root);
-        }
-        return m_problem;
+        return parsed ? base::Result<JsonValue>(std::move(m_root)) : tl::unexpected(m_error);
     }
 
 private:
@@ -128,20 +122,13 @@ private:
         JsonValue value;
         QString name; ///< of the member that comes
         int nameLine = 0;
-        bool expectsValue = false; ///< behind its name
         QSet<QString> names;
     };
 
-    [[nodiscard]] JsonStop::Expected expected() const
+    bool fail(const QString& text)
     {
-        using Expected = JsonStop::Expected;
-        if (m_open.empty()) {
-            return m_isComplete ? Expected::Nothing : Expected::Document;
-        }
-        if (m_open.back().value.as<JsonValue::Elements>() != nullptr) {
-            return Expected::Element;
-        }
-        return m_open.back().expectsValue ? Expected::Value : Expected::Member;
+        m_error = { text, base::Failure::InvalidArgument, m_lines.ofValue };
+        return false;
     }
 
     template <typename Content>
@@ -157,11 +144,8 @@ private:
     bool open(Container container)
     {
         if (m_open.size() == DeepestNesting) {
-            m_problem = {
-                m_lines.ofValue,
-                QStringLiteral("objects and lists are nested more than %1 deep here").arg(DeepestNesting)
-            };
-            return false;
+            return fail(
+                QStringLiteral("objects and lists are nested more than %1 deep here").arg(DeepestNesting));
         }
         Frame frame;
         frame.value.line = m_lines.ofValue;
@@ -181,13 +165,11 @@ private:
     {
         if (m_open.empty()) {
             m_root = std::move(value);
-            m_isComplete = true;
             return true;
         }
         Frame& frame = m_open.back();
         if (auto* members = std::get_if<JsonValue::Members>(&frame.value.content)) {
             value.line = frame.nameLine;
-            frame.expectsValue = false;
             members->emplace_back(frame.name, std::move(value));
         } else {
             std::get<JsonValue::Elements>(frame.value.content).push_back(std::move(value));
@@ -195,20 +177,18 @@ private:
         return true;
     }
 
-    const QByteArray& m_text;
     const CountingIterator::Lines& m_lines;
     std::vector<Frame> m_open;
     JsonValue m_root;
-    bool m_isComplete = false;
-    TextProblem m_problem;
+    base::Error m_error;
 };
 
 } // namespace
 
-std::variant<JsonValue, TextProblem> parseJson(const QByteArray& text)
+base::Result<JsonValue> parseJson(const QByteArray& text)
 {
     CountingIterator::Lines lines;
-    TreeBuilder builder(text, lines);
+    TreeBuilder builder(lines);
     const bool parsed =
         nlohmann::json::sax_parse(CountingIterator(text.constData(), &lines),
                                   CountingIterator(text.constData() + text.size(), &lines), &builder);

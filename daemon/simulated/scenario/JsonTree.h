@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Result.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -26,14 +28,8 @@ struct JsonValue
     }
 };
 
-/// Something that is wrong in a text.
-struct TextProblem
-{
-    int line = 0; ///< from 1; 0 when it is nowhere in particular
-    QString text; ///< what is wrong and what would be right
-};
-
-/// @return the value, or what is wrong with the text: no JSON, or an object with a name twice.
-[[nodiscard]] std::variant<JsonValue, TextProblem> parseJson(const QByteArray& text);
+/// The error, with its line, is of a text that is no JSON or nested too deep, or of an object with a name
+/// twice.
+[[nodiscard]] base::Result<JsonValue> parseJson(const QByteArray& text);
 
 } // namespace bt

@@ -37,11 +37,11 @@ QString unknownWord(const QString& text, const QString& role, const QStringList&
 }
 
 ObjectReader::ObjectReader(const JsonValue& value, QString what, const QStringList& known,
-                           TextProblem& problem)
+                           base::Result<>& outcome)
     : m_value(value)
     , m_members(value.as<JsonValue::Members>())
     , m_what(std::move(what))
-    , m_problem(problem)
+    , m_outcome(outcome)
 {
     if (m_members == nullptr) {
         complain(value.line, QStringLiteral("%1 has to be an object, \"{ … }\"").arg(m_what));
@@ -58,7 +58,7 @@ ObjectReader::ObjectReader(const JsonValue& value, QString what, const QStringLi
 void ObjectReader::complain(int line, const QString& text)
 {
     if (isGood()) {
-        m_problem = { line, text };
+        m_outcome = base::error(text, base::Failure::InvalidArgument, line);
     }
 }
 

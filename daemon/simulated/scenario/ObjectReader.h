@@ -8,13 +8,13 @@
 
 namespace bt {
 
-/// Reads the members of one JSON object. The first problem stays and everything read after it is missing, so
-/// that a reader asks once, at its end.
+/// Reads the members of one JSON object. The first error stays in \a outcome, so that a reader asks once, at
+/// its end.
 class ObjectReader
 {
 public:
     /// \a what the object is, for messages: "a scenario". \a known: the members that it may have.
-    ObjectReader(const JsonValue& value, QString what, const QStringList& known, TextProblem& problem);
+    ObjectReader(const JsonValue& value, QString what, const QStringList& known, base::Result<>& outcome);
 
     [[nodiscard]] const QString& what() const { return m_what; }
 
@@ -34,7 +34,7 @@ public:
 
     void require(const char* name);
     void complain(int line, const QString& text);
-    [[nodiscard]] bool isGood() const { return m_problem.text.isEmpty(); }
+    [[nodiscard]] bool isGood() const { return m_outcome.has_value(); }
 
 private:
     template <typename Type>
@@ -45,7 +45,7 @@ private:
     const JsonValue& m_value;
     const JsonValue::Members* m_members;
     QString m_what;
-    TextProblem& m_problem;
+    base::Result<>& m_outcome;
 };
 
 /// That \a text is none of the words, and which of them it was probably meant to be.

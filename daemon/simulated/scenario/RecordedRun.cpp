@@ -245,7 +245,7 @@ void beginWithAppearance(RecordedRun& run)
 
 } // namespace
 
-std::variant<RecordedRun, TextProblem> readRecording(const QByteArray& text)
+base::Result<RecordedRun> readRecording(const QByteArray& text)
 {
     RecordedRun run;
     LineReader reader;
@@ -257,14 +257,14 @@ std::variant<RecordedRun, TextProblem> readRecording(const QByteArray& text)
         }
         run.events.push_back(reader.read(line));
         if (!reader.problem().isEmpty()) {
-            return TextProblem{ number, reader.problem() };
+            return base::error(reader.problem(), base::Failure::InvalidArgument, number);
         }
     }
     beginWithAppearance(run);
     if (run.events.empty()) {
-        return TextProblem{ number,
-                            QStringLiteral("no daemon appears in this recording; it needs a line like "
-                                           R"({"time": 0, "appeared": {}})") };
+        return base::error(QStringLiteral("no daemon appears in this recording; it needs a line like "
+                                          R"({"time": 0, "appeared": {}})"),
+                           base::Failure::InvalidArgument, number);
     }
     return run;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "JsonTree.h"
+#include "base/Result.h"
 
 #include <QVariantMap>
 
@@ -33,7 +33,7 @@ struct RecordedRun
     std::vector<RecordedEvent> events; ///< by time; the first is Appeared, at 0
 };
 
-/// @return the run, or the first thing that is wrong with the text.
-[[nodiscard]] std::variant<RecordedRun, TextProblem> readRecording(const QByteArray& text);
+/// The error, with its line, is of the first thing that is wrong with the text.
+[[nodiscard]] base::Result<RecordedRun> readRecording(const QByteArray& text);
 
 } // namespace bt

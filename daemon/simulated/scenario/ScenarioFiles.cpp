@@ -25,26 +25,27 @@ bool isRecording(const QString& path)
     return path.endsWith(QLatin1String(".rec"));
 }
 
-/// @return what is in the file, or why it cannot be had. Nobody has to wait for a pipe or a device.
-std::variant<QByteArray, QString> contentOf(const QString& path)
+/// Nobody has to wait for a pipe or a device.
+base::Result<QByteArray> contentOf(const QString& path)
 {
     const QFileInfo info(path);
     if (info.exists() && !info.isFile()) {
-        return QStringLiteral("%1 is no regular file; a scenario or a recording has to be one").arg(path);
+        return base::error(
+            QStringLiteral("%1 is no regular file; a scenario or a recording has to be one").arg(path));
     }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        return QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString());
+        return base::error(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
     }
     const qint64 largest = isRecording(path) ? LargestRecording : LargestScenario;
     QByteArray content = file.read(largest + 1);
     if (file.error() != QFileDevice::NoError) {
-        return QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString());
+        return base::error(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
     }
     if (content.size() > largest) {
-        return QStringLiteral("%1 is too large; %2 MiB are the most that it may have")
-            .arg(path)
-            .arg(largest / (1024LL * 1024));
+        return base::error(QStringLiteral("%1 is too large; %2 MiB are the most that it may have")
+                               .arg(path)
+                               .arg(largest / (1024LL * 1024)));
     }
     return content;
 }
@@ -71,56 +72,45 @@ QStringList scenarioNames()
     return names;
 }
 
-std::pair<QString, QString> findScenario(const QString& nameOrPath)
+base::Result<QString> findScenario(const QString& nameOrPath)
 {
     if (nameOrPath.contains(QLatin1Char('/'))) {
-        return { nameOrPath, {} };
+        return nameOrPath;
     }
     const QStringList names = scenarioNames();
     if (names.contains(nameOrPath)) {
-        return { scenarioFolder() + QLatin1Char('/') + nameOrPath + suffix(), {} };
+        return scenarioFolder() + QLatin1Char('/') + nameOrPath + suffix();
     }
     if (QFileInfo::exists(nameOrPath)) {
-        return { nameOrPath, {} };
+        return nameOrPath;
     }
-    const QString nearest = base::nearestWord(nameOrPath, names);
-    QString problem = names.isEmpty()
-        ? QStringLiteral("there is no scenario in %1").arg(scenarioFolder())
-        : QStringLiteral("there is no scenario \"%1\"; there are %2, and any file by its path")
-              .arg(nameOrPath, names.join(QStringLiteral(", ")));
-    if (!nearest.isEmpty()) {
-        problem =
-            QStringLiteral("there is no scenario \"%1\"; did you mean \"%2\"?").arg(nameOrPath, nearest);
+    if (const QString nearest = base::nearestWord(nameOrPath, names); !nearest.isEmpty()) {
+        return base::error(
+            QStringLiteral("there is no scenario \"%1\"; did you mean \"%2\"?").arg(nameOrPath, nearest));
     }
-    return { {}, problem };
+    return base::error(
+        names.isEmpty()
+            ? QStringLiteral("there is no scenario in %1").arg(scenarioFolder())
+            : QStringLiteral("there is no scenario \"%1\"; there are %2, and any file by its path")
+                  .arg(nameOrPath, names.join(QStringLiteral(", "))));
 }
 
-std::variant<Scenario, RecordedRun, QString> loadScenario(const QString& path)
+base::Result<std::variant<Scenario, RecordedRun>> loadScenario(const QString& path)
 {
-    using Loaded = std::variant<Scenario, RecordedRun, QString>;
-    const auto found = contentOf(path);
-    if (const auto* problem = std::get_if<QString>(&found)) {
-        return *problem;
-    }
-    const auto& content = std::get<QByteArray>(found);
-    const auto finish = [&path](const auto& read) -> Loaded {
-        if (const auto* problem = std::get_if<TextProblem>(&read)) {
-            return path + QStringLiteral(":%1: ").arg(problem->line) + problem->text;
-        }
-        return std::get<0>(read);
-    };
-    return isRecording(path) ? finish(readRecording(content)) : finish(readScenario(content));
+    using Loaded = base::Result<std::variant<Scenario, RecordedRun>>;
+    return contentOf(path).and_then([&path](const QByteArray& content) {
+        const Loaded loaded =
+            isRecording(path) ? Loaded(readRecording(content)) : Loaded(readScenario(content));
+        return loaded.map_error([&path](base::Error error) {
+            error.text.prepend(path + QStringLiteral(":%1: ").arg(error.line));
+            return error;
+        });
+    });
 }
 
-QString problemOf(const QString& nameOrPath)
+base::Result<> checkScenario(const QString& nameOrPath)
 {
-    const auto [file, missing] = findScenario(nameOrPath);
-    if (!missing.isEmpty()) {
-        return missing;
-    }
-    const auto scenario = loadScenario(file);
-    const auto* problem = std::get_if<QString>(&scenario);
-    return problem != nullptr ? *problem : QString();
+    return findScenario(nameOrPath).and_then(loadScenario).map([](const auto& /*loaded*/) {});
 }
 
 } // namespace bt

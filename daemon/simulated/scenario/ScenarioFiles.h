@@ -18,14 +18,14 @@ inline constexpr const char* DefaultScenario = "room";
 [[nodiscard]] QStringList scenarioNames();
 
 /// @return the file of a scenario: \a nameOrPath itself when it has a '/', otherwise the one that comes with
-/// the program by that name, otherwise the one in the current folder; or, as second, why there is none.
-[[nodiscard]] std::pair<QString, QString> findScenario(const QString& nameOrPath);
+/// the program by that name, otherwise the one in the current folder.
+[[nodiscard]] base::Result<QString> findScenario(const QString& nameOrPath);
 
-/// @return what the file holds, a recording when its name ends with ".rec", or what is wrong with it:
-/// "FILE:LINE: …".
-[[nodiscard]] std::variant<Scenario, RecordedRun, QString> loadScenario(const QString& path);
+/// @return what the file holds, a recording when its name ends with ".rec". The error begins with "FILE:LINE:
+/// ".
+[[nodiscard]] base::Result<std::variant<Scenario, RecordedRun>> loadScenario(const QString& path);
 
-/// What keeps a scenario from being simulated; empty when nothing does.
-[[nodiscard]] QString problemOf(const QString& nameOrPath);
+/// The error is what keeps a scenario from being simulated.
+[[nodiscard]] base::Result<> checkScenario(const QString& nameOrPath);
 
 } // namespace bt

@@ -29,11 +29,11 @@ QString ordinal(std::size_t index, const char* kind)
     return QStringLiteral("the %1%2 %3").arg(number).arg(QLatin1String(ending), QLatin1String(kind));
 }
 
-/// Reads one scenario. Everything that is wrong ends up in one problem, the first.
+/// Reads one scenario. Of what is wrong, the first stays.
 class Reader
 {
 public:
-    std::variant<Scenario, TextProblem> read(const JsonValue& root);
+    base::Result<Scenario> read(const JsonValue& root);
 
 private:
     void readDevices(const JsonValue::Elements& devices);
@@ -45,12 +45,12 @@ private:
     Scenario m_scenario;
     QHash<qulonglong, QString> m_names; ///< by address
     QMultiHash<QString, qulonglong> m_addresses; ///< by name
-    TextProblem m_problem;
+    base::Result<> m_outcome;
 };
 
-std::variant<Scenario, TextProblem> Reader::read(const JsonValue& root)
+base::Result<Scenario> Reader::read(const JsonValue& root)
 {
-    ObjectReader reader(root, QStringLiteral("a scenario"), ScenarioVocabulary::scenario(), m_problem);
+    ObjectReader reader(root, QStringLiteral("a scenario"), ScenarioVocabulary::scenario(), m_outcome);
     reader.text("$schema");
     reader.text("description");
     reader.require("devices");
@@ -61,7 +61,7 @@ std::variant<Scenario, TextProblem> Reader::read(const JsonValue& root)
         readTimeline(*timeline);
     }
     if (!reader.isGood()) {
-        return m_problem;
+        return tl::unexpected(m_outcome.error());
     }
     std::stable_sort(
         m_scenario.timeline.begin(), m_scenario.timeline.end(),
@@ -73,13 +73,13 @@ void Reader::readDevices(const JsonValue::Elements& devices)
 {
     for (const JsonValue& value : devices) {
         const QString called = ordinal(m_scenario.devices.size(), "device");
-        const SimulatedDevice device = readDevice(value, called, m_problem);
-        if (m_problem.text.isEmpty() && m_names.contains(device.address)) {
-            m_problem = { value.line,
-                          QStringLiteral("%1: another device has the address %2 already")
-                              .arg(called, AddressHelper::int2str(device.address)) };
+        const SimulatedDevice device = readDevice(value, called, m_outcome);
+        if (m_outcome && m_names.contains(device.address)) {
+            m_outcome = base::error(QStringLiteral("%1: another device has the address %2 already")
+                                        .arg(called, AddressHelper::int2str(device.address)),
+                                    base::Failure::InvalidArgument, value.line);
         }
-        if (!m_problem.text.isEmpty()) {
+        if (!m_outcome) {
             return;
         }
         m_names.insert(device.address, device.name);
@@ -91,7 +91,7 @@ void Reader::readDevices(const JsonValue::Elements& devices)
 void Reader::readTimeline(const JsonValue::Elements& timeline)
 {
     for (const JsonValue& value : timeline) {
-        if (!m_problem.text.isEmpty()) {
+        if (!m_outcome) {
             return;
         }
         readEvent(value, ordinal(m_scenario.timeline.size(), "event"));
@@ -128,7 +128,7 @@ qulonglong Reader::find(const QString& nameOrAddress, ObjectReader& reader, int 
 
 void Reader::readEvent(const JsonValue& value, const QString& called)
 {
-    ObjectReader reader(value, called, ScenarioVocabulary::event(), m_problem);
+    ObjectReader reader(value, called, ScenarioVocabulary::event(), m_outcome);
     ScenarioEvent event;
     reader.require("after");
     event.time = milliseconds(reader.number("after", 0, LongestTime).value_or(0));
@@ -163,28 +163,18 @@ void Reader::readMove(ObjectReader& reader, ScenarioEvent& event)
 
 } // namespace
 
-std::variant<Scenario, TextProblem> readScenario(const QByteArray& text)
+base::Result<Scenario> readScenario(const QByteArray& text)
 {
-    const auto parsed = parseJson(text);
-    if (const auto* problem = std::get_if<TextProblem>(&parsed)) {
-        return *problem;
-    }
-    return Reader().read(std::get<JsonValue>(parsed));
+    return parseJson(text).and_then([](const JsonValue& root) { return Reader().read(root); });
 }
 
-std::variant<SimulatedDevice, TextProblem> readDevice(const QByteArray& text)
+base::Result<SimulatedDevice> readDevice(const QByteArray& text)
 {
-    const auto parsed = parseJson(text);
-    if (const auto* problem = std::get_if<TextProblem>(&parsed)) {
-        return *problem;
-    }
-    TextProblem problem;
-    const SimulatedDevice device =
-        readDevice(std::get<JsonValue>(parsed), QStringLiteral("the device"), problem);
-    if (!problem.text.isEmpty()) {
-        return problem;
-    }
-    return device;
+    return parseJson(text).and_then([](const JsonValue& root) {
+        base::Result<> outcome;
+        const SimulatedDevice device = readDevice(root, QStringLiteral("the device"), outcome);
+        return outcome.map([&device] { return device; });
+    });
 }
 
 } // namespace bt

@@ -8,12 +8,12 @@
 namespace bt {
 
 /// Understands the text of a scenario file; docs/scenarios.md describes it.
-/// @return the scenario, or the first thing that is wrong: a field that nobody knows or of another type, a
-/// value out of its range, a device that is not there.
-[[nodiscard]] std::variant<Scenario, TextProblem> readScenario(const QByteArray& text);
+/// The error, with its line, is of the first thing that is wrong: a field that nobody knows or of another
+/// type, a value out of its range, a device that is not there.
+[[nodiscard]] base::Result<Scenario> readScenario(const QByteArray& text);
 
 /// The same of one device alone.
-[[nodiscard]] std::variant<SimulatedDevice, TextProblem> readDevice(const QByteArray& text);
+[[nodiscard]] base::Result<SimulatedDevice> readDevice(const QByteArray& text);
 
 /// The names that may stand in an object of a scenario file.
 struct ScenarioVocabulary
