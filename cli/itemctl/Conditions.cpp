@@ -76,7 +76,7 @@ base::Result<Condition> Condition::boundTo(const QVariantMap& description) const
                          .arg(m_item, escaped(m_operand), escaped(expected.error().message)));
     }
     Condition bound = *this;
-    bound.m_operand = rawText(*expected);
+    bound.m_operand = base::rawText(*expected);
     return bound;
 }
 
@@ -84,11 +84,11 @@ bool Condition::holds(const Item& item) const
 {
     switch (m_kind) {
     case Kind::Equals:
-        return rawText(item.value) == m_operand;
+        return base::rawText(item.value) == m_operand;
     case Kind::Differs:
-        return rawText(item.value) != m_operand;
+        return base::rawText(item.value) != m_operand;
     case Kind::Matches:
-        return m_expression.match(rawText(item.value)).hasMatch()
+        return m_expression.match(base::rawText(item.value)).hasMatch()
             || (!item.text.isEmpty() && m_expression.match(item.text).hasMatch());
     case Kind::Applicable:
         return item.applicable;

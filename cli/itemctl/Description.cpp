@@ -18,8 +18,8 @@ QString line(const QString& name, const QString& value)
 /// The length of a text or the value of a number that clients may write.
 QString rangeText(const QVariantMap& description)
 {
-    const QString minimum = rawText(description.value(QStringLiteral("minimum")));
-    const QString maximum = rawText(description.value(QStringLiteral("maximum")));
+    const QString minimum = base::rawText(description.value(QStringLiteral("minimum")));
+    const QString maximum = base::rawText(description.value(QStringLiteral("maximum")));
     if (minimum.isEmpty() && maximum.isEmpty()) {
         return {};
     }
@@ -65,7 +65,7 @@ QStringList descriptionLines(const Item& item, const QVariantMap& description)
         }
         const QString text = found->type() == QVariant::Bool && found.key() != QLatin1String("default")
             ? yesOrNo(found->toBool())
-            : escaped(rawText(*found));
+            : escaped(base::rawText(*found));
         if (!text.isEmpty()) {
             lines += line(name, text);
         }

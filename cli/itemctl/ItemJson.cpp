@@ -27,7 +27,7 @@ Json identityJson(const Item& item)
 
 void addValue(Json& object, const Item& item)
 {
-    object["value"] = toJson(item.value);
+    object["value"] = base::toJson(item.value);
     if (item.isEnumeration) {
         object["text"] = item.text.toStdString();
     }
@@ -69,7 +69,7 @@ Json descriptionJson(const Item& item, const QVariantMap& description)
             }
             object[key] = values;
         } else if (!object.contains(key)) {
-            object[key] = toJson(entry.value());
+            object[key] = base::toJson(entry.value());
         }
     }
     return object;

@@ -103,7 +103,7 @@ base::Result<ExitStatus> list(const Request& request, Output& output)
     QStringList lines;
     if (request.json) {
         std::transform(items.begin(), items.end(), std::back_inserter(lines),
-                       [](const Item& item) { return jsonText(itemJson(item)); });
+                       [](const Item& item) { return base::jsonText(itemJson(item)); });
     } else {
         lines = tableOf(items, output);
     }
@@ -133,7 +133,7 @@ base::Result<ExitStatus> servers(const Request& request, Output& output)
         nlohmann::ordered_json server;
         server["server"] = serverName(client->busName()).toStdString();
         server["busName"] = client->busName().toStdString();
-        server["modules"] = toJson(*modules);
+        server["modules"] = base::toJson(*modules);
         array.push_back(server);
         if (!request.json) {
             output.line(output.bold(client->busName()) + QStringLiteral("  ")
@@ -141,7 +141,7 @@ base::Result<ExitStatus> servers(const Request& request, Output& output)
         }
     }
     if (request.json) {
-        output.line(jsonText(array));
+        output.line(base::jsonText(array));
     }
     return status;
 }

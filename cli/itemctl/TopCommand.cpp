@@ -265,7 +265,7 @@ void Top::enter()
     } else if (item->value.type() == QVariant::Bool) {
         toggle(*item);
     } else {
-        m_prompt.emplace(*item, item->isEnumeration ? item->text : rawText(item->value),
+        m_prompt.emplace(*item, item->isEnumeration ? item->text : base::rawText(item->value),
                          labelsOf(enumerationOf(*description)));
     }
 }

@@ -46,11 +46,11 @@ tl::unexpected<base::Error> actionHasNoValue(const QString& name)
 nlohmann::ordered_json valuesJson(const Items& items)
 {
     if (items.size() == 1) {
-        return toJson(items.first().value);
+        return base::toJson(items.first().value);
     }
     auto values = nlohmann::ordered_json::array();
     for (const Item& item : items) {
-        values.push_back(toJson(item.value));
+        values.push_back(base::toJson(item.value));
     }
     return values;
 }
@@ -75,9 +75,9 @@ base::Result<ExitStatus> get(const Request& request, Output& output)
             return base::error(QStringLiteral("%1 has no value yet").arg(name));
         }
         noteIfInapplicable(item, name, output);
-        lines += rawText(item.value);
+        lines += base::rawText(item.value);
     }
-    return request.json ? output.line(jsonText(valuesJson(selected->items))) : output.lines(lines);
+    return request.json ? output.line(base::jsonText(valuesJson(selected->items))) : output.lines(lines);
 }
 
 base::Result<ExitStatus> set(const Request& request, Output& output)
@@ -98,7 +98,7 @@ base::Result<ExitStatus> set(const Request& request, Output& output)
         return done.map([](ipc::Done /*done*/) { return ExitStatus::Done; });
     }
     return resultOf(client.get(item.address)).map([&output](const QVariant& value) {
-        return output.line(jsonText(toJson(value)));
+        return output.line(base::jsonText(base::toJson(value)));
     });
 }
 
@@ -114,7 +114,7 @@ base::Result<ExitStatus> call(const Request& request, Output& output)
     return resultOf(selected->servers.clientOf(item).trigger(item.address, request.arguments.value(1)))
         .map([&](const QString& reply) {
             if (request.json) {
-                return output.line(jsonText(toJson(reply)));
+                return output.line(base::jsonText(base::toJson(reply)));
             }
             return reply.isEmpty() ? ExitStatus::Done : output.line(escaped(reply));
         });
@@ -129,7 +129,7 @@ base::Result<ExitStatus> describe(const Request& request, Output& output)
     const Item& item = selected->items.first();
     return resultOf(selected->servers.clientOf(item).describe(item.address))
         .map([&](const QVariantMap& description) {
-            return request.json ? output.line(jsonText(descriptionJson(item, description)))
+            return request.json ? output.line(base::jsonText(descriptionJson(item, description)))
                                 : output.lines(descriptionLines(item, description));
         });
 }

@@ -9,7 +9,7 @@ QString shownValue(const Item& item)
     if (!item.value.isValid()) {
         return QStringLiteral("-");
     }
-    const QString raw = rawText(item.value);
+    const QString raw = base::rawText(item.value);
     if (raw.isEmpty()) {
         return QStringLiteral("\"\"");
     }

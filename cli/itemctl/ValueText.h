@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Item.h"
-#include "common/ValueJson.h"
+#include "base/ValueJson.h"
 
 #include <QString>
 

@@ -192,7 +192,8 @@ base::Result<ExitStatus> wait(const Request& request, Output& output)
         status =
             await(*expectations, items, output, std::chrono::ceil<std::chrono::milliseconds>(left), timeout);
     }
-    return status == ExitStatus::Done && request.json ? output.line(jsonText(expectations->json())) : status;
+    return status == ExitStatus::Done && request.json ? output.line(base::jsonText(expectations->json()))
+                                                      : status;
 }
 
 } // namespace itemctl

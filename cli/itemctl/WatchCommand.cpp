@@ -65,7 +65,7 @@ void Watch::print(const Item& item, Change change)
     if (m_ending.isReached() || (!patterns.isEmpty() && !matchesAny(item, patterns))) {
         return;
     }
-    const ExitStatus status = m_output.line(m_request.json ? jsonText(changeJson(item, change))
+    const ExitStatus status = m_output.line(m_request.json ? base::jsonText(changeJson(item, change))
                                                            : changeLine(item, change, m_output));
     ++m_printed;
     if (status != ExitStatus::Done || m_printed == m_request.count) {

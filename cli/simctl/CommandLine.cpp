@@ -1,7 +1,7 @@
 #include "Commands.h"
 #include "DeviceWords.h"
 #include "FaultWords.h"
-#include "common/JsonLine.h"
+#include "base/JsonLine.h"
 #include "common/Program.h"
 
 #include <nlohmann/json.hpp>
@@ -276,7 +276,7 @@ QString Parser::description() const
         }
     }
     device["is"] = roles;
-    return cli::jsonText(device);
+    return base::jsonText(device);
 }
 
 Request Parser::request() const

@@ -1,8 +1,8 @@
 #include "Commands.h"
 
+#include "base/JsonLine.h"
+#include "base/ValueJson.h"
 #include "common/DisplayText.h"
-#include "common/JsonLine.h"
-#include "common/ValueJson.h"
 #include "simulationproxy.h"
 
 #include <nlohmann/json.hpp>
@@ -24,7 +24,7 @@ nlohmann::ordered_json faultJson(const QVariantMap& fault)
         if (qstrcmp(name, "value") == 0 && argument.isValid()) {
             object[name] = nlohmann::ordered_json::parse(argument.toString().toStdString(), nullptr, false);
         } else if (argument.isValid()) {
-            object[name] = cli::toJson(argument);
+            object[name] = base::toJson(argument);
         }
     }
     return object;
@@ -83,7 +83,7 @@ base::Result<ExitStatus> runFault(const Request& request, const SimulationClient
         for (const QVariantMap& fault : *faults) {
             list.push_back(faultJson(fault));
         }
-        return output.line(cli::jsonText(list));
+        return output.line(base::jsonText(list));
     }
     QStringList lines;
     for (const QVariantMap& fault : *faults) {
@@ -104,12 +104,12 @@ base::Result<ExitStatus> runCalls(const Request& request, const SimulationClient
         nlohmann::ordered_json record;
         record["time"] = call.value(QStringLiteral("time")).toDouble();
         record["member"] = call.value(QStringLiteral("member")).toString().toStdString();
-        record["arguments"] = cli::toJson(call.value(QStringLiteral("arguments")));
+        record["arguments"] = base::toJson(call.value(QStringLiteral("arguments")));
         QStringList words;
         for (const auto& argument : record["arguments"]) {
-            words << cli::jsonText(argument);
+            words << base::jsonText(argument);
         }
-        lines << (request.json ? cli::jsonText(record)
+        lines << (request.json ? base::jsonText(record)
                                : QStringLiteral("%1  %2(%3)")
                                      .arg(call.value(QStringLiteral("time")).toDouble(), 10, 'f', 3)
                                      .arg(cli::escaped(call.value(QStringLiteral("member")).toString()),

@@ -2,9 +2,9 @@
 #include "DeviceWords.h"
 #include "FaultWords.h"
 #include "WordTable.h"
+#include "base/JsonLine.h"
+#include "base/ValueJson.h"
 #include "common/DisplayText.h"
-#include "common/JsonLine.h"
-#include "common/ValueJson.h"
 #include "simulationproxy.h"
 
 #include <nlohmann/json.hpp>
@@ -97,10 +97,10 @@ QString jsonOf(const QVariantMap& device)
     nlohmann::ordered_json record;
     for (const char* name : Fields) {
         if (device.contains(QLatin1String(name))) {
-            record[name] = cli::toJson(field(device, name));
+            record[name] = base::toJson(field(device, name));
         }
     }
-    return cli::jsonText(record);
+    return base::jsonText(record);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 #include "Commands.h"
-#include "Recording.h"
+#include "RecordingWriter.h"
 #include "base/EndingSignals.h"
 
 #include <QCoreApplication>
@@ -21,17 +21,18 @@ base::Result<cli::ExitStatus> runRecord(const Request& request, cli::Output& out
     }
     const base::EndingSignals signalsToEnd;
     QObject::connect(&signalsToEnd, &base::EndingSignals::received, qApp, &QCoreApplication::quit);
-    Recording recording;
+    recording::RecordingWriter writer;
     ExitStatus status = ExitStatus::Done;
-    QObject::connect(&recording, &Recording::propertiesMissing, qApp, [&](const QString& reason) {
-        output.note(
-            QStringLiteral("the daemon does not tell its properties, so that the recording has it appear "
-                           "without them: %1")
-                .arg(reason));
-        status = ExitStatus::NoAnswer;
-    });
-    if (const QString problem = recording.begin(path); !problem.isEmpty()) {
-        return base::error(problem);
+    QObject::connect(
+        &writer, &recording::RecordingWriter::propertiesMissing, qApp, [&](const QString& reason) {
+            output.note(
+                QStringLiteral("the daemon does not tell its properties, so that the recording has it appear "
+                               "without them: %1")
+                    .arg(reason));
+            status = ExitStatus::NoAnswer;
+        });
+    if (const auto begun = writer.begin(path); !begun) {
+        return tl::unexpected(begun.error());
     }
     if (request.timeout) {
         QTimer::singleShot(*request.timeout, qApp, &QCoreApplication::quit);
@@ -39,13 +40,11 @@ base::Result<cli::ExitStatus> runRecord(const Request& request, cli::Output& out
         output.note(QStringLiteral("recording to %1; Ctrl-C ends it").arg(path));
     }
     QCoreApplication::exec();
-    recording.end();
-    if (const QString problem = recording.problem(); !problem.isEmpty()) {
-        return base::error(problem);
-    }
-    output.note(recording.lines() == 1 ? QStringLiteral("1 event recorded")
-                                       : QStringLiteral("%1 events recorded").arg(recording.lines()));
-    return status;
+    return writer.end().map([&](int events) {
+        output.note(events == 1 ? QStringLiteral("1 event recorded")
+                                : QStringLiteral("%1 events recorded").arg(events));
+        return status;
+    });
 }
 
 } // namespace simctl

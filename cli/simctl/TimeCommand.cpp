@@ -1,6 +1,6 @@
 #include "Commands.h"
-#include "common/JsonLine.h"
-#include "common/ValueJson.h"
+#include "base/JsonLine.h"
+#include "base/ValueJson.h"
 #include "simulationproxy.h"
 
 #include <nlohmann/json.hpp>
@@ -22,7 +22,7 @@ base::Result<ExitStatus> show(const Request& request, const SimulationClient& si
         if (!value) {
             return tl::unexpected(value.error());
         }
-        record[key] = cli::toJson(*value);
+        record[key] = base::toJson(*value);
     }
     const QString text =
         QStringLiteral("%1 s, %2")
@@ -30,7 +30,7 @@ base::Result<ExitStatus> show(const Request& request, const SimulationClient& si
             .arg(record["paused"].get<bool>()
                      ? QStringLiteral("standing")
                      : QStringLiteral("running at %1 times real time").arg(record["speed"].get<double>()));
-    return output.line(request.json ? cli::jsonText(record) : text);
+    return output.line(request.json ? base::jsonText(record) : text);
 }
 
 } // namespace

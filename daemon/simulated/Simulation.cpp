@@ -49,7 +49,8 @@ Simulation::Simulation(const Settings& settings, const Content& content, const Q
     , m_radio(std::holds_alternative<Scenario>(content)
                   ? std::make_unique<Radio>(settings, std::get<Scenario>(content), name, m_clock)
                   : nullptr)
-    , m_replay(m_radio ? nullptr : std::make_unique<Replay>(std::get<RecordedRun>(content), m_clock))
+    , m_replay(m_radio ? nullptr
+                       : std::make_unique<Replay>(std::get<recording::RecordedRun>(content), m_clock))
     , m_front(
           [this](const QDBusMessage& request) {
               return m_radio ? m_radio->daemon.answer(request) : m_replay->answer(request);

@@ -26,7 +26,7 @@ class Simulation : public QObject
     Q_OBJECT
 
 public:
-    using Content = std::variant<Scenario, RecordedRun>;
+    using Content = std::variant<Scenario, recording::RecordedRun>;
 
     /// \a name is what other devices see.
     Simulation(const Settings& settings, const Content& content, const QString& name);

@@ -69,8 +69,8 @@ private Q_SLOTS:
     void values()
     {
         QFETCH(QVariant, value);
-        QTEST(itemctl::rawText(value), "raw");
-        QTEST(itemctl::jsonText(itemctl::toJson(value)), "json");
+        QTEST(base::rawText(value), "raw");
+        QTEST(base::jsonText(base::toJson(value)), "json");
     }
 
     void valuesWithTheirLabel()

@@ -309,7 +309,7 @@ void SimctlTest::saysWhatIsWrong_data()
     row("fault without a number", { "fault", "slow" }, 2, "a fault is told as \"slow SECONDS\"");
     row("fault of no signal", { "fault", "payload", "pairList2", "s" }, 2, "did you mean \"pairList\"?");
     row("fault of no shape", { "fault", "payload", "pairList", "a(q" }, 2,
-        R"x("a(q" is no shape: "(" has no ")")x");
+        R"x("a(q" is no shape: Struct started but not ended;)x");
     row("fault of no value", { "fault", "payload", "pairList", "a(ti)", "[[1,2],[3,4.5]]" }, 2,
         "the value at [1][1] is 4.5 but has to be a whole number from -2147483648 to 2147483647");
     row("time", { "time", "step", "yesterday" }, 2, "step SECONDS");

@@ -78,10 +78,10 @@ Result<QVariant> countOf(const QString& text)
 
 Result<QVariant> shapeOf(const QString& text)
 {
-    if (const QString problem = signatureProblem(text.toUtf8()); !problem.isEmpty()) {
+    if (const auto valid = recording::checkSignature(text.toUtf8()); !valid) {
         return wrong(
             QStringLiteral("\"%1\" is no shape: %2; a shape is one D-Bus type, like i, as, a{sv} or a(tis)")
-                .arg(text, problem));
+                .arg(text, valid.error().text));
     }
     return text;
 }
@@ -89,17 +89,14 @@ Result<QVariant> shapeOf(const QString& text)
 Result<QVariant> payloadOf(const QString& shape, const QString& json)
 {
     const QByteArray signature = shape.toUtf8();
-    const auto parsed =
-        json.isEmpty() ? exampleValue(signature) : nlohmann::json::parse(json.toStdString(), nullptr, false);
+    const auto parsed = json.isEmpty() ? recording::exampleValue(signature)
+                                       : nlohmann::json::parse(json.toStdString(), nullptr, false);
     if (parsed.is_discarded()) {
-        return wrong(QStringLiteral("the value %1 is no JSON, like %2 of the shape %3")
-                         .arg(json, QString::fromStdString(exampleValue(signature).dump()), shape));
+        return wrong(
+            QStringLiteral("the value %1 is no JSON, like %2 of the shape %3")
+                .arg(json, QString::fromStdString(recording::exampleValue(signature).dump()), shape));
     }
-    const auto read = readValue(signature, parsed);
-    if (const auto* problem = std::get_if<ValueProblem>(&read)) {
-        return wrong(problem->of(QStringLiteral("the value")));
-    }
-    return std::get<QVariant>(read);
+    return recording::readValue(signature, parsed, QStringLiteral("the value"));
 }
 
 /// An argument by what a word's arguments call it: its name in a record, and what \a text is.

@@ -41,7 +41,7 @@ QDBusMessage unknown(const QDBusMessage& request, QDBusError::ErrorType type)
 
 } // namespace
 
-Replay::Replay(RecordedRun run, SimulationClock& clock)
+Replay::Replay(recording::RecordedRun run, SimulationClock& clock)
     : m_run(std::move(run))
     , m_clock(clock)
 {
@@ -56,9 +56,9 @@ void Replay::start()
     }
 }
 
-void Replay::happen(const RecordedEvent& event)
+void Replay::happen(const recording::RecordedEvent& event)
 {
-    using Kind = RecordedEvent::Kind;
+    using Kind = recording::RecordedEvent::Kind;
     switch (event.kind) {
     case Kind::Appeared:
         m_properties = event.properties;

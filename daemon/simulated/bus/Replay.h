@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RecordedRun.h"
+#include "RecordingReader.h"
 
 #include <QDBusMessage>
 #include <QObject>
@@ -18,7 +18,7 @@ class Replay : public QObject
     Q_OBJECT
 
 public:
-    Replay(RecordedRun run, SimulationClock& clock);
+    Replay(recording::RecordedRun run, SimulationClock& clock);
 
     void start();
     void stop() { m_playing.reset(); }
@@ -34,10 +34,10 @@ Q_SIGNALS:
     void sent(const QString& signal, const QVariantList& arguments);
 
 private:
-    void happen(const RecordedEvent& event);
+    void happen(const recording::RecordedEvent& event);
     [[nodiscard]] QDBusMessage answerProperties(const QDBusMessage& request) const;
 
-    RecordedRun m_run;
+    recording::RecordedRun m_run;
     SimulationClock& m_clock;
     QVariantMap m_properties;
     std::unique_ptr<QObject> m_playing; ///< deleting it ends the play

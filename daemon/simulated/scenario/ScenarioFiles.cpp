@@ -95,12 +95,12 @@ base::Result<QString> findScenario(const QString& nameOrPath)
                   .arg(nameOrPath, names.join(QStringLiteral(", "))));
 }
 
-base::Result<std::variant<Scenario, RecordedRun>> loadScenario(const QString& path)
+base::Result<std::variant<Scenario, recording::RecordedRun>> loadScenario(const QString& path)
 {
-    using Loaded = base::Result<std::variant<Scenario, RecordedRun>>;
+    using Loaded = base::Result<std::variant<Scenario, recording::RecordedRun>>;
     return contentOf(path).and_then([&path](const QByteArray& content) {
         const Loaded loaded =
-            isRecording(path) ? Loaded(readRecording(content)) : Loaded(readScenario(content));
+            isRecording(path) ? Loaded(recording::readRecording(content)) : Loaded(readScenario(content));
         return loaded.map_error([&path](base::Error error) {
             error.text.prepend(path + QStringLiteral(":%1: ").arg(error.line));
             return error;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RecordedRun.h"
+#include "RecordingReader.h"
 #include "Scenario.h"
 
 #include <QStringList>
@@ -23,7 +23,7 @@ inline constexpr const char* DefaultScenario = "room";
 
 /// @return what the file holds, a recording when its name ends with ".rec". The error begins with "FILE:LINE:
 /// ".
-[[nodiscard]] base::Result<std::variant<Scenario, RecordedRun>> loadScenario(const QString& path);
+[[nodiscard]] base::Result<std::variant<Scenario, recording::RecordedRun>> loadScenario(const QString& path);
 
 /// The error is what keeps a scenario from being simulated.
 [[nodiscard]] base::Result<> checkScenario(const QString& nameOrPath);

@@ -1,22 +1,21 @@
 #pragma once
 
+#include "base/Result.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
 
-namespace bt {
+namespace recording {
 
-/// What keeps a text from being the signature of one D-Bus type whose values can be sent, by the rules of
-/// libdbus; empty when nothing does. File descriptors, which mean nothing to another process, are left out.
-[[nodiscard]] QString signatureProblem(const QByteArray& signature);
+/// Whether a text is the signature of one D-Bus type whose values can be sent, by the rules of libdbus. File
+/// descriptors, which mean nothing to another process, are left out.
+[[nodiscard]] base::Result<> checkSignature(const QByteArray& signature);
 
 /// Whether it is a list of D-Bus types, none as well, which a value of the type "g" has to be.
 [[nodiscard]] bool isSignatureList(const QByteArray& types);
 
-/// The types that stand behind each other in valid ones.
-[[nodiscard]] QList<QByteArray> splitTypes(const QByteArray& types);
-
-/// The types within an array, a structure or a dictionary: one, those of the fields, or key and value.
+/// The types within a valid array, structure or a dictionary: one, those of the fields, or key and value.
 [[nodiscard]] QList<QByteArray> partTypes(const QByteArray& signature);
 
 [[nodiscard]] inline bool isDictionary(const QByteArray& signature)
@@ -28,4 +27,4 @@ namespace bt {
 [[nodiscard]] bool isMemberName(const QString& name);
 [[nodiscard]] bool isObjectPath(const QString& path);
 
-} // namespace bt
+} // namespace recording

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Result.h"
+
 #include <nlohmann/json.hpp>
 
 #include <QDBusMessage>
@@ -17,7 +19,7 @@
 #include <string>
 #include <vector>
 
-namespace simctl {
+namespace recording {
 
 /// Writes down what the Bluetooth daemon on the system bus does, whichever it is: one JSON object a line,
 /// with "time" in seconds since the begin, never less than in the line before, and one of
@@ -29,21 +31,18 @@ namespace simctl {
 ///     "handover": true                     its name passed to another owner without a gap
 ///     "left": true
 ///
-/// VALUE is { "type": its D-Bus signature, "value": it in JSON }, as recordedValue() makes it.
-class Recording : public QObject
+/// VALUE is { "type": its D-Bus signature, "value": it in JSON }, as base::typedJson() makes it.
+class RecordingWriter : public QObject
 {
     Q_OBJECT
 
 public:
-    Recording();
+    RecordingWriter();
 
-    /// @return why it cannot be; empty when the recording goes on.
-    [[nodiscard]] QString begin(const QString& path);
+    [[nodiscard]] base::Result<> begin(const QString& path);
     /// Writes what still waits for an answer of the daemon without that.
-    void end();
-    /// The file could not be written any more; empty when all is well.
-    [[nodiscard]] QString problem() const;
-    [[nodiscard]] int lines() const { return m_lines; }
+    /// @return how many events are in the file.
+    [[nodiscard]] base::Result<int> end();
 
 Q_SIGNALS:
     /// The daemon appeared, but does not tell its properties.
@@ -86,4 +85,4 @@ private:
     double m_lastTime = 0;
 };
 
-} // namespace simctl
+} // namespace recording

@@ -10,7 +10,7 @@
 
 #include <new>
 
-namespace bt {
+namespace recording {
 
 namespace {
 
@@ -145,7 +145,7 @@ int valueType(const QByteArray& signature)
     if (signature == "ay") {
         return QMetaType::QByteArray;
     }
-    const QByteArray name = "bt::Compound:" + signature;
+    const QByteArray name = "recording::Compound:" + signature;
     const int known = QMetaType::type(name);
     return known != QMetaType::UnknownType ? known : registerCompound(name, signature);
 }
@@ -166,4 +166,4 @@ QVariant compoundValue(const QByteArray& signature, const QVariantList& parts)
     return { valueType(signature), &compound };
 }
 
-} // namespace bt
+} // namespace recording

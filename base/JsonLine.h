@@ -4,10 +4,10 @@
 
 #include <QString>
 
-namespace cli {
+namespace base {
 
 /// One line of JSON. What a terminal would act on is written as \uHHHH, so that the line is harmless there
 /// and the same for a program.
 QString jsonText(const nlohmann::ordered_json& value);
 
-} // namespace cli
+} // namespace base

@@ -1,6 +1,6 @@
-#include "Recording.h"
+#include "RecordingWriter.h"
 
-#include "RecordedValue.h"
+#include "base/ValueJson.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace simctl {
+namespace recording {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -33,33 +33,33 @@ Json signalLine(const QDBusMessage& signal)
     Json line;
     line["signal"] = signal.member().toStdString();
     if (signal.signature() == QLatin1String("v")) {
-        line["value"] = recordedValue(signal.arguments().first().value<QDBusVariant>().variant());
+        line["value"] = base::typedJson(signal.arguments().first().value<QDBusVariant>().variant());
         return line;
     }
     line["arguments"] = Json::array();
     for (const QVariant& argument : signal.arguments()) {
-        line["arguments"].push_back(recordedValue(argument));
+        line["arguments"].push_back(base::typedJson(argument));
     }
     return line;
 }
 
 } // namespace
 
-Recording::Recording()
+RecordingWriter::RecordingWriter()
     : m_watcher(Daemon, QDBusConnection::systemBus(), QDBusServiceWatcher::WatchForOwnerChange)
 {
-    connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &Recording::noteOwner);
+    connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &RecordingWriter::noteOwner);
 }
 
-QString Recording::begin(const QString& path)
+base::Result<> RecordingWriter::begin(const QString& path)
 {
     // Opening a pipe would wait for somebody to read it.
     if (const QFileInfo info(path); info.exists() && !info.isFile()) {
-        return QStringLiteral("%1 cannot be written: it is no regular file").arg(path);
+        return base::error(QStringLiteral("%1 cannot be written: it is no regular file").arg(path));
     }
     m_file.setFileName(path);
     if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        return QStringLiteral("%1 cannot be written: %2").arg(path, m_file.errorString());
+        return base::error(QStringLiteral("%1 cannot be written: %2").arg(path, m_file.errorString()));
     }
     m_clock.start();
     QDBusConnection bus = QDBusConnection::systemBus();
@@ -69,7 +69,7 @@ QString Recording::begin(const QString& path)
     return {};
 }
 
-void Recording::end()
+base::Result<int> RecordingWriter::end()
 {
     for (const auto& event : std::exchange(m_events, {})) {
         // An appearance, which has its line only when it is known.
@@ -79,28 +79,26 @@ void Recording::end()
         }
         write(*event);
     }
+    if (m_file.error() != QFileDevice::NoError) {
+        return base::error(
+            QStringLiteral("%1 cannot be written: %2").arg(m_file.fileName(), m_file.errorString()));
+    }
+    return m_lines;
 }
 
-QString Recording::problem() const
-{
-    return m_file.error() == QFileDevice::NoError
-        ? QString()
-        : QStringLiteral("%1 cannot be written: %2").arg(m_file.fileName(), m_file.errorString());
-}
-
-double Recording::now() const
+double RecordingWriter::now() const
 {
     return static_cast<double>(m_clock.elapsed()) / 1000;
 }
 
-std::shared_ptr<Recording::Event> Recording::note(double time)
+std::shared_ptr<RecordingWriter::Event> RecordingWriter::note(double time)
 {
     m_events.push_back(std::make_shared<Event>());
     m_events.back()->time = time;
     return m_events.back();
 }
 
-void Recording::writeKnown()
+void RecordingWriter::writeKnown()
 {
     while (!m_events.empty() && m_events.front()->isKnown) {
         write(*m_events.front());
@@ -108,7 +106,7 @@ void Recording::writeKnown()
     }
 }
 
-void Recording::write(const Event& event)
+void RecordingWriter::write(const Event& event)
 {
     m_lastTime = std::max(m_lastTime, event.time);
     for (const Json& content : event.lines) {
@@ -122,7 +120,7 @@ void Recording::write(const Event& event)
     m_file.flush(); // whoever looks at it meanwhile sees whole lines
 }
 
-void Recording::readProperties(std::function<void(const Properties& properties)> then)
+void RecordingWriter::readProperties(std::function<void(const Properties& properties)> then)
 {
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(readAll()), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, then = std::move(then)] {
@@ -132,7 +130,7 @@ void Recording::readProperties(std::function<void(const Properties& properties)>
     });
 }
 
-void Recording::noteOwner(const QString& /*name*/, const QString& /*before*/, const QString& now)
+void RecordingWriter::noteOwner(const QString& /*name*/, const QString& /*before*/, const QString& now)
 {
     const QString before = std::exchange(m_owner, now);
     if (before == now) {
@@ -152,7 +150,7 @@ void Recording::noteOwner(const QString& /*name*/, const QString& /*before*/, co
 }
 
 // What the daemon tells until it has answered is noted behind it.
-void Recording::noteAppearance()
+void RecordingWriter::noteAppearance()
 {
     const auto event = note(now());
     event->isKnown = false;
@@ -165,7 +163,7 @@ void Recording::noteAppearance()
         const QVariantMap map = properties.isError() ? QVariantMap() : properties.value();
         for (auto value = map.begin(); value != map.end(); ++value) {
             const std::string name = value.key().toStdString();
-            m_known[name] = recordedValue(value.value());
+            m_known[name] = base::typedJson(value.value());
             values[name] = m_known[name];
         }
         event->lines.push_back({ { "appeared", std::move(values) } });
@@ -173,7 +171,7 @@ void Recording::noteAppearance()
     });
 }
 
-void Recording::noteSignal(const QDBusMessage& signal)
+void RecordingWriter::noteSignal(const QDBusMessage& signal)
 {
     const auto event = note(now());
     const QString member = signal.member();
@@ -199,7 +197,7 @@ void Recording::noteSignal(const QDBusMessage& signal)
 }
 
 // At its own time, unless something else was written meanwhile.
-void Recording::noteLater(double time)
+void RecordingWriter::noteLater(double time)
 {
     readProperties([this, time, count = m_signals](const Properties& properties) {
         Event differences;
@@ -213,7 +211,7 @@ void Recording::noteLater(double time)
 
 // Another signal may have come meanwhile; then only that tells what a property was in between, and what has
 // no signal is the only news.
-void Recording::addDifferences(const Properties& properties, int signalCount, Event& event)
+void RecordingWriter::addDifferences(const Properties& properties, int signalCount, Event& event)
 {
     const QVariantMap values = properties.isError() ? QVariantMap() : properties.value();
     for (auto value = values.begin(); value != values.end(); ++value) {
@@ -221,7 +219,7 @@ void Recording::addDifferences(const Properties& properties, int signalCount, Ev
         if (signalCount != m_signals && value.key() != QLatin1String("wifedsConnected")) {
             continue;
         }
-        Json now = recordedValue(value.value());
+        Json now = base::typedJson(value.value());
         if (m_known[name] != now) {
             event.lines.push_back({ { "property", name }, { "value", now } });
             m_known[name] = std::move(now);
@@ -229,4 +227,4 @@ void Recording::addDifferences(const Properties& properties, int signalCount, Ev
     }
 }
 
-} // namespace simctl
+} // namespace recording

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QVariantList>
 
-namespace bt {
+namespace recording {
 
 /// The number of Qt's type for values of a D-Bus signature, which has to be valid. Arrays, structures and
 /// dictionaries get one when they are first asked for.
@@ -13,4 +13,4 @@ namespace bt {
 /// dictionary are key, value, key, value, in their order.
 [[nodiscard]] QVariant compoundValue(const QByteArray& signature, const QVariantList& parts);
 
-} // namespace bt
+} // namespace recording

@@ -5,58 +5,95 @@
 #include <nlohmann/json.hpp>
 
 #include <QDBusArgument>
+#include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusSignature>
 #include <QDBusVariant>
 #include <QLocale>
 #include <QStringList>
 
-namespace cli {
+#include <cmath>
+#include <utility>
+
+namespace base {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// A value with parts that QtDBus has no type for: structures and lists become arrays, maps become objects.
-Json argumentToJson(const QDBusArgument& argument);
-
-Json mapToJson(const QDBusArgument& argument)
+/// JSON has no number for these.
+Json floating(double number)
 {
-    Json object = Json::object();
-    argument.beginMap();
-    while (!argument.atEnd()) {
-        argument.beginMapEntry();
-        const QString key = rawText(argument.asVariant());
-        object[key.toStdString()] = toJson(argument.asVariant());
-        argument.endMapEntry();
+    if (std::isfinite(number)) {
+        return number;
     }
-    argument.endMap();
-    return object;
+    return std::isnan(number) ? "NaN" : number > 0 ? "Infinity" : "-Infinity";
 }
 
-Json argumentToJson(const QDBusArgument& argument)
+/// What the two forms make of the parts of a value.
+class Walk
 {
-    Json array = Json::array();
-    switch (argument.currentType()) {
-    case QDBusArgument::MapType:
-        return mapToJson(argument);
-    case QDBusArgument::ArrayType:
-        argument.beginArray();
-        while (!argument.atEnd()) {
-            array.push_back(toJson(argument.asVariant()));
-        }
-        argument.endArray();
-        return array;
-    case QDBusArgument::StructureType:
-        argument.beginStructure();
-        while (!argument.atEnd()) {
-            array.push_back(toJson(argument.asVariant()));
-        }
-        argument.endStructure();
-        return array;
-    default:
-        return toJson(argument.asVariant());
+public:
+    explicit Walk(bool isTyped)
+        : m_isTyped(isTyped)
+    {
     }
-}
+
+    [[nodiscard]] Json part(const QVariant& value) const
+    {
+        if (value.userType() == qMetaTypeId<QDBusArgument>()) {
+            return parts(value.value<QDBusArgument>());
+        }
+        if (m_isTyped && value.userType() == qMetaTypeId<QDBusVariant>()) {
+            return typedJson(value.value<QDBusVariant>().variant());
+        }
+        if (m_isTyped && value.userType() == QMetaType::Double) {
+            return floating(value.toDouble());
+        }
+        return toJson(value);
+    }
+
+    /// A value that QtDBus has no type for: structures and lists are arrays; maps are objects, typed ones
+    /// lists of [key, value].
+    [[nodiscard]] Json parts(const QDBusArgument& argument) const
+    {
+        const auto type = argument.currentType();
+        if (type == QDBusArgument::MapType) {
+            return map(argument);
+        }
+        if (type != QDBusArgument::ArrayType && type != QDBusArgument::StructureType) {
+            return part(argument.asVariant());
+        }
+        Json list = Json::array();
+        type == QDBusArgument::ArrayType ? argument.beginArray() : argument.beginStructure();
+        while (!argument.atEnd()) {
+            list.push_back(part(argument.asVariant()));
+        }
+        type == QDBusArgument::ArrayType ? argument.endArray() : argument.endStructure();
+        return list;
+    }
+
+private:
+    [[nodiscard]] Json map(const QDBusArgument& argument) const
+    {
+        Json entries = m_isTyped ? Json::array() : Json::object();
+        argument.beginMap();
+        while (!argument.atEnd()) {
+            argument.beginMapEntry();
+            const QVariant key = argument.asVariant();
+            Json value = part(argument.asVariant());
+            if (m_isTyped) {
+                entries.push_back(Json::array({ part(key), std::move(value) }));
+            } else {
+                entries[rawText(key).toStdString()] = std::move(value);
+            }
+            argument.endMapEntry();
+        }
+        argument.endMap();
+        return entries;
+    }
+
+    bool m_isTyped;
+};
 
 Json listToJson(const QVariantList& list)
 {
@@ -143,12 +180,23 @@ Json toJson(const QVariant& value)
         break;
     }
     if (value.userType() == qMetaTypeId<QDBusArgument>()) {
-        return argumentToJson(value.value<QDBusArgument>());
+        return Walk(false).parts(value.value<QDBusArgument>());
     }
     if (const QVariant inner = unwrapped(value); inner.isValid()) {
         return toJson(inner);
     }
     return value.toString().toStdString();
+}
+
+Json typedJson(const QVariant& value)
+{
+    const QString type = value.userType() == qMetaTypeId<QDBusArgument>()
+        ? value.value<QDBusArgument>().currentSignature()
+        : QLatin1String(QDBusMetaType::typeToSignature(value.userType()));
+    Json typed;
+    typed["type"] = type.toStdString();
+    typed["value"] = Walk(true).part(value);
+    return typed;
 }
 
 QString rawText(const QVariant& value)
@@ -168,4 +216,4 @@ QString rawText(const QVariant& value)
     return value.toString();
 }
 
-} // namespace cli
+} // namespace base

@@ -1,4 +1,4 @@
-#include "RecordedRun.h"
+#include "RecordingReader.h"
 
 #include "Signature.h"
 #include "ValueReader.h"
@@ -13,7 +13,7 @@
 #include <cmath>
 #include <optional>
 
-namespace bt {
+namespace recording {
 
 namespace {
 
@@ -46,10 +46,7 @@ QString quoted(const std::string& text)
 class LineReader
 {
 public:
-    [[nodiscard]] const QString& problem() const { return m_problem; }
-
-    /// Of use while there is no problem.
-    RecordedEvent read(const QByteArray& line)
+    base::Result<RecordedEvent> read(const QByteArray& line)
     {
         RecordedEvent event;
         if (const auto json = parse(line)) {
@@ -59,6 +56,9 @@ public:
                 event.kind = kind->kind;
                 readContent(*json, *kind, event);
             }
+        }
+        if (!m_problem.isEmpty()) {
+            return base::error(m_problem);
         }
         return event;
     }
@@ -198,12 +198,11 @@ private:
 
     QVariant typedValue(const Json& json, const QString& name)
     {
-        const auto read = readTypedValue(json);
-        if (const auto* problem = std::get_if<ValueProblem>(&read)) {
-            complain(problem->of(name));
-            return {};
+        const auto read = readTypedValue(json, name);
+        if (!read) {
+            complain(read.error().text);
         }
-        return std::get<QVariant>(read);
+        return read.value_or(QVariant());
     }
 
     void checkName(const QString& name, const QString& what)
@@ -255,10 +254,11 @@ base::Result<RecordedRun> readRecording(const QByteArray& text)
         if (line.trimmed().isEmpty()) {
             continue;
         }
-        run.events.push_back(reader.read(line));
-        if (!reader.problem().isEmpty()) {
-            return base::error(reader.problem(), base::Failure::InvalidArgument, number);
+        const auto event = reader.read(line);
+        if (!event) {
+            return base::error(event.error().text, base::Failure::InvalidArgument, number);
         }
+        run.events.push_back(*event);
     }
     beginWithAppearance(run);
     if (run.events.empty()) {
@@ -269,4 +269,4 @@ base::Result<RecordedRun> readRecording(const QByteArray& text)
     return run;
 }
 
-} // namespace bt
+} // namespace recording

@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace bt {
+namespace recording {
 
 namespace {
 
@@ -57,4 +57,4 @@ Json exampleValue(const QByteArray& signature)
     return makeExample(signature, false);
 }
 
-} // namespace bt
+} // namespace recording

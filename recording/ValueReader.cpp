@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <limits>
 
-namespace bt {
+namespace recording {
 
 namespace {
 
@@ -43,7 +43,8 @@ public:
     /// Invalid after a problem.
     QVariant read(const QByteArray& signature, const Json& json);
     QVariant readTyped(const Json& json);
-    [[nodiscard]] ValueProblem problem() const { return { m_place.join(QString()), m_problem }; }
+    /// The value that was read, or what was wrong with it, for one that \a name tells.
+    [[nodiscard]] base::Result<QVariant> finish(const QVariant& value, const QString& name) const;
 
 private:
     template <typename Number>
@@ -165,9 +166,9 @@ QVariant Reader::readTyped(const Json& json)
         return refuse(json, QStringLiteral(R"("type" and "value" alone, like {"type":"i","value":7})"));
     }
     const auto signature = QByteArray::fromStdString(json.at("type").get_ref<const std::string&>());
-    if (const QString wrong = signatureProblem(signature); !wrong.isEmpty()) {
+    if (const auto valid = checkSignature(signature); !valid) {
         m_problem = QStringLiteral(R"(has the "type" %1 but needs one D-Bus type, like i, as or a(tis): %2)")
-                        .arg(shown(json.at("type")), wrong);
+                        .arg(shown(json.at("type")), valid.error().text);
         return {};
     }
     QVariantList value;
@@ -257,31 +258,30 @@ bool Reader::readNamedEntries(const QList<QByteArray>& types, const Json& json, 
     return true;
 }
 
-std::variant<QVariant, ValueProblem> finish(const QVariant& value, const Reader& reader)
+base::Result<QVariant> Reader::finish(const QVariant& value, const QString& name) const
 {
     if (value.isValid()) {
         return value;
     }
-    return reader.problem();
+    const QString place = m_place.join(QString());
+    return base::error(name + (place.isEmpty() ? QString() : QStringLiteral(" at ") + place)
+                       + QLatin1Char(' ') + m_problem);
 }
 
 } // namespace
 
-QString ValueProblem::of(const QString& name) const
-{
-    return name + (place.isEmpty() ? QString() : QStringLiteral(" at ") + place) + QLatin1Char(' ') + text;
-}
-
-std::variant<QVariant, ValueProblem> readValue(const QByteArray& signature, const Json& json)
+base::Result<QVariant> readValue(const QByteArray& signature, const Json& json, const QString& name)
 {
     Reader reader;
-    return finish(reader.read(signature, json), reader);
+    const QVariant value = reader.read(signature, json);
+    return reader.finish(value, name);
 }
 
-std::variant<QVariant, ValueProblem> readTypedValue(const Json& json)
+base::Result<QVariant> readTypedValue(const Json& json, const QString& name)
 {
     Reader reader;
-    return finish(reader.readTyped(json), reader);
+    const QVariant value = reader.readTyped(json);
+    return reader.finish(value, name);
 }
 
-} // namespace bt
+} // namespace recording

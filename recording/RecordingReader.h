@@ -6,7 +6,7 @@
 
 #include <chrono>
 
-namespace bt {
+namespace recording {
 
 /// Something that a daemon did.
 struct RecordedEvent
@@ -36,4 +36,4 @@ struct RecordedRun
 /// The error, with its line, is of the first thing that is wrong with the text.
 [[nodiscard]] base::Result<RecordedRun> readRecording(const QByteArray& text);
 
-} // namespace bt
+} // namespace recording

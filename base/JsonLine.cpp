@@ -1,10 +1,10 @@
 #include "JsonLine.h"
 
-#include "DisplayText.h"
+#include "Escaped.h"
 
 #include <nlohmann/json.hpp>
 
-namespace cli {
+namespace base {
 
 QString jsonText(const nlohmann::ordered_json& value)
 {
@@ -21,4 +21,4 @@ QString jsonText(const nlohmann::ordered_json& value)
     return safe;
 }
 
-} // namespace cli
+} // namespace base
