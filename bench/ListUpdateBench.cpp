@@ -5,10 +5,10 @@
 #include "MessageCounter.h"
 #include "ProcessCost.h"
 
+#include "ChildProcess.h"
+#include "MessageBus.h"
 #include "bus/ItemServer.h"
 #include "client/KELClientInterface.h"
-#include "world/ChildProcess.h"
-#include "world/MessageBus.h"
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>

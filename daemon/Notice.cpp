@@ -1,6 +1,6 @@
 #include "Notice.h"
 
-#include "base/Escaped.h"
+#include "Escaped.h"
 
 #include <cstdio>
 

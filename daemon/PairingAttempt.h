@@ -1,7 +1,7 @@
 #pragma once
 
 #include "RadioTypes.h"
-#include "base/Result.h"
+#include "Result.h"
 
 #include <QObject>
 

@@ -2,7 +2,7 @@
 
 #include "PairingAttempt.h"
 #include "Radio.h"
-#include "base/Result.h"
+#include "Result.h"
 
 namespace bt {
 

@@ -3,9 +3,9 @@
 #include "ModuleFile.h"
 #include "Options.h"
 
+#include "BusLoss.h"
+#include "EndingSignals.h"
 #include "RegistrationModule.h"
-#include "base/BusLoss.h"
-#include "base/EndingSignals.h"
 #include "bus/ItemServer.h"
 #include "items/ForkGuard.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ModuleEntry.h"
-#include "base/Result.h"
+#include "Result.h"
 
 #include <QString>
 

@@ -3,8 +3,8 @@
 
 #include "MobileSyncModule.h"
 
-#include "base/BusLoss.h"
-#include "base/EndingSignals.h"
+#include "BusLoss.h"
+#include "EndingSignals.h"
 #include "bus/ItemServer.h"
 
 #include <QCoreApplication>

@@ -1,6 +1,6 @@
 #include "RecordingWriter.h"
 
-#include "base/ValueJson.h"
+#include "ValueJson.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

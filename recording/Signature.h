@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Result.h"
+#include "Result.h"
 
 #include <QByteArray>
 #include <QList>

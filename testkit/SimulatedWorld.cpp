@@ -1,8 +1,8 @@
 #include "SimulatedWorld.h"
 
+#include "EverydayOutput.h"
 #include "Waiting.h"
 #include "WorldParts.h"
-#include "world/EverydayOutput.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "SimulatedWorld.h"
+#include "World.h"
 #include "client/KELClientInterface.h"
-#include "world/World.h"
 
 namespace testkit {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FileDescriptor.h"
-#include "base/Result.h"
+#include "Result.h"
 
 #include <QStringList>
 

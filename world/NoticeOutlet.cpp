@@ -1,6 +1,6 @@
 #include "NoticeOutlet.h"
 
-#include "base/Escaped.h"
+#include "Escaped.h"
 
 #include <QString>
 

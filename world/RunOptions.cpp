@@ -1,9 +1,9 @@
 #include "RunOptions.h"
 
+#include "NearestOption.h"
+#include "Quoted.h"
 #include "ScenarioFiles.h"
 #include "World.h"
-#include "base/NearestOption.h"
-#include "base/Quoted.h"
 
 #include <QDir>
 #include <QFile>

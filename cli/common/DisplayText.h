@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Escaped.h"
+#include "Escaped.h"
 
 #include <QString>
 

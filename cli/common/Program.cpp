@@ -1,7 +1,7 @@
 #include "Program.h"
 
 #include "DisplayText.h"
-#include "base/NearestOption.h"
+#include "NearestOption.h"
 
 #include <QCoreApplication>
 

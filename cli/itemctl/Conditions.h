@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Item.h"
-#include "base/Result.h"
+#include "Result.h"
 
 #include <QRegularExpression>
 #include <QString>

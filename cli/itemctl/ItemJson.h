@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Item.h"
-#include "base/JsonLine.h"
+#include "JsonLine.h"
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -1,6 +1,6 @@
 #include "ItemNames.h"
 
-#include "base/NearestWord.h"
+#include "NearestWord.h"
 #include "common/DisplayText.h"
 #include "items/ItemPattern.h"
 

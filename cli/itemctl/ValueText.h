@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Item.h"
-#include "base/ValueJson.h"
+#include "ValueJson.h"
 
 #include <QString>
 

@@ -1,7 +1,7 @@
 #include "Commands.h"
 #include "DeviceWords.h"
 #include "FaultWords.h"
-#include "base/JsonLine.h"
+#include "JsonLine.h"
 #include "common/Program.h"
 
 #include <nlohmann/json.hpp>

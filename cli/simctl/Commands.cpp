@@ -1,7 +1,7 @@
 #include "Commands.h"
 
-#include "base/JsonLine.h"
-#include "base/ValueJson.h"
+#include "JsonLine.h"
+#include "ValueJson.h"
 #include "common/DisplayText.h"
 #include "simulationproxy.h"
 

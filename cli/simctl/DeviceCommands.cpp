@@ -1,9 +1,9 @@
 #include "Commands.h"
 #include "DeviceWords.h"
 #include "FaultWords.h"
+#include "JsonLine.h"
+#include "ValueJson.h"
 #include "WordTable.h"
-#include "base/JsonLine.h"
-#include "base/ValueJson.h"
 #include "common/DisplayText.h"
 #include "simulationproxy.h"
 

@@ -1,6 +1,6 @@
 #include "Commands.h"
+#include "EndingSignals.h"
 #include "RecordingWriter.h"
-#include "base/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>

@@ -1,6 +1,6 @@
 #include "Commands.h"
-#include "base/JsonLine.h"
-#include "base/ValueJson.h"
+#include "JsonLine.h"
+#include "ValueJson.h"
 #include "simulationproxy.h"
 
 #include <nlohmann/json.hpp>

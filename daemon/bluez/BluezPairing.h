@@ -2,7 +2,7 @@
 
 #include "PairingAgent.h"
 #include "PairingAttempt.h"
-#include "base/Result.h"
+#include "Result.h"
 
 #include <BluezQt/Device>
 

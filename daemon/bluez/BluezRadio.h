@@ -7,8 +7,8 @@
 #include "Discovery.h"
 #include "PairingAgent.h"
 #include "RadioRules.h"
+#include "Result.h"
 #include "RfcommProfiles.h"
-#include "base/Result.h"
 
 #include <memory>
 #include <optional>

@@ -1,7 +1,7 @@
 #include "BluezRadio.h"
 #include "DaemonService.h"
+#include "EndingSignals.h"
 #include "Notice.h"
-#include "base/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>

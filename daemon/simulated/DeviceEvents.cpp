@@ -1,8 +1,8 @@
 // What the devices around the radio do by themselves.
 #include "AddressHelper.h"
+#include "Quoted.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
-#include "base/Quoted.h"
 
 #include <utility>
 

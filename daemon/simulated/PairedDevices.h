@@ -2,7 +2,7 @@
 
 #include "DaemonTypes.h"
 #include "RadioTypes.h"
-#include "base/Result.h"
+#include "Result.h"
 
 #include <QObject>
 

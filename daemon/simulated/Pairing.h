@@ -1,7 +1,7 @@
 #pragma once
 
 #include "PairingAttempt.h"
-#include "base/Result.h"
+#include "Result.h"
 
 #include <QRandomGenerator>
 

@@ -4,7 +4,7 @@
 #include "DeviceReader.h"
 #include "Notice.h"
 #include "ObjectReader.h"
-#include "base/Quoted.h"
+#include "Quoted.h"
 
 #include <QFile>
 #include <QSaveFile>

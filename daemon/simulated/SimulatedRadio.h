@@ -4,8 +4,8 @@
 #include "PairedDevices.h"
 #include "Pairing.h"
 #include "RadioRules.h"
+#include "Result.h"
 #include "Room.h"
-#include "base/Result.h"
 
 #include <QRandomGenerator>
 #include <QSet>

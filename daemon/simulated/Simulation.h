@@ -2,6 +2,7 @@
 
 #include "BusFront.h"
 #include "ControlService.h"
+#include "EndingSignals.h"
 #include "LocalDaemon.h"
 #include "PairingStore.h"
 #include "Replay.h"
@@ -9,7 +10,6 @@
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
 #include "Timeline.h"
-#include "base/EndingSignals.h"
 
 #include <QObject>
 #include <QTimer>

@@ -1,8 +1,8 @@
+#include "EndingSignals.h"
 #include "Notice.h"
 #include "ScenarioFiles.h"
 #include "Settings.h"
 #include "Simulation.h"
-#include "base/EndingSignals.h"
 
 #include <QCoreApplication>
 #include <QDebug>

@@ -1,4 +1,5 @@
 // The program itself, against a simulated radio on a bus of its own whose time stands still.
+#include "ChildProcess.h"
 #include "DeviceWords.h"
 #include "EventWords.h"
 #include "FaultWords.h"
@@ -6,7 +7,6 @@
 #include "support/PrivateBus.h"
 #include "support/Programs.h"
 #include "support/Rows.h"
-#include "world/ChildProcess.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

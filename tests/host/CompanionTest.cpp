@@ -1,12 +1,12 @@
 // The record of the companion application's connections, all the way: a simulated phone connects, the module
 // tells the stand-in of the mobile synchronisation module, and people read it there.
 #include "KelAggregate.h"
+#include "World.h"
 #include "client/KELClientInterface.h"
 #include "support/PrivateView.h"
 #include "support/ProblemOf.h"
 #include "support/Programs.h"
 #include "support/Rows.h"
-#include "world/World.h"
 
 #include <QTest>
 

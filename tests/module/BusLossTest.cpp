@@ -1,10 +1,10 @@
 // A bus ends under the host: it says so and leaves, with every config stored, and its successor goes on. The
 // companion does the same.
+#include "ChildProcess.h"
 #include "ModuleWorld.h"
+#include "ServerReadiness.h"
 #include "support/PrivateBus.h"
 #include "support/Rows.h"
-#include "world/ChildProcess.h"
-#include "world/ServerReadiness.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -1,6 +1,6 @@
 // The radio controller as the host's child: how it is started and stopped, and what a loan does to it.
+#include "ChildProcess.h"
 #include "ModuleWorld.h"
-#include "world/ChildProcess.h"
 
 #include <QElapsedTimer>
 #include <QFile>

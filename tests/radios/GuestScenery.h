@@ -1,9 +1,9 @@
 #pragma once
 
+#include "ChildProcess.h"
 #include "GuestBluez.h"
 #include "Scenery.h"
 #include "SecondRadio.h"
-#include "world/ChildProcess.h"
 
 #include <csignal>
 #include <memory>

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "ItemMirror.h"
 #include "Scenery.h"
+#include "World.h"
 #include "client/KELClientInterface.h"
-#include "tests/support/ProblemOf.h"
-#include "world/ItemMirror.h"
-#include "world/World.h"
+#include "support/ProblemOf.h"
 
 #include <QDebug>
 #include <QSignalSpy>

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "EverydayOutput.h"
 #include "PrivateView.h"
 #include "ScriptedDaemon.h"
+#include "World.h"
 #include "client/KELClientInterface.h"
-#include "world/EverydayOutput.h"
-#include "world/World.h"
 
 #include <QTest>
 

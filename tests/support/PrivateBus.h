@@ -1,7 +1,7 @@
 #pragma once
 
+#include "MessageBus.h"
 #include "ProblemOf.h"
-#include "world/MessageBus.h"
 
 #include <QFile>
 #include <QTemporaryDir>

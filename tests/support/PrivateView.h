@@ -1,6 +1,6 @@
 #pragma once
 
-#include "world/PrivateFilesystem.h"
+#include "PrivateFilesystem.h"
 
 #include <QCoreApplication>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Result.h"
+#include "Result.h"
 
 /// Why it failed; empty when it did not.
 template <typename T>

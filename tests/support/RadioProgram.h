@@ -1,7 +1,7 @@
 #pragma once
 
 #include "BluetoothIf.h"
-#include "world/ChildProcess.h"
+#include "ChildProcess.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusServiceWatcher>

@@ -1,9 +1,9 @@
 // What simctl records at a daemon, the simulated radio plays: recorded again, it is the same line for line.
 #include "SystemTest.h"
+#include "World.h"
 #include "support/Programs.h"
 #include "support/Rows.h"
 #include "support/TableFile.h"
-#include "world/World.h"
 
 #include <QFile>
 #include <QJsonDocument>

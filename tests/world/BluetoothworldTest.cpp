@@ -1,7 +1,7 @@
 #include "Mechanisms.h"
 
+#include "World.h"
 #include "support/Rows.h"
-#include "world/World.h"
 
 #include <QDir>
 #include <QFile>

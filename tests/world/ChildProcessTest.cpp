@@ -1,7 +1,7 @@
-#include "world/ChildProcess.h"
-#include "base/EndingSignals.h"
+#include "ChildProcess.h"
+#include "Descendants.h"
+#include "EndingSignals.h"
 #include "support/Rows.h"
-#include "world/Descendants.h"
 
 #include <QTemporaryFile>
 #include <QTest>

@@ -1,6 +1,6 @@
+#include "KeptPaths.h"
+#include "RuntimeFolder.h"
 #include "support/Rows.h"
-#include "world/KeptPaths.h"
-#include "world/RuntimeFolder.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "world/MessageBus.h"
+#include "MessageBus.h"
 #include "support/ProblemOf.h"
 #include "support/Rows.h"
 

@@ -1,8 +1,8 @@
+#include "NoticeOutlet.h"
+#include "World.h"
 #include "support/Programs.h"
 #include "support/PseudoTerminal.h"
 #include "support/Rows.h"
-#include "world/NoticeOutlet.h"
-#include "world/World.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,9 +1,9 @@
 #include "Mechanisms.h"
 
+#include "Descendants.h"
+#include "World.h"
 #include "support/PseudoTerminal.h"
 #include "support/Rows.h"
-#include "world/Descendants.h"
-#include "world/World.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -1,9 +1,9 @@
 #include "Mechanisms.h"
 
-#include "world/ChildProcess.h"
-#include "world/MessageBus.h"
-#include "world/ServerReadiness.h"
-#include "world/World.h"
+#include "ChildProcess.h"
+#include "MessageBus.h"
+#include "ServerReadiness.h"
+#include "World.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>

@@ -1,7 +1,7 @@
 // view_probe CONTROLLER COMMAND [ARG...]: runs COMMAND in the private view, with its exit status; 69 when
 // there is no view. With the first argument "--exchange NEXT", the controller is exchanged first.
-#include "world/ChildProcess.h"
-#include "world/PrivateFilesystem.h"
+#include "ChildProcess.h"
+#include "PrivateFilesystem.h"
 
 #include <QFile>
 

@@ -1,10 +1,10 @@
 #include "Mechanisms.h"
 
+#include "ServerReadiness.h"
+#include "World.h"
 #include "support/PrivateView.h"
 #include "support/ProblemOf.h"
 #include "support/Rows.h"
-#include "world/ServerReadiness.h"
-#include "world/World.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>

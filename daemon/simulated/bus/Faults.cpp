@@ -2,10 +2,10 @@
 
 #include "BluetoothIf.h"
 #include "ExampleValue.h"
+#include "NearestWord.h"
 #include "Signature.h"
 #include "ValueReader.h"
 #include "WordTable.h"
-#include "base/NearestWord.h"
 
 #include <nlohmann/json.hpp>
 

@@ -4,12 +4,12 @@
 #include "BusFront.h"
 #include "ControlNames.h"
 #include "DeviceRecord.h"
+#include "NearestWord.h"
 #include "Quantities.h"
+#include "Quoted.h"
 #include "ScenarioReader.h"
 #include "SimulatedRadio.h"
 #include "SimulationClock.h"
-#include "base/NearestWord.h"
-#include "base/Quoted.h"
 #include "simulationadaptor.h"
 
 #include <QDBusMessage>

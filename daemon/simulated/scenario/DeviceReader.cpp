@@ -4,9 +4,9 @@
 #include "DeviceWords.h"
 #include "ObjectReader.h"
 #include "Quantities.h"
+#include "Quoted.h"
 #include "ScenarioReader.h"
 #include "WordTable.h"
-#include "base/Quoted.h"
 
 #include <QRegularExpression>
 

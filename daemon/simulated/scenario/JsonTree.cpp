@@ -1,7 +1,7 @@
 #include "JsonTree.h"
 
-#include "base/Escaped.h"
-#include "base/Quoted.h"
+#include "Escaped.h"
+#include "Quoted.h"
 
 #include <QRegularExpression>
 #include <QSet>

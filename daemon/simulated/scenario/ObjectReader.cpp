@@ -1,7 +1,7 @@
 #include "ObjectReader.h"
 
-#include "base/NearestWord.h"
-#include "base/Quoted.h"
+#include "NearestWord.h"
+#include "Quoted.h"
 
 #include <algorithm>
 #include <cmath>

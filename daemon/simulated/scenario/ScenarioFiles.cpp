@@ -1,7 +1,7 @@
 #include "ScenarioFiles.h"
 
+#include "NearestWord.h"
 #include "ScenarioReader.h"
-#include "base/NearestWord.h"
 
 #include <QDir>
 #include <QFile>

@@ -5,8 +5,8 @@
 #include "EventWords.h"
 #include "ObjectReader.h"
 #include "Quantities.h"
+#include "Quoted.h"
 #include "WordTable.h"
-#include "base/Quoted.h"
 
 #include <QHash>
 
