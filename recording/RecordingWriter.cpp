@@ -145,7 +145,7 @@ void RecordingWriter::noteOwner(const QString& /*name*/, const QString& /*before
     note(time)->lines.push_back({ { now.isEmpty() ? "left" : "handover", true } });
     writeKnown();
     if (!now.isEmpty()) {
-        noteLater(time);
+        noteUnheardChanges(time);
     }
 }
 
@@ -187,44 +187,45 @@ void RecordingWriter::noteSignal(const QDBusMessage& signal)
     if (member.startsWith(QLatin1String("wifed"))) {
         event->isKnown = false;
         readProperties([this, event, count](const Properties& properties) {
-            addDifferences(properties, count, *event);
-            std::rotate(event->lines.begin(), event->lines.begin() + 1, event->lines.end());
+            const std::vector<Json> changes = unheardChanges(properties, count);
+            event->lines.insert(event->lines.begin(), changes.begin(), changes.end());
             event->isKnown = true;
         });
     }
     writeKnown();
-    noteLater(event->time);
+    noteUnheardChanges(event->time);
 }
 
-// At its own time, unless something else was written meanwhile.
-void RecordingWriter::noteLater(double time)
+// The answer tells how things stood at that time, unless something else was written meanwhile.
+void RecordingWriter::noteUnheardChanges(double time)
 {
     readProperties([this, time, count = m_signals](const Properties& properties) {
-        Event differences;
-        differences.time = time;
-        addDifferences(properties, count, differences);
-        if (!differences.lines.empty()) {
-            *note(time) = std::move(differences);
+        std::vector<Json> changes = unheardChanges(properties, count);
+        if (!changes.empty()) {
+            note(time)->lines = std::move(changes);
         }
     });
 }
 
-// Another signal may have come meanwhile; then only that tells what a property was in between, and what has
-// no signal is the only news.
-void RecordingWriter::addDifferences(const Properties& properties, int signalCount, Event& event)
+// Another signal may have come between question and answer. Then that alone tells what its property was in
+// between, and only the property that has no signal of its own is news.
+std::vector<RecordingWriter::Json> RecordingWriter::unheardChanges(const Properties& properties,
+                                                                   int signalsBefore)
 {
+    std::vector<Json> changes;
     const QVariantMap values = properties.isError() ? QVariantMap() : properties.value();
     for (auto value = values.begin(); value != values.end(); ++value) {
-        const std::string name = value.key().toStdString();
-        if (signalCount != m_signals && value.key() != QLatin1String("wifedsConnected")) {
+        if (signalsBefore != m_signals && value.key() != QLatin1String("wifedsConnected")) {
             continue;
         }
+        const std::string name = value.key().toStdString();
         Json now = base::typedJson(value.value());
         if (m_known[name] != now) {
-            event.lines.push_back({ { "property", name }, { "value", now } });
+            changes.push_back({ { "property", name }, { "value", now } });
             m_known[name] = std::move(now);
         }
     }
+    return changes;
 }
 
 } // namespace recording

@@ -67,8 +67,10 @@ private:
 
     std::shared_ptr<Event> note(double time);
     void noteAppearance();
-    void noteLater(double time);
-    void addDifferences(const Properties& properties, int signalCount, Event& event);
+    /// Asks what changed without a signal that says so, and notes it at \a time.
+    void noteUnheardChanges(double time);
+    /// One line a property. \a signalsBefore had come when the question was asked.
+    [[nodiscard]] std::vector<Json> unheardChanges(const Properties& properties, int signalsBefore);
     void readProperties(std::function<void(const Properties& properties)> then);
     void writeKnown();
     void write(const Event& event);
