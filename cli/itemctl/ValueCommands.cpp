@@ -157,7 +157,7 @@ base::Result<ExitStatus> set(const Request& request, Output& output)
     }
     const Item& item = selected->items.first();
     const KELClientInterface& client = selected->servers.clientOf(item);
-    const auto done = send(client, item);
+    auto done = send(client, item);
     if (!done || !request.json) {
         return done;
     }

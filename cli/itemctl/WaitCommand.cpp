@@ -27,8 +27,9 @@ base::Result<ExitStatus> wait(const Request& request, Output& output)
         return tl::unexpected(goal.error());
     }
     return goal->reach(patience, false, request, output).map([&](ExitStatus status) {
-        return status == ExitStatus::Done && request.json ? output.line(base::jsonText(goal->expectations().json()))
-                                                          : status;
+        return status == ExitStatus::Done && request.json
+            ? output.line(base::jsonText(goal->expectations().json()))
+            : status;
     });
 }
 
