@@ -19,6 +19,8 @@ struct Request
     bool json = false;
     QString server; ///< "bluetoothlauncher"; empty for all servers on the bus
     QStringList arguments; ///< patterns, items or conditions; of set and call the item, then the text
+    QStringList until; ///< conditions
+    QStringList unless;
     std::optional<int> count;
     std::optional<int> notices; ///< top: a descriptor; its lines are shown as they come
     std::optional<std::chrono::milliseconds> timeout;

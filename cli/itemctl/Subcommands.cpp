@@ -53,9 +53,32 @@ void addWatchOptions(CLI::App& app, Request& request)
                "End after this time: with status 4 when --count changes were not reached, else 0");
 }
 
+void addConditions(CLI::App& app, const char* option, QStringList& conditions, const char* help)
+{
+    app.add_option_function<std::vector<std::string>>(
+           option,
+           [&conditions](const std::vector<std::string>& words) {
+               for (const std::string& word : words) {
+                   conditions += QString::fromStdString(word);
+               }
+           },
+           help)
+        ->type_name("CONDITION...");
+}
+
 void addWaitOptions(CLI::App& app, Request& request)
 {
+    addConditions(app, "--unless", request.unless, "Give up with status 1 when one of these holds");
     addTimeout(app, request, "How long to wait (default: 10)");
+}
+
+void addUntilOptions(CLI::App& app, Request& request)
+{
+    addConditions(app, "--until", request.until,
+                  "Then show how the items of these change, and return when all hold together");
+    addWaitOptions(app, request);
+    app.get_option("--unless")->needs("--until");
+    app.get_option("--timeout")->needs("--until");
 }
 
 /// For whoever starts the view in the terminal's place.
@@ -99,12 +122,14 @@ const std::vector<Subcommand>& subcommands()
           "Write a config, or a result that its server opens to clients",
           set,
           { { "ITEM", "The item" },
-            { "VALUE", "An enumeration's number, symbol or label; true, false; a text" } } },
+            { "VALUE", "An enumeration's number, symbol or label; true, false; a text" } },
+          addUntilOptions },
         { "call",
           "Trigger an action and print its reply text, if it has one",
           call,
           { { "ACTION", "The action" },
-            { "TEXT", R"(The text for it; behind "--" when it begins with "-")", Times::AtMostOnce } } },
+            { "TEXT", R"(The text for it; behind "--" when it begins with "-")", Times::AtMostOnce } },
+          addUntilOptions },
         { "watch",
           "One line per change as it happens, until stopped",
           watch,

@@ -1,11 +1,16 @@
 #include "Commands.h"
 #include "Description.h"
+#include "Goal.h"
 #include "ItemJson.h"
 #include "ItemNames.h"
 #include "ValueText.h"
 #include "common/DisplayText.h"
 
 #include <nlohmann/json.hpp>
+
+#include <QCoreApplication>
+
+#include <functional>
 
 namespace itemctl {
 namespace {
@@ -41,6 +46,57 @@ tl::unexpected<base::Error> actionHasNoValue(const QString& name)
 {
     return base::error(
         QStringLiteral("%1 is an action and has no value; \"itemctl call %1\" triggers it").arg(name));
+}
+
+/// Something that is asked of an item.
+struct Act
+{
+    Wanted wanted;
+    bool needsNews; ///< a condition that holds already does not count
+    std::function<base::Result<ExitStatus>(const KELClientInterface& client, const Item& item)> send;
+};
+
+/// Listens first, then sends, then waits for what the request is to lead to.
+base::Result<ExitStatus> actAndWait(const Request& request, const Act& act, Output& output)
+{
+    const Patience patience(request);
+    const auto conditions = GoalConditions::parse(request.until, request.unless);
+    if (!conditions) {
+        return tl::unexpected(conditions.error());
+    }
+    const QString& name = request.arguments.first();
+    auto servers = serversFor(request, conditions->items() << name);
+    if (!servers) {
+        return tl::unexpected(servers.error());
+    }
+    servers->setTimeout(patience.ofAnAnswer());
+    LiveItems live(std::move(*servers));
+    const auto present = live.start();
+    if (!present) {
+        return tl::unexpected(present.error());
+    }
+    noteSilent(live.servers(), output);
+    const auto position = findItem(*present, name, act.wanted);
+    if (!position) {
+        return tl::unexpected(notFound(*present, live.servers(), name, position.error()));
+    }
+    auto goal = Goal::of(*conditions, live);
+    if (!goal) {
+        return tl::unexpected(goal.error());
+    }
+    const Item& item = present->at(*position);
+    const KELClientInterface& client = live.servers().clientOf(item);
+    // Behind an answer comes nothing that the server told before; what has come by then is no news.
+    if (const auto answered = client.modules(); !answered) {
+        return tl::unexpected(errorFrom(answered.error()));
+    }
+    QCoreApplication::processEvents();
+    if (act.needsNews) {
+        goal->forgetThePresent();
+    }
+    return act.send(client, item).and_then([&](ExitStatus sent) {
+        return sent == ExitStatus::Done ? goal->reach(patience, true, request, output) : sent;
+    });
 }
 
 nlohmann::ordered_json valuesJson(const Items& items)
@@ -83,19 +139,27 @@ base::Result<ExitStatus> get(const Request& request, Output& output)
 base::Result<ExitStatus> set(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
+    const auto send = [&](const KELClientInterface& client, const Item& item) -> base::Result<ExitStatus> {
+        if (item.isAction()) {
+            return actionHasNoValue(name);
+        }
+        noteIfInapplicable(item, name, output);
+        return resultOf(client.set(item.address, request.arguments.value(1))).map([](ipc::Done /*done*/) {
+            return ExitStatus::Done;
+        });
+    };
+    if (!request.until.isEmpty()) {
+        return actAndWait(request, { Wanted::Valued, false, send }, output);
+    }
     const auto selected = select(request, { name }, Wanted::Valued, output);
     if (!selected) {
         return tl::unexpected(selected.error());
     }
     const Item& item = selected->items.first();
-    if (item.isAction()) {
-        return actionHasNoValue(name);
-    }
-    noteIfInapplicable(item, name, output);
     const KELClientInterface& client = selected->servers.clientOf(item);
-    const auto done = resultOf(client.set(item.address, request.arguments.value(1)));
+    auto done = send(client, item);
     if (!done || !request.json) {
-        return done.map([](ipc::Done /*done*/) { return ExitStatus::Done; });
+        return done;
     }
     return resultOf(client.get(item.address)).map([&output](const QVariant& value) {
         return output.line(base::jsonText(base::toJson(value)));
@@ -105,19 +169,27 @@ base::Result<ExitStatus> set(const Request& request, Output& output)
 base::Result<ExitStatus> call(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
+    const bool waits = !request.until.isEmpty();
+    const auto send = [&](const KELClientInterface& client, const Item& item) -> base::Result<ExitStatus> {
+        noteIfInapplicable(item, name, output);
+        return resultOf(client.trigger(item.address, request.arguments.value(1)))
+            .map([&](const QString& reply) {
+                // On the way to a goal an object a line is printed, which a reply is not.
+                if (request.json && !waits) {
+                    return output.line(base::jsonText(base::toJson(reply)));
+                }
+                return reply.isEmpty() || request.json ? ExitStatus::Done : output.line(escaped(reply));
+            });
+    };
+    if (waits) {
+        return actAndWait(request, { Wanted::Action, true, send }, output);
+    }
     const auto selected = select(request, { name }, Wanted::Action, output);
     if (!selected) {
         return tl::unexpected(selected.error());
     }
     const Item& item = selected->items.first();
-    noteIfInapplicable(item, name, output);
-    return resultOf(selected->servers.clientOf(item).trigger(item.address, request.arguments.value(1)))
-        .map([&](const QString& reply) {
-            if (request.json) {
-                return output.line(base::jsonText(base::toJson(reply)));
-            }
-            return reply.isEmpty() ? ExitStatus::Done : output.line(escaped(reply));
-        });
+    return send(selected->servers.clientOf(item), item);
 }
 
 base::Result<ExitStatus> describe(const Request& request, Output& output)

@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "Ending.h"
+#include "Goal.h"
 #include "ItemJson.h"
 #include "ItemNames.h"
 #include "LiveItems.h"
@@ -90,6 +91,9 @@ base::Result<ExitStatus> watch(const Request& request, Output& output)
     auto servers = serversFor(request, request.arguments);
     if (!servers) {
         return tl::unexpected(servers.error());
+    }
+    if (request.timeout) {
+        servers->setTimeout(Patience(request).ofAnAnswer());
     }
     LiveItems items(std::move(*servers));
     const auto present = items.start();

@@ -1,4 +1,5 @@
 #include "ItemctlFixture.h"
+#include "support/Rows.h"
 
 #include <nlohmann/json.hpp>
 
@@ -38,6 +39,53 @@ private Q_SLOTS:
         QCOMPARE(finished.out,
                  ":config:demo:mod:enabled: true\n:config:demo:mod:pin: [applies]\n"
                  ":result:demo:mod:state: 77\n");
+    }
+
+    void actsAndWaits_data()
+    {
+        const Rows<QStringList, int, QString, QString> row("arguments", "status", "out", "err");
+        row("a change on the way", { "call", "write", "state=3", "--until", "state=On" }, 0,
+            "state  Off -> On\n", "");
+        row("JSON, two conditions",
+            { "call", "write", "state=3", "--json", "--until", "state=3", "state~^On" }, 0,
+            R"({"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
+            R"("kind":"result","label":"State","value":3,"text":"On"})"
+            "\n",
+            "");
+        row("an unwanted end",
+            { "call", "write", "state=200", "--until", "state=On", "--unless", "state~^Gone" }, 1,
+            "state  Off -> Gone Wrong\n", "state~^Gone holds, it is 200 (Gone Wrong)");
+        row("what was before is no news", { "call", "echo", "x", "--until", "state=Off", "--timeout", "0.1" },
+            4, "x\n",
+            "timed out after 0.1 s: state=Off does not hold, it has not changed since: it is 0 (Off)");
+        row("nor is an unwanted end of before",
+            { "call", "write", "rowName:1=x", "--until", "rowName:1=x", "--unless", "state=Off" }, 0,
+            "rowName:1  (empty) -> x\n", "");
+        row("set: what holds already does",
+            { "set", "volume", "5", "--server", "demo", "--until", "state=Off" }, 3, "", "several");
+        row("set, applicability", { "set", "enabled", "true", "--until", "enabled=true", "state=Off" }, 0,
+            "enabled  false -> true\n", "");
+        row("another item's change is not shown",
+            { "call", "write", "rowName:1=x", "--until", "state=On", "--timeout", "0.1" }, 4, "",
+            "it has not changed since");
+        row("a value that can never be", { "call", "echo", "x", "--until", "state=Onn" }, 2, "",
+            "does not fit");
+        row("the request is refused", { "set", "pin", "x", "--until", "state=Off" }, 1, "",
+            "keeps its value");
+        row("wait, an unwanted state", { "wait", "state=On", "--unless", "enabled=true", "state=Off" }, 1, "",
+            "state=Off holds, it is 0 (Off)");
+        row("unless without until", { "set", "enabled", "true", "--unless", "state=On" }, 2, "", "--until");
+    }
+
+    void actsAndWaits()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, err);
+        const Finished finished = itemctl(arguments);
+        QTEST(finished.out, "out");
+        QVERIFY2(err.isEmpty() ? finished.err.isEmpty() : finished.err.contains(err),
+                 qPrintable(finished.err));
+        QTEST(finished.status, "status");
     }
 
     void watchAsJson()

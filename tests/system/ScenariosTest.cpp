@@ -56,6 +56,39 @@ private Q_SLOTS:
         QCOMPARE(static_cast<std::size_t>(listed.size()), expected);
     }
 
+    // The same request twice, each with an outcome of its own; a slow daemon is no excuse.
+    void requestsAreFollowedToTheirEnd_data()
+    {
+        const Rows<QStringList, int> row("fault", "scans");
+        row("at once", { "none" }, 0);
+        row("late", { "slow", "0.1" }, 2);
+    }
+
+    void requestsAreFollowedToTheirEnd()
+    {
+        QFETCH(QStringList, fault);
+        QFETCH(int, scans);
+        testkit::SimulationOptions options;
+        options.isPaused = false;
+        QVERIFY2(m_world.start(options), why());
+        QCOMPARE(itemctl({ "set", "enabled", "true", "--until", "status=On" }), QString());
+        QVERIFY2(m_world.fault(fault), why());
+        const QStringList pair{ "call", "pair", "00:11:22:33:44:05" }; // refuses
+        for (const char* before : { "Idle", "Failed Authentication" }) {
+            const Finished refused =
+                ::run("itemctl",
+                      pair + QStringList{ "--until", "pairstate=Paired", "--unless", "pairstate~^Failed" });
+            QCOMPARE(refused.out,
+                     QString("pairstate  %1 -> Pairing\npairstate  Pairing -> Failed Authentication\n")
+                         .arg(before));
+            QCOMPARE(refused.status, 1);
+        }
+        for (int i = 0; i < scans; ++i) {
+            QCOMPARE(itemctl({ "call", "scan", "--until", "scanstate=SCANDONE", "--timeout", "30" }),
+                     QString());
+        }
+    }
+
     void roomIsTheDefault()
     {
         testkit::SimulationOptions options;

@@ -31,7 +31,8 @@ _itemctl()
         case $command in
             "") options+=" --version" ;;
             watch) options+=" --count --timeout" ;;
-            wait) options+=" --timeout" ;;
+            wait) options+=" --unless --timeout" ;;
+            set|call) options+=" --until --unless --timeout" ;;
         esac
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
         return

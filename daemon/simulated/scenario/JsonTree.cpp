@@ -189,6 +189,11 @@ base::Result<JsonValue> parseJson(const QByteArray& text)
 {
     CountingIterator::Lines lines;
     TreeBuilder builder(lines);
+    // The parser takes it for the end.
+    if (const int zero = text.indexOf('\0'); zero >= 0) {
+        return base::error(QStringLiteral("this is no JSON: a zero byte stands here"),
+                           base::Failure::InvalidArgument, text.left(zero).count('\n') + 1);
+    }
     const bool parsed =
         nlohmann::json::sax_parse(CountingIterator(text.constData(), &lines),
                                   CountingIterator(text.constData() + text.size(), &lines), &builder);

@@ -11,6 +11,7 @@
 #include <QHash>
 
 #include <algorithm>
+#include <utility>
 
 namespace bt {
 
@@ -172,8 +173,8 @@ base::Result<SimulatedDevice> readDevice(const QByteArray& text)
 {
     return parseJson(text).and_then([](const JsonValue& root) {
         base::Result<> outcome;
-        const SimulatedDevice device = readDevice(root, QStringLiteral("the device"), outcome);
-        return outcome.map([&device] { return device; });
+        SimulatedDevice device = readDevice(root, QStringLiteral("the device"), outcome);
+        return outcome.map([&device] { return std::move(device); });
     });
 }
 

@@ -1,0 +1,166 @@
+#include "Goal.h"
+
+#include "Ending.h"
+#include "ItemJson.h"
+#include "ValueText.h"
+#include "common/DisplayText.h"
+
+#include <nlohmann/json.hpp>
+
+#include <QCoreApplication>
+
+#include <algorithm>
+
+namespace itemctl {
+namespace {
+
+constexpr std::chrono::milliseconds DefaultWait{ 10'000 };
+/// A server gets this long for an answer however short the wait is.
+constexpr std::chrono::milliseconds ShortestAnswer{ 1'000 };
+
+base::Result<std::vector<Condition>> parseAll(const QStringList& texts)
+{
+    std::vector<Condition> conditions;
+    for (const QString& text : texts) {
+        const auto condition = Condition::parse(text);
+        if (!condition) {
+            return tl::unexpected(condition.error());
+        }
+        conditions.push_back(*condition);
+    }
+    return conditions;
+}
+
+/// As a person follows it: an enumeration's label alone.
+QString followedValue(const Item& item)
+{
+    const QString raw = base::rawText(item.value);
+    return item.isEnumeration && !item.text.isEmpty() ? escaped(item.text)
+        : raw.isEmpty()                               ? QStringLiteral("(empty)")
+                                                      : escaped(raw);
+}
+
+QString followedChange(const Item& before, const Item& now, Change change)
+{
+    QStringList news;
+    if (change.value) {
+        news << followedValue(before) + QStringLiteral(" -> ") + followedValue(now);
+    }
+    if (change.applicability) {
+        news << (now.applicable ? QStringLiteral("applies") : QStringLiteral("does not apply"));
+    }
+    return now.idWithIndex() + QStringLiteral("  ") + news.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+base::Result<GoalConditions> GoalConditions::parse(const QStringList& until, const QStringList& unless)
+{
+    return parseAll(until).and_then([&unless](const std::vector<Condition>& all) {
+        return parseAll(unless).map([&all](const std::vector<Condition>& any) {
+            return GoalConditions{ all, any };
+        });
+    });
+}
+
+QStringList GoalConditions::items() const
+{
+    QStringList names;
+    for (const auto* conditions : { &until, &unless }) {
+        for (const Condition& condition : *conditions) {
+            names += condition.item();
+        }
+    }
+    return names;
+}
+
+Patience::Patience(const Request& request)
+    : m_whole(request.timeout.value_or(DefaultWait))
+    , m_end(std::chrono::steady_clock::now() + m_whole)
+{
+}
+
+std::chrono::milliseconds Patience::ofAnAnswer() const
+{
+    return std::max(m_whole, ShortestAnswer);
+}
+
+std::chrono::milliseconds Patience::left() const
+{
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_end - std::chrono::steady_clock::now());
+    return std::max(left, std::chrono::milliseconds(0));
+}
+
+QString Patience::text() const
+{
+    return QStringLiteral("%1 s").arg(static_cast<double>(m_whole.count()) / 1000);
+}
+
+Goal::Goal(Expectations until, Expectations unless, LiveItems& items)
+    : m_until(std::move(until))
+    , m_unless(std::move(unless))
+    , m_items(&items)
+{
+}
+
+base::Result<Goal> Goal::of(const GoalConditions& conditions, LiveItems& items)
+{
+    return Expectations::of(conditions.until, items).and_then([&](const Expectations& until) {
+        return Expectations::of(conditions.unless, items).map([&](const Expectations& unless) {
+            return Goal(until, unless, items);
+        });
+    });
+}
+
+void Goal::forgetThePresent()
+{
+    m_until.forgetThePresent();
+    m_unless.forgetThePresent();
+}
+
+std::optional<base::Result<ExitStatus>> Goal::outcome() const
+{
+    if (const QString unwanted = m_unless.firstThatHolds(); !unwanted.isEmpty()) {
+        return base::error(unwanted);
+    }
+    return m_until.allHold() ? std::optional(base::Result<ExitStatus>(ExitStatus::Done)) : std::nullopt;
+}
+
+base::Result<ExitStatus> Goal::reach(const Patience& patience, bool shows, const Request& request,
+                                     Output& output)
+{
+    if (const auto reached = outcome()) {
+        return *reached;
+    }
+    Ending ending(*m_items, output);
+    Items before = m_items->items();
+    QObject::connect(m_items, &LiveItems::itemChanged, &ending, [&](int position, Change change) {
+        m_until.noteChange(position);
+        m_unless.noteChange(position);
+        const Item& item = m_items->items()[position];
+        if (shows && !ending.isReached() && (m_until.areAbout(position) || m_unless.areAbout(position))) {
+            const ExitStatus written =
+                output.line(request.json ? base::jsonText(changeJson(item, change))
+                                         : followedChange(before.value(position), item, change));
+            if (written != ExitStatus::Done) {
+                ending.reach(written);
+            }
+        }
+        if (position < before.size()) {
+            before[position] = item;
+        }
+    });
+    QObject::connect(m_items, &LiveItems::turnEnded, &ending, [&] {
+        if (const auto reached = outcome()) {
+            *reached ? ending.reach(**reached) : ending.reach(reached->error());
+        }
+    });
+    ending.awaitTimeout(patience.left(), [&] {
+        ending.reach(
+            base::Error{ QStringLiteral("timed out after %1: %2").arg(patience.text(), m_until.shortfall()),
+                         base::Failure::NoAnswer });
+    });
+    return static_cast<ExitStatus>(QCoreApplication::exec());
+}
+
+} // namespace itemctl
