@@ -6,7 +6,7 @@
 namespace bt {
 
 /// Understands a device of a scenario. \a called is what messages call one that has neither name nor address.
-/// What is wrong ends up in \a problem, unless there is one already.
+/// What is wrong ends up in \a outcome, unless there is one already.
 [[nodiscard]] SimulatedDevice readDevice(const JsonValue& value, const QString& called,
                                          base::Result<>& outcome);
 
