@@ -1,6 +1,6 @@
 #include "ValueReader.h"
 
-#include "Compound.h"
+#include "Container.h"
 #include "Signature.h"
 
 #include <nlohmann/json.hpp>
@@ -37,6 +37,13 @@ QString shown(const Json& json)
     return text.size() <= Longest ? text : text.left(Longest) + QStringLiteral("…");
 }
 
+/// The key of a dictionary that is an object, whose names are texts: a number is in one.
+Json keyOf(const QByteArray& signature, const std::string& name)
+{
+    const Json key = Json::parse(name, nullptr, false);
+    return key.is_discarded() || QByteArrayLiteral("sog").contains(signature.at(0)) ? Json(name) : key;
+}
+
 class Reader
 {
 public:
@@ -51,12 +58,12 @@ private:
     QVariant whole(const QByteArray& signature, const Json& json);
     QVariant floating(const Json& json);
     QVariant text(const QByteArray& signature, const Json& json);
-    QVariant compound(const QByteArray& signature, const Json& json);
-    bool readFields(const QList<QByteArray>& types, const Json& json, QVariantList& parts);
-    bool readEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts);
-    bool readNamedEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts);
-    /// At a place within the present one.
-    bool readPart(const QString& place, const QByteArray& signature, const Json& json, QVariantList& parts);
+    QVariant container(const QByteArray& signature, const Json& json);
+    bool readPair(const QString& place, const QList<QByteArray>& types, const Json& pair,
+                  QVariantList& parts);
+    /// Each step of \a place, within the present one, is a level.
+    bool readPart(const QStringList& place, const QByteArray& signature, const Json& json,
+                  QVariantList& parts);
     QVariant refuse(const Json& json, const QString& right);
 
     QStringList m_place;
@@ -153,7 +160,7 @@ QVariant Reader::read(const QByteArray& signature, const Json& json)
     }
     case 'a':
     case '(':
-        return compound(signature, json);
+        return container(signature, json);
     default:
         return text(signature, json);
     }
@@ -172,10 +179,54 @@ QVariant Reader::readTyped(const Json& json)
         return {};
     }
     QVariantList value;
-    return readPart({}, signature, json.at("value"), value) ? value.first() : QVariant();
+    return readPart({ QString() }, signature, json.at("value"), value) ? value.first() : QVariant();
 }
 
-bool Reader::readPart(const QString& place, const QByteArray& signature, const Json& json,
+QVariant Reader::container(const QByteArray& signature, const Json& json)
+{
+    const QList<QByteArray> types = partTypes(signature);
+    const bool isStructure = signature.startsWith('(');
+    const bool isMap = isDictionary(signature);
+    if (!(json.is_array() || (isMap && json.is_object()))
+        || (isStructure && json.size() != static_cast<std::size_t>(types.size()))) {
+        return refuse(json,
+                      isMap             ? QStringLiteral("an object, or a list of [key, value]")
+                          : isStructure ? QStringLiteral("a list of %1, the fields of %2")
+                                              .arg(types.size())
+                                              .arg(QString::fromLatin1(signature))
+                                        : QStringLiteral("a list"));
+    }
+    QVariantList parts;
+    int index = 0;
+    for (const auto& [name, part] : json.items()) { // those of a list have their index as name
+        const QString place =
+            QStringLiteral("[%1]").arg(json.is_object() ? shown(name) : QString::fromStdString(name));
+        const QByteArray& type = types.at(std::min(index++, types.size() - 1)); // an array has one for all
+        const bool isRead = !isMap ? readPart({ place }, type, part, parts)
+            : json.is_object()
+            ? readPart({ place, QString() }, types.first(), keyOf(types.first(), name), parts)
+                && readPart({ place, QString() }, types.last(), part, parts)
+            : readPair(place, types, part, parts);
+        if (!isRead) {
+            return {};
+        }
+    }
+    return containerValue(signature, parts);
+}
+
+bool Reader::readPair(const QString& place, const QList<QByteArray>& types, const Json& pair,
+                      QVariantList& parts)
+{
+    if (!pair.is_array() || pair.size() != 2) {
+        m_place.append(place);
+        refuse(pair, QStringLiteral("a list of key and value"));
+        return false;
+    }
+    return readPart({ place, QStringLiteral("[0]") }, types.first(), pair.at(0), parts)
+        && readPart({ place, QStringLiteral("[1]") }, types.last(), pair.at(1), parts);
+}
+
+bool Reader::readPart(const QStringList& place, const QByteArray& signature, const Json& json,
                       QVariantList& parts)
 {
     m_place.append(place);
@@ -187,74 +238,7 @@ bool Reader::readPart(const QString& place, const QByteArray& signature, const J
     if (!parts.last().isValid()) {
         return false; // with the place where that was
     }
-    m_place.removeLast();
-    return true;
-}
-
-QVariant Reader::compound(const QByteArray& signature, const Json& json)
-{
-    const QList<QByteArray> types = partTypes(signature);
-    const bool isStructure = signature.startsWith('(');
-    QVariantList parts;
-    if (isDictionary(signature) && json.is_object()) {
-        return readNamedEntries(types, json, parts) ? compoundValue(signature, parts) : QVariant();
-    }
-    if (!json.is_array() || (isStructure && json.size() != static_cast<std::size_t>(types.size()))) {
-        return refuse(json,
-                      isDictionary(signature) ? QStringLiteral("an object, or a list of [key, value]")
-                          : isStructure       ? QStringLiteral("a list of %1, the fields of %2")
-                                              .arg(types.size())
-                                              .arg(QString::fromLatin1(signature))
-                                        : QStringLiteral("a list"));
-    }
-    const bool isRead =
-        isDictionary(signature) ? readEntries(types, json, parts) : readFields(types, json, parts);
-    return isRead ? compoundValue(signature, parts) : QVariant();
-}
-
-// Of an array all have the one type that there is.
-bool Reader::readFields(const QList<QByteArray>& types, const Json& json, QVariantList& parts)
-{
-    int index = 0;
-    for (const Json& part : json) {
-        const QByteArray& type = types.at(std::min(index, types.size() - 1));
-        if (!readPart(QStringLiteral("[%1]").arg(index), type, part, parts)) {
-            return false;
-        }
-        ++index;
-    }
-    return true;
-}
-
-bool Reader::readEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts)
-{
-    int index = 0;
-    for (const Json& entry : json) {
-        m_place.append(QStringLiteral("[%1]").arg(index++));
-        if (!entry.is_array() || entry.size() != 2) {
-            refuse(entry, QStringLiteral("a list of key and value"));
-            return false;
-        }
-        if (!readFields(types, entry, parts)) {
-            return false;
-        }
-        m_place.removeLast();
-    }
-    return true;
-}
-
-bool Reader::readNamedEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts)
-{
-    const bool hasTextKey = QByteArrayLiteral("sog").contains(types.first().at(0));
-    for (const auto& [name, value] : json.items()) {
-        const Json key = hasTextKey ? Json(name) : Json::parse(name, nullptr, false);
-        m_place.append(QStringLiteral("[%1]").arg(shown(name)));
-        if (!readPart({}, types.first(), key.is_discarded() ? Json(name) : key, parts)
-            || !readPart({}, types.last(), value, parts)) {
-            return false;
-        }
-        m_place.removeLast();
-    }
+    m_place.erase(m_place.end() - place.size(), m_place.end());
     return true;
 }
 
