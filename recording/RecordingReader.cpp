@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <optional>
+#include <iterator>
 
 namespace recording {
 
@@ -37,198 +37,180 @@ constexpr std::array<KindName, 5> KindNames{ {
     { Kind::Property, "property" },
 } };
 
-QString quoted(const std::string& text)
+QString scalar(const Json& json)
 {
-    return QLatin1Char('"') + QString::fromStdString(text) + QLatin1Char('"');
+    return json.is_structured()
+        ? QStringLiteral("a list or an object")
+        : QString::fromStdString(json.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
-/// Reads lines, one after the other. The first problem stays.
-class LineReader
+base::Result<Json> parse(const QByteArray& line)
 {
-public:
-    base::Result<RecordedEvent> read(const QByteArray& line)
-    {
-        RecordedEvent event;
-        if (const auto json = parse(line)) {
-            const KindName* kind = kindOf(*json);
-            readTime(*json, event);
-            if (kind != nullptr) {
-                event.kind = kind->kind;
-                readContent(*json, *kind, event);
-            }
-        }
-        if (!m_problem.isEmpty()) {
-            return base::error(m_problem);
-        }
-        return event;
+    const auto noLine = [](const QString& what) {
+        return base::error(
+            what + QStringLiteral(R"(; a line of a recording is like {"time": 0.5, "left": true})"));
+    };
+    if (line.size() > LongestLine) {
+        return base::error(QStringLiteral("this line is longer than 8 MiB"));
     }
+    try {
+        Json json = Json::parse(line.constBegin(), line.constEnd());
+        if (json.is_object()) {
+            return json;
+        }
+        return noLine(QStringLiteral("this line is no object"));
+    } catch (const Json::parse_error& error) {
+        return noLine(error.byte > static_cast<std::size_t>(line.size())
+                          ? QStringLiteral("this line breaks off")
+                          : QStringLiteral("this line is no JSON at its byte %1").arg(error.byte));
+    } catch (const Json::exception&) {
+        return noLine(QStringLiteral("this line has a number that is too large"));
+    }
+}
 
-private:
-    std::optional<Json> parse(const QByteArray& line)
-    {
-        if (line.size() > LongestLine) {
-            complain(QStringLiteral("this line is longer than 8 MiB"));
-            return {};
-        }
-        try {
-            Json json = Json::parse(line.constBegin(), line.constEnd());
-            if (json.is_object()) {
-                return json;
-            }
-            complain(QStringLiteral("this line is no object"));
-        } catch (const Json::parse_error& error) {
-            complain(error.byte > static_cast<std::size_t>(line.size())
-                         ? QStringLiteral("this line breaks off")
-                         : QStringLiteral("this line is no JSON at its byte %1").arg(error.byte));
-        } catch (const Json::exception&) {
-            complain(QStringLiteral("this line has a number that is too large"));
-        }
-        m_problem += QStringLiteral(R"(; a line of a recording is like {"time": 0.5, "left": true})");
+/// In seconds, not before that of the line above.
+base::Result<double> readTime(const Json& json, double above)
+{
+    const auto time = json.find("time");
+    const double seconds = time != json.end() && time->is_number() ? time->get<double>() : -1;
+    if (seconds < 0 || seconds > LongestRun) {
+        return base::error(QStringLiteral(R"("time" %1 but has to be a number of seconds from 0 to %2)")
+                               .arg(time == json.end() ? QStringLiteral("is missing")
+                                                       : QStringLiteral("is ") + scalar(*time))
+                               .arg(LongestRun, 0, 'f', 0));
+    }
+    if (seconds < above) {
+        return base::error(
+            QStringLiteral(R"("time" is %1, before the %2 of the line above; the lines go by time)")
+                .arg(seconds, 0, 'g', 12)
+                .arg(above, 0, 'g', 12));
+    }
+    return seconds;
+}
+
+/// Exactly one.
+base::Result<KindName> kindOf(const Json& json)
+{
+    std::vector<KindName> found;
+    std::copy_if(KindNames.begin(), KindNames.end(), std::back_inserter(found),
+                 [&json](const KindName& kind) { return json.contains(kind.name); });
+    if (found.size() == 1) {
+        return found.front();
+    }
+    return base::error(
+        QStringLiteral(
+            R"(a line has one of "appeared", "left", "handover", "signal" and "property", but this has %1)")
+            .arg(found.empty() ? QStringLiteral("none") : QString::number(found.size())));
+}
+
+base::Result<> checkName(const QString& name, const QString& what)
+{
+    if (isMemberName(name)) {
         return {};
     }
+    return base::error(what + QStringLiteral("; a name has letters, digits and _, and no digit first"));
+}
 
-    void readTime(const Json& json, RecordedEvent& event)
-    {
-        const auto time = json.find("time");
-        const double seconds = time != json.end() && time->is_number() ? time->get<double>() : -1;
-        if (seconds < 0 || seconds > LongestRun) {
-            complain(QStringLiteral(R"("time" %1 but has to be a number of seconds from 0 to %2)")
-                         .arg(time == json.end() ? QStringLiteral("is missing")
-                                                 : QStringLiteral("is ") + scalar(*time))
-                         .arg(LongestRun, 0, 'f', 0));
-        } else if (seconds < m_lastTime) {
-            complain(QStringLiteral(R"("time" is %1, before the %2 of the line above; the lines go by time)")
-                         .arg(seconds, 0, 'g', 12)
-                         .arg(m_lastTime, 0, 'g', 12));
-        } else {
-            m_lastTime = seconds;
-            event.time = std::chrono::milliseconds(std::llround(seconds * 1000));
+base::Result<> readProperties(const Json& content, RecordedEvent& event)
+{
+    if (!content.is_object()) {
+        return base::error(QStringLiteral(R"("appeared" has to be an object, a VALUE for each property)"));
+    }
+    base::Result<> result;
+    for (auto part = content.begin(); result && part != content.end(); ++part) {
+        const QString name = QString::fromStdString(part.key());
+        result = checkName(name,
+                           QStringLiteral("\"appeared\" has the property \"%1\", which is no name").arg(name))
+                     .and_then([&] { return readTypedValue(*part, QStringLiteral("the property ") + name); })
+                     .map([&](const QVariant& value) { event.properties.insert(name, value); });
+    }
+    return result;
+}
+
+base::Result<> readValue(const Json& json, RecordedEvent& event)
+{
+    if (!json.contains("value")) {
+        return base::error(
+            QStringLiteral(R"(%1 needs a "value", like {"type": "i", "value": 7})").arg(event.name));
+    }
+    return readTypedValue(json.at("value"), QStringLiteral("\"value\" of ") + event.name)
+        .map([&event](const QVariant& value) {
+            event.value = value;
+            event.arguments = { QVariant::fromValue(QDBusVariant(value)) };
+        });
+}
+
+base::Result<> readArguments(const Json& arguments, RecordedEvent& event)
+{
+    if (!arguments.is_array()) {
+        return base::error(QStringLiteral("\"arguments\" of %1 has to be a list").arg(event.name));
+    }
+    base::Result<> result;
+    for (auto argument = arguments.begin(); result && argument != arguments.end(); ++argument) {
+        result = readTypedValue(*argument, QStringLiteral("an argument of ") + event.name)
+                     .map([&event](const QVariant& value) { event.arguments << value; });
+    }
+    return result;
+}
+
+base::Result<> checkFields(const Json& json, const QStringList& fields)
+{
+    for (const auto& [key, value] : json.items()) {
+        const QString name = QString::fromStdString(key);
+        if (!fields.contains(name)) {
+            return base::error(QStringLiteral("\"%1\" is no field of this line; there are \"%2\"")
+                                   .arg(name, fields.join(QStringLiteral("\", \""))));
         }
     }
+    return {};
+}
 
-    /// Exactly one; null after a problem.
-    const KindName* kindOf(const Json& json)
-    {
-        const KindName* found = nullptr;
-        int count = 0;
-        for (const KindName& kind : KindNames) {
-            if (json.contains(kind.name)) {
-                found = &kind;
-                ++count;
-            }
+/// What a line of this kind has besides its time.
+base::Result<> readContent(const Json& json, const KindName& kind, RecordedEvent& event)
+{
+    const QString kindName = QLatin1String(kind.name);
+    const Json& content = json.at(kind.name);
+    QStringList fields{ QStringLiteral("time"), kindName };
+    base::Result<> result;
+    event.kind = kind.kind;
+    if (kind.kind == Kind::Appeared) {
+        result = readProperties(content, event);
+    } else if (kind.kind == Kind::Left || kind.kind == Kind::HandedOver) {
+        if (content != true) {
+            return base::error(QStringLiteral("\"%1\" has to be true").arg(kindName));
         }
-        if (count == 1) {
-            return found;
-        }
-        complain(
-            QStringLiteral(
-                R"(a line has one of "appeared", "left", "handover", "signal" and "property", but this has %1)")
-                .arg(count == 0 ? QStringLiteral("none") : QString::number(count)));
-        return nullptr;
-    }
-
-    void readContent(const Json& json, const KindName& kind, RecordedEvent& event)
-    {
-        const Json& content = json.at(kind.name);
-        QStringList fields{ QStringLiteral("time"), QLatin1String(kind.name) };
-        switch (kind.kind) {
-        case Kind::Appeared:
-            readProperties(content, event);
-            break;
-        case Kind::Left:
-        case Kind::HandedOver:
-            if (content != true) {
-                complain(QStringLiteral("\"%1\" has to be true").arg(QLatin1String(kind.name)));
-            }
-            break;
-        case Kind::Signal:
-        case Kind::Property: {
-            event.name = content.is_string() ? QString::fromStdString(content.get<std::string>()) : QString();
+    } else {
+        event.name = content.is_string() ? QString::fromStdString(content.get<std::string>()) : QString();
+        const bool hasArguments = kind.kind == Kind::Signal && json.contains("arguments");
+        fields << (hasArguments ? QStringLiteral("arguments") : QStringLiteral("value"));
+        result =
             checkName(event.name,
-                      QStringLiteral("\"%1\" is %2, which is no name")
-                          .arg(QLatin1String(kind.name), scalar(content)));
-            const bool hasArguments = kind.kind == Kind::Signal && json.contains("arguments");
-            fields << (hasArguments ? QStringLiteral("arguments") : QStringLiteral("value"));
-            hasArguments ? readArguments(json.at("arguments"), event) : readValue(json, event);
-            break;
-        }
-        }
-        for (const auto& [name, value] : json.items()) {
-            if (!fields.contains(QString::fromStdString(name))) {
-                complain(QStringLiteral("%1 is no field of this line; there are \"%2\"")
-                             .arg(quoted(name), fields.join(QStringLiteral("\", \""))));
-            }
-        }
+                      QStringLiteral("\"%1\" is %2, which is no name").arg(kindName, scalar(content)))
+                .and_then([&] {
+                    return hasArguments ? readArguments(json.at("arguments"), event) : readValue(json, event);
+                });
     }
+    return result.and_then([&] { return checkFields(json, fields); });
+}
 
-    void readProperties(const Json& content, RecordedEvent& event)
-    {
-        if (!content.is_object()) {
-            complain(QStringLiteral(R"("appeared" has to be an object, a VALUE for each property)"));
-            return;
-        }
-        for (const auto& [name, value] : content.items()) {
-            const QString property = QString::fromStdString(name);
-            checkName(property,
-                      QStringLiteral("\"appeared\" has the property %1, which is no name").arg(quoted(name)));
-            event.properties.insert(property, typedValue(value, QStringLiteral("the property ") + property));
-        }
+/// \a lastTime is that of the line above, and then of this one.
+base::Result<RecordedEvent> readLine(const QByteArray& line, double& lastTime)
+{
+    const auto json = parse(line);
+    if (!json) {
+        return tl::unexpected(json.error());
     }
-
-    void readValue(const Json& json, RecordedEvent& event)
-    {
-        if (!json.contains("value")) {
-            complain(QStringLiteral(R"(%1 needs a "value", like {"type": "i", "value": 7})").arg(event.name));
-            return;
-        }
-        event.value = typedValue(json.at("value"), QStringLiteral("\"value\" of ") + event.name);
-        event.arguments = { QVariant::fromValue(QDBusVariant(event.value)) };
-    }
-
-    void readArguments(const Json& arguments, RecordedEvent& event)
-    {
-        if (!arguments.is_array()) {
-            complain(QStringLiteral("\"arguments\" of %1 has to be a list").arg(event.name));
-            return;
-        }
-        for (const Json& argument : arguments) {
-            event.arguments << typedValue(argument, QStringLiteral("an argument of ") + event.name);
-        }
-    }
-
-    QVariant typedValue(const Json& json, const QString& name)
-    {
-        const auto read = readTypedValue(json, name);
-        if (!read) {
-            complain(read.error().text);
-        }
-        return read.value_or(QVariant());
-    }
-
-    void checkName(const QString& name, const QString& what)
-    {
-        if (!isMemberName(name)) {
-            complain(what + QStringLiteral("; a name has letters, digits and _, and no digit first"));
-        }
-    }
-
-    static QString scalar(const Json& json)
-    {
-        return json.is_structured()
-            ? QStringLiteral("a list or an object")
-            : QString::fromStdString(json.dump(-1, ' ', false, Json::error_handler_t::replace));
-    }
-
-    void complain(const QString& problem)
-    {
-        if (m_problem.isEmpty()) {
-            m_problem = problem;
-        }
-    }
-
-    QString m_problem;
-    double m_lastTime = 0;
-};
+    RecordedEvent event;
+    return kindOf(*json).and_then([&](const KindName& kind) {
+        return readTime(*json, lastTime)
+            .and_then([&](double seconds) {
+                lastTime = seconds;
+                event.time = std::chrono::milliseconds(std::llround(seconds * 1000));
+                return readContent(*json, kind, event);
+            })
+            .map([&event] { return std::move(event); });
+    });
+}
 
 /// From the first appearance on, counted from there.
 void beginWithAppearance(RecordedRun& run)
@@ -247,14 +229,14 @@ void beginWithAppearance(RecordedRun& run)
 base::Result<RecordedRun> readRecording(const QByteArray& text)
 {
     RecordedRun run;
-    LineReader reader;
+    double lastTime = 0;
     int number = 0;
     for (const QByteArray& line : text.split('\n')) {
         ++number;
         if (line.trimmed().isEmpty()) {
             continue;
         }
-        const auto event = reader.read(line);
+        const auto event = readLine(line, lastTime);
         if (!event) {
             return base::error(event.error().text, base::Failure::InvalidArgument, number);
         }

@@ -1,6 +1,6 @@
 #include "ValueReader.h"
 
-#include "Compound.h"
+#include "Container.h"
 #include "Signature.h"
 
 #include <nlohmann/json.hpp>
@@ -8,7 +8,6 @@
 #include <QDBusObjectPath>
 #include <QDBusSignature>
 #include <QDBusVariant>
-#include <QStringList>
 
 #include <algorithm>
 #include <cstdint>
@@ -19,9 +18,12 @@ namespace recording {
 namespace {
 
 using Json = nlohmann::json;
+using Value = base::Result<QVariant>;
 
 /// What a message holds is 64 deep at most; the rest is for what the value stands in.
 constexpr int DeepestValue = 60;
+
+Value readAt(int depth, const QByteArray& signature, const Json& json);
 
 /// For a message: containers are not shown, they may be of any size.
 QString shown(const Json& json)
@@ -37,40 +39,24 @@ QString shown(const Json& json)
     return text.size() <= Longest ? text : text.left(Longest) + QStringLiteral("…");
 }
 
-class Reader
+/// What is wrong with a value, to stand behind the place where it is.
+tl::unexpected<base::Error> wrong(const QString& what)
 {
-public:
-    /// Invalid after a problem.
-    QVariant read(const QByteArray& signature, const Json& json);
-    QVariant readTyped(const Json& json);
-    /// The value that was read, or what was wrong with it, for one that \a name tells.
-    [[nodiscard]] base::Result<QVariant> finish(const QVariant& value, const QString& name) const;
+    return base::error(QLatin1Char(' ') + what);
+}
 
-private:
-    template <typename Number>
-    QVariant whole(const QByteArray& signature, const Json& json);
-    QVariant floating(const Json& json);
-    QVariant text(const QByteArray& signature, const Json& json);
-    QVariant compound(const QByteArray& signature, const Json& json);
-    bool readFields(const QList<QByteArray>& types, const Json& json, QVariantList& parts);
-    bool readEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts);
-    bool readNamedEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts);
-    /// At a place within the present one.
-    bool readPart(const QString& place, const QByteArray& signature, const Json& json, QVariantList& parts);
-    QVariant refuse(const Json& json, const QString& right);
-
-    QStringList m_place;
-    QString m_problem;
-};
-
-QVariant Reader::refuse(const Json& json, const QString& right)
+tl::unexpected<base::Error> refuse(const Json& json, const QString& right)
 {
-    m_problem = QStringLiteral("is %1 but has to be %2").arg(shown(json), right);
-    return {};
+    return wrong(QStringLiteral("is %1 but has to be %2").arg(shown(json), right));
+}
+
+tl::unexpected<base::Error> at(const QString& place, const base::Error& error)
+{
+    return base::error(QStringLiteral("[%1]").arg(place) + error.text);
 }
 
 template <typename Number>
-QVariant Reader::whole(const QByteArray& signature, const Json& json)
+Value whole(const QByteArray& signature, const Json& json)
 {
     using Limits = std::numeric_limits<Number>;
     const bool fits = json.is_number_unsigned()
@@ -86,7 +72,7 @@ QVariant Reader::whole(const QByteArray& signature, const Json& json)
                       .arg(QString::fromLatin1(signature)));
 }
 
-QVariant Reader::floating(const Json& json)
+Value floating(const Json& json)
 {
     using Limits = std::numeric_limits<double>;
     if (json.is_number()) {
@@ -104,7 +90,7 @@ QVariant Reader::floating(const Json& json)
     return refuse(json, QStringLiteral(R"(a number, "NaN", "Infinity" or "-Infinity")"));
 }
 
-QVariant Reader::text(const QByteArray& signature, const Json& json)
+Value text(const QByteArray& signature, const Json& json)
 {
     if (!json.is_string()) {
         return refuse(json, QStringLiteral("a text in quotation marks"));
@@ -112,21 +98,117 @@ QVariant Reader::text(const QByteArray& signature, const Json& json)
     const QString content = QString::fromStdString(json.get_ref<const std::string&>());
     switch (signature.at(0)) {
     case 'o':
-        return isObjectPath(content)
-            ? QVariant::fromValue(QDBusObjectPath(content))
-            : refuse(json, QStringLiteral("an object path, like \"/org/example/1\""));
+        if (isObjectPath(content)) {
+            return QVariant::fromValue(QDBusObjectPath(content));
+        }
+        return refuse(json, QStringLiteral("an object path, like \"/org/example/1\""));
     case 'g':
         // The empty one is valid, but QtDBus sends none.
-        return !content.isEmpty() && isSignatureList(content.toUtf8())
-            ? QVariant::fromValue(QDBusSignature(content))
-            : refuse(json, QStringLiteral("a D-Bus signature, like \"a{sv}\""));
+        if (!content.isEmpty() && isSignatureList(content.toUtf8())) {
+            return QVariant::fromValue(QDBusSignature(content));
+        }
+        return refuse(json, QStringLiteral("a D-Bus signature, like \"a{sv}\""));
     default:
-        return content.contains(QChar(0)) ? refuse(json, QStringLiteral("a text without the character 0"))
-                                          : QVariant(content);
+        if (!content.contains(QChar(0))) {
+            return content;
+        }
+        return refuse(json, QStringLiteral("a text without the character 0"));
     }
 }
 
-QVariant Reader::read(const QByteArray& signature, const Json& json)
+/// \a depth levels below the whole.
+base::Result<> readPart(const QByteArray& signature, const Json& json, int depth, QVariantList& parts)
+{
+    if (depth > DeepestValue) {
+        return wrong(QStringLiteral("is nested deeper than %1, which no message holds").arg(DeepestValue));
+    }
+    return readAt(depth, signature, json).map([&parts](const QVariant& value) { parts.append(value); });
+}
+
+// Of an array all have the one type that there is.
+base::Result<> readFields(const QList<QByteArray>& types, const Json& json, int depth, QVariantList& parts)
+{
+    int index = 0;
+    for (const Json& part : json) {
+        const QByteArray& type = types.at(std::min(index, types.size() - 1));
+        if (const auto read = readPart(type, part, depth + 1, parts); !read) {
+            return at(QString::number(index), read.error());
+        }
+        ++index;
+    }
+    return {};
+}
+
+base::Result<> readEntries(const QList<QByteArray>& types, const Json& json, int depth, QVariantList& parts)
+{
+    int index = 0;
+    for (const Json& entry : json) {
+        const auto read = entry.is_array() && entry.size() == 2
+            ? readFields(types, entry, depth + 1, parts)
+            : refuse(entry, QStringLiteral("a list of key and value"));
+        if (!read) {
+            return at(QString::number(index), read.error());
+        }
+        ++index;
+    }
+    return {};
+}
+
+base::Result<> readNamedEntries(const QList<QByteArray>& types, const Json& json, int depth,
+                                QVariantList& parts)
+{
+    const bool hasTextKey = QByteArrayLiteral("sog").contains(types.first().at(0));
+    for (const auto& [name, value] : json.items()) {
+        const Json key = hasTextKey ? Json(name) : Json::parse(name, nullptr, false);
+        auto read = readPart(types.first(), key.is_discarded() ? Json(name) : key, depth + 2, parts);
+        if (read) {
+            read = readPart(types.last(), value, depth + 2, parts);
+        }
+        if (!read) {
+            return at(shown(name), read.error());
+        }
+    }
+    return {};
+}
+
+Value container(const QByteArray& signature, const Json& json, int depth)
+{
+    const QList<QByteArray> types = partTypes(signature);
+    const bool isStructure = signature.startsWith('(');
+    const bool isMap = isDictionary(signature);
+    const bool isNamed = isMap && json.is_object();
+    if (!(json.is_array() || isNamed)
+        || (isStructure && json.size() != static_cast<std::size_t>(types.size()))) {
+        return refuse(json,
+                      isMap             ? QStringLiteral("an object, or a list of [key, value]")
+                          : isStructure ? QStringLiteral("a list of %1, the fields of %2")
+                                              .arg(types.size())
+                                              .arg(QString::fromLatin1(signature))
+                                        : QStringLiteral("a list"));
+    }
+    QVariantList parts;
+    const auto read = isNamed ? readNamedEntries(types, json, depth, parts)
+        : isMap               ? readEntries(types, json, depth, parts)
+                              : readFields(types, json, depth, parts);
+    return read.map([&] { return containerValue(signature, parts); });
+}
+
+Value typed(const Json& json, int depth)
+{
+    if (!json.is_object() || json.size() != 2 || !json.contains("type") || !json.contains("value")
+        || !json.at("type").is_string()) {
+        return refuse(json, QStringLiteral(R"("type" and "value" alone, like {"type":"i","value":7})"));
+    }
+    const auto signature = QByteArray::fromStdString(json.at("type").get_ref<const std::string&>());
+    if (const auto valid = checkSignature(signature); !valid) {
+        return wrong(QStringLiteral(R"(has the "type" %1 but needs one D-Bus type, like i, as or a(tis): %2)")
+                         .arg(shown(json.at("type")), valid.error().text));
+    }
+    QVariantList value;
+    return readPart(signature, json.at("value"), depth + 1, value).map([&value] { return value.first(); });
+}
+
+Value readAt(int depth, const QByteArray& signature, const Json& json)
 {
     switch (signature.at(0)) {
     case 'y':
@@ -144,144 +226,39 @@ QVariant Reader::read(const QByteArray& signature, const Json& json)
     case 't':
         return whole<qulonglong>(signature, json);
     case 'b':
-        return json.is_boolean() ? QVariant(json.get<bool>()) : refuse(json, QStringLiteral("true or false"));
+        return json.is_boolean() ? Value(json.get<bool>()) : refuse(json, QStringLiteral("true or false"));
     case 'd':
         return floating(json);
-    case 'v': {
-        const QVariant content = readTyped(json);
-        return content.isValid() ? QVariant::fromValue(QDBusVariant(content)) : QVariant();
-    }
+    case 'v':
+        return typed(json, depth).map([](const QVariant& content) {
+            return QVariant::fromValue(QDBusVariant(content));
+        });
     case 'a':
     case '(':
-        return compound(signature, json);
+        return container(signature, json, depth);
     default:
         return text(signature, json);
     }
 }
 
-QVariant Reader::readTyped(const Json& json)
+Value named(const QString& name, const Value& value)
 {
-    if (!json.is_object() || json.size() != 2 || !json.contains("type") || !json.contains("value")
-        || !json.at("type").is_string()) {
-        return refuse(json, QStringLiteral(R"("type" and "value" alone, like {"type":"i","value":7})"));
-    }
-    const auto signature = QByteArray::fromStdString(json.at("type").get_ref<const std::string&>());
-    if (const auto valid = checkSignature(signature); !valid) {
-        m_problem = QStringLiteral(R"(has the "type" %1 but needs one D-Bus type, like i, as or a(tis): %2)")
-                        .arg(shown(json.at("type")), valid.error().text);
-        return {};
-    }
-    QVariantList value;
-    return readPart({}, signature, json.at("value"), value) ? value.first() : QVariant();
-}
-
-bool Reader::readPart(const QString& place, const QByteArray& signature, const Json& json,
-                      QVariantList& parts)
-{
-    m_place.append(place);
-    if (m_place.size() > DeepestValue) {
-        m_problem = QStringLiteral("is nested deeper than %1, which no message holds").arg(DeepestValue);
-        return false;
-    }
-    parts.append(read(signature, json));
-    if (!parts.last().isValid()) {
-        return false; // with the place where that was
-    }
-    m_place.removeLast();
-    return true;
-}
-
-QVariant Reader::compound(const QByteArray& signature, const Json& json)
-{
-    const QList<QByteArray> types = partTypes(signature);
-    const bool isStructure = signature.startsWith('(');
-    QVariantList parts;
-    if (isDictionary(signature) && json.is_object()) {
-        return readNamedEntries(types, json, parts) ? compoundValue(signature, parts) : QVariant();
-    }
-    if (!json.is_array() || (isStructure && json.size() != static_cast<std::size_t>(types.size()))) {
-        return refuse(json,
-                      isDictionary(signature) ? QStringLiteral("an object, or a list of [key, value]")
-                          : isStructure       ? QStringLiteral("a list of %1, the fields of %2")
-                                              .arg(types.size())
-                                              .arg(QString::fromLatin1(signature))
-                                        : QStringLiteral("a list"));
-    }
-    const bool isRead =
-        isDictionary(signature) ? readEntries(types, json, parts) : readFields(types, json, parts);
-    return isRead ? compoundValue(signature, parts) : QVariant();
-}
-
-// Of an array all have the one type that there is.
-bool Reader::readFields(const QList<QByteArray>& types, const Json& json, QVariantList& parts)
-{
-    int index = 0;
-    for (const Json& part : json) {
-        const QByteArray& type = types.at(std::min(index, types.size() - 1));
-        if (!readPart(QStringLiteral("[%1]").arg(index), type, part, parts)) {
-            return false;
-        }
-        ++index;
-    }
-    return true;
-}
-
-bool Reader::readEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts)
-{
-    int index = 0;
-    for (const Json& entry : json) {
-        m_place.append(QStringLiteral("[%1]").arg(index++));
-        if (!entry.is_array() || entry.size() != 2) {
-            refuse(entry, QStringLiteral("a list of key and value"));
-            return false;
-        }
-        if (!readFields(types, entry, parts)) {
-            return false;
-        }
-        m_place.removeLast();
-    }
-    return true;
-}
-
-bool Reader::readNamedEntries(const QList<QByteArray>& types, const Json& json, QVariantList& parts)
-{
-    const bool hasTextKey = QByteArrayLiteral("sog").contains(types.first().at(0));
-    for (const auto& [name, value] : json.items()) {
-        const Json key = hasTextKey ? Json(name) : Json::parse(name, nullptr, false);
-        m_place.append(QStringLiteral("[%1]").arg(shown(name)));
-        if (!readPart({}, types.first(), key.is_discarded() ? Json(name) : key, parts)
-            || !readPart({}, types.last(), value, parts)) {
-            return false;
-        }
-        m_place.removeLast();
-    }
-    return true;
-}
-
-base::Result<QVariant> Reader::finish(const QVariant& value, const QString& name) const
-{
-    if (value.isValid()) {
-        return value;
-    }
-    const QString place = m_place.join(QString());
-    return base::error(name + (place.isEmpty() ? QString() : QStringLiteral(" at ") + place)
-                       + QLatin1Char(' ') + m_problem);
+    return value.map_error([&name](base::Error error) {
+        error.text.prepend(name + (error.text.startsWith('[') ? QStringLiteral(" at ") : QString()));
+        return error;
+    });
 }
 
 } // namespace
 
-base::Result<QVariant> readValue(const QByteArray& signature, const Json& json, const QString& name)
+Value readValue(const QByteArray& signature, const Json& json, const QString& name)
 {
-    Reader reader;
-    const QVariant value = reader.read(signature, json);
-    return reader.finish(value, name);
+    return named(name, readAt(0, signature, json));
 }
 
-base::Result<QVariant> readTypedValue(const Json& json, const QString& name)
+Value readTypedValue(const Json& json, const QString& name)
 {
-    Reader reader;
-    const QVariant value = reader.readTyped(json);
-    return reader.finish(value, name);
+    return named(name, typed(json, 0));
 }
 
 } // namespace recording
