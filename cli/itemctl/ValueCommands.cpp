@@ -86,16 +86,16 @@ base::Result<ExitStatus> actAndWait(const Request& request, const Act& act, Outp
     }
     const Item& item = present->at(*position);
     const KELClientInterface& client = live.servers().clientOf(item);
-    // Behind an answer comes nothing that the server told before; what has come by then is no news.
-    if (const auto answered = client.modules(); !answered) {
-        return tl::unexpected(errorFrom(answered.error()));
-    }
-    QCoreApplication::processEvents();
-    if (act.needsNews) {
-        goal->forgetThePresent();
-    }
-    return act.send(client, item).and_then([&](ExitStatus sent) {
-        return sent == ExitStatus::Done ? goal->reach(patience, true, request, output) : sent;
+    return act.send(client, item).and_then([&](ExitStatus sent) -> base::Result<ExitStatus> {
+        if (sent != ExitStatus::Done) {
+            return sent;
+        }
+        if (act.needsNews) {
+            // A server tells of what was before the request before it answers.
+            QCoreApplication::processEvents();
+            goal->forgetThePresent();
+        }
+        return goal->reach(patience, true, request, output);
     });
 }
 

@@ -206,6 +206,8 @@ QString ItemServer::Trigger(const QString& action, const QString& text)
             QStringLiteral("%1 is not called with this text: %2").arg(address, checked.error().message));
         return {};
     }
+    // What changed before goes first, so that what is told behind the answer came later.
+    flush();
     return callAction(*found.item, text);
 }
 

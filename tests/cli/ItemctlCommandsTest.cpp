@@ -118,19 +118,7 @@ private Q_SLOTS:
         row("no count", { "watch", "--count", "0", "--timeout", "0" }, 2, "", "--count");
     }
 
-    void calls()
-    {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, err);
-        const Finished finished = itemctl(arguments);
-        QTEST(finished.out, "out");
-        QVERIFY2(err.isEmpty() ? finished.err.isEmpty() : finished.err.contains(err),
-                 qPrintable(finished.err));
-        // A reason is one line that says who speaks.
-        QVERIFY(finished.err.isEmpty()
-                || (finished.err.startsWith("itemctl: ") && finished.err.count('\n') <= 2));
-        QTEST(finished.status, "status");
-    }
+    void calls() { tellsAsTheRowSays(); }
 
     void textsFromOutsideAreHarmless()
     {

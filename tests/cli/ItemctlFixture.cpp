@@ -17,6 +17,19 @@ void ItemctlFixture::succeed(const QStringList& arguments)
     QVERIFY2(finished.status == 0, qPrintable(finished.err));
 }
 
+void ItemctlFixture::tellsAsTheRowSays()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, err);
+    const Finished finished = itemctl(arguments);
+    QTEST(finished.out, "out");
+    QVERIFY2(err.isEmpty() ? finished.err.isEmpty() : finished.err.contains(err), qPrintable(finished.err));
+    // A reason is one line that says who speaks.
+    QVERIFY(finished.err.isEmpty()
+            || (finished.err.startsWith("itemctl: ") && finished.err.count('\n') <= 2));
+    QTEST(finished.status, "status");
+}
+
 std::unique_ptr<QProcess> ItemctlFixture::startItemctl(const QStringList& arguments)
 {
     auto process = std::make_unique<QProcess>();

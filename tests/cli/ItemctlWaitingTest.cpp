@@ -77,16 +77,7 @@ private Q_SLOTS:
         row("unless without until", { "set", "enabled", "true", "--unless", "state=On" }, 2, "", "--until");
     }
 
-    void actsAndWaits()
-    {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, err);
-        const Finished finished = itemctl(arguments);
-        QTEST(finished.out, "out");
-        QVERIFY2(err.isEmpty() ? finished.err.isEmpty() : finished.err.contains(err),
-                 qPrintable(finished.err));
-        QTEST(finished.status, "status");
-    }
+    void actsAndWaits() { tellsAsTheRowSays(); }
 
     void watchAsJson()
     {

@@ -255,6 +255,16 @@ private Q_SLOTS:
         QCOMPARE(watch.reply().arguments().value(0), QVariant(4));
     }
 
+    void whatWasBeforeAnActionIsToldBeforeIt()
+    {
+        ItemRecords items;
+        m_one->setResult("state", 0, true);
+        const qulonglong before = m_server->List({ "state" }, items);
+        m_one->setConfig("level", 7, true);
+        m_server->Trigger("one:write", {});
+        QCOMPARE(m_server->List({ "state" }, items), before + 2);
+    }
+
     void whatAModuleKeepsToItself()
     {
         QCOMPARE(call("Get", "two:level").errorName(), QString("tov.base.Error.NoSuchItem"));
