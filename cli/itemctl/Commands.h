@@ -17,6 +17,8 @@ int run(int argc, char** argv);
 struct Request
 {
     bool json = false;
+    bool initial = false; ///< watch: what is goes before what changes
+    bool awaitsServer = false; ///< wait, watch: for a server that is not there yet
     QString server; ///< "bluetoothlauncher"; empty for all servers on the bus
     QStringList arguments; ///< patterns, items or conditions; of set and call the item, then the text
     QStringList until; ///< conditions

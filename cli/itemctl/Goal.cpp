@@ -15,8 +15,6 @@ namespace itemctl {
 namespace {
 
 constexpr std::chrono::milliseconds DefaultWait{ 10'000 };
-/// A server gets this long for an answer however short the wait is.
-constexpr std::chrono::milliseconds ShortestAnswer{ 1'000 };
 
 base::Result<std::vector<Condition>> parseAll(const QStringList& texts)
 {
@@ -74,26 +72,9 @@ QStringList GoalConditions::items() const
     return names;
 }
 
-Patience::Patience(const Request& request)
-    : m_whole(request.timeout.value_or(DefaultWait))
-    , m_end(std::chrono::steady_clock::now() + m_whole)
+Patience patienceOf(const Request& request)
 {
-}
-
-std::chrono::milliseconds Patience::ofAnAnswer() const
-{
-    return std::max(m_whole, ShortestAnswer);
-}
-
-std::chrono::milliseconds Patience::left() const
-{
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_end - std::chrono::steady_clock::now());
-    return std::max(left, std::chrono::milliseconds(0));
-}
-
-QString Patience::text() const
-{
-    return QStringLiteral("%1 s").arg(static_cast<double>(m_whole.count()) / 1000);
+    return Patience(request.timeout.value_or(DefaultWait));
 }
 
 Goal::Goal(Expectations until, Expectations unless, LiveItems& items)

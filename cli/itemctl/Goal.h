@@ -2,8 +2,7 @@
 
 #include "Commands.h"
 #include "Expectations.h"
-
-#include <chrono>
+#include "Patience.h"
 
 namespace itemctl {
 
@@ -18,22 +17,8 @@ struct GoalConditions
     [[nodiscard]] QStringList items() const;
 };
 
-/// How long all of it may take, from now on.
-class Patience
-{
-public:
-    explicit Patience(const Request& request);
-
-    /// What one answer of a server may take: all the time that there is, and a while however short that is.
-    [[nodiscard]] std::chrono::milliseconds ofAnAnswer() const;
-    [[nodiscard]] std::chrono::milliseconds left() const;
-    /// "10 s"
-    [[nodiscard]] QString text() const;
-
-private:
-    std::chrono::milliseconds m_whole;
-    std::chrono::steady_clock::time_point m_end;
-};
+/// How long a request waits for its goal.
+[[nodiscard]] Patience patienceOf(const Request& request);
 
 /// Conditions, with the items that they are about, and the way there.
 class Goal

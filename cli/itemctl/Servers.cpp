@@ -111,12 +111,12 @@ Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot)
     return items;
 }
 
-base::Result<Items> Servers::list()
+base::Result<Items> Servers::list(const QStringList& patterns)
 {
     Items items;
     m_silent.clear();
     for (const auto& client : m_clients) {
-        if (const auto snapshot = client->list()) {
+        if (const auto snapshot = client->list(patterns)) {
             items += itemsOf(*client, *snapshot);
         } else {
             m_silent.push_back(errorFrom(snapshot.error()));

@@ -33,7 +33,8 @@ public:
 
     /// All items of all servers, in the order of the servers' names. A server that does not answer is left
     /// out and its error is kept, as long as another one answers.
-    [[nodiscard]] base::Result<Items> list();
+    /// \a patterns chooses some of them.
+    [[nodiscard]] base::Result<Items> list(const QStringList& patterns = {});
     [[nodiscard]] const std::vector<base::Error>& silent() const { return m_silent; }
     void addSilent(const base::Error& error) { m_silent.push_back(error); }
     /// Those that ITEMCTL_SERVERS names and that are not on the bus; none when only some were asked for.

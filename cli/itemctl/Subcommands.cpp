@@ -3,6 +3,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
@@ -44,8 +46,15 @@ void addTimeout(CLI::App& app, Request& request, const char* help)
         ->check(cli::checkSeconds);
 }
 
+void addAwaitServer(CLI::App& app, Request& request)
+{
+    app.add_flag("--await-server", request.awaitsServer, "Wait for a server that is not there yet");
+}
+
 void addWatchOptions(CLI::App& app, Request& request)
 {
+    app.add_flag("--initial", request.initial, "First what is, then the changes, with no gap in between");
+    addAwaitServer(app, request);
     app.add_option("--count", request.count, "End after this many changes")
         ->type_name("N")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()));
@@ -70,6 +79,12 @@ void addWaitOptions(CLI::App& app, Request& request)
 {
     addConditions(app, "--unless", request.unless, "Give up with status 1 when one of these holds");
     addTimeout(app, request, "How long to wait (default: 10)");
+}
+
+void addWaitCommandOptions(CLI::App& app, Request& request)
+{
+    addWaitOptions(app, request);
+    addAwaitServer(app, request);
 }
 
 void addUntilOptions(CLI::App& app, Request& request)
@@ -140,7 +155,7 @@ const std::vector<Subcommand>& subcommands()
           wait,
           { { "CONDITION", "ITEM=VALUE, ITEM!=VALUE, ITEM~REGEX, ITEM:applicable or ITEM:inapplicable",
               Times::Repeatedly } },
-          addWaitOptions },
+          addWaitCommandOptions },
         { "top",
           "A live view of the items; Enter triggers an action or edits a setting",
           top,
@@ -179,18 +194,22 @@ void addCommon(CLI::App& app, Request& request)
         ->type_name("NAME");
 }
 
-void add(const Subcommand& subcommand, CLI::App& program, Request& request)
+/// \a isAsked is for the one that may be wanted: the others' options are not worth the time of each call.
+void add(const Subcommand& subcommand, CLI::App& program, Request& request, bool isAsked)
 {
     CLI::App& app = *program.add_subcommand(subcommand.name, subcommand.help);
+    if (subcommand.isForCompletion) {
+        app.group("");
+    }
+    if (!isAsked) {
+        return;
+    }
     addCommon(app, request);
     for (const Argument& argument : subcommand.arguments) {
         addArgument(app, argument, request);
     }
     if (subcommand.addOptions != nullptr) {
         subcommand.addOptions(app, request);
-    }
-    if (subcommand.isForCompletion) {
-        app.group("");
     }
 }
 
@@ -205,7 +224,10 @@ int run(int argc, char** argv)
     addCommon(app, request);
     app.footer(Footer);
     for (const Subcommand& subcommand : subcommands()) {
-        add(subcommand, app, request);
+        const bool isAsked = std::any_of(argv, argv + argc, [&subcommand](const char* word) {
+            return std::strcmp(word, subcommand.name) == 0;
+        });
+        add(subcommand, app, request, isAsked);
     }
     return cli::runProgram(app, argc, argv, [&](Output& output) -> base::Result<ExitStatus> {
         const std::string name = app.get_subcommands().front()->get_name();

@@ -3,36 +3,62 @@
 #include "Goal.h"
 #include "ItemJson.h"
 #include "ItemNames.h"
+#include "Opening.h"
 #include "ValueText.h"
+#include "bus/RequestLimits.h"
 #include "common/DisplayText.h"
+#include "items/ItemPattern.h"
 
 #include <nlohmann/json.hpp>
 
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <functional>
+#include <optional>
 
 namespace itemctl {
 namespace {
 
+/// Whether a server tells of these alone.
+bool areRequest(const QStringList& names)
+{
+    return names.size() <= ipc::limits::Patterns
+        && std::all_of(names.begin(), names.end(), [](const QString& name) {
+               return ipc::isName(name) && name.size() <= ipc::limits::NameLength;
+           });
+}
+
+/// One item for each name, in their order.
+base::Result<Items> pick(const Items& items, const Servers& servers, const QStringList& names, Wanted wanted)
+{
+    Items picked;
+    for (const QString& name : names) {
+        const auto found = findItem(items, name, wanted);
+        if (!found) {
+            return tl::unexpected(notFound(items, servers, name, found.error()));
+        }
+        picked += items[*found];
+    }
+    return picked;
+}
+
 /// The items that were named, one for each name in their order, and the servers that have them.
 base::Result<Listing> select(const Request& request, const QStringList& names, Wanted wanted, Output& output)
 {
-    auto all = serversFor(request, names).and_then(listed);
-    if (!all) {
-        return all;
+    auto servers = serversFor(request, names);
+    if (!servers) {
+        return tl::unexpected(servers.error());
     }
-    noteSilent(all->servers, output);
-    Items items;
-    for (const QString& name : names) {
-        const auto found = findItem(all->items, name, wanted);
-        if (!found) {
-            return tl::unexpected(notFound(all->items, all->servers, name, found.error()));
-        }
-        items += all->items[*found];
+    const bool areNames = areRequest(names);
+    const auto some = servers->list(areNames ? names : QStringList());
+    auto picked = some.and_then([&](const Items& items) { return pick(items, *servers, names, wanted); });
+    if (areNames && some && !picked) { // what is near to it is known of all of them
+        picked = servers->list().and_then(
+            [&](const Items& items) { return pick(items, *servers, names, wanted); });
     }
-    all->items = items;
-    return all;
+    noteSilent(*servers, output);
+    return picked.map([&](const Items& items) { return Listing{ std::move(*servers), items }; });
 }
 
 void noteIfInapplicable(const Item& item, const QString& name, Output& output)
@@ -59,34 +85,27 @@ struct Act
 /// Listens first, then sends, then waits for what the request is to lead to.
 base::Result<ExitStatus> actAndWait(const Request& request, const Act& act, Output& output)
 {
-    const Patience patience(request);
+    const Patience patience = patienceOf(request);
     const auto conditions = GoalConditions::parse(request.until, request.unless);
     if (!conditions) {
         return tl::unexpected(conditions.error());
     }
     const QString& name = request.arguments.first();
-    auto servers = serversFor(request, conditions->items() << name);
-    if (!servers) {
-        return tl::unexpected(servers.error());
+    std::optional<Item> item;
+    const auto live = openLive(request, conditions->items() << name, patience, output, [&](LiveItems& items) {
+        return pick(items.items(), items.servers(), { name }, act.wanted).map([&item](const Items& picked) {
+            item = picked.first();
+        });
+    });
+    if (!live) {
+        return tl::unexpected(live.error());
     }
-    servers->setTimeout(patience.ofAnAnswer());
-    LiveItems live(std::move(*servers));
-    const auto present = live.start();
-    if (!present) {
-        return tl::unexpected(present.error());
-    }
-    noteSilent(live.servers(), output);
-    const auto position = findItem(*present, name, act.wanted);
-    if (!position) {
-        return tl::unexpected(notFound(*present, live.servers(), name, position.error()));
-    }
-    auto goal = Goal::of(*conditions, live);
+    auto goal = Goal::of(*conditions, **live);
     if (!goal) {
         return tl::unexpected(goal.error());
     }
-    const Item& item = present->at(*position);
-    const KELClientInterface& client = live.servers().clientOf(item);
-    return act.send(client, item).and_then([&](ExitStatus sent) -> base::Result<ExitStatus> {
+    const KELClientInterface& client = (*live)->servers().clientOf(*item);
+    return act.send(client, *item).and_then([&](ExitStatus sent) -> base::Result<ExitStatus> {
         if (sent != ExitStatus::Done) {
             return sent;
         }

@@ -68,6 +68,7 @@ private:
     [[nodiscard]] bool accepts(const QStringList& patterns) const;
     [[nodiscard]] QString callAction(const Item& action, const QString& text) const;
 
+    [[nodiscard]] ItemRecords named(const QStringList& names) const;
     [[nodiscard]] ItemRecords matching(const QStringList& patterns, bool startsWatching) const;
     void loadConfigs();
     void scheduleFlush();

@@ -10,6 +10,9 @@
 #include "items/ModuleItems.h"
 
 #include <QDBusMessage>
+#include <QSet>
+
+#include <algorithm>
 
 namespace ipc {
 namespace {
@@ -81,8 +84,41 @@ ItemServer::Found ItemServer::findForRequest(const QString& name)
     return {};
 }
 
+// Names, as most patterns are, need no look at each of thousands of items.
+ItemRecords ItemServer::named(const QStringList& names) const
+{
+    ItemRecords records;
+    for (RegistrationModule* module : m_modules) {
+        if (!module->publishesItems()) {
+            continue;
+        }
+        QSet<const Item*> found;
+        for (const QString& name : names) {
+            const QString local = withoutModule(name, module->moduleName());
+            for (const ItemKind kind : { ItemKind::Config, ItemKind::Result, ItemKind::Action }) {
+                for (const Item* item : module->items().instances(kind, local)) {
+                    found.insert(item);
+                }
+            }
+        }
+        if (found.size() == 1) {
+            records << listedItem(**found.begin());
+        } else if (!found.isEmpty()) {
+            for (const auto& item : module->items().all()) { // in this order
+                if (found.contains(item.get())) {
+                    records << listedItem(*item);
+                }
+            }
+        }
+    }
+    return records;
+}
+
 ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatching) const
 {
+    if (!startsWatching && !patterns.isEmpty() && std::all_of(patterns.begin(), patterns.end(), isName)) {
+        return named(patterns);
+    }
     ItemRecords records;
     for (RegistrationModule* module : m_modules) {
         if (!module->publishesItems()) {

@@ -37,7 +37,7 @@ std::unique_ptr<QProcess> ItemctlFixture::startItemctl(const QStringList& argume
     return process;
 }
 
-int ItemctlFixture::watchers()
+int ItemctlFixture::rules(const QString& part)
 {
     const QDBusMessage reply = QDBusConnection::sessionBus().call(
         QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -45,7 +45,7 @@ int ItemctlFixture::watchers()
     int count = 0;
     const auto rules = qdbus_cast<QMap<QString, QStringList>>(reply.arguments().value(0));
     for (const QStringList& ofOne : rules) {
-        count += ofOne.filter(",arg2=''").size();
+        count += ofOne.filter(part).size();
     }
     return count;
 }

@@ -21,7 +21,9 @@ protected:
     /// Starts itemctl and leaves it running.
     static std::unique_ptr<QProcess> startItemctl(const QStringList& arguments);
     /// How many clients the servers watch items for. The bus knows: a server asks to be told of their end.
-    static int watchers();
+    static int watchers() { return rules(",arg2=''"); }
+    /// How many of the bus's match rules contain this.
+    static int rules(const QString& part);
 
     DemoServers m_servers;
 };

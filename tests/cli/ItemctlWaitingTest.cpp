@@ -155,6 +155,75 @@ private Q_SLOTS:
         QVERIFY(m_servers.start());
     }
 
+    void tellsThePresentFirst_data()
+    {
+        const Rows<QStringList, QString> row("options", "out");
+        row("for people", {},
+            ":config:demo:mod:pin: 5190 [does not apply]\n:result:demo:mod:state: 0 (Off)\n"
+            ":action:demo:mod:fork: [applies]\n:result:demo:mod:state: 3 (On)\n");
+        row("JSON", { "--json" },
+            R"({"address":":config:demo:mod:pin:","server":"demo","module":"mod","id":"pin","kind":"config",)"
+            R"("label":"PIN","value":"5190","applicable":false})"
+            "\n"
+            R"({"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
+            R"("kind":"result","label":"State","value":0,"text":"Off","applicable":true})"
+            "\n"
+            R"({"address":":action:demo:mod:fork:","server":"demo","module":"mod","id":"fork",)"
+            R"("kind":"action","label":"Fork and Return","applicable":true})"
+            "\n"
+            R"({"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
+            R"("kind":"result","label":"State","value":3,"text":"On"})"
+            "\n");
+    }
+
+    void tellsThePresentFirst()
+    {
+        QFETCH(QStringList, options);
+        const auto watch = startWatching(
+            QStringList{ "watch", "state", "pin", "fork", "--initial", "--count", "1" } + options);
+        QVERIFY(watch);
+        succeed({ "call", "write", "state=3" });
+        QTEST(finish(*watch).out, "out");
+    }
+
+    void awaitsItsServer_data()
+    {
+        const Rows<QStringList, QString> row("arguments", "out");
+        row("wait", { "wait", "state=Off", "--json" }, R"("value":0)");
+        row("watch", { "watch", "state", "--initial", "--count", "1" }, ":result:demo:mod:state: 0 (Off)\n");
+        row("its address", { "wait", ":result:demo:mod:state:=Off", "--json" }, R"("value":0)");
+        row("while another is there", { "wait", "mod:state=Off", "--json" }, R"("value":0)");
+    }
+
+    void awaitsItsServer()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, out);
+        m_servers.kill();
+        const bool another = QTest::currentDataTag() == QByteArray("while another is there");
+        if (another) {
+            QVERIFY(m_servers.start("other", "side"));
+        }
+        const QString missing = another ? "no item" : "no server";
+        const Finished soon = itemctl(arguments + QStringList{ "--await-server", "--timeout", "0.1" });
+        QCOMPARE(soon.status, 4);
+        QVERIFY2(soon.err.contains("timed out after 0.1 s: " + missing), qPrintable(soon.err));
+        QCOMPARE(itemctl(arguments).status, another ? 3 : 5);
+        const auto waiting = startItemctl(arguments + QStringList{ "--await-server", "--timeout", "60" });
+        QTRY_COMPARE(rules("arg0namespace='tov.base'"), 1);
+        QVERIFY(m_servers.start());
+        if (arguments.contains("watch")) {
+            QTRY_COMPARE(watchers(), 1);
+            succeed({ "call", "write", "state=3" });
+        }
+        const Finished finished = finish(*waiting);
+        QCOMPARE(finished.status, 0);
+        QVERIFY2(finished.out.contains(out), qPrintable(finished.out));
+        if (another) {
+            m_servers.kill("other");
+        }
+    }
+
     // What it had does not count while it is away.
     void waitDoesNotTrustAnAbsentServer()
     {

@@ -30,8 +30,8 @@ _itemctl()
         local options="--json --server --help"
         case $command in
             "") options+=" --version" ;;
-            watch) options+=" --count --timeout" ;;
-            wait) options+=" --unless --timeout" ;;
+            watch) options+=" --initial --await-server --count --timeout" ;;
+            wait) options+=" --await-server --unless --timeout" ;;
             set|call) options+=" --until --unless --timeout" ;;
         esac
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
