@@ -104,7 +104,7 @@ void BluezRadio::useAdapter(const BluezQt::AdapterPtr& adapter)
         }
     });
     Q_EMIT addressChanged(AddressHelper::str2int(adapter->address()));
-    m_discoverySwitch = std::make_unique<DiscoverySwitch>(adapter->ubi());
+    m_discoverySwitch = std::make_unique<DiscoverySwitch>(adapter);
     m_bonded = std::make_unique<BondedDevices>();
     connect(m_bonded.get(), &BondedDevices::listChanged, this, &Radio::pairListChanged);
     connect(m_bonded.get(), &BondedDevices::connectionEstablished, this, &Radio::connectionEstablished);

@@ -50,6 +50,7 @@ void FakeBluez::addAdapter(const QString& path, const QVariantMap& properties)
                      { "Powered", false },
                      { "Pairable", false },
                      { "Discoverable", false },
+                     { "Discovering", false },
                      { "DiscoverableTimeout", 180U } };
     all.insert(properties);
     m_objects.insert(QDBusObjectPath(path), { { AdapterInterface, all } });
