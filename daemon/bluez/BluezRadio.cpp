@@ -50,6 +50,7 @@ void waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds lim
 BluezRadio::BluezRadio(QString name)
     : m_name(std::move(name))
 {
+    m_time.start();
     connect(&m_choice, &AdapterChoice::bluezCame, this, [this] {
         m_agent.registerAtBluez();
         m_profiles.registerAll();

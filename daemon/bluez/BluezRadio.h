@@ -10,6 +10,8 @@
 #include "Result.h"
 #include "RfcommProfiles.h"
 
+#include <QElapsedTimer>
+
 #include <memory>
 #include <optional>
 
@@ -51,6 +53,10 @@ private:
     [[nodiscard]] bool isPaired(qulonglong address) const override;
     void startPairing(qulonglong address) override;
     [[nodiscard]] PairingAttempt* attempt() const override { return m_pairing.get(); }
+    [[nodiscard]] std::chrono::milliseconds now() const override
+    {
+        return std::chrono::milliseconds(m_time.elapsed());
+    }
 
     // BluezRadio.cpp: the adapter and its power
     void useAdapter(const BluezQt::AdapterPtr& adapter);
@@ -68,8 +74,9 @@ private:
     void leaveDiscovery();
     void beginPairing(qulonglong address);
     void endSearch();
+    void refuseQuestion(const PairingQuestion& question);
     void takeQuestion(const QString& devicePath, const PairingQuestion& question);
-    void pairingProgressed();
+    void trustThePaired();
     void changeLink(const BluezQt::DevicePtr& device, const QString& method);
     [[nodiscard]] BluezQt::DevicePtr deviceOf(qulonglong address) const;
 
@@ -84,6 +91,7 @@ private:
     std::unique_ptr<Discovery> m_discovery; ///< for a scan, or for a device to pair with
     std::unique_ptr<BluezPairing> m_pairing;
     ScanResults m_scanResults;
+    QElapsedTimer m_time;
     bool m_wantsOn = false;
     bool m_switching = false; ///< bluetoothd has not answered, and takes no other wish before
     bool m_saidWifed = false;
