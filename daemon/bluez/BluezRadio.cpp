@@ -47,8 +47,9 @@ void waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds lim
 
 } // namespace
 
-BluezRadio::BluezRadio(QString name)
+BluezRadio::BluezRadio(QString name, QString adapter)
     : m_name(std::move(name))
+    , m_choice(std::move(adapter))
 {
     m_time.start();
     connect(&m_choice, &AdapterChoice::bluezCame, this, [this] {

@@ -17,7 +17,7 @@
 
 namespace bt {
 
-/// This machine's radio, by BlueZ: the first adapter of the bluetoothd on QDBusConnection::systemBus().
+/// This machine's radio, by BlueZ: an adapter of the bluetoothd on QDBusConnection::systemBus().
 ///
 /// - Without bluetoothd or adapter the status is NoDevice; the radio comes up by itself when they are there.
 /// - A device to pair with that bluetoothd does not know is looked for first.
@@ -28,8 +28,8 @@ class BluezRadio : public RadioRules
     Q_OBJECT
 
 public:
-    /// \a name is what other devices see.
-    explicit BluezRadio(QString name);
+    /// \a name is what other devices see; \a adapter is an address or "hciN", empty for the lowest.
+    BluezRadio(QString name, QString adapter);
     ~BluezRadio() override;
 
     void start() override;
