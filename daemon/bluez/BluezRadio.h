@@ -11,6 +11,7 @@
 #include "RfcommProfiles.h"
 
 #include <QElapsedTimer>
+#include <QTimer>
 
 #include <memory>
 #include <optional>
@@ -65,6 +66,7 @@ private:
     void switchOff();
     void askForPower(bool on);
     void followPower();
+    void followAdapter();
     void powerRefused(bool on, const QDBusError& error);
     void silence();
     void putBack();
@@ -92,8 +94,11 @@ private:
     std::unique_ptr<BluezPairing> m_pairing;
     ScanResults m_scanResults;
     QElapsedTimer m_time;
+    QTimer m_busy; ///< bluetoothd is at somebody else's wish for the power
     bool m_wantsOn = false;
     bool m_switching = false; ///< bluetoothd has not answered, and takes no other wish before
+    bool m_wasOn = false; ///< at any time
+    bool m_wasOpen = false; ///< for other devices, to find and to pair
     bool m_saidWifed = false;
 };
 

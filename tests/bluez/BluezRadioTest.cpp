@@ -204,6 +204,69 @@ private Q_SLOTS:
         QTRY_COMPARE(proxy().status(), 3);
     }
 
+    // bluetoothd's own AutoEnable, or a desktop, is at it already: what it found is a radio that is on.
+    void meetsAnothersSwitch_data()
+    {
+        const Rows<bool> row("comes");
+        row("it comes on", true);
+        row("it does not", false);
+    }
+
+    void meetsAnothersSwitch()
+    {
+        QFETCH(bool, comes);
+        m_bluez->appear();
+        m_bluez->addAdapter(hci0());
+        m_bluez->answer("Set Powered", "Busy");
+        QVERIFY(m_radio->appear());
+        QSignalSpy status(&proxy(), &BluetoothIf::statusChanged);
+        QTRY_VERIFY(m_bluez->called({ "Set Powered=true" }));
+        if (comes) {
+            m_bluez->change(hci0(), "Adapter1", { { "Powered", true } });
+        } else {
+            m_bluez->answerAfterAll("Set Powered"); // and so it is asked once more
+        }
+        QTRY_COMPARE(proxy().status(), 3);
+        QVERIFY2(!m_radio->log().contains("failed"), qPrintable(m_radio->log()));
+        QTRY_VERIFY(allCarried<int>(status).contains(3));
+        QVERIFY(!allCarried<int>(status).contains(1)); // it never seems to be off
+        m_bluez->answerAfterAll("Set Powered");
+        end();
+        QCOMPARE(m_bluez->property(hci0(), "Powered"), QVariant(comes));
+    }
+
+    void isChangedByOthers()
+    {
+        QVERIFY(startOn());
+        QTRY_COMPARE(m_bluez->property(hci0(), "Discoverable"), QVariant(true));
+        m_bluez->change(hci0(), "Adapter1", { { "Alias", "Kitchen" } });
+        QTRY_COMPARE(proxy().myName(), QString("Kitchen"));
+        QCOMPARE(m_radio->log().count("another program has changed the adapter"), 0);
+        m_bluez->change(hci0(), "Adapter1", { { "Discoverable", false } });
+        QTRY_COMPARE(m_radio->log().count("can no longer find it"), 1);
+        m_bluez->forgetCalls();
+        end(); // and leaves it as they want it
+        QVERIFY2(m_bluez->called({ "Set Pairable=false", "Set Powered=false" })
+                     && !m_bluez->called({ "Set Alias=" }),
+                 qPrintable(m_bluez->calls().join('\n')));
+    }
+
+    // Else the next run would take what that one has set for what was there before.
+    void wasKilled()
+    {
+        QVERIFY(startOn());
+        QTRY_COMPARE(m_bluez->property(hci0(), "Discoverable"), QVariant(true));
+        m_radio->process().signal(SIGKILL);
+        m_radio = std::make_unique<RadioProgram>(BLUEZRADIO);
+        QVERIFY(m_radio->appear());
+        QTRY_COMPARE(proxy().status(), 3);
+        QVERIFY2(m_radio->log().contains("a run before this one ended without"), qPrintable(m_radio->log()));
+        end();
+        QCOMPARE(m_bluez->property(hci0(), "Alias"), QVariant(""));
+        QCOMPARE(m_bluez->property(hci0(), "Powered"), QVariant(false));
+        QVERIFY(runtimeFiles().isEmpty());
+    }
+
     void endsInOrder_data()
     {
         const Rows<bool> row("hangs");
@@ -227,16 +290,14 @@ private Q_SLOTS:
         }
         QElapsedTimer time;
         time.start();
-        m_radio->process().signal(SIGTERM);
-        std::optional<int> status;
-        QTRY_VERIFY((status = m_radio->process().wait(std::chrono::milliseconds(0))).has_value());
-        QCOMPARE(*status, 0);
+        end();
         QVERIFY(time.elapsed() < 1000);
-        QVERIFY2(
-            m_bluez->called({ "Adapter1.StopDiscovery", "AgentManager1.UnregisterAgent",
-                              "ProfileManager1.UnregisterProfile", "Set Alias=", "Set Pairable=false",
-                              "Set Discoverable=false", "Set DiscoverableTimeout=180", "Set Powered=false" }),
-            qPrintable(m_bluez->calls().join('\n')));
+        QCOMPARE(runtimeFiles().isEmpty(), !hangs); // what is not back is for the next run
+        QVERIFY2(m_bluez->called({ "Adapter1.StopDiscovery", "Set Alias=", "Set Discoverable=false",
+                                   "Set DiscoverableTimeout=180", "Set Pairable=false",
+                                   "Set PairableTimeout=60", "AgentManager1.UnregisterAgent",
+                                   "ProfileManager1.UnregisterProfile", "Set Powered=false" }),
+                 qPrintable(m_bluez->calls().join('\n')));
     }
 };
 

@@ -49,6 +49,7 @@ void FakeBluez::addAdapter(const QString& path, const QVariantMap& properties)
                      { "Alias", "machine" },
                      { "Powered", false },
                      { "Pairable", false },
+                     { "PairableTimeout", 60U },
                      { "Discoverable", false },
                      { "Discovering", false },
                      { "DiscoverableTimeout", 180U } };
