@@ -29,7 +29,10 @@ bool PairingAttempt::waitsForConfirmation() const
 
 base::Result<> PairingAttempt::pinReply(const QString& pin)
 {
-    return waitsForPin() ? takePin(pin) : nothingPending(QStringLiteral("a PIN"));
+    if (!waitsForPin()) {
+        return nothingPending(QStringLiteral("a PIN"));
+    }
+    return takePin(pin).map([this] { m_wanted = true; });
 }
 
 base::Result<> PairingAttempt::pinDecline()
@@ -46,6 +49,7 @@ base::Result<> PairingAttempt::confirm()
     if (!waitsForConfirmation()) {
         return nothingPending(QStringLiteral("a confirmation"));
     }
+    m_wanted = true;
     takeConsent();
     return {};
 }

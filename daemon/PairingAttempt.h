@@ -17,11 +17,17 @@ public:
     [[nodiscard]] qulonglong address() const { return m_address; }
     [[nodiscard]] const PairingProgress& progress() const { return m_progress; }
     [[nodiscard]] bool isUnderWay() const { return !isSettled(m_progress.state); }
+    /// The other side began.
+    [[nodiscard]] bool isIncoming() const { return m_incoming; }
+    /// Our user has agreed.
+    [[nodiscard]] bool isWanted() const { return m_wanted; }
 
     base::Result<> pinReply(const QString& pin);
     base::Result<> pinDecline();
     base::Result<> confirm();
     base::Result<> reject();
+    /// The user does not want it, whatever it waits for.
+    void refuse();
 
 Q_SIGNALS:
     void progressed();
@@ -32,6 +38,7 @@ protected:
     {
     }
 
+    void setIncoming() { m_incoming = true; }
     /// Goes on to a state, or stays in it with a name that has become known. The code stays until a settled
     /// state.
     void enter(PairState state);
@@ -49,10 +56,11 @@ private:
     [[nodiscard]] bool waitsForConfirmation() const;
     [[nodiscard]] bool waitsForPin() const;
     [[nodiscard]] base::Result<> nothingPending(const QString& question) const;
-    void refuse();
 
     qulonglong m_address;
     PairingProgress m_progress;
+    bool m_incoming = false;
+    bool m_wanted = false;
     bool m_refused = false;
 };
 

@@ -113,9 +113,11 @@ base::Result<> RadioRules::pair(qulonglong address)
     if (base::Result<> ready = requireOn(); !ready) {
         return ready;
     }
+    makeWayFor(address);
     if (base::Result<> idle = requireNoPairing(QStringLiteral("one pairing at a time")); !idle) {
         return idle;
     }
+    m_refused.forgive(address);
     endScan();
     if (isPaired(address)) {
         Q_EMIT pairingChanged({ PairState::Paired, {}, {} });
@@ -127,6 +129,47 @@ base::Result<> RadioRules::pair(qulonglong address)
         startPairing(address);
     }
     return {};
+}
+
+void RadioRules::makeWayFor(qulonglong address)
+{
+    PairingAttempt* pairing = attempt();
+    if (pairing != nullptr && pairing->isUnderWay() && pairing->isIncoming() && !pairing->isWanted()
+        && pairing->address() != address) {
+        pairing->refuse();
+    }
+}
+
+base::Result<> RadioRules::requireHeard(qulonglong address, const QString& name)
+{
+    if (!m_refused.hears(address, now())) {
+        return base::error(
+            QStringLiteral("%1 was refused again and again and is not heard for a while; pairing with it "
+                           "from here works")
+                .arg(name));
+    }
+    if (const int unheard = m_refused.takeUnheard(address); unheard > 0) {
+        notice(QStringLiteral("%1 has asked to pair %2 times while it was not heard").arg(name).arg(unheard));
+    }
+    return {};
+}
+
+void RadioRules::tellOf(const PairingAttempt& pairing)
+{
+    connect(&pairing, &PairingAttempt::progressed, this, [this, &pairing] {
+        const PairState state = pairing.progress().state;
+        if (state == PairState::Paired) {
+            m_refused.forgive(pairing.address());
+        } else if (isSettled(state) && pairing.isIncoming() && !pairing.isWanted()) {
+            const auto silence = m_refused.refuse(pairing.address(), now());
+            if (silence.count() > 0) {
+                notice(QStringLiteral("%1 was refused again; it is not heard for %2 s")
+                           .arg(AddressHelper::int2str(pairing.address()))
+                           .arg(silence.count() / 1000));
+            }
+        }
+        Q_EMIT pairingChanged(pairing.progress());
+    });
 }
 
 QString RadioRules::whyNobody(qulonglong address) const

@@ -2,6 +2,7 @@
 
 #include "PairingAttempt.h"
 #include "Radio.h"
+#include "RefusedDevices.h"
 #include "Result.h"
 
 namespace bt {
@@ -11,8 +12,10 @@ namespace bt {
 ///
 /// - A request that needs the radio is refused while it is not on.
 /// - A scan is refused while one runs or a pairing is under way; a pairing ends a scan.
-/// - One pairing at a time. Pairing with a device that is paired already succeeds at once; with one that
+/// - One pairing at a time; but our user's goes before an unanswered question of another device. Pairing with
+/// a device that is paired already succeeds at once; with one that
 ///   cannot be there it fails at once, as with one that does not answer.
+/// - A device that was refused is not heard for a growing time.
 class RadioRules : public Radio
 {
     Q_OBJECT
@@ -37,12 +40,16 @@ protected:
     [[nodiscard]] virtual QString whyNotOn() const;
     [[nodiscard]] base::Result<> requireOn() const;
     [[nodiscard]] base::Result<> requireNoPairing(const QString& instead) const;
+    /// Whether the wish of another device to pair is heard now. @param name what a person knows it by
+    [[nodiscard]] base::Result<> requireHeard(qulonglong address, const QString& name);
 
     [[nodiscard]] bool isScanning() const { return m_scanning; }
     /// Why no device can have this address; empty when one may have it.
     [[nodiscard]] virtual QString whyNobody(qulonglong address) const;
     /// Tells that the scan that runs is complete, if one does.
     void endScan();
+    /// Tells how a pairing goes on, from here to its end.
+    void tellOf(const PairingAttempt& pairing);
 
 private:
     virtual void takeName(const QString& name) = 0;
@@ -53,10 +60,14 @@ private:
     /// The last pairing, settled or not; null before the first one and after the radio went off.
     [[nodiscard]] virtual PairingAttempt* attempt() const = 0;
 
+    /// On any clock that goes on.
+    [[nodiscard]] virtual std::chrono::milliseconds now() const = 0;
+    void makeWayFor(qulonglong address);
     base::Result<> answer(base::Result<> (PairingAttempt::*how)());
 
     Status m_status = Status::NoDevice;
     bool m_scanning = false;
+    RefusedDevices m_refused;
 };
 
 } // namespace bt

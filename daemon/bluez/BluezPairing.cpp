@@ -55,7 +55,7 @@ void BluezPairing::notFound()
 
 void BluezPairing::beginIncoming(const BluezQt::DevicePtr& device)
 {
-    m_incoming = true;
+    setIncoming();
     adopt(device);
     enter(PairState::Incoming);
 }
@@ -69,14 +69,14 @@ void BluezPairing::adopt(const BluezQt::DevicePtr& device)
         }
     });
     connect(device.data(), &BluezQt::Device::pairedChanged, this, [this](bool paired) {
-        if (paired && m_incoming) {
+        if (paired && isIncoming()) {
             settle(PairState::Paired);
         } else if (paired && isUnderWay()) {
             finish(); // what follows is a look at the device's services
         }
     });
     connect(device.data(), &BluezQt::Device::connectedChanged, this, [this](bool connected) {
-        if (!connected && m_incoming && isUnderWay()) {
+        if (!connected && isIncoming() && isUnderWay()) {
             m_deadline.start(LastWordTime);
         }
     });
@@ -98,7 +98,7 @@ void BluezPairing::pairAnswered(const QDBusError& error)
 
 void BluezPairing::endIncoming()
 {
-    if (m_incoming && isUnderWay()) {
+    if (isIncoming() && isUnderWay()) {
         settle(m_device->isPaired() ? PairState::Paired : PairState::FailedAuthentication);
     }
 }
@@ -116,7 +116,7 @@ void BluezPairing::questionCancelled()
         return;
     }
     setCode({});
-    if (m_incoming) {
+    if (isIncoming()) {
         settle(PairState::FailedAuthentication);
     } else {
         enter(PairState::Finishing); // the answer to Pair() tells why
@@ -138,7 +138,7 @@ void BluezPairing::finish(const QString& code)
 {
     setCode(code);
     enter(PairState::Finishing);
-    if (m_incoming) {
+    if (isIncoming()) {
         m_deadline.start(IncomingLimit);
     }
 }
@@ -148,9 +148,9 @@ void BluezPairing::takeRefusal()
     if (!m_codeOnlyShown) {
         m_agent.refuse();
     } else { // CancelPairing is for those who have called Pair
-        tellDevice(m_incoming ? QStringLiteral("Disconnect") : QStringLiteral("CancelPairing"));
+        tellDevice(isIncoming() ? QStringLiteral("Disconnect") : QStringLiteral("CancelPairing"));
     }
-    if (m_incoming) {
+    if (isIncoming()) {
         settle(PairState::Failed);
     } // otherwise the answer to Pair() settles it: until then bluetoothd would take no other pairing
 }

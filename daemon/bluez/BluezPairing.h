@@ -51,7 +51,6 @@ private:
 
     PairingAgent& m_agent;
     BluezQt::DevicePtr m_device;
-    bool m_incoming = false;
     bool m_codeOnlyShown = false;
     /// bluetoothd tells nobody how a pairing ends that the other side began.
     QTimer m_deadline;

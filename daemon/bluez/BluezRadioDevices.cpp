@@ -81,18 +81,17 @@ void BluezRadio::startPairing(qulonglong address)
 void BluezRadio::beginPairing(qulonglong address)
 {
     m_pairing = std::make_unique<BluezPairing>(address, m_agent);
-    connect(m_pairing.get(), &BluezPairing::progressed, this, &BluezRadio::pairingProgressed);
+    connect(m_pairing.get(), &BluezPairing::progressed, this, &BluezRadio::trustThePaired);
+    tellOf(*m_pairing);
 }
 
 // A paired device may come back by itself, without a question for each service.
-void BluezRadio::pairingProgressed()
+void BluezRadio::trustThePaired()
 {
-    const PairingProgress progress = m_pairing->progress();
     const BluezQt::DevicePtr& device = m_pairing->device();
-    if (progress.state == PairState::Paired && device && !device->isTrusted()) {
+    if (m_pairing->progress().state == PairState::Paired && device && !device->isTrusted()) {
         sendToBluez(settingOf(device->ubi(), DeviceInterface, QStringLiteral("Trusted"), true));
     }
-    Q_EMIT pairingChanged(progress);
 }
 
 void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& question)
@@ -104,17 +103,27 @@ void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& 
                    .arg(device ? device->address() : devicePath,
                         device ? QStringLiteral("another pairing is under way")
                                : QStringLiteral("it is not at our adapter")));
-        if (!question.onlyShown) {
-            m_agent.refuse();
-        }
+        refuseQuestion(question);
         return;
     }
     if (!pairing) {
+        const qulonglong address = AddressHelper::str2int(device->address());
+        if (!requireHeard(address, device->address())) {
+            refuseQuestion(question);
+            return;
+        }
         endScan();
-        beginPairing(AddressHelper::str2int(device->address()));
+        beginPairing(address);
         m_pairing->beginIncoming(device);
     }
     m_pairing->ask(question);
+}
+
+void BluezRadio::refuseQuestion(const PairingQuestion& question)
+{
+    if (!question.onlyShown) {
+        m_agent.refuse();
+    }
 }
 
 base::Result<> BluezRadio::unpair(qulonglong address)

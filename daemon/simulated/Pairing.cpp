@@ -47,6 +47,7 @@ void Pairing::begin()
 
 void Pairing::beginIncoming()
 {
+    setIncoming();
     m_room.learnName(address());
     enter(PairState::Incoming);
     m_clock.after(PageTime, this, [this] { reached(); });

@@ -101,11 +101,15 @@ QString SimulatedRadio::whyNobody(qulonglong address) const
               .arg(AddressHelper::int2str(address));
 }
 
+std::chrono::milliseconds SimulatedRadio::now() const
+{
+    return m_clock.now();
+}
+
 Pairing& SimulatedRadio::newPairing(qulonglong address)
 {
     m_pairing = std::make_unique<Pairing>(address, m_room, m_clock, m_random);
-    connect(m_pairing.get(), &Pairing::progressed, this,
-            [this] { Q_EMIT pairingChanged(m_pairing->progress()); });
+    tellOf(*m_pairing);
     connect(m_pairing.get(), &Pairing::succeeded, this,
             [this, address] { m_paired.add(address, m_room.knownName(address)); });
     return *m_pairing;

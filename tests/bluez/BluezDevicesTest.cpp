@@ -1,22 +1,54 @@
 #include "BluezFixture.h"
 
+#include <QScopeGuard>
+
 /// Which adapter is the radio, the devices that it is paired with and finds, and the services that they use.
 class BluezDevicesTest : public BluezFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void takesTheFirstAdapter()
+    void takesOneAdapter_data()
     {
-        m_bluez->appear();
-        m_bluez->addAdapter("/org/bluez/hci10", { { "Address", "00:AA:01:00:00:10" } });
-        m_bluez->addAdapter("/org/bluez/hci2");
+        const Rows<QByteArray, qulonglong> row("wanted", "address");
+        row("the lowest", "", 0x00AA01000002);
+        row("by its number", "hci10", 0x00AA01000010);
+        row("by its address", "00:aa:01:00:00:10", 0x00AA01000010);
+    }
+
+    // Which one bluetoothd tells of first is chance, and another's is not ours to rename.
+    void takesOneAdapter()
+    {
+        QFETCH(QByteArray, wanted);
+        QFETCH(qulonglong, address);
+        const auto adapter = [this](int number) {
+            const QString text = QString::number(number);
+            m_bluez->addAdapter("/org/bluez/hci" + text,
+                                { { "Address", "00:AA:01:00:00:" + text.rightJustified(2, '0') } });
+        };
+        qputenv("BLUEZ_ADAPTER", wanted);
+        const auto unset = qScopeGuard([] { qunsetenv("BLUEZ_ADAPTER"); });
         QVERIFY(m_radio->appear());
-        QTRY_COMPARE(proxy().status(), 3);
-        QCOMPARE(proxy().myAddress(), 0x00AA01000042ULL);
-        m_bluez->remove("/org/bluez/hci2");
-        QTRY_COMPARE(proxy().myAddress(), 0x00AA01000010ULL);
-        QTRY_COMPARE(proxy().status(), 3);
+        for (int start = 0; start < 2; ++start) {
+            m_bluez->appear();
+            adapter(10);
+            adapter(2);
+            QTRY_COMPARE(proxy().status(), 3);
+            QCOMPARE(proxy().myAddress(), address);
+            m_bluez->vanish();
+            QTRY_COMPARE(proxy().status(), 0);
+        }
+        const bool second = address == 0x00AA01000010;
+        m_bluez->appear();
+        adapter(second ? 2 : 10);
+        QTRY_VERIFY2(m_radio->log().contains(
+                         second ? "is not there, and another is not touched unasked; plug it in, "
+                                  "or choose by BLUEZ_ADAPTER or --adapter: hci2 (00:AA:01:00:00:02)"
+                                : "hci10 (00:AA:01:00:00:10)"),
+                     qPrintable(m_radio->log()));
+        QCOMPARE(m_bluez->property(second ? "/org/bluez/hci2" : "/org/bluez/hci10", "Alias"),
+                 QVariant("machine"));
+        QCOMPARE(proxy().status(), 0);
     }
 
     // An adapter that comes back still has what we had set.

@@ -49,7 +49,9 @@ void FakeBluez::addAdapter(const QString& path, const QVariantMap& properties)
                      { "Alias", "machine" },
                      { "Powered", false },
                      { "Pairable", false },
+                     { "PairableTimeout", 60U },
                      { "Discoverable", false },
+                     { "Discovering", false },
                      { "DiscoverableTimeout", 180U } };
     all.insert(properties);
     m_objects.insert(QDBusObjectPath(path), { { AdapterInterface, all } });
