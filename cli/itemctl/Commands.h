@@ -17,12 +17,16 @@ int run(int argc, char** argv);
 struct Request
 {
     bool json = false;
+    bool rows = false; ///< list: a line a row
     bool initial = false; ///< watch: what is goes before what changes
     bool awaitsServer = false; ///< wait, watch: for a server that is not there yet
     QString server; ///< "bluetoothlauncher"; empty for all servers on the bus
     QStringList arguments; ///< patterns, items or conditions; of set and call the item, then the text
     QStringList until; ///< conditions
     QStringList unless;
+    QStringList show; ///< patterns: what changes on the way to a goal, besides what the conditions name
+    QString row; ///< call: a condition that one row of a list fulfils
+    QString take; ///< call: the list that has the text, in that row
     std::optional<int> count;
     std::optional<int> notices; ///< top: a descriptor; its lines are shown as they come
     std::optional<std::chrono::milliseconds> timeout;

@@ -2,6 +2,7 @@
 
 #include "Ending.h"
 #include "ItemJson.h"
+#include "ItemNames.h"
 #include "ValueText.h"
 #include "common/DisplayText.h"
 
@@ -119,7 +120,9 @@ base::Result<ExitStatus> Goal::reach(const Patience& patience, bool shows, const
         m_until.noteChange(position);
         m_unless.noteChange(position);
         const Item& item = m_items->items()[position];
-        if (shows && !ending.isReached() && (m_until.areAbout(position) || m_unless.areAbout(position))) {
+        const bool isShown =
+            m_until.areAbout(position) || m_unless.areAbout(position) || matchesAny(item, request.show);
+        if (shows && !ending.isReached() && isShown) {
             const ExitStatus written =
                 output.line(request.json ? base::jsonText(changeJson(item, change))
                                          : followedChange(before.value(position), item, change));

@@ -15,6 +15,7 @@ Item Item::fromRecord(const QString& server, const ipc::ItemRecord& record)
     item.id = text("id");
     item.label = text("label");
     item.text = text("text");
+    item.symbol = text("symbol");
     item.value = record.properties.value(QStringLiteral("value"));
     item.isEnumeration = record.properties.contains(QStringLiteral("text"));
     item.applicable = record.properties.value(QStringLiteral("applicable"), true).toBool();
@@ -44,6 +45,7 @@ Change apply(const QVariantMap& changed, Item& item)
     }
     if (const auto text = changed.constFind(QStringLiteral("text")); text != changed.constEnd()) {
         item.text = text->toString();
+        item.symbol = changed.value(QStringLiteral("symbol")).toString();
     }
     if (const auto applicable = changed.constFind(QStringLiteral("applicable"));
         applicable != changed.constEnd()) {

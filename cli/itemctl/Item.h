@@ -23,6 +23,7 @@ struct Item
     QString label;
     QVariant value; ///< invalid for an action
     QString text; ///< the label of the present value; enumerations only
+    QString symbol; ///< likewise
     bool isEnumeration = false;
     bool applicable = true;
 

@@ -11,7 +11,8 @@ namespace itemctl {
 
 /// The items of the servers that a request concerns, live from now on.
 ///
-/// With --await-server a server that is not there yet, or has not come with the item yet, is waited for, as long as there is time.
+/// With --await-server a server that is not there yet, or has not come with the item yet, is waited for, as
+/// long as there is time.
 /// @param names items or patterns: full addresses tell their server
 /// @param check what has to hold of the items besides
 base::Result<std::unique_ptr<LiveItems>> openLive(const Request& request, const QStringList& names,

@@ -62,22 +62,30 @@ void addWatchOptions(CLI::App& app, Request& request)
                "End after this time: with status 4 when --count changes were not reached, else 0");
 }
 
-void addConditions(CLI::App& app, const char* option, QStringList& conditions, const char* help)
+void addTexts(CLI::App& app, const char* option, const char* type, QStringList& texts, const char* help)
 {
     app.add_option_function<std::vector<std::string>>(
            option,
-           [&conditions](const std::vector<std::string>& words) {
+           [&texts](const std::vector<std::string>& words) {
                for (const std::string& word : words) {
-                   conditions += QString::fromStdString(word);
+                   texts += QString::fromStdString(word);
                }
            },
            help)
-        ->type_name("CONDITION...");
+        ->type_name(type);
+}
+
+void addText(CLI::App& app, const char* option, const char* type, QString& text, const char* help)
+{
+    app.add_option_function<std::string>(
+           option, [&text](const std::string& word) { text = QString::fromStdString(word); }, help)
+        ->type_name(type);
 }
 
 void addWaitOptions(CLI::App& app, Request& request)
 {
-    addConditions(app, "--unless", request.unless, "Give up with status 1 when one of these holds");
+    addTexts(app, "--unless", "CONDITION...", request.unless,
+             "Give up with status 1 when one of these holds");
     addTimeout(app, request, "How long to wait (default: 10)");
 }
 
@@ -89,11 +97,27 @@ void addWaitCommandOptions(CLI::App& app, Request& request)
 
 void addUntilOptions(CLI::App& app, Request& request)
 {
-    addConditions(app, "--until", request.until,
-                  "Then show how the items of these change, and return when all hold together");
+    addTexts(app, "--until", "CONDITION...", request.until,
+             "Then show how the items of these change, and return when all hold together");
     addWaitOptions(app, request);
-    app.get_option("--unless")->needs("--until");
-    app.get_option("--timeout")->needs("--until");
+    addTexts(app, "--show", "PATTERN...", request.show, "Show how these change as well");
+    for (const char* option : { "--unless", "--timeout", "--show" }) {
+        app.get_option(option)->needs("--until");
+    }
+}
+
+void addCallOptions(CLI::App& app, Request& request)
+{
+    addUntilOptions(app, request);
+    addText(app, "--row", "CONDITION", request.row, "Take the text from the one row of a list that is so");
+    addText(app, "--take", "LIST", request.take, "The list that has the text, in that row");
+    app.get_option("--row")->needs("--take")->excludes("TEXT");
+    app.get_option("--take")->needs("--row");
+}
+
+void addListOptions(CLI::App& app, Request& request)
+{
+    app.add_flag("--rows", request.rows, "One line per row of the lists; what is empty is counted");
 }
 
 /// For whoever starts the view in the terminal's place.
@@ -111,7 +135,8 @@ const std::vector<Subcommand>& subcommands()
         { "list",
           "One line per item: address, value, label; marks what does not apply now",
           list,
-          { { "PATTERN", "The items to list; all when there is none", Times::AnyTimes } } },
+          { { "PATTERN", "The items to list; all when there is none", Times::AnyTimes } },
+          addListOptions },
         { "get",
           "Print the values alone, one a line",
           get,
@@ -144,7 +169,7 @@ const std::vector<Subcommand>& subcommands()
           call,
           { { "ACTION", "The action" },
             { "TEXT", R"(The text for it; behind "--" when it begins with "-")", Times::AtMostOnce } },
-          addUntilOptions },
+          addCallOptions },
         { "watch",
           "One line per change as it happens, until stopped",
           watch,

@@ -3,6 +3,7 @@
 #include "Goal.h"
 #include "ItemJson.h"
 #include "ItemNames.h"
+#include "ListRows.h"
 #include "Opening.h"
 #include "ValueText.h"
 #include "bus/RequestLimits.h"
@@ -80,6 +81,8 @@ struct Act
     Wanted wanted;
     bool needsNews; ///< a condition that holds already does not count
     std::function<base::Result<ExitStatus>(const KELClientInterface& client, const Item& item)> send;
+    /// What it needs to know of other items.
+    std::function<base::Result<>(const Items& items, const Servers& servers)> prepare;
 };
 
 /// Listens first, then sends, then waits for what the request is to lead to.
@@ -93,9 +96,9 @@ base::Result<ExitStatus> actAndWait(const Request& request, const Act& act, Outp
     const QString& name = request.arguments.first();
     std::optional<Item> item;
     const auto live = openLive(request, conditions->items() << name, patience, output, [&](LiveItems& items) {
-        return pick(items.items(), items.servers(), { name }, act.wanted).map([&item](const Items& picked) {
-            item = picked.first();
-        });
+        return pick(items.items(), items.servers(), { name }, act.wanted)
+            .map([&item](const Items& picked) { item = picked.first(); })
+            .and_then([&] { return act.prepare(items.items(), items.servers()); });
     });
     if (!live) {
         return tl::unexpected(live.error());
@@ -168,7 +171,10 @@ base::Result<ExitStatus> set(const Request& request, Output& output)
         });
     };
     if (!request.until.isEmpty()) {
-        return actAndWait(request, { Wanted::Valued, false, send }, output);
+        const auto nothing = [](const Items& /*items*/, const Servers& /*servers*/) {
+            return base::Result<>();
+        };
+        return actAndWait(request, { Wanted::Valued, false, send, nothing }, output);
     }
     const auto selected = select(request, { name }, Wanted::Valued, output);
     if (!selected) {
@@ -189,23 +195,38 @@ base::Result<ExitStatus> call(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
     const bool waits = !request.until.isEmpty();
+    QString text = request.arguments.value(1);
+    const auto prepare = [&](const Items& items, const Servers& servers) -> base::Result<> {
+        if (request.row.isEmpty()) {
+            return {};
+        }
+        return Condition::parse(request.row)
+            .and_then([&](const Condition& row) { return takeFromRow(items, servers, row, request.take); })
+            .map([&text](const QString& taken) { text = taken; });
+    };
     const auto send = [&](const KELClientInterface& client, const Item& item) -> base::Result<ExitStatus> {
         noteIfInapplicable(item, name, output);
-        return resultOf(client.trigger(item.address, request.arguments.value(1)))
-            .map([&](const QString& reply) {
-                // On the way to a goal an object a line is printed, which a reply is not.
-                if (request.json && !waits) {
-                    return output.line(base::jsonText(base::toJson(reply)));
-                }
-                return reply.isEmpty() || request.json ? ExitStatus::Done : output.line(escaped(reply));
-            });
+        return resultOf(client.trigger(item.address, text)).map([&](const QString& reply) {
+            // On the way to a goal an object a line is printed, which a reply is not.
+            if (request.json && !waits) {
+                return output.line(base::jsonText(base::toJson(reply)));
+            }
+            return reply.isEmpty() || request.json ? ExitStatus::Done : output.line(escaped(reply));
+        });
     };
     if (waits) {
-        return actAndWait(request, { Wanted::Action, true, send }, output);
+        return actAndWait(request, { Wanted::Action, true, send, prepare }, output);
     }
-    const auto selected = select(request, { name }, Wanted::Action, output);
+    auto selected = select(request, { name }, Wanted::Action, output);
     if (!selected) {
         return tl::unexpected(selected.error());
+    }
+    if (!request.row.isEmpty()) {
+        const auto prepared = selected->servers.list().and_then(
+            [&](const Items& all) { return prepare(all, selected->servers); });
+        if (!prepared) {
+            return tl::unexpected(prepared.error());
+        }
     }
     const Item& item = selected->items.first();
     return send(selected->servers.clientOf(item), item);

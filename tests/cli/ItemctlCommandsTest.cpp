@@ -44,7 +44,7 @@ private Q_SLOTS:
             R"("kind":"config","label":"Enabled","value":false,"applicable":true})"
             "\n"
             R"({"address":":result:demo:mod:rowState:2:","server":"demo","module":"mod","id":"rowState",)"
-            R"("index":2,"kind":"result","label":"Row State","value":0,"text":"Off","applicable":false})"
+            R"("index":2,"kind":"result","label":"Row State","value":0,"symbol":"DEMO_STATE_OFF","text":"Off","applicable":false})"
             "\n",
             "");
         row("module of no server", { "get", "bluetooth:enabled" }, 5, "",
@@ -108,7 +108,7 @@ private Q_SLOTS:
         row("help for nothing", { "help", "explode" }, 2, "", R"("explode" is no subcommand)");
         row("wait for what holds", { "wait", "--json", "state=Off", "state!=3" }, 0,
             R"([{"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
-            R"("kind":"result","label":"State","value":0,"text":"Off","applicable":true}])"
+            R"("kind":"result","label":"State","value":0,"symbol":"DEMO_STATE_OFF","text":"Off","applicable":true}])"
             "\n",
             "");
         row("wait for no item", { "wait", "stat=On" }, 3, "", "stat");
@@ -119,6 +119,46 @@ private Q_SLOTS:
     }
 
     void calls() { tellsAsTheRowSays(); }
+
+    // Rows of lists, as a person goes on from them.
+    void showsAndTakesRows_data()
+    {
+        const Rows<QStringList, int, QString, QString> row("arguments", "status", "out", "err");
+        row("for people", { "list", "--rows", "row*" }, 0,
+            "row  Name     Row State\n:1   Car Kit  Off\n:3   Phone    On\n2 of 4 rows are empty\n", "");
+        row("JSON", { "list", "--rows", "--json", "rowName:1", "rowState:1" }, 0,
+            R"({"server":"demo","module":"mod","list":"row","index":1,"rowName":"Car Kit",)"
+            R"("rowState":{"value":0,"symbol":"DEMO_STATE_OFF","text":"Off"}})"
+            "\n",
+            "");
+        row("taken from a row", { "call", "echo", "--row", "rowState=DEMO_STATE_ON", "--take", "rowName" }, 0,
+            "Phone\n", "");
+        row("and followed",
+            { "call", "echo", "--row", "rowName=Car Kit", "--take", "mod:rowName", "--until",
+              "state:applicable", "--timeout", "0.1" },
+            4, "Car Kit\n", "has not changed since");
+        row("no row", { "call", "echo", "--row", "rowName=Kit", "--take", "rowName" }, 3, "",
+            "no row is as --row rowName=Kit says");
+        row("several rows", { "call", "echo", "--row", "rowState!=3", "--take", "rowName" }, 3, "",
+            "3 rows are as --row rowState!=3 says: , Car Kit, ");
+        row("no such list", { "call", "echo", "--row", "rowName=x", "--take", "rowNam" }, 3, "",
+            R"(did you mean "rowName"?)");
+        row("no value of it", { "call", "echo", "--row", "rowState=Onn", "--take", "rowName" }, 2, "", "Onn");
+        row("text and row", { "call", "echo", "x", "--row", "rowName=x", "--take", "rowName" }, 2, "",
+            "--row");
+        row("row alone", { "call", "echo", "--row", "rowName=x" }, 2, "", "--take");
+    }
+
+    void showsAndTakesRows()
+    {
+        for (const char* write : { "rowName:1=Car Kit", "rowName:3=Phone", "rowState:3=3" }) {
+            succeed({ "call", "mod:write", write });
+        }
+        tellsAsTheRowSays();
+        for (const char* write : { "rowName:1=", "rowName:3=", "rowState:3=0" }) {
+            succeed({ "call", "mod:write", write });
+        }
+    }
 
     void textsFromOutsideAreHarmless()
     {

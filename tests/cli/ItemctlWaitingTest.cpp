@@ -49,7 +49,7 @@ private Q_SLOTS:
         row("JSON, two conditions",
             { "call", "write", "state=3", "--json", "--until", "state=3", "state~^On" }, 0,
             R"({"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
-            R"("kind":"result","label":"State","value":3,"text":"On"})"
+            R"("kind":"result","label":"State","value":3,"symbol":"DEMO_STATE_ON","text":"On"})"
             "\n",
             "");
         row("an unwanted end",
@@ -65,6 +65,18 @@ private Q_SLOTS:
             { "set", "volume", "5", "--server", "demo", "--until", "state=Off" }, 3, "", "several");
         row("set, applicability", { "set", "enabled", "true", "--until", "enabled=true", "state=Off" }, 0,
             "enabled  false -> true\n", "");
+        row("a row comes", { "call", "write", "rowName:1=x", "--until", "rowName[*]=x" }, 0,
+            "rowName:1  (empty) -> x\n", "");
+        row("no row that is so", { "wait", "rowName[*]~.", "--timeout", "0.1" }, 4, "",
+            "rowName[*]~. does not hold, no row is set");
+        row("none is otherwise", { "wait", "rowName[*]!=x", "rowState[*]!=On" }, 0, "", "");
+        row("no such list", { "wait", "rowNam[*]=x" }, 3, "", R"(no list "rowNam"; did you mean "rowName"?)");
+        row("of its way alone", { "call", "write", "state=3", "--until", "state=On", "--show", "rowName" }, 0,
+            "state  Off -> On\n", "");
+        row("more of its way",
+            { "call", "write", "state=3", "--until", "enabled:applicable", "--unless", "state=On", "--show",
+              "row*:0" },
+            1, "state  Off -> On\n", "state=On holds");
         row("another item's change is not shown",
             { "call", "write", "rowName:1=x", "--until", "state=On", "--timeout", "0.1" }, 4, "",
             "it has not changed since");
@@ -166,13 +178,13 @@ private Q_SLOTS:
             R"("label":"PIN","value":"5190","applicable":false})"
             "\n"
             R"({"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
-            R"("kind":"result","label":"State","value":0,"text":"Off","applicable":true})"
+            R"("kind":"result","label":"State","value":0,"symbol":"DEMO_STATE_OFF","text":"Off","applicable":true})"
             "\n"
             R"({"address":":action:demo:mod:fork:","server":"demo","module":"mod","id":"fork",)"
             R"("kind":"action","label":"Fork and Return","applicable":true})"
             "\n"
             R"({"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
-            R"("kind":"result","label":"State","value":3,"text":"On"})"
+            R"("kind":"result","label":"State","value":3,"symbol":"DEMO_STATE_ON","text":"On"})"
             "\n");
     }
 

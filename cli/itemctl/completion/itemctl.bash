@@ -32,7 +32,9 @@ _itemctl()
             "") options+=" --version" ;;
             watch) options+=" --initial --await-server --count --timeout" ;;
             wait) options+=" --await-server --unless --timeout" ;;
-            set|call) options+=" --until --unless --timeout" ;;
+            list) options+=" --rows" ;;
+            set) options+=" --until --unless --show --timeout" ;;
+            call) options+=" --until --unless --show --timeout --row --take" ;;
         esac
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
         return
