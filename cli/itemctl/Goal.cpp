@@ -94,12 +94,6 @@ base::Result<Goal> Goal::of(const GoalConditions& conditions, LiveItems& items)
     });
 }
 
-void Goal::forgetThePresent()
-{
-    m_until.forgetThePresent();
-    m_unless.forgetThePresent();
-}
-
 std::optional<base::Result<ExitStatus>> Goal::outcome() const
 {
     if (const QString unwanted = m_unless.firstThatHolds(); !unwanted.isEmpty()) {
@@ -108,21 +102,19 @@ std::optional<base::Result<ExitStatus>> Goal::outcome() const
     return m_until.allHold() ? std::optional(base::Result<ExitStatus>(ExitStatus::Done)) : std::nullopt;
 }
 
-base::Result<ExitStatus> Goal::reach(const Patience& patience, bool shows, const Request& request,
-                                     Output& output)
+base::Result<ExitStatus> Goal::reach(const Patience& patience, const Request& request, Output& output,
+                                     const Begin& begin)
 {
-    if (const auto reached = outcome()) {
-        return *reached;
-    }
     Ending ending(*m_items, output);
     Items before = m_items->items();
+    bool follows = false;
     QObject::connect(m_items, &LiveItems::itemChanged, &ending, [&](int position, Change change) {
         m_until.noteChange(position);
         m_unless.noteChange(position);
         const Item& item = m_items->items()[position];
         const bool isShown =
             m_until.areAbout(position) || m_unless.areAbout(position) || matchesAny(item, request.show);
-        if (shows && !ending.isReached() && isShown) {
+        if (follows && isShown && !ending.isReached()) {
             const ExitStatus written =
                 output.line(request.json ? base::jsonText(changeJson(item, change))
                                          : followedChange(before.value(position), item, change));
@@ -134,17 +126,33 @@ base::Result<ExitStatus> Goal::reach(const Patience& patience, bool shows, const
             before[position] = item;
         }
     });
-    QObject::connect(m_items, &LiveItems::turnEnded, &ending, [&] {
+    const auto look = [&] {
         if (const auto reached = outcome()) {
             *reached ? ending.reach(**reached) : ending.reach(reached->error());
         }
-    });
+    };
+    if (begin) {
+        const auto begun = begin([&](Counts counts) {
+            follows = true;
+            if (counts == Counts::News) {
+                m_until.forgetThePresent();
+                m_unless.forgetThePresent();
+            }
+            QObject::connect(m_items, &LiveItems::turnEnded, &ending, look);
+        });
+        if (!begun || *begun != ExitStatus::Done) {
+            return begun;
+        }
+    } else {
+        QObject::connect(m_items, &LiveItems::turnEnded, &ending, look);
+    }
+    look();
     ending.awaitTimeout(patience.left(), [&] {
         ending.reach(
             base::Error{ QStringLiteral("timed out after %1: %2").arg(patience.text(), m_until.shortfall()),
                          base::Failure::NoAnswer });
     });
-    return static_cast<ExitStatus>(QCoreApplication::exec());
+    return ending.await();
 }
 
 } // namespace itemctl

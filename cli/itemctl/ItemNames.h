@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common.h"
 #include "Conditions.h"
 #include "Item.h"
 #include "Servers.h"

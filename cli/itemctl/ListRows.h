@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common.h"
 #include "Conditions.h"
 #include "Servers.h"
 #include "common/Output.h"

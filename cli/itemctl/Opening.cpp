@@ -45,7 +45,7 @@ Opened openLive(const Request& request, const QStringList& names, const Patience
     if (!request.awaitsServer) {
         return open(request, names, patience, output, check);
     }
-    QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusConnection bus = ownConnection();
     QEventLoop loop;
     // Listens first: a server may come between a look and the next.
     const QDBusServiceWatcher arrivals(QStringLiteral("tov.base*"), bus,

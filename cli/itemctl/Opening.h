@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Commands.h"
+#include "Common.h"
 #include "LiveItems.h"
 #include "Patience.h"
 

@@ -12,7 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <QCoreApplication>
+#include <QEventLoop>
 
 #include <algorithm>
 #include <functional>
@@ -79,8 +79,11 @@ tl::unexpected<base::Error> actionHasNoValue(const QString& name)
 struct Act
 {
     Wanted wanted;
-    bool needsNews; ///< a condition that holds already does not count
-    std::function<base::Result<ExitStatus>(const KELClientInterface& client, const Item& item)> send;
+    /// @param answered is called before anything is told that came behind the answer
+    std::function<base::Result<ExitStatus>(const KELClientInterface& client, const Item& item,
+                                           const std::function<void()>& answered)>
+        send;
+    Goal::Counts counts;
     /// What it needs to know of other items.
     std::function<base::Result<>(const Items& items, const Servers& servers)> prepare;
 };
@@ -108,17 +111,24 @@ base::Result<ExitStatus> actAndWait(const Request& request, const Act& act, Outp
         return tl::unexpected(goal.error());
     }
     const KELClientInterface& client = (*live)->servers().clientOf(*item);
-    return act.send(client, *item).and_then([&](ExitStatus sent) -> base::Result<ExitStatus> {
-        if (sent != ExitStatus::Done) {
-            return sent;
-        }
-        if (act.needsNews) {
-            // A server tells of what was before the request before it answers.
-            QCoreApplication::processEvents();
-            goal->forgetThePresent();
-        }
-        return goal->reach(patience, true, request, output);
+    return goal->reach(patience, request, output, [&](const std::function<void(Goal::Counts)>& answered) {
+        return act.send(client, *item, [&] { answered(act.counts); });
     });
+}
+
+/// Triggers an action; what comes of it later may be seen already when this returns.
+base::Result<QString> trigger(const KELClientInterface& client, const Item& item, const QString& text,
+                              const std::function<void()>& answered)
+{
+    QEventLoop loop;
+    std::optional<base::Result<QString>> reply;
+    client.trigger(item.address, text, &loop, [&](const ipc::Outcome<QString>& outcome) {
+        answered();
+        reply = resultOf(outcome);
+        loop.quit();
+    });
+    loop.exec();
+    return *reply;
 }
 
 nlohmann::ordered_json valuesJson(const Items& items)
@@ -161,7 +171,9 @@ base::Result<ExitStatus> get(const Request& request, Output& output)
 base::Result<ExitStatus> set(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
-    const auto send = [&](const KELClientInterface& client, const Item& item) -> base::Result<ExitStatus> {
+    const auto send = [&](const KELClientInterface& client, const Item& item,
+                          const std::function<void()>& answered) -> base::Result<ExitStatus> {
+        answered();
         if (item.isAction()) {
             return actionHasNoValue(name);
         }
@@ -174,7 +186,7 @@ base::Result<ExitStatus> set(const Request& request, Output& output)
         const auto nothing = [](const Items& /*items*/, const Servers& /*servers*/) {
             return base::Result<>();
         };
-        return actAndWait(request, { Wanted::Valued, false, send, nothing }, output);
+        return actAndWait(request, { Wanted::Valued, send, Goal::Counts::Present, nothing }, output);
     }
     const auto selected = select(request, { name }, Wanted::Valued, output);
     if (!selected) {
@@ -182,7 +194,7 @@ base::Result<ExitStatus> set(const Request& request, Output& output)
     }
     const Item& item = selected->items.first();
     const KELClientInterface& client = selected->servers.clientOf(item);
-    auto done = send(client, item);
+    auto done = send(client, item, [] {});
     if (!done || !request.json) {
         return done;
     }
@@ -204,9 +216,10 @@ base::Result<ExitStatus> call(const Request& request, Output& output)
             .and_then([&](const Condition& row) { return takeFromRow(items, servers, row, request.take); })
             .map([&text](const QString& taken) { text = taken; });
     };
-    const auto send = [&](const KELClientInterface& client, const Item& item) -> base::Result<ExitStatus> {
+    const auto send = [&](const KELClientInterface& client, const Item& item,
+                          const std::function<void()>& answered) -> base::Result<ExitStatus> {
         noteIfInapplicable(item, name, output);
-        return resultOf(client.trigger(item.address, text)).map([&](const QString& reply) {
+        return trigger(client, item, text, answered).map([&](const QString& reply) {
             // On the way to a goal an object a line is printed, which a reply is not.
             if (request.json && !waits) {
                 return output.line(base::jsonText(base::toJson(reply)));
@@ -215,7 +228,7 @@ base::Result<ExitStatus> call(const Request& request, Output& output)
         });
     };
     if (waits) {
-        return actAndWait(request, { Wanted::Action, true, send, prepare }, output);
+        return actAndWait(request, { Wanted::Action, send, Goal::Counts::News, prepare }, output);
     }
     auto selected = select(request, { name }, Wanted::Action, output);
     if (!selected) {
@@ -229,7 +242,7 @@ base::Result<ExitStatus> call(const Request& request, Output& output)
         }
     }
     const Item& item = selected->items.first();
-    return send(selected->servers.clientOf(item), item);
+    return send(selected->servers.clientOf(item), item, [] {});
 }
 
 base::Result<ExitStatus> describe(const Request& request, Output& output)

@@ -22,7 +22,7 @@ base::Result<ExitStatus> wait(const Request& request, Output& output)
     if (!live) {
         return tl::unexpected(live.error());
     }
-    return goal->reach(patience, false, request, output).map([&](ExitStatus status) {
+    return goal->reach(patience, request, output).map([&](ExitStatus status) {
         return status == ExitStatus::Done && request.json
             ? output.line(base::jsonText(goal->expectations().json()))
             : status;

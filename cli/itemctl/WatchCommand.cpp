@@ -8,8 +8,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <QCoreApplication>
-
 namespace itemctl {
 namespace {
 
@@ -33,6 +31,7 @@ public:
 
     /// All that is watched as it is.
     ExitStatus printPresent();
+    [[nodiscard]] ExitStatus await() const { return m_ending.await(); }
 
 private:
     [[nodiscard]] bool isWatched(const Item& item) const;
@@ -128,7 +127,7 @@ base::Result<ExitStatus> watch(const Request& request, Output& output)
     if (printed != ExitStatus::Done) {
         return printed;
     }
-    return static_cast<ExitStatus>(QCoreApplication::exec());
+    return watch.await();
 }
 
 } // namespace itemctl

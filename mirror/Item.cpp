@@ -1,6 +1,6 @@
 #include "Item.h"
 
-namespace itemctl {
+namespace mirror {
 
 Item Item::fromRecord(const QString& server, const ipc::ItemRecord& record)
 {
@@ -62,4 +62,4 @@ Change replace(const Item& present, Item& item)
     return change;
 }
 
-} // namespace itemctl
+} // namespace mirror

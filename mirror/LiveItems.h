@@ -7,7 +7,7 @@
 #include <QObject>
 #include <QSet>
 
-namespace itemctl {
+namespace mirror {
 
 /// The items of some servers, kept as they are now by the servers' change signals. A server that leaves keeps
 /// its items as they were; when it returns, what differs then counts as changed.
@@ -25,7 +25,7 @@ public:
     [[nodiscard]] bool isPresent(const Item& item) const { return !m_absent.contains(item.server); }
 
 Q_SIGNALS:
-    void itemChanged(int position, itemctl::Change change);
+    void itemChanged(int position, mirror::Change change);
     /// After the itemChanged() of everything that one signal of a server brought.
     void turnEnded();
     void serverLeft(const QString& server);
@@ -49,4 +49,4 @@ private:
     QSet<QString> m_absent; ///< names of servers
 };
 
-} // namespace itemctl
+} // namespace mirror

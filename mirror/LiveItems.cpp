@@ -2,13 +2,13 @@
 
 #include <QDBusConnection>
 
-namespace itemctl {
+namespace mirror {
 
 LiveItems::LiveItems(Servers servers)
     : m_servers(std::move(servers))
 {
     // libdbus itself tells of the connection's end, by a signal without a sender.
-    QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusConnection bus = ownConnection();
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
                 SLOT(noticeBusLoss()));
@@ -92,4 +92,4 @@ void LiveItems::takeAgain(KELClientInterface& client)
     Q_EMIT turnEnded();
 }
 
-} // namespace itemctl
+} // namespace mirror

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Common.h"
 #include "bus/ItemRecord.h"
 
 #include <QString>
@@ -9,7 +8,7 @@
 
 #include <optional>
 
-namespace itemctl {
+namespace mirror {
 
 /// One item of a server as its clients see it now.
 struct Item
@@ -54,4 +53,4 @@ Change apply(const QVariantMap& changed, Item& item);
 /// Takes over the item as a server describes it after its return, and tells what differs.
 Change replace(const Item& present, Item& item);
 
-} // namespace itemctl
+} // namespace mirror

@@ -1,6 +1,6 @@
 #include "ClientResult.h"
 
-namespace itemctl {
+namespace mirror {
 namespace {
 
 base::Failure failureOf(ipc::ClientError::Kind kind)
@@ -28,4 +28,4 @@ base::Error errorFrom(const ipc::ClientError& error)
     return { error.message, failureOf(error.kind) };
 }
 
-} // namespace itemctl
+} // namespace mirror

@@ -1,12 +1,12 @@
 #include "Servers.h"
 
-#include "common/DisplayText.h"
+#include "Escaped.h"
 
 #include <QDBusError>
 
 #include <algorithm>
 
-namespace itemctl {
+namespace mirror {
 namespace {
 
 const QLatin1String BusNamePrefix("tov.base.");
@@ -38,9 +38,16 @@ QString busNameOf(const QString& server)
     return BusNamePrefix + server;
 }
 
+// QtDBus holds back the signals of QDBusConnection::sessionBus() until the event loop runs, and then delivers
+// them behind later ones.
+QDBusConnection ownConnection()
+{
+    return QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("itemctl"));
+}
+
 base::Result<QDBusConnection> sessionBus()
 {
-    const QDBusConnection bus = QDBusConnection::sessionBus();
+    const QDBusConnection bus = ownConnection();
     if (bus.isConnected()) {
         return bus;
     }
@@ -59,7 +66,7 @@ base::Result<Servers> Servers::open(const QDBusConnection& connection, const QSt
     for (const QString& name : names) {
         if (!present->contains(busNameOf(name))) {
             return base::error(QStringLiteral("no server \"%1\" on the session bus; there is %2")
-                                   .arg(escaped(name), listed(*present)),
+                                   .arg(base::escaped(name), listed(*present)),
                                base::Failure::NoServer);
         }
         if (!wanted.contains(busNameOf(name))) {
@@ -128,4 +135,4 @@ base::Result<Items> Servers::list(const QStringList& patterns)
     return items;
 }
 
-} // namespace itemctl
+} // namespace mirror

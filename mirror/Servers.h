@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-namespace itemctl {
+namespace mirror {
 
 /// "bluetoothlauncher" for "tov.base.bluetoothlauncher" and for "bluetoothlauncher".
 QString serverName(const QString& nameOrBusName);
@@ -48,7 +48,10 @@ private:
 
 Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot);
 
-/// The session bus, or the reason why there is none.
+/// To the session bus, the one that all of this program uses.
+QDBusConnection ownConnection();
+
+/// The same, or the reason why there is none.
 base::Result<QDBusConnection> sessionBus();
 
-} // namespace itemctl
+} // namespace mirror

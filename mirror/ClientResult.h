@@ -3,7 +3,7 @@
 #include "Result.h"
 #include "client/KELClientInterface.h"
 
-namespace itemctl {
+namespace mirror {
 
 [[nodiscard]] base::Error errorFrom(const ipc::ClientError& error);
 
@@ -17,4 +17,4 @@ template <typename T>
     return tl::unexpected(errorFrom(outcome.error()));
 }
 
-} // namespace itemctl
+} // namespace mirror
