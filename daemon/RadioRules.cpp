@@ -157,19 +157,27 @@ base::Result<> RadioRules::requireHeard(qulonglong address, const QString& name)
 void RadioRules::tellOf(const PairingAttempt& pairing)
 {
     connect(&pairing, &PairingAttempt::progressed, this, [this, &pairing] {
-        const PairState state = pairing.progress().state;
-        if (state == PairState::Paired) {
-            m_refused.forgive(pairing.address());
-        } else if (isSettled(state) && pairing.isIncoming() && !pairing.isWanted()) {
-            const auto silence = m_refused.refuse(pairing.address(), now());
-            if (silence.count() > 0) {
-                notice(QStringLiteral("%1 was refused again; it is not heard for %2 s")
-                           .arg(AddressHelper::int2str(pairing.address()))
-                           .arg(silence.count() / 1000));
-            }
-        }
+        noteOutcome(pairing);
         Q_EMIT pairingChanged(pairing.progress());
     });
+}
+
+void RadioRules::noteOutcome(const PairingAttempt& pairing)
+{
+    const PairState state = pairing.progress().state;
+    if (state == PairState::Paired) {
+        m_refused.forgive(pairing.address());
+        return;
+    }
+    if (!isSettled(state) || !pairing.isIncoming() || pairing.isWanted()) {
+        return;
+    }
+    const auto silence = m_refused.refuse(pairing.address(), now());
+    if (silence.count() > 0) {
+        notice(QStringLiteral("%1 was refused again; it is not heard for %2 s")
+                   .arg(AddressHelper::int2str(pairing.address()))
+                   .arg(silence.count() / 1000));
+    }
 }
 
 QString RadioRules::whyNobody(qulonglong address) const

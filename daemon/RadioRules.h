@@ -63,6 +63,7 @@ private:
     /// On any clock that goes on.
     [[nodiscard]] virtual std::chrono::milliseconds now() const = 0;
     void makeWayFor(qulonglong address);
+    void noteOutcome(const PairingAttempt& pairing);
     base::Result<> answer(base::Result<> (PairingAttempt::*how)());
 
     Status m_status = Status::NoDevice;

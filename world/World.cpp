@@ -70,6 +70,11 @@ void World::exportEnvironment() const
     }
     qputenv("ITEMCTL_SERVERS", servers);
     qputenv("PATH", QFile::encodeName(binFolder()) + ':' + qgetenv("PATH"));
+    // Shells find there what completes our programs' command lines.
+    const QByteArray share = QFile::encodeName(QDir::cleanPath(binFolder() + QStringLiteral("/../share")));
+    const QByteArray others = qgetenv("XDG_DATA_DIRS");
+    qputenv("XDG_DATA_DIRS",
+            share + ':' + (others.isEmpty() ? QByteArray("/usr/local/share:/usr/share") : others));
 }
 
 base::Result<> World::startHost()

@@ -22,8 +22,9 @@ struct WorldOptions
 
 /// A private system bus, a private session bus and the host, ready for clients. This process's environment
 /// leads to them: DBUS_SYSTEM_BUS_ADDRESS, DBUS_SESSION_BUS_ADDRESS, and PATH with the build's programs
-/// first. The simulated radio keeps its pairings as long as the world stands (BLUESIM_STATE). There is one in
-/// a process, because QDBusConnection::systemBus() and sessionBus() keep the first address.
+/// first, XDG_DATA_DIRS with the completion of their command lines. The simulated radio keeps its pairings as
+/// long as the world stands (BLUESIM_STATE). There is one in a process, because QDBusConnection::systemBus()
+/// and sessionBus() keep the first address.
 ///
 ///     int main(int argc, char **argv)
 ///     {

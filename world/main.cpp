@@ -9,7 +9,10 @@
 #include "World.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QProcess>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -141,8 +144,22 @@ int runWorld(const world::RunOptions& options, const world::PrivateFilesystem& f
     return status;
 }
 
+/// zsh takes the variable in the place of its own folders, which it alone knows.
+void completeInZsh()
+{
+    QProcess zsh;
+    zsh.start(QStringLiteral("zsh"), { QStringLiteral("-fc"), QStringLiteral("print -r -- $FPATH") });
+    if (zsh.waitForFinished() && zsh.exitCode() == 0) {
+        const QString ours = QDir::cleanPath(world::World::binFolder() + QStringLiteral("/../share/zsh/site-functions"));
+        qputenv("FPATH", QFile::encodeName(ours) + ':' + zsh.readAllStandardOutput().trimmed());
+    }
+}
+
 void exportChoices(const world::RunOptions& options)
 {
+    if (QFileInfo(options.command.value(0)).fileName() == QLatin1String("zsh")) {
+        completeInZsh();
+    }
     if (!options.scenario.isEmpty()) {
         qputenv("BLUESIM_SCENARIO", QFile::encodeName(options.scenario));
     }

@@ -158,8 +158,12 @@ std::string checkSeconds(const std::string& text)
 }
 
 int runProgram(CLI::App& app, int argc, char** argv,
-               const std::function<base::Result<ExitStatus>(Output&)>& run)
+               const std::function<base::Result<ExitStatus>(Output&)>& run, const CompletionOffers& offers)
 {
+    if (argc > 2 && std::string("complete") == argv[1] && std::string("--") == argv[2]) {
+        const QCoreApplication application(argc, argv);
+        return complete(app, QCoreApplication::arguments().mid(3), offers);
+    }
     const std::vector<const char*> words = withoutHelpWord(app, argc, argv);
     try {
         app.parse(static_cast<int>(words.size()), words.data());

@@ -2,6 +2,7 @@
 
 #include "Common.h"
 #include "Servers.h"
+#include "common/Completion.h"
 #include "common/Output.h"
 
 #include <QStringList>
@@ -45,8 +46,9 @@ Command wait;
 Command describe;
 Command servers;
 Command top;
-Command names;
-Command values;
+
+/// What the servers have to offer to the shells' completion.
+QStringList offers(const cli::CompletionPlace& place);
 
 /// The servers that a request concerns: the one it names, those that all these names tell by being full
 /// addresses, or all on the bus.

@@ -132,7 +132,7 @@ base::Result<ExitStatus> Goal::reach(const Patience& patience, const Request& re
         }
     };
     if (begin) {
-        const auto begun = begin([&](Counts counts) {
+        auto begun = begin([&](Counts counts) {
             follows = true;
             if (counts == Counts::News) {
                 m_until.forgetThePresent();

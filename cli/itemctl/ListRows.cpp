@@ -29,7 +29,7 @@ struct Table
 /// What the ids of lists that belong together begin with.
 QString tableName(const QString& id)
 {
-    const auto capital =
+    const auto* const capital =
         std::find_if(id.begin(), id.end(), [](QChar character) { return character.isUpper(); });
     return id.left(static_cast<int>(capital - id.begin()));
 }

@@ -35,7 +35,6 @@ struct Subcommand
     Command* run;
     std::vector<Argument> arguments = {};
     void (*addOptions)(CLI::App& app, Request& request) = nullptr;
-    bool isForCompletion = false; ///< not listed; a completion that fails has nothing to offer, nor to say
 };
 
 void addTimeout(CLI::App& app, Request& request, const char* help)
@@ -146,18 +145,6 @@ const std::vector<Subcommand>& subcommands()
           describe,
           { { "ITEM", "The item" } } },
         { "servers", "The servers on the bus and their modules", servers },
-        { "names",
-          "Short names, for completion",
-          names,
-          { { "KIND", "config, result, action", Times::AnyTimes } },
-          nullptr,
-          true },
-        { "values",
-          "What an item may be set to, for completion",
-          values,
-          { { "ITEM", "The item" } },
-          nullptr,
-          true },
         { "set",
           "Write a config, or a result that its server opens to clients",
           set,
@@ -223,9 +210,6 @@ void addCommon(CLI::App& app, Request& request)
 void add(const Subcommand& subcommand, CLI::App& program, Request& request, bool isAsked)
 {
     CLI::App& app = *program.add_subcommand(subcommand.name, subcommand.help);
-    if (subcommand.isForCompletion) {
-        app.group("");
-    }
     if (!isAsked) {
         return;
     }
@@ -254,13 +238,15 @@ int run(int argc, char** argv)
         });
         add(subcommand, app, request, isAsked);
     }
-    return cli::runProgram(app, argc, argv, [&](Output& output) -> base::Result<ExitStatus> {
-        const std::string name = app.get_subcommands().front()->get_name();
-        const auto chosen = std::find_if(subcommands().begin(), subcommands().end(),
-                                         [&name](const Subcommand& each) { return each.name == name; });
-        const auto done = chosen->run(request, output);
-        return chosen->isForCompletion && !done ? statusOf(done.error().kind) : done;
-    });
+    return cli::runProgram(
+        app, argc, argv,
+        [&](Output& output) {
+            const std::string name = app.get_subcommands().front()->get_name();
+            return std::find_if(subcommands().begin(), subcommands().end(),
+                                [&name](const Subcommand& each) { return each.name == name; })
+                ->run(request, output);
+        },
+        offers);
 }
 
 } // namespace itemctl

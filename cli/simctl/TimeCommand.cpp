@@ -35,8 +35,8 @@ base::Result<ExitStatus> show(const Request& request, const SimulationClient& si
 
 } // namespace
 
-base::Result<ExitStatus> runTime(const Request& request, const SimulationClient& simulation,
-                                 cli::Output& output)
+base::Result<ExitStatus> driveTime(const Request& request, const SimulationClient& simulation,
+                                   cli::Output& output)
 {
     const QString word = request.arguments.value(0);
     bool isNumber = false;

@@ -271,7 +271,7 @@ void BluezRadio::putBack()
     }
     m_agent.unregisterAtBluez();
     m_profiles.unregisterAll();
-    if (m_adapter && waitFor(calls << m_settings.restorePower(*m_adapter), PutBackLimit)) {
+    if (!m_adapter.isNull() && waitFor(calls << m_settings.restorePower(*m_adapter), PutBackLimit)) {
         AdapterSettings::forget(*m_adapter);
     }
 }

@@ -1,7 +1,8 @@
 #include "RemoteServer.h"
 
 #include <QDBusConnectionInterface>
-#include <QDBusError>
+
+#include <utility>
 
 namespace ipc {
 namespace {
@@ -38,6 +39,37 @@ Error::Kind errorKind(const QDBusMessage& reply)
 }
 
 } // namespace
+
+PendingAnswer::PendingAnswer(QObject* context, Take take)
+    : QObject(context)
+    , m_take(std::move(take))
+{
+}
+
+void PendingAnswer::await(QDBusConnection connection, const QDBusMessage& question,
+                          std::chrono::milliseconds timeout, QObject* context, Take take)
+{
+    auto* answer = new PendingAnswer(context, std::move(take));
+    const bool sent = connection.callWithCallback(question, answer, SLOT(replied(QDBusMessage)),
+                                                  SLOT(failed(QDBusError, QDBusMessage)),
+                                                  static_cast<int>(timeout.count()));
+    if (!sent) {
+        const QDBusError error(QDBusError::Disconnected, QString());
+        QMetaObject::invokeMethod(
+            answer, [answer, error, question] { answer->failed(error, question); }, Qt::QueuedConnection);
+    }
+}
+
+void PendingAnswer::replied(const QDBusMessage& reply)
+{
+    deleteLater();
+    m_take(reply);
+}
+
+void PendingAnswer::failed(const QDBusError& error, const QDBusMessage& question)
+{
+    replied(question.createErrorReply(error));
+}
 
 QVariant variantOf(const QDBusMessage& reply)
 {

@@ -5,12 +5,14 @@
 
 #include <QDBusArgument>
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
+#include <QObject>
 #include <QVariantList>
 
 #include <chrono>
+#include <functional>
 
 namespace ipc {
 
@@ -24,6 +26,27 @@ T valueOf(const QDBusMessage& reply)
 QVariant variantOf(const QDBusMessage& reply);
 
 Error noBus(const QDBusConnection& connection);
+
+/// An answer that comes later, in its place among the signals that the server sends before and behind it. (A
+/// QDBusPendingCallWatcher may tell of it behind signals that came after it.)
+class PendingAnswer : public QObject
+{
+    Q_OBJECT
+public:
+    using Take = std::function<void(const QDBusMessage& reply)>;
+
+    static void await(QDBusConnection connection, const QDBusMessage& question,
+                      std::chrono::milliseconds timeout, QObject* context, Take take);
+
+private Q_SLOTS:
+    void replied(const QDBusMessage& reply);
+    void failed(const QDBusError& error, const QDBusMessage& question);
+
+private:
+    PendingAnswer(QObject* context, Take take);
+
+    Take m_take;
+};
 
 /// A server on a bus, as requests to it need it.
 struct RemoteServer
@@ -53,16 +76,11 @@ struct RemoteServer
     template <typename Read, typename Answered>
     void askLater(const QDBusMessage& question, QObject* context, Read read, const Answered& answered) const
     {
-        auto* watcher = new QDBusPendingCallWatcher(
-            connection.asyncCall(question, static_cast<int>(timeout.count())), context);
-        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
-                         [server = *this, watcher, read, answered] {
-                             watcher->deleteLater();
-                             const QDBusMessage reply = watcher->reply();
-                             answered(reply.type() == QDBusMessage::ReplyMessage
-                                          ? Outcome<decltype(read(reply))>(read(reply))
-                                          : server.errorOf(reply));
-                         });
+        const auto take = [server = *this, read, answered](const QDBusMessage& reply) {
+            answered(reply.type() == QDBusMessage::ReplyMessage ? Outcome<decltype(read(reply))>(read(reply))
+                                                                : server.errorOf(reply));
+        };
+        PendingAnswer::await(connection, question, timeout, context, take);
     }
 };
 

@@ -44,8 +44,8 @@ std::optional<int> findByName(const QVector<EnumValue>& values, const QString& t
 
 EnumValue entryOf(const QVector<EnumValue>& values, qlonglong value)
 {
-    const auto found = std::find_if(values.begin(), values.end(),
-                                    [value](const EnumValue& entry) { return entry.value == value; });
+    const auto* const found = std::find_if(values.begin(), values.end(),
+                                           [value](const EnumValue& entry) { return entry.value == value; });
     return found == values.end() ? EnumValue() : *found;
 }
 

@@ -14,11 +14,11 @@ install(DIRECTORY ${CMAKE_BINARY_DIR}/share/bluesim/scenarios DESTINATION share/
 install(FILES ${PROJECT_SOURCE_DIR}/docs/itemctl.1 ${PROJECT_SOURCE_DIR}/docs/simctl.1
     DESTINATION share/man/man1 COMPONENT testkit)
 foreach(command itemctl simctl)
-    set(completion ${PROJECT_SOURCE_DIR}/cli/${command}/completion)
-    install(FILES ${completion}/${command}.bash RENAME ${command}
+    install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.bash RENAME ${command}
         DESTINATION share/bash-completion/completions COMPONENT testkit)
-    install(FILES ${completion}/_${command} DESTINATION share/zsh/site-functions COMPONENT testkit)
 endforeach()
+install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.zsh RENAME _itemctl
+    DESTINATION share/zsh/site-functions COMPONENT testkit)
 install(FILES SimulatedWorld.h DESTINATION include/bluetooth-testkit COMPONENT testkit)
 
 set(TESTKIT_PACKAGE lib/cmake/bluetooth-testkit)

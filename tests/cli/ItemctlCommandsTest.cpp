@@ -27,10 +27,12 @@ private Q_SLOTS:
             { "get", ":result:demo:mod:state:", ":config:demo:mod:enabled:" }, 0, "0\nfalse\n", "");
         row("get what was never written", { "get", "record" }, 1, "", "record has no value yet");
         row("get an action", { "get", "echo" }, 1, "", "itemctl call echo");
-        row("values of an enumeration, for completion", { "values", "state" }, 0,
+        row("values of an enumeration, for completion", { "complete", "--", "set", "mod:state", "" }, 0,
             "DEMO_STATE_OFF\nDEMO_STATE_ON\nDEMO_STATE_FAILED\n", "");
-        row("names of a kind, for completion", { "names", "config" }, 0,
-            "enabled\nmod:enabled\npin\nmod:pin\nvolume\nmod:volume\n", "");
+        row("names of a kind, for completion", { "complete", "--", "call", "x" }, 0,
+            "fork\nmod:fork\ncrash\nmod:crash\necho\nmod:echo\nwrite\nmod:write\nwritemany\nmod:"
+            "writemany\nstall\nmod:stall\n",
+            "");
         row("pattern of servers", { "list", ":result:d[e]mo:mod:state:" }, 0,
             ":result:demo:mod:state:  0 (Off)  State\n", "");
         row("table", { "list", "rowName:[13]", "pin", "echo" }, 0,
@@ -52,7 +54,8 @@ private Q_SLOTS:
         row("wait for a module of no server", { "wait", "bluetooth:pairlistAddr:3=x" }, 5, "",
             "has a module \"bluetooth\"");
         row("like a module", { "get", "mood:enabled" }, 3, "", R"(did you mean "mod:enabled"?)");
-        row("values of a bool, for completion", { "values", "mod:enabled" }, 0, "true\nfalse\n", "");
+        row("values of a bool, for completion", { "complete", "--", "set", "mod:enabled", "" }, 0,
+            "true\nfalse\n", "");
         row("nothing of it when one is missing", { "get", "state", "stat" }, 3, "",
             "did you mean \"state\"?");
         row("set refused by range", { "set", ":config:demo:mod:volume:", "11" }, 1, "",

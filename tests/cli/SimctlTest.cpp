@@ -1,7 +1,5 @@
 // The program itself, against a simulated radio on a bus of its own whose time stands still.
 #include "ChildProcess.h"
-#include "DeviceWords.h"
-#include "EventWords.h"
 #include "FaultWords.h"
 #include "WordTable.h"
 #include "support/PrivateBus.h"
@@ -142,9 +140,13 @@ private Q_SLOTS:
                QString("00:11:22:33:44:05  Locked Tablet         -66 dBm  refuses       plain\n") }) {
             QVERIFY2(devices.contains(line), qPrintable(devices));
         }
-        QVERIFY(!simctl({ "names" }).out.contains('\x1b'));
-        QCOMPARE(simctl({ "names", "member", "stall" }).out, QString());
-        const QStringList dropped = simctl({ "names", "member", "drop" }).out.split('\n');
+        const auto offered = [](const QStringList& words) {
+            return simctl(QStringList{ "complete", "--" } + words).out.split('\n');
+        };
+        QVERIFY(offered({ "remove", "" }).contains("Phone"));
+        QVERIFY(!offered({ "remove", "" }).join('\n').contains('\x1b'));
+        QCOMPARE(offered({ "fault", "stall", "" }), QStringList{ QString() });
+        const QStringList dropped = offered({ "fault", "drop", "" });
         QVERIFY(dropped.contains("pairListChanged") && !dropped.contains("pairList"));
         QVERIFY(!dropped.contains("PropertiesChanged")); // is not the daemon's own
         QCOMPARE(change({ "drop", "Phone" }),
@@ -215,7 +217,7 @@ private Q_SLOTS:
     void saysThatThereIsNoSimulation()
     {
         m_sim.signal(SIGSTOP);
-        QCOMPARE(simctl({ "names" }).status, 4); // no answer
+        QCOMPARE(simctl({ "devices" }).status, 4); // no answer
         m_sim.signal(SIGCONT);
         m_sim.end();
         QTRY_VERIFY(!QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
@@ -229,32 +231,6 @@ private Q_SLOTS:
     }
 
     // The documents know every word that the program takes; the shells' completion asks the program for them.
-    void documentsKnowTheWords()
-    {
-        const auto read = [](const char* path) {
-            QFile file(QStringLiteral(SOURCE_FOLDER) + path);
-            return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-        };
-        const QString manual = read("/docs/simctl.1");
-        const QString plain = QString(manual).remove("Ar ");
-        for (const bt::FaultWord& fault : bt::FaultWords) {
-            const QString form = QString::fromLatin1(fault.arguments).replace('|', " | ").replace('[', "Op ");
-            const QString line = QString("\n.It Cm %1 %2").arg(fault.word, form.section(']', 0, 0)).trimmed();
-            QVERIFY2(plain.contains('\n' + line + '\n'), qPrintable(line));
-        }
-        const QString document = read("/docs/scenarios.md");
-        const QStringList words = bt::wordsOf(bt::PairingWords) + bt::wordsOf(bt::RoleWords);
-        for (const QString& word : words + bt::wordsOf(bt::EventWords)) {
-            QVERIFY2(document.contains('`' + word + '`'), qPrintable(word));
-        }
-        QString options;
-        for (const QString& word : words) {
-            QVERIFY2(word == "plain" || manual.contains(" -" + word), qPrintable(word));
-            options += word == "plain" ? QString() : "--" + word + '\n';
-        }
-        QCOMPARE(simctl({ "names", "option" }).out, options);
-        QCOMPARE(simctl({ "names", "fault" }).out.count('\n'), int(bt::FaultWords.size()));
-    }
 
 private:
     static Finished simctl(const QStringList& arguments) { return run(SIMCTL, arguments); }

@@ -16,8 +16,8 @@
 class LossyServer : public QDBusVirtualObject
 {
 public:
-    explicit LossyServer(const QDBusConnection& bus)
-        : m_bus(bus)
+    explicit LossyServer(QDBusConnection bus)
+        : m_bus(std::move(bus))
     {
         m_bus.registerVirtualObject("/tov/base/Items", this);
         m_bus.registerService("tov.base.lossy");
@@ -56,7 +56,7 @@ public:
         connection.send(reply);
         return true;
     }
-    QString introspect(const QString& /*path*/) const override { return {}; }
+    [[nodiscard]] QString introspect(const QString& /*path*/) const override { return {}; }
 
     std::atomic<int> watched = 0;
     bool answers = true;
