@@ -150,7 +150,8 @@ void completeInZsh()
     QProcess zsh;
     zsh.start(QStringLiteral("zsh"), { QStringLiteral("-fc"), QStringLiteral("print -r -- $FPATH") });
     if (zsh.waitForFinished() && zsh.exitCode() == 0) {
-        const QString ours = QDir::cleanPath(world::World::binFolder() + QStringLiteral("/../share/zsh/site-functions"));
+        const QString ours =
+            QDir::cleanPath(world::World::binFolder() + QStringLiteral("/../share/zsh/site-functions"));
         qputenv("FPATH", QFile::encodeName(ours) + ':' + zsh.readAllStandardOutput().trimmed());
     }
 }
