@@ -21,6 +21,7 @@ private Q_SLOTS:
     void controllerIsItself();
     void controllerCanBeExchanged_data() { addMechanisms(); }
     void controllerCanBeExchanged();
+    void turnsToProotWhereNamespacesAreForbidden();
     void saysWhyThereIsNoView();
 };
 
@@ -103,6 +104,26 @@ void PrivateFilesystemTest::controllerCanBeExchanged()
               ordinaryUser, "/");
     QCOMPARE(controller.err, QString());
     QCOMPARE(controller.status, 1);
+}
+
+// The kernel gives no user namespace to whoever is in a chroot; what has begun in the process itself still
+// has a way.
+void PrivateFilesystemTest::turnsToProotWhereNamespacesAreForbidden()
+{
+    REQUIRE_MECHANISM("proot", true)
+    if (geteuid() != 0) {
+        QSKIP("only root may chroot");
+    }
+    const QTemporaryDir root("/var/tmp/chroot-XXXXXX");
+    QVERIFY(root.isValid());
+    const Finished shell = run("unshare",
+                               { "-m", "sh", "-c",
+                                 "mount --rbind / \"$1\" && exec chroot --userspec=65534:65534 \"$1\" env -C "
+                                 "/ -u XDG_RUNTIME_DIR \"$2\" "
+                                 "/bin/true sh -c 'ls -A /tmp; [ -s /lib/firmware/FCC.bts ] && echo viewed'",
+                                 "sh", root.path(), besideTest("view_probe") });
+    QCOMPARE(shell.err, QString());
+    QCOMPARE(shell.out, "viewed\n");
 }
 
 void PrivateFilesystemTest::saysWhyThereIsNoView()
