@@ -89,6 +89,29 @@ private Q_SLOTS:
         }
     }
 
+    // Five pairings as a script, five times as fast.
+    void pairsByTheExample_data()
+    {
+        const Rows<QStringList> row("fault");
+        row("at once", { "none" });
+        row("late", { "slow", "0.1" });
+    }
+
+    void pairsByTheExample()
+    {
+        QFETCH(QStringList, fault);
+        qputenv("BLUESIM_TIME_SCALE", "5"); // for what the host starts
+        testkit::SimulationOptions options;
+        options.scenario.clear();
+        options.isPaused = false;
+        const bool started = m_world.start(options);
+        qunsetenv("BLUESIM_TIME_SCALE");
+        QVERIFY2(started && m_world.switchOn(), why());
+        QVERIFY2(m_world.fault(fault), why());
+        const Finished script = ::run(PAIRING_EXAMPLE, {});
+        QVERIFY2(script.status == 0, qPrintable(script.out + script.err));
+    }
+
     void roomIsTheDefault()
     {
         testkit::SimulationOptions options;
