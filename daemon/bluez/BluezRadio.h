@@ -78,7 +78,6 @@ private:
     void endSearch();
     void refuseQuestion(const PairingQuestion& question);
     void takeQuestion(const QString& devicePath, const PairingQuestion& question);
-    void trustThePaired();
     void changeLink(const BluezQt::DevicePtr& device, const QString& method);
     [[nodiscard]] BluezQt::DevicePtr deviceOf(qulonglong address) const;
 

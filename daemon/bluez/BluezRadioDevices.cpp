@@ -81,17 +81,7 @@ void BluezRadio::startPairing(qulonglong address)
 void BluezRadio::beginPairing(qulonglong address)
 {
     m_pairing = std::make_unique<BluezPairing>(address, m_agent);
-    connect(m_pairing.get(), &BluezPairing::progressed, this, &BluezRadio::trustThePaired);
     tellOf(*m_pairing);
-}
-
-// A paired device may come back by itself, without a question for each service.
-void BluezRadio::trustThePaired()
-{
-    const BluezQt::DevicePtr& device = m_pairing->device();
-    if (m_pairing->progress().state == PairState::Paired && device && !device->isTrusted()) {
-        sendToBluez(settingOf(device->ubi(), DeviceInterface, QStringLiteral("Trusted"), true));
-    }
 }
 
 void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& question)

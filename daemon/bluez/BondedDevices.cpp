@@ -1,6 +1,7 @@
 #include "BondedDevices.h"
 
 #include "AddressHelper.h"
+#include "DeviceNames.h"
 #include "DeviceServices.h"
 #include "RadioTypes.h"
 
@@ -17,7 +18,7 @@ qulonglong addressOf(const BluezQt::DevicePtr& device)
 
 PairEntry entryOf(const BluezQt::DevicePtr& device)
 {
-    return { addressOf(device), device->remoteName(),
+    return { addressOf(device), nameOf(*device),
              connectionBits(device->isConnected(), device->uuids(), device->type()) };
 }
 

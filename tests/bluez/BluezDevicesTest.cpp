@@ -119,6 +119,10 @@ private Q_SLOTS:
         const QString strange = m_bluez->addDevice(hci0(), stranger());
         QCOMPARE(end(callAgent("AuthorizeService", { path(friendly), "1101" })), "done");
         QCOMPARE(end(callAgent("AuthorizeService", { path(strange), "1101" })), "Rejected");
+        const QString keyboard = "00001124-0000-1000-8000-00805f9b34fb";
+        QCOMPARE(end(callAgent("AuthorizeService", { path(friendly), keyboard })), "Rejected");
+        QTRY_VERIFY(m_radio->log().contains("wants to use the service " + keyboard));
+        QVERIFY(!m_bluez->called({ "Set Trusted=true" })); // bluetoothd would ask nothing any more
     }
 
     void keepsUuids()
@@ -136,6 +140,25 @@ private Q_SLOTS:
         proxy().unregisterRFCOMMUUID("1101");
         QTRY_VERIFY(m_bluez->called({ registered, "ProfileManager1.UnregisterProfile" }));
         QCOMPARE(end(proxy().unregisterRFCOMMUUID("1101")), "NotRegistered");
+    }
+
+    // It becomes ours when whoever holds it leaves the bus.
+    void awaitsAUuidThatAnotherHolds()
+    {
+        const QString registers = "ProfileManager1.RegisterProfile";
+        m_bluez->answer(registers, "NotPermitted");
+        QVERIFY(startOn());
+        auto holder =
+            std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(m_bluez->busAddress(), "holder"));
+        proxy().registerRFCOMMUUID("1101");
+        QTRY_VERIFY(m_radio->log().contains("another program holds the UUID 00001101-"));
+        QCOMPARE(end(proxy().registerRFCOMMUUID("1101")), "Failed");
+        m_bluez->answerAfterAll(registers);
+        m_bluez->forgetCalls();
+        holder.reset();
+        QDBusConnection::disconnectFromBus("holder");
+        QTRY_VERIFY(m_bluez->called({ registers }));
+        QCOMPARE(end(proxy().registerRFCOMMUUID("1101")), "AlreadyRegistered");
     }
 
     // bluetoothd calls it a failure, and keeps the link all the same.

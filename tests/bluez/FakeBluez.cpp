@@ -15,7 +15,8 @@ const QString PropertiesInterface = "org.freedesktop.DBus.Properties";
 } // namespace
 
 FakeBluez::FakeBluez(const QString& busAddress)
-    : m_bus(QDBusConnection::connectToBus(busAddress, "bluez"))
+    : m_address(busAddress)
+    , m_bus(QDBusConnection::connectToBus(busAddress, "bluez"))
 {
     qDBusRegisterMetaType<BluezInterfaces>();
     qDBusRegisterMetaType<QMap<QDBusObjectPath, BluezInterfaces>>();
@@ -180,7 +181,8 @@ bool FakeBluez::handleMessage(const QDBusMessage& message, const QDBusConnection
 QDBusMessage FakeBluez::replyTo(const QDBusMessage& message, const QString& error)
 {
     return error.isEmpty() ? message.createReply(valuesFor(message))
-                           : message.createErrorReply("org.bluez.Error." + error, "as the test told");
+                           : message.createErrorReply(
+                               error.contains('.') ? error : "org.bluez.Error." + error, "as the test told");
 }
 
 void FakeBluez::answerAfterAll(const QString& method, const QString& error)
