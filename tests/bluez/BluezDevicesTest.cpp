@@ -182,6 +182,39 @@ private Q_SLOTS:
         QCOMPARE(m_radio->log().count(failed), 1);
     }
 
+    void hasForgottenUs()
+    {
+        QVERIFY(startOn());
+        const QString device = addPaired(phone(), "Phone");
+        QTRY_COMPARE(paired(), QStringList{ "Phone=0" });
+        QCOMPARE(end(proxy().Pair(PhoneNumber)), "done");
+        m_bluez->answer("Device1.Connect", {});
+        proxy().ConnectAddr(PhoneNumber);
+        QTRY_VERIFY(m_bluez->called({ "Device1.Connect" }));
+        m_bluez->answerAfterAll("Device1.Connect", "Failed", "br-connection-key-missing");
+        QTRY_VERIFY(
+            m_radio->log().contains("notice: " + phone() + " has forgotten the pairing; unpair it here"));
+        QCOMPARE(end(proxy().Pair(PhoneNumber)), "Failed");
+        m_bluez->change(device, "Device1", { { "Paired", false } });
+        QTRY_COMPARE(paired(), QStringList());
+        QCOMPARE(end(proxy().Pair(PhoneNumber)), "done");
+    }
+
+    // A private address is the one that was scanned, and stands in scripts and in the user's hand.
+    void isFoundByItsFormerAddress()
+    {
+        QVERIFY(startOn());
+        const QString device = addPaired(stranger(), "Watch");
+        QTRY_COMPARE(paired(), QStringList{ "Watch=0" });
+        m_bluez->change(device, "Device1", { { "Address", phone() } });
+        QTRY_COMPARE(proxy().pairList().entries.value(0).address, PhoneNumber);
+        QCOMPARE(end(proxy().Pair(0x002200000001)), "done");
+        QTRY_COMPARE(proxy().pairState(), 100);
+        QVERIFY(!m_bluez->called({ Pair }));
+        proxy().UnPair(0x002200000001);
+        QTRY_VERIFY(m_bluez->called({ "Adapter1.RemoveDevice" }));
+    }
+
 private:
     /// "NAME=BITS" of each, in order.
     QStringList paired()

@@ -36,7 +36,8 @@ public:
     /// (or by one with dots in its name), or, when it is empty, not at all.
     void answer(const QString& method, const QString& error) { m_errors.insert(method, error); }
     /// The same for calls that were not answered; without an error they are done.
-    void answerAfterAll(const QString& method, const QString& error = {});
+    void answerAfterAll(const QString& method, const QString& error = {},
+                        const QString& text = "as the test told");
 
     /// What was called: "Adapter1.StartDiscovery", "Set Powered=true".
     [[nodiscard]] const QStringList& calls() const { return m_calls; }
@@ -53,7 +54,8 @@ public:
 private:
     [[nodiscard]] QVariantList valuesFor(const QDBusMessage& message);
     [[nodiscard]] QString nameOf(const QDBusMessage& message) const;
-    [[nodiscard]] QDBusMessage replyTo(const QDBusMessage& message, const QString& error);
+    [[nodiscard]] QDBusMessage replyTo(const QDBusMessage& message, const QString& error,
+                                       const QString& text = "as the test told");
     void setProperty(const QDBusMessage& message);
     void announce(const QString& path);
 
