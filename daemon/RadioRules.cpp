@@ -117,6 +117,9 @@ base::Result<> RadioRules::pair(qulonglong address)
     if (base::Result<> idle = requireNoPairing(QStringLiteral("one pairing at a time")); !idle) {
         return idle;
     }
+    if (const QString reason = isPaired(address) ? whyPairedInVain(address) : QString(); !reason.isEmpty()) {
+        return base::error(reason);
+    }
     m_refused.forgive(address);
     endScan();
     if (isPaired(address)) {

@@ -56,6 +56,8 @@ private:
     virtual void startScan() = 0;
     virtual void stopScan() = 0;
     [[nodiscard]] virtual bool isPaired(qulonglong address) const = 0;
+    /// Why a paired device cannot be reached by that pairing; empty as a rule.
+    [[nodiscard]] virtual QString whyPairedInVain(qulonglong /*address*/) const { return {}; }
     virtual void startPairing(qulonglong address) = 0;
     /// The last pairing, settled or not; null before the first one and after the radio went off.
     [[nodiscard]] virtual PairingAttempt* attempt() const = 0;

@@ -2,6 +2,7 @@
 
 #include "AddressHelper.h"
 #include "BluezCall.h"
+#include "DeviceNames.h"
 
 #include <chrono>
 
@@ -29,7 +30,7 @@ BluezPairing::BluezPairing(qulonglong address, PairingAgent& agent)
 
 QString BluezPairing::deviceName() const
 {
-    return m_device ? m_device->remoteName() : QString();
+    return m_device ? nameOf(*m_device) : QString();
 }
 
 void BluezPairing::begin(const BluezQt::DevicePtr& device)

@@ -2,6 +2,7 @@
 
 #include "AddressHelper.h"
 #include "BluezCall.h"
+#include "DeviceServices.h"
 #include "Notice.h"
 
 #include <QDBusError>
@@ -84,10 +85,20 @@ BluezRadio::BluezRadio(QString name, QString adapter)
             m_pairing->questionCancelled();
         }
     });
-    connect(&m_agent, &PairingAgent::serviceWanted, this, [this](const QString& path, bool& allowed) {
-        const BluezQt::DevicePtr device = m_choice.device(path);
-        allowed = !device.isNull() && device->isPaired();
-    });
+    connect(
+        &m_agent, &PairingAgent::serviceWanted, this,
+        [this](const QString& path, const QString& uuid, bool& allowed) {
+            const BluezQt::DevicePtr device = m_choice.device(path);
+            const bool isPaired = !device.isNull() && device->isPaired();
+            allowed = isPaired && isServed(uuid);
+            if (isPaired && !allowed) {
+                notice(
+                    QStringLiteral(
+                        "%1 wants to use the service %2, which this radio is not for; BLUEZ_SERVICES names "
+                        "those that it is for")
+                        .arg(device->address(), uuid));
+            }
+        });
     connect(&m_profiles, &RfcommProfiles::connected, this, [this](const QString& path) {
         if (const BluezQt::DevicePtr device = m_choice.device(path)) {
             Q_EMIT companionConnected(AddressHelper::str2int(device->address()));

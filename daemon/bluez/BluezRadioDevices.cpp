@@ -15,6 +15,11 @@ using namespace std::chrono_literals;
 // A page of 5 s for each service that bluetoothd connects, and 40 s for a device of low energy.
 constexpr auto ConnectLimit = 60s;
 
+QString hasForgotten(const QString& address)
+{
+    return QStringLiteral("%1 has forgotten the pairing; unpair it here as well, and pair anew").arg(address);
+}
+
 base::Result<> notPaired(qulonglong address)
 {
     return base::error(
@@ -26,7 +31,8 @@ base::Result<> notPaired(qulonglong address)
 
 BluezQt::DevicePtr BluezRadio::deviceOf(qulonglong address) const
 {
-    return m_adapter->deviceForAddress(AddressHelper::int2str(address));
+    const BluezQt::DevicePtr device = m_adapter->deviceForAddress(AddressHelper::int2str(address));
+    return device ? device : m_bonded->formerly(address);
 }
 
 void BluezRadio::lookAround()
@@ -68,6 +74,13 @@ bool BluezRadio::isPaired(qulonglong address) const
     return !m_bonded->find(address).isNull();
 }
 
+// bluetoothd would call it paired for ever.
+QString BluezRadio::whyPairedInVain(qulonglong address) const
+{
+    const BluezQt::DevicePtr device = m_bonded->find(address);
+    return device && m_forgetful.contains(device->ubi()) ? hasForgotten(device->address()) : QString();
+}
+
 void BluezRadio::startPairing(qulonglong address)
 {
     const BluezQt::DevicePtr device = deviceOf(address);
@@ -81,17 +94,7 @@ void BluezRadio::startPairing(qulonglong address)
 void BluezRadio::beginPairing(qulonglong address)
 {
     m_pairing = std::make_unique<BluezPairing>(address, m_agent);
-    connect(m_pairing.get(), &BluezPairing::progressed, this, &BluezRadio::trustThePaired);
     tellOf(*m_pairing);
-}
-
-// A paired device may come back by itself, without a question for each service.
-void BluezRadio::trustThePaired()
-{
-    const BluezQt::DevicePtr& device = m_pairing->device();
-    if (m_pairing->progress().state == PairState::Paired && device && !device->isTrusted()) {
-        sendToBluez(settingOf(device->ubi(), DeviceInterface, QStringLiteral("Trusted"), true));
-    }
 }
 
 void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& question)
@@ -167,10 +170,15 @@ void BluezRadio::changeLink(const BluezQt::DevicePtr& device, const QString& met
 {
     const bool connects = method == QLatin1String("Connect");
     askBluez({ device->ubi(), DeviceInterface, method, {}, ConnectLimit }, this,
-             [device, method, connects](const QDBusError& error) {
+             [this, device, method, connects](const QDBusError& error) {
                  // Without a service that both know, bluetoothd keeps the link and calls it a failure all the
                  // same.
-                 if (error.isValid() && !(connects && device->isConnected())) {
+                 if (!error.isValid() || (connects && device->isConnected())) {
+                     m_forgetful.remove(device->ubi());
+                 } else if (error.message().contains(QLatin1String("key-missing"))) {
+                     m_forgetful.insert(device->ubi());
+                     notice(hasForgotten(device->address()));
+                 } else {
                      tellFailure(QStringLiteral("%1 %2").arg(method, device->address()), error);
                  }
              });

@@ -1,6 +1,7 @@
 #include "Discovery.h"
 
 #include "AddressHelper.h"
+#include "DeviceNames.h"
 
 #include <chrono>
 #include <utility>
@@ -93,7 +94,7 @@ void Discovery::hear(const BluezQt::Device& device)
 {
     ScanEntry heard;
     heard.address = AddressHelper::str2int(device.address());
-    heard.name = device.remoteName();
+    heard.name = nameOf(device);
     if (device.rssi() != NoStrength) {
         heard.signalStrength = device.rssi();
     }

@@ -21,7 +21,8 @@ void printUsage()
         "usage: bluezradio NAME 1 1\n"
         "Offers this machine's Bluetooth radio, by BlueZ, as com.qarn.bluetooth on the system bus.\n"
         "NAME is what other devices see. BLUEZ_ADAPTER chooses the adapter, by its address or as \"hci1\"; "
-        "otherwise\nit is the lowest one. BLUEZ_SYSTEM_BUS_ADDRESS is the bus of bluetoothd, where that is "
+        "otherwise\nit is the lowest one. BLUEZ_SERVICES are the UUIDs of the services that paired devices "
+        "may use, with commas in\nbetween. BLUEZ_SYSTEM_BUS_ADDRESS is the bus of bluetoothd, where that is "
         "another "
         "one.\nSIGTERM puts the adapter back as it was and ends the program.\n",
         stderr);

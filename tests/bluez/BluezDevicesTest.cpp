@@ -119,6 +119,10 @@ private Q_SLOTS:
         const QString strange = m_bluez->addDevice(hci0(), stranger());
         QCOMPARE(end(callAgent("AuthorizeService", { path(friendly), "1101" })), "done");
         QCOMPARE(end(callAgent("AuthorizeService", { path(strange), "1101" })), "Rejected");
+        const QString keyboard = "00001124-0000-1000-8000-00805f9b34fb";
+        QCOMPARE(end(callAgent("AuthorizeService", { path(friendly), keyboard })), "Rejected");
+        QTRY_VERIFY(m_radio->log().contains("wants to use the service " + keyboard));
+        QVERIFY(!m_bluez->called({ "Set Trusted=true" })); // bluetoothd would ask nothing any more
     }
 
     void keepsUuids()
@@ -136,6 +140,25 @@ private Q_SLOTS:
         proxy().unregisterRFCOMMUUID("1101");
         QTRY_VERIFY(m_bluez->called({ registered, "ProfileManager1.UnregisterProfile" }));
         QCOMPARE(end(proxy().unregisterRFCOMMUUID("1101")), "NotRegistered");
+    }
+
+    // It becomes ours when whoever holds it leaves the bus.
+    void awaitsAUuidThatAnotherHolds()
+    {
+        const QString registers = "ProfileManager1.RegisterProfile";
+        m_bluez->answer(registers, "NotPermitted");
+        QVERIFY(startOn());
+        auto holder =
+            std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(m_bluez->busAddress(), "holder"));
+        proxy().registerRFCOMMUUID("1101");
+        QTRY_VERIFY(m_radio->log().contains("another program holds the UUID 00001101-"));
+        QCOMPARE(end(proxy().registerRFCOMMUUID("1101")), "Failed");
+        m_bluez->answerAfterAll(registers);
+        m_bluez->forgetCalls();
+        holder.reset();
+        QDBusConnection::disconnectFromBus("holder");
+        QTRY_VERIFY(m_bluez->called({ registers }));
+        QCOMPARE(end(proxy().registerRFCOMMUUID("1101")), "AlreadyRegistered");
     }
 
     // bluetoothd calls it a failure, and keeps the link all the same.
@@ -157,6 +180,39 @@ private Q_SLOTS:
         const QString failed = "Connect " + phone() + " failed";
         QTRY_VERIFY(m_radio->log().contains(failed));
         QCOMPARE(m_radio->log().count(failed), 1);
+    }
+
+    void hasForgottenUs()
+    {
+        QVERIFY(startOn());
+        const QString device = addPaired(phone(), "Phone");
+        QTRY_COMPARE(paired(), QStringList{ "Phone=0" });
+        QCOMPARE(end(proxy().Pair(PhoneNumber)), "done");
+        m_bluez->answer("Device1.Connect", {});
+        proxy().ConnectAddr(PhoneNumber);
+        QTRY_VERIFY(m_bluez->called({ "Device1.Connect" }));
+        m_bluez->answerAfterAll("Device1.Connect", "Failed", "br-connection-key-missing");
+        QTRY_VERIFY(
+            m_radio->log().contains("notice: " + phone() + " has forgotten the pairing; unpair it here"));
+        QCOMPARE(end(proxy().Pair(PhoneNumber)), "Failed");
+        m_bluez->change(device, "Device1", { { "Paired", false } });
+        QTRY_COMPARE(paired(), QStringList());
+        QCOMPARE(end(proxy().Pair(PhoneNumber)), "done");
+    }
+
+    // A private address is the one that was scanned, and stands in scripts and in the user's hand.
+    void isFoundByItsFormerAddress()
+    {
+        QVERIFY(startOn());
+        const QString device = addPaired(stranger(), "Watch");
+        QTRY_COMPARE(paired(), QStringList{ "Watch=0" });
+        m_bluez->change(device, "Device1", { { "Address", phone() } });
+        QTRY_COMPARE(proxy().pairList().entries.value(0).address, PhoneNumber);
+        QCOMPARE(end(proxy().Pair(0x002200000001)), "done");
+        QTRY_COMPARE(proxy().pairState(), 100);
+        QVERIFY(!m_bluez->called({ Pair }));
+        proxy().UnPair(0x002200000001);
+        QTRY_VERIFY(m_bluez->called({ "Adapter1.RemoveDevice" }));
     }
 
 private:

@@ -1,10 +1,12 @@
 #include "BluezFixture.h"
+#include "DeviceNames.h"
 #include "DeviceServices.h"
 
 #include <QDBusUnixFileDescriptor>
 #include <QScopeGuard>
 
 #include <array>
+#include <cerrno>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -102,7 +104,6 @@ private Q_SLOTS:
             m_bluez->change(device, "Device1", { { "Paired", true } });
             QTRY_COMPARE(proxy().pairState(), 100);
             QCOMPARE(proxy().pairList(), (PairList{ { { PhoneNumber, "Phone", 0 } } }));
-            QTRY_COMPARE(m_bluez->property(device, "Trusted"), QVariant(true));
         }
     }
 
@@ -143,6 +144,13 @@ private Q_SLOTS:
         QTRY_VERIFY(m_radio->log().contains("notice: Disconnect 00:11:22:33:44:01 failed: as the test told"));
     }
 
+    void companionsChannelComesAndGoes_data()
+    {
+        const Rows<bool> row("theyEnd");
+        row("bluetoothd ends it", false);
+        row("the other side ends it", true);
+    }
+
     void companionsChannelComesAndGoes()
     {
         QVERIFY(startOn());
@@ -163,8 +171,34 @@ private Q_SLOTS:
         QTRY_COMPARE(allCarried<qulonglong>(companion), QList<qulonglong>{ PhoneNumber });
         char byte = 0;
         QCOMPARE(::recv(channel[1], &byte, 1, MSG_DONTWAIT), -1); // nothing has come, nobody has closed it
-        m_bluez->callBack("Profile1", "RequestDisconnection", { device });
-        QTRY_COMPARE(::recv(channel[1], &byte, 1, MSG_DONTWAIT), 0);
+        QFETCH(bool, theyEnd);
+        if (theyEnd) {
+            QCOMPARE(::send(channel[1], "unread", 6, 0), 6); // stays where it is
+            QCOMPARE(::shutdown(channel[1], SHUT_WR), 0);
+        } else {
+            m_bluez->callBack("Profile1", "RequestDisconnection", { device });
+        }
+        QTRY_VERIFY(::recv(channel[1], &byte, 1, MSG_DONTWAIT) == 0 || errno == ECONNRESET);
+    }
+
+    void cleansNames_data()
+    {
+        const Rows<QString, QString> row("name", "clean");
+        row("as it is", QString::fromUtf8("Käthes Hörer 🎧"), QString::fromUtf8("Käthes Hörer 🎧"));
+        row("steers a terminal", "\x1b[2J\x1b[31mFree\aWi-Fi\n", "[2J [31mFree Wi-Fi");
+        row("turns round", QString::fromUtf8("Headset\u202etesdaeH"), "Headset tesdaeH");
+        row("is not seen", QString::fromUtf8("a\u200bb\u2028c\U000e0041d"), "a b c d");
+        row("our own mark", "`,.\";00! - 00:11:22:33:44:55", "- 00:11:22:33:44:55");
+        row("our own mark, hidden", "`,.`,.\";00!\";00!", "");
+        row("nothing else", "\x01\x02 \t", "");
+        row("half a pair", QString(QChar(0xd83d)) + "x", QString(QChar(0xfffd)) + "x");
+        row("as long as one may be", QString(248, 'x'), QString(248, 'x'));
+    }
+
+    void cleansNames()
+    {
+        QFETCH(QString, name);
+        QTEST(bt::cleanName(name), "clean");
     }
 
     void knowsConnections_data()

@@ -58,6 +58,26 @@ private Q_SLOTS:
         QCOMPARE(end(open), "Rejected");
     }
 
+    void oneAtATime()
+    {
+        QVERIFY(startOn());
+        pairWithPhone();
+        const QVariant another = path(m_bluez->addDevice(hci0(), stranger()));
+        QCOMPARE(end(callAgent("RequestConfirmation", { another, 1U })), "Rejected");
+        QCOMPARE(proxy().pairState(), 1);
+        QTRY_VERIFY(m_radio->log().contains("another pairing is under way"));
+    }
+
+    // It may pair after all, when nobody reckons with it any more.
+    void noAnswerEndsThePairing()
+    {
+        QVERIFY(startOn());
+        pairWithPhone();
+        m_bluez->answerAfterAll(Pair, "org.freedesktop.DBus.Error.NoReply");
+        QTRY_VERIFY(m_bluez->called({ Pair, "Device1.CancelPairing" }));
+        QTRY_COMPARE(proxy().pairState(), 200);
+    }
+
     // bluetoothd tells of each key that is pressed over there by showing the code once more.
     void keyPressesAskNothing()
     {
