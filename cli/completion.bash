@@ -10,8 +10,15 @@ _bluetooth_cli_offer()
             \"*) [[ $name == "${word:1}"* && $name != *[\"\$\`\\!]* ]] && COMPREPLY+=("$name") ;;
             \'*) [[ $name == "${word:1}"* && $name != *\'* ]] && COMPREPLY+=("$name") ;;
             *)
-                printf -v quoted %q "$name"
-                [[ $quoted == "$word"* ]] && COMPREPLY+=("$quoted") ;;
+                # What is typed stays as it is, quoted or not.
+                if [[ $name == "$word"* && $word != *\\* ]]; then
+                    printf -v quoted %q "${name:${#word}}"
+                    [[ $name == "$word" ]] && quoted=
+                    COMPREPLY+=("$word$quoted")
+                else
+                    printf -v quoted %q "$name"
+                    [[ $quoted == "$word"* ]] && COMPREPLY+=("$quoted")
+                fi ;;
         esac
     done
 }
@@ -22,9 +29,8 @@ _bluetooth_cli()
     # Addresses and conditions are one word each.
     _init_completion -n := 2>/dev/null || return
     offered=$("$1" complete -- "${words[@]:1:cword}" 2>/dev/null)
-    if (($? == 10)); then
-        compopt -o filenames # quoted as far as it has to be
-        mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+    if (($? == 10)); then # a recording
+        _filedir rec
         return
     fi
     [[ -z $offered ]] || _bluetooth_cli_offer "$cur" <<<"$offered"

@@ -3,7 +3,7 @@
 local -a offered
 offered=(${(f)"$($words[1] complete -- "${(@Q)words[2,CURRENT]}" 2>/dev/null)"})
 if (($? == 10)); then
-    _files
+    _files -g "*.rec"
 else
     compadd -S '' -- ${(M)offered:#*=}
     compadd -- ${offered:#*=}

@@ -37,20 +37,17 @@ QString kindOf(const CLI::Option& option)
 QStringList longNames(const CLI::App& app)
 {
     QStringList names;
-    for (const CLI::Option* option : optionsOf(app, false)) {
-        if (!option->get_group().empty() && !option->get_lnames().empty()) {
-            names << QStringLiteral("--") + QString::fromStdString(option->get_lnames().front());
-        }
+    for (const CLI::Option* option : offeredOptions(app)) {
+        names << QStringLiteral("--") + QString::fromStdString(option->get_lnames().front());
     }
     names.removeDuplicates(); // a group has a --help of its own
     return names;
 }
 
-QStringList subcommandsOf(const CLI::App& app)
+QStringList subcommandNames(const CLI::App& app)
 {
     QStringList names;
-    for (const CLI::App* each :
-         app.get_subcommands([](const CLI::App* each) { return !each->get_group().empty(); })) {
+    for (const CLI::App* each : offeredSubcommands(app)) {
         names << QString::fromStdString(each->get_name());
     }
     return names;
@@ -104,6 +101,22 @@ const CLI::Option* positional(const CLI::App& app, int number)
 
 } // namespace
 
+std::vector<const CLI::Option*> offeredOptions(const CLI::App& app)
+{
+    std::vector<const CLI::Option*> offered;
+    for (const CLI::Option* option : optionsOf(app, false)) {
+        if (!option->get_group().empty() && !option->get_lnames().empty()) {
+            offered.push_back(option);
+        }
+    }
+    return offered;
+}
+
+std::vector<const CLI::App*> offeredSubcommands(const CLI::App& app)
+{
+    return app.get_subcommands([](const CLI::App* each) { return !each->get_group().empty(); });
+}
+
 int complete(const CLI::App& app, const QStringList& words, const CompletionOffers& offers)
 {
     Reading reading = read(app, words);
@@ -112,7 +125,7 @@ int complete(const CLI::App& app, const QStringList& words, const CompletionOffe
     if (reading.place.typed.startsWith(QLatin1Char('-'))) {
         candidates = longNames(*reading.app);
     } else if (option == nullptr && reading.app == &app) {
-        candidates = subcommandsOf(app);
+        candidates = subcommandNames(app);
     } else {
         option = option != nullptr ? option : positional(*reading.app, reading.place.before.size());
         if (option != nullptr) {

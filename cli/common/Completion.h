@@ -5,8 +5,13 @@
 #include <QStringList>
 
 #include <functional>
+#include <vector>
 
 namespace cli {
+
+/// What the help lists.
+std::vector<const CLI::Option*> offeredOptions(const CLI::App& app);
+std::vector<const CLI::App*> offeredSubcommands(const CLI::App& app);
 
 /// What may stand in a place of the command line.
 struct CompletionPlace

@@ -234,7 +234,7 @@ int run(int argc, char** argv)
     app.footer(Footer);
     for (const Subcommand& subcommand : subcommands()) {
         const bool isAsked = std::any_of(argv, argv + argc, [&subcommand](const char* word) {
-            return std::strcmp(word, subcommand.name) == 0;
+            return std::strcmp(word, subcommand.name) == 0 || std::strcmp(word, "manual") == 0;
         });
         add(subcommand, app, request, isAsked);
     }
