@@ -22,6 +22,7 @@ private Q_SLOTS:
     void controllerCanBeExchanged_data() { addMechanisms(); }
     void controllerCanBeExchanged();
     void saysWhyThereIsNoView();
+    void saysWhichStepFailed();
 };
 
 namespace {
@@ -115,6 +116,20 @@ void PrivateFilesystemTest::saysWhyThereIsNoView()
     QCOMPARE(none.err.count('\n'), 1);
     QVERIFY2(none.err.contains("namespaces: ") && none.err.contains("proot: No such file"),
              qPrintable(none.err));
+}
+
+/// The kernel takes no more than two overlays on top of each other.
+void PrivateFilesystemTest::saysWhichStepFailed()
+{
+    REQUIRE_MECHANISM("namespace", false)
+    QStringList nested;
+    for (int depth = 0; depth < 4; ++depth) {
+        nested << besideTest("view_probe") << "/bin/true";
+    }
+    const Finished deep = probe(nested.mid(1) << "/bin/true", "namespace", false, "/");
+    QCOMPARE(deep.status, 69);
+    QVERIFY2(deep.err.contains("namespaces: overlay over /usr/bin: Invalid argument; proot: "),
+             qPrintable(deep.err));
 }
 
 QTEST_GUILESS_MAIN(PrivateFilesystemTest)
