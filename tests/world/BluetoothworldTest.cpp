@@ -136,6 +136,22 @@ private Q_SLOTS:
         QCOMPARE(named.out, "crowd\n");
     }
 
+    void passesOnWhatItInherits_data() { addMechanisms(); }
+
+    // A caller's exported function, a variable by a name that a shell does not know, an open descriptor.
+    void passesOnWhatItInherits()
+    {
+        FETCH_MECHANISM
+        const QString script = "greet() { echo hello; }; export -f greet\n"
+                               "exec env a.b=kept \"$@\" 9<<<opened";
+        const Finished world = run("bash",
+                                   QStringList{ "-c", script, "bash", program() }
+                                       + withStandIn({ "--", "bash", "-c", "greet; printenv a.b; cat <&9" }),
+                                   { only(mechanism), ordinaryUser, "/" });
+        QCOMPARE(world.err, QString());
+        QCOMPARE(world.out, "hello\nkept\nopened\n");
+    }
+
     // By their whole paths, from another folder.
     void whatIsNamedStaysVisible()
     {
