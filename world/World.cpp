@@ -74,7 +74,11 @@ void World::exportEnvironment() const
 
 base::Result<> World::startHost()
 {
-    return startServer(m_host, { m_options.host, QStringLiteral("--state"), stateFolder() }, hostName());
+    QStringList arguments{ m_options.host, QStringLiteral("--state"), stateFolder() };
+    for (const QString& module : m_options.modules) {
+        arguments << QStringLiteral("--module") << module;
+    }
+    return startServer(m_host, arguments, hostName());
 }
 
 base::Result<> World::startCompanion()

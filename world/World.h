@@ -13,6 +13,7 @@ namespace world {
 struct WorldOptions
 {
     QString host; ///< the host's program; empty is the bluetoothlauncher of this build
+    QStringList modules; ///< files of modules that the host serves beside Bluetooth
     QString companion; ///< the mobile synchronisation module's program; empty is none
     QString state; ///< the folder of the host's configs; empty is a fresh one
     int output = -1; ///< takes what buses, host and controller print; -1 is a file that output() reads

@@ -106,6 +106,7 @@ int runWorld(const world::RunOptions& options, const world::PrivateFilesystem& f
     const world::FileDescriptor file(options.log.isEmpty() ? -1 : openLog(QFile::encodeName(options.log)));
     world::WorldOptions parts;
     parts.host = options.host;
+    parts.modules = options.modules;
     parts.companion = world::World::binFolder() + QStringLiteral("/sync_mobile_app");
     parts.state = options.state;
     parts.output = file.get();
