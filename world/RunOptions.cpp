@@ -62,7 +62,8 @@ void describe(CLI::App& app, TypedOptions& typed)
     app.footer(
         "In the world: private system and session buses, the host with the module loaded and ready, a\n"
         "stand-in of the mobile synchronisation module, an empty /tmp, the radio's controller at\n"
-        "/usr/bin/blue_controller_zq4, and itemctl and simctl in PATH. It ends with COMMAND, and leaves\n"
+        "/usr/bin/blue_controller_zq4; itemctl, simctl and hostctl in PATH. It ends with COMMAND, and "
+        "leaves\n"
         "nothing behind.\n"
         "Exit status: that of COMMAND, 128+n when signal n ended it, 126 or 127 when it could not be\n"
         "started; 2 usage; 69 when the world could not be set up.");

@@ -52,9 +52,16 @@ public:
     /// what is left.
     void stop();
 
+    /// Starts the host, unless it runs, and returns when it answers.
+    [[nodiscard]] base::Result<> startHost();
     /// Ends the host, in order, if it runs, and starts it again.
     [[nodiscard]] base::Result<> restartHost();
+    /// Returns when the host has gone, and its name.
     void stopHost();
+    /// Sends a signal to the host; an error when it does not run.
+    [[nodiscard]] base::Result<> signalHost(int number);
+    /// From now on, gives up the start of a host when this descriptor becomes readable; see WorldOptions.
+    void setCancel(int descriptor) { m_options.cancel = descriptor; }
 
     /// What the next controller that the host starts will be.
     [[nodiscard]] base::Result<> setController(const QString& program) const
@@ -67,6 +74,8 @@ public:
     [[nodiscard]] QString stateFolder() const;
     [[nodiscard]] pid_t hostPid() const { return m_host.pid(); }
     [[nodiscard]] bool hostRuns();
+    /// Whether the host is not there although it should be.
+    [[nodiscard]] bool hostIsMissing() { return m_isHostWanted && !hostRuns(); }
     /// What buses, host and controller printed so far, unless it goes elsewhere.
     [[nodiscard]] QString output() const;
     /// The file that takes it.
@@ -79,7 +88,6 @@ public:
 
 private:
     [[nodiscard]] base::Result<> startBuses();
-    [[nodiscard]] base::Result<> startHost();
     [[nodiscard]] base::Result<> startCompanion();
     [[nodiscard]] base::Result<> startServer(ChildProcess& process, const QStringList& arguments,
                                              const QString& busName) const;
@@ -93,6 +101,7 @@ private:
     MessageBus m_sessionBus;
     ChildProcess m_companion;
     ChildProcess m_host;
+    bool m_isHostWanted = false;
 };
 
 } // namespace world
