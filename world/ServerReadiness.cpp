@@ -11,6 +11,8 @@ namespace world {
 
 namespace {
 
+const QLatin1String Name("bluetoothworld");
+
 /// A connection of our own: the process-wide one would stay open after the bus's end.
 class OwnConnection
 {
@@ -30,7 +32,6 @@ public:
     }
 
 private:
-    static constexpr QLatin1String Name{ "bluetoothworld" };
     QDBusConnection m_bus;
 };
 

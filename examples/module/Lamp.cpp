@@ -1,5 +1,5 @@
-// A module: a lamp with a setting, a value and a command. Built as a file of its own it stands beside others in
-// a host; main.cpp is a server for it alone.
+// A module: a lamp with a setting, a value and a command. Built as a file of its own it stands beside others
+// in a host; main.cpp is a server for it alone.
 //
 //     $ ./run --module lamp.so -- bash
 //     $ itemctl set brightness 80
