@@ -38,6 +38,7 @@ struct TypedOptions
     std::string state;
     std::string log;
     std::string host;
+    std::vector<std::string> modules;
     bool tour = false;
 };
 
@@ -61,7 +62,8 @@ void describe(CLI::App& app, TypedOptions& typed)
     app.footer(
         "In the world: private system and session buses, the host with the module loaded and ready, a\n"
         "stand-in of the mobile synchronisation module, an empty /tmp, the radio's controller at\n"
-        "/usr/bin/blue_controller_zq4, and itemctl and simctl in PATH. It ends with COMMAND, and leaves\n"
+        "/usr/bin/blue_controller_zq4; itemctl, simctl and hostctl in PATH. It ends with COMMAND, and "
+        "leaves\n"
         "nothing behind.\n"
         "Exit status: that of COMMAND, 128+n when signal n ended it, 126 or 127 when it could not be\n"
         "started; 2 usage; 69 when the world could not be set up.");
@@ -75,6 +77,10 @@ void describe(CLI::App& app, TypedOptions& typed)
         ->check([](const std::string& text) {
             return text.empty() ? std::string("an empty text names no scenario") : std::string();
         });
+    app.add_option("--module", typed.modules,
+                   "a module to load beside Bluetooth into the same host; repeatable")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
     app.add_option("--state", typed.state, "where the host keeps its configs (fresh for each call)")
         ->type_name("DIR");
     app.add_option("--log", typed.log,
@@ -87,6 +93,12 @@ void describe(CLI::App& app, TypedOptions& typed)
         typed.tour = true;
     });
     app.require_subcommand(0, 1);
+}
+
+/// A program or library is to be seen in the world together with what stands beside it.
+void nameWithFolders(const QFileInfo& file, RunOptions& run)
+{
+    run.named << file.filePath() << file.path() << QFileInfo(file.canonicalFilePath()).path();
 }
 
 base::Result<> findController(const std::string& radio, RunOptions& run)
@@ -111,7 +123,7 @@ base::Result<> findController(const std::string& radio, RunOptions& run)
     if (!program.isFile() || !program.isExecutable()) {
         return misused(QStringLiteral("--radio %1: this is not an executable program").arg(run.controller));
     }
-    run.named << program.path() << QFileInfo(program.canonicalFilePath()).path();
+    nameWithFolders(program, run);
     return {};
 }
 
@@ -152,6 +164,14 @@ base::Result<> resolvePaths(const TypedOptions& typed, RunOptions& run)
     }
     if (!typed.host.empty()) {
         run.host = absolute(typed.host);
+    }
+    for (const std::string& typedModule : typed.modules) {
+        const QFileInfo module(absolute(typedModule));
+        if (!module.isFile()) {
+            return misused(QStringLiteral("--module %1: there is no such file").arg(module.filePath()));
+        }
+        run.modules << module.filePath();
+        nameWithFolders(module, run);
     }
     if (!typed.log.empty()) {
         run.log = absolute(typed.log);

@@ -17,6 +17,7 @@ struct RunOptions
     QString state;
     QString log;
     QString host; ///< empty is this build's
+    QStringList modules; ///< files of modules beside Bluetooth
     QStringList command; ///< never empty
     bool isTour = false;
     bool isLiveView = false; ///< the command is that of a person who gave none, on a terminal

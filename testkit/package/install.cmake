@@ -1,7 +1,7 @@
 # What test programs outside of this repository build and run with: the fixture as the CMake package
 # "bluetooth-testkit", and the programs of its world, in one tree that can be moved. Programs find each other and
 # their libraries beside themselves, hence the same folders as in a build tree, whatever GNUInstallDirs would have.
-set(TESTKIT_PROGRAMS bluesim bluetoothlauncher bluetoothworld itemctl simctl sync_mobile_app)
+set(TESTKIT_PROGRAMS bluesim bluetoothlauncher bluetoothworld hostctl itemctl simctl sync_mobile_app)
 set(TESTKIT_LIBRARIES bluetooth-entry bluetooth-wrapper ipc)
 set_target_properties(${TESTKIT_PROGRAMS} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")
 set_target_properties(bluetooth-entry ipc PROPERTIES INSTALL_RPATH "$ORIGIN")
