@@ -122,7 +122,7 @@ private Q_SLOTS:
         atServer([this] { m_server->answers = true; });
         QTRY_VERIFY(([&] {
             turn({ { "a", 5 } }, true);
-            return told.mid(5) == QStringList{ "a=5", "b=3" };
+            return told.mid(5).count("b=3") == 1 && told.mid(5).contains("a=5");
         }()));
     }
 
