@@ -5,21 +5,13 @@
 namespace mirror {
 
 LiveItems::LiveItems(Servers servers)
-    : m_servers(std::move(servers))
+    : m_busLoss(ownConnection())
+    , m_servers(std::move(servers))
 {
-    // libdbus itself tells of the connection's end, by a signal without a sender.
-    QDBusConnection bus = ownConnection();
-    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
-                SLOT(noticeBusLoss()));
-    if (!bus.isConnected()) { // the signal came before anybody listened
-        QMetaObject::invokeMethod(this, &LiveItems::noticeBusLoss, Qt::QueuedConnection);
+    connect(&m_busLoss, &base::BusLoss::lost, this, &LiveItems::busLost);
+    if (!ownConnection().isConnected()) { // the signal came before anybody listened
+        QMetaObject::invokeMethod(this, &LiveItems::busLost, Qt::QueuedConnection);
     }
-}
-
-void LiveItems::noticeBusLoss()
-{
-    Q_EMIT busLost();
 }
 
 base::Result<Items> LiveItems::start()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BusLoss.h"
 #include "Item.h"
 #include "Servers.h"
 
@@ -34,15 +35,13 @@ Q_SIGNALS:
     void failed(const base::Error& error);
     void busLost();
 
-private Q_SLOTS:
-    void noticeBusLoss();
-
 private:
     void follow(KELClientInterface& client);
     void take(const ipc::ItemRecords& records);
     void takeAgain(KELClientInterface& client);
     void append(const Items& items);
 
+    base::BusLoss m_busLoss;
     Servers m_servers;
     Items m_items;
     QHash<QString, int> m_positions; ///< by address

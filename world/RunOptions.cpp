@@ -34,6 +34,7 @@ QString absolute(const std::string& path)
 struct TypedOptions
 {
     std::string radio = "sim";
+    std::string adapter;
     std::string scenario;
     std::string state;
     std::string log;
@@ -62,15 +63,17 @@ void describe(CLI::App& app, TypedOptions& typed)
     app.footer(
         "In the world: private system and session buses, the host with the module loaded and ready, a\n"
         "stand-in of the mobile synchronisation module, an empty /tmp, the radio's controller at\n"
-        "/usr/bin/blue_controller_zq4; itemctl, simctl and hostctl in PATH. It ends with COMMAND, and "
-        "leaves\n"
-        "nothing behind.\n"
+        "/usr/bin/blue_controller_zq4; itemctl, simctl and hostctl in PATH. It ends with COMMAND, and\n"
+        "leaves nothing behind.\n"
         "Exit status: that of COMMAND, 128+n when signal n ended it, 126 or 127 when it could not be\n"
         "started; 2 usage; 69 when the world could not be set up.");
     app.add_option("--radio", typed.radio,
                    "who plays the radio: sim (simulated), bluez (this machine's, by BlueZ), or any program")
         ->type_name("sim|bluez|PROGRAM")
         ->capture_default_str();
+    app.add_option("--adapter", typed.adapter,
+                   "with --radio bluez: the adapter, by its address or as \"hci1\" (the lowest)")
+        ->type_name("ADAPTER");
     app.add_option("--scenario", typed.scenario,
                    "the simulated radio's surroundings (a small room of devices)")
         ->type_name("NAME|FILE")
@@ -223,9 +226,13 @@ base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<s
         run.command = run.isTour ? QStringList{ World::binFolder() + QStringLiteral("/bluetoothtour") }
                                  : QStringList{ QStringLiteral("itemctl"), QStringLiteral("top") };
     }
-    return resolvePaths(typed, run).and_then([&] { return findController(typed.radio, run); }).map([&] {
-        return run;
-    });
+    auto found = resolvePaths(typed, run).and_then([&] { return findController(typed.radio, run); });
+    run.adapter = QString::fromStdString(typed.adapter);
+    if (found && !run.adapter.isEmpty() && !run.machineBus) {
+        return misused(
+            QStringLiteral("--adapter %1: only \"--radio bluez\" plays on an adapter").arg(run.adapter));
+    }
+    return found.map([&run] { return run; });
 }
 
 } // namespace

@@ -170,6 +170,9 @@ void exportChoices(const world::RunOptions& options)
     if (!options.scenario.isEmpty()) {
         qputenv("BLUESIM_SCENARIO", QFile::encodeName(options.scenario));
     }
+    if (!options.adapter.isEmpty()) {
+        qputenv("BLUEZ_ADAPTER", options.adapter.toLocal8Bit());
+    }
     if (options.machineBus) {
         // The controller finds the machine's bus here, now that the usual variable names the private one.
         const QByteArray given = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");

@@ -137,7 +137,7 @@ int complete(const CLI::App& app, const QStringList& words, const CompletionOffe
         }
     }
     for (const QString& candidate : qAsConst(candidates)) {
-        std::fputs(qPrintable(candidate + QLatin1Char('\n')), stdout);
+        std::fputs((candidate + QLatin1Char('\n')).toUtf8().constData(), stdout);
     }
     return 0;
 }

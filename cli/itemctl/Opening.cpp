@@ -1,5 +1,7 @@
 #include "Opening.h"
 
+#include "BusLoss.h"
+
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <QEventLoop>
@@ -45,15 +47,14 @@ Opened openLive(const Request& request, const QStringList& names, const Patience
     if (!request.awaitsServer) {
         return open(request, names, patience, output, check);
     }
-    QDBusConnection bus = ownConnection();
+    const QDBusConnection bus = ownConnection();
     QEventLoop loop;
     // Listens first: a server may come between a look and the next.
     const QDBusServiceWatcher arrivals(QStringLiteral("tov.base*"), bus,
                                        QDBusServiceWatcher::WatchForRegistration);
     QObject::connect(&arrivals, &QDBusServiceWatcher::serviceRegistered, &loop, &QEventLoop::quit);
-    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), &loop,
-                SLOT(quit()));
+    const base::BusLoss loss(bus);
+    QObject::connect(&loss, &base::BusLoss::lost, &loop, &QEventLoop::quit);
     QTimer time;
     time.setSingleShot(true);
     QObject::connect(&time, &QTimer::timeout, &loop, &QEventLoop::quit);

@@ -30,17 +30,16 @@ struct Request
 using Command = base::Result<cli::ExitStatus>(const Request& request, const SimulationClient& simulation,
                                               cli::Output& output);
 Command addDevice;
-Command removeDevice;
-Command returnDevice;
 Command moveDevice;
-Command dropDevice;
-Command connectDevice;
-Command requestPairing;
 Command answerPairing;
 Command showDevices;
 Command driveFaults;
 Command showCalls;
 Command driveTime;
+
+/// What happens to the device that the request names alone.
+base::Result<cli::ExitStatus> changeDevice(const Request& request, const SimulationClient& simulation,
+                                           QDBusPendingReply<> (SimulationProxy::*change)(const QString&));
 
 /// Needs a daemon, of whatever kind, or waits for one.
 base::Result<cli::ExitStatus> record(const Request& request, cli::Output& output);

@@ -120,16 +120,10 @@ base::Result<ExitStatus> showDevices(const Request& request, const SimulationCli
         });
 }
 
-base::Result<ExitStatus> removeDevice(const Request& request, const SimulationClient& simulation,
-                                      cli::Output& /*output*/)
+base::Result<ExitStatus> changeDevice(const Request& request, const SimulationClient& simulation,
+                                      QDBusPendingReply<> (SimulationProxy::*change)(const QString&))
 {
-    return conclude(SimulationClient::answerOf(simulation.proxy().RemoveDevice(request.arguments.value(0))));
-}
-
-base::Result<ExitStatus> returnDevice(const Request& request, const SimulationClient& simulation,
-                                      cli::Output& /*output*/)
-{
-    return conclude(SimulationClient::answerOf(simulation.proxy().ReturnDevice(request.arguments.value(0))));
+    return conclude(SimulationClient::answerOf((simulation.proxy().*change)(request.arguments.value(0))));
 }
 
 base::Result<ExitStatus> moveDevice(const Request& request, const SimulationClient& simulation,
@@ -137,25 +131,6 @@ base::Result<ExitStatus> moveDevice(const Request& request, const SimulationClie
 {
     return conclude(SimulationClient::answerOf(simulation.proxy().MoveDevice(
         request.arguments.value(0), request.arguments.value(1).toInt(), request.seconds)));
-}
-
-base::Result<ExitStatus> dropDevice(const Request& request, const SimulationClient& simulation,
-                                    cli::Output& /*output*/)
-{
-    return conclude(SimulationClient::answerOf(simulation.proxy().DropDevice(request.arguments.value(0))));
-}
-
-base::Result<ExitStatus> connectDevice(const Request& request, const SimulationClient& simulation,
-                                       cli::Output& /*output*/)
-{
-    return conclude(SimulationClient::answerOf(simulation.proxy().ConnectDevice(request.arguments.value(0))));
-}
-
-base::Result<ExitStatus> requestPairing(const Request& request, const SimulationClient& simulation,
-                                        cli::Output& /*output*/)
-{
-    return conclude(
-        SimulationClient::answerOf(simulation.proxy().RequestPairing(request.arguments.value(0))));
 }
 
 base::Result<ExitStatus> answerPairing(const Request& request, const SimulationClient& simulation,

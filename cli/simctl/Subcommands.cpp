@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "FaultWords.h"
 #include "common/Program.h"
+#include "simulationproxy.h"
 
 #include <algorithm>
 #include <vector>
@@ -52,6 +53,13 @@ struct Subcommand
     void (*addOptions)(CLI::App& app, Request& request) = nullptr;
 };
 
+template <QDBusPendingReply<> (SimulationProxy::*change)(const QString&)>
+base::Result<ExitStatus> toDevice(const Request& request, const SimulationClient& simulation,
+                                  cli::Output& /*output*/)
+{
+    return changeDevice(request, simulation, change);
+}
+
 void addMoving(CLI::App& app, Request& request)
 {
     app.get_option("RSSI")->check(checkSignal);
@@ -79,16 +87,25 @@ const std::vector<Subcommand>& subcommands()
     static const Argument device{ "DEVICE", "Its address, or its name" };
     static const std::vector<Subcommand> table{
         { "devices", "What is around, and in which state", showDevices },
-        { "remove", "A device goes away, and loses its connection", removeDevice, { device } },
-        { "return", "A device that had been removed is there again", returnDevice, { device } },
+        { "remove",
+          "A device goes away, and loses its connection",
+          toDevice<&SimulationProxy::RemoveDevice>,
+          { device } },
+        { "return",
+          "A device that had been removed is there again",
+          toDevice<&SimulationProxy::ReturnDevice>,
+          { device } },
         { "move",
           "A device comes nearer or goes farther away",
           moveDevice,
           { device, { "RSSI", "The signal strength that it comes to, in dBm" } },
           addMoving },
-        { "drop", "A device loses its connection", dropDevice, { device } },
-        { "connect", "A device connects by itself", connectDevice, { device } },
-        { "pair-request", "A device asks to be paired", requestPairing, { device } },
+        { "drop", "A device loses its connection", toDevice<&SimulationProxy::DropDevice>, { device } },
+        { "connect", "A device connects by itself", toDevice<&SimulationProxy::ConnectDevice>, { device } },
+        { "pair-request",
+          "A device asks to be paired",
+          toDevice<&SimulationProxy::RequestPairing>,
+          { device } },
         { "answer",
           "The person at the device accepts or refuses the pairing",
           answerPairing,
