@@ -65,7 +65,9 @@ public:
     bool isPublished = true;
     int patience = 100; // ms
     QString exportPath;
-    std::function<QString()> whileHalting = [] { return QString(); };
+    std::function<QString()> whileHalting = [] {
+        return QString();
+    };
     QStringList calls;
 
 private:
