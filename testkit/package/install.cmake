@@ -10,6 +10,7 @@ install(TARGETS ${TESTKIT_PROGRAMS} ${TESTKIT_LIBRARIES} bluetooth-testkit bluet
     LIBRARY DESTINATION lib COMPONENT testkit NAMELINK_SKIP
     ARCHIVE DESTINATION lib COMPONENT testkit)
 install(DIRECTORY ${CMAKE_BINARY_DIR}/share/bluesim/scenarios DESTINATION share/bluesim COMPONENT testkit)
+install(FILES ${PROJECT_SOURCE_DIR}/module/bluetooth.items.json DESTINATION share/ipc COMPONENT testkit)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/itemctl.1 ${PROJECT_SOURCE_DIR}/docs/simctl.1
     DESTINATION share/man/man1 COMPONENT testkit)
 foreach(command itemctl simctl)
