@@ -25,14 +25,21 @@ QStringList textsOf(const QJsonValue& list)
     return list.toVariant().toStringList();
 }
 
+QList<QJsonObject> objectsOf(const QJsonValue& list)
+{
+    QList<QJsonObject> objects;
+    for (const auto& entry : list.toArray()) {
+        objects << entry.toObject();
+    }
+    return objects;
+}
+
 /// All groups of sequences that begin alike.
 QList<QJsonObject> groups()
 {
     QList<QJsonObject> groups;
-    for (const QJsonValue& section : QJsonDocument::fromJson(contentOf(Words))["page"].toArray()) {
-        for (const QJsonValue& group : section["plays"].toArray()) {
-            groups << group.toObject();
-        }
+    for (const QJsonObject& section : objectsOf(QJsonDocument::fromJson(contentOf(Words))["page"])) {
+        groups += objectsOf(section["plays"]);
     }
     return groups;
 }
@@ -92,7 +99,7 @@ private Q_SLOTS:
         QStringList told;
         for (const QJsonObject& group : groups()) {
             if (group["title"].toString() == QTest::currentDataTag()) {
-                for (const QJsonValue& end : group["ends"].toArray()) {
+                for (const QJsonObject& end : objectsOf(group["ends"])) {
                     told << end["when"].toString();
                 }
             }
@@ -106,7 +113,7 @@ private Q_SLOTS:
     {
         const Rows<QString, QStringList> row("about", "steps");
         for (const QJsonObject& group : groups()) {
-            for (const QJsonValue& end : group["ends"].toArray()) {
+            for (const QJsonObject& end : objectsOf(group["ends"])) {
                 row(qPrintable(group["title"].toString() + ": " + end["when"].toString()),
                     group["item"].toString(), textsOf(group["begin"]) + textsOf(end["play"]));
             }
