@@ -109,6 +109,25 @@ private Q_SLOTS:
         QCOMPARE(told, ends);
     }
 
+    // What a client would guess wrong is among the steps, and so is played.
+    void everyOddityIsTold()
+    {
+        QStringList steps;
+        for (const QJsonObject& group : groups()) {
+            steps += textsOf(group["begin"]);
+            for (const QJsonObject& end : objectsOf(group["ends"])) {
+                steps += textsOf(end["play"]);
+            }
+        }
+        for (const char* oddity :
+             { "pendingpair=Phone", "pendingpair=Unknown Name - 00:11:22:33:44:01",
+               "confirmationcode~[0-9]{6}", "scanresultsSignalStrength:0~-[0-9]+",
+               "scanresultsSignalStrength:31=0", "scanresultsAddr:0~([0-9A-F]{2}:){5}[0-9A-F]{2}",
+               "itemctl call connectAddr 0a:0:0:0:0:1", "pairlistConnectionState:0~6", "pinreplycfg=" }) {
+            QVERIFY2(steps.contains(oddity), oddity);
+        }
+    }
+
     void goesAsThePageSays_data()
     {
         const Rows<QString, QStringList> row("about", "steps");
