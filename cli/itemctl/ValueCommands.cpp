@@ -3,6 +3,7 @@
 #include "Goal.h"
 #include "ItemJson.h"
 #include "ItemNames.h"
+#include "ItemWords.h"
 #include "ListRows.h"
 #include "Opening.h"
 #include "ValueText.h"
@@ -254,8 +255,19 @@ base::Result<ExitStatus> describe(const Request& request, Output& output)
     const Item& item = selected->items.first();
     return resultOf(selected->servers.clientOf(item).describe(item.address))
         .map([&](const QVariantMap& description) {
-            return request.json ? output.line(base::jsonText(descriptionJson(item, description)))
-                                : output.lines(descriptionLines(item, description));
+            const auto words = wordsOf(item);
+            if (!words) { // all else can be told without them
+                output.note(QStringLiteral("note: ") + words.error().text);
+            }
+            const auto known = words.value_or(nlohmann::ordered_json::object());
+            if (!request.json) {
+                return output.lines(descriptionLines(item, description, known));
+            }
+            auto object = descriptionJson(item, description);
+            if (!known.empty()) {
+                object["words"] = known;
+            }
+            return output.line(base::jsonText(object));
         });
 }
 

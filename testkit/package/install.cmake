@@ -11,6 +11,7 @@ install(TARGETS ${TESTKIT_PROGRAMS} ${TESTKIT_LIBRARIES} bluetooth-testkit bluet
     ARCHIVE DESTINATION lib COMPONENT testkit)
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/world/tour RENAME bluetoothtour DESTINATION bin COMPONENT testkit)
 install(DIRECTORY ${CMAKE_BINARY_DIR}/share/bluesim/scenarios DESTINATION share/bluesim COMPONENT testkit)
+install(FILES ${PROJECT_SOURCE_DIR}/module/bluetooth.items.json DESTINATION share/ipc COMPONENT testkit)
 install(FILES ${PROJECT_SOURCE_DIR}/docs/itemctl.1 ${PROJECT_SOURCE_DIR}/docs/simctl.1
     DESTINATION share/man/man1 COMPONENT testkit)
 foreach(command itemctl simctl)

@@ -2,7 +2,9 @@
 #include "client/KELClientInterface.h"
 #include "support/Rows.h"
 
+#include <QDir>
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -184,6 +186,43 @@ private Q_SLOTS:
         const QString json = "{\"deviceAddr\":18446744073709551615,\"deviceConnected\":true}\n";
         QCOMPARE(itemctl({ "get", "record" }).out, json);
         QCOMPARE(itemctl({ "get", "record", "--json" }).out, json);
+    }
+
+    // Any module brings them: no word of them is in the program.
+    void aModulesWordsAreShown_data()
+    {
+        const Rows<QByteArray, QString, QString, QString> row("words", "shown", "json", "err");
+        const QByteArray good =
+            R"({"items":{"state":{"meaning":"a\u001bb","values":{"DEMO_STATE_ON":"lit"}}}})";
+        row("words", good, "3 \\(On\\) DEMO_STATE_ON: lit\n(.*\n)*meaning        a\\\\x1bb\n",
+            R"(,"words":\{"meaning":"a\\u001bb","values":\{"DEMO_STATE_ON":"lit"\}\}\}\n)", "");
+        row("of other shapes", R"({"items":{"state":{"meaning":1,"values":"x"}}})",
+            "0 \\(Off\\) DEMO_STATE_OFF\n", R"("words":\{"meaning":1,"values":"x"\}\}\n)", "");
+        row("of another item", R"({"items":{"pin":{"meaning":"x"}}})", "writable       no\n",
+            R"("writable":false\}\n)", "");
+        row("damaged", "{", "writable       no\n", R"("writable":false\}\n)",
+            "/ipc/mod.items.json is no JSON object");
+    }
+
+    void aModulesWordsAreShown()
+    {
+        QFETCH(QString, shown);
+        QFETCH(QString, json);
+        QFETCH(QByteArray, words);
+        const QTemporaryDir data;
+        QVERIFY(QDir(data.path()).mkdir("ipc"));
+        QFile file(data.filePath("ipc/mod.items.json"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(words);
+        file.close();
+        const Run with{ { { "XDG_DATA_HOME", data.path() } }, false, {} };
+        const Finished lines = run(ITEMCTL, { "describe", "state" }, with);
+        QVERIFY2(QRegularExpression(shown).match(lines.out).hasMatch(), qPrintable(lines.out));
+        const Finished object = run(ITEMCTL, { "describe", "state", "--json" }, with);
+        QVERIFY2(QRegularExpression(json + "\\z").match(object.out).hasMatch(), qPrintable(object.out));
+        QCOMPARE(object.status, 0);
+        QFETCH(QString, err);
+        QVERIFY2(err.isEmpty() ? lines.err.isEmpty() : lines.err.contains(err), qPrintable(lines.err));
     }
 
     void namesAreLookedForOnAllServers()

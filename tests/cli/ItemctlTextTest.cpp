@@ -104,7 +104,8 @@ private Q_SLOTS:
         Item item = enumItem(0, {});
         item.applicable = false;
         const auto lines = [&](const QVariantMap& description) {
-            return itemctl::descriptionLines(item, description).join('\n').simplified();
+            const auto noWords = nlohmann::ordered_json::object();
+            return itemctl::descriptionLines(item, description, noWords).join('\n').simplified();
         };
         const QString text = lines({ { "type", "text" },
                                      { "minimum", 4U },
