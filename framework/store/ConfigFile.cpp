@@ -179,7 +179,7 @@ bool ConfigFile::load(ModuleItems& items) const
     if (!stored || !*stored) {
         return false;
     }
-    const QString module = items.moduleName();
+    const QString& module = items.moduleName();
     if (m_modules.value(0, module) == module) { // once for all of them
         tellUnknown(**stored, { Modules }, m_path);
         tellUnknown(objectOf(**stored, Modules, m_path),
