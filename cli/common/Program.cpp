@@ -19,7 +19,7 @@ constexpr double LongestTimeoutSeconds = 2'000'000;
 
 QString shown(const std::string& typed)
 {
-    return QLatin1Char('"') + escaped(QString::fromStdString(typed)) + QLatin1Char('"');
+    return QLatin1Char('"') + QString::fromStdString(typed) + QLatin1Char('"');
 }
 
 const CLI::App& chosen(const CLI::App& app)
@@ -123,7 +123,7 @@ int report(const CLI::App& app, const CLI::ParseError& error)
     }
     const CLI::App& subcommand = chosen(app);
     const std::string name = &subcommand == &app ? std::string() : subcommand.get_name() + ' ';
-    const QString reason = reasonOf(app, error);
+    const QString reason = escaped(reasonOf(app, error)); // it has what was typed in it
     std::cerr << app.get_name() << ": " << reason.toStdString()
               << (reason.endsWith(QLatin1Char('?')) ? " See " : "; see ") << app.get_name() << ' ' << name
               << "--help\n";

@@ -52,7 +52,7 @@ base::Result<ExitStatus> driveTime(const Request& request, const SimulationClien
         return conclude(SimulationClient::answerOf(simulation.proxy().Step(number)));
     }
     if (word == QLatin1String("speed") && isNumber && number > 0 && number <= LargestSpeed) {
-        return conclude(simulation.setProperty("Speed", number));
+        return conclude(SimulationClient::answerOf(simulation.proxy().SetSpeed(number)));
     }
     return base::error(QStringLiteral("time takes \"pause\", \"resume\", \"step SECONDS\" (0 to 86400) or "
                                       "\"speed FACTOR\" (above 0 to 1000000)"),

@@ -8,11 +8,13 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusInterface>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtNumeric>
 
 #include <sys/stat.h>
 
@@ -169,6 +171,12 @@ private Q_SLOTS:
         QCOMPARE(simctl({ "time" }).out, "0.500 s, standing\n");
         QCOMPARE(change({ "time", "step", "29.5" }), QString());
         QCOMPARE(simctl({ "time", "--json" }).out, "{\"time\":30.0,\"paused\":true,\"speed\":1.0}\n");
+        for (const double wrong : { 0.0, -1.0, 1e300, qQNaN() }) {
+            const QDBusMessage refused = QDBusInterface("tov.sim.Bluetooth", "/tov/sim/Radio",
+                                                        "tov.sim.Radio1", QDBusConnection::systemBus())
+                                             .call("SetSpeed", wrong);
+            QCOMPARE(refused.errorMessage(), "a speed is above 0 and at most 1000000");
+        }
         QCOMPARE(change({ "time", "speed", "500" }), QString());
         QCOMPARE(change({ "time", "resume" }), QString());
         QVERIFY(simctl({ "time" }).out.endsWith("running at 500 times real time\n"));
