@@ -112,7 +112,7 @@ private Q_SLOTS:
             R"(did you mean ":result:demo:mod:state:"?)");
         row("escape sequence", { "\x1b[31mx" }, 2, "", "\\x1b[31mx\" is no subcommand");
         row("escape sequence as a number", { "wait", "x=1", "--timeout=\x1b[31mx" }, 2, "",
-            R"("\x1b[31mx" is no number)");
+            "\\x1b[31mx\" is no number");
         row("help for nothing", { "help", "explode" }, 2, "", R"("explode" is no subcommand)");
         row("wait for what holds", { "wait", "--json", "state=Off", "state!=3" }, 0,
             R"([{"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
