@@ -69,6 +69,26 @@ void PairingAttempt::refuse()
     takeRefusal();
 }
 
+void PairingAttempt::fail(Cause cause, const QString& text)
+{
+    if (isUnderWay()) {
+        m_failure = text;
+        enter(wordsOf(cause).end);
+    }
+}
+
+QString PairingAttempt::shownDevice() const
+{
+    const QString address = AddressHelper::int2str(m_address);
+    const QString name = deviceName();
+    return name.isEmpty() ? address : QStringLiteral("%1 (%2)").arg(name, address);
+}
+
+QString PairingAttempt::failure() const
+{
+    return m_failure;
+}
+
 void PairingAttempt::enter(PairState state)
 {
     m_progress.state = state;

@@ -117,15 +117,15 @@ base::Result<> RadioRules::pair(qulonglong address)
     if (base::Result<> idle = requireNoPairing(QStringLiteral("one pairing at a time")); !idle) {
         return idle;
     }
-    if (const QString reason = isPaired(address) ? whyPairedInVain(address) : QString(); !reason.isEmpty()) {
-        return base::error(reason);
+    if (isPaired(address) && m_forgetful.contains(address)) {
+        return base::error(causeText(Cause::ForgotUs));
     }
     m_refused.forgive(address);
     endScan();
     if (isPaired(address)) {
         Q_EMIT pairingChanged({ PairState::Paired, {}, {} });
     } else if (const QString reason = whyNobody(address); !reason.isEmpty()) {
-        notice(QStringLiteral("Pair failed: %1").arg(reason));
+        Q_EMIT failed(QStringLiteral("Pair failed: %1").arg(reason));
         Q_EMIT pairingChanged({ PairState::Outgoing, unknownDevice(AddressHelper::int2str(address)), {} });
         Q_EMIT pairingChanged({ PairState::FailedConnection, {}, {} });
     } else {
@@ -168,7 +168,12 @@ void RadioRules::tellOf(const PairingAttempt& pairing)
 void RadioRules::noteOutcome(const PairingAttempt& pairing)
 {
     const PairState state = pairing.progress().state;
+    if (!pairing.failure().isEmpty()) {
+        Q_EMIT failed(
+            QStringLiteral("pairing with %1 failed: %2").arg(pairing.shownDevice(), pairing.failure()));
+    }
     if (state == PairState::Paired) {
+        m_forgetful.remove(pairing.address());
         m_refused.forgive(pairing.address());
         return;
     }
@@ -181,6 +186,26 @@ void RadioRules::noteOutcome(const PairingAttempt& pairing)
                    .arg(AddressHelper::int2str(pairing.address()))
                    .arg(silence.count() / 1000));
     }
+}
+
+void RadioRules::breakOff()
+{
+    const PairingAttempt* pairing = attempt();
+    if (pairing != nullptr && pairing->isUnderWay()) {
+        Q_EMIT failed(QStringLiteral("pairing with %1 failed: %2")
+                          .arg(pairing->shownDevice(), causeText(Cause::RadioGone)));
+    }
+    dropAttempt();
+    Q_EMIT pairingChanged({});
+}
+
+void RadioRules::tellConnectionFailed(qulonglong address, Cause cause, const QString& detail)
+{
+    if (cause == Cause::ForgotUs) {
+        m_forgetful.insert(address);
+    }
+    Q_EMIT failed(QStringLiteral("connecting with %1 failed: %2")
+                      .arg(AddressHelper::int2str(address), causeText(cause, detail)));
 }
 
 QString RadioRules::whyNobody(qulonglong address) const

@@ -5,6 +5,8 @@
 #include "RefusedDevices.h"
 #include "Result.h"
 
+#include <QSet>
+
 namespace bt {
 
 /// The rules that a person meets, the same for every radio; what they let through, the radio behind them
@@ -50,17 +52,22 @@ protected:
     void endScan();
     /// Tells how a pairing goes on, from here to its end.
     void tellOf(const PairingAttempt& pairing);
+    /// The radio falls silent: the pairing that is under way ends with it.
+    void breakOff();
+
+    // A paired device that says it knows nothing of the pairing is remembered until one of the two is right.
+    void tellConnectionFailed(qulonglong address, Cause cause, const QString& detail = {});
+    void noteConnected(qulonglong address) { m_forgetful.remove(address); }
 
 private:
     virtual void takeName(const QString& name) = 0;
     virtual void startScan() = 0;
     virtual void stopScan() = 0;
     [[nodiscard]] virtual bool isPaired(qulonglong address) const = 0;
-    /// Why a paired device cannot be reached by that pairing; empty as a rule.
-    [[nodiscard]] virtual QString whyPairedInVain(qulonglong /*address*/) const { return {}; }
     virtual void startPairing(qulonglong address) = 0;
     /// The last pairing, settled or not; null before the first one and after the radio went off.
     [[nodiscard]] virtual PairingAttempt* attempt() const = 0;
+    virtual void dropAttempt() = 0;
 
     /// On any clock that goes on.
     [[nodiscard]] virtual std::chrono::milliseconds now() const = 0;
@@ -71,6 +78,7 @@ private:
     Status m_status = Status::NoDevice;
     bool m_scanning = false;
     RefusedDevices m_refused;
+    QSet<qulonglong> m_forgetful; ///< paired here, and not there
 };
 
 } // namespace bt

@@ -2,6 +2,7 @@
 
 #include "AddressHelper.h"
 #include "BluezCall.h"
+#include "BluezCause.h"
 #include "DeviceNames.h"
 
 #include <chrono>
@@ -45,13 +46,14 @@ void BluezPairing::found(const BluezQt::DevicePtr& device)
 {
     adopt(device);
     enter(PairState::Outgoing); // its name may be known now
+    m_events.emplace();
     askBluez({ m_device->ubi(), DeviceInterface, QStringLiteral("Pair"), {}, PairLimit }, this,
              [this](const QDBusError& error) { pairAnswered(error); });
 }
 
 void BluezPairing::notFound()
 {
-    settle(PairState::FailedConnection);
+    fail(Cause::OutOfRange);
 }
 
 void BluezPairing::beginIncoming(const BluezQt::DevicePtr& device)
@@ -71,7 +73,7 @@ void BluezPairing::adopt(const BluezQt::DevicePtr& device)
     });
     connect(device.data(), &BluezQt::Device::pairedChanged, this, [this](bool paired) {
         if (paired && isIncoming()) {
-            settle(PairState::Paired);
+            succeed();
         } else if (paired && isUnderWay()) {
             finish(); // what follows is a look at the device's services
         }
@@ -89,18 +91,26 @@ void BluezPairing::pairAnswered(const QDBusError& error)
     if (error.type() == QDBusError::NoReply) { // it may still pair, when nobody reckons with it any more
         tellDevice(QStringLiteral("CancelPairing"));
     }
-    const bool refused = error.isValid() && isRefused();
     // What went wrong after the exchange of keys leaves a device paired.
-    settle(m_device->isPaired() ? PairState::Paired : refused ? PairState::Failed : pairStateOf(error));
-    if (error.isValid() && !refused && progress().state != PairState::Paired) {
-        tellFailure(QStringLiteral("pairing with %1").arg(AddressHelper::int2str(address())), error);
+    if (!error.isValid() || m_device->isPaired() || isBluezError(error, "AlreadyExists")) {
+        succeed();
+    } else if (isRefused()) {
+        fail(Cause::RefusedHere);
+    } else {
+        // The state goes by what everybody hears.
+        fail(causeOf(error), causeText(exactly(error, m_events->causeOf(address())), detailOf(error)));
     }
 }
 
 void BluezPairing::endIncoming()
 {
-    if (isIncoming() && isUnderWay()) {
-        settle(m_device->isPaired() ? PairState::Paired : PairState::FailedAuthentication);
+    if (!isIncoming()) {
+        return;
+    }
+    if (m_device->isPaired()) {
+        succeed();
+    } else {
+        fail(Cause::NoCommonKey);
     }
 }
 
@@ -118,7 +128,7 @@ void BluezPairing::questionCancelled()
     }
     setCode({});
     if (isIncoming()) {
-        settle(PairState::FailedAuthentication);
+        fail(Cause::RefusedThere);
     } else {
         enter(PairState::Finishing); // the answer to Pair() tells why
     }
@@ -152,7 +162,7 @@ void BluezPairing::takeRefusal()
         tellDevice(isIncoming() ? QStringLiteral("Disconnect") : QStringLiteral("CancelPairing"));
     }
     if (isIncoming()) {
-        settle(PairState::Failed);
+        fail(Cause::RefusedHere);
     } // otherwise the answer to Pair() settles it: until then bluetoothd would take no other pairing
 }
 
@@ -161,13 +171,11 @@ void BluezPairing::tellDevice(const QString& method)
     sendToBluez({ m_device->ubi(), DeviceInterface, method, {} });
 }
 
-void BluezPairing::settle(PairState state)
+void BluezPairing::succeed()
 {
-    if (!isUnderWay()) {
-        return;
+    if (isUnderWay()) {
+        enter(PairState::Paired);
     }
-    m_deadline.stop();
-    enter(state);
 }
 
 } // namespace bt

@@ -237,8 +237,7 @@ void BluezRadio::silence()
 {
     endScan();
     endSearch();
-    m_pairing.reset();
-    Q_EMIT pairingChanged({});
+    breakOff();
 }
 
 // What others change is theirs: the name is followed, and what keeps devices from us is told.

@@ -11,7 +11,6 @@
 #include "RfcommProfiles.h"
 
 #include <QElapsedTimer>
-#include <QSet>
 #include <QTimer>
 
 #include <memory>
@@ -53,9 +52,9 @@ private:
     void stopScan() override { leaveDiscovery(); }
     [[nodiscard]] QString whyNotOn() const override;
     [[nodiscard]] bool isPaired(qulonglong address) const override;
-    [[nodiscard]] QString whyPairedInVain(qulonglong address) const override;
     void startPairing(qulonglong address) override;
     [[nodiscard]] PairingAttempt* attempt() const override { return m_pairing.get(); }
+    void dropAttempt() override { m_pairing.reset(); }
     [[nodiscard]] std::chrono::milliseconds now() const override
     {
         return std::chrono::milliseconds(m_time.elapsed());
@@ -93,7 +92,6 @@ private:
     std::unique_ptr<DiscoverySwitch> m_discoverySwitch; ///< as long as the adapter is there
     std::unique_ptr<Discovery> m_discovery; ///< for a scan, or for a device to pair with
     std::unique_ptr<BluezPairing> m_pairing;
-    QSet<QString> m_forgetful; ///< paths of paired devices that have no keys of ours any more
     ScanResults m_scanResults;
     QElapsedTimer m_time;
     QTimer m_busy; ///< bluetoothd is at somebody else's wish for the power

@@ -1,7 +1,9 @@
 #include "AddressHelper.h"
 #include "BluezCall.h"
+#include "BluezCause.h"
 #include "BluezRadio.h"
 #include "DeviceServices.h"
+#include "ManagementEvents.h"
 #include "Notice.h"
 
 #include <utility>
@@ -14,11 +16,6 @@ using namespace std::chrono_literals;
 
 // A page of 5 s for each service that bluetoothd connects, and 40 s for a device of low energy.
 constexpr auto ConnectLimit = 60s;
-
-QString hasForgotten(const QString& address)
-{
-    return QStringLiteral("%1 has forgotten the pairing; unpair it here as well, and pair anew").arg(address);
-}
 
 base::Result<> notPaired(qulonglong address)
 {
@@ -72,13 +69,6 @@ void BluezRadio::leaveDiscovery()
 bool BluezRadio::isPaired(qulonglong address) const
 {
     return !m_bonded->find(address).isNull();
-}
-
-// bluetoothd would call it paired for ever.
-QString BluezRadio::whyPairedInVain(qulonglong address) const
-{
-    const BluezQt::DevicePtr device = m_bonded->find(address);
-    return device && m_forgetful.contains(device->ubi()) ? hasForgotten(device->address()) : QString();
 }
 
 void BluezRadio::startPairing(qulonglong address)
@@ -170,16 +160,17 @@ void BluezRadio::changeLink(const BluezQt::DevicePtr& device, const QString& met
 {
     const bool connects = method == QLatin1String("Connect");
     askBluez({ device->ubi(), DeviceInterface, method, {}, ConnectLimit }, this,
-             [this, device, method, connects](const QDBusError& error) {
+             [this, device, method, connects,
+              events = std::make_shared<ManagementEvents>()](const QDBusError& error) {
                  // Without a service that both know, bluetoothd keeps the link and calls it a failure all the
                  // same.
+                 const qulonglong address = AddressHelper::str2int(device->address());
                  if (!error.isValid() || (connects && device->isConnected())) {
-                     m_forgetful.remove(device->ubi());
-                 } else if (error.message().contains(QLatin1String("key-missing"))) {
-                     m_forgetful.insert(device->ubi());
-                     notice(hasForgotten(device->address()));
+                     noteConnected(address);
+                 } else if (connects) {
+                     tellConnectionFailed(address, exactly(error, events->causeOf(address)), detailOf(error));
                  } else {
-                     tellFailure(QStringLiteral("%1 %2").arg(method, device->address()), error);
+                     tellFailure(QStringLiteral("Disconnect %1").arg(device->address()), error);
                  }
              });
 }

@@ -31,6 +31,8 @@ SimulatedRadio::SimulatedRadio(Identity identity, Room room, SimulationClock& cl
     , m_paired(m_room, clock)
 {
     connect(&m_paired, &PairedDevices::listChanged, this, &Radio::pairListChanged);
+    connect(&m_paired, &PairedDevices::connectionFailed, this,
+            [this](qulonglong address, Cause cause) { tellConnectionFailed(address, cause); });
     connect(&m_paired, &PairedDevices::connected, this, &SimulatedRadio::announceConnection);
     connect(&m_paired, &PairedDevices::disconnected, this, &SimulatedRadio::announceDisconnection);
 }
@@ -70,8 +72,7 @@ base::Result<> SimulatedRadio::setPowered(bool on)
 void SimulatedRadio::silence()
 {
     endScan();
-    m_pairing.reset();
-    Q_EMIT pairingChanged({});
+    breakOff();
     m_paired.dropAll();
 }
 
@@ -141,6 +142,7 @@ base::Result<> SimulatedRadio::killIap()
 
 void SimulatedRadio::announceConnection(qulonglong address, const SimulatedDevice& device)
 {
+    noteConnected(address);
     Q_EMIT connectionEstablished(address);
     if ((device.connection & Headset) != 0) {
         Q_EMIT headsetConnected(address);

@@ -177,7 +177,7 @@ private Q_SLOTS:
             m_bluez->answerAfterAll(connect, "NotAvailable");
             QTRY_COMPARE(paired(), QStringList{ linked ? "Phone=1" : "Phone=0" });
         }
-        const QString failed = "Connect " + phone() + " failed";
+        const QString failed = "connecting with " + phone() + " failed";
         QTRY_VERIFY(m_radio->log().contains(failed));
         QCOMPARE(m_radio->log().count(failed), 1);
     }
@@ -192,8 +192,8 @@ private Q_SLOTS:
         proxy().ConnectAddr(PhoneNumber);
         QTRY_VERIFY(m_bluez->called({ "Device1.Connect" }));
         m_bluez->answerAfterAll("Device1.Connect", "Failed", "br-connection-key-missing");
-        QTRY_VERIFY(
-            m_radio->log().contains("notice: " + phone() + " has forgotten the pairing; unpair it here"));
+        QTRY_VERIFY(m_radio->log().contains("notice: connecting with " + phone()
+                                            + " failed: the other device has forgotten the pairing; unpair"));
         QCOMPARE(end(proxy().Pair(PhoneNumber)), "Failed");
         m_bluez->change(device, "Device1", { { "Paired", false } });
         QTRY_COMPARE(paired(), QStringList());
