@@ -16,15 +16,17 @@ LiveItems::LiveItems(Servers servers)
 
 base::Result<Items> LiveItems::start()
 {
+    bool isAnswered = false;
     for (const auto& client : m_servers.clients()) {
         follow(*client);
         if (const auto snapshot = client->watch()) {
             append(itemsOf(*client, *snapshot));
+            isAnswered = true;
         } else {
             m_servers.addSilent(errorFrom(snapshot.error()));
         }
     }
-    if (m_servers.silent().size() == m_servers.clients().size()) {
+    if (!isAnswered) {
         return tl::unexpected(m_servers.silent().front());
     }
     return m_items;

@@ -1,6 +1,7 @@
 #include "Servers.h"
 
 #include "Escaped.h"
+#include "bus/RequestLimits.h"
 
 #include <QDBusError>
 
@@ -17,6 +18,15 @@ QStringList expectedServers()
     QStringList names = qEnvironmentVariable("ITEMCTL_SERVERS").split(QLatin1Char(' '), Qt::SkipEmptyParts);
     std::transform(names.begin(), names.end(), names.begin(), serverName);
     return names;
+}
+
+/// What a server takes; of more than that it is asked for everything.
+QStringList askedFor(const QStringList& patterns)
+{
+    const bool isTaken = patterns.size() <= ipc::limits::Patterns
+        && std::all_of(patterns.begin(), patterns.end(),
+                       [](const QString& pattern) { return pattern.size() <= ipc::limits::NameLength; });
+    return isTaken ? patterns : QStringList();
 }
 
 QString listed(const QStringList& busNames)
@@ -121,18 +131,30 @@ Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot)
 base::Result<Items> Servers::list(const QStringList& patterns)
 {
     Items items;
-    m_silent.clear();
-    for (const auto& client : m_clients) {
-        if (const auto snapshot = client->list(patterns)) {
-            items += itemsOf(*client, *snapshot);
-        } else {
+    const auto isSilent = [&](const std::unique_ptr<KELClientInterface>& client) {
+        const auto snapshot = client->list(askedFor(patterns));
+        if (!snapshot) {
             m_silent.push_back(errorFrom(snapshot.error()));
+            return true;
         }
-    }
-    if (m_silent.size() == m_clients.size()) {
+        items += itemsOf(*client, *snapshot);
+        return false;
+    };
+    m_clients.erase(std::remove_if(m_clients.begin(), m_clients.end(), isSilent), m_clients.end());
+    if (m_clients.empty()) {
         return tl::unexpected(m_silent.front());
     }
     return items;
+}
+
+void Servers::keepThoseOf(const Items& items)
+{
+    const auto hasNone = [&items](const std::unique_ptr<KELClientInterface>& client) {
+        return std::none_of(
+            items.begin(), items.end(),
+            [server = serverName(client->busName())](const Item& item) { return item.server == server; });
+    };
+    m_clients.erase(std::remove_if(m_clients.begin(), m_clients.end(), hasNone), m_clients.end());
 }
 
 } // namespace mirror

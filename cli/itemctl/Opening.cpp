@@ -1,6 +1,7 @@
 #include "Opening.h"
 
 #include "BusLoss.h"
+#include "ItemNames.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
@@ -19,6 +20,19 @@ bool mayStillCome(const base::Error& error)
     return error.kind == base::Failure::NoServer || error.kind == base::Failure::NoSuchItem;
 }
 
+/// Who has nothing of what was named has nothing to tell. Of a name that nobody has the nearest is looked for
+/// everywhere.
+void keepThoseConcerned(Servers& servers, const QStringList& names)
+{
+    if (names.isEmpty() || servers.clients().size() == 1) {
+        return;
+    }
+    const auto items = servers.list(names);
+    if (items && unmatched(*items, names).isEmpty()) {
+        servers.keepThoseOf(*items);
+    }
+}
+
 Opened open(const Request& request, const QStringList& names, const Patience& patience, Output& output,
             const Check& check)
 {
@@ -27,6 +41,7 @@ Opened open(const Request& request, const QStringList& names, const Patience& pa
         return tl::unexpected(servers.error());
     }
     servers->setTimeout(patience.ofAnAnswer());
+    keepThoseConcerned(*servers, names);
     auto live = std::make_unique<LiveItems>(std::move(*servers));
     if (const auto started = live->start(); !started) {
         return tl::unexpected(started.error());
