@@ -58,8 +58,9 @@ void LiveItems::take(const ipc::ItemRecords& records)
         if (position == m_positions.constEnd()) {
             continue;
         }
+        const Item before = m_items[*position];
         if (const Change change = apply(record.properties, m_items[*position])) {
-            Q_EMIT itemChanged(*position, change);
+            Q_EMIT itemChanged(*position, change, before);
         }
     }
     Q_EMIT turnEnded();
@@ -79,8 +80,11 @@ void LiveItems::takeAgain(KELClientInterface& client)
         const auto position = m_positions.constFind(item.address);
         if (position == m_positions.constEnd()) {
             append({ item });
-        } else if (const Change change = replace(item, m_items[*position])) {
-            Q_EMIT itemChanged(*position, change);
+            continue;
+        }
+        const Item before = m_items[*position];
+        if (const Change change = replace(item, m_items[*position])) {
+            Q_EMIT itemChanged(*position, change, before);
         }
     }
     Q_EMIT turnEnded();

@@ -26,7 +26,7 @@ public:
     [[nodiscard]] bool isPresent(const Item& item) const { return !m_absent.contains(item.server); }
 
 Q_SIGNALS:
-    void itemChanged(int position, mirror::Change change);
+    void itemChanged(int position, mirror::Change change, const mirror::Item& before);
     /// After the itemChanged() of everything that one signal of a server brought.
     void turnEnded();
     void serverLeft(const QString& server);
