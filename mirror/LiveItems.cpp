@@ -4,9 +4,10 @@
 
 namespace mirror {
 
-LiveItems::LiveItems(Servers servers)
+LiveItems::LiveItems(Servers servers, QStringList patterns)
     : m_busLoss(ownConnection())
     , m_servers(std::move(servers))
+    , m_patterns(std::move(patterns))
 {
     connect(&m_busLoss, &base::BusLoss::lost, this, &LiveItems::busLost);
     if (!ownConnection().isConnected()) { // the signal came before anybody listened
@@ -19,7 +20,7 @@ base::Result<Items> LiveItems::start()
     bool isAnswered = false;
     for (const auto& client : m_servers.clients()) {
         follow(*client);
-        if (const auto snapshot = client->watch()) {
+        if (const auto snapshot = client->watch(askedFor(m_patterns))) {
             append(itemsOf(*client, *snapshot));
             isAnswered = true;
         } else {
@@ -68,7 +69,7 @@ void LiveItems::take(const ipc::ItemRecords& records)
 
 void LiveItems::takeAgain(KELClientInterface& client)
 {
-    const auto snapshot = client.watch();
+    const auto snapshot = client.watch(askedFor(m_patterns));
     if (!snapshot) {
         Q_EMIT failed(errorFrom(snapshot.error()));
         return;

@@ -20,15 +20,6 @@ QStringList expectedServers()
     return names;
 }
 
-/// What a server takes; of more than that it is asked for everything.
-QStringList askedFor(const QStringList& patterns)
-{
-    const bool isTaken = patterns.size() <= ipc::limits::Patterns
-        && std::all_of(patterns.begin(), patterns.end(),
-                       [](const QString& pattern) { return pattern.size() <= ipc::limits::NameLength; });
-    return isTaken ? patterns : QStringList();
-}
-
 QString listed(const QStringList& busNames)
 {
     QStringList names;
@@ -126,6 +117,14 @@ Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot)
         items += Item::fromRecord(server, record);
     }
     return items;
+}
+
+QStringList askedFor(const QStringList& patterns)
+{
+    const bool isTaken = patterns.size() <= ipc::limits::Patterns
+        && std::all_of(patterns.begin(), patterns.end(),
+                       [](const QString& pattern) { return pattern.size() <= ipc::limits::NameLength; });
+    return isTaken ? patterns : QStringList();
 }
 
 base::Result<Items> Servers::list(const QStringList& patterns)

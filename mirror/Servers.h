@@ -47,6 +47,9 @@ private:
     QStringList m_absent;
 };
 
+/// The patterns, if a server takes so many; nothing else, which asks it for everything.
+QStringList askedFor(const QStringList& patterns);
+
 Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot);
 
 /// To the session bus, the one that all of this program uses.
