@@ -4,9 +4,10 @@
 
 namespace mirror {
 
-LiveItems::LiveItems(Servers servers)
+LiveItems::LiveItems(Servers servers, QStringList patterns)
     : m_busLoss(ownConnection())
     , m_servers(std::move(servers))
+    , m_patterns(std::move(patterns))
 {
     connect(&m_busLoss, &base::BusLoss::lost, this, &LiveItems::busLost);
     if (!ownConnection().isConnected()) { // the signal came before anybody listened
@@ -16,15 +17,17 @@ LiveItems::LiveItems(Servers servers)
 
 base::Result<Items> LiveItems::start()
 {
+    bool isAnswered = false;
     for (const auto& client : m_servers.clients()) {
         follow(*client);
-        if (const auto snapshot = client->watch()) {
+        if (const auto snapshot = client->watch(askedFor(m_patterns))) {
             append(itemsOf(*client, *snapshot));
+            isAnswered = true;
         } else {
             m_servers.addSilent(errorFrom(snapshot.error()));
         }
     }
-    if (m_servers.silent().size() == m_servers.clients().size()) {
+    if (!isAnswered) {
         return tl::unexpected(m_servers.silent().front());
     }
     return m_items;
@@ -56,8 +59,9 @@ void LiveItems::take(const ipc::ItemRecords& records)
         if (position == m_positions.constEnd()) {
             continue;
         }
+        const Item before = m_items[*position];
         if (const Change change = apply(record.properties, m_items[*position])) {
-            Q_EMIT itemChanged(*position, change);
+            Q_EMIT itemChanged(*position, change, before);
         }
     }
     Q_EMIT turnEnded();
@@ -65,7 +69,7 @@ void LiveItems::take(const ipc::ItemRecords& records)
 
 void LiveItems::takeAgain(KELClientInterface& client)
 {
-    const auto snapshot = client.watch();
+    const auto snapshot = client.watch(askedFor(m_patterns));
     if (!snapshot) {
         Q_EMIT failed(errorFrom(snapshot.error()));
         return;
@@ -77,8 +81,11 @@ void LiveItems::takeAgain(KELClientInterface& client)
         const auto position = m_positions.constFind(item.address);
         if (position == m_positions.constEnd()) {
             append({ item });
-        } else if (const Change change = replace(item, m_items[*position])) {
-            Q_EMIT itemChanged(*position, change);
+            continue;
+        }
+        const Item before = m_items[*position];
+        if (const Change change = replace(item, m_items[*position])) {
+            Q_EMIT itemChanged(*position, change, before);
         }
     }
     Q_EMIT turnEnded();

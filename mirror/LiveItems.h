@@ -16,7 +16,8 @@ class LiveItems : public QObject
 {
     Q_OBJECT
 public:
-    explicit LiveItems(Servers servers);
+    /// @param patterns choose what it holds at least, as in Servers::list()
+    explicit LiveItems(Servers servers, QStringList patterns = {});
 
     /// Fails when no server answers.
     base::Result<Items> start();
@@ -26,7 +27,7 @@ public:
     [[nodiscard]] bool isPresent(const Item& item) const { return !m_absent.contains(item.server); }
 
 Q_SIGNALS:
-    void itemChanged(int position, mirror::Change change);
+    void itemChanged(int position, mirror::Change change, const mirror::Item& before);
     /// After the itemChanged() of everything that one signal of a server brought.
     void turnEnded();
     void serverLeft(const QString& server);
@@ -43,6 +44,7 @@ private:
 
     base::BusLoss m_busLoss;
     Servers m_servers;
+    QStringList m_patterns;
     Items m_items;
     QHash<QString, int> m_positions; ///< by address
     QSet<QString> m_absent; ///< names of servers

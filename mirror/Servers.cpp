@@ -1,6 +1,7 @@
 #include "Servers.h"
 
 #include "Escaped.h"
+#include "bus/RequestLimits.h"
 
 #include <QDBusError>
 
@@ -118,21 +119,41 @@ Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot)
     return items;
 }
 
+QStringList askedFor(const QStringList& patterns)
+{
+    const bool isTaken = patterns.size() <= ipc::limits::Patterns
+        && std::all_of(patterns.begin(), patterns.end(),
+                       [](const QString& pattern) { return pattern.size() <= ipc::limits::NameLength; });
+    return isTaken ? patterns : QStringList();
+}
+
 base::Result<Items> Servers::list(const QStringList& patterns)
 {
     Items items;
-    m_silent.clear();
-    for (const auto& client : m_clients) {
-        if (const auto snapshot = client->list(patterns)) {
-            items += itemsOf(*client, *snapshot);
-        } else {
+    const auto isSilent = [&](const std::unique_ptr<KELClientInterface>& client) {
+        const auto snapshot = client->list(askedFor(patterns));
+        if (!snapshot) {
             m_silent.push_back(errorFrom(snapshot.error()));
+            return true;
         }
-    }
-    if (m_silent.size() == m_clients.size()) {
+        items += itemsOf(*client, *snapshot);
+        return false;
+    };
+    m_clients.erase(std::remove_if(m_clients.begin(), m_clients.end(), isSilent), m_clients.end());
+    if (m_clients.empty()) {
         return tl::unexpected(m_silent.front());
     }
     return items;
+}
+
+void Servers::keepThoseOf(const Items& items)
+{
+    const auto hasNone = [&items](const std::unique_ptr<KELClientInterface>& client) {
+        return std::none_of(
+            items.begin(), items.end(),
+            [server = serverName(client->busName())](const Item& item) { return item.server == server; });
+    };
+    m_clients.erase(std::remove_if(m_clients.begin(), m_clients.end(), hasNone), m_clients.end());
 }
 
 } // namespace mirror

@@ -31,10 +31,11 @@ public:
     }
     [[nodiscard]] KELClientInterface& clientOf(const Item& item) const;
 
-    /// All items of all servers, in the order of the servers' names. A server that does not answer is left
-    /// out and its error is kept, as long as another one answers.
-    /// \a patterns chooses some of them.
+    /// All items of all servers, in the order of the servers' names; at least those that \a patterns choose.
+    /// A server that does not answer is left out from then on, and its error is kept. Fails when none does.
     [[nodiscard]] base::Result<Items> list(const QStringList& patterns = {});
+    /// Leaves out the servers that have none of these.
+    void keepThoseOf(const Items& items);
     [[nodiscard]] const std::vector<base::Error>& silent() const { return m_silent; }
     void addSilent(const base::Error& error) { m_silent.push_back(error); }
     /// Those that ITEMCTL_SERVERS names and that are not on the bus; none when only some were asked for.
@@ -45,6 +46,9 @@ private:
     std::vector<base::Error> m_silent;
     QStringList m_absent;
 };
+
+/// The patterns, if a server takes so many; nothing else, which asks it for everything.
+QStringList askedFor(const QStringList& patterns);
 
 Items itemsOf(const KELClientInterface& client, const ipc::Snapshot& snapshot);
 

@@ -106,26 +106,22 @@ base::Result<ExitStatus> Goal::reach(const Patience& patience, const Request& re
                                      const Begin& begin)
 {
     Ending ending(*m_items, output);
-    Items before = m_items->items();
     bool follows = false;
-    QObject::connect(m_items, &LiveItems::itemChanged, &ending, [&](int position, Change change) {
+    const auto take = [&](int position, Change change, const Item& before) {
         m_until.noteChange(position);
         m_unless.noteChange(position);
         const Item& item = m_items->items()[position];
         const bool isShown =
             m_until.areAbout(position) || m_unless.areAbout(position) || matchesAny(item, request.show);
         if (follows && isShown && !ending.isReached()) {
-            const ExitStatus written =
-                output.line(request.json ? base::jsonText(changeJson(item, change))
-                                         : followedChange(before.value(position), item, change));
+            const ExitStatus written = output.line(request.json ? base::jsonText(changeJson(item, change))
+                                                                : followedChange(before, item, change));
             if (written != ExitStatus::Done) {
                 ending.reach(written);
             }
         }
-        if (position < before.size()) {
-            before[position] = item;
-        }
-    });
+    };
+    QObject::connect(m_items, &LiveItems::itemChanged, &ending, take);
     const auto look = [&] {
         if (const auto reached = outcome()) {
             *reached ? ending.reach(**reached) : ending.reach(reached->error());

@@ -1,6 +1,7 @@
 #include "Opening.h"
 
 #include "BusLoss.h"
+#include "ItemNames.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
@@ -19,6 +20,22 @@ bool mayStillCome(const base::Error& error)
     return error.kind == base::Failure::NoServer || error.kind == base::Failure::NoSuchItem;
 }
 
+/// Leaves out the servers that have nothing of these, which have nothing to tell.
+/// @return what to ask the others for: these, or everything, among which the nearest to a name that nobody
+/// has is looked for.
+QStringList narrowed(Servers& servers, const QStringList& names)
+{
+    if (names.isEmpty()) {
+        return {};
+    }
+    const auto items = servers.list(names);
+    if (!items || !unmatched(*items, names).isEmpty()) {
+        return {};
+    }
+    servers.keepThoseOf(*items);
+    return names;
+}
+
 Opened open(const Request& request, const QStringList& names, const Patience& patience, Output& output,
             const Check& check)
 {
@@ -27,7 +44,8 @@ Opened open(const Request& request, const QStringList& names, const Patience& pa
         return tl::unexpected(servers.error());
     }
     servers->setTimeout(patience.ofAnAnswer());
-    auto live = std::make_unique<LiveItems>(std::move(*servers));
+    const QStringList asked = narrowed(*servers, names);
+    auto live = std::make_unique<LiveItems>(std::move(*servers), asked);
     if (const auto started = live->start(); !started) {
         return tl::unexpected(started.error());
     }

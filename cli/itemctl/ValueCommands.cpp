@@ -7,9 +7,7 @@
 #include "ListRows.h"
 #include "Opening.h"
 #include "ValueText.h"
-#include "bus/RequestLimits.h"
 #include "common/DisplayText.h"
-#include "items/ItemPattern.h"
 
 #include <nlohmann/json.hpp>
 
@@ -21,15 +19,6 @@
 
 namespace itemctl {
 namespace {
-
-/// Whether a server tells of these alone.
-bool areRequest(const QStringList& names)
-{
-    return names.size() <= ipc::limits::Patterns
-        && std::all_of(names.begin(), names.end(), [](const QString& name) {
-               return ipc::isName(name) && name.size() <= ipc::limits::NameLength;
-           });
-}
 
 /// One item for each name, in their order.
 base::Result<Items> pick(const Items& items, const Servers& servers, const QStringList& names, Wanted wanted)
@@ -52,10 +41,9 @@ base::Result<Listing> select(const Request& request, const QStringList& names, W
     if (!servers) {
         return tl::unexpected(servers.error());
     }
-    const bool areNames = areRequest(names);
-    const auto some = servers->list(areNames ? names : QStringList());
+    const auto some = servers->list(names);
     auto picked = some.and_then([&](const Items& items) { return pick(items, *servers, names, wanted); });
-    if (areNames && some && !picked) { // what is near to it is known of all of them
+    if (some && !picked) { // what is near to it is known of all of them
         picked = servers->list().and_then(
             [&](const Items& items) { return pick(items, *servers, names, wanted); });
     }
@@ -98,8 +86,12 @@ base::Result<ExitStatus> actAndWait(const Request& request, const Act& act, Outp
         return tl::unexpected(conditions.error());
     }
     const QString& name = request.arguments.first();
+    QStringList names = conditions->items() + request.show << name;
+    if (const auto row = Condition::parse(request.row)) {
+        names << row->item() << request.take;
+    }
     std::optional<Item> item;
-    const auto live = openLive(request, conditions->items() << name, patience, output, [&](LiveItems& items) {
+    const auto live = openLive(request, names, patience, output, [&](LiveItems& items) {
         return pick(items.items(), items.servers(), { name }, act.wanted)
             .map([&item](const Items& picked) { item = picked.first(); })
             .and_then([&] { return act.prepare(items.items(), items.servers()); });

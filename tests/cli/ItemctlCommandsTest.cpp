@@ -29,6 +29,15 @@ private Q_SLOTS:
             { "get", ":result:demo:mod:state:", ":config:demo:mod:enabled:" }, 0, "0\nfalse\n", "");
         row("get what was never written", { "get", "record" }, 1, "", "record has no value yet");
         row("get an action", { "get", "echo" }, 1, "", "itemctl call echo");
+        row("a pattern is no name", { "get", "stat?" }, 3, "", R"(did you mean "state"?)");
+        row("a name longer than a server takes", { "get", QString(257, 'x') }, 3, "", "no item \"xxx");
+        row("more names than a server takes",
+            QStringList{ "get" } + QStringList(QVector<QString>(65, "state").toList()), 0,
+            QString("0\n").repeated(65), "");
+        row("more patterns than a server takes",
+            QStringList{ "watch", "--initial", "--timeout", "0.1" }
+                + QStringList(QVector<QString>(65, "sta?e").toList()),
+            0, ":result:demo:mod:state: 0 (Off)\n", "");
         row("values of an enumeration, for completion", { "complete", "--", "set", "mod:state", "" }, 0,
             "DEMO_STATE_OFF\nDEMO_STATE_ON\nDEMO_STATE_FAILED\n", "");
         row("names of a kind, for completion", { "complete", "--", "call", "x" }, 0,

@@ -236,6 +236,34 @@ private Q_SLOTS:
         }
     }
 
+    // The bus wakes it for what it was asked about and for nothing else.
+    void listensToTheServersThatItIsAbout_data()
+    {
+        const Rows<QStringList> row("arguments");
+        row("wait", { "wait", "mod:state=On" });
+        row("wait, a list", { "wait", "mod:rowName[*]=x" });
+        row("watch", { "watch", "mod:state", "mod:row*" });
+        row("until", { "call", "mod:echo", "x", "--until", "mod:state=On", "--timeout", "60" });
+    }
+
+    void listensToTheServersThatItIsAbout()
+    {
+        QFETCH(QStringList, arguments);
+        QVERIFY(m_servers.start("other", "side"));
+        const int others = rules(QString());
+        const auto process = startItemctl(arguments);
+        QTRY_COMPARE(watchers(), 1);
+        succeed({ "get", "mod:state" }); // behind what it has asked
+        // It wants the changes, the server's end and its return, and the end of the bus; the server, its end.
+        QTRY_COMPARE(rules(QString()) - others, 4 + 1);
+        QCOMPARE(rules("tov.base.other"), 0);
+        process->terminate();
+        finish(*process);
+        const Finished misspelt = itemctl({ "wait", "mod:state=On", "side:enabld=true" });
+        QVERIFY2(misspelt.err.contains(R"(did you mean "side:enabled"?)"), qPrintable(misspelt.err));
+        m_servers.kill("other");
+    }
+
     // What it had does not count while it is away.
     void waitDoesNotTrustAnAbsentServer()
     {
