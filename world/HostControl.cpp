@@ -1,5 +1,7 @@
 #include "HostControl.h"
 
+#include "HostControlNames.h"
+
 #include <csignal>
 
 namespace world {

@@ -10,11 +10,6 @@
 
 namespace world {
 
-/// Where hostctl finds the world that it is in: a name, object and interface of the world's session bus.
-constexpr const char* ControlName = "tov.world";
-constexpr const char* ControlPath = "/tov/world/Host";
-constexpr const char* ControlInterface = "tov.world.Host";
-
 /// Serves hostctl, one request at a time. Each is answered when it has come true: the host is ready, or it
 /// and its name have gone.
 class HostControl : public QObject, protected QDBusContext

@@ -80,7 +80,11 @@ QString manual(const CLI::App& program)
                     .arg(quoted(subcommand->get_name()), form(*option), quoted(option->get_description()));
         }
     }
-    return part(program, forms) + part(program, QStringLiteral(".Bl -tag -width Ds\n%1.El\n").arg(options));
+    QString text = part(program, forms);
+    if (!options.isEmpty()) {
+        text += part(program, QStringLiteral(".Bl -tag -width Ds\n%1.El\n").arg(options));
+    }
+    return text;
 }
 
 } // namespace cli

@@ -12,9 +12,9 @@ install(TARGETS ${TESTKIT_PROGRAMS} ${TESTKIT_LIBRARIES} bluetooth-testkit bluet
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/world/tour RENAME bluetoothtour DESTINATION bin COMPONENT testkit)
 install(DIRECTORY ${CMAKE_BINARY_DIR}/share/bluesim/scenarios DESTINATION share/bluesim COMPONENT testkit)
 install(FILES ${PROJECT_SOURCE_DIR}/module/bluetooth.items.json DESTINATION share/ipc COMPONENT testkit)
-install(FILES ${PROJECT_SOURCE_DIR}/docs/itemctl.1 ${PROJECT_SOURCE_DIR}/docs/simctl.1
+install(FILES ${PROJECT_SOURCE_DIR}/docs/itemctl.1 ${PROJECT_SOURCE_DIR}/docs/simctl.1 ${PROJECT_SOURCE_DIR}/docs/hostctl.1
     DESTINATION share/man/man1 COMPONENT testkit)
-foreach(command itemctl simctl)
+foreach(command itemctl simctl hostctl)
     install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.bash RENAME ${command}
         DESTINATION share/bash-completion/completions COMPONENT testkit)
 endforeach()

@@ -91,6 +91,7 @@ void ShellCompletionTest::completes_data()
         { "itemctl", "call", "fork", "--until", "state=DEMO_STATE_FAILED", "." });
     row("simctl fault silent", { "simctl", "fault", "silent-property", "." });
     row("simctl answer x acc", { "simctl", "answer", "x", "accept", "." });
+    row("hostctl fr", { "hostctl", "freeze", "." });
     row("simctl time pau", { "simctl", "time", "pause", "." });
     row("simctl record wal", { "simctl", "record", "walk one.rec", "." });
     // No simulation is there: nothing is offered, and nothing is said.

@@ -6,6 +6,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QThread>
 #include <QtTest>
@@ -124,6 +125,30 @@ private Q_SLOTS:
             turn({ { "a", 5 } }, true);
             return told.mid(5).count("b=3") == 1 && told.mid(5).contains("a=5");
         }()));
+    }
+
+    // The example that speaks to the bus itself.
+    void exampleAsksAgain()
+    {
+        QProcess example;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("DBUS_SESSION_BUS_ADDRESS", m_bus.address());
+        example.setProcessEnvironment(environment);
+        example.start(FOLLOW_LIST, { "tov.base.lossy" });
+        QByteArray told;
+        connect(&example, &QProcess::readyReadStandardOutput, this,
+                [&] { told += example.readAllStandardOutput(); });
+        QTRY_COMPARE(told.count('\n'), 2);
+        turn({ { "a", 11 } }, true);
+        QTRY_VERIFY(told.endsWith("a 11\n"));
+        turn({ { "b", 12 } }, false);
+        turn({ { "a", 12 } }, true);
+        QTRY_VERIFY2(told.contains("a 12\n") && told.contains("b 12\n"), told.constData());
+        turn({ { "a", 13 } }, true);
+        QTRY_VERIFY2(told.endsWith("a 13\n"), told.constData());
+        example.terminate();
+        QVERIFY(example.waitForFinished());
+        QCOMPARE(example.readAllStandardError(), QByteArray());
     }
 
 private:

@@ -58,8 +58,10 @@ private Q_SLOTS:
             "until hostctl stop 2>&1 | grep -q 'another hostctl is at work'; do :; done; kill $!",
             0, "");
         row("unknown", "hostctl reboot", 2,
-            "hostctl: one of restart, stop, start, kill, freeze and thaw is expected, and nothing else; see "
+            "hostctl: \"reboot\" is no subcommand; there are restart, stop, start, kill, freeze, thaw; see "
             "hostctl --help\n");
+        row("mistyped", "hostctl restrat", 2,
+            "hostctl: \"restrat\" is no subcommand; did you mean \"restart\"? See hostctl --help\n");
         row("no world", "DBUS_SESSION_BUS_ADDRESS=unix:path=/nonexistent hostctl stop", 5,
             "hostctl: there is no world here; it works in what \"./run -- COMMAND\" starts\n");
     }
