@@ -1,11 +1,13 @@
 #include "KELClientInterface.h"
 
+#include "KnownItems.h"
 #include "bus/Names.h"
 
 #include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QHash>
@@ -54,6 +56,10 @@ ClientError::Kind errorKind(const QDBusMessage& reply)
         return ClientError::Kind::Failed;
     }
 }
+
+/// After so many signals a client asks whether it has had them all: the last ones that were lost leave no gap
+/// that shows. A bus that drops some has delivered more than these before, if they are large.
+constexpr qulonglong SignalsUnasked = 64;
 
 /// The answer's first value; an answer of another shape reads as the type's default.
 template <typename T>
@@ -134,10 +140,27 @@ public:
 
     [[nodiscard]] Outcome<Snapshot> snapshot(const QString& method, const QStringList& patterns) const
     {
-        return ask(request(method, { patterns }), [](const QDBusMessage& reply) {
-            return Snapshot{ valueOf<qulonglong>(reply),
-                             qdbus_cast<ItemRecords>(reply.arguments().value(1)) };
-        });
+        return ask(request(method, { patterns }), snapshotOf);
+    }
+
+    static Snapshot snapshotOf(const QDBusMessage& reply)
+    {
+        return { valueOf<qulonglong>(reply), qdbus_cast<ItemRecords>(reply.arguments().value(1)) };
+    }
+
+    /// Asks without waiting. What was asked before is forgotten.
+    template <typename Read>
+    void askLater(const QDBusMessage& question, Read read)
+    {
+        pending = std::make_unique<QDBusPendingCallWatcher>(
+            connection.asyncCall(question, static_cast<int>(timeout.count())));
+        QObject::connect(pending.get(), &QDBusPendingCallWatcher::finished, pending.get(),
+                         [this, read](QDBusPendingCallWatcher* watcher) {
+                             pending.release()->deleteLater();
+                             if (!watcher->isError()) {
+                                 read(snapshotOf(watcher->reply()));
+                             }
+                         });
     }
 
     QString busName;
@@ -145,6 +168,9 @@ public:
     std::chrono::milliseconds timeout = DefaultTimeout;
     qulonglong lastSerial = 0;
     bool isWatching = false;
+    bool isCatchingUp = false;
+    ipc::KnownItems known;
+    std::unique_ptr<QDBusPendingCallWatcher> pending;
     std::unique_ptr<QDBusServiceWatcher> presence;
 };
 
@@ -252,9 +278,11 @@ Outcome<Snapshot> KELClientInterface::watch(const QStringList& patterns)
         connect(d->presence.get(), &QDBusServiceWatcher::serviceRegistered, this,
                 &KELClientInterface::serverReturned);
     }
+    d->pending.reset();
     Outcome<Snapshot> snapshot = d->snapshot(QStringLiteral("Watch"), patterns);
     if (snapshot) {
         d->lastSerial = snapshot->serial;
+        d->known.take(snapshot->items);
     }
     return snapshot;
 }
@@ -264,6 +292,39 @@ void KELClientInterface::onChanged(qulonglong serial, const ItemRecords& items)
     if (serial <= d->lastSerial) {
         return;
     }
+    if (serial != d->lastSerial + 1) {
+        return catchUp();
+    }
     d->lastSerial = serial;
+    d->known.take(items);
     Q_EMIT changed(items);
+    if (serial % SignalsUnasked == 0 && !d->pending) {
+        askForSerial();
+    }
+}
+
+void KELClientInterface::askForSerial()
+{
+    d->isCatchingUp = false;
+    const QStringList nothing{ QStringLiteral(":") }; // no item's name
+    d->askLater(d->request(QStringLiteral("List"), { nothing }), [this](const Snapshot& present) {
+        // The signals that it counts stand before the answer.
+        if (present.serial != d->lastSerial) {
+            catchUp();
+        }
+    });
+}
+
+void KELClientInterface::catchUp()
+{
+    if (d->pending && d->isCatchingUp) {
+        return;
+    }
+    d->isCatchingUp = true;
+    d->askLater(d->request(QStringLiteral("Watch"), { QStringList() }), [this](const Snapshot& present) {
+        d->lastSerial = present.serial;
+        if (const ItemRecords missed = d->known.take(present.items); !missed.isEmpty()) {
+            Q_EMIT changed(missed);
+        }
+    });
 }

@@ -62,7 +62,8 @@ public:
     /// Writes an item without waiting for the answer, which is dropped.
     void setItem(const QString& item, const QVariant& value) const;
 
-    /// The items as they are now; from here on changed() reports what differs, with no gap in between.
+    /// The items as they are now; from here on changed() reports what differs, with no gap in between: what a
+    /// bus did not deliver to a client that fell behind is fetched, and told like any change.
     /// A server that leaves and comes back is announced by serverLeft() and serverReturned(); after the
     /// latter, watch again.
     [[nodiscard]] ipc::Outcome<ipc::Snapshot> watch(const QStringList& patterns = {});
@@ -79,6 +80,9 @@ private Q_SLOTS:
     void onChanged(qulonglong serial, const ipc::ItemRecords& items);
 
 private:
+    void askForSerial();
+    void catchUp();
+
     class Private;
     std::unique_ptr<Private> d;
 };
