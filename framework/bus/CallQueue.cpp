@@ -31,7 +31,7 @@ CallQueue::CallQueue(ItemServer& server, Outflow& outflow, const QDBusConnection
     new ItemsAdaptor(this); // owned by this object, as all adaptors are
     m_callerLeft.setConnection(connection);
     m_callerLeft.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
-    connect(&m_callerLeft, &QDBusServiceWatcher::serviceUnregistered, this, &CallQueue::forget);
+    connect(&m_callerLeft, &QDBusServiceWatcher::serviceUnregistered, this, &CallQueue::dropUnheard);
     connect(&m_outflow, &Outflow::roomMade, this, &CallQueue::scheduleAnswer);
 }
 
@@ -177,6 +177,18 @@ void CallQueue::send(const QDBusMessage& call, const QDBusMessage& answer, const
                                       "ask for some of the items")
                            .arg(shown(call), QString::number(size), QString::number(limits::MessageSize))),
                    WeightOfRefusal);
+}
+
+void CallQueue::dropUnheard(const QString& caller)
+{
+    // Who asks for no answer may leave before its turn comes.
+    auto& calls = m_waiting[caller];
+    calls.erase(std::remove_if(calls.begin(), calls.end(),
+                               [](const Call& call) { return call.message.isReplyRequired(); }),
+                calls.end());
+    if (calls.empty()) {
+        forget(caller);
+    }
 }
 
 void CallQueue::forget(const QString& caller)

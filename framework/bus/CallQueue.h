@@ -63,6 +63,8 @@ private:
     void scheduleAnswer();
     void answerNext();
     void send(const QDBusMessage& call, const QDBusMessage& answer, const QVariantList& values = {});
+    /// Of a caller that has left the bus.
+    void dropUnheard(const QString& caller);
     void forget(const QString& caller);
 
     ItemServer& m_server;

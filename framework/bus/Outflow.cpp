@@ -5,11 +5,12 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace ipc {
 
-Outflow::Outflow(const QDBusConnection& connection)
-    : m_connection(connection)
+Outflow::Outflow(QDBusConnection connection)
+    : m_connection(std::move(connection))
 {
     m_sinceSignal.start();
 }

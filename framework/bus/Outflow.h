@@ -19,7 +19,7 @@ public:
     static constexpr qint64 SignalsAtOnce = 4'000'000;
     static constexpr qint64 SignalsPerSecond = 250'000;
 
-    explicit Outflow(const QDBusConnection& connection);
+    explicit Outflow(QDBusConnection connection);
 
     /// @param weight about how many bytes it has
     void send(const QDBusMessage& message, qint64 weight);
