@@ -170,6 +170,7 @@ private Q_SLOTS:
         constexpr int Calls = 5000;
         const int watches = endsWatched();
         std::vector<QDBusPendingCall> flood;
+        flood.reserve(Calls);
         const QDBusConnection flooder = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "flooder");
         QDBusMessage list =
             QDBusMessage::createMethodCall(DemoBusName, "/tov/base/Items", "tov.base.Items", "List");
