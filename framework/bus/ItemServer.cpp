@@ -1,9 +1,12 @@
 #include "ItemServer.h"
 
+#include "CallQueue.h"
 #include "ItemProperties.h"
-#include "ItemsAdaptor.h"
 #include "Names.h"
+#include "Outflow.h"
 #include "RegistrationModule.h"
+#include "RequestLimits.h"
+#include "Weight.h"
 #include "items/ForkGuard.h"
 #include "items/ModuleItems.h"
 #include "store/AtomicFile.h"
@@ -12,6 +15,7 @@
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDebug>
 #include <QDir>
 #include <QEventLoop>
 #include <QTimer>
@@ -25,9 +29,13 @@ ItemServer::ItemServer(QDBusConnection connection, QString stateFolder, QObject*
     : QObject(parent)
     , m_connection(std::move(connection))
     , m_stateFolder(std::move(stateFolder))
+    , m_outflow(std::make_unique<Outflow>(m_connection))
+    , m_calls(std::make_unique<CallQueue>(*this, *m_outflow, m_connection))
 {
     registerItemRecordTypes();
-    new ItemsAdaptor(this); // owned by this object, as all adaptors are
+    m_later.setSingleShot(true);
+    connect(&m_later, &QTimer::timeout, this, &ItemServer::flush);
+    connect(m_outflow.get(), &Outflow::roomMade, this, &ItemServer::flush);
     m_watcherLeft.setConnection(m_connection);
     m_watcherLeft.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
     connect(&m_watcherLeft, &QDBusServiceWatcher::serviceUnregistered, this, [this](const QString& client) {
@@ -85,9 +93,9 @@ Outcome<Done> ItemServer::start()
                           .arg(made.error().message) };
     }
     loadConfigs();
-    flush(); // what was loaded is where clients begin
+    tell(); // what was loaded is where clients begin
     m_isServing = true;
-    if (!m_connection.registerObject(names::ObjectPath, this)) {
+    if (!m_connection.registerObject(names::ObjectPath, m_calls.get())) {
         return Error{ Error::Kind::Refused,
                       QStringLiteral("the object %1 is there already").arg(names::ObjectPath) };
     }
@@ -129,7 +137,7 @@ void ItemServer::halt()
         QTimer::singleShot(patience, &loop, &QEventLoop::quit);
         loop.exec();
     }
-    flush();
+    tell();
     saveConfigs({});
     if (m_isServing) {
         m_connection.unregisterService(names::BusNamePrefix + QCoreApplication::applicationName());
@@ -154,6 +162,18 @@ void ItemServer::scheduleFlush()
 void ItemServer::flush()
 {
     leaveIfForked();
+    if (m_later.isActive() || !m_outflow->hasRoom()) {
+        return; // the timer, or the room, brings it back here
+    }
+    if (const int delay = m_outflow->delayOfSignals(); delay > 0) {
+        m_later.start(delay);
+    } else {
+        tell();
+    }
+}
+
+void ItemServer::tell()
+{
     m_flushScheduled = false;
     const bool withApplicability = !m_watchers.isEmpty();
     ItemRecords records;
@@ -176,11 +196,36 @@ void ItemServer::flush()
         saveConfigs(changed);
     }
     if (m_isServing && !records.isEmpty()) {
+        sendChanges(records);
+    }
+}
+
+void ItemServer::sendChanges(const ItemRecords& records)
+{
+    ItemRecords together;
+    qint64 size = 0;
+    const auto send = [this, &together, &size] {
         // Not through the adaptor, which would look up and convert for every signal what is known here.
         QDBusMessage changes =
             QDBusMessage::createSignal(names::ObjectPath, names::Interface, QStringLiteral("Changed"));
-        changes << ++m_serial << QVariant::fromValue(records);
-        m_connection.send(changes);
+        changes << ++m_serial << QVariant::fromValue(std::exchange(together, {}));
+        m_outflow->sendSignal(changes, std::exchange(size, 0));
+    };
+    for (const ItemRecord& record : records) {
+        const qint64 more = weight(record);
+        if (more > limits::MessageSize) {
+            qWarning().noquote() << record.address << "is not told: its value has" << more
+                                 << "bytes, more than a bus takes:" << limits::MessageSize;
+            continue;
+        }
+        if (size + more > limits::MessageSize) {
+            send();
+        }
+        together << record;
+        size += more;
+    }
+    if (!together.isEmpty()) {
+        send();
     }
 }
 

@@ -5,12 +5,12 @@
 #include "Outcome.h"
 
 #include <QDBusConnection>
-#include <QDBusContext>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QObject>
 #include <QSet>
 #include <QStringList>
+#include <QTimer>
 
 #include <memory>
 #include <vector>
@@ -19,15 +19,16 @@ class RegistrationModule;
 
 namespace ipc {
 
+class CallQueue;
 class ConfigFile;
 class Item;
+class Outflow;
 
 /// Publishes the items of this process's modules on the bus as "tov.base.APPLICATION", at /tov/base/Items
 /// with the interface tov.base.Items, and keeps their configs in a file of the state folder.
-class IPC_EXPORT ItemServer : public QObject, protected QDBusContext
+class IPC_EXPORT ItemServer : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(QStringList Modules READ modules)
 public:
     /// @param connection usually the session bus; without a bus, start() says so.
     /// @param stateFolder where APPLICATION.json is kept; made, for its owner alone, when it is missing.
@@ -46,7 +47,7 @@ public:
 
     [[nodiscard]] QStringList modules() const;
 
-    // The methods of tov.base.Items.
+    // The methods of tov.base.Items; a call that is answered now may be refused in them.
     qulonglong List(const QStringList& patterns, ipc::ItemRecords& items);
     qulonglong Watch(const QStringList& patterns, ipc::ItemRecords& items);
     QDBusVariant Get(const QString& item);
@@ -64,16 +65,19 @@ private:
     [[nodiscard]] std::vector<Found> findAll(const QString& name) const;
     /// The one item of that name; when there is none, or several, the request is answered with an error.
     Found findForRequest(const QString& name);
-    /// Whether a request's patterns keep within the limits; otherwise it is answered with an error.
-    [[nodiscard]] bool accepts(const QStringList& patterns) const;
     [[nodiscard]] QString callAction(const Item& action, const QString& text) const;
 
     [[nodiscard]] ItemRecords named(const QStringList& names) const;
-    [[nodiscard]] ItemRecords matching(const QStringList& patterns, bool startsWatching) const;
+    [[nodiscard]] ItemRecords matching(const QStringList& patterns) const;
+    /// Those of all items, made when something is another than the last time.
+    [[nodiscard]] const ItemRecords& all();
     void loadConfigs();
     void scheduleFlush();
-    /// Stores and tells what changed since the last time.
+    /// Stores and tells what changed since the last time; later, when so much was told that it would gather
+    /// in the bus.
     void flush();
+    void tell();
+    void sendChanges(const ItemRecords& records);
     /// Stores the configs of these modules, and of those that could not be stored before, in one step.
     void saveConfigs(const std::vector<RegistrationModule*>& changed);
 
@@ -84,6 +88,11 @@ private:
     std::vector<RegistrationModule*> m_unsaved; ///< to be told when their configs are stored
     QDBusServiceWatcher m_watcherLeft; ///< tells when a client that watches leaves the bus
     QSet<QString> m_watchers; ///< unique bus names
+    std::unique_ptr<Outflow> m_outflow;
+    std::unique_ptr<CallQueue> m_calls;
+    QTimer m_later; ///< runs while changes are held back
+    ItemRecords m_kept;
+    std::vector<quint64> m_keptVersions; ///< of the modules' items in m_kept; 0 for those that publish none
     qulonglong m_serial = 0;
     bool m_flushScheduled = false;
     bool m_isServing = false;

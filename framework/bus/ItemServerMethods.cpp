@@ -1,10 +1,10 @@
 // The methods of tov.base.Items: what clients ask of a server.
 
+#include "CallQueue.h"
 #include "ItemProperties.h"
 #include "ItemServer.h"
 #include "Names.h"
 #include "RegistrationModule.h"
-#include "RequestLimits.h"
 #include "items/ForkGuard.h"
 #include "items/ItemPattern.h"
 #include "items/ModuleItems.h"
@@ -22,7 +22,6 @@ const QLatin1String NoValue{ "tov.base.Error.NoValue" };
 const QLatin1String ReadOnly{ "tov.base.Error.ReadOnly" };
 const QLatin1String InvalidValue{ "tov.base.Error.InvalidValue" };
 const QLatin1String Halting{ "tov.base.Error.Halting" };
-const QLatin1String LimitExceeded{ "tov.base.Error.LimitExceeded" };
 const QLatin1String ActionFailed{ "tov.base.Error.ActionFailed" };
 
 /// "bluetooth:scan" and "scan" name an item without saying of which kind; a full address says it.
@@ -54,10 +53,6 @@ std::vector<ItemServer::Found> ItemServer::findAll(const QString& name) const
 ItemServer::Found ItemServer::findForRequest(const QString& name)
 {
     leaveIfForked();
-    if (const auto checked = limits::checkName(name); !checked) {
-        sendErrorReply(LimitExceeded, checked.error().message);
-        return {};
-    }
     const std::vector<Found> found = findAll(name);
     if (found.size() == 1) {
         if (!m_hadClient) {
@@ -69,16 +64,16 @@ ItemServer::Found ItemServer::findForRequest(const QString& name)
         return found.front();
     }
     if (found.empty()) {
-        sendErrorReply(names::NoSuchItem,
-                       QStringLiteral("there is no item \"%1\" among %2; List names them all")
-                           .arg(name, modules().join(QStringLiteral(", "))));
+        m_calls->refuse(names::NoSuchItem,
+                        QStringLiteral("there is no item \"%1\" among %2; List names them all")
+                            .arg(name, modules().join(QStringLiteral(", "))));
         return {};
     }
     QStringList candidates;
     for (const Found& candidate : found) {
         candidates << candidate.item->addressText();
     }
-    sendErrorReply(
+    m_calls->refuse(
         names::AmbiguousItem,
         QStringLiteral("\"%1\" names several items: %2").arg(name, candidates.join(QStringLiteral(", "))));
     return {};
@@ -114,9 +109,9 @@ ItemRecords ItemServer::named(const QStringList& names) const
     return records;
 }
 
-ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatching) const
+ItemRecords ItemServer::matching(const QStringList& patterns) const
 {
-    if (!startsWatching && !patterns.isEmpty() && std::all_of(patterns.begin(), patterns.end(), isName)) {
+    if (!patterns.isEmpty() && std::all_of(patterns.begin(), patterns.end(), isName)) {
         return named(patterns);
     }
     ItemRecords records;
@@ -125,10 +120,7 @@ ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatchin
             continue;
         }
         for (const auto& item : module->items().all()) {
-            if (startsWatching) {
-                item->takeChanges(true);
-            }
-            if (matchesAnyPattern(item->address(), patterns)) {
+            if (patterns.isEmpty() || matchesAnyPattern(item->address(), patterns)) {
                 records << listedItem(*item);
             }
         }
@@ -136,41 +128,42 @@ ItemRecords ItemServer::matching(const QStringList& patterns, bool startsWatchin
     return records;
 }
 
-bool ItemServer::accepts(const QStringList& patterns) const
+const ItemRecords& ItemServer::all()
 {
-    const auto checked = limits::checkPatterns(patterns);
-    if (!checked) {
-        sendErrorReply(LimitExceeded, checked.error().message);
+    std::vector<quint64> versions;
+    for (RegistrationModule* module : m_modules) {
+        versions.push_back(module->publishesItems() ? module->items().version() : 0);
     }
-    return static_cast<bool>(checked);
+    if (versions != m_keptVersions) {
+        m_kept = matching({});
+        m_keptVersions = versions;
+    }
+    return m_kept;
 }
 
 qulonglong ItemServer::List(const QStringList& patterns, ItemRecords& items)
 {
-    if (!accepts(patterns)) {
-        return 0;
-    }
     // What waits to be sent goes first, so that the answer contains all up to its serial.
     flush();
-    items = matching(patterns, false);
+    items = patterns.isEmpty() ? all() : matching(patterns);
     return m_serial;
 }
 
 qulonglong ItemServer::Watch(const QStringList& patterns, ItemRecords& items)
 {
-    if (!accepts(patterns)) {
-        return 0;
+    const QString client = m_calls->caller();
+    if (m_watchers.isEmpty()) {
+        // The first watcher's snapshot is what changes of applicability are measured against.
+        tell();
+        for (RegistrationModule* module : m_modules) {
+            module->items().takeAllChanges();
+        }
     }
-    flush();
-    const QString client = message().service();
-    const bool isFirst = m_watchers.isEmpty();
     if (!m_watchers.contains(client)) {
         m_watchers.insert(client);
         m_watcherLeft.addWatchedService(client);
     }
-    // The first watcher's snapshot is what changes of applicability are measured against.
-    items = matching(patterns, isFirst);
-    return m_serial;
+    return List(patterns, items);
 }
 
 QDBusVariant ItemServer::Get(const QString& item)
@@ -181,11 +174,11 @@ QDBusVariant ItemServer::Get(const QString& item)
     }
     if (!found.item->value().isValid()) {
         const bool isAction = found.item->address().kind == ItemKind::Action;
-        sendErrorReply(NoValue,
-                       QStringLiteral("%1 %2").arg(
-                           found.item->addressText(),
-                           isAction ? QStringLiteral("is an action and has no value; Trigger calls it")
-                                    : QStringLiteral("has no value yet")));
+        m_calls->refuse(NoValue,
+                        QStringLiteral("%1 %2").arg(
+                            found.item->addressText(),
+                            isAction ? QStringLiteral("is an action and has no value; Trigger calls it")
+                                     : QStringLiteral("has no value yet")));
         return QDBusVariant(QString());
     }
     return QDBusVariant(found.item->value());
@@ -199,22 +192,17 @@ void ItemServer::Set(const QString& item, const QDBusVariant& value)
     }
     const QString& address = found.item->addressText();
     if (!found.item->isWritable()) {
-        sendErrorReply(
+        m_calls->refuse(
             ReadOnly,
             found.item->address().kind == ItemKind::Action
                 ? QStringLiteral("%1 is an action and takes no value; Trigger calls it").arg(address)
                 : QStringLiteral("%1 is a result, which its module alone writes").arg(address));
         return;
     }
-    if (const auto checked = limits::checkValue(value.variant()); !checked) {
-        sendErrorReply(LimitExceeded,
-                       QStringLiteral("%1 keeps its value: %2").arg(address, checked.error().message));
-        return;
-    }
     QString reason;
     if (!found.module->validateAndApply(address, value.variant(), &reason)) {
         leaveIfForked();
-        sendErrorReply(InvalidValue, QStringLiteral("%1 keeps its value: %2").arg(address, reason));
+        m_calls->refuse(InvalidValue, QStringLiteral("%1 keeps its value: %2").arg(address, reason));
     }
     leaveIfForked();
 }
@@ -227,23 +215,17 @@ QString ItemServer::Trigger(const QString& action, const QString& text)
     }
     const QString& address = found.item->addressText();
     if (found.item->address().kind != ItemKind::Action) {
-        sendErrorReply(
+        m_calls->refuse(
             NotAnAction,
             QStringLiteral("%1 is no action; Set writes a config, Get reads an item").arg(address));
         return {};
     }
     if (found.module->items().refusesActions()) {
-        sendErrorReply(Halting, QStringLiteral("%1 is refused: the server is shutting down").arg(address));
-        return {};
-    }
-    if (const auto checked = limits::checkText(text); !checked) {
-        sendErrorReply(
-            LimitExceeded,
-            QStringLiteral("%1 is not called with this text: %2").arg(address, checked.error().message));
+        m_calls->refuse(Halting, QStringLiteral("%1 is refused: the server is shutting down").arg(address));
         return {};
     }
     // What changed before goes first, so that what is told behind the answer came later.
-    flush();
+    tell();
     return callAction(*found.item, text);
 }
 
@@ -255,14 +237,14 @@ QString ItemServer::callAction(const Item& action, const QString& text) const
         if (const auto* handler = std::get_if<TextHandler>(&action.handler())) {
             reply = (*handler)(text.toStdString());
         } else if (!text.isEmpty()) {
-            sendErrorReply(InvalidValue, QStringLiteral("%1 takes no text").arg(address));
+            m_calls->refuse(InvalidValue, QStringLiteral("%1 takes no text").arg(address));
         } else if (const auto* plain = std::get_if<NullHandler>(&action.handler())) {
             (*plain)();
         }
     } catch (const std::exception& error) {
         leaveIfForked();
-        sendErrorReply(ActionFailed,
-                       QStringLiteral("%1 failed: %2").arg(address, QString::fromUtf8(error.what())));
+        m_calls->refuse(ActionFailed,
+                        QStringLiteral("%1 failed: %2").arg(address, QString::fromUtf8(error.what())));
     }
     leaveIfForked();
     return QString::fromStdString(reply);

@@ -11,6 +11,7 @@ inline const QLatin1String Interface{ "tov.base.Items" };
 
 inline const QLatin1String ErrorPrefix{ "tov.base.Error." };
 inline const QLatin1String NoSuchItem{ "tov.base.Error.NoSuchItem" };
+inline const QLatin1String LimitExceeded{ "tov.base.Error.LimitExceeded" };
 inline const QLatin1String AmbiguousItem{ "tov.base.Error.AmbiguousItem" };
 
 } // namespace ipc::names

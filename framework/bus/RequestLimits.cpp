@@ -16,6 +16,7 @@ class Measure
 public:
     /// Which limit; empty when all are kept.
     [[nodiscard]] const QString& exceeded() const { return m_exceeded; }
+    [[nodiscard]] qint64 characters() const { return m_characters; }
 
     void add(const QVariant& value, int depth)
     {
@@ -142,20 +143,33 @@ Outcome<Done> checkPatterns(const QStringList& patterns)
     return Done();
 }
 
-Outcome<Done> checkText(const QString& text)
+Outcome<Done> checkText(const QString& action, const QString& text)
 {
-    if (text.size() <= TextLength) {
-        return Done();
+    if (auto checked = checkName(action); !checked || text.size() <= TextLength) {
+        return checked;
     }
     return exceeded(
-        QStringLiteral("it has %1 characters; at most %2 are allowed").arg(text.size()).arg(TextLength));
+        QStringLiteral("%1 is not called with this text: it has %2 characters; at most %3 are allowed")
+            .arg(action, QString::number(text.size()), QString::number(TextLength)));
 }
 
-Outcome<Done> checkValue(const QVariant& value)
+Outcome<Done> checkValue(const QString& item, const QVariant& value)
+{
+    if (auto checked = checkName(item); !checked) {
+        return checked;
+    }
+    Measure measure;
+    measure.add(value, 0);
+    return measure.exceeded().isEmpty()
+        ? Outcome<Done>(Done())
+        : exceeded(QStringLiteral("%1 keeps its value: %2").arg(item, measure.exceeded()));
+}
+
+qint64 characters(const QVariant& value)
 {
     Measure measure;
     measure.add(value, 0);
-    return measure.exceeded().isEmpty() ? Outcome<Done>(Done()) : exceeded(measure.exceeded());
+    return measure.characters();
 }
 
 } // namespace ipc::limits

@@ -16,10 +16,17 @@ constexpr int TextLength = 65'536; ///< characters of all texts in a value toget
 constexpr int Depth = 8; ///< levels of containers and variants within a value
 constexpr int Values = 1'024; ///< keys, elements and values within a value
 
+/// Bytes of one message, which a bus ends the connection for when it is larger than 32 MB. Binds the server's
+/// own.
+constexpr qint64 MessageSize = 30'000'000;
+
 // The error of each says which limit is exceeded and what would be right.
 [[nodiscard]] Outcome<Done> checkName(const QString& name);
 [[nodiscard]] Outcome<Done> checkPatterns(const QStringList& patterns);
-[[nodiscard]] Outcome<Done> checkText(const QString& text);
-[[nodiscard]] Outcome<Done> checkValue(const QVariant& value);
+[[nodiscard]] Outcome<Done> checkText(const QString& action, const QString& text);
+[[nodiscard]] Outcome<Done> checkValue(const QString& item, const QVariant& value);
+
+/// How long the texts in a value are together; one that exceeds the limits is not looked at to its end.
+[[nodiscard]] qint64 characters(const QVariant& value);
 
 } // namespace ipc::limits

@@ -55,6 +55,7 @@ void Item::store(const QVariant& value, bool announce)
     if (isNew) {
         m_value = converted;
         valueChanged();
+        noteDifference();
     }
     if (announce && (isNew || m_value != m_toldValue)) {
         m_hasChanged = true;
@@ -69,8 +70,16 @@ void Item::setApplicable(bool applicable, bool announce)
 {
     leaveIfForked();
     m_madeApplicable = applicable;
+    noteDifference();
     if (announce) {
         applicabilityMayDiffer();
+    }
+}
+
+void Item::noteDifference()
+{
+    if (m_owner != nullptr) {
+        m_owner->noteDifference();
     }
 }
 

@@ -86,6 +86,8 @@ public:
     Changes takeChanges(bool withApplicability);
 
 private:
+    void noteDifference();
+
     ItemAddress m_address;
     mutable QString m_addressText; ///< made when it is first asked for
     QString m_label;

@@ -55,6 +55,7 @@ std::vector<Item*> ModuleItems::add(const Item::Definition& definition)
         m_items.push_back(std::make_unique<Item>(address, definition, this));
         known = m_items.back().get();
         added.push_back(known);
+        noteDifference();
         // One expression may stand for all instances; an instance without one always applies.
         const QString expression = expressions.size() == 1 ? expressions.first() : expressions.value(i);
         if (!expression.isEmpty()) {
@@ -142,6 +143,13 @@ std::vector<Item*> ModuleItems::takeChanged(bool withApplicability)
     }
     m_changeAnnounced = false;
     return std::exchange(m_changed, {});
+}
+
+void ModuleItems::takeAllChanges()
+{
+    for (const auto& item : m_items) {
+        item->takeChanges(true);
+    }
 }
 
 } // namespace ipc

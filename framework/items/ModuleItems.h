@@ -60,6 +60,11 @@ public:
     /// The items listed since the last call. @param withApplicability also those whose expression may have a
     /// new result; without, these wait for a call that asks for them.
     std::vector<Item*> takeChanged(bool withApplicability);
+    /// Clients know all items as they are now.
+    void takeAllChanges();
+    /// Grows with everything that differs in what is told of the items.
+    [[nodiscard]] quint64 version() const { return m_version; }
+    void noteDifference() { ++m_version; }
 
 private:
     void warnOnce(ItemKind kind, const QString& name) const;
@@ -75,6 +80,7 @@ private:
     mutable QSet<QString> m_unknownNames;
     std::vector<Item*> m_changed;
     ConfigStore* m_configStore = nullptr;
+    quint64 m_version = 1;
     bool m_changeAnnounced = false;
     bool m_refusesActions = false;
 };

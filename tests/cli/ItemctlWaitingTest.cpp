@@ -1,4 +1,5 @@
 #include "ItemctlFixture.h"
+#include "client/KELClientInterface.h"
 #include "support/Rows.h"
 
 #include <nlohmann/json.hpp>
@@ -39,6 +40,27 @@ private Q_SLOTS:
         QCOMPARE(finished.out,
                  ":config:demo:mod:enabled: true\n:config:demo:mod:pin: [applies]\n"
                  ":result:demo:mod:state: 77\n");
+    }
+
+    void aWatcherThatWasStoppedCatchesUp()
+    {
+        const auto watch = startWatching({ "watch", "state", "--count", "2", "--timeout", "60" });
+        QVERIFY(watch);
+        kill(static_cast<pid_t>(watch->processId()), SIGSTOP);
+        // More than the bus keeps for one that does not read: the change at the end is lost for it.
+        const KELClientInterface client(DemoBusName, QDBusConnection::sessionBus());
+        for (int i = 0; i < 300; ++i) {
+            const auto set = client.set("record", QString::number(i).rightJustified(65'536, 'x'));
+            QVERIFY2(set, qPrintable(set.error().message));
+        }
+        QVERIFY(client.trigger("write", "state=3"));
+        QVERIFY(client.get("state")); // the others are answered as ever
+        kill(static_cast<pid_t>(watch->processId()), SIGCONT);
+        QTRY_VERIFY(watch->canReadLine() || watch->waitForReadyRead(0));
+        QCOMPARE(watch->readLine(), QByteArray(":result:demo:mod:state: 3 (On)\n"));
+        // And it goes on: what follows is told once.
+        succeed({ "call", "write", "state=77" });
+        QCOMPARE(finish(*watch).out, QString(":result:demo:mod:state: 77\n"));
     }
 
     void actsAndWaits_data()

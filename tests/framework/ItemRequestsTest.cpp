@@ -2,8 +2,14 @@
 #include "support/DemoServers.h"
 #include "support/Rows.h"
 
+#include <QDBusArgument>
 #include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QFile>
 #include <QTest>
+
+#include <algorithm>
+#include <vector>
 
 namespace {
 
@@ -159,7 +165,69 @@ private Q_SLOTS:
         QVERIFY2(reply.errorMessage().size() < 300, "the error repeats what was too long");
     }
 
+    void oneCallerTakesTurnsWithTheOthers()
+    {
+        constexpr int Calls = 5000;
+        const int watches = endsWatched();
+        std::vector<QDBusPendingCall> flood;
+        flood.reserve(Calls);
+        const QDBusConnection flooder = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "flooder");
+        QDBusMessage list =
+            QDBusMessage::createMethodCall(DemoBusName, "/tov/base/Items", "tov.base.Items", "List");
+        list << QStringList();
+        for (int i = 0; i < Calls; ++i) {
+            flood.push_back(flooder.asyncCall(list));
+        }
+        const auto isOpen = [](const QDBusPendingCall& one) {
+            return !one.isFinished();
+        };
+        QVERIFY(std::any_of(flood.begin(), flood.end(), isOpen));
+        QCOMPARE(*m_client->get("pin"), QVariant("5190"));
+        QTRY_VERIFY(std::none_of(flood.begin(), flood.end(), isOpen));
+        QMap<QString, int> answers;
+        for (const QDBusPendingCall& one : flood) {
+            ++answers[one.reply().errorName()];
+        }
+        const QString refused = "org.freedesktop.DBus.Error.LimitsExceeded";
+        QVERIFY2(answers[QString()] >= 128 && answers[refused] > 0,
+                 qPrintable(QString::number(answers[refused])));
+        QCOMPARE(answers[QString()] + answers[refused], Calls);
+        QTRY_COMPARE(endsWatched(), watches); // nothing of the caller is kept
+
+        // One that leaves without its answers.
+        const QString name = "leaver";
+        for (int i = 0; i < Calls; ++i) {
+            QDBusConnection::connectToBus(QDBusConnection::SessionBus, name).asyncCall(list);
+        }
+        QDBusConnection::disconnectFromBus(name);
+        QVERIFY(m_client->list());
+        QTRY_COMPARE(endsWatched(), watches);
+        const int memory = largestMemory();
+        QVERIFY2(memory > 0 && memory < 64'000, qPrintable(QString::number(memory)));
+    }
+
 private:
+    /// How many clients the server asks the bus to tell the end of.
+    static int endsWatched()
+    {
+        const QDBusMessage reply = QDBusConnection::sessionBus().call(
+            QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                           "org.freedesktop.DBus.Debug.Stats", "GetAllMatchRules"));
+        int count = 0;
+        for (const QStringList& rules : qdbus_cast<QMap<QString, QStringList>>(reply.arguments().value(0))) {
+            count += rules.filter(",arg2=''").size();
+        }
+        return count;
+    }
+
+    /// Of the server so far, in kB.
+    int largestMemory()
+    {
+        QFile status(QString("/proc/%1/status").arg(m_demo.process().processId()));
+        const QString text = status.open(QIODevice::ReadOnly) ? status.readAll() : QString();
+        return text.section("VmHWM:", 1).section("kB", 0, 0).toInt();
+    }
+
     DemoServers m_demo;
     std::unique_ptr<KELClientInterface> m_client;
 };

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "ItemRecord.h"
+#include "Outcome.h"
+
+#include <QDBusContext>
+#include <QDBusMessage>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QHash>
+#include <QObject>
+#include <QStringList>
+
+#include <deque>
+#include <functional>
+
+namespace ipc {
+
+class ItemServer;
+class Outflow;
+
+/// The object on the bus: takes the calls of tov.base.Items in as they come, and has the server answer them
+/// one in each turn of the event loop, its callers taking turns. So nobody waits for more than one call of
+/// each other caller, however many somebody sends.
+class CallQueue : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_PROPERTY(QStringList Modules READ modules)
+public:
+    /// Calls that may wait of one caller; as many as a bus lets wait for answers by default.
+    static constexpr int MostOfOne = 128;
+
+    /// Both have to outlive it.
+    CallQueue(ItemServer& server, Outflow& outflow, const QDBusConnection& connection);
+
+    /// The call that is being answered is answered with an error.
+    void refuse(const QString& error, const QString& text);
+    /// Who sent it; empty outside of a call.
+    [[nodiscard]] QString caller() const { return m_answered.service(); }
+
+    [[nodiscard]] QStringList modules() const;
+
+    // The methods of tov.base.Items. What they return is dropped: the answer comes later.
+    qulonglong List(const QStringList& patterns, ipc::ItemRecords& items);
+    qulonglong Watch(const QStringList& patterns, ipc::ItemRecords& items);
+    QDBusVariant Get(const QString& item);
+    void Set(const QString& item, const QDBusVariant& value);
+    QString Trigger(const QString& action, const QString& text);
+    QVariantMap Describe(const QString& item);
+
+private:
+    using Answer = std::function<QVariantList()>;
+    struct Call
+    {
+        QDBusMessage message;
+        Answer answer;
+    };
+
+    /// @param checked whether the call keeps within the limits of requests: nothing larger waits here.
+    void take(const Outcome<Done>& checked, Answer answer);
+    void takeOfPatterns(const QStringList& patterns,
+                        qulonglong (ItemServer::*method)(const QStringList&, ItemRecords&));
+    void scheduleAnswer();
+    void answerNext();
+    void send(const QDBusMessage& call, const QDBusMessage& answer, const QVariantList& values = {});
+    /// Of a caller that has left the bus.
+    void dropUnheard(const QString& caller);
+    void forget(const QString& caller);
+
+    ItemServer& m_server;
+    Outflow& m_outflow;
+    QHash<QString, std::deque<Call>> m_waiting; ///< by caller; only of those who wait
+    std::deque<QString> m_turns; ///< the callers in the order in which they are answered
+    QDBusServiceWatcher m_callerLeft; ///< of those for whom many calls wait
+    QDBusMessage m_answered; ///< the call that is being answered
+    bool m_isRefused = false;
+    bool m_isScheduled = false;
+};
+
+} // namespace ipc
