@@ -40,6 +40,8 @@ struct TypedOptions
     std::string log;
     std::string host;
     std::vector<std::string> modules;
+    bool check = false;
+    bool json = false;
     bool tour = false;
 };
 
@@ -74,6 +76,10 @@ void describe(CLI::App& app, TypedOptions& typed)
     app.add_option("--adapter", typed.adapter,
                    "with --radio bluez: the adapter, by its address or as \"hci1\" (the lowest)")
         ->type_name("ADAPTER");
+    auto* check = app.add_flag("--check", typed.check,
+                               "with --radio bluez: run nothing, but look at what it needs of this machine;\n"
+                               "ends with 0 when all is fine, 1 with a note, 3 when it cannot work");
+    app.add_flag("--json", typed.json, "with --check: an object a line")->needs(check);
     app.add_option("--scenario", typed.scenario,
                    "the simulated radio's surroundings (a small room of devices)")
         ->type_name("NAME|FILE")
@@ -228,6 +234,11 @@ base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<s
     }
     auto found = resolvePaths(typed, run).and_then([&] { return findController(typed.radio, run); });
     run.adapter = QString::fromStdString(typed.adapter);
+    run.checks = typed.check;
+    run.json = typed.json;
+    if (found && run.checks && !run.machineBus) {
+        return misused(QStringLiteral("--check: only \"--radio bluez\" needs something of this machine"));
+    }
     if (found && !run.adapter.isEmpty() && !run.machineBus) {
         return misused(
             QStringLiteral("--adapter %1: only \"--radio bluez\" plays on an adapter").arg(run.adapter));

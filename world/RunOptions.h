@@ -12,6 +12,8 @@ struct RunOptions
 {
     QString help; ///< to be printed instead of running anything, unless it is empty
     QString controller; ///< the program of --radio
+    bool checks = false; ///< looks at the machine's Bluetooth and runs nothing
+    bool json = false; ///< what is found there
     QString adapter; ///< of the machine's, for the controller; empty is its own choice
     bool machineBus = false; ///< the controller also speaks to the machine's own system bus
     QString scenario; ///< a name, or the path of a file; one that can be simulated

@@ -17,6 +17,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -181,6 +182,18 @@ void exportChoices(const world::RunOptions& options)
     }
 }
 
+/// Hands over to the radio's own program, on the machine's bus.
+int checkMachine(const world::RunOptions& options)
+{
+    exportChoices(options);
+    const QByteArray program = QFile::encodeName(options.controller);
+    const std::array words{ program.constData(), "--check", options.json ? "--json" : nullptr,
+                            static_cast<const char*>(nullptr) };
+    execv(words.front(), const_cast<char* const*>(words.data()));
+    say(QStringLiteral("%1 cannot be started: %2").arg(options.controller, qt_error_string()));
+    return Unavailable;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -193,6 +206,9 @@ int main(int argc, char** argv)
     if (!options->help.isEmpty()) {
         std::fputs(qPrintable(options->help), stdout);
         return 0;
+    }
+    if (options->checks) {
+        return checkMachine(*options);
     }
     world::PrivateFilesystem filesystem;
     const auto entered = filesystem.enter({ options->controller, options->named }, argv);

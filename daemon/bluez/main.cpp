@@ -1,4 +1,5 @@
 #include "BluezRadio.h"
+#include "Checkup.h"
 #include "DaemonService.h"
 #include "EndingSignals.h"
 #include "Notice.h"
@@ -19,12 +20,16 @@ void printUsage()
 {
     std::fputs(
         "usage: bluezradio NAME 1 1\n"
+        "       bluezradio --check [--json]\n"
         "Offers this machine's Bluetooth radio, by BlueZ, as com.qarn.bluetooth on the system bus.\n"
         "NAME is what other devices see. BLUEZ_ADAPTER chooses the adapter, by its address or as \"hci1\"; "
         "otherwise\nit is the lowest one. BLUEZ_SERVICES are the UUIDs of the services that paired devices "
         "may use, with commas in\nbetween. BLUEZ_SYSTEM_BUS_ADDRESS is the bus of bluetoothd, where that is "
         "another "
-        "one.\nSIGTERM puts the adapter back as it was and ends the program.\n",
+        "one.\nSIGTERM puts the adapter back as it was and ends the program.\n"
+        "--check looks at what the radio needs of this machine, and changes nothing: a line for each thing, "
+        "with what\nto do about it. It ends with 0 when all is fine, 1 with a note, 3 when the radio cannot "
+        "work.\n",
         stderr);
 }
 
@@ -52,6 +57,21 @@ QDBusConnection joinBusOfClients()
     return bus;
 }
 
+/// "--check" and "--check --json".
+bool isCheck(const QStringList& arguments)
+{
+    return arguments.value(1) == QLatin1String("--check")
+        && (arguments.size() == 2 || (arguments.size() == 3 && arguments.at(2) == QLatin1String("--json")));
+}
+
+int check(bool json)
+{
+    joinBusOfClients();
+    bt::Checkup checkup(QDBusConnection::systemBus(), qEnvironmentVariable("BLUEZ_ADAPTER"),
+                        qEnvironmentVariable("BLUEZ_CHECK_ROOT"));
+    return bt::printFindings(checkup.run(), json);
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -61,6 +81,9 @@ int main(int argc, char* argv[])
     base::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
+    if (isCheck(arguments)) {
+        return check(arguments.size() == 3);
+    }
     if (arguments.size() != ArgumentCount) {
         printUsage();
         return UsageError;

@@ -100,6 +100,8 @@ private Q_SLOTS:
         row("scenario wrong", { "--scenario", "/etc/passwd", "--", "true" },
             "/etc/passwd:1: this is no JSON");
         row("an empty command", { "--", "", "x" }, "no COMMAND behind");
+        row("check of no machine", { "--check" }, "--check: only \"--radio bluez\" ");
+        row("JSON of nothing", { "--json", "--", "true" }, "--json requires --check");
         row("adapter of no machine", { "--adapter", "hci1", "--", "true" }, "--adapter hci1: only ");
         row("state", { "--state", "/proc/none", "--", "true" }, "--state /proc/none: ");
         row("log", { "--log", "/proc/none", "--", "true" }, "--log /proc/none: ");
@@ -139,6 +141,11 @@ private Q_SLOTS:
                                      { "--host", besideTest("stand_in_host"), "--radio", "bluez", "--adapter",
                                        "hci7", "--", "printenv", "BLUEZ_ADAPTER" });
         QCOMPARE(adapter.out, "hci7\n");
+        const Finished check =
+            run(program(), { "--radio", "bluez", "--check", "--json" },
+                { { { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent" } }, false, {} });
+        QVERIFY2(check.out.contains(R"({"level":"fault","subject":"bus",)"), qPrintable(check.out));
+        QCOMPARE(check.status, 3);
     }
 
     void passesOnWhatItInherits_data() { addMechanisms(); }

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "Finding.h"
+
+#include <QDBusConnection>
+
+namespace bt {
+
+/// The programs on the bus that are known to take pairing questions or services; bluetoothd does not tell.
+Findings findingsOfPrograms(const QDBusConnection& bus);
+
+/// "5.66" of the bluetoothd that runs; empty when it does not tell.
+QString versionOfBluez(const QDBusConnection& bus);
+
+/// Whether an adapter that offers this UUID has a program for its audio.
+bool isAudioService(const QString& uuid);
+
+} // namespace bt

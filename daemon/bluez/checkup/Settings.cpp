@@ -1,0 +1,67 @@
+#include "Settings.h"
+
+#include <QFileInfo>
+#include <QSettings>
+
+#include <array>
+
+namespace bt {
+
+namespace {
+
+struct Setting
+{
+    const char* key; ///< as QSettings has it: the group [General] goes without its name
+    const char* name;
+    const char* preset; ///< of BlueZ 5.66
+    const char* harmless; ///< the value that bites nobody
+    Finding::Level level; ///< of any other
+    const char* otherwise; ///< what that does
+    const char* remedy;
+};
+
+constexpr std::array Settings{
+    Setting{ "Policy/AutoEnable", "AutoEnable", "true", "false", Finding::Level::Fine,
+             "bluetoothd switches adapters on by itself, so that the radio leaves them on at its end", "" },
+    Setting{ "AlwaysPairable", "AlwaysPairable", "false", "false", Finding::Level::Note,
+             "devices may ask to pair also while no agent is there to ask anybody", "AlwaysPairable=false" },
+    Setting{
+        "JustWorksRepairing", "JustWorksRepairing", "never", "confirm", Finding::Level::Note,
+        "a device that forgot us and pairs anew without a code is handled without asking anybody (\"never\" "
+        "refuses it, \"always\" takes it)",
+        "JustWorksRepairing=confirm has the person asked" },
+    Setting{ "Privacy", "Privacy", "off", "off", Finding::Level::Note,
+             "this machine shows changing addresses, so that low-energy devices may not find it again",
+             "Privacy=off, unless that is wanted" },
+};
+
+} // namespace
+
+Findings findingsOfSettings(const QString& path)
+{
+    const QString subject = QStringLiteral("main.conf");
+    const QFileInfo file(path);
+    if (file.exists() && !file.isReadable()) {
+        return { { Finding::Level::Note, subject, QStringLiteral("%1 cannot be read").arg(path),
+                   QStringLiteral("ask as root to see the settings") } };
+    }
+    const QSettings settings(path, QSettings::IniFormat);
+    Findings findings;
+    for (const Setting& setting : Settings) {
+        const QString value =
+            settings.value(QLatin1String(setting.key), QLatin1String(setting.preset)).toString().toLower();
+        // What nobody has set is known and harmless enough.
+        if (settings.contains(QLatin1String(setting.key)) && value != QLatin1String(setting.harmless)) {
+            findings.append({ setting.level, subject,
+                              QStringLiteral("%1=%2: %3")
+                                  .arg(QLatin1String(setting.name), value, QLatin1String(setting.otherwise)),
+                              QLatin1String(setting.remedy) });
+        }
+    }
+    if (findings.isEmpty()) {
+        findings.append({ Finding::Level::Fine, subject, QStringLiteral("no setting that bites"), {} });
+    }
+    return findings;
+}
+
+} // namespace bt
