@@ -1,4 +1,4 @@
-# bash completion for itemctl(1), simctl(1) and hostctl(1): the program itself says what may stand at the cursor.
+# bash completion for itemctl(1), simctl(1), hostctl(1) and radio2: the program itself says what may stand at the cursor.
 
 # Offers the lines of standard input that begin with the word. Devices choose their names: what stands in one is
 # never expanded, and comes out quoted.
@@ -39,4 +39,4 @@ _bluetooth_cli()
     [[ $cur == *=* && $COMP_WORDBREAKS == *=* ]] && COMPREPLY=("${COMPREPLY[@]#"${cur%"${cur##*=}"}"}")
     __ltrim_colon_completions "$cur"
 }
-complete -F _bluetooth_cli itemctl simctl hostctl
+complete -F _bluetooth_cli itemctl simctl hostctl radio2

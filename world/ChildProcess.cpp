@@ -58,6 +58,9 @@ void becomeProgram(const Command& command, char* const* arguments, pid_t parent)
     if (getppid() != parent) {
         _exit(128 + SIGTERM); // it died before the kernel knew of our wish
     }
+    if (command.input >= 0) {
+        dup2(command.input, STDIN_FILENO);
+    }
     if (command.output >= 0) {
         dup2(command.output, STDOUT_FILENO);
         dup2(command.output, STDERR_FILENO);
@@ -65,8 +68,8 @@ void becomeProgram(const Command& command, char* const* arguments, pid_t parent)
     if (command.place == Command::Place::Background) {
         leaveTerminal();
     }
-    if (command.inherited >= 0) {
-        fcntl(command.inherited, F_SETFD, 0);
+    for (const int descriptor : command.inherited) {
+        fcntl(descriptor, F_SETFD, 0);
     }
     execvp(arguments[0], arguments);
 }

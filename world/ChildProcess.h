@@ -10,6 +10,7 @@
 #include <chrono>
 #include <csignal>
 #include <optional>
+#include <vector>
 
 namespace world {
 
@@ -23,8 +24,9 @@ struct Command
     };
     QStringList arguments; ///< the first is the program, looked for in PATH when it has no slash
     Place place = Place::Background;
+    int input = -1; ///< standard input; -1 leaves ours, where there is a terminal
     int output = -1; ///< takes standard output and error; -1 leaves ours
-    int inherited = -1; ///< one more descriptor that stays open, under the same number
+    std::vector<int> inherited = {}; ///< more descriptors that stay open, under the same numbers
     int deathSignal = SIGTERM; ///< what the kernel sends when we die first
 };
 

@@ -105,7 +105,7 @@ base::Result<> MessageBus::start(Kind kind, const QString& folder, int output)
                      QStringLiteral("--config-file=%1").arg(m_configuration),
                      QStringLiteral("--print-address=%1").arg(address.writing.get()) };
     command.output = output;
-    command.inherited = address.writing.get();
+    command.inherited = { address.writing.get() };
     const auto started = m_daemon.start(command);
     address.writing.reset();
     if (!started) {

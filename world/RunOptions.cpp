@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace world {
@@ -69,12 +70,14 @@ void describe(CLI::App& app, TypedOptions& typed)
         "leaves nothing behind.\n"
         "Exit status: that of COMMAND, 128+n when signal n ended it, 126 or 127 when it could not be\n"
         "started; 2 usage; 69 when the world could not be set up.");
-    app.add_option("--radio", typed.radio,
-                   "who plays the radio: sim (simulated), bluez (this machine's, by BlueZ), or any program")
-        ->type_name("sim|bluez|PROGRAM")
+    app.add_option(
+           "--radio", typed.radio,
+           "who plays the radio: sim (simulated), bluez (this machine's, by BlueZ), guest (BlueZ in an\n"
+           "emulated machine, with a second radio that radio2 drives), or any program")
+        ->type_name("sim|bluez|guest|PROGRAM")
         ->capture_default_str();
     app.add_option("--adapter", typed.adapter,
-                   "with --radio bluez: the adapter, by its address or as \"hci1\" (the lowest)")
+                   "with --radio bluez or guest: the adapter, by its address or as \"hci1\" (the lowest)")
         ->type_name("ADAPTER");
     auto* check = app.add_flag("--check", typed.check,
                                "with --radio bluez: run nothing, but look at what it needs of this machine;\n"
@@ -112,8 +115,9 @@ void nameWithFolders(const QFileInfo& file, RunOptions& run)
 
 base::Result<> findController(const std::string& radio, RunOptions& run)
 {
-    if (radio == "sim" || radio == "bluez") {
-        run.machineBus = radio == "bluez";
+    run.isGuest = radio == "guest";
+    if (radio == "sim" || radio == "bluez" || run.isGuest) {
+        run.machineBus = radio != "sim";
         run.controller = World::binFolder()
             + (run.machineBus ? QStringLiteral("/bluezradio") : QStringLiteral("/bluesim"));
         if (!QFileInfo(run.controller).isExecutable()) {
@@ -125,9 +129,10 @@ base::Result<> findController(const std::string& radio, RunOptions& run)
     run.controller = absolute(radio);
     const QFileInfo program(run.controller);
     if (!program.exists()) {
-        return misused(QStringLiteral("--radio %1: there is no such program; give sim, bluez or the path of "
-                                      "an executable")
-                           .arg(QString::fromStdString(radio)));
+        return misused(
+            QStringLiteral("--radio %1: there is no such program; give sim, bluez, guest or the path of "
+                           "an executable")
+                .arg(QString::fromStdString(radio)));
     }
     if (!program.isFile() || !program.isExecutable()) {
         return misused(QStringLiteral("--radio %1: this is not an executable program").arg(run.controller));
@@ -240,8 +245,14 @@ base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<s
         return misused(QStringLiteral("--check: only \"--radio bluez\" needs something of this machine"));
     }
     if (found && !run.adapter.isEmpty() && !run.machineBus) {
-        return misused(
-            QStringLiteral("--adapter %1: only \"--radio bluez\" plays on an adapter").arg(run.adapter));
+        return misused(QStringLiteral("--adapter %1: only \"--radio bluez\" and \"guest\" play on an adapter")
+                           .arg(run.adapter));
+    }
+    for (const auto& [option, value] : { std::pair("--state", run.state), std::pair("--log", run.log) }) {
+        if (found && run.isGuest && !value.isEmpty()) {
+            return misused(QStringLiteral("%1 %2: what \"--radio guest\" writes does not outlive it")
+                               .arg(QLatin1String(option), value));
+        }
     }
     return found.map([&run] { return run; });
 }

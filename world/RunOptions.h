@@ -15,6 +15,7 @@ struct RunOptions
     bool checks = false; ///< looks at the machine's Bluetooth and runs nothing
     bool json = false; ///< what is found there
     QString adapter; ///< of the machine's, for the controller; empty is its own choice
+    bool isGuest = false; ///< all of it in the emulated machine
     bool machineBus = false; ///< the controller also speaks to the machine's own system bus
     QString scenario; ///< a name, or the path of a file; one that can be simulated
     QString state;

@@ -41,6 +41,11 @@ Terminal::Terminal()
 
 Terminal::~Terminal()
 {
+    restore();
+}
+
+void Terminal::restore() const
+{
     if (!m_before || belongsToOthers(tcgetpgrp(STDIN_FILENO))) {
         return;
     }

@@ -16,6 +16,9 @@ public:
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
+    /// Gives it back as it was, to our own process group.
+    void restore() const;
+
 private:
     std::optional<termios> m_before; ///< none when there is no terminal, or another group has it
 };

@@ -2,6 +2,7 @@
 #include "Descendants.h"
 #include "EverydayOutput.h"
 #include "Foreground.h"
+#include "Guest.h"
 #include "HostControl.h"
 #include "NoticeLog.h"
 #include "NoticeOutlet.h"
@@ -81,8 +82,9 @@ int runCommand(const world::RunOptions& options, world::World& world,
     world::Pipe liveView;
     if (options.isLiveView) {
         liveView = world::Pipe::create(O_NONBLOCK);
-        command.inherited = liveView.reading.get();
-        command.arguments << QStringLiteral("--notices") << QString::number(command.inherited);
+        const int notices = liveView.reading.get();
+        command.inherited = { notices };
+        command.arguments << QStringLiteral("--notices") << QString::number(notices);
         outlet.redirect(liveView.writing.get());
     }
     int status = 0;
@@ -151,6 +153,16 @@ int runWorld(const world::RunOptions& options, const world::PrivateFilesystem& f
     return status;
 }
 
+int runMachine(const world::RunOptions& options, int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const auto status = world::runInGuest(options);
+    if (!status) {
+        say(status.error().text);
+    }
+    return status.value_or(Unavailable);
+}
+
 /// zsh takes the variable in the place of its own folders, which it alone knows.
 void completeInZsh()
 {
@@ -209,6 +221,9 @@ int main(int argc, char** argv)
     }
     if (options->checks) {
         return checkMachine(*options);
+    }
+    if (options->isGuest) {
+        return runMachine(*options, argc, argv);
     }
     world::PrivateFilesystem filesystem;
     const auto entered = filesystem.enter({ options->controller, options->named }, argv);

@@ -20,7 +20,7 @@ private Q_SLOTS:
     void controllersVanishWhileScanning()
     {
         QVERIFY(scanFinds());
-        m_guest.unplug();
+        m_guest.machine().unplug();
         QVERIFY(m_world.await("status", "No Device"));
         QVERIFY(m_world.await("scanstate", "Scan Complete"));
         QCOMPARE(m_world.text("scanresultsAddr:0"), QString());
@@ -34,17 +34,17 @@ private Q_SLOTS:
     {
         RadioWorld::trigger("pair", m_guest.device(Way::Code, true));
         QVERIFY(m_world.await("pairstate", "Need Confirmation"));
-        m_guest.killBluetoothd();
+        m_guest.machine().killBluetoothd();
         QVERIFY(m_world.await("status", "No Device"));
         QVERIFY(m_world.await("pairstate", "Idle"));
         QCOMPARE(m_world.text("confirmationcode"), QString());
         QCOMPARE(m_world.text("pairlistAddr:0"), QString());
 
-        m_guest.startBluetoothd();
+        m_guest.machine().startBluetoothd();
         QCOMPARE(m_guest.awaitAdapters(), QString());
         QVERIFY(m_world.await("status", "On"));
         // The controllers are in the middle of the pairing still, and would refuse another one.
-        m_guest.unplug();
+        m_guest.machine().unplug();
         QVERIFY(m_world.await("status", "No Device"));
         plugIn();
         QCOMPARE(pairWith(m_world, m_guest.device(Way::Code, true)), "Paired");
@@ -94,7 +94,7 @@ private:
     }
     void plugIn()
     {
-        m_guest.plugIn();
+        m_guest.machine().plugIn();
         QCOMPARE(m_guest.awaitAdapters(), QString());
         QVERIFY(m_world.await("status", "On"));
     }

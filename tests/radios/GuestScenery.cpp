@@ -5,94 +5,75 @@
 
 #include <linux/rfkill.h>
 
-#include <utility>
-
-namespace {
-
-constexpr const char* BusAddress = "unix:path=/run/dbus/system_bus_socket";
-constexpr int Long = 60'000; // ms
-
-} // namespace
-
-bool GuestScenery::start(world::ChildProcess& process, const QStringList& arguments)
-{
-    world::Command command;
-    command.arguments = arguments;
-    return process.start(command).has_value();
-}
-
 QString GuestScenery::begin()
 {
-    world::ChildProcess daemon;
-    if (!start(daemon, { "dbus-daemon", "--system", "--fork", "--nopidfile" }) || daemon.wait() != 0) {
-        return "the guest's system bus did not start";
+    if (const auto started = m_machine.start(); !started) {
+        return started.error().text;
     }
-    QDBusConnection::connectToBus(BusAddress, "guest");
-    qputenv("BLUEZ_SYSTEM_BUS_ADDRESS", BusAddress);
-    plugIn();
-    startBluetoothd();
+    qputenv("BLUEZ_SYSTEM_BUS_ADDRESS", "unix:path=/run/dbus/system_bus_socket");
+    m_second = std::make_unique<SecondRadio>();
     const QString problem = awaitAdapters();
-    return problem.isEmpty()
-        ? guestbluez::setAdapter(FirstAdapter, { { "Alias", FoundAlias }, { "Powered", false } })
-        : problem;
-}
-
-void GuestScenery::startBluetoothd()
-{
-    // The usual variable names the world's private bus once the host runs.
-    start(m_bluetoothd,
-          { "env", QString("DBUS_SYSTEM_BUS_ADDRESS=") + BusAddress, "/usr/libexec/bluetooth/bluetoothd",
-            "-n" });
+    return problem.isEmpty() ? problemOf(guestbluez::setAdapter(
+               EmulatedControllers::FirstAdapter, { { "Alias", FoundAlias }, { "Powered", false } }))
+                             : problem;
 }
 
 QString GuestScenery::awaitAdapters()
 {
-    m_second.reset(); // the new one has the same place on the bus
-    m_second = std::make_unique<SecondRadio>();
-    return QTest::qWaitFor([] { return !SecondRadio::address().isEmpty(); }, Long)
-        ? SecondRadio::switchOn()
-        : "bluetoothd shows no second adapter";
+    return problemOf(EmulatedControllers::awaitAdapters().and_then([this] { return m_second->switchOn(); }));
 }
 
-// The emulated controllers pass no data once the other of them makes the connection; new ones do.
 void GuestScenery::setCaller(bool second)
 {
-    if (std::exchange(m_secondCalls, second) != second) {
-        plugInAnew();
+    const auto isAnew = m_machine.setCaller(second);
+    QVERIFY2(isAnew, qPrintable(problemOf(isAnew)));
+    if (*isAnew) {
+        awaitVisible();
     }
 }
 
-void GuestScenery::plugInAnew()
+void GuestScenery::awaitVisible()
 {
-    unplug();
-    QVERIFY(QTest::qWaitFor([] { return SecondRadio::address().isEmpty(); }, Long));
-    plugIn();
     QCOMPARE(awaitAdapters(), QString());
-    QVERIFY(QTest::qWaitFor([] { return adapterProperty("Discoverable").toBool(); }, Long));
+    QVERIFY(QTest::qWaitFor([] { return adapterProperty("Discoverable").toBool(); }, 60'000));
 }
 
 QString GuestScenery::device(Way way, bool agrees)
 {
-    if (const std::optional<int> status = m_controllers.wait(std::chrono::milliseconds(0))) {
-        qFatal("the emulated controllers have ended with status %d", *status);
+    if (!m_machine.arePluggedIn()) {
+        qFatal("the emulated controllers have ended");
     }
     setCaller(false);
-    m_second->expect(way, agrees);
+    m_second->setAgrees(agrees);
+    m_second->setPin(way == Way::Pin ? pin() : QString());
+    m_second->takeQuestions(way == Way::JustWorks ? "NoInputNoOutput" : "KeyboardDisplay");
     return SecondRadio::address();
 }
 
 QString GuestScenery::requestPairing()
 {
     setCaller(true);
-    m_second->pairWith(adapterProperty("Address").toString());
+    const auto begun = m_second->pairWith(adapterProperty("Address").toString());
+    if (!begun) {
+        qWarning().noquote() << problemOf(begun);
+    }
     return SecondRadio::address();
+}
+
+void GuestScenery::takeBackRequest()
+{
+    static_cast<void>(SecondRadio::giveUpPairing(adapterProperty("Address").toString()));
 }
 
 QString GuestScenery::lowEnergyDevice(const QString& capability)
 {
-    m_secondCalls = false;
-    plugInAnew(); // bluetoothd prefers what it remembers of the classic one
-    m_second->advertise(capability);
+    // bluetoothd prefers what it remembers of the classic one.
+    const auto begun = m_machine.plugInAnew();
+    awaitVisible();
+    const auto advertising = begun.and_then([&] { return m_second->advertise(capability); });
+    if (!advertising) {
+        qWarning().noquote() << problemOf(advertising);
+    }
     return SecondRadio::address();
 }
 

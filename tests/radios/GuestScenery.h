@@ -1,15 +1,13 @@
 #pragma once
 
-#include "ChildProcess.h"
-#include "GuestBluez.h"
+#include "EmulatedControllers.h"
 #include "Scenery.h"
 #include "SecondRadio.h"
+#include "support/ProblemOf.h"
 
-#include <csignal>
 #include <memory>
 
-/// The real radio: bluetoothd and two emulated controllers, in a guest of its own. The first one is the
-/// machine's, the second one is the device that it meets.
+/// The real radio: bluetoothd and two emulated controllers, in an emulated machine.
 class GuestScenery : public Scenery
 {
 public:
@@ -18,22 +16,15 @@ public:
     [[nodiscard]] QString device(Way way, bool agrees) override;
     void dropLink() override { SecondRadio::dropLink(); }
     QString requestPairing() override;
-    void takeBackRequest() override { SecondRadio::giveUpPairing(adapterProperty("Address").toString()); }
+    void takeBackRequest() override;
     void forgetUs() override { SecondRadio::forgetDevices(); }
 
+    [[nodiscard]] EmulatedControllers& machine() { return m_machine; }
     [[nodiscard]] SecondRadio& second() { return *m_second; }
     /// The second controller as a device of low energy that nobody has met. @return its address.
     [[nodiscard]] QString lowEnergyDevice(const QString& capability);
 
-    void plugIn() { start(m_controllers, { "btvirt", "-l2" }); }
-    void unplug() { m_controllers.end(); }
-    void startBluetoothd();
-    void killBluetoothd()
-    {
-        m_bluetoothd.signal(SIGKILL);
-        m_bluetoothd.wait();
-    }
-    /// Waits until both adapters are there. @return what went wrong.
+    /// Waits until both adapters are there, and the second one is on. @return what went wrong.
     [[nodiscard]] QString awaitAdapters();
 
     /// The name that somebody gave the adapter before; it is off then.
@@ -41,20 +32,15 @@ public:
     /// A property of the adapter under test.
     [[nodiscard]] static QVariant adapterProperty(const QString& name)
     {
-        return guestbluez::adapterProperty(FirstAdapter, name);
+        return guestbluez::adapterProperty(EmulatedControllers::FirstAdapter, name);
     }
     /// As the rfkill key of a notebook does.
     static bool block(bool blocked);
 
 private:
-    static constexpr const char* FirstAdapter = "/org/bluez/hci0";
-
-    static bool start(world::ChildProcess& process, const QStringList& arguments);
     void setCaller(bool second);
-    void plugInAnew();
+    void awaitVisible();
 
-    world::ChildProcess m_controllers;
-    world::ChildProcess m_bluetoothd;
+    EmulatedControllers m_machine;
     std::unique_ptr<SecondRadio> m_second;
-    bool m_secondCalls = false;
 };

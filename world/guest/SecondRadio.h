@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Scenery.h"
+#include "GuestBluez.h"
 
 #include <QDBusContext>
 #include <QDBusMessage>
@@ -19,16 +19,20 @@ class Advertisement : public QObject
     Q_PROPERTY(bool Discoverable READ isDiscoverable CONSTANT)
 
 public:
-    static QString type() { return "peripheral"; }
-    static QString localName() { return "Second"; }
+    static QString type() { return QStringLiteral("peripheral"); }
+    [[nodiscard]] QString localName() const { return m_localName; }
     static bool isDiscoverable() { return true; }
+    void setLocalName(const QString& name) { m_localName = name; }
 
 public Q_SLOTS:
     void Release() { }
+
+private:
+    QString m_localName;
 };
 
-/// The other emulated controller and the person who holds it: a client of the guest's bluetoothd with an
-/// agent of its own. Made anew when bluetoothd was.
+/// The other emulated controller and the person who holds it: a client of the emulated machine's bluetoothd
+/// with an agent of its own.
 class SecondRadio : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -39,27 +43,44 @@ public:
     ~SecondRadio() override;
 
     [[nodiscard]] static QString address();
-    /// On, visible and ready to be paired. @return what went wrong.
-    [[nodiscard]] static QString switchOn();
-    /// How it is paired from now on. bluetoothd asks our agent for the side that did not begin.
-    void expect(Way way, bool agrees);
-    /// Begins a pairing; the other side is then asked by the agent that was there before ours.
-    void pairWith(const QString& address);
+    /// On, visible and ready to be paired.
+    [[nodiscard]] base::Result<> switchOn();
+    [[nodiscard]] static base::Result<> switchOff();
+    [[nodiscard]] base::Result<> setName(const QString& name);
+
+    /// What the person says to questions from now on.
+    void setAgrees(bool agrees) { m_agrees = agrees; }
+    [[nodiscard]] bool agrees() const { return m_agrees; }
+    /// Has it asked for a PIN, this one, in place of the modern ways; without one, by those again.
+    void setPin(const QString& pin);
+    /// Takes the questions from bluetoothd, which asks our agent for the side that did not begin.
+    /// @param capability of the agent: "KeyboardDisplay" compares codes, "NoInputNoOutput" just works
+    void takeQuestions(const QString& capability);
+
+    /// Begins a pairing, once the other side is found; that one is then asked by the agent that was there
+    /// before ours.
+    [[nodiscard]] base::Result<> pairWith(const QString& address);
     /// Gives the pairing up that it has begun.
-    static void giveUpPairing(const QString& address);
+    [[nodiscard]] static base::Result<> giveUpPairing(const QString& address);
     /// An application of ours connects to one of theirs.
     static void connectTo(const QString& address, const QString& uuid);
     static void dropLink();
 
     /// A device of low energy alone, whose person can show or type a passkey.
-    void advertise(const QString& capability);
-    static void beClassic();
+    [[nodiscard]] base::Result<> advertise(const QString& capability);
+    /// A classic device again, if it was none.
+    [[nodiscard]] static base::Result<> beClassic();
     /// Six digits, once there is a passkey to be typed over here.
     [[nodiscard]] const QString& shownCode() const { return m_shownCode; }
-    /// Types a passkey, as soon as it is asked for. @return whether it was.
-    [[nodiscard]] bool type(const QString& code);
+    /// Types a passkey, as soon as it is asked for.
+    [[nodiscard]] base::Result<> type(const QString& code);
 
+    /// Those that it is paired with.
+    [[nodiscard]] static QStringList paired();
     static void forgetDevices();
+
+Q_SIGNALS:
+    void passkeyWanted();
 
 public Q_SLOTS:
     void Release() { }
@@ -71,28 +92,31 @@ public Q_SLOTS:
     QString RequestPinCode(const QDBusObjectPath&)
     {
         refuseUnlessAgreed();
-        return Scenery::pin();
+        return m_pin;
     }
     uint RequestPasskey(const QDBusObjectPath&)
     {
         setDelayedReply(true);
         m_passkeyQuestion = message();
+        Q_EMIT passkeyWanted();
         return 0;
     }
     void DisplayPasskey(const QDBusObjectPath&, uint passkey, ushort)
     {
-        m_shownCode = QString("%1").arg(passkey, 6, 10, QLatin1Char('0'));
+        m_shownCode = QStringLiteral("%1").arg(passkey, 6, 10, QLatin1Char('0'));
     }
 
 private:
     void refuseUnlessAgreed()
     {
         if (!m_agrees) {
-            sendErrorReply("org.bluez.Error.Rejected", "no");
+            sendErrorReply(QStringLiteral("org.bluez.Error.Rejected"), QStringLiteral("no"));
         }
     }
 
+    QString m_name = QStringLiteral("Second");
     bool m_agrees = true;
+    QString m_pin;
     Advertisement m_advertisement;
     QString m_shownCode;
     std::optional<QDBusMessage> m_passkeyQuestion;
