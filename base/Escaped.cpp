@@ -1,5 +1,7 @@
 #include "Escaped.h"
 
+#include <QVector>
+
 namespace base {
 
 namespace {
@@ -16,8 +18,11 @@ QString escapeOf(uint character)
     default:
         break;
     }
-    return character <= 0xff ? QStringLiteral("\\x%1").arg(character, 2, 16, QLatin1Char('0'))
-                             : QStringLiteral("\\u%1").arg(character, 4, 16, QLatin1Char('0'));
+    if (character <= 0xff) {
+        return QStringLiteral("\\x%1").arg(character, 2, 16, QLatin1Char('0'));
+    }
+    return character <= 0xffff ? QStringLiteral("\\u%1").arg(character, 4, 16, QLatin1Char('0'))
+                               : QStringLiteral("\\U%1").arg(character, 8, 16, QLatin1Char('0'));
 }
 
 } // namespace
@@ -27,21 +32,27 @@ bool isUnsafeToShow(char32_t character)
     const auto within = [character](char32_t first, char32_t last) {
         return character >= first && character <= last;
     };
-    return within(0, 0x1f) || within(0x7f, 0x9f) || character == 0x61c || within(0x200e, 0x200f)
-        || within(0x2028, 0x202e) || within(0x2066, 0x2069);
+    switch (QChar::category(static_cast<uint>(character))) {
+    case QChar::Other_Control:
+    case QChar::Other_Format: // zero width, direction, tags
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        break;
+    }
+    // Letters and marks that are not seen either: joiners, fillers, selectors of a variant.
+    return character == 0x34f || within(0x115f, 0x1160) || within(0x17b4, 0x17b5) || within(0x180b, 0x180f)
+        || character == 0x2065 || character == 0x3164 || within(0xfe00, 0xfe0f) || character == 0xffa0
+        || within(0xfff0, 0xfff8) || within(0xe0000, 0xe0fff);
 }
 
 QString escaped(const QString& text)
 {
     QString shown;
     shown.reserve(text.size());
-    // All of them are in the basic plane: one UTF-16 unit each.
-    for (const QChar character : text) {
-        if (isUnsafeToShow(character.unicode())) {
-            shown += escapeOf(character.unicode());
-        } else {
-            shown += character;
-        }
+    for (const uint character : text.toUcs4()) {
+        shown += isUnsafeToShow(character) ? escapeOf(character) : QString::fromUcs4(&character, 1);
     }
     return shown;
 }

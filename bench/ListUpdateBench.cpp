@@ -1,5 +1,6 @@
 // list_update_bench: what updates of a list of 32 devices cost a server and the bus, with and without clients
-// that watch. Figures are ratios to telling each of the 97 writes in a signal of its own, in the same run.
+// that watch, and what it costs to read one item. Figures are ratios to telling each of the 97 writes in a
+// signal of its own, in the same run.
 
 #include "ListModule.h"
 #include "MessageCounter.h"
@@ -16,8 +17,10 @@
 #include <QDBusPendingCall>
 #include <QDBusServiceWatcher>
 #include <QEventLoop>
+#include <QProcess>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -89,6 +92,7 @@ public:
                     ownMemory(m_bus.pid()) - before);
         m_watchers.clear();
         measureMemory();
+        measureReading();
         return 0;
     }
 
@@ -201,6 +205,39 @@ private:
             std::printf("memory of 1,000 items%s: %ld KiB\n",
                         withExpressions ? ", each with an expression of its own" : "",
                         (ownMemory(m_server->pid()) - none) * 1000 / ManyItems);
+        }
+    }
+
+    /// The processor time of a program that reads an item; not its duration, as the server is behind the
+    /// counter. Without blocking, for the same reason.
+    static double costOfReading(const QString& program, const QStringList& arguments)
+    {
+        const double before = endedChildrenMicroseconds();
+        QProcess process;
+        QEventLoop loop;
+        QObject::connect(&process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop,
+                         &QEventLoop::quit);
+        process.start(program, arguments);
+        loop.exec();
+        if (process.exitCode() != 0) {
+            qFatal("%s: %s", qPrintable(program), process.readAllStandardError().constData());
+        }
+        return endedChildrenMicroseconds() - before;
+    }
+
+    void measureReading()
+    {
+        for (const int items : { 10, ManyItems }) {
+            startServer(items, false);
+            std::vector<double> ratios;
+            for (int i = 0; i < Updates; ++i) {
+                const double least = costOfReading(QStringLiteral(ONE_CALL), {});
+                ratios.push_back(costOfReading(QStringLiteral(ITEMCTL), { "get", "status" }) / least);
+            }
+            std::nth_element(ratios.begin(), ratios.begin() + Updates / 2, ratios.end());
+            std::printf("itemctl get, %d items: %.2f of the least program that reads one\n", items,
+                        ratios[Updates / 2]);
+            std::fflush(stdout);
         }
     }
 

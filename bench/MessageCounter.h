@@ -25,8 +25,8 @@ private:
     void count(const QByteArray& sent);
 
     QString m_busSocket;
-    QLocalServer m_server;
     QLocalSocket m_bus;
+    QLocalServer m_server; ///< ends first, and with it the client, which closes the bus
     QLocalSocket* m_client = nullptr; ///< owned by the server
     QByteArray m_uncounted; ///< the begin of a message whose rest has not arrived
     bool m_isAuthenticated = false;

@@ -3,6 +3,7 @@
 #include <ctime>
 #include <fstream>
 #include <string>
+#include <sys/resource.h>
 
 double cpuMicroseconds(pid_t process)
 {
@@ -12,6 +13,16 @@ double cpuMicroseconds(pid_t process)
         return 0;
     }
     return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
+}
+
+double endedChildrenMicroseconds()
+{
+    rusage usage = {};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    const auto microseconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
+    };
+    return microseconds(usage.ru_utime) + microseconds(usage.ru_stime);
 }
 
 long ownMemory(pid_t process)

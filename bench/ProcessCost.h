@@ -4,5 +4,7 @@
 
 /// What a process has cost so far.
 double cpuMicroseconds(pid_t process);
+/// What the processes have cost that this one started and that have ended.
+double endedChildrenMicroseconds();
 /// Memory that is its own and written to, in KiB.
 long ownMemory(pid_t process);

@@ -85,6 +85,7 @@ void DaemonService::followRadio()
             Q_EMIT pairListChanged(payload(list));
         }
     });
+    connect(&m_radio, &Radio::failed, this, &notice);
     connect(&m_radio, &Radio::connectionEstablished, this,
             [this](qulonglong address) { Q_EMIT connectionEstablished(payload(address)); });
     connect(&m_radio, &Radio::headsetConnected, this,

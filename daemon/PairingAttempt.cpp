@@ -29,7 +29,10 @@ bool PairingAttempt::waitsForConfirmation() const
 
 base::Result<> PairingAttempt::pinReply(const QString& pin)
 {
-    return waitsForPin() ? takePin(pin) : nothingPending(QStringLiteral("a PIN"));
+    if (!waitsForPin()) {
+        return nothingPending(QStringLiteral("a PIN"));
+    }
+    return takePin(pin).map([this] { m_wanted = true; });
 }
 
 base::Result<> PairingAttempt::pinDecline()
@@ -46,6 +49,7 @@ base::Result<> PairingAttempt::confirm()
     if (!waitsForConfirmation()) {
         return nothingPending(QStringLiteral("a confirmation"));
     }
+    m_wanted = true;
     takeConsent();
     return {};
 }
@@ -63,6 +67,26 @@ void PairingAttempt::refuse()
 {
     m_refused = true;
     takeRefusal();
+}
+
+void PairingAttempt::fail(Cause cause, const QString& text)
+{
+    if (isUnderWay()) {
+        m_failure = text;
+        enter(wordsOf(cause).end);
+    }
+}
+
+QString PairingAttempt::shownDevice() const
+{
+    const QString address = AddressHelper::int2str(m_address);
+    const QString name = deviceName();
+    return name.isEmpty() ? address : QStringLiteral("%1 (%2)").arg(name, address);
+}
+
+QString PairingAttempt::failure() const
+{
+    return m_failure;
 }
 
 void PairingAttempt::enter(PairState state)

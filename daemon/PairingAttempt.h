@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RadioTypes.h"
+#include "PairingCause.h"
 #include "Result.h"
 
 #include <QObject>
@@ -17,11 +17,22 @@ public:
     [[nodiscard]] qulonglong address() const { return m_address; }
     [[nodiscard]] const PairingProgress& progress() const { return m_progress; }
     [[nodiscard]] bool isUnderWay() const { return !isSettled(m_progress.state); }
+    /// The other side began.
+    [[nodiscard]] bool isIncoming() const { return m_incoming; }
+    /// Our user has agreed.
+    [[nodiscard]] bool isWanted() const { return m_wanted; }
+
+    /// The device's name and address, or the address alone.
+    [[nodiscard]] QString shownDevice() const;
+    /// Why it has failed, in one line for a person; empty when it has not.
+    [[nodiscard]] QString failure() const;
 
     base::Result<> pinReply(const QString& pin);
     base::Result<> pinDecline();
     base::Result<> confirm();
     base::Result<> reject();
+    /// The user does not want it, whatever it waits for.
+    void refuse();
 
 Q_SIGNALS:
     void progressed();
@@ -32,9 +43,14 @@ protected:
     {
     }
 
+    void setIncoming() { m_incoming = true; }
     /// Goes on to a state, or stays in it with a name that has become known. The code stays until a settled
     /// state.
     void enter(PairState state);
+    /// Goes on to the settled state that belongs to the cause; nothing when it is settled already.
+    void fail(Cause cause) { fail(cause, causeText(cause)); }
+    /// \a text is what a person is told.
+    void fail(Cause cause, const QString& text);
     void setCode(const QString& code) { m_progress.code = code; }
     /// The user does not want it; there is no other answer after that.
     [[nodiscard]] bool isRefused() const { return m_refused; }
@@ -49,10 +65,12 @@ private:
     [[nodiscard]] bool waitsForConfirmation() const;
     [[nodiscard]] bool waitsForPin() const;
     [[nodiscard]] base::Result<> nothingPending(const QString& question) const;
-    void refuse();
 
     qulonglong m_address;
     PairingProgress m_progress;
+    QString m_failure;
+    bool m_incoming = false;
+    bool m_wanted = false;
     bool m_refused = false;
 };
 

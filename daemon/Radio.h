@@ -55,6 +55,8 @@ Q_SIGNALS:
 
     void pairingChanged(const bt::PairingProgress& progress);
     void pairListChanged(const PairList& list);
+    /// Why something came to nothing that a client was told would be done, for a person: one line.
+    void failed(const QString& what);
 
     void connectionEstablished(qulonglong address);
     void headsetConnected(qulonglong address);

@@ -113,20 +113,99 @@ base::Result<> RadioRules::pair(qulonglong address)
     if (base::Result<> ready = requireOn(); !ready) {
         return ready;
     }
+    makeWayFor(address);
     if (base::Result<> idle = requireNoPairing(QStringLiteral("one pairing at a time")); !idle) {
         return idle;
     }
+    if (isPaired(address) && m_forgetful.contains(address)) {
+        return base::error(causeText(Cause::ForgotUs));
+    }
+    m_refused.forgive(address);
     endScan();
     if (isPaired(address)) {
         Q_EMIT pairingChanged({ PairState::Paired, {}, {} });
     } else if (const QString reason = whyNobody(address); !reason.isEmpty()) {
-        notice(QStringLiteral("Pair failed: %1").arg(reason));
+        Q_EMIT failed(QStringLiteral("Pair failed: %1").arg(reason));
         Q_EMIT pairingChanged({ PairState::Outgoing, unknownDevice(AddressHelper::int2str(address)), {} });
         Q_EMIT pairingChanged({ PairState::FailedConnection, {}, {} });
     } else {
         startPairing(address);
     }
     return {};
+}
+
+void RadioRules::makeWayFor(qulonglong address)
+{
+    PairingAttempt* pairing = attempt();
+    if (pairing != nullptr && pairing->isUnderWay() && pairing->isIncoming() && !pairing->isWanted()
+        && pairing->address() != address) {
+        pairing->refuse();
+    }
+}
+
+base::Result<> RadioRules::requireHeard(qulonglong address, const QString& name)
+{
+    if (!m_refused.hears(address, now())) {
+        return base::error(
+            QStringLiteral("%1 was refused again and again and is not heard for a while; pairing with it "
+                           "from here works")
+                .arg(name));
+    }
+    if (const int unheard = m_refused.takeUnheard(address); unheard > 0) {
+        notice(QStringLiteral("%1 has asked to pair %2 times while it was not heard").arg(name).arg(unheard));
+    }
+    return {};
+}
+
+void RadioRules::tellOf(const PairingAttempt& pairing)
+{
+    connect(&pairing, &PairingAttempt::progressed, this, [this, &pairing] {
+        noteOutcome(pairing);
+        Q_EMIT pairingChanged(pairing.progress());
+    });
+}
+
+void RadioRules::noteOutcome(const PairingAttempt& pairing)
+{
+    const PairState state = pairing.progress().state;
+    if (!pairing.failure().isEmpty()) {
+        Q_EMIT failed(
+            QStringLiteral("pairing with %1 failed: %2").arg(pairing.shownDevice(), pairing.failure()));
+    }
+    if (state == PairState::Paired) {
+        m_forgetful.remove(pairing.address());
+        m_refused.forgive(pairing.address());
+        return;
+    }
+    if (!isSettled(state) || !pairing.isIncoming() || pairing.isWanted()) {
+        return;
+    }
+    const auto silence = m_refused.refuse(pairing.address(), now());
+    if (silence.count() > 0) {
+        notice(QStringLiteral("%1 was refused again; it is not heard for %2 s")
+                   .arg(AddressHelper::int2str(pairing.address()))
+                   .arg(silence.count() / 1000));
+    }
+}
+
+void RadioRules::breakOff()
+{
+    const PairingAttempt* pairing = attempt();
+    if (pairing != nullptr && pairing->isUnderWay()) {
+        Q_EMIT failed(QStringLiteral("pairing with %1 failed: %2")
+                          .arg(pairing->shownDevice(), causeText(Cause::RadioGone)));
+    }
+    dropAttempt();
+    Q_EMIT pairingChanged({});
+}
+
+void RadioRules::tellConnectionFailed(qulonglong address, Cause cause, const QString& detail)
+{
+    if (cause == Cause::ForgotUs) {
+        m_forgetful.insert(address);
+    }
+    Q_EMIT failed(QStringLiteral("connecting with %1 failed: %2")
+                      .arg(AddressHelper::int2str(address), causeText(cause, detail)));
 }
 
 QString RadioRules::whyNobody(qulonglong address) const

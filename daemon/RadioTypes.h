@@ -20,7 +20,7 @@ enum class PairState {
     NeedSimpleConfirmation = 5, ///< waits for confirmCode() or rejectCode(); there is no code
     Finishing = 6,
     Paired = 100,
-    Failed = 200, ///< the user did not want it, or the radio was switched off
+    Failed = 200, ///< our user did not want it, or the radio could not do it
     FailedAuthentication = 201, ///< wrong PIN, refused by the device, or nobody answered in time
     FailedConnection = 202 ///< the device was out of reach
 };

@@ -1,8 +1,9 @@
 // What the host opens. It stands outside of the module's library, which is the shipped file and exports its
 // class alone.
 #include "BluetoothModule.h"
+#include "ModuleEntry.h"
 
-extern "C" Q_DECL_EXPORT RegistrationModule* createModule(QObject* parent)
+RegistrationModule* createModule(QObject* parent)
 {
     return new BluetoothModule(parent); // the parent owns it
 }

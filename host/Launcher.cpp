@@ -22,8 +22,28 @@ namespace {
 
 constexpr int UsageStatus = 2;
 
+int fail(const QString& what)
+{
+    std::fprintf(stderr, "bluetoothlauncher: %s\n", qPrintable(what));
+    return 1;
+}
+
+/// The module of which an object is a part, as far as its parents tell.
+QString moduleOf(const QObject* object)
+{
+    for (; object != nullptr; object = object->parent()) {
+        if (const auto* module = qobject_cast<const RegistrationModule*>(object)) {
+            return QStringLiteral("the module \"%1\"").arg(module->moduleName());
+        }
+    }
+    return QStringLiteral("a module");
+}
+
 /// A forked copy of this process comes back out of the module when the controller program cannot be executed.
 /// It leaves here at the latest, at the end of the event in which it came to be.
+///
+/// What a module throws ends here as well, and the host with it, in order: nobody knows in which state that
+/// module is, and the configs of the others are stored.
 class Application : public QCoreApplication
 {
 public:
@@ -31,16 +51,35 @@ public:
 
     bool notify(QObject* receiver, QEvent* event) override
     {
-        const bool handled = QCoreApplication::notify(receiver, event);
+        bool handled = true;
+        QString fault;
+        try {
+            handled = QCoreApplication::notify(receiver, event);
+        } catch (...) {
+            fault = thrownText();
+        }
         ipc::leaveIfForked();
+        if (!fault.isEmpty()) {
+            exit(fail(QStringLiteral("%1 failed: %2; the host ends, all configs are stored")
+                          .arg(moduleOf(receiver), fault)));
+        }
         return handled;
     }
 };
 
-int fail(const QString& what)
+/// A step of the server that calls its modules, outside of any event.
+template <typename Step>
+ipc::Outcome<ipc::Done> guarded(const ipc::ItemServer& server, const Step& step)
 {
-    std::fprintf(stderr, "bluetoothlauncher: %s\n", qPrintable(what));
-    return 1;
+    try {
+        return step();
+    } catch (...) {
+        const QString fault = thrownText();
+        ipc::leaveIfForked();
+        return ipc::Error{ ipc::Error::Kind::Failed,
+                           QStringLiteral("one of the modules %1 failed: %2")
+                               .arg(server.modules().join(QStringLiteral(", ")), fault) };
+    }
 }
 
 // Before the module is constructed: it translates its labels once, when it creates its items.
@@ -65,7 +104,7 @@ void endWithBus(const base::BusLoss& bus, const char* name)
     });
 }
 
-int serve(ModuleFactory createModule, const QString& stateFolder)
+int serve(const Options& options)
 {
     const base::EndingSignals signalsToEnd;
     QObject::connect(&signalsToEnd, &base::EndingSignals::received, qApp, &QCoreApplication::quit);
@@ -80,17 +119,28 @@ int serve(ModuleFactory createModule, const QString& stateFolder)
     const base::BusLoss sessionBusLoss(QDBusConnection::sessionBus());
     endWithBus(sessionBusLoss, "session");
     QObject modules;
-    RegistrationModule* const module = createModule(&modules);
-    ipc::ItemServer server(QDBusConnection::sessionBus(), stateFolder);
-    server.addModule(*module);
-    if (const auto started = server.start(); !started) {
+    const auto made = makeModules(QStringList(defaultModuleFile()) + options.moduleFiles, modules);
+    if (!made) {
+        return fail(made.error().text);
+    }
+    ipc::ItemServer server(QDBusConnection::sessionBus(), options.stateFolder);
+    const auto started = guarded(server, [&] {
+        for (RegistrationModule* module : *made) {
+            server.addModule(*module);
+        }
+        return server.start();
+    });
+    if (!started) {
         return fail(started.error().message);
     }
 
     const int status = QCoreApplication::exec();
     // The controller is left to the kernel, which ends it together with this process.
-    server.halt();
-    return status;
+    const auto halted = guarded(server, [&] {
+        server.halt();
+        return ipc::Done();
+    });
+    return halted ? status : fail(halted.error().message);
 }
 
 } // namespace
@@ -112,13 +162,7 @@ int launch(int argc, char** argv)
     }
     QTranslator translator;
     installTranslation(translator);
-
-    const QString file = options->moduleFile.isEmpty() ? defaultModuleFile() : options->moduleFile;
-    const auto createModule = openModule(file);
-    if (!createModule) {
-        return fail(createModule.error().text);
-    }
-    return serve(*createModule, options->stateFolder);
+    return serve(*options);
 }
 
 } // namespace host

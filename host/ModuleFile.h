@@ -1,18 +1,28 @@
 #pragma once
 
-#include "ModuleEntry.h"
 #include "Result.h"
 
 #include <QString>
+#include <QStringList>
+
+#include <vector>
+
+class QObject;
+class RegistrationModule;
 
 namespace host {
 
-/// Opens a module file, for as long as the process lives: a module's types, texts and translations are
-/// referred to from places that nobody can count.
+/// Makes the modules of these files, children of a parent, in their order: none is made before each file has
+/// been opened. A file stays open for as long as the process lives: a module's types, texts and translations
+/// are referred to from places that nobody can count.
 /// The error names the file and what is wrong with it.
-[[nodiscard]] base::Result<ModuleFactory> openModule(const QString& file);
+[[nodiscard]] base::Result<std::vector<RegistrationModule*>> makeModules(const QStringList& files,
+                                                                         QObject& parent);
 
 /// The module file beside this program: ../lib/bluetooth-entry.so, seen from the program's folder.
 [[nodiscard]] QString defaultModuleFile();
+
+/// What a module threw, in words; to be called where it is caught.
+[[nodiscard]] QString thrownText();
 
 } // namespace host

@@ -42,12 +42,12 @@ base::Result<Options> readOptions(const QStringList& arguments)
         QStringLiteral("state"),
         QStringLiteral("Folder that keeps the configs; made when it is missing (default: %1)").arg(folder),
         QStringLiteral("DIR"), folder);
-    const QCommandLineOption module(QStringLiteral("module"),
-                                    QStringLiteral("The module to load (default: ../lib/bluetooth-entry.so)"),
-                                    QStringLiteral("FILE"));
+    const QCommandLineOption module(
+        QStringLiteral("module"), QStringLiteral("A module to serve beside the Bluetooth module; any number"),
+        QStringLiteral("FILE"));
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Serves the Bluetooth module's items on the session bus, until SIGTERM or SIGINT."));
+        QStringLiteral("Serves the items of its modules on the session bus, until SIGTERM or SIGINT."));
     parser.addOptions({ help, state, module });
     const bool isParsed = parser.parse(arguments);
     const QString wrong = mistake(parser, isParsed);
@@ -55,7 +55,7 @@ base::Result<Options> readOptions(const QStringList& arguments)
         return base::error(QStringLiteral("%1; --help shows what is understood").arg(wrong),
                            base::Failure::Usage);
     }
-    return Options{ parser.value(state), parser.value(module),
+    return Options{ parser.value(state), parser.values(module),
                     parser.isSet(help) ? parser.helpText() : QString() };
 }
 

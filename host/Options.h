@@ -11,7 +11,7 @@ namespace host {
 struct Options
 {
     QString stateFolder; ///< where the configs are kept
-    QString moduleFile; ///< empty for the one beside the program
+    QStringList moduleFiles; ///< of the modules beside Bluetooth
     QString help; ///< asked for, to be shown instead of serving
 };
 

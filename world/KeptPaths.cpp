@@ -1,6 +1,7 @@
 #include "KeptPaths.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -42,6 +43,12 @@ QStringList pathsBelowTmp(const QStringList& paths)
         }
     }
     return kept;
+}
+
+bool makeMountPoint(const QString& path, bool isFolder)
+{
+    return isFolder ? QDir().mkpath(path)
+                    : QDir().mkpath(QFileInfo(path).path()) && QFile(path).open(QIODevice::WriteOnly);
 }
 
 QStringList foldersOfThisProgram()

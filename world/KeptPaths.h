@@ -10,6 +10,9 @@ namespace world {
 /// out; each comes after those that are shorter.
 [[nodiscard]] QStringList pathsBelowTmp(const QStringList& paths);
 
+/// Makes what the path's own file or folder can be bound to, and the folders above.
+[[nodiscard]] bool makeMountPoint(const QString& path, bool isFolder);
+
 /// The folders that the running program needs to be found in: its build, and the checkout around that.
 [[nodiscard]] QStringList foldersOfThisProgram();
 

@@ -1,6 +1,7 @@
 #include "MountNamespace.h"
 
-#include <QDir>
+#include "KeptPaths.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -8,7 +9,6 @@
 #include <linux/capability.h>
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 
 #include <array>
@@ -98,29 +98,13 @@ KeptDescriptors openKept(const QStringList& paths)
     return kept;
 }
 
-bool makeMountPoint(const QString& path, int fd)
-{
-    struct stat about
-    {
-    };
-    if (fstat(fd, &about) != 0) {
-        return false;
-    }
-    if (S_ISDIR(about.st_mode)) {
-        return QDir().mkpath(path);
-    }
-    const QByteArray name = QFile::encodeName(path);
-    return QDir().mkpath(QFileInfo(path).path())
-        && FileDescriptor(open(name.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600)).isOpen();
-}
-
 base::Result<> bindBack(const KeptDescriptors& kept)
 {
     for (const auto& [path, fd] : kept) {
-        const QByteArray source = "/proc/self/fd/" + QByteArray::number(fd.get());
-        if (!makeMountPoint(path, fd.get())
-            || mount(source.constData(), QFile::encodeName(path).constData(), nullptr, MS_BIND | MS_REC,
-                     nullptr)
+        const QString source = QStringLiteral("/proc/self/fd/%1").arg(fd.get());
+        if (!makeMountPoint(path, QFileInfo(source).isDir())
+            || mount(QFile::encodeName(source).constData(), QFile::encodeName(path).constData(), nullptr,
+                     MS_BIND | MS_REC, nullptr)
                 != 0) {
             return failed(QStringLiteral("bind mount of %1").arg(path));
         }

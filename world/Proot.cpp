@@ -1,8 +1,8 @@
 #include "Proot.h"
 
 #include "ChildProcess.h"
-
 #include "Foreground.h"
+#include "KeptPaths.h"
 #include "SystemCallFilter.h"
 
 #include <QCoreApplication>
@@ -54,19 +54,6 @@ QStringList prootWith(const Layout& layout)
     return arguments;
 }
 
-/// The places that the bindings below /tmp cover have to exist in what is bound there.
-void makeMountPoints(const Layout& layout)
-{
-    for (const QString& path : layout.kept) {
-        const QString place = layout.temporary() + path.mid(QStringLiteral("/tmp").size());
-        if (QFileInfo(path).isDir()) {
-            QDir().mkpath(place);
-        } else if (QDir().mkpath(QFileInfo(place).path())) {
-            QFile(place).open(QIODevice::WriteOnly);
-        }
-    }
-}
-
 /// Whether proot shows the view on this machine, by letting it show it to a small program.
 base::Result<> tryOut(const QStringList& proot, const QString& outputPath)
 {
@@ -109,7 +96,12 @@ base::Result<int> runUnderProot(const Layout& layout, char* const* arguments)
         || chmod(QFile::encodeName(layout.temporary()).constData(), 01777) != 0) {
         return base::error(QStringLiteral("%1 cannot be made").arg(layout.temporary()));
     }
-    makeMountPoints(layout);
+    for (const QString& path : layout.kept) {
+        const QString place = layout.temporary() + path.mid(QStringLiteral("/tmp").size());
+        if (!makeMountPoint(place, QFileInfo(path).isDir())) {
+            return base::error(QStringLiteral("%1 cannot be made").arg(place));
+        }
+    }
     // Without this it makes its mount points in the machine's own folders, where it may.
     qputenv("PROOT_DONT_POLLUTE_ROOTFS", "1");
     const QStringList proot = prootWith(layout);

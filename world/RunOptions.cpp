@@ -34,10 +34,12 @@ QString absolute(const std::string& path)
 struct TypedOptions
 {
     std::string radio = "sim";
+    std::string adapter;
     std::string scenario;
     std::string state;
     std::string log;
     std::string host;
+    std::vector<std::string> modules;
     bool tour = false;
 };
 
@@ -61,20 +63,27 @@ void describe(CLI::App& app, TypedOptions& typed)
     app.footer(
         "In the world: private system and session buses, the host with the module loaded and ready, a\n"
         "stand-in of the mobile synchronisation module, an empty /tmp, the radio's controller at\n"
-        "/usr/bin/blue_controller_zq4, and itemctl and simctl in PATH. It ends with COMMAND, and leaves\n"
-        "nothing behind.\n"
+        "/usr/bin/blue_controller_zq4; itemctl, simctl and hostctl in PATH. It ends with COMMAND, and\n"
+        "leaves nothing behind.\n"
         "Exit status: that of COMMAND, 128+n when signal n ended it, 126 or 127 when it could not be\n"
         "started; 2 usage; 69 when the world could not be set up.");
     app.add_option("--radio", typed.radio,
                    "who plays the radio: sim (simulated), bluez (this machine's, by BlueZ), or any program")
         ->type_name("sim|bluez|PROGRAM")
         ->capture_default_str();
+    app.add_option("--adapter", typed.adapter,
+                   "with --radio bluez: the adapter, by its address or as \"hci1\" (the lowest)")
+        ->type_name("ADAPTER");
     app.add_option("--scenario", typed.scenario,
                    "the simulated radio's surroundings (a small room of devices)")
         ->type_name("NAME|FILE")
         ->check([](const std::string& text) {
             return text.empty() ? std::string("an empty text names no scenario") : std::string();
         });
+    app.add_option("--module", typed.modules,
+                   "a module to load beside Bluetooth into the same host; repeatable")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
     app.add_option("--state", typed.state, "where the host keeps its configs (fresh for each call)")
         ->type_name("DIR");
     app.add_option("--log", typed.log,
@@ -87,6 +96,12 @@ void describe(CLI::App& app, TypedOptions& typed)
         typed.tour = true;
     });
     app.require_subcommand(0, 1);
+}
+
+/// A program or library is to be seen in the world together with what stands beside it.
+void nameWithFolders(const QFileInfo& file, RunOptions& run)
+{
+    run.named << file.filePath() << file.path() << QFileInfo(file.canonicalFilePath()).path();
 }
 
 base::Result<> findController(const std::string& radio, RunOptions& run)
@@ -111,7 +126,7 @@ base::Result<> findController(const std::string& radio, RunOptions& run)
     if (!program.isFile() || !program.isExecutable()) {
         return misused(QStringLiteral("--radio %1: this is not an executable program").arg(run.controller));
     }
-    run.named << program.path() << QFileInfo(program.canonicalFilePath()).path();
+    nameWithFolders(program, run);
     return {};
 }
 
@@ -152,6 +167,14 @@ base::Result<> resolvePaths(const TypedOptions& typed, RunOptions& run)
     }
     if (!typed.host.empty()) {
         run.host = absolute(typed.host);
+    }
+    for (const std::string& typedModule : typed.modules) {
+        const QFileInfo module(absolute(typedModule));
+        if (!module.isFile()) {
+            return misused(QStringLiteral("--module %1: there is no such file").arg(module.filePath()));
+        }
+        run.modules << module.filePath();
+        nameWithFolders(module, run);
     }
     if (!typed.log.empty()) {
         run.log = absolute(typed.log);
@@ -203,9 +226,13 @@ base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<s
         run.command = run.isTour ? QStringList{ World::binFolder() + QStringLiteral("/bluetoothtour") }
                                  : QStringList{ QStringLiteral("itemctl"), QStringLiteral("top") };
     }
-    return resolvePaths(typed, run).and_then([&] { return findController(typed.radio, run); }).map([&] {
-        return run;
-    });
+    auto found = resolvePaths(typed, run).and_then([&] { return findController(typed.radio, run); });
+    run.adapter = QString::fromStdString(typed.adapter);
+    if (found && !run.adapter.isEmpty() && !run.machineBus) {
+        return misused(
+            QStringLiteral("--adapter %1: only \"--radio bluez\" plays on an adapter").arg(run.adapter));
+    }
+    return found.map([&run] { return run; });
 }
 
 } // namespace

@@ -12,11 +12,13 @@ struct RunOptions
 {
     QString help; ///< to be printed instead of running anything, unless it is empty
     QString controller; ///< the program of --radio
+    QString adapter; ///< of the machine's, for the controller; empty is its own choice
     bool machineBus = false; ///< the controller also speaks to the machine's own system bus
     QString scenario; ///< a name, or the path of a file; one that can be simulated
     QString state;
     QString log;
     QString host; ///< empty is this build's
+    QStringList modules; ///< files of modules beside Bluetooth
     QStringList command; ///< never empty
     bool isTour = false;
     bool isLiveView = false; ///< the command is that of a person who gave none, on a terminal

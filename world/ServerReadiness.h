@@ -22,4 +22,7 @@ enum class Readiness {
 [[nodiscard]] Readiness awaitServer(const QString& sessionBusAddress, const QString& busName, int process,
                                     int cancel, std::chrono::milliseconds limit);
 
+/// Returns when a name is not on the bus: a process that was killed leaves it a moment later.
+void awaitAbsence(const QString& sessionBusAddress, const QString& busName, std::chrono::milliseconds limit);
+
 } // namespace world

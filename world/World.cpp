@@ -70,11 +70,24 @@ void World::exportEnvironment() const
     }
     qputenv("ITEMCTL_SERVERS", servers);
     qputenv("PATH", QFile::encodeName(binFolder()) + ':' + qgetenv("PATH"));
+    // Shells find there what completes our programs' command lines.
+    const QByteArray share = QFile::encodeName(QDir::cleanPath(binFolder() + QStringLiteral("/../share")));
+    const QByteArray others = qgetenv("XDG_DATA_DIRS");
+    qputenv("XDG_DATA_DIRS",
+            share + ':' + (others.isEmpty() ? QByteArray("/usr/local/share:/usr/share") : others));
 }
 
 base::Result<> World::startHost()
 {
-    return startServer(m_host, { m_options.host, QStringLiteral("--state"), stateFolder() }, hostName());
+    if (hostRuns()) {
+        return {};
+    }
+    m_isHostWanted = true;
+    QStringList arguments{ m_options.host, QStringLiteral("--state"), stateFolder() };
+    for (const QString& module : m_options.modules) {
+        arguments << QStringLiteral("--module") << module;
+    }
+    return startServer(m_host, arguments, hostName());
 }
 
 base::Result<> World::startCompanion()
@@ -123,7 +136,22 @@ base::Result<> World::restartHost()
 
 void World::stopHost()
 {
+    m_isHostWanted = false;
     m_host.end(HostGrace);
+    awaitAbsence(m_sessionBus.address(), hostName(), ChildProcess::Grace);
+}
+
+base::Result<> World::signalHost(int number)
+{
+    if (!hostRuns()) {
+        return base::error(QStringLiteral("the host does not run; \"hostctl start\" starts it"));
+    }
+    if (number == SIGSTOP && m_filesystem.mechanism() == Mechanism::Proot) {
+        return base::error(
+            QStringLiteral("proot lets no process be stopped; this works where namespaces do"));
+    }
+    m_host.signal(number);
+    return {};
 }
 
 bool World::hostRuns()
@@ -135,7 +163,7 @@ void World::stop()
 {
     endDescendants({ m_host.pid(), m_companion.pid(), m_systemBus.pid(), m_sessionBus.pid() },
                    ChildProcess::Grace);
-    stopHost();
+    m_host.end(HostGrace);
     m_companion.end();
     m_sessionBus.stop();
     m_systemBus.stop();

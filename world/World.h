@@ -13,6 +13,7 @@ namespace world {
 struct WorldOptions
 {
     QString host; ///< the host's program; empty is the bluetoothlauncher of this build
+    QStringList modules; ///< files of modules that the host serves beside Bluetooth
     QString companion; ///< the mobile synchronisation module's program; empty is none
     QString state; ///< the folder of the host's configs; empty is a fresh one
     int output = -1; ///< takes what buses, host and controller print; -1 is a file that output() reads
@@ -22,8 +23,9 @@ struct WorldOptions
 
 /// A private system bus, a private session bus and the host, ready for clients. This process's environment
 /// leads to them: DBUS_SYSTEM_BUS_ADDRESS, DBUS_SESSION_BUS_ADDRESS, and PATH with the build's programs
-/// first. The simulated radio keeps its pairings as long as the world stands (BLUESIM_STATE). There is one in
-/// a process, because QDBusConnection::systemBus() and sessionBus() keep the first address.
+/// first, XDG_DATA_DIRS with the completion of their command lines. The simulated radio keeps its pairings as
+/// long as the world stands (BLUESIM_STATE). There is one in a process, because QDBusConnection::systemBus()
+/// and sessionBus() keep the first address.
 ///
 ///     int main(int argc, char **argv)
 ///     {
@@ -51,9 +53,16 @@ public:
     /// what is left.
     void stop();
 
+    /// Starts the host, unless it runs, and returns when it answers.
+    [[nodiscard]] base::Result<> startHost();
     /// Ends the host, in order, if it runs, and starts it again.
     [[nodiscard]] base::Result<> restartHost();
+    /// Returns when the host has gone, and its name.
     void stopHost();
+    /// Sends a signal to the host; an error when it does not run.
+    [[nodiscard]] base::Result<> signalHost(int number);
+    /// From now on, gives up the start of a host when this descriptor becomes readable; see WorldOptions.
+    void setCancel(int descriptor) { m_options.cancel = descriptor; }
 
     /// What the next controller that the host starts will be.
     [[nodiscard]] base::Result<> setController(const QString& program) const
@@ -66,6 +75,8 @@ public:
     [[nodiscard]] QString stateFolder() const;
     [[nodiscard]] pid_t hostPid() const { return m_host.pid(); }
     [[nodiscard]] bool hostRuns();
+    /// Whether the host is not there although it should be.
+    [[nodiscard]] bool hostIsMissing() { return m_isHostWanted && !hostRuns(); }
     /// What buses, host and controller printed so far, unless it goes elsewhere.
     [[nodiscard]] QString output() const;
     /// The file that takes it.
@@ -78,7 +89,6 @@ public:
 
 private:
     [[nodiscard]] base::Result<> startBuses();
-    [[nodiscard]] base::Result<> startHost();
     [[nodiscard]] base::Result<> startCompanion();
     [[nodiscard]] base::Result<> startServer(ChildProcess& process, const QStringList& arguments,
                                              const QString& busName) const;
@@ -92,6 +102,7 @@ private:
     MessageBus m_sessionBus;
     ChildProcess m_companion;
     ChildProcess m_host;
+    bool m_isHostWanted = false;
 };
 
 } // namespace world

@@ -2,6 +2,7 @@
 #include "Descendants.h"
 #include "EverydayOutput.h"
 #include "Foreground.h"
+#include "HostControl.h"
 #include "NoticeLog.h"
 #include "NoticeOutlet.h"
 #include "RunOptions.h"
@@ -9,7 +10,10 @@
 #include "World.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QProcess>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -65,7 +69,7 @@ int openLog(const QByteArray& path)
 }
 
 /// Runs the command, and tells meanwhile what a person should know.
-int runCommand(const world::RunOptions& options, const world::World& world,
+int runCommand(const world::RunOptions& options, world::World& world,
                const world::ForegroundSignals& signalsOfOurs, world::NoticeLog& log,
                world::NoticeOutlet& outlet)
 {
@@ -83,8 +87,12 @@ int runCommand(const world::RunOptions& options, const world::World& world,
     int status = 0;
     {
         const world::Terminal terminal;
+        const world::HostControl control(world);
         world::ChildProcess process;
         const auto started = process.start(command);
+        // Its end has two listeners, and each needs a descriptor of its own.
+        const world::FileDescriptor ended(fcntl(process.descriptor(), F_DUPFD_CLOEXEC, 0));
+        world.setCancel(ended.get());
         log.read(); // what was said before
         status = started ? signalsOfOurs.supervise(process)
                          : commandFailed(options.command.first(), started.error());
@@ -106,6 +114,7 @@ int runWorld(const world::RunOptions& options, const world::PrivateFilesystem& f
     const world::FileDescriptor file(options.log.isEmpty() ? -1 : openLog(QFile::encodeName(options.log)));
     world::WorldOptions parts;
     parts.host = options.host;
+    parts.modules = options.modules;
     parts.companion = world::World::binFolder() + QStringLiteral("/sync_mobile_app");
     parts.state = options.state;
     parts.output = file.get();
@@ -127,24 +136,42 @@ int runWorld(const world::RunOptions& options, const world::PrivateFilesystem& f
         return Unavailable;
     }
     const int status = runCommand(options, world, signalsOfOurs, log, outlet);
-    const bool hostRan = world.hostRuns();
+    const bool hostIsMissing = world.hostIsMissing();
     world.stop();
     world::reapChildren();
     log.read();
     outlet.finish();
-    if (!hostRan) {
+    if (hostIsMissing) {
         say(QStringLiteral("the host ended by itself while %1 ran").arg(options.command.first()));
     }
-    if (!hostRan || (options.isTour && status != 0 && !wasEnded(status))) {
+    if (hostIsMissing || (options.isTour && status != 0 && !wasEnded(status))) {
         showOutput(world);
     }
     return status;
 }
 
+/// zsh takes the variable in the place of its own folders, which it alone knows.
+void completeInZsh()
+{
+    QProcess zsh;
+    zsh.start(QStringLiteral("zsh"), { QStringLiteral("-fc"), QStringLiteral("print -r -- $FPATH") });
+    if (zsh.waitForFinished() && zsh.exitCode() == 0) {
+        const QString ours =
+            QDir::cleanPath(world::World::binFolder() + QStringLiteral("/../share/zsh/site-functions"));
+        qputenv("FPATH", QFile::encodeName(ours) + ':' + zsh.readAllStandardOutput().trimmed());
+    }
+}
+
 void exportChoices(const world::RunOptions& options)
 {
+    if (QFileInfo(options.command.value(0)).fileName() == QLatin1String("zsh")) {
+        completeInZsh();
+    }
     if (!options.scenario.isEmpty()) {
         qputenv("BLUESIM_SCENARIO", QFile::encodeName(options.scenario));
+    }
+    if (!options.adapter.isEmpty()) {
+        qputenv("BLUEZ_ADAPTER", options.adapter.toLocal8Bit());
     }
     if (options.machineBus) {
         // The controller finds the machine's bus here, now that the usual variable names the private one.

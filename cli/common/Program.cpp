@@ -1,6 +1,7 @@
 #include "Program.h"
 
 #include "DisplayText.h"
+#include "Manual.h"
 #include "NearestOption.h"
 
 #include <QCoreApplication>
@@ -18,7 +19,7 @@ constexpr double LongestTimeoutSeconds = 2'000'000;
 
 QString shown(const std::string& typed)
 {
-    return QLatin1Char('"') + escaped(QString::fromStdString(typed)) + QLatin1Char('"');
+    return QLatin1Char('"') + QString::fromStdString(typed) + QLatin1Char('"');
 }
 
 const CLI::App& chosen(const CLI::App& app)
@@ -27,20 +28,18 @@ const CLI::App& chosen(const CLI::App& app)
     return subcommands.empty() ? app : *subcommands.front();
 }
 
-QStringList offeredSubcommands(const CLI::App& app)
+QStringList namesOfSubcommands(const CLI::App& app)
 {
-    QStringList offered;
-    for (const CLI::App* subcommand : app.get_subcommands([](const CLI::App*) { return true; })) {
-        if (!subcommand->get_group().empty()) { // what only the shells' completion asks for has none
-            offered += QString::fromStdString(subcommand->get_name());
-        }
+    QStringList names;
+    for (const CLI::App* subcommand : offeredSubcommands(app)) {
+        names += QString::fromStdString(subcommand->get_name());
     }
-    return offered;
+    return names;
 }
 
 QString unknownSubcommand(const CLI::App& app, const std::string& typed)
 {
-    const QStringList offered = offeredSubcommands(app);
+    const QStringList offered = namesOfSubcommands(app);
     const QString near = base::nearestWord(QString::fromStdString(typed), offered);
     return QStringLiteral("%1 is no subcommand; %2")
         .arg(shown(typed),
@@ -124,7 +123,7 @@ int report(const CLI::App& app, const CLI::ParseError& error)
     }
     const CLI::App& subcommand = chosen(app);
     const std::string name = &subcommand == &app ? std::string() : subcommand.get_name() + ' ';
-    const QString reason = reasonOf(app, error);
+    const QString reason = escaped(reasonOf(app, error)); // it has what was typed in it
     std::cerr << app.get_name() << ": " << reason.toStdString()
               << (reason.endsWith(QLatin1Char('?')) ? " See " : "; see ") << app.get_name() << ' ' << name
               << "--help\n";
@@ -139,7 +138,7 @@ std::vector<const char*> withoutHelpWord(const CLI::App& app, int argc, const ch
         return words;
     }
     words.erase(words.begin() + 1);
-    if (argc == 2 || offeredSubcommands(app).contains(QString::fromLocal8Bit(words[1]))) {
+    if (argc == 2 || namesOfSubcommands(app).contains(QString::fromLocal8Bit(words[1]))) {
         words.push_back("--help");
     }
     return words;
@@ -158,8 +157,16 @@ std::string checkSeconds(const std::string& text)
 }
 
 int runProgram(CLI::App& app, int argc, char** argv,
-               const std::function<base::Result<ExitStatus>(Output&)>& run)
+               const std::function<base::Result<ExitStatus>(Output&)>& run, const CompletionOffers& offers)
 {
+    if (argc > 2 && std::string("complete") == argv[1] && std::string("--") == argv[2]) {
+        const QCoreApplication application(argc, argv);
+        return complete(app, QCoreApplication::arguments().mid(3), offers);
+    }
+    if (argc == 2 && std::string("manual") == argv[1]) {
+        std::fputs(qPrintable(manual(app)), stdout);
+        return 0;
+    }
     const std::vector<const char*> words = withoutHelpWord(app, argc, argv);
     try {
         app.parse(static_cast<int>(words.size()), words.data());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Completion.h"
 #include "Output.h"
 
 #include <CLI/CLI.hpp>
@@ -17,9 +18,12 @@ namespace cli {
 /// that failed if it did. Prints help or version when that was asked for ("help [SUBCOMMAND]" asks as well),
 /// or one line that says why the command line is not understood, what was probably meant, and whose help to
 /// read.
+/// "complete -- WORD..." answers the shells' completion, with what \a offers knows; "manual"
+/// tells what the manual page has to say of subcommands and options.
 /// @return the exit status
 [[nodiscard]] int runProgram(CLI::App& app, int argc, char** argv,
-                             const std::function<base::Result<ExitStatus>(Output&)>& run);
+                             const std::function<base::Result<ExitStatus>(Output&)>& run,
+                             const CompletionOffers& offers);
 
 [[nodiscard]] std::chrono::milliseconds milliseconds(double seconds);
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "Common.h"
 #include "Servers.h"
+#include "common/Completion.h"
 #include "common/Output.h"
 
 #include <QStringList>
@@ -17,10 +19,16 @@ int run(int argc, char** argv);
 struct Request
 {
     bool json = false;
+    bool rows = false; ///< list: a line a row
+    bool initial = false; ///< watch: what is goes before what changes
+    bool awaitsServer = false; ///< wait, watch: for a server that is not there yet
     QString server; ///< "bluetoothlauncher"; empty for all servers on the bus
     QStringList arguments; ///< patterns, items or conditions; of set and call the item, then the text
     QStringList until; ///< conditions
     QStringList unless;
+    QStringList show; ///< patterns: what changes on the way to a goal, besides what the conditions name
+    QString row; ///< call: a condition that one row of a list fulfils
+    QString take; ///< call: the list that has the text, in that row
     std::optional<int> count;
     std::optional<int> notices; ///< top: a descriptor; its lines are shown as they come
     std::optional<std::chrono::milliseconds> timeout;
@@ -38,8 +46,9 @@ Command wait;
 Command describe;
 Command servers;
 Command top;
-Command names;
-Command values;
+
+/// What the servers have to offer to the shells' completion.
+QStringList offers(const cli::CompletionPlace& place);
 
 /// The servers that a request concerns: the one it names, those that all these names tell by being full
 /// addresses, or all on the bus.

@@ -40,6 +40,10 @@ base::Result<Condition> Condition::parse(const QString& text)
         condition.m_kind = Kind::Inapplicable;
         condition.m_item = without(text, QStringLiteral(":inapplicable"));
     }
+    if (const QLatin1String rows("[*]"); condition.m_item.endsWith(rows)) {
+        condition.m_item.chop(rows.size());
+        condition.m_isAboutRows = true;
+    }
     if (condition.m_item.isEmpty()) {
         return usage(QStringLiteral("\"%1\" is no condition; write ITEM=VALUE, ITEM!=VALUE, ITEM~REGEX, "
                                     "ITEM:applicable or ITEM:inapplicable")

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common.h"
 #include "Item.h"
 #include "Result.h"
 
@@ -9,7 +10,8 @@
 
 namespace itemctl {
 
-/// "ITEM=VALUE", "ITEM!=VALUE", "ITEM~REGEX", "ITEM:applicable" or "ITEM:inapplicable".
+/// "ITEM=VALUE", "ITEM!=VALUE", "ITEM~REGEX", "ITEM:applicable" or "ITEM:inapplicable"; with "[*]" behind the
+/// name of a list, that one of its rows is so, or that none is otherwise.
 class Condition
 {
 public:
@@ -18,6 +20,13 @@ public:
 
     [[nodiscard]] const QString& text() const { return m_text; } ///< as it was written
     [[nodiscard]] const QString& item() const { return m_item; } ///< as it was written
+    /// Whether it is about all rows of a list.
+    [[nodiscard]] bool isAboutRows() const { return m_isAboutRows; }
+    /// Of rows: whether each has to be so, and not one of them.
+    [[nodiscard]] bool needsAllRows() const
+    {
+        return m_kind == Kind::Differs || m_kind == Kind::Inapplicable;
+    }
     /// Whether boundTo() has to know the item's type.
     [[nodiscard]] bool comparesValue() const;
     [[nodiscard]] bool isAboutValue() const { return comparesValue() || m_kind == Kind::Matches; }
@@ -35,6 +44,7 @@ private:
     QString m_text;
     QString m_item;
     QString m_operand;
+    bool m_isAboutRows = false;
     QRegularExpression m_expression;
 };
 

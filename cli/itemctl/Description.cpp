@@ -3,6 +3,8 @@
 #include "ValueText.h"
 #include "common/DisplayText.h"
 
+#include <nlohmann/json.hpp>
+
 #include <QDBusArgument>
 
 namespace itemctl {
@@ -30,13 +32,35 @@ QString rangeText(const QVariantMap& description)
     return isText ? range + QStringLiteral(" characters") : range;
 }
 
-QStringList enumerationLines(const QVariantMap& description)
+/// Empty when it is no text.
+QString textOf(const nlohmann::ordered_json& words)
 {
+    return words.is_string() ? escaped(QString::fromStdString(words.get<std::string>())) : QString();
+}
+
+QStringList enumerationLines(const QVariantMap& description, const nlohmann::ordered_json& words)
+{
+    const auto ofSymbols = words.value("values", nlohmann::ordered_json::object());
     QStringList lines;
     for (const EnumValue& value : enumerationOf(description)) {
+        const QString meaning = ofSymbols.is_object()
+            ? textOf(ofSymbols.value(value.symbol.toStdString(), nlohmann::ordered_json()))
+            : QString();
         lines += line(lines.isEmpty() ? QStringLiteral("values") : QString(),
                       QStringLiteral("%1 (%2) %3")
-                          .arg(QString::number(value.value), escaped(value.label), escaped(value.symbol)));
+                              .arg(QString::number(value.value), escaped(value.label), escaped(value.symbol))
+                          + (meaning.isEmpty() ? QString() : QStringLiteral(": ") + meaning));
+    }
+    return lines;
+}
+
+QStringList wordLines(const nlohmann::ordered_json& words)
+{
+    QStringList lines;
+    for (const auto& [name, text] : words.items()) {
+        if (const QString shown = textOf(text); !shown.isEmpty()) {
+            lines += line(escaped(QString::fromStdString(name)), shown);
+        }
     }
     return lines;
 }
@@ -53,7 +77,8 @@ ipc::EnumValues enumerationOf(const QVariantMap& description)
     return qdbus_cast<ipc::EnumValues>(description.value(QStringLiteral("enumeration")));
 }
 
-QStringList descriptionLines(const Item& item, const QVariantMap& description)
+QStringList descriptionLines(const Item& item, const QVariantMap& description,
+                             const nlohmann::ordered_json& words)
 {
     QStringList lines{ line(QStringLiteral("address"), item.address),
                        line(QStringLiteral("label"), escaped(item.label)),
@@ -79,14 +104,14 @@ QStringList descriptionLines(const Item& item, const QVariantMap& description)
         lines += line(QStringLiteral("range"), range);
     }
     add("regularExpression", QStringLiteral("expression"));
-    lines += enumerationLines(description);
+    lines += enumerationLines(description, words);
     add("writable", QStringLiteral("writable"));
     add("private", QStringLiteral("private"));
     add("takesText", QStringLiteral("takes a text"));
     lines += line(QStringLiteral("applies now"), yesOrNo(item.applicable));
     add("applicability", QStringLiteral("applies if"));
     add("hint", QStringLiteral("hint"));
-    return lines;
+    return lines + wordLines(words);
 }
 
 } // namespace itemctl

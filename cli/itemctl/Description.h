@@ -1,6 +1,9 @@
 #pragma once
 
+#include "Common.h"
 #include "Item.h"
+
+#include <nlohmann/json_fwd.hpp>
 
 #include <QStringList>
 #include <QVariantMap>
@@ -11,6 +14,8 @@ namespace itemctl {
 ipc::EnumValues enumerationOf(const QVariantMap& description);
 
 /// A description as a person reads it: one "name  value" line for each thing that is known of the item.
-QStringList descriptionLines(const Item& item, const QVariantMap& description);
+/// @param words what its module says of it, as wordsOf() has it; those for a symbol stand behind the symbol
+QStringList descriptionLines(const Item& item, const QVariantMap& description,
+                             const nlohmann::ordered_json& words);
 
 } // namespace itemctl

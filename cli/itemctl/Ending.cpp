@@ -18,15 +18,23 @@ Ending::Ending(LiveItems& items, Output& output)
 
 void Ending::reach(ExitStatus status)
 {
-    if (!m_isReached) {
-        QCoreApplication::exit(static_cast<int>(status));
+    if (!isReached()) {
+        m_status = status;
+        QCoreApplication::exit();
     }
-    m_isReached = true;
+}
+
+ExitStatus Ending::await() const
+{
+    if (!isReached()) {
+        QCoreApplication::exec();
+    }
+    return *m_status;
 }
 
 void Ending::reach(const base::Error& error)
 {
-    if (!m_isReached) {
+    if (!isReached()) {
         reach(m_output.fail(error));
     }
 }

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "Common.h"
 #include "LiveItems.h"
 #include "common/Output.h"
 
 #include <QTimer>
 
 #include <functional>
+#include <optional>
 
 namespace itemctl {
 
@@ -16,7 +18,9 @@ class Ending : public QObject
 public:
     Ending(LiveItems& items, Output& output);
 
-    [[nodiscard]] bool isReached() const { return m_isReached; }
+    [[nodiscard]] bool isReached() const { return m_status.has_value(); }
+    /// Runs the event loop until it is reached, if it is not yet.
+    [[nodiscard]] ExitStatus await() const;
     void reach(ExitStatus status);
     void reach(const base::Error& error);
     /// When that time is over, \a act has to reach it.
@@ -25,7 +29,7 @@ public:
 private:
     Output& m_output;
     QTimer m_timer;
-    bool m_isReached = false;
+    std::optional<ExitStatus> m_status;
 };
 
 } // namespace itemctl

@@ -11,14 +11,13 @@
 namespace itemctl {
 namespace {
 
-/// The condition with its value as the item has it.
-base::Result<Condition> bind(const Condition& condition, const Item& item, const Servers& servers)
+base::Result<QVector<int>> positionsOf(const Condition& condition, const Items& items)
 {
-    if (!condition.comparesValue()) {
-        return condition;
+    if (condition.isAboutRows()) {
+        return findRows(items, condition.item());
     }
-    return resultOf(servers.clientOf(item).describe(item.address))
-        .and_then([&condition](const QVariantMap& description) { return condition.boundTo(description); });
+    return findItem(items, condition.item(), condition.comparesValue() ? Wanted::Valued : Wanted::Any)
+        .map([](int position) { return QVector<int>{ position }; });
 }
 
 } // namespace
@@ -27,17 +26,16 @@ base::Result<Expectations> Expectations::of(const std::vector<Condition>& condit
 {
     Expectations expectations(items);
     for (const Condition& condition : conditions) {
-        const auto position = findItem(items.items(), condition.item(),
-                                       condition.comparesValue() ? Wanted::Valued : Wanted::Any);
-        if (!position) {
+        const auto positions = positionsOf(condition, items.items());
+        if (!positions) {
             return tl::unexpected(
-                notFound(items.items(), items.servers(), condition.item(), position.error()));
+                notFound(items.items(), items.servers(), condition.item(), positions.error()));
         }
-        auto bound = bind(condition, items.items()[*position], items.servers());
+        auto bound = bind(condition, items.items()[positions->first()], items.servers());
         if (!bound) {
             return tl::unexpected(bound.error());
         }
-        expectations.m_expectations.push_back({ std::move(*bound), *position });
+        expectations.m_expectations.push_back({ std::move(*bound), *positions });
     }
     return expectations;
 }
@@ -52,20 +50,25 @@ void Expectations::forgetThePresent()
 void Expectations::noteChange(int position)
 {
     for (Expectation& expectation : m_expectations) {
-        expectation.counts = expectation.counts || expectation.position == position;
+        expectation.counts = expectation.counts || expectation.positions.contains(position);
     }
 }
 
 bool Expectations::areAbout(int position) const
 {
     return std::any_of(m_expectations.begin(), m_expectations.end(),
-                       [position](const Expectation& each) { return each.position == position; });
+                       [position](const Expectation& each) { return each.positions.contains(position); });
 }
 
 bool Expectations::holds(const Expectation& expectation) const
 {
-    const Item& item = m_items->items()[expectation.position];
-    return expectation.counts && m_items->isPresent(item) && expectation.condition.holds(item);
+    const auto isSo = [&](int position) {
+        return expectation.condition.holds(m_items->items()[position]);
+    };
+    const QVector<int>& positions = expectation.positions;
+    return expectation.counts && m_items->isPresent(m_items->items()[positions.first()])
+        && (expectation.condition.needsAllRows() ? std::all_of(positions.begin(), positions.end(), isSo)
+                                                 : std::any_of(positions.begin(), positions.end(), isSo));
 }
 
 bool Expectations::allHold() const
@@ -74,13 +77,29 @@ bool Expectations::allHold() const
                        [this](const Expectation& expectation) { return holds(expectation); });
 }
 
+QString Expectations::rowsOf(const Expectation& expectation) const
+{
+    QStringList rows;
+    for (const int position : expectation.positions) {
+        const Item& item = m_items->items()[position];
+        if (expectation.condition.isAboutValue() ? !base::rawText(item.value).isEmpty() : item.applicable) {
+            rows += QStringLiteral("%1 %2").arg(*item.index).arg(shownValue(item));
+        }
+    }
+    return rows.isEmpty() ? QStringLiteral("no row is set")
+                          : QStringLiteral("the rows are %1").arg(rows.join(QStringLiteral(", ")));
+}
+
 QString Expectations::stateOf(const Expectation& expectation) const
 {
-    const Item& item = m_items->items()[expectation.position];
+    const Item& item = m_items->items()[expectation.positions.first()];
     if (!m_items->isPresent(item)) {
         return QStringLiteral("server %1 is not on the bus").arg(item.server);
     }
     const QString since = expectation.counts ? QString() : QStringLiteral("it has not changed since: ");
+    if (expectation.condition.isAboutRows()) {
+        return since + rowsOf(expectation);
+    }
     if (expectation.condition.isAboutValue()) {
         return since + QStringLiteral("it is %1").arg(shownValue(item));
     }
@@ -113,10 +132,12 @@ nlohmann::ordered_json Expectations::json() const
     auto array = nlohmann::ordered_json::array();
     QVector<int> seen;
     for (const Expectation& expectation : m_expectations) {
-        if (!seen.contains(expectation.position)) {
-            array.push_back(itemJson(m_items->items()[expectation.position]));
+        for (const int position : expectation.positions) {
+            if (!seen.contains(position)) {
+                array.push_back(itemJson(m_items->items()[position]));
+            }
+            seen += position;
         }
-        seen += expectation.position;
     }
     return array;
 }

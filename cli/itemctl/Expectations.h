@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common.h"
 #include "Conditions.h"
 #include "LiveItems.h"
 
@@ -33,7 +34,7 @@ private:
     struct Expectation
     {
         Condition condition;
-        int position;
+        QVector<int> positions; ///< several of a list
         bool counts = true;
     };
 
@@ -42,6 +43,7 @@ private:
     {
     }
     [[nodiscard]] bool holds(const Expectation& expectation) const;
+    [[nodiscard]] QString rowsOf(const Expectation& expectation) const;
     [[nodiscard]] QString stateOf(const Expectation& expectation) const;
 
     const LiveItems* m_items;

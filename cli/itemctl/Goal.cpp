@@ -2,6 +2,7 @@
 
 #include "Ending.h"
 #include "ItemJson.h"
+#include "ItemNames.h"
 #include "ValueText.h"
 #include "common/DisplayText.h"
 
@@ -15,8 +16,6 @@ namespace itemctl {
 namespace {
 
 constexpr std::chrono::milliseconds DefaultWait{ 10'000 };
-/// A server gets this long for an answer however short the wait is.
-constexpr std::chrono::milliseconds ShortestAnswer{ 1'000 };
 
 base::Result<std::vector<Condition>> parseAll(const QStringList& texts)
 {
@@ -74,26 +73,9 @@ QStringList GoalConditions::items() const
     return names;
 }
 
-Patience::Patience(const Request& request)
-    : m_whole(request.timeout.value_or(DefaultWait))
-    , m_end(std::chrono::steady_clock::now() + m_whole)
+Patience patienceOf(const Request& request)
 {
-}
-
-std::chrono::milliseconds Patience::ofAnAnswer() const
-{
-    return std::max(m_whole, ShortestAnswer);
-}
-
-std::chrono::milliseconds Patience::left() const
-{
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_end - std::chrono::steady_clock::now());
-    return std::max(left, std::chrono::milliseconds(0));
-}
-
-QString Patience::text() const
-{
-    return QStringLiteral("%1 s").arg(static_cast<double>(m_whole.count()) / 1000);
+    return Patience(request.timeout.value_or(DefaultWait));
 }
 
 Goal::Goal(Expectations until, Expectations unless, LiveItems& items)
@@ -112,12 +94,6 @@ base::Result<Goal> Goal::of(const GoalConditions& conditions, LiveItems& items)
     });
 }
 
-void Goal::forgetThePresent()
-{
-    m_until.forgetThePresent();
-    m_unless.forgetThePresent();
-}
-
 std::optional<base::Result<ExitStatus>> Goal::outcome() const
 {
     if (const QString unwanted = m_unless.firstThatHolds(); !unwanted.isEmpty()) {
@@ -126,41 +102,53 @@ std::optional<base::Result<ExitStatus>> Goal::outcome() const
     return m_until.allHold() ? std::optional(base::Result<ExitStatus>(ExitStatus::Done)) : std::nullopt;
 }
 
-base::Result<ExitStatus> Goal::reach(const Patience& patience, bool shows, const Request& request,
-                                     Output& output)
+base::Result<ExitStatus> Goal::reach(const Patience& patience, const Request& request, Output& output,
+                                     const Begin& begin)
 {
-    if (const auto reached = outcome()) {
-        return *reached;
-    }
     Ending ending(*m_items, output);
-    Items before = m_items->items();
-    QObject::connect(m_items, &LiveItems::itemChanged, &ending, [&](int position, Change change) {
+    bool follows = false;
+    const auto take = [&](int position, Change change, const Item& before) {
         m_until.noteChange(position);
         m_unless.noteChange(position);
         const Item& item = m_items->items()[position];
-        if (shows && !ending.isReached() && (m_until.areAbout(position) || m_unless.areAbout(position))) {
-            const ExitStatus written =
-                output.line(request.json ? base::jsonText(changeJson(item, change))
-                                         : followedChange(before.value(position), item, change));
+        const bool isShown =
+            m_until.areAbout(position) || m_unless.areAbout(position) || matchesAny(item, request.show);
+        if (follows && isShown && !ending.isReached()) {
+            const ExitStatus written = output.line(request.json ? base::jsonText(changeJson(item, change))
+                                                                : followedChange(before, item, change));
             if (written != ExitStatus::Done) {
                 ending.reach(written);
             }
         }
-        if (position < before.size()) {
-            before[position] = item;
-        }
-    });
-    QObject::connect(m_items, &LiveItems::turnEnded, &ending, [&] {
+    };
+    QObject::connect(m_items, &LiveItems::itemChanged, &ending, take);
+    const auto look = [&] {
         if (const auto reached = outcome()) {
             *reached ? ending.reach(**reached) : ending.reach(reached->error());
         }
-    });
+    };
+    if (begin) {
+        auto begun = begin([&](Counts counts) {
+            follows = true;
+            if (counts == Counts::News) {
+                m_until.forgetThePresent();
+                m_unless.forgetThePresent();
+            }
+            QObject::connect(m_items, &LiveItems::turnEnded, &ending, look);
+        });
+        if (!begun || *begun != ExitStatus::Done) {
+            return begun;
+        }
+    } else {
+        QObject::connect(m_items, &LiveItems::turnEnded, &ending, look);
+    }
+    look();
     ending.awaitTimeout(patience.left(), [&] {
         ending.reach(
             base::Error{ QStringLiteral("timed out after %1: %2").arg(patience.text(), m_until.shortfall()),
                          base::Failure::NoAnswer });
     });
-    return static_cast<ExitStatus>(QCoreApplication::exec());
+    return ending.await();
 }
 
 } // namespace itemctl

@@ -2,8 +2,9 @@
 
 #include "Commands.h"
 #include "Expectations.h"
+#include "Patience.h"
 
-#include <chrono>
+#include <functional>
 
 namespace itemctl {
 
@@ -18,22 +19,8 @@ struct GoalConditions
     [[nodiscard]] QStringList items() const;
 };
 
-/// How long all of it may take, from now on.
-class Patience
-{
-public:
-    explicit Patience(const Request& request);
-
-    /// What one answer of a server may take: all the time that there is, and a while however short that is.
-    [[nodiscard]] std::chrono::milliseconds ofAnAnswer() const;
-    [[nodiscard]] std::chrono::milliseconds left() const;
-    /// "10 s"
-    [[nodiscard]] QString text() const;
-
-private:
-    std::chrono::milliseconds m_whole;
-    std::chrono::steady_clock::time_point m_end;
-};
+/// How long a request waits for its goal.
+[[nodiscard]] Patience patienceOf(const Request& request);
 
 /// Conditions, with the items that they are about, and the way there.
 class Goal
@@ -41,12 +28,17 @@ class Goal
 public:
     static base::Result<Goal> of(const GoalConditions& conditions, LiveItems& items);
 
-    /// From now on a condition counts only once its item has changed.
-    void forgetThePresent();
+    /// Whether a condition that holds when a request is answered counts, or only once its item has changed
+    /// since.
+    enum class Counts { Present, News };
+    /// Sends the request; calls the function once, before anything is told that came behind the answer.
+    using Begin = std::function<base::Result<ExitStatus>(const std::function<void(Counts)>& answered)>;
+
     /// Returns when all hold, after a turn of the servers; the error is that one holds that should not, that
-    /// time is over, or the bus. With \a shows it prints each change of the items on its way.
-    base::Result<ExitStatus> reach(const Patience& patience, bool shows, const Request& request,
-                                   Output& output);
+    /// time is over, or the bus. With a request that begins it, prints each change of the items from its
+    /// answer on.
+    base::Result<ExitStatus> reach(const Patience& patience, const Request& request, Output& output,
+                                   const Begin& begin = {});
     /// Of all that has to hold.
     [[nodiscard]] const Expectations& expectations() const { return m_until; }
 

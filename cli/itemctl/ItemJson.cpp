@@ -29,11 +29,22 @@ void addValue(Json& object, const Item& item)
 {
     object["value"] = base::toJson(item.value);
     if (item.isEnumeration) {
+        object["symbol"] = item.symbol.toStdString();
         object["text"] = item.text.toStdString();
     }
 }
 
 } // namespace
+
+Json valueJson(const Item& item)
+{
+    if (!item.isEnumeration) {
+        return base::toJson(item.value);
+    }
+    Json object;
+    addValue(object, item);
+    return object;
+}
 
 Json itemJson(const Item& item)
 {

@@ -135,6 +135,30 @@ base::Result<int> findItem(const Items& items, const QString& name, Wanted wante
     return tl::unexpected(none(items, name, wanted));
 }
 
+base::Result<QVector<int>> findRows(const Items& items, const QString& name)
+{
+    QVector<int> found;
+    QStringList lists;
+    for (int i = 0; i < items.size(); ++i) {
+        if (isInstanceOf(items[i], name)) {
+            found.append(i);
+            lists << QStringLiteral(":%1:%2:%3:%4:")
+                         .arg(items[i].kind, items[i].server, items[i].module, items[i].id);
+        }
+    }
+    lists.removeDuplicates();
+    if (lists.size() > 1) {
+        return base::error(QStringLiteral("%1 fits several lists, name one of them: %2")
+                               .arg(quoted(name), lists.join(QStringLiteral(", "))),
+                           base::Failure::NoSuchItem);
+    }
+    if (found.isEmpty()) {
+        return base::error(QStringLiteral("no list %1%2").arg(quoted(name), suggestion(items, name)),
+                           base::Failure::NoSuchItem);
+    }
+    return found;
+}
+
 base::Error notFound(const Items& items, const Servers& servers, const QString& name,
                      const base::Error& error)
 {
@@ -165,6 +189,15 @@ base::Error notFound(const Items& items, const Servers& servers, const QString& 
                  base::Failure::NoServer };
     }
     return error;
+}
+
+base::Result<Condition> bind(const Condition& condition, const Item& item, const Servers& servers)
+{
+    if (!condition.comparesValue()) {
+        return condition;
+    }
+    return resultOf(servers.clientOf(item).describe(item.address))
+        .and_then([&condition](const QVariantMap& description) { return condition.boundTo(description); });
 }
 
 QString serverOfAddress(const QString& name)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Common.h"
+#include "Conditions.h"
 #include "Item.h"
 #include "Servers.h"
 
@@ -19,11 +21,18 @@ enum class Wanted {
 /// an instance. Fails when there is none (and names the nearest), or several (and names them).
 base::Result<int> findItem(const Items& items, const QString& name, Wanted wanted);
 
+/// The positions of all instances of the list that a person means, named as an item without an index; fails
+/// as findItem() does.
+base::Result<QVector<int>> findRows(const Items& items, const QString& name);
+
 /// Why a name was not found, by what is known of the servers that are not among these: one of them may well
 /// have it, so that a script which waits for a restart is not told of a mistake.
 /// @param error why it was not found on those that answered
 base::Error notFound(const Items& items, const Servers& servers, const QString& name,
                      const base::Error& error);
+
+/// The condition with its value as the item has it, which its server knows.
+base::Result<Condition> bind(const Condition& condition, const Item& item, const Servers& servers);
 
 /// The server that a full address names ("bluetoothlauncher"); empty for a shorter name.
 QString serverOfAddress(const QString& name);

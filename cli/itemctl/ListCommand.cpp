@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "ItemJson.h"
 #include "ItemNames.h"
+#include "ListRows.h"
 #include "ValueText.h"
 #include "common/DisplayText.h"
 
@@ -101,7 +102,9 @@ base::Result<ExitStatus> list(const Request& request, Output& output)
     noteSilent(all->servers, output);
     const Items items = matching(all->items, request.arguments);
     QStringList lines;
-    if (request.json) {
+    if (request.rows) {
+        lines = request.json ? rowObjects(items) : rowTables(items, output);
+    } else if (request.json) {
         std::transform(items.begin(), items.end(), std::back_inserter(lines),
                        [](const Item& item) { return base::jsonText(itemJson(item)); });
     } else {

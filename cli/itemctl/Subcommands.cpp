@@ -3,6 +3,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <vector>
@@ -33,7 +35,6 @@ struct Subcommand
     Command* run;
     std::vector<Argument> arguments = {};
     void (*addOptions)(CLI::App& app, Request& request) = nullptr;
-    bool isForCompletion = false; ///< not listed; a completion that fails has nothing to offer, nor to say
 };
 
 void addTimeout(CLI::App& app, Request& request, const char* help)
@@ -44,8 +45,15 @@ void addTimeout(CLI::App& app, Request& request, const char* help)
         ->check(cli::checkSeconds);
 }
 
+void addAwaitServer(CLI::App& app, Request& request)
+{
+    app.add_flag("--await-server", request.awaitsServer, "Wait for a server that is not there yet");
+}
+
 void addWatchOptions(CLI::App& app, Request& request)
 {
+    app.add_flag("--initial", request.initial, "First what is, then the changes, with no gap in between");
+    addAwaitServer(app, request);
     app.add_option("--count", request.count, "End after this many changes")
         ->type_name("N")
         ->check(CLI::Range(1, std::numeric_limits<int>::max()));
@@ -53,32 +61,62 @@ void addWatchOptions(CLI::App& app, Request& request)
                "End after this time: with status 4 when --count changes were not reached, else 0");
 }
 
-void addConditions(CLI::App& app, const char* option, QStringList& conditions, const char* help)
+void addTexts(CLI::App& app, const char* option, const char* type, QStringList& texts, const char* help)
 {
     app.add_option_function<std::vector<std::string>>(
            option,
-           [&conditions](const std::vector<std::string>& words) {
+           [&texts](const std::vector<std::string>& words) {
                for (const std::string& word : words) {
-                   conditions += QString::fromStdString(word);
+                   texts += QString::fromStdString(word);
                }
            },
            help)
-        ->type_name("CONDITION...");
+        ->type_name(type);
+}
+
+void addText(CLI::App& app, const char* option, const char* type, QString& text, const char* help)
+{
+    app.add_option_function<std::string>(
+           option, [&text](const std::string& word) { text = QString::fromStdString(word); }, help)
+        ->type_name(type);
 }
 
 void addWaitOptions(CLI::App& app, Request& request)
 {
-    addConditions(app, "--unless", request.unless, "Give up with status 1 when one of these holds");
+    addTexts(app, "--unless", "CONDITION...", request.unless,
+             "Give up with status 1 when one of these holds");
     addTimeout(app, request, "How long to wait (default: 10)");
+}
+
+void addWaitCommandOptions(CLI::App& app, Request& request)
+{
+    addWaitOptions(app, request);
+    addAwaitServer(app, request);
 }
 
 void addUntilOptions(CLI::App& app, Request& request)
 {
-    addConditions(app, "--until", request.until,
-                  "Then show how the items of these change, and return when all hold together");
+    addTexts(app, "--until", "CONDITION...", request.until,
+             "Then show how the items of these change, and return when all hold together");
     addWaitOptions(app, request);
-    app.get_option("--unless")->needs("--until");
-    app.get_option("--timeout")->needs("--until");
+    addTexts(app, "--show", "PATTERN...", request.show, "Show how these change as well");
+    for (const char* option : { "--unless", "--timeout", "--show" }) {
+        app.get_option(option)->needs("--until");
+    }
+}
+
+void addCallOptions(CLI::App& app, Request& request)
+{
+    addUntilOptions(app, request);
+    addText(app, "--row", "CONDITION", request.row, "Take the text from the one row of a list that is so");
+    addText(app, "--take", "LIST", request.take, "The list that has the text, in that row");
+    app.get_option("--row")->needs("--take")->excludes("TEXT");
+    app.get_option("--take")->needs("--row");
+}
+
+void addListOptions(CLI::App& app, Request& request)
+{
+    app.add_flag("--rows", request.rows, "One line per row of the lists; what is empty is counted");
 }
 
 /// For whoever starts the view in the terminal's place.
@@ -96,7 +134,8 @@ const std::vector<Subcommand>& subcommands()
         { "list",
           "One line per item: address, value, label; marks what does not apply now",
           list,
-          { { "PATTERN", "The items to list; all when there is none", Times::AnyTimes } } },
+          { { "PATTERN", "The items to list; all when there is none", Times::AnyTimes } },
+          addListOptions },
         { "get",
           "Print the values alone, one a line",
           get,
@@ -106,18 +145,6 @@ const std::vector<Subcommand>& subcommands()
           describe,
           { { "ITEM", "The item" } } },
         { "servers", "The servers on the bus and their modules", servers },
-        { "names",
-          "Short names, for completion",
-          names,
-          { { "KIND", "config, result, action", Times::AnyTimes } },
-          nullptr,
-          true },
-        { "values",
-          "What an item may be set to, for completion",
-          values,
-          { { "ITEM", "The item" } },
-          nullptr,
-          true },
         { "set",
           "Write a config, or a result that its server opens to clients",
           set,
@@ -129,7 +156,7 @@ const std::vector<Subcommand>& subcommands()
           call,
           { { "ACTION", "The action" },
             { "TEXT", R"(The text for it; behind "--" when it begins with "-")", Times::AtMostOnce } },
-          addUntilOptions },
+          addCallOptions },
         { "watch",
           "One line per change as it happens, until stopped",
           watch,
@@ -140,7 +167,7 @@ const std::vector<Subcommand>& subcommands()
           wait,
           { { "CONDITION", "ITEM=VALUE, ITEM!=VALUE, ITEM~REGEX, ITEM:applicable or ITEM:inapplicable",
               Times::Repeatedly } },
-          addWaitOptions },
+          addWaitCommandOptions },
         { "top",
           "A live view of the items; Enter triggers an action or edits a setting",
           top,
@@ -179,18 +206,19 @@ void addCommon(CLI::App& app, Request& request)
         ->type_name("NAME");
 }
 
-void add(const Subcommand& subcommand, CLI::App& program, Request& request)
+/// \a isAsked is for the one that may be wanted: the others' options are not worth the time of each call.
+void add(const Subcommand& subcommand, CLI::App& program, Request& request, bool isAsked)
 {
     CLI::App& app = *program.add_subcommand(subcommand.name, subcommand.help);
+    if (!isAsked) {
+        return;
+    }
     addCommon(app, request);
     for (const Argument& argument : subcommand.arguments) {
         addArgument(app, argument, request);
     }
     if (subcommand.addOptions != nullptr) {
         subcommand.addOptions(app, request);
-    }
-    if (subcommand.isForCompletion) {
-        app.group("");
     }
 }
 
@@ -205,15 +233,20 @@ int run(int argc, char** argv)
     addCommon(app, request);
     app.footer(Footer);
     for (const Subcommand& subcommand : subcommands()) {
-        add(subcommand, app, request);
+        const bool isAsked = std::any_of(argv, argv + argc, [&subcommand](const char* word) {
+            return std::strcmp(word, subcommand.name) == 0 || std::strcmp(word, "manual") == 0;
+        });
+        add(subcommand, app, request, isAsked);
     }
-    return cli::runProgram(app, argc, argv, [&](Output& output) -> base::Result<ExitStatus> {
-        const std::string name = app.get_subcommands().front()->get_name();
-        const auto chosen = std::find_if(subcommands().begin(), subcommands().end(),
-                                         [&name](const Subcommand& each) { return each.name == name; });
-        const auto done = chosen->run(request, output);
-        return chosen->isForCompletion && !done ? statusOf(done.error().kind) : done;
-    });
+    return cli::runProgram(
+        app, argc, argv,
+        [&](Output& output) {
+            const std::string name = app.get_subcommands().front()->get_name();
+            return std::find_if(subcommands().begin(), subcommands().end(),
+                                [&name](const Subcommand& each) { return each.name == name; })
+                ->run(request, output);
+        },
+        offers);
 }
 
 } // namespace itemctl

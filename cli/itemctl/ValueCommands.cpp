@@ -3,36 +3,52 @@
 #include "Goal.h"
 #include "ItemJson.h"
 #include "ItemNames.h"
+#include "ItemWords.h"
+#include "ListRows.h"
+#include "Opening.h"
 #include "ValueText.h"
 #include "common/DisplayText.h"
 
 #include <nlohmann/json.hpp>
 
-#include <QCoreApplication>
+#include <QEventLoop>
 
+#include <algorithm>
 #include <functional>
+#include <optional>
 
 namespace itemctl {
 namespace {
 
+/// One item for each name, in their order.
+base::Result<Items> pick(const Items& items, const Servers& servers, const QStringList& names, Wanted wanted)
+{
+    Items picked;
+    for (const QString& name : names) {
+        const auto found = findItem(items, name, wanted);
+        if (!found) {
+            return tl::unexpected(notFound(items, servers, name, found.error()));
+        }
+        picked += items[*found];
+    }
+    return picked;
+}
+
 /// The items that were named, one for each name in their order, and the servers that have them.
 base::Result<Listing> select(const Request& request, const QStringList& names, Wanted wanted, Output& output)
 {
-    auto all = serversFor(request, names).and_then(listed);
-    if (!all) {
-        return all;
+    auto servers = serversFor(request, names);
+    if (!servers) {
+        return tl::unexpected(servers.error());
     }
-    noteSilent(all->servers, output);
-    Items items;
-    for (const QString& name : names) {
-        const auto found = findItem(all->items, name, wanted);
-        if (!found) {
-            return tl::unexpected(notFound(all->items, all->servers, name, found.error()));
-        }
-        items += all->items[*found];
+    const auto some = servers->list(names);
+    auto picked = some.and_then([&](const Items& items) { return pick(items, *servers, names, wanted); });
+    if (some && !picked) { // what is near to it is known of all of them
+        picked = servers->list().and_then(
+            [&](const Items& items) { return pick(items, *servers, names, wanted); });
     }
-    all->items = items;
-    return all;
+    noteSilent(*servers, output);
+    return picked.map([&](const Items& items) { return Listing{ std::move(*servers), items }; });
 }
 
 void noteIfInapplicable(const Item& item, const QString& name, Output& output)
@@ -52,51 +68,60 @@ tl::unexpected<base::Error> actionHasNoValue(const QString& name)
 struct Act
 {
     Wanted wanted;
-    bool needsNews; ///< a condition that holds already does not count
-    std::function<base::Result<ExitStatus>(const KELClientInterface& client, const Item& item)> send;
+    /// @param answered is called before anything is told that came behind the answer
+    std::function<base::Result<ExitStatus>(const KELClientInterface& client, const Item& item,
+                                           const std::function<void()>& answered)>
+        send;
+    Goal::Counts counts;
+    /// What it needs to know of other items.
+    std::function<base::Result<>(const Items& items, const Servers& servers)> prepare;
 };
 
 /// Listens first, then sends, then waits for what the request is to lead to.
 base::Result<ExitStatus> actAndWait(const Request& request, const Act& act, Output& output)
 {
-    const Patience patience(request);
+    const Patience patience = patienceOf(request);
     const auto conditions = GoalConditions::parse(request.until, request.unless);
     if (!conditions) {
         return tl::unexpected(conditions.error());
     }
     const QString& name = request.arguments.first();
-    auto servers = serversFor(request, conditions->items() << name);
-    if (!servers) {
-        return tl::unexpected(servers.error());
+    QStringList names = conditions->items() + request.show << name;
+    if (const auto row = Condition::parse(request.row)) {
+        names << row->item() << request.take;
     }
-    servers->setTimeout(patience.ofAnAnswer());
-    LiveItems live(std::move(*servers));
-    const auto present = live.start();
-    if (!present) {
-        return tl::unexpected(present.error());
+    std::optional<Item> item;
+    const auto live = openLive(request, names, patience, output, [&](LiveItems& items) {
+        return pick(items.items(), items.servers(), { name }, act.wanted)
+            .map([&item](const Items& picked) { item = picked.first(); })
+            .and_then([&] { return act.prepare(items.items(), items.servers()); });
+    });
+    if (!live) {
+        return tl::unexpected(live.error());
     }
-    noteSilent(live.servers(), output);
-    const auto position = findItem(*present, name, act.wanted);
-    if (!position) {
-        return tl::unexpected(notFound(*present, live.servers(), name, position.error()));
-    }
-    auto goal = Goal::of(*conditions, live);
+    auto goal = Goal::of(*conditions, **live);
     if (!goal) {
         return tl::unexpected(goal.error());
     }
-    const Item& item = present->at(*position);
-    const KELClientInterface& client = live.servers().clientOf(item);
-    // Behind an answer comes nothing that the server told before; what has come by then is no news.
-    if (const auto answered = client.modules(); !answered) {
-        return tl::unexpected(errorFrom(answered.error()));
-    }
-    QCoreApplication::processEvents();
-    if (act.needsNews) {
-        goal->forgetThePresent();
-    }
-    return act.send(client, item).and_then([&](ExitStatus sent) {
-        return sent == ExitStatus::Done ? goal->reach(patience, true, request, output) : sent;
+    const KELClientInterface& client = (*live)->servers().clientOf(*item);
+    return goal->reach(patience, request, output, [&](const std::function<void(Goal::Counts)>& answered) {
+        return act.send(client, *item, [&] { answered(act.counts); });
     });
+}
+
+/// Triggers an action; what comes of it later may be seen already when this returns.
+base::Result<QString> trigger(const KELClientInterface& client, const Item& item, const QString& text,
+                              const std::function<void()>& answered)
+{
+    QEventLoop loop;
+    std::optional<base::Result<QString>> reply;
+    client.trigger(item.address, text, &loop, [&](const ipc::Outcome<QString>& outcome) {
+        answered();
+        reply = resultOf(outcome);
+        loop.quit();
+    });
+    loop.exec();
+    return *reply;
 }
 
 nlohmann::ordered_json valuesJson(const Items& items)
@@ -139,7 +164,9 @@ base::Result<ExitStatus> get(const Request& request, Output& output)
 base::Result<ExitStatus> set(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
-    const auto send = [&](const KELClientInterface& client, const Item& item) -> base::Result<ExitStatus> {
+    const auto send = [&](const KELClientInterface& client, const Item& item,
+                          const std::function<void()>& answered) -> base::Result<ExitStatus> {
+        answered();
         if (item.isAction()) {
             return actionHasNoValue(name);
         }
@@ -149,7 +176,10 @@ base::Result<ExitStatus> set(const Request& request, Output& output)
         });
     };
     if (!request.until.isEmpty()) {
-        return actAndWait(request, { Wanted::Valued, false, send }, output);
+        const auto nothing = [](const Items& /*items*/, const Servers& /*servers*/) {
+            return base::Result<>();
+        };
+        return actAndWait(request, { Wanted::Valued, send, Goal::Counts::Present, nothing }, output);
     }
     const auto selected = select(request, { name }, Wanted::Valued, output);
     if (!selected) {
@@ -157,7 +187,7 @@ base::Result<ExitStatus> set(const Request& request, Output& output)
     }
     const Item& item = selected->items.first();
     const KELClientInterface& client = selected->servers.clientOf(item);
-    auto done = send(client, item);
+    auto done = send(client, item, [] {});
     if (!done || !request.json) {
         return done;
     }
@@ -170,26 +200,42 @@ base::Result<ExitStatus> call(const Request& request, Output& output)
 {
     const QString name = request.arguments.value(0);
     const bool waits = !request.until.isEmpty();
-    const auto send = [&](const KELClientInterface& client, const Item& item) -> base::Result<ExitStatus> {
+    QString text = request.arguments.value(1);
+    const auto prepare = [&](const Items& items, const Servers& servers) -> base::Result<> {
+        if (request.row.isEmpty()) {
+            return {};
+        }
+        return Condition::parse(request.row)
+            .and_then([&](const Condition& row) { return takeFromRow(items, servers, row, request.take); })
+            .map([&text](const QString& taken) { text = taken; });
+    };
+    const auto send = [&](const KELClientInterface& client, const Item& item,
+                          const std::function<void()>& answered) -> base::Result<ExitStatus> {
         noteIfInapplicable(item, name, output);
-        return resultOf(client.trigger(item.address, request.arguments.value(1)))
-            .map([&](const QString& reply) {
-                // On the way to a goal an object a line is printed, which a reply is not.
-                if (request.json && !waits) {
-                    return output.line(base::jsonText(base::toJson(reply)));
-                }
-                return reply.isEmpty() || request.json ? ExitStatus::Done : output.line(escaped(reply));
-            });
+        return trigger(client, item, text, answered).map([&](const QString& reply) {
+            // On the way to a goal an object a line is printed, which a reply is not.
+            if (request.json && !waits) {
+                return output.line(base::jsonText(base::toJson(reply)));
+            }
+            return reply.isEmpty() || request.json ? ExitStatus::Done : output.line(escaped(reply));
+        });
     };
     if (waits) {
-        return actAndWait(request, { Wanted::Action, true, send }, output);
+        return actAndWait(request, { Wanted::Action, send, Goal::Counts::News, prepare }, output);
     }
-    const auto selected = select(request, { name }, Wanted::Action, output);
+    auto selected = select(request, { name }, Wanted::Action, output);
     if (!selected) {
         return tl::unexpected(selected.error());
     }
+    if (!request.row.isEmpty()) {
+        const auto prepared = selected->servers.list().and_then(
+            [&](const Items& all) { return prepare(all, selected->servers); });
+        if (!prepared) {
+            return tl::unexpected(prepared.error());
+        }
+    }
     const Item& item = selected->items.first();
-    return send(selected->servers.clientOf(item), item);
+    return send(selected->servers.clientOf(item), item, [] {});
 }
 
 base::Result<ExitStatus> describe(const Request& request, Output& output)
@@ -201,8 +247,19 @@ base::Result<ExitStatus> describe(const Request& request, Output& output)
     const Item& item = selected->items.first();
     return resultOf(selected->servers.clientOf(item).describe(item.address))
         .map([&](const QVariantMap& description) {
-            return request.json ? output.line(base::jsonText(descriptionJson(item, description)))
-                                : output.lines(descriptionLines(item, description));
+            const auto words = wordsOf(item);
+            if (!words) { // all else can be told without them
+                output.note(QStringLiteral("note: ") + words.error().text);
+            }
+            const auto known = words.value_or(nlohmann::ordered_json::object());
+            if (!request.json) {
+                return output.lines(descriptionLines(item, description, known));
+            }
+            auto object = descriptionJson(item, description);
+            if (!known.empty()) {
+                object["words"] = known;
+            }
+            return output.line(base::jsonText(object));
         });
 }
 

@@ -1,15 +1,12 @@
 #include "Commands.h"
 #include "Ending.h"
-#include "Goal.h"
 #include "ItemJson.h"
 #include "ItemNames.h"
-#include "LiveItems.h"
+#include "Opening.h"
 #include "ValueText.h"
 #include "common/DisplayText.h"
 
 #include <nlohmann/json.hpp>
-
-#include <QCoreApplication>
 
 namespace itemctl {
 namespace {
@@ -30,44 +27,74 @@ QString changeLine(const Item& item, Change change, const Output& output)
 class Watch : public QObject
 {
 public:
-    Watch(const Request& request, LiveItems& items, Output& output);
+    Watch(const Request& request, const Patience& patience, LiveItems& items, Output& output);
+
+    /// All that is watched as it is.
+    ExitStatus printPresent();
+    [[nodiscard]] ExitStatus await() const { return m_ending.await(); }
 
 private:
-    void print(const Item& item, Change change);
+    [[nodiscard]] bool isWatched(const Item& item) const;
+    ExitStatus print(const Item& item, Change change);
+    void printChange(const Item& item, Change change);
     void endOfTime();
 
     const Request& m_request;
+    LiveItems& m_items;
     Output& m_output;
     int m_printed = 0;
     Ending m_ending;
 };
 
-Watch::Watch(const Request& request, LiveItems& items, Output& output)
+Watch::Watch(const Request& request, const Patience& patience, LiveItems& items, Output& output)
     : m_request(request)
+    , m_items(items)
     , m_output(output)
     , m_ending(items, output)
 {
     connect(&items, &LiveItems::itemChanged, this,
-            [this, &items](int position, Change change) { print(items.items()[position], change); });
+            [this](int position, Change change) { printChange(m_items.items()[position], change); });
     connect(&items, &LiveItems::serverLeft, this, [this](const QString& server) {
         m_output.note(QStringLiteral("server %1 left the bus; waiting for its return").arg(server));
     });
     connect(&items, &LiveItems::serverReturned, this, [this](const QString& server) {
         m_output.note(QStringLiteral("server %1 is back").arg(server));
     });
-    if (request.timeout) {
-        m_ending.awaitTimeout(*request.timeout, [this] { endOfTime(); });
+    if (patience.hasEnd()) {
+        m_ending.awaitTimeout(patience.left(), [this] { endOfTime(); });
     }
 }
 
-void Watch::print(const Item& item, Change change)
+bool Watch::isWatched(const Item& item) const
 {
-    const QStringList& patterns = m_request.arguments;
-    if (m_ending.isReached() || (!patterns.isEmpty() && !matchesAny(item, patterns))) {
+    return m_request.arguments.isEmpty() || matchesAny(item, m_request.arguments);
+}
+
+ExitStatus Watch::printPresent()
+{
+    for (const Item& item : m_items.items()) {
+        // An action has no value; of the others it is news when they do not apply.
+        const Change present{ !item.isAction(), item.isAction() || !item.applicable || m_request.json };
+        const ExitStatus status = isWatched(item) ? print(item, present) : ExitStatus::Done;
+        if (status != ExitStatus::Done) {
+            return status;
+        }
+    }
+    return ExitStatus::Done;
+}
+
+ExitStatus Watch::print(const Item& item, Change change)
+{
+    return m_output.line(m_request.json ? base::jsonText(changeJson(item, change))
+                                        : changeLine(item, change, m_output));
+}
+
+void Watch::printChange(const Item& item, Change change)
+{
+    if (m_ending.isReached() || !isWatched(item)) {
         return;
     }
-    const ExitStatus status = m_output.line(m_request.json ? base::jsonText(changeJson(item, change))
-                                                           : changeLine(item, change, m_output));
+    const ExitStatus status = print(item, change);
     ++m_printed;
     if (status != ExitStatus::Done || m_printed == m_request.count) {
         m_ending.reach(status);
@@ -88,23 +115,19 @@ void Watch::endOfTime()
 
 base::Result<ExitStatus> watch(const Request& request, Output& output)
 {
-    auto servers = serversFor(request, request.arguments);
-    if (!servers) {
-        return tl::unexpected(servers.error());
-    }
-    if (request.timeout) {
-        servers->setTimeout(Patience(request).ofAnAnswer());
-    }
-    LiveItems items(std::move(*servers));
-    const auto present = items.start();
-    if (!present) {
-        return tl::unexpected(present.error());
-    }
-    noteSilent(items.servers(), output);
-    return checkAllMatch(*present, items.servers(), request.arguments).map([&] {
-        const Watch watch(request, items, output);
-        return static_cast<ExitStatus>(QCoreApplication::exec());
+    const Patience patience(request.timeout);
+    const auto live = openLive(request, request.arguments, patience, output, [&request](LiveItems& items) {
+        return checkAllMatch(items.items(), items.servers(), request.arguments);
     });
+    if (!live) {
+        return tl::unexpected(live.error());
+    }
+    Watch watch(request, patience, **live, output);
+    const ExitStatus printed = request.initial ? watch.printPresent() : ExitStatus::Done;
+    if (printed != ExitStatus::Done) {
+        return printed;
+    }
+    return watch.await();
 }
 
 } // namespace itemctl

@@ -37,39 +37,8 @@ base::Result<ExitStatus> conclude(const base::Result<>& answer)
     return answer.map([] { return ExitStatus::Done; });
 }
 
-base::Result<ExitStatus> run(const Request& request, cli::Output& output)
-{
-    using Command = Request::Command;
-    if (request.command == Command::Record) {
-        return runRecord(request, output);
-    }
-    const QString word = request.arguments.value(0);
-    if (request.command == Command::Names
-        && (word == QLatin1String("fault") || word == QLatin1String("option"))) {
-        return runWords(request, output);
-    }
-    const auto simulation = SimulationClient::find();
-    if (!simulation) {
-        return tl::unexpected(simulation.error());
-    }
-    switch (request.command) {
-    case Command::Devices:
-        return runDevices(request, *simulation, output);
-    case Command::Names:
-        return runNames(request, *simulation, output);
-    case Command::Fault:
-        return runFault(request, *simulation, output);
-    case Command::Calls:
-        return runCalls(request, *simulation, output);
-    case Command::Time:
-        return runTime(request, *simulation, output);
-    default:
-        return runDeviceChange(request, *simulation);
-    }
-}
-
-base::Result<ExitStatus> runFault(const Request& request, const SimulationClient& simulation,
-                                  cli::Output& output)
+base::Result<ExitStatus> driveFaults(const Request& request, const SimulationClient& simulation,
+                                     cli::Output& output)
 {
     if (!request.arguments.isEmpty()) {
         return conclude(SimulationClient::answerOf(simulation.proxy().SetFault(request.arguments)));
@@ -92,8 +61,8 @@ base::Result<ExitStatus> runFault(const Request& request, const SimulationClient
     return output.lines(lines);
 }
 
-base::Result<ExitStatus> runCalls(const Request& request, const SimulationClient& simulation,
-                                  cli::Output& output)
+base::Result<ExitStatus> showCalls(const Request& request, const SimulationClient& simulation,
+                                   cli::Output& output)
 {
     const auto calls = SimulationClient::answerOf(simulation.proxy().Calls());
     if (!calls) {

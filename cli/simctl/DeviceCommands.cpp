@@ -105,8 +105,8 @@ QString jsonOf(const QVariantMap& device)
 
 } // namespace
 
-base::Result<ExitStatus> runDevices(const Request& request, const SimulationClient& simulation,
-                                    cli::Output& output)
+base::Result<ExitStatus> showDevices(const Request& request, const SimulationClient& simulation,
+                                     cli::Output& output)
 {
     return SimulationClient::answerOf(simulation.proxy().Devices())
         .map([&](const QList<QVariantMap>& devices) {
@@ -120,68 +120,24 @@ base::Result<ExitStatus> runDevices(const Request& request, const SimulationClie
         });
 }
 
-base::Result<ExitStatus> runNames(const Request& request, const SimulationClient& simulation,
-                                  cli::Output& output)
+base::Result<ExitStatus> changeDevice(const Request& request, const SimulationClient& simulation,
+                                      QDBusPendingReply<> (SimulationProxy::*change)(const QString&))
 {
-    constexpr int CompletionPatience = 1000; // milliseconds; somebody is in the middle of a command line
-    simulation.proxy().setTimeout(CompletionPatience);
-    if (request.arguments.value(0) == QLatin1String("member")) {
-        const bt::FaultWord* fault = bt::rowOf(bt::FaultWords, request.arguments.value(1));
-        return output.lines(simulation.daemonMembers(fault != nullptr ? fault->arguments : ""));
-    }
-    return SimulationClient::answerOf(simulation.proxy().Devices())
-        .map([&](const QList<QVariantMap>& devices) {
-            for (const QVariantMap& device : devices) {
-                output.line(field(device, "address").toString());
-                const QString name = field(device, "name").toString();
-                if (!name.isEmpty() && cli::escaped(name) == name) {
-                    output.line(name);
-                }
-            }
-            return ExitStatus::Done;
-        });
+    return conclude(SimulationClient::answerOf((simulation.proxy().*change)(request.arguments.value(0))));
 }
 
-base::Result<ExitStatus> runWords(const Request& request, cli::Output& output)
+base::Result<ExitStatus> moveDevice(const Request& request, const SimulationClient& simulation,
+                                    cli::Output& /*output*/)
 {
-    const bool areFaults = request.arguments.value(0) == QLatin1String("fault");
-    QStringList words =
-        areFaults ? bt::wordsOf(bt::FaultWords) : bt::wordsOf(bt::PairingWords) + bt::wordsOf(bt::RoleWords);
-    words.removeOne(QStringLiteral("plain")); // is no option
-    for (const QString& word : qAsConst(words)) {
-        output.line(areFaults ? word : QStringLiteral("--") + word);
-    }
-    return ExitStatus::Done;
+    return conclude(SimulationClient::answerOf(simulation.proxy().MoveDevice(
+        request.arguments.value(0), request.arguments.value(1).toInt(), request.seconds)));
 }
 
-base::Result<ExitStatus> runDeviceChange(const Request& request, const SimulationClient& simulation)
+base::Result<ExitStatus> answerPairing(const Request& request, const SimulationClient& simulation,
+                                       cli::Output& /*output*/)
 {
-    using Command = Request::Command;
-    SimulationProxy& proxy = simulation.proxy();
-    const QString device = request.arguments.value(0);
-    const auto done = [](const QDBusPendingReply<>& reply) {
-        return conclude(SimulationClient::answerOf(reply));
-    };
-    switch (request.command) {
-    case Command::Add:
-        return done(proxy.AddDevice(request.description));
-    case Command::Remove:
-        return done(proxy.RemoveDevice(device));
-    case Command::Return:
-        return done(proxy.ReturnDevice(device));
-    case Command::Move:
-        return done(proxy.MoveDevice(device, request.arguments.value(1).toInt(), request.seconds));
-    case Command::Drop:
-        return done(proxy.DropDevice(device));
-    case Command::Connect:
-        return done(proxy.ConnectDevice(device));
-    case Command::PairRequest:
-        return done(proxy.RequestPairing(device));
-    case Command::Answer:
-        return done(proxy.AnswerPairing(device, request.arguments.value(1) == QLatin1String("accept")));
-    default:
-        return ExitStatus::Usage;
-    }
+    return conclude(SimulationClient::answerOf(simulation.proxy().AnswerPairing(
+        request.arguments.value(0), request.arguments.value(1) == QLatin1String("accept"))));
 }
 
 } // namespace simctl

@@ -8,7 +8,7 @@
 
 namespace simctl {
 
-base::Result<cli::ExitStatus> runRecord(const Request& request, cli::Output& output)
+base::Result<cli::ExitStatus> record(const Request& request, cli::Output& output)
 {
     using cli::ExitStatus;
     if (const auto bus = systemBus(); !bus) {

@@ -35,8 +35,8 @@ base::Result<ExitStatus> show(const Request& request, const SimulationClient& si
 
 } // namespace
 
-base::Result<ExitStatus> runTime(const Request& request, const SimulationClient& simulation,
-                                 cli::Output& output)
+base::Result<ExitStatus> driveTime(const Request& request, const SimulationClient& simulation,
+                                   cli::Output& output)
 {
     const QString word = request.arguments.value(0);
     bool isNumber = false;
@@ -52,7 +52,7 @@ base::Result<ExitStatus> runTime(const Request& request, const SimulationClient&
         return conclude(SimulationClient::answerOf(simulation.proxy().Step(number)));
     }
     if (word == QLatin1String("speed") && isNumber && number > 0 && number <= LargestSpeed) {
-        return conclude(simulation.setProperty("Speed", number));
+        return conclude(SimulationClient::answerOf(simulation.proxy().SetSpeed(number)));
     }
     return base::error(QStringLiteral("time takes \"pause\", \"resume\", \"step SECONDS\" (0 to 86400) or "
                                       "\"speed FACTOR\" (above 0 to 1000000)"),

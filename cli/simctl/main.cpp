@@ -1,4 +1,4 @@
-#include "Request.h"
+#include "Commands.h"
 
 int main(int argc, char** argv)
 {

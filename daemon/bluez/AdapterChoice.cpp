@@ -19,6 +19,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto NextTry = 2s;
+// bluetoothd tells of its adapters one after another when it starts.
+constexpr auto SettlingTime = 300ms;
 
 /// "/org/bluez/hci2" goes before "/org/bluez/hci10".
 bool goesBefore(const BluezQt::AdapterPtr& left, const BluezQt::AdapterPtr& right)
@@ -28,7 +30,20 @@ bool goesBefore(const BluezQt::AdapterPtr& left, const BluezQt::AdapterPtr& righ
     return one.size() != other.size() ? one.size() < other.size() : one < other;
 }
 
+QString nameOf(const BluezQt::AdapterPtr& adapter)
+{
+    return adapter->ubi().section(QLatin1Char('/'), -1);
+}
+
 } // namespace
+
+AdapterChoice::AdapterChoice(QString wanted)
+    : m_wanted(std::move(wanted))
+{
+    m_settling.setSingleShot(true);
+    m_settling.setInterval(SettlingTime);
+    connect(&m_settling, &QTimer::timeout, this, &AdapterChoice::choose);
+}
 
 void AdapterChoice::follow()
 {
@@ -41,11 +56,11 @@ void AdapterChoice::follow()
     }
     m_manager = std::make_unique<BluezQt::Manager>();
     BluezQt::Manager* const manager = m_manager.get();
-    connect(manager, &BluezQt::Manager::adapterAdded, this, &AdapterChoice::choose);
+    connect(manager, &BluezQt::Manager::adapterAdded, this, &AdapterChoice::chooseSoon);
     connect(manager, &BluezQt::Manager::adapterRemoved, this, [this](const BluezQt::AdapterPtr& adapter) {
         if (adapter == m_adapter) {
             lose();
-            choose();
+            chooseSoon();
         }
     });
     connect(manager, &BluezQt::Manager::operationalChanged, this, [this](bool operational) {
@@ -54,7 +69,7 @@ void AdapterChoice::follow()
         } else {
             lose();
         }
-        choose();
+        chooseSoon();
     });
     connect(manager, &BluezQt::Manager::bluetoothBlockedChanged, this, &AdapterChoice::blockedChanged);
     askForAdapters();
@@ -65,7 +80,7 @@ void AdapterChoice::askForAdapters()
     BluezQt::InitManagerJob* job = m_manager->init();
     connect(job, &BluezQt::InitManagerJob::result, this, [this](BluezQt::InitManagerJob* done) {
         if (done->error() == BluezQt::InitManagerJob::NoError) {
-            choose();
+            chooseSoon();
             return;
         }
         say(QStringLiteral("bluetoothd does not tell of its adapters: %1; it does to root and to whoever is "
@@ -76,25 +91,58 @@ void AdapterChoice::askForAdapters()
     job->start();
 }
 
+// Whether there is a lower one shows a little later; who is wanted is known at once.
+void AdapterChoice::chooseSoon()
+{
+    if (m_wanted.isEmpty() && m_manager->isOperational()) {
+        m_settling.start();
+    } else {
+        choose();
+    }
+}
+
 void AdapterChoice::choose()
 {
     if (m_adapter || m_stopped || !m_manager->isInitialized()) {
         return;
     }
-    if (!m_manager->isOperational()) {
-        say(QStringLiteral("bluetoothd is not there: org.bluez is not on the system bus; start it, by "
-                           "\"systemctl start bluetooth\" for instance"));
+    QList<BluezQt::AdapterPtr> adapters = m_manager->adapters();
+    std::sort(adapters.begin(), adapters.end(), goesBefore);
+    const auto ours = std::find_if(adapters.cbegin(), adapters.cend(),
+                                   [this](const auto& adapter) { return mayBeOurs(adapter); });
+    if (ours == adapters.cend() || !m_manager->isOperational()) {
+        say(whyNone());
         return;
     }
-    const QList<BluezQt::AdapterPtr> adapters = m_manager->adapters();
-    const auto first = std::min_element(adapters.begin(), adapters.end(), goesBefore);
-    if (first == adapters.end()) {
-        say(QStringLiteral("bluetoothd has no Bluetooth adapter; plug one in"));
-        return;
-    }
-    m_adapter = *first;
+    m_adapter = *ours;
+    m_wanted = m_adapter->address();
     sayWhich();
     Q_EMIT found(m_adapter);
+}
+
+bool AdapterChoice::mayBeOurs(const BluezQt::AdapterPtr& adapter) const
+{
+    return m_wanted.isEmpty() || adapter->address().compare(m_wanted, Qt::CaseInsensitive) == 0
+        || nameOf(adapter) == m_wanted;
+}
+
+QString AdapterChoice::whyNone() const
+{
+    if (!m_manager->isOperational()) {
+        return QStringLiteral("bluetoothd is not there: org.bluez is not on the system bus; start it, by "
+                              "\"systemctl start bluetooth\" for instance");
+    }
+    if (m_manager->adapters().isEmpty()) {
+        return QStringLiteral("bluetoothd has no Bluetooth adapter; plug one in");
+    }
+    QStringList others;
+    for (const BluezQt::AdapterPtr& adapter : m_manager->adapters()) {
+        others << QStringLiteral("%1 (%2)").arg(nameOf(adapter), adapter->address());
+    }
+    return QStringLiteral(
+               "the adapter %1 is not there, and another is not touched unasked; plug it in, or choose "
+               "by BLUEZ_ADAPTER or --adapter: %2")
+        .arg(m_wanted, others.join(QStringLiteral(", ")));
 }
 
 void AdapterChoice::sayWhich()

@@ -5,18 +5,24 @@
 #include <BluezQt/Manager>
 
 #include <QObject>
+#include <QTimer>
 
 #include <memory>
 
 namespace bt {
 
-/// The adapter that is ours: the first one of the bluetoothd on QDBusConnection::systemBus(), for as long as
-/// it is there. Tells a person which it is, or why there is none, once for each reason.
+/// The adapter that is ours, of the bluetoothd on QDBusConnection::systemBus(): the one that is wanted,
+/// otherwise the lowest when bluetoothd has told of all of them. From then on it is that one alone, by its
+/// address, also when it goes and comes back. Tells a person which it is, or why there is none, once for each
+/// reason.
 class AdapterChoice : public QObject
 {
     Q_OBJECT
 
 public:
+    /// \a wanted is an address or the last part of a path, "hci1"; empty for any.
+    explicit AdapterChoice(QString wanted);
+
     void follow();
     /// Chooses no other one any more.
     void stop() { m_stopped = true; }
@@ -42,11 +48,16 @@ Q_SIGNALS:
 
 private:
     void askForAdapters();
+    void chooseSoon();
     void choose();
+    [[nodiscard]] bool mayBeOurs(const BluezQt::AdapterPtr& adapter) const;
+    [[nodiscard]] QString whyNone() const;
     void lose();
 
     std::unique_ptr<BluezQt::Manager> m_manager;
     BluezQt::AdapterPtr m_adapter;
+    QString m_wanted; ///< from the first choice on its address
+    QTimer m_settling;
     QString m_said;
     bool m_stopped = false;
 };

@@ -60,24 +60,4 @@ bool isBluezError(const QDBusError& error, const char* name)
     return error.name() == QLatin1String("org.bluez.Error.") + QLatin1String(name);
 }
 
-PairState pairStateOf(const QDBusError& error)
-{
-    if (!error.isValid() || isBluezError(error, "AlreadyExists")) {
-        return PairState::Paired;
-    }
-    for (const char* refused :
-         { "AuthenticationFailed", "AuthenticationRejected", "AuthenticationTimeout" }) {
-        if (isBluezError(error, refused)) {
-            return PairState::FailedAuthentication;
-        }
-    }
-    // Cancelled and not by us: the link was lost.
-    for (const char* unreachable : { "ConnectionAttemptFailed", "AuthenticationCanceled" }) {
-        if (isBluezError(error, unreachable)) {
-            return PairState::FailedConnection;
-        }
-    }
-    return PairState::Failed;
-}
-
 } // namespace bt

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "RadioTypes.h"
-
 #include <QDBusError>
 #include <QDBusPendingCall>
 #include <QVariantList>
@@ -44,9 +42,6 @@ void tellFailure(const QString& what, const QDBusError& error);
 
 /// Whether an error of org.bluez.Error has this last part.
 bool isBluezError(const QDBusError& error, const char* name);
-
-/// How a failed Device1.Pair() ends the pairing, when it was not the user who ended it.
-PairState pairStateOf(const QDBusError& error);
 
 inline const QString AdapterInterface = QStringLiteral("org.bluez.Adapter1");
 inline const QString DeviceInterface = QStringLiteral("org.bluez.Device1");

@@ -2,6 +2,8 @@
 
 #include "AddressHelper.h"
 #include "BluezCall.h"
+#include "BluezCause.h"
+#include "DeviceNames.h"
 
 #include <chrono>
 
@@ -29,7 +31,7 @@ BluezPairing::BluezPairing(qulonglong address, PairingAgent& agent)
 
 QString BluezPairing::deviceName() const
 {
-    return m_device ? m_device->remoteName() : QString();
+    return m_device ? nameOf(*m_device) : QString();
 }
 
 void BluezPairing::begin(const BluezQt::DevicePtr& device)
@@ -44,18 +46,19 @@ void BluezPairing::found(const BluezQt::DevicePtr& device)
 {
     adopt(device);
     enter(PairState::Outgoing); // its name may be known now
+    m_events.emplace();
     askBluez({ m_device->ubi(), DeviceInterface, QStringLiteral("Pair"), {}, PairLimit }, this,
              [this](const QDBusError& error) { pairAnswered(error); });
 }
 
 void BluezPairing::notFound()
 {
-    settle(PairState::FailedConnection);
+    fail(Cause::OutOfRange);
 }
 
 void BluezPairing::beginIncoming(const BluezQt::DevicePtr& device)
 {
-    m_incoming = true;
+    setIncoming();
     adopt(device);
     enter(PairState::Incoming);
 }
@@ -69,14 +72,14 @@ void BluezPairing::adopt(const BluezQt::DevicePtr& device)
         }
     });
     connect(device.data(), &BluezQt::Device::pairedChanged, this, [this](bool paired) {
-        if (paired && m_incoming) {
-            settle(PairState::Paired);
+        if (paired && isIncoming()) {
+            succeed();
         } else if (paired && isUnderWay()) {
             finish(); // what follows is a look at the device's services
         }
     });
     connect(device.data(), &BluezQt::Device::connectedChanged, this, [this](bool connected) {
-        if (!connected && m_incoming && isUnderWay()) {
+        if (!connected && isIncoming() && isUnderWay()) {
             m_deadline.start(LastWordTime);
         }
     });
@@ -88,18 +91,26 @@ void BluezPairing::pairAnswered(const QDBusError& error)
     if (error.type() == QDBusError::NoReply) { // it may still pair, when nobody reckons with it any more
         tellDevice(QStringLiteral("CancelPairing"));
     }
-    const bool refused = error.isValid() && isRefused();
     // What went wrong after the exchange of keys leaves a device paired.
-    settle(m_device->isPaired() ? PairState::Paired : refused ? PairState::Failed : pairStateOf(error));
-    if (error.isValid() && !refused && progress().state != PairState::Paired) {
-        tellFailure(QStringLiteral("pairing with %1").arg(AddressHelper::int2str(address())), error);
+    if (!error.isValid() || m_device->isPaired() || isBluezError(error, "AlreadyExists")) {
+        succeed();
+    } else if (isRefused()) {
+        fail(Cause::RefusedHere);
+    } else {
+        // The state goes by what everybody hears.
+        fail(causeOf(error), causeText(exactly(error, m_events->causeOf(address())), detailOf(error)));
     }
 }
 
 void BluezPairing::endIncoming()
 {
-    if (m_incoming && isUnderWay()) {
-        settle(m_device->isPaired() ? PairState::Paired : PairState::FailedAuthentication);
+    if (!isIncoming()) {
+        return;
+    }
+    if (m_device->isPaired()) {
+        succeed();
+    } else {
+        fail(Cause::NoCommonKey);
     }
 }
 
@@ -116,8 +127,8 @@ void BluezPairing::questionCancelled()
         return;
     }
     setCode({});
-    if (m_incoming) {
-        settle(PairState::FailedAuthentication);
+    if (isIncoming()) {
+        fail(Cause::RefusedThere);
     } else {
         enter(PairState::Finishing); // the answer to Pair() tells why
     }
@@ -138,7 +149,7 @@ void BluezPairing::finish(const QString& code)
 {
     setCode(code);
     enter(PairState::Finishing);
-    if (m_incoming) {
+    if (isIncoming()) {
         m_deadline.start(IncomingLimit);
     }
 }
@@ -148,10 +159,10 @@ void BluezPairing::takeRefusal()
     if (!m_codeOnlyShown) {
         m_agent.refuse();
     } else { // CancelPairing is for those who have called Pair
-        tellDevice(m_incoming ? QStringLiteral("Disconnect") : QStringLiteral("CancelPairing"));
+        tellDevice(isIncoming() ? QStringLiteral("Disconnect") : QStringLiteral("CancelPairing"));
     }
-    if (m_incoming) {
-        settle(PairState::Failed);
+    if (isIncoming()) {
+        fail(Cause::RefusedHere);
     } // otherwise the answer to Pair() settles it: until then bluetoothd would take no other pairing
 }
 
@@ -160,13 +171,11 @@ void BluezPairing::tellDevice(const QString& method)
     sendToBluez({ m_device->ubi(), DeviceInterface, method, {} });
 }
 
-void BluezPairing::settle(PairState state)
+void BluezPairing::succeed()
 {
-    if (!isUnderWay()) {
-        return;
+    if (isUnderWay()) {
+        enter(PairState::Paired);
     }
-    m_deadline.stop();
-    enter(state);
 }
 
 } // namespace bt

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ManagementEvents.h"
 #include "PairingAgent.h"
 #include "PairingAttempt.h"
 #include "Result.h"
@@ -47,14 +48,14 @@ private:
     void endIncoming();
     void finish(const QString& code = {});
     void tellDevice(const QString& method);
-    void settle(PairState state);
+    void succeed();
 
     PairingAgent& m_agent;
     BluezQt::DevicePtr m_device;
-    bool m_incoming = false;
     bool m_codeOnlyShown = false;
     /// bluetoothd tells nobody how a pairing ends that the other side began.
     QTimer m_deadline;
+    std::optional<ManagementEvents> m_events; ///< since we called the device
 };
 
 } // namespace bt

@@ -2,6 +2,7 @@
 
 #include "AddressHelper.h"
 #include "BluezCall.h"
+#include "DeviceServices.h"
 #include "Notice.h"
 
 #include <QDBusError>
@@ -21,17 +22,20 @@ const QLatin1String Blocked("the adapter is blocked; \"rfkill unblock bluetooth\
 
 // Of the second that the end of this program may take.
 constexpr auto PutBackLimit = 500ms;
+// For another's switching of the power to show.
+constexpr auto BusyLimit = 2s;
 
-/// Returns when all calls are answered, or the limit has passed.
-void waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds limit)
+/// Returns when all calls are answered, or the limit has passed. @return whether all went well
+bool waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds limit)
 {
     QEventLoop loop;
-    int open = 0;
+    int open = calls.size();
+    bool done = true;
     for (const QDBusPendingCall& call : calls) {
         auto* watcher = new QDBusPendingCallWatcher(call, &loop);
-        ++open;
-        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &loop, [&loop, &open, watcher] {
+        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &loop, [&loop, &open, &done, watcher] {
             if (watcher->isError()) {
+                done = false;
                 tellFailure(QStringLiteral("putting the adapter back"), watcher->error());
             }
             if (--open == 0) {
@@ -43,13 +47,24 @@ void waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds lim
         QTimer::singleShot(limit, &loop, &QEventLoop::quit);
         loop.exec();
     }
+    return done && open == 0;
 }
 
 } // namespace
 
-BluezRadio::BluezRadio(QString name)
+BluezRadio::BluezRadio(QString name, QString adapter)
     : m_name(std::move(name))
+    , m_choice(std::move(adapter))
 {
+    m_time.start();
+    m_busy.setSingleShot(true);
+    m_busy.setInterval(BusyLimit);
+    connect(&m_busy, &QTimer::timeout, this, [this] {
+        if (m_adapter && m_adapter->isPowered() != m_wantsOn) {
+            askForPower(m_wantsOn);
+        }
+    });
+    connect(&m_settings, &AdapterSettings::named, this, &BluezRadio::followAdapter);
     connect(&m_choice, &AdapterChoice::bluezCame, this, [this] {
         m_agent.registerAtBluez();
         m_profiles.registerAll();
@@ -70,10 +85,20 @@ BluezRadio::BluezRadio(QString name)
             m_pairing->questionCancelled();
         }
     });
-    connect(&m_agent, &PairingAgent::serviceWanted, this, [this](const QString& path, bool& allowed) {
-        const BluezQt::DevicePtr device = m_choice.device(path);
-        allowed = !device.isNull() && device->isPaired();
-    });
+    connect(
+        &m_agent, &PairingAgent::serviceWanted, this,
+        [this](const QString& path, const QString& uuid, bool& allowed) {
+            const BluezQt::DevicePtr device = m_choice.device(path);
+            const bool isPaired = !device.isNull() && device->isPaired();
+            allowed = isPaired && isServed(uuid);
+            if (isPaired && !allowed) {
+                notice(
+                    QStringLiteral(
+                        "%1 wants to use the service %2, which this radio is not for; BLUEZ_SERVICES names "
+                        "those that it is for")
+                        .arg(device->address(), uuid));
+            }
+        });
     connect(&m_profiles, &RfcommProfiles::connected, this, [this](const QString& path) {
         if (const BluezQt::DevicePtr device = m_choice.device(path)) {
             Q_EMIT companionConnected(AddressHelper::str2int(device->address()));
@@ -96,6 +121,12 @@ void BluezRadio::useAdapter(const BluezQt::AdapterPtr& adapter)
     m_adapter = adapter;
     m_settings.remember(*adapter);
     connect(adapter.data(), &BluezQt::Adapter::poweredChanged, this, &BluezRadio::followPower);
+    for (const auto changed :
+         { &BluezQt::Adapter::discoverableChanged, &BluezQt::Adapter::pairableChanged }) {
+        // The power goes first, and is told of behind.
+        connect(adapter.data(), changed, this, &BluezRadio::followAdapter, Qt::QueuedConnection);
+    }
+    connect(adapter.data(), &BluezQt::Adapter::nameChanged, this, &BluezRadio::followAdapter);
     connect(adapter.data(), &BluezQt::Adapter::deviceAdded, this, [this](const BluezQt::DevicePtr& device) {
         if (m_pairing && m_pairing->isLooking()
             && AddressHelper::str2int(device->address()) == m_pairing->address()) {
@@ -104,7 +135,7 @@ void BluezRadio::useAdapter(const BluezQt::AdapterPtr& adapter)
         }
     });
     Q_EMIT addressChanged(AddressHelper::str2int(adapter->address()));
-    m_discoverySwitch = std::make_unique<DiscoverySwitch>(adapter->ubi());
+    m_discoverySwitch = std::make_unique<DiscoverySwitch>(adapter);
     m_bonded = std::make_unique<BondedDevices>();
     connect(m_bonded.get(), &BondedDevices::listChanged, this, &Radio::pairListChanged);
     connect(m_bonded.get(), &BondedDevices::connectionEstablished, this, &Radio::connectionEstablished);
@@ -123,6 +154,7 @@ void BluezRadio::loseAdapter()
     m_adapter->disconnect(this);
     silence();
     m_switching = false;
+    m_busy.stop();
     m_discoverySwitch.reset();
     m_adapter.clear();
     m_bonded->clear();
@@ -134,7 +166,7 @@ void BluezRadio::loseAdapter()
 
 void BluezRadio::switchOn()
 {
-    AdapterSettings::makeOurs(*m_adapter, m_name);
+    m_settings.makeOurs(*m_adapter, m_name);
     if (m_adapter->isPowered() && !m_switching) {
         setStatus(Status::On);
         return;
@@ -169,6 +201,10 @@ void BluezRadio::askForPower(bool on)
 
 void BluezRadio::powerRefused(bool on, const QDBusError& error)
 {
+    if (isBluezError(error, "Busy")) { // another program switches it, or bluetoothd itself, by its AutoEnable
+        m_busy.start();
+        return;
+    }
     if (isBluezError(error, "Blocked")) {
         m_choice.say(Blocked);
         setStatus(Status::NoDevice);
@@ -182,6 +218,10 @@ void BluezRadio::powerRefused(bool on, const QDBusError& error)
 void BluezRadio::followPower()
 {
     if (m_adapter->isPowered()) {
+        if (m_busy.isActive() && m_wantsOn && !std::exchange(m_wasOn, true)) {
+            m_settings.foundOn(*m_adapter);
+        }
+        m_wasOn = true;
         setStatus(m_switching && !m_wantsOn ? Status::Stopping : Status::On);
         return;
     }
@@ -189,17 +229,35 @@ void BluezRadio::followPower()
     if (m_choice.isBlocked()) {
         m_choice.say(Blocked);
     }
-    setStatus(m_switching && m_wantsOn   ? Status::Starting
-                  : m_choice.isBlocked() ? Status::NoDevice
-                                         : Status::Off);
+    const bool comes = (m_switching || m_busy.isActive()) && m_wantsOn;
+    setStatus(comes ? Status::Starting : m_choice.isBlocked() ? Status::NoDevice : Status::Off);
 }
 
 void BluezRadio::silence()
 {
     endScan();
     endSearch();
-    m_pairing.reset();
-    Q_EMIT pairingChanged({});
+    breakOff();
+}
+
+// What others change is theirs: the name is followed, and what keeps devices from us is told.
+void BluezRadio::followAdapter()
+{
+    if (!m_adapter || m_settings.isNaming()) {
+        return;
+    }
+    if (m_adapter->name() != m_name) {
+        m_name = m_adapter->name();
+        Q_EMIT localNameChanged(m_name);
+    }
+    const bool open = m_adapter->isDiscoverable() && m_adapter->isPairable();
+    if (m_adapter->isPowered() && std::exchange(m_wasOpen, open) && !open) {
+        notice(QStringLiteral(
+                   "another program has changed the adapter: other devices can no longer %1; switching the "
+                   "radio off and on again allows it")
+                   .arg(m_adapter->isDiscoverable() ? QStringLiteral("pair with it")
+                                                    : QStringLiteral("find it")));
+    }
 }
 
 void BluezRadio::stop()
@@ -207,18 +265,24 @@ void BluezRadio::stop()
     m_choice.stop();
     silence();
     if (m_choice.bluezRuns()) {
-        m_agent.unregisterAtBluez();
-        m_profiles.unregisterAll();
         putBack();
     }
     setStatus(m_adapter ? Status::Off : Status::NoDevice);
 }
 
+// The power last: a radio that is off takes no settings. The settings before the agent, with which bluetoothd
+// ends "Pairable" by itself.
 void BluezRadio::putBack()
 {
+    QList<QDBusPendingCall> calls;
     if (m_adapter) {
         m_adapter->disconnect(this);
-        waitFor(m_settings.restore(*m_adapter), PutBackLimit);
+        calls << m_settings.restore(*m_adapter);
+    }
+    m_agent.unregisterAtBluez();
+    m_profiles.unregisterAll();
+    if (!m_adapter.isNull() && waitFor(calls << m_settings.restorePower(*m_adapter), PutBackLimit)) {
+        AdapterSettings::forget(*m_adapter);
     }
 }
 
@@ -246,8 +310,7 @@ void BluezRadio::takeName(const QString& name)
 {
     m_name = name;
     if (m_adapter) {
-        tellBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Alias"), name),
-                  QStringLiteral("naming the adapter"));
+        m_settings.setName(*m_adapter, name);
     }
 }
 

@@ -10,12 +10,15 @@
 #include "Result.h"
 #include "RfcommProfiles.h"
 
+#include <QElapsedTimer>
+#include <QTimer>
+
 #include <memory>
 #include <optional>
 
 namespace bt {
 
-/// This machine's radio, by BlueZ: the first adapter of the bluetoothd on QDBusConnection::systemBus().
+/// This machine's radio, by BlueZ: an adapter of the bluetoothd on QDBusConnection::systemBus().
 ///
 /// - Without bluetoothd or adapter the status is NoDevice; the radio comes up by itself when they are there.
 /// - A device to pair with that bluetoothd does not know is looked for first.
@@ -26,8 +29,8 @@ class BluezRadio : public RadioRules
     Q_OBJECT
 
 public:
-    /// \a name is what other devices see.
-    explicit BluezRadio(QString name);
+    /// \a name is what other devices see; \a adapter is an address or "hciN", empty for the lowest.
+    BluezRadio(QString name, QString adapter);
     ~BluezRadio() override;
 
     void start() override;
@@ -51,6 +54,11 @@ private:
     [[nodiscard]] bool isPaired(qulonglong address) const override;
     void startPairing(qulonglong address) override;
     [[nodiscard]] PairingAttempt* attempt() const override { return m_pairing.get(); }
+    void dropAttempt() override { m_pairing.reset(); }
+    [[nodiscard]] std::chrono::milliseconds now() const override
+    {
+        return std::chrono::milliseconds(m_time.elapsed());
+    }
 
     // BluezRadio.cpp: the adapter and its power
     void useAdapter(const BluezQt::AdapterPtr& adapter);
@@ -59,6 +67,7 @@ private:
     void switchOff();
     void askForPower(bool on);
     void followPower();
+    void followAdapter();
     void powerRefused(bool on, const QDBusError& error);
     void silence();
     void putBack();
@@ -68,8 +77,8 @@ private:
     void leaveDiscovery();
     void beginPairing(qulonglong address);
     void endSearch();
+    void refuseQuestion(const PairingQuestion& question);
     void takeQuestion(const QString& devicePath, const PairingQuestion& question);
-    void pairingProgressed();
     void changeLink(const BluezQt::DevicePtr& device, const QString& method);
     [[nodiscard]] BluezQt::DevicePtr deviceOf(qulonglong address) const;
 
@@ -84,8 +93,12 @@ private:
     std::unique_ptr<Discovery> m_discovery; ///< for a scan, or for a device to pair with
     std::unique_ptr<BluezPairing> m_pairing;
     ScanResults m_scanResults;
+    QElapsedTimer m_time;
+    QTimer m_busy; ///< bluetoothd is at somebody else's wish for the power
     bool m_wantsOn = false;
     bool m_switching = false; ///< bluetoothd has not answered, and takes no other wish before
+    bool m_wasOn = false; ///< at any time
+    bool m_wasOpen = false; ///< for other devices, to find and to pair
     bool m_saidWifed = false;
 };
 

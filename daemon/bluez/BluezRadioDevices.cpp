@@ -1,7 +1,9 @@
 #include "AddressHelper.h"
 #include "BluezCall.h"
+#include "BluezCause.h"
 #include "BluezRadio.h"
 #include "DeviceServices.h"
+#include "ManagementEvents.h"
 #include "Notice.h"
 
 #include <utility>
@@ -26,7 +28,8 @@ base::Result<> notPaired(qulonglong address)
 
 BluezQt::DevicePtr BluezRadio::deviceOf(qulonglong address) const
 {
-    return m_adapter->deviceForAddress(AddressHelper::int2str(address));
+    const BluezQt::DevicePtr device = m_adapter->deviceForAddress(AddressHelper::int2str(address));
+    return device ? device : m_bonded->formerly(address);
 }
 
 void BluezRadio::lookAround()
@@ -81,18 +84,7 @@ void BluezRadio::startPairing(qulonglong address)
 void BluezRadio::beginPairing(qulonglong address)
 {
     m_pairing = std::make_unique<BluezPairing>(address, m_agent);
-    connect(m_pairing.get(), &BluezPairing::progressed, this, &BluezRadio::pairingProgressed);
-}
-
-// A paired device may come back by itself, without a question for each service.
-void BluezRadio::pairingProgressed()
-{
-    const PairingProgress progress = m_pairing->progress();
-    const BluezQt::DevicePtr& device = m_pairing->device();
-    if (progress.state == PairState::Paired && device && !device->isTrusted()) {
-        sendToBluez(settingOf(device->ubi(), DeviceInterface, QStringLiteral("Trusted"), true));
-    }
-    Q_EMIT pairingChanged(progress);
+    tellOf(*m_pairing);
 }
 
 void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& question)
@@ -104,17 +96,27 @@ void BluezRadio::takeQuestion(const QString& devicePath, const PairingQuestion& 
                    .arg(device ? device->address() : devicePath,
                         device ? QStringLiteral("another pairing is under way")
                                : QStringLiteral("it is not at our adapter")));
-        if (!question.onlyShown) {
-            m_agent.refuse();
-        }
+        refuseQuestion(question);
         return;
     }
     if (!pairing) {
+        const qulonglong address = AddressHelper::str2int(device->address());
+        if (!requireHeard(address, device->address())) {
+            refuseQuestion(question);
+            return;
+        }
         endScan();
-        beginPairing(AddressHelper::str2int(device->address()));
+        beginPairing(address);
         m_pairing->beginIncoming(device);
     }
     m_pairing->ask(question);
+}
+
+void BluezRadio::refuseQuestion(const PairingQuestion& question)
+{
+    if (!question.onlyShown) {
+        m_agent.refuse();
+    }
 }
 
 base::Result<> BluezRadio::unpair(qulonglong address)
@@ -158,11 +160,17 @@ void BluezRadio::changeLink(const BluezQt::DevicePtr& device, const QString& met
 {
     const bool connects = method == QLatin1String("Connect");
     askBluez({ device->ubi(), DeviceInterface, method, {}, ConnectLimit }, this,
-             [device, method, connects](const QDBusError& error) {
+             [this, device, method, connects,
+              events = std::make_shared<ManagementEvents>()](const QDBusError& error) {
                  // Without a service that both know, bluetoothd keeps the link and calls it a failure all the
                  // same.
-                 if (error.isValid() && !(connects && device->isConnected())) {
-                     tellFailure(QStringLiteral("%1 %2").arg(method, device->address()), error);
+                 const qulonglong address = AddressHelper::str2int(device->address());
+                 if (!error.isValid() || (connects && device->isConnected())) {
+                     noteConnected(address);
+                 } else if (connects) {
+                     tellConnectionFailed(address, exactly(error, events->causeOf(address)), detailOf(error));
+                 } else {
+                     tellFailure(QStringLiteral("Disconnect %1").arg(device->address()), error);
                  }
              });
 }

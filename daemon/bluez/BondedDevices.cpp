@@ -1,10 +1,13 @@
 #include "BondedDevices.h"
 
 #include "AddressHelper.h"
+#include "DeviceNames.h"
 #include "DeviceServices.h"
 #include "RadioTypes.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace bt {
 
@@ -17,7 +20,7 @@ qulonglong addressOf(const BluezQt::DevicePtr& device)
 
 PairEntry entryOf(const BluezQt::DevicePtr& device)
 {
-    return { addressOf(device), device->remoteName(),
+    return { addressOf(device), nameOf(*device),
              connectionBits(device->isConnected(), device->uuids(), device->type()) };
 }
 
@@ -27,8 +30,12 @@ void BondedDevices::follow(const BluezQt::AdapterPtr& adapter)
 {
     m_adapter = adapter;
     connect(adapter.data(), &BluezQt::Adapter::deviceAdded, this, &BondedDevices::watch);
-    connect(adapter.data(), &BluezQt::Adapter::deviceRemoved, this,
-            [this](const BluezQt::DevicePtr& device) { forget(m_devices.indexOf(device)); });
+    connect(adapter.data(), &BluezQt::Adapter::deviceRemoved, this, [this](const BluezQt::DevicePtr& device) {
+        forget(m_devices.indexOf(device));
+        for (auto former = m_formerly.begin(); former != m_formerly.end();) {
+            former = *former == device ? m_formerly.erase(former) : std::next(former);
+        }
+    });
     QList<BluezQt::DevicePtr> devices = adapter->devices();
     std::sort(devices.begin(), devices.end(),
               [](const auto& left, const auto& right) { return left->address() < right->address(); });
@@ -58,7 +65,11 @@ void BondedDevices::watch(const BluezQt::DevicePtr& device)
         refresh(known->toSharedPtr());
     };
     connect(device.data(), &BluezQt::Device::addressChanged, this,
-            again); // a random one, once keys tell whose
+            [this, known, before = addressOf(device)](const QString& address) mutable {
+                m_formerly.insert(std::exchange(before, AddressHelper::str2int(address)),
+                                  known->toSharedPtr());
+                refresh(known->toSharedPtr());
+            });
     connect(device.data(), &BluezQt::Device::pairedChanged, this, again);
     connect(device.data(), &BluezQt::Device::connectedChanged, this, again);
     connect(device.data(), &BluezQt::Device::uuidsChanged, this, again);
@@ -116,7 +127,11 @@ BluezQt::DevicePtr BondedDevices::find(qulonglong address) const
 {
     const auto found = std::find_if(m_devices.begin(), m_devices.end(),
                                     [address](const auto& device) { return addressOf(device) == address; });
-    return found == m_devices.end() ? BluezQt::DevicePtr() : *found;
+    if (found != m_devices.end()) {
+        return *found;
+    }
+    const BluezQt::DevicePtr former = formerly(address);
+    return m_devices.contains(former) ? former : BluezQt::DevicePtr();
 }
 
 QList<BluezQt::DevicePtr> BondedDevices::connected(unsigned bits) const

@@ -5,6 +5,7 @@
 #include <BluezQt/Adapter>
 #include <BluezQt/Device>
 
+#include <QHash>
 #include <QObject>
 
 namespace bt {
@@ -20,8 +21,11 @@ public:
     /// The adapter is gone.
     void clear();
 
-    /// Null when it is not paired.
+    /// Null when it is not paired. A device may be named by an address that it had before: a private one
+    /// becomes its own once keys tell whose it is.
     [[nodiscard]] BluezQt::DevicePtr find(qulonglong address) const;
+    /// The device that had this address before, paired or not; null when none had.
+    [[nodiscard]] BluezQt::DevicePtr formerly(qulonglong address) const { return m_formerly.value(address); }
     [[nodiscard]] QList<BluezQt::DevicePtr> connected(unsigned bits) const;
 
 Q_SIGNALS:
@@ -39,6 +43,7 @@ private:
     BluezQt::AdapterPtr m_adapter;
     PairList m_list;
     QList<BluezQt::DevicePtr> m_devices; ///< of the same rows
+    QHash<qulonglong, BluezQt::DevicePtr> m_formerly; ///< by addresses that they had
 };
 
 } // namespace bt

@@ -50,6 +50,23 @@ unsigned connectionBits(bool connected, const QStringList& uuids, BluezQt::Devic
     return bits == NotConnected ? static_cast<unsigned>(Plain) : bits;
 }
 
+bool isServed(const QString& uuid)
+{
+    static const QString ofTheRadio =
+        QStringLiteral("1101,1105,1106,1108,110a,110b,110c,110d,110e,110f,1112,111e,111f,") + IapUuid
+        + QLatin1Char(',') + IapAccessoryUuid;
+    static const QStringList served = [] {
+        QStringList full;
+        for (const QString& each :
+             qEnvironmentVariable("BLUEZ_SERVICES", ofTheRadio).split(QLatin1Char(','))) {
+            full << fullUuid(each.trimmed());
+        }
+        return full;
+    }();
+    const QString wanted = fullUuid(uuid);
+    return !wanted.isEmpty() && served.contains(wanted);
+}
+
 QString fullUuid(const QString& text)
 {
     static const QRegularExpression full(

@@ -13,6 +13,11 @@ inline const QString IapUuid = QStringLiteral("00000000-deca-fade-deca-deafdecac
 /// it: the bits come from the services that the device offers. Plain stands alone.
 unsigned connectionBits(bool connected, const QStringList& uuids, BluezQt::Device::Type type);
 
+/// Whether a paired device may use the service by itself: those that the radio is for (serial ports, headsets
+/// and their remote control, file transfer, iOS accessories), or those of $BLUEZ_SERVICES in their place,
+/// UUIDs with commas in between. A phone that is paired for its music does not become a keyboard.
+bool isServed(const QString& uuid);
+
 /// The 128-bit form of a UUID, lower case; empty when the text is none. Takes 16 and 32 bits in hexadecimal,
 /// with or without "0x", as well.
 QString fullUuid(const QString& text);

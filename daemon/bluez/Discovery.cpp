@@ -1,6 +1,7 @@
 #include "Discovery.h"
 
 #include "AddressHelper.h"
+#include "DeviceNames.h"
 
 #include <chrono>
 #include <utility>
@@ -11,8 +12,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// bluetoothd looks for low energy and for classic devices by turns, 5.12 s each: about once both.
-constexpr auto Length = 10s;
+// A round takes 10.24 s, half for low energy and half for classic devices, and up to 5.12 s for each name
+// that has to be asked for. It has no end where another program looks for low energy alone.
+constexpr auto LongestRound = 30s;
 constexpr auto GatheringTime = 320ms;
 
 // bluetoothd leaves the strength out where it is not known, BluezQt puts this in its place.
@@ -20,16 +22,16 @@ constexpr qint16 NoStrength = -32768;
 
 } // namespace
 
-Discovery::Discovery(BluezQt::AdapterPtr adapter, DiscoverySwitch& radio, ScanResults before)
+Discovery::Discovery(BluezQt::AdapterPtr adapter, DiscoverySwitch& radio, const ScanResults& before)
     : m_adapter(std::move(adapter))
     , m_radio(radio)
-    , m_list(std::move(before))
+    , m_list(before)
 {
     m_gathering.setSingleShot(true);
     m_gathering.setInterval(GatheringTime);
     connect(&m_gathering, &QTimer::timeout, this, &Discovery::publish);
     m_end.setSingleShot(true);
-    m_end.setInterval(Length);
+    m_end.setInterval(LongestRound);
     connect(&m_end, &QTimer::timeout, this, &Discovery::finish);
 
     const QList<BluezQt::DevicePtr> devices = m_adapter->devices();
@@ -43,9 +45,21 @@ Discovery::Discovery(BluezQt::AdapterPtr adapter, DiscoverySwitch& radio, ScanRe
         follow(device);
         hear(*device);
     });
-    connect(&m_radio, &DiscoverySwitch::started, &m_end, qOverload<>(&QTimer::start));
+    connect(m_adapter.data(), &BluezQt::Adapter::discoveringChanged, this, &Discovery::followRound);
     connect(&m_radio, &DiscoverySwitch::refused, this, &Discovery::finish);
+    m_time.start();
+    m_end.start(); // bluetoothd may never answer
     m_radio.set(true);
+}
+
+// Where another program looks around already, the round that runs is not ours.
+void Discovery::followRound(bool discovering)
+{
+    if (discovering) {
+        m_inRound = true;
+    } else if (m_inRound) {
+        finish();
+    }
 }
 
 void Discovery::end()
@@ -53,7 +67,6 @@ void Discovery::end()
     m_gathering.stop();
     m_end.stop();
     m_radio.disconnect(this);
-    m_radio.disconnect(&m_end);
     m_adapter->disconnect(this);
     const QList<BluezQt::DevicePtr> devices = m_adapter->devices();
     for (const BluezQt::DevicePtr& device : devices) {
@@ -71,7 +84,7 @@ void Discovery::follow(const BluezQt::DevicePtr& device)
         }
     });
     connect(known, &BluezQt::Device::remoteNameChanged, this, [this, known] {
-        if (m_heard.contains(AddressHelper::str2int(known->address()))) {
+        if (m_list.isHeard(AddressHelper::str2int(known->address()))) {
             hear(*known);
         }
     });
@@ -79,16 +92,13 @@ void Discovery::follow(const BluezQt::DevicePtr& device)
 
 void Discovery::hear(const BluezQt::Device& device)
 {
-    const qulonglong address = AddressHelper::str2int(device.address());
-    ScanEntry* entry = m_list.entryOf(address);
-    if (entry == nullptr) {
-        return;
-    }
-    m_heard.insert(address);
+    ScanEntry heard;
+    heard.address = AddressHelper::str2int(device.address());
+    heard.name = nameOf(device);
     if (device.rssi() != NoStrength) {
-        entry->signalStrength = device.rssi();
+        heard.signalStrength = device.rssi();
     }
-    entry->name = device.remoteName().isEmpty() ? entry->name : device.remoteName();
+    m_list.hear(heard, device.deviceClass() != 0 || device.appearance() != 0);
     m_changed = true;
     if (!m_gathering.isActive()) {
         m_gathering.start();
@@ -98,6 +108,7 @@ void Discovery::hear(const BluezQt::Device& device)
 void Discovery::publish()
 {
     if (std::exchange(m_changed, false)) {
+        m_list.arrange(std::chrono::milliseconds(m_time.elapsed()));
         Q_EMIT resultsChanged();
     }
 }
@@ -105,7 +116,7 @@ void Discovery::publish()
 void Discovery::finish()
 {
     m_gathering.stop();
-    m_changed = m_list.keepOnly(m_heard) || m_changed;
+    m_changed = m_list.dropUnheard() || m_changed;
     publish();
     Q_EMIT finished();
 }

@@ -6,7 +6,7 @@
 
 namespace bt {
 
-DiscoverySwitch::DiscoverySwitch(QString adapter)
+DiscoverySwitch::DiscoverySwitch(BluezQt::AdapterPtr adapter)
     : m_adapter(std::move(adapter))
 {
 }
@@ -24,22 +24,26 @@ void DiscoverySwitch::ask()
     m_waits = true;
     const bool on = m_wanted;
     const QString method = on ? QStringLiteral("StartDiscovery") : QStringLiteral("StopDiscovery");
-    askBluez({ m_adapter, AdapterInterface, method, {} }, this, [this, on](const QDBusError& error) {
-        if (on && error.isValid()) {
+    askBluez({ m_adapter->ubi(), AdapterInterface, method, {} }, this, [this, on](const QDBusError& error) {
+        const bool runs = on && (!error.isValid() || m_adapter->isDiscovering());
+        if (on && !runs) {
             tellFailure(QStringLiteral("looking for devices"), error);
         }
-        answered(on, error.isValid());
+        answered(on, runs);
     });
 }
 
-// What cannot be stopped was not running: the adapter went off, or bluetoothd was new.
-void DiscoverySwitch::answered(bool on, bool failed)
+// A start that fails because it was under way already, or is never answered, may run all the same. What
+// cannot be stopped was not running: the adapter went off, or bluetoothd was new.
+void DiscoverySwitch::answered(bool on, bool runs)
 {
     m_waits = false;
-    m_runs = on && !failed;
+    m_runs = runs;
     if (m_wanted && on) {
         m_wanted = m_runs;
-        m_runs ? Q_EMIT started() : Q_EMIT refused();
+        if (!m_runs) {
+            Q_EMIT refused();
+        }
     } else if (m_runs != m_wanted) {
         ask();
     }

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <BluezQt/Adapter>
+
 #include <QObject>
-#include <QString>
 
 namespace bt {
 
@@ -15,22 +16,19 @@ class DiscoverySwitch : public QObject
     Q_OBJECT
 
 public:
-    /// \a adapter is its object path.
-    explicit DiscoverySwitch(QString adapter);
+    explicit DiscoverySwitch(BluezQt::AdapterPtr adapter);
 
     void set(bool on);
 
 Q_SIGNALS:
-    /// bluetoothd looks around, as was wanted last.
-    void started();
     /// It does not, and has said why on standard error.
     void refused();
 
 private:
     void ask();
-    void answered(bool on, bool failed);
+    void answered(bool on, bool runs);
 
-    QString m_adapter;
+    BluezQt::AdapterPtr m_adapter;
     bool m_wanted = false;
     bool m_runs = false;
     bool m_waits = false;

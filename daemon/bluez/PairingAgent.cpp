@@ -155,13 +155,13 @@ void PairingAgent::RequestAuthorization(const QDBusObjectPath& device)
     ask(device, { PairState::NeedSimpleConfirmation, {}, false });
 }
 
-void PairingAgent::AuthorizeService(const QDBusObjectPath& device, const QString& /*uuid*/)
+void PairingAgent::AuthorizeService(const QDBusObjectPath& device, const QString& uuid)
 {
     bool allowed = false;
-    Q_EMIT serviceWanted(device.path(), allowed);
+    Q_EMIT serviceWanted(device.path(), uuid, allowed);
     if (!allowed) {
         sendErrorReply(QStringLiteral("org.bluez.Error.Rejected"),
-                       QStringLiteral("the device is not paired"));
+                       QStringLiteral("the device is not paired, or the service is not wanted"));
     }
 }
 

@@ -57,7 +57,7 @@ Q_SIGNALS:
     /// bluetoothd no longer wants to know.
     void cancelled();
     /// A device wants to use a service; who listens says whether it may, directly.
-    void serviceWanted(const QString& devicePath, bool& allowed);
+    void serviceWanted(const QString& devicePath, const QString& uuid, bool& allowed);
 
 private:
     void ask(const QDBusObjectPath& device, const PairingQuestion& question);

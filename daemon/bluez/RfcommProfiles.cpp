@@ -2,8 +2,12 @@
 
 #include "BluezCall.h"
 #include "DeviceServices.h"
+#include "Notice.h"
 
 #include <QDBusConnection>
+#include <QDBusError>
+
+#include <sys/epoll.h>
 
 #include <utility>
 
@@ -17,6 +21,21 @@ BluezCall managerCall(const QString& method, const QVariantList& arguments)
 }
 
 } // namespace
+
+RfcommChannel::RfcommChannel(const QDBusUnixFileDescriptor& channel)
+    : m_channel(channel)
+{
+    m_hangup.giveFileDescriptor(epoll_create1(EPOLL_CLOEXEC));
+    epoll_event end{};
+    end.events = EPOLLRDHUP; // and EPOLLHUP and EPOLLERR, as always
+    if (epoll_ctl(m_hangup.fileDescriptor(), EPOLL_CTL_ADD, m_channel.fileDescriptor(), &end) == 0) {
+        m_notifier = std::make_unique<QSocketNotifier>(m_hangup.fileDescriptor(), QSocketNotifier::Read);
+        connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
+            m_notifier->setEnabled(false);
+            Q_EMIT closed();
+        });
+    }
+}
 
 RfcommProfile::RfcommProfile(QString uuid)
     : m_uuid(std::move(uuid))
@@ -39,9 +58,19 @@ void RfcommProfile::registerAtBluez()
     const QVariantMap options{ { QStringLiteral("Channel"), QVariant::fromValue<quint16>(0) },
                                { QStringLiteral("RequireAuthentication"), true },
                                { QStringLiteral("RequireAuthorization"), false } };
-    tellBluez(managerCall(QStringLiteral("RegisterProfile"),
-                          { QVariant::fromValue(QDBusObjectPath(path())), m_uuid, options }),
-              QStringLiteral("registering the UUID %1").arg(m_uuid));
+    askBluez(
+        managerCall(QStringLiteral("RegisterProfile"),
+                    { QVariant::fromValue(QDBusObjectPath(path())), m_uuid, options }),
+        this, [this](const QDBusError& error) {
+            const bool wasRefused = std::exchange(m_isRefused, isBluezError(error, "NotPermitted"));
+            if (m_isRefused && !wasRefused) {
+                notice(QStringLiteral("another program holds the UUID %1; it is ours when that one has ended")
+                           .arg(m_uuid));
+                Q_EMIT refused();
+            } else if (error.isValid() && !m_isRefused) {
+                tellFailure(QStringLiteral("registering the UUID %1").arg(m_uuid), error);
+            }
+        });
 }
 
 void RfcommProfile::unregisterAtBluez()
@@ -58,13 +87,18 @@ void RfcommProfile::Release()
 void RfcommProfile::NewConnection(const QDBusObjectPath& device, const QDBusUnixFileDescriptor& channel,
                                   const QVariantMap& /*properties*/)
 {
-    m_channels.insert(device.path(), channel);
+    auto kept = std::make_unique<RfcommChannel>(channel);
+    // Later: the channel tells of it by itself.
+    connect(
+        kept.get(), &RfcommChannel::closed, this, [this, path = device.path()] { m_channels.erase(path); },
+        Qt::QueuedConnection);
+    m_channels[device.path()] = std::move(kept);
     Q_EMIT connected(device.path());
 }
 
 void RfcommProfile::RequestDisconnection(const QDBusObjectPath& device)
 {
-    m_channels.remove(device.path());
+    m_channels.erase(device.path());
 }
 
 base::Result<> RfcommProfiles::add(const QString& uuid, bool bluezRuns)
@@ -77,16 +111,45 @@ base::Result<> RfcommProfiles::add(const QString& uuid, bool bluezRuns)
                            base::Failure::InvalidArgument);
     }
     std::unique_ptr<RfcommProfile>& profile = m_profiles[full];
+    if (profile && profile->isRefused()) {
+        return base::error(
+            QStringLiteral("another program holds the UUID \"%1\"; it is ours when that one has ended")
+                .arg(uuid));
+    }
     if (profile) {
         return base::error(QStringLiteral("the UUID \"%1\" is registered already").arg(uuid),
                            base::Failure::AlreadyRegistered);
     }
     profile = std::make_unique<RfcommProfile>(full);
     connect(profile.get(), &RfcommProfile::connected, this, &RfcommProfiles::connected);
+    connect(profile.get(), &RfcommProfile::refused, this, &RfcommProfiles::waitUntilFree);
     if (bluezRuns) {
         profile->registerAtBluez();
     }
     return {};
+}
+
+// bluetoothd does not tell that a UUID is free again, the bus tells when its holder ends.
+void RfcommProfiles::waitUntilFree()
+{
+    if (!std::exchange(m_isWaiting, true)) {
+        QDBusConnection::systemBus().connect(
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"), this,
+            SLOT(tryAgain(QString, QString, QString)));
+    }
+}
+
+void RfcommProfiles::tryAgain(const QString& name, const QString& /*before*/, const QString& now)
+{
+    if (!name.startsWith(QLatin1Char(':')) || !now.isEmpty()) {
+        return;
+    }
+    for (const auto& [uuid, profile] : m_profiles) {
+        if (profile->isRefused()) {
+            profile->registerAtBluez();
+        }
+    }
 }
 
 base::Result<> RfcommProfiles::remove(const QString& uuid)

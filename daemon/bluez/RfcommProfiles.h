@@ -6,8 +6,8 @@
 #include <QDBusContext>
 #include <QDBusObjectPath>
 #include <QDBusUnixFileDescriptor>
-#include <QHash>
 #include <QObject>
+#include <QSocketNotifier>
 #include <QStringList>
 
 #include <map>
@@ -15,8 +15,27 @@
 
 namespace bt {
 
-/// bluetoothd's org.bluez.Profile1 for one UUID. A connection is kept open, unread, until
-/// bluetoothd ends it, the device connects anew or the UUID is unregistered.
+/// A connection that is kept open and not read.
+class RfcommChannel : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit RfcommChannel(const QDBusUnixFileDescriptor& channel);
+
+Q_SIGNALS:
+    /// By the other side.
+    void closed();
+
+private:
+    QDBusUnixFileDescriptor m_channel;
+    QDBusUnixFileDescriptor
+        m_hangup; ///< an epoll descriptor: unread data would make the channel itself readable
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+/// bluetoothd's org.bluez.Profile1 for one UUID. A connection is kept until one of the sides or bluetoothd
+/// ends it, the device connects anew or the UUID is unregistered.
 class RfcommProfile : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -28,6 +47,8 @@ public:
 
     void registerAtBluez();
     void unregisterAtBluez();
+    /// bluetoothd has not taken it: another program holds the UUID.
+    [[nodiscard]] bool isRefused() const { return m_isRefused; }
 
 public Q_SLOTS:
     // The methods of the interface, with bluetoothd's names and arguments.
@@ -38,12 +59,14 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void connected(const QString& devicePath);
+    void refused();
 
 private:
     [[nodiscard]] QString path() const;
 
     QString m_uuid;
-    QHash<QString, QDBusUnixFileDescriptor> m_channels; ///< by the device's path
+    std::map<QString, std::unique_ptr<RfcommChannel>> m_channels; ///< by the device's path
+    bool m_isRefused = false;
 };
 
 /// The RFCOMM services that clients have registered; the companion application connects to one of them.
@@ -61,8 +84,14 @@ public:
 Q_SIGNALS:
     void connected(const QString& devicePath);
 
+private Q_SLOTS:
+    void tryAgain(const QString& name, const QString& before, const QString& now);
+
 private:
+    void waitUntilFree();
+
     std::map<QString, std::unique_ptr<RfcommProfile>> m_profiles; ///< by the full UUID
+    bool m_isWaiting = false;
 };
 
 } // namespace bt

@@ -20,8 +20,11 @@ void printUsage()
     std::fputs(
         "usage: bluezradio NAME 1 1\n"
         "Offers this machine's Bluetooth radio, by BlueZ, as com.qarn.bluetooth on the system bus.\n"
-        "NAME is what other devices see. BLUEZ_SYSTEM_BUS_ADDRESS is the bus of bluetoothd, where that "
-        "is\nanother one. SIGTERM puts the adapter back as it was and ends the program.\n",
+        "NAME is what other devices see. BLUEZ_ADAPTER chooses the adapter, by its address or as \"hci1\"; "
+        "otherwise\nit is the lowest one. BLUEZ_SERVICES are the UUIDs of the services that paired devices "
+        "may use, with commas in\nbetween. BLUEZ_SYSTEM_BUS_ADDRESS is the bus of bluetoothd, where that is "
+        "another "
+        "one.\nSIGTERM puts the adapter back as it was and ends the program.\n",
         stderr);
 }
 
@@ -66,7 +69,7 @@ int main(int argc, char* argv[])
     QObject::connect(&signalsToEnd, &base::EndingSignals::received, &application, &QCoreApplication::quit);
 
     const QDBusConnection clients = joinBusOfClients();
-    bt::BluezRadio radio(localName(arguments.at(1)));
+    bt::BluezRadio radio(localName(arguments.at(1)), qEnvironmentVariable("BLUEZ_ADAPTER"));
     bt::DaemonService service(radio);
     QObject::connect(&service, &bt::DaemonService::busLost, &application, [] {
         bt::notice(QStringLiteral("the system bus is gone"));

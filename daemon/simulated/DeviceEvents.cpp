@@ -134,6 +134,9 @@ base::Result<> SimulatedRadio::deviceAsksToPair(qulonglong address)
     if (m_paired.contains(address)) {
         return base::error(QStringLiteral("%1 is paired already").arg(AddressHelper::int2str(address)));
     }
+    if (base::Result<> heard = requireHeard(address, AddressHelper::int2str(address)); !heard) {
+        return heard;
+    }
     endScan();
     newPairing(address).beginIncoming();
     return {};

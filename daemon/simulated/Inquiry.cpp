@@ -3,10 +3,7 @@
 #include "Room.h"
 #include "SimulationClock.h"
 
-#include <QSet>
-
 #include <algorithm>
-#include <utility>
 
 namespace bt {
 
@@ -21,11 +18,11 @@ constexpr int StrengthSpread = 4; // dB to either side
 
 } // namespace
 
-Inquiry::Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, ScanResults before)
+Inquiry::Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, const ScanResults& before)
     : m_room(room)
     , m_clock(clock)
     , m_random(random)
-    , m_list(std::move(before))
+    , m_list(before)
 {
     for (const auto& [address, device] : m_room.devices()) {
         if (!device.present) {
@@ -55,9 +52,10 @@ void Inquiry::step()
         }
         hear(address, schedule);
     }
+    m_list.arrange(m_clock.now());
     const bool last = m_step == StepCount;
     if (last) {
-        dropUnheard();
+        m_list.dropUnheard();
     }
     if (results() != before) {
         Q_EMIT resultsChanged();
@@ -72,29 +70,23 @@ void Inquiry::step()
 void Inquiry::hear(qulonglong address, const Schedule& schedule)
 {
     const SimulatedDevice* device = m_room.find(address);
-    ScanEntry* entry = device != nullptr ? m_list.entryOf(address) : nullptr;
-    if (entry == nullptr) {
+    if (device == nullptr) { // it has been removed
+        if (m_step == StepCount) {
+            m_list.miss(address);
+        }
         return;
     }
     if (m_step == schedule.named) {
         m_room.learnName(address);
     }
-    entry->name = m_room.knownName(address);
+    ScanEntry heard;
+    heard.address = address;
+    heard.name = m_room.knownName(address);
     if ((m_step - schedule.found) % StepsBetweenReadings == 0) {
-        entry->signalStrength =
+        heard.signalStrength =
             device->signalStrengthAt(m_clock.now()) + m_random.bounded(-StrengthSpread, StrengthSpread + 1);
     }
-}
-
-void Inquiry::dropUnheard()
-{
-    QSet<qulonglong> heard;
-    for (const auto& [address, schedule] : qAsConst(m_schedules)) {
-        if (m_room.find(address) != nullptr) {
-            heard.insert(address);
-        }
-    }
-    m_list.keepOnly(heard);
+    m_list.hear(heard, device->deviceClass != 0);
 }
 
 } // namespace bt

@@ -13,16 +13,15 @@ class SimulationClock;
 /// One look around, 5.12 s of simulated time as the standard's usual inquiry. Devices are found one after
 /// another, their names follow, and signal strengths move.
 ///
-/// What an earlier inquiry found goes at the end, unless it was found again. Deleting the object ends the
-/// inquiry.
+/// What an earlier inquiry found goes at the end, unless it was found again. Deleting the object ends it.
 class Inquiry : public QObject
 {
     Q_OBJECT
 
 public:
-    Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, ScanResults before);
+    Inquiry(Room& room, SimulationClock& clock, QRandomGenerator& random, const ScanResults& before);
 
-    [[nodiscard]] const ScanResults& results() const { return m_list.results(); }
+    [[nodiscard]] ScanResults results() const { return m_list.results(); }
 
 Q_SIGNALS:
     /// At most once a step of 320 ms.
@@ -40,7 +39,6 @@ private:
     void planStep();
     void step();
     void hear(qulonglong address, const Schedule& schedule);
-    void dropUnheard();
 
     Room& m_room;
     SimulationClock& m_clock;

@@ -1,7 +1,6 @@
 #include "PairedDevices.h"
 
 #include "AddressHelper.h"
-#include "Notice.h"
 #include "Room.h"
 #include "SimulationClock.h"
 
@@ -158,6 +157,10 @@ void PairedDevices::establish(qulonglong address)
         giveUp(address);
         return;
     }
+    if (device->answer == SimulatedDevice::Answer::Forgets) {
+        fail(address, Cause::ForgotUs);
+        return;
+    }
     PairEntry& entry = m_list.entries[rowOf(address)];
     m_room.learnName(address);
     entry.name = m_room.knownName(address);
@@ -166,11 +169,10 @@ void PairedDevices::establish(qulonglong address)
     Q_EMIT connected(address, *device);
 }
 
-void PairedDevices::giveUp(qulonglong address)
+void PairedDevices::fail(qulonglong address, Cause cause)
 {
     m_underWay.erase(address);
-    notice(QStringLiteral("%1 does not answer; is it switched on and near?")
-               .arg(AddressHelper::int2str(address)));
+    Q_EMIT connectionFailed(address, cause);
 }
 
 void PairedDevices::end(qulonglong address)

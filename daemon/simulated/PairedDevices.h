@@ -1,7 +1,7 @@
 #pragma once
 
 #include "DaemonTypes.h"
-#include "RadioTypes.h"
+#include "PairingCause.h"
 #include "Result.h"
 
 #include <QObject>
@@ -46,13 +46,15 @@ public:
 Q_SIGNALS:
     void listChanged(const PairList& list);
     void connected(qulonglong address, const bt::SimulatedDevice& device);
+    void connectionFailed(qulonglong address, bt::Cause cause);
     void disconnected(qulonglong address);
 
 private:
     [[nodiscard]] int rowOf(qulonglong address) const;
     void plan(qulonglong address, std::chrono::milliseconds delay, void (PairedDevices::*step)(qulonglong));
     void establish(qulonglong address);
-    void giveUp(qulonglong address);
+    void giveUp(qulonglong address) { fail(address, Cause::OutOfRange); }
+    void fail(qulonglong address, Cause cause);
     void end(qulonglong address);
 
     Room& m_room;

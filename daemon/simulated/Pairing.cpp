@@ -39,7 +39,7 @@ void Pairing::begin()
     enter(PairState::Outgoing);
     const SimulatedDevice* device = m_room.find(address());
     if (device == nullptr || device->answer == SimulatedDevice::Answer::OutOfReach) {
-        m_clock.after(PageTimeout, this, [this] { settle(PairState::FailedConnection); });
+        m_clock.after(PageTimeout, this, [this] { fail(Cause::OutOfRange); });
     } else {
         m_clock.after(PageTime, this, [this] { reached(); });
     }
@@ -47,6 +47,7 @@ void Pairing::begin()
 
 void Pairing::beginIncoming()
 {
+    setIncoming();
     m_room.learnName(address());
     enter(PairState::Incoming);
     m_clock.after(PageTime, this, [this] { reached(); });
@@ -56,13 +57,13 @@ void Pairing::reached()
 {
     const SimulatedDevice* device = m_room.find(address());
     if (device == nullptr) {
-        settle(PairState::FailedConnection);
+        fail(Cause::OutOfRange);
         return;
     }
     m_room.learnName(address());
     if (device->answer == SimulatedDevice::Answer::Refuses) {
         enter(PairState::Outgoing);
-        m_clock.after(RefusalTime, this, [this] { settle(PairState::FailedAuthentication); });
+        m_clock.after(RefusalTime, this, [this] { fail(Cause::RefusedThere); });
         return;
     }
     if (device->answer == SimulatedDevice::Answer::Silent) {
@@ -78,7 +79,7 @@ void Pairing::waitForDevice()
     enter(progress().state); // with its name
     m_clock.after(PatienceWithDevices, this, [this] {
         if (m_waitsForDevice) {
-            settle(PairState::FailedAuthentication);
+            fail(Cause::NoAnswerThere);
         }
     });
 }
@@ -92,7 +93,7 @@ base::Result<> Pairing::deviceAnswers(bool accepts)
     }
     const SimulatedDevice* device = m_room.find(address());
     if (!accepts || device == nullptr) {
-        settle(PairState::FailedAuthentication);
+        fail(Cause::RefusedThere);
     } else if (m_waitsForDevice) {
         m_waitsForDevice = false;
         ask(*device);
@@ -128,7 +129,7 @@ void Pairing::giveUpOnUser()
     case PairState::PinNeeded:
     case PairState::NeedConfirmation:
     case PairState::NeedSimpleConfirmation:
-        settle(PairState::FailedAuthentication);
+        fail(Cause::NoAnswerHere);
         break;
     default:
         break;
@@ -147,20 +148,20 @@ void Pairing::finish(bool accepted)
     setCode({});
     enter(PairState::Finishing);
     m_clock.after(KeyTime, this, [this, accepted] {
-        settle(accepted ? PairState::Paired : PairState::FailedAuthentication);
-    });
-}
-
-void Pairing::settle(PairState state)
-{
-    if (!isUnderWay()) {
-        return; // the other side was faster
-    }
-    m_waitsForDevice = false;
-    if (state == PairState::Paired) {
+        if (!isUnderWay()) {
+            return; // the other side was faster
+        }
+        if (m_room.find(address()) == nullptr) {
+            fail(Cause::LinkLost);
+            return;
+        }
+        if (!accepted) {
+            fail(Cause::WrongPin);
+            return;
+        }
         Q_EMIT succeeded();
-    }
-    enter(state);
+        enter(PairState::Paired);
+    });
 }
 
 } // namespace bt

@@ -34,12 +34,11 @@ private:
     [[nodiscard]] QString deviceName() const override;
     base::Result<> takePin(const QString& pin) override;
     void takeConsent() override { finish(true); }
-    void takeRefusal() override { settle(PairState::Failed); }
+    void takeRefusal() override { fail(Cause::RefusedHere); }
     void reached();
     void waitForDevice();
     void ask(const SimulatedDevice& device);
     void finish(bool accepted);
-    void settle(PairState state);
     void giveUpOnUser();
 
     Room& m_room;

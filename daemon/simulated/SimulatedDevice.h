@@ -30,7 +30,8 @@ struct SimulatedDevice
         Accepts,
         Refuses, ///< breaks the pairing off
         Silent, ///< is reached, and then says no more
-        OutOfReach ///< answers an inquiry, but no connection comes about
+        OutOfReach, ///< answers an inquiry, but no connection comes about
+        Forgets ///< pairs, and then knows nothing of it
     };
 
     /// The signal strength at a time of the simulation, in dBm.

@@ -31,6 +31,8 @@ SimulatedRadio::SimulatedRadio(Identity identity, Room room, SimulationClock& cl
     , m_paired(m_room, clock)
 {
     connect(&m_paired, &PairedDevices::listChanged, this, &Radio::pairListChanged);
+    connect(&m_paired, &PairedDevices::connectionFailed, this,
+            [this](qulonglong address, Cause cause) { tellConnectionFailed(address, cause); });
     connect(&m_paired, &PairedDevices::connected, this, &SimulatedRadio::announceConnection);
     connect(&m_paired, &PairedDevices::disconnected, this, &SimulatedRadio::announceDisconnection);
 }
@@ -70,8 +72,7 @@ base::Result<> SimulatedRadio::setPowered(bool on)
 void SimulatedRadio::silence()
 {
     endScan();
-    m_pairing.reset();
-    Q_EMIT pairingChanged({});
+    breakOff();
     m_paired.dropAll();
 }
 
@@ -101,11 +102,15 @@ QString SimulatedRadio::whyNobody(qulonglong address) const
               .arg(AddressHelper::int2str(address));
 }
 
+std::chrono::milliseconds SimulatedRadio::now() const
+{
+    return m_clock.now();
+}
+
 Pairing& SimulatedRadio::newPairing(qulonglong address)
 {
     m_pairing = std::make_unique<Pairing>(address, m_room, m_clock, m_random);
-    connect(m_pairing.get(), &Pairing::progressed, this,
-            [this] { Q_EMIT pairingChanged(m_pairing->progress()); });
+    tellOf(*m_pairing);
     connect(m_pairing.get(), &Pairing::succeeded, this,
             [this, address] { m_paired.add(address, m_room.knownName(address)); });
     return *m_pairing;
@@ -137,6 +142,7 @@ base::Result<> SimulatedRadio::killIap()
 
 void SimulatedRadio::announceConnection(qulonglong address, const SimulatedDevice& device)
 {
+    noteConnected(address);
     Q_EMIT connectionEstablished(address);
     if ((device.connection & Headset) != 0) {
         Q_EMIT headsetConnected(address);

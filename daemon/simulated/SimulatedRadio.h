@@ -79,6 +79,8 @@ private:
     [[nodiscard]] QString whyNobody(qulonglong address) const override;
     void startPairing(qulonglong address) override { newPairing(address).begin(); }
     [[nodiscard]] PairingAttempt* attempt() const override { return m_pairing.get(); }
+    void dropAttempt() override { m_pairing.reset(); }
+    [[nodiscard]] std::chrono::milliseconds now() const override;
 
     void silence();
     [[nodiscard]] base::Result<> requireThere(qulonglong address) const;

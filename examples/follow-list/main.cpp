@@ -26,20 +26,20 @@ public:
                          [this] { std::printf("%s left\n", qPrintable(m_client.busName())); });
     }
 
-    /// The present state; what changes afterwards comes by itself.
-    bool begin()
+    /// The present state; what changes afterwards comes by itself. Nothing waits: a window would stay alive.
+    void begin()
     {
-        const auto snapshot = m_client.watch(m_patterns);
-        if (!snapshot) {
-            std::fprintf(stderr, "follow_list: %s\n", qPrintable(snapshot.error().message));
-            return false;
-        }
-        m_items.clear();
-        for (const ipc::ItemRecord& item : snapshot->items) {
-            m_items.insert(item.address, item.properties);
-            show(item.address);
-        }
-        return true;
+        m_client.watch(m_patterns, &m_client, [this](const ipc::Outcome<ipc::Snapshot>& snapshot) {
+            if (!snapshot) {
+                std::fprintf(stderr, "follow_list: %s\n", qPrintable(snapshot.error().message));
+                return QCoreApplication::exit(1);
+            }
+            m_items.clear();
+            for (const ipc::ItemRecord& item : snapshot->items) {
+                m_items.insert(item.address, item.properties);
+                show(item.address);
+            }
+        });
     }
 
 private:
@@ -83,5 +83,6 @@ int main(int argc, char** argv)
     }
     std::setvbuf(stdout, nullptr, _IOLBF, 0); // each change at once, also into a pipe
     FollowedList list(arguments[1], arguments.mid(2));
-    return list.begin() ? QCoreApplication::exec() : 1;
+    list.begin();
+    return QCoreApplication::exec();
 }

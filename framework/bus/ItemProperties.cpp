@@ -19,7 +19,9 @@ void insertValue(QVariantMap& properties, const Item& item)
         properties.insert(QStringLiteral("value"), item.value());
     }
     if (item.type().isEnumeration()) {
-        properties.insert(QStringLiteral("text"), enumLabel(item.type().values(), item.value().toLongLong()));
+        const qlonglong number = item.value().toLongLong();
+        properties.insert(QStringLiteral("text"), enumLabel(item.type().values(), number));
+        properties.insert(QStringLiteral("symbol"), enumSymbol(item.type().values(), number));
     }
 }
 

@@ -14,8 +14,9 @@ namespace ipc {
 /// One item on the bus, D-Bus signature (sa{sv}): its full address and its properties.
 ///
 /// List and Watch send "kind" ("config", "result", "action"), "module", "id", "index" (i; instances only),
-/// "label", "value" (not for actions), "text" (enumerations only: the label of the present value) and
-/// "applicable" (b). Changed sends those of "value", "text" and "applicable" that are new.
+/// "label", "value" (not for actions), "text" and "symbol" (enumerations only: the label and the symbol of
+/// the present value) and "applicable" (b). Changed sends those of "value", with "text" and "symbol", and
+/// "applicable" that are new.
 struct ItemRecord
 {
     QString address;

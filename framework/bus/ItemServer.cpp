@@ -111,7 +111,8 @@ Outcome<Done> ItemServer::start()
 void ItemServer::loadConfigs()
 {
     m_configs = std::make_unique<ConfigFile>(
-        QDir(m_stateFolder).filePath(QCoreApplication::applicationName() + QStringLiteral(".json")));
+        QDir(m_stateFolder).filePath(QCoreApplication::applicationName() + QStringLiteral(".json")),
+        modules());
     removeUnfinished(m_configs->path());
     for (RegistrationModule* module : m_modules) {
         module->items().setConfigStore(m_configs.get());

@@ -67,6 +67,7 @@ private:
     Found findForRequest(const QString& name);
     [[nodiscard]] QString callAction(const Item& action, const QString& text) const;
 
+    [[nodiscard]] ItemRecords named(const QStringList& names) const;
     [[nodiscard]] ItemRecords matching(const QStringList& patterns) const;
     /// Those of all items, made when something is another than the last time.
     [[nodiscard]] const ItemRecords& all();

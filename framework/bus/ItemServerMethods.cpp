@@ -10,6 +10,9 @@
 #include "items/ModuleItems.h"
 
 #include <QDBusMessage>
+#include <QSet>
+
+#include <algorithm>
 
 namespace ipc {
 namespace {
@@ -76,8 +79,41 @@ ItemServer::Found ItemServer::findForRequest(const QString& name)
     return {};
 }
 
+// Names, as most patterns are, need no look at each of thousands of items.
+ItemRecords ItemServer::named(const QStringList& names) const
+{
+    ItemRecords records;
+    for (RegistrationModule* module : m_modules) {
+        if (!module->publishesItems()) {
+            continue;
+        }
+        QSet<const Item*> found;
+        for (const QString& name : names) {
+            const QString local = withoutModule(name, module->moduleName());
+            for (const ItemKind kind : { ItemKind::Config, ItemKind::Result, ItemKind::Action }) {
+                for (const Item* item : module->items().instances(kind, local)) {
+                    found.insert(item);
+                }
+            }
+        }
+        if (found.size() == 1) {
+            records << listedItem(**found.begin());
+        } else if (!found.isEmpty()) {
+            for (const auto& item : module->items().all()) { // in this order
+                if (found.contains(item.get())) {
+                    records << listedItem(*item);
+                }
+            }
+        }
+    }
+    return records;
+}
+
 ItemRecords ItemServer::matching(const QStringList& patterns) const
 {
+    if (!patterns.isEmpty() && std::all_of(patterns.begin(), patterns.end(), isName)) {
+        return named(patterns);
+    }
     ItemRecords records;
     for (RegistrationModule* module : m_modules) {
         if (!module->publishesItems()) {
@@ -120,7 +156,9 @@ qulonglong ItemServer::Watch(const QStringList& patterns, ItemRecords& items)
         // The first watcher's snapshot is what changes of applicability are measured against.
         tell();
         for (RegistrationModule* module : m_modules) {
-            module->items().takeAllChanges();
+            for (const auto& item : module->items().all()) {
+                item->takeChanges(true);
+            }
         }
     }
     if (!m_watchers.contains(client)) {
@@ -188,6 +226,8 @@ QString ItemServer::Trigger(const QString& action, const QString& text)
         m_calls->refuse(Halting, QStringLiteral("%1 is refused: the server is shutting down").arg(address));
         return {};
     }
+    // What changed before goes first, so that what is told behind the answer came later.
+    flush();
     return callAction(*found.item, text);
 }
 

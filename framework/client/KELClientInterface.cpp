@@ -1,20 +1,18 @@
 #include "KELClientInterface.h"
 
-#include "KnownItems.h"
+#include "RemoteServer.h"
 #include "bus/Names.h"
 
 #include <QCoreApplication>
-#include <QDBusArgument>
 #include <QDBusConnectionInterface>
-#include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
-#include <QDBusVariant>
 #include <QHash>
 #include <QPointer>
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace names = ipc::names;
 
@@ -26,151 +24,69 @@ using ipc::Snapshot;
 
 namespace {
 
-ClientError::Kind errorKind(const QDBusMessage& reply)
+Snapshot snapshotOf(const QDBusMessage& reply)
 {
-    const QString name = reply.errorName();
-    if (name == names::NoSuchItem) {
-        return ClientError::Kind::NoSuchItem;
-    }
-    if (name == names::AmbiguousItem) {
-        return ClientError::Kind::Ambiguous;
-    }
-    if (name.startsWith(names::ErrorPrefix)) {
-        return ClientError::Kind::Refused;
-    }
-    // What a bus daemon answers for an absent name that it was told not to start; QDBusError has no type for
-    // it.
-    if (name == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner")) {
-        return ClientError::Kind::NoServer;
-    }
-    switch (QDBusError(reply).type()) {
-    case QDBusError::NoReply:
-    case QDBusError::Timeout:
-    case QDBusError::TimedOut:
-        return ClientError::Kind::NoAnswer;
-    case QDBusError::ServiceUnknown:
-    case QDBusError::NoServer:
-    case QDBusError::Disconnected:
-        return ClientError::Kind::NoServer;
-    default:
-        return ClientError::Kind::Failed;
-    }
+    return { ipc::valueOf<qulonglong>(reply), qdbus_cast<ItemRecords>(reply.arguments().value(1)) };
 }
 
-/// After so many signals a client asks whether it has had them all: the last ones that were lost leave no gap
-/// that shows. A bus that drops some has delivered more than these before, if they are large.
-constexpr qulonglong SignalsUnasked = 64;
-
-/// The answer's first value; an answer of another shape reads as the type's default.
-template <typename T>
-T valueOf(const QDBusMessage& reply)
+QString textOf(const QDBusMessage& reply)
 {
-    return qdbus_cast<T>(reply.arguments().value(0));
+    return ipc::valueOf<QString>(reply);
 }
 
-QVariant variantOf(const QDBusMessage& reply)
+QVariantMap mapOf(const QDBusMessage& reply)
 {
-    return valueOf<QDBusVariant>(reply).variant();
+    return ipc::valueOf<QVariantMap>(reply);
 }
 
-QString noBus(const QDBusConnection& connection)
+Done doneOf(const QDBusMessage& /*reply*/)
 {
-    return QStringLiteral("there is no session bus (%1); DBUS_SESSION_BUS_ADDRESS has to name one")
-        .arg(connection.lastError().message());
+    return {};
 }
 
 } // namespace
 
-class KELClientInterface::Private
+class KELClientInterface::Private : public ipc::RemoteServer
 {
 public:
-    Private(QString name, QDBusConnection bus)
-        : busName(std::move(name))
-        , connection(std::move(bus))
+    /// Every serial is old: a new server counts anew, and nothing of it is told before it is watched.
+    static constexpr qulonglong NotWatched = std::numeric_limits<qulonglong>::max();
+
+    Private(const QString& name, const QDBusConnection& bus)
+        : RemoteServer{ name, bus, DefaultTimeout }
     {
     }
 
-    [[nodiscard]] QDBusMessage request(const QString& method, const QVariantList& arguments,
-                                       const QString& interface = names::Interface) const
+    /// Takes over what is new of these items, as far as they are watched. @return what differs from before
+    ItemRecords learn(const ItemRecords& items)
     {
-        QDBusMessage message = QDBusMessage::createMethodCall(busName, names::ObjectPath, interface, method);
-        message.setArguments(arguments);
-        // A server's name must not start anything: what is absent is told.
-        message.setAutoStartService(false);
-        return message;
-    }
-
-    [[nodiscard]] QDBusMessage setting(const QString& item, const QVariant& value) const
-    {
-        return request(QStringLiteral("Set"), { item, QVariant::fromValue(QDBusVariant(value)) });
-    }
-
-    /// Waits for the answer. @param read makes the result of it.
-    template <typename Read>
-    [[nodiscard]] auto ask(const QDBusMessage& question, Read read) const -> Outcome<decltype(read(question))>
-    {
-        const QDBusMessage reply = connection.call(question, QDBus::Block, static_cast<int>(timeout.count()));
-        if (reply.type() != QDBusMessage::ReplyMessage) {
-            return errorOf(reply);
+        ItemRecords differing;
+        for (const ipc::ItemRecord& record : items) {
+            const auto item = known.find(record.address);
+            if (item == known.end()) {
+                continue;
+            }
+            QVariantMap news;
+            for (const QString& key : { QStringLiteral("value"), QStringLiteral("text"),
+                                        QStringLiteral("symbol"), QStringLiteral("applicable") }) {
+                const auto now = record.properties.constFind(key);
+                if (now != record.properties.constEnd() && std::exchange((*item)[key], *now) != *now) {
+                    news.insert(key, *now);
+                }
+            }
+            if (!news.isEmpty()) {
+                differing << ipc::ItemRecord{ record.address, news };
+            }
         }
-        return read(reply);
+        return differing;
     }
 
-    [[nodiscard]] ClientError errorOf(const QDBusMessage& reply) const
-    {
-        const ClientError::Kind kind = errorKind(reply);
-        if (!connection.isConnected()) {
-            return { ClientError::Kind::NoServer, noBus(connection) };
-        }
-        if (kind == ClientError::Kind::NoServer) {
-            return { kind,
-                     QStringLiteral("%1 is not on the session bus; start its server first").arg(busName) };
-        }
-        // The bus answers in the place of a server that ends during a call, under the same name as a
-        // time-out.
-        if (kind == ClientError::Kind::NoAnswer && !connection.interface()->isServiceRegistered(busName)) {
-            return { kind, QStringLiteral("%1 left the bus before it answered").arg(busName) };
-        }
-        if (kind == ClientError::Kind::NoAnswer) {
-            const double seconds = static_cast<double>(timeout.count()) / 1000.0;
-            return { kind, QStringLiteral("%1 did not answer within %2 s").arg(busName).arg(seconds) };
-        }
-        return { kind, reply.errorMessage() };
-    }
-
-    [[nodiscard]] Outcome<Snapshot> snapshot(const QString& method, const QStringList& patterns) const
-    {
-        return ask(request(method, { patterns }), snapshotOf);
-    }
-
-    static Snapshot snapshotOf(const QDBusMessage& reply)
-    {
-        return { valueOf<qulonglong>(reply), qdbus_cast<ItemRecords>(reply.arguments().value(1)) };
-    }
-
-    /// Asks without waiting. What was asked before is forgotten.
-    template <typename Read>
-    void askLater(const QDBusMessage& question, Read read)
-    {
-        pending = std::make_unique<QDBusPendingCallWatcher>(
-            connection.asyncCall(question, static_cast<int>(timeout.count())));
-        QObject::connect(pending.get(), &QDBusPendingCallWatcher::finished, pending.get(),
-                         [this, read](QDBusPendingCallWatcher* watcher) {
-                             pending.release()->deleteLater();
-                             if (!watcher->isError()) {
-                                 read(snapshotOf(watcher->reply()));
-                             }
-                         });
-    }
-
-    QString busName;
-    QDBusConnection connection;
-    std::chrono::milliseconds timeout = DefaultTimeout;
-    qulonglong lastSerial = 0;
-    bool isWatching = false;
+    qulonglong lastSerial = NotWatched;
+    qulonglong newestSerial = 0; ///< that was seen, told or not
+    QStringList watched; ///< the patterns of the last watch()
+    QHash<QString, QVariantMap> known; ///< what the watched items are, as it was told
     bool isCatchingUp = false;
-    ipc::KnownItems known;
-    std::unique_ptr<QDBusPendingCallWatcher> pending;
+    bool isWatching = false;
     std::unique_ptr<QDBusServiceWatcher> presence;
 };
 
@@ -201,7 +117,7 @@ KELClientInterface::~KELClientInterface() = default;
 Outcome<QStringList> KELClientInterface::servers(const QDBusConnection& connection)
 {
     if (!connection.isConnected()) {
-        return ClientError{ ClientError::Kind::NoServer, noBus(connection) };
+        return ipc::noBus(connection);
     }
     QStringList found = connection.interface()->registeredServiceNames().value();
     found = found.filter(QRegularExpression(QStringLiteral("^tov\\.base\\.")));
@@ -229,32 +145,61 @@ Outcome<QStringList> KELClientInterface::modules() const
     const QVariantList property{ QString(names::Interface), QStringLiteral("Modules") };
     return d->ask(
         d->request(QStringLiteral("Get"), property, QStringLiteral("org.freedesktop.DBus.Properties")),
-        [](const QDBusMessage& reply) { return variantOf(reply).toStringList(); });
+        [](const QDBusMessage& reply) { return ipc::variantOf(reply).toStringList(); });
 }
 
 Outcome<Snapshot> KELClientInterface::list(const QStringList& patterns) const
 {
-    return d->snapshot(QStringLiteral("List"), patterns);
+    return d->ask(d->request(QStringLiteral("List"), { patterns }), snapshotOf);
+}
+
+void KELClientInterface::list(const QStringList& patterns, QObject* context,
+                              const Answered<Snapshot>& answered) const
+{
+    d->askLater(d->request(QStringLiteral("List"), { patterns }), context, snapshotOf, answered);
 }
 
 Outcome<QVariant> KELClientInterface::get(const QString& item) const
 {
-    return d->ask(d->request(QStringLiteral("Get"), { item }), variantOf);
+    return d->ask(d->request(QStringLiteral("Get"), { item }), ipc::variantOf);
+}
+
+void KELClientInterface::get(const QString& item, QObject* context, const Answered<QVariant>& answered) const
+{
+    d->askLater(d->request(QStringLiteral("Get"), { item }), context, ipc::variantOf, answered);
 }
 
 Outcome<QVariantMap> KELClientInterface::describe(const QString& item) const
 {
-    return d->ask(d->request(QStringLiteral("Describe"), { item }), valueOf<QVariantMap>);
+    return d->ask(d->request(QStringLiteral("Describe"), { item }), mapOf);
+}
+
+void KELClientInterface::describe(const QString& item, QObject* context,
+                                  const Answered<QVariantMap>& answered) const
+{
+    d->askLater(d->request(QStringLiteral("Describe"), { item }), context, mapOf, answered);
 }
 
 Outcome<Done> KELClientInterface::set(const QString& item, const QVariant& value) const
 {
-    return d->ask(d->setting(item, value), [](const QDBusMessage&) { return Done(); });
+    return d->ask(d->setting(item, value), doneOf);
+}
+
+void KELClientInterface::set(const QString& item, const QVariant& value, QObject* context,
+                             const Answered<Done>& answered) const
+{
+    d->askLater(d->setting(item, value), context, doneOf, answered);
 }
 
 Outcome<QString> KELClientInterface::trigger(const QString& action, const QString& text) const
 {
-    return d->ask(d->request(QStringLiteral("Trigger"), { action, text }), valueOf<QString>);
+    return d->ask(d->request(QStringLiteral("Trigger"), { action, text }), textOf);
+}
+
+void KELClientInterface::trigger(const QString& action, const QString& text, QObject* context,
+                                 const Answered<QString>& answered) const
+{
+    d->askLater(d->request(QStringLiteral("Trigger"), { action, text }), context, textOf, answered);
 }
 
 void KELClientInterface::setItem(const QString& item, const QVariant& value) const
@@ -262,29 +207,59 @@ void KELClientInterface::setItem(const QString& item, const QVariant& value) con
     d->connection.send(d->setting(item, value));
 }
 
+// First the subscription, then the snapshot: what arrives in between is told apart by its serial.
+void KELClientInterface::subscribe()
+{
+    if (std::exchange(d->isWatching, true)) {
+        return;
+    }
+    d->connection.connect(d->busName, names::ObjectPath, names::Interface, QStringLiteral("Changed"), this,
+                          SLOT(onChanged(qulonglong, ipc::ItemRecords)));
+    d->presence = std::make_unique<QDBusServiceWatcher>(d->busName, d->connection);
+    connect(d->presence.get(), &QDBusServiceWatcher::serviceUnregistered, this, [this] {
+        d->lastSerial = Private::NotWatched;
+        Q_EMIT serverLeft();
+    });
+    connect(d->presence.get(), &QDBusServiceWatcher::serviceRegistered, this,
+            &KELClientInterface::serverReturned);
+}
+
+void KELClientInterface::adopt(const QStringList& patterns, const Snapshot& snapshot)
+{
+    d->watched = patterns;
+    d->lastSerial = snapshot.serial;
+    d->newestSerial = snapshot.serial;
+    d->known.clear();
+    for (const ipc::ItemRecord& record : snapshot.items) {
+        d->known.insert(record.address, record.properties);
+    }
+}
+
 Outcome<Snapshot> KELClientInterface::watch(const QStringList& patterns)
 {
-    // First the subscription, then the snapshot: what arrives in between is told apart by its serial.
-    if (!d->isWatching) {
-        d->isWatching = true;
-        d->connection.connect(d->busName, names::ObjectPath, names::Interface, QStringLiteral("Changed"),
-                              this, SLOT(onChanged(qulonglong, ipc::ItemRecords)));
-        d->presence = std::make_unique<QDBusServiceWatcher>(d->busName, d->connection);
-        connect(d->presence.get(), &QDBusServiceWatcher::serviceUnregistered, this, [this] {
-            // A new server counts anew; nothing of it is told before it is watched.
-            d->lastSerial = std::numeric_limits<qulonglong>::max();
-            Q_EMIT serverLeft();
-        });
-        connect(d->presence.get(), &QDBusServiceWatcher::serviceRegistered, this,
-                &KELClientInterface::serverReturned);
-    }
-    d->pending.reset();
-    Outcome<Snapshot> snapshot = d->snapshot(QStringLiteral("Watch"), patterns);
+    subscribe();
+    Outcome<Snapshot> snapshot = d->ask(d->request(QStringLiteral("Watch"), { patterns }), snapshotOf);
     if (snapshot) {
-        d->lastSerial = snapshot->serial;
-        d->known.take(snapshot->items);
+        adopt(patterns, *snapshot);
     }
     return snapshot;
+}
+
+void KELClientInterface::watch(const QStringList& patterns, QObject* context,
+                               const Answered<Snapshot>& answered)
+{
+    subscribe();
+    // Adopted before the next signal is delivered, also when the caller is not interested any more.
+    d->askLater(
+        d->request(QStringLiteral("Watch"), { patterns }), this, snapshotOf,
+        [this, patterns, answered, caller = QPointer<QObject>(context)](const Outcome<Snapshot>& snapshot) {
+            if (snapshot) {
+                adopt(patterns, *snapshot);
+            }
+            if (caller) {
+                answered(snapshot);
+            }
+        });
 }
 
 void KELClientInterface::onChanged(qulonglong serial, const ItemRecords& items)
@@ -292,39 +267,37 @@ void KELClientInterface::onChanged(qulonglong serial, const ItemRecords& items)
     if (serial <= d->lastSerial) {
         return;
     }
+    d->newestSerial = std::max(d->newestSerial, serial);
+    if (d->isCatchingUp) {
+        return; // it is in the snapshot that comes
+    }
     if (serial != d->lastSerial + 1) {
-        return catchUp();
-    }
-    d->lastSerial = serial;
-    d->known.take(items);
-    Q_EMIT changed(items);
-    if (serial % SignalsUnasked == 0 && !d->pending) {
-        askForSerial();
-    }
-}
-
-void KELClientInterface::askForSerial()
-{
-    d->isCatchingUp = false;
-    const QStringList nothing{ QStringLiteral(":") }; // no item's name
-    d->askLater(d->request(QStringLiteral("List"), { nothing }), [this](const Snapshot& present) {
-        // The signals that it counts stand before the answer.
-        if (present.serial != d->lastSerial) {
-            catchUp();
-        }
-    });
-}
-
-void KELClientInterface::catchUp()
-{
-    if (d->pending && d->isCatchingUp) {
+        catchUp();
         return;
     }
+    d->lastSerial = serial;
+    d->learn(items);
+    Q_EMIT changed(items);
+}
+
+// The bus drops signals for a client that does not read them, and QtDBus delivers what came before the event
+// loop ran behind what comes then.
+void KELClientInterface::catchUp()
+{
     d->isCatchingUp = true;
-    d->askLater(d->request(QStringLiteral("Watch"), { QStringList() }), [this](const Snapshot& present) {
-        d->lastSerial = present.serial;
-        if (const ItemRecords missed = d->known.take(present.items); !missed.isEmpty()) {
-            Q_EMIT changed(missed);
-        }
-    });
+    d->askLater(d->request(QStringLiteral("Watch"), { d->watched }), this, snapshotOf,
+                [this](const Outcome<Snapshot>& snapshot) {
+                    d->isCatchingUp = false;
+                    if (!snapshot || d->lastSerial == Private::NotWatched) {
+                        return; // the next signal shows the gap again, or the server is gone
+                    }
+                    d->lastSerial = snapshot->serial;
+                    const ItemRecords differing = d->learn(snapshot->items);
+                    if (!differing.isEmpty()) {
+                        Q_EMIT changed(differing);
+                    }
+                    if (d->newestSerial > d->lastSerial) {
+                        catchUp();
+                    }
+                });
 }

@@ -11,6 +11,7 @@
 #include <QVariant>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 
 namespace ipc {
@@ -28,7 +29,7 @@ struct Snapshot
 } // namespace ipc
 
 /// A client of one server on the session bus. The calls that return an Outcome wait for the server, at most
-/// as long as timeout() says; setItem() does not wait.
+/// as long as timeout() says; those that take a function, and setItem(), do not wait.
 class IPC_EXPORT KELClientInterface : public QObject
 {
     Q_OBJECT
@@ -59,14 +60,28 @@ public:
     [[nodiscard]] ipc::Outcome<ipc::Done> set(const QString& item, const QVariant& value) const;
     [[nodiscard]] ipc::Outcome<QString> trigger(const QString& action, const QString& text) const;
 
+    /// The same without waiting: \a answered is called by the event loop, once, unless \a context is gone by
+    /// then. What the server told before it answered has been told by changed() when it is called, what came
+    /// later has not.
+    template <typename Value>
+    using Answered = std::function<void(const ipc::Outcome<Value>& outcome)>;
+    void list(const QStringList& patterns, QObject* context, const Answered<ipc::Snapshot>& answered) const;
+    void get(const QString& item, QObject* context, const Answered<QVariant>& answered) const;
+    void describe(const QString& item, QObject* context, const Answered<QVariantMap>& answered) const;
+    void set(const QString& item, const QVariant& value, QObject* context,
+             const Answered<ipc::Done>& answered) const;
+    void trigger(const QString& action, const QString& text, QObject* context,
+                 const Answered<QString>& answered) const;
+
     /// Writes an item without waiting for the answer, which is dropped.
     void setItem(const QString& item, const QVariant& value) const;
 
-    /// The items as they are now; from here on changed() reports what differs, with no gap in between: what a
-    /// bus did not deliver to a client that fell behind is fetched, and told like any change.
-    /// A server that leaves and comes back is announced by serverLeft() and serverReturned(); after the
-    /// latter, watch again.
+    /// The items as they are now; from here on changed() reports what differs, with no gap in between.
+    /// Signals that the bus dropped, for this client did not read them in time, show by their serials: the
+    /// items are watched anew, and what differs by then is reported in the same way. A server that leaves and
+    /// comes back is announced by serverLeft() and serverReturned(); after the latter, watch again.
     [[nodiscard]] ipc::Outcome<ipc::Snapshot> watch(const QStringList& patterns = {});
+    void watch(const QStringList& patterns, QObject* context, const Answered<ipc::Snapshot>& answered);
 
 Q_SIGNALS:
     /// What changed in one turn of the server's event loop: of each item the new ones of "value", "text" and
@@ -80,7 +95,8 @@ private Q_SLOTS:
     void onChanged(qulonglong serial, const ipc::ItemRecords& items);
 
 private:
-    void askForSerial();
+    void subscribe();
+    void adopt(const QStringList& patterns, const ipc::Snapshot& snapshot);
     void catchUp();
 
     class Private;

@@ -42,6 +42,13 @@ std::optional<int> findByName(const QVector<EnumValue>& values, const QString& t
     return found;
 }
 
+EnumValue entryOf(const QVector<EnumValue>& values, qlonglong value)
+{
+    const auto* const found = std::find_if(values.begin(), values.end(),
+                                           [value](const EnumValue& entry) { return entry.value == value; });
+    return found == values.end() ? EnumValue() : *found;
+}
+
 } // namespace
 
 std::optional<int> findEnumValue(const QVector<EnumValue>& values, const QString& text)
@@ -73,9 +80,12 @@ std::optional<int> findEnumValue(const QVector<EnumValue>& values, const QString
 
 QString enumLabel(const QVector<EnumValue>& values, qlonglong value)
 {
-    const auto* const found =
-        std::find_if(values.begin(), values.end(), [&](const EnumValue& v) { return v.value == value; });
-    return found == values.end() ? QString() : found->label;
+    return entryOf(values, value).label;
+}
+
+QString enumSymbol(const QVector<EnumValue>& values, qlonglong value)
+{
+    return entryOf(values, value).symbol;
 }
 
 QString shownEnumValue(const QString& number, const QString& label)

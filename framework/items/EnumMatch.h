@@ -17,6 +17,8 @@ IPC_EXPORT std::optional<int> findEnumValue(const QVector<EnumValue>& values, co
 
 /// The label of a number; empty for a number outside of the enumeration.
 IPC_EXPORT QString enumLabel(const QVector<EnumValue>& values, qlonglong value);
+/// Its symbol, likewise.
+IPC_EXPORT QString enumSymbol(const QVector<EnumValue>& values, qlonglong value);
 
 /// A number as a person reads it: "3 (On)"; alone when it has no label.
 IPC_EXPORT QString shownEnumValue(const QString& number, const QString& label);

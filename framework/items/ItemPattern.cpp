@@ -19,6 +19,12 @@ bool matchesPattern(const ItemAddress& address, const QString& pattern)
         && (fits(address.shortName()) || fits(inModule + address.shortName()));
 }
 
+bool isName(const QString& pattern)
+{
+    return std::none_of(pattern.begin(), pattern.end(),
+                        [](QChar character) { return QLatin1String("*?[\\").contains(character); });
+}
+
 bool matchesAnyPattern(const ItemAddress& address, const QStringList& patterns)
 {
     return patterns.isEmpty() || std::any_of(patterns.begin(), patterns.end(), [&](const QString& pattern) {

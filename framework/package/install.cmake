@@ -13,6 +13,15 @@ install(FILES bus/ItemRecord.h bus/ItemServer.h client/KELClientInterface.h
 
 configure_package_config_file(package/ipcConfig.cmake.in ipcConfig.cmake INSTALL_DESTINATION ${IPC_PACKAGE_FOLDER})
 write_basic_package_version_file(ipcConfigVersion.cmake VERSION ${IPC_VERSION} COMPATIBILITY SameMajorVersion)
+# The same package in the build tree, for -Dipc_DIR: a program can be built against a checkout.
+file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/include/ipc)
+file(GLOB headers api/*.h bus/ItemRecord.h bus/ItemServer.h client/KELClientInterface.h)
+foreach(header ${headers})
+    get_filename_component(name ${header} NAME)
+    file(CREATE_LINK ${header} ${CMAKE_CURRENT_BINARY_DIR}/include/ipc/${name} SYMBOLIC)
+endforeach()
+target_include_directories(ipc INTERFACE $<BUILD_INTERFACE:${CMAKE_CURRENT_BINARY_DIR}/include>)
+export(EXPORT ipc FILE ${CMAKE_CURRENT_BINARY_DIR}/ipcTargets.cmake NAMESPACE ipc::)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ipcConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/ipcConfigVersion.cmake
     DESTINATION ${IPC_PACKAGE_FOLDER} COMPONENT ipc-dev)
 install(EXPORT ipc FILE ipcTargets.cmake NAMESPACE ipc:: DESTINATION ${IPC_PACKAGE_FOLDER} COMPONENT ipc-dev)

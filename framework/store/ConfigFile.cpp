@@ -1,67 +1,20 @@
 #include "ConfigFile.h"
 
 #include "AtomicFile.h"
+#include "StoredDocument.h"
 #include "items/ModuleItems.h"
 
-#include <QDateTime>
 #include <QDebug>
-#include <QFile>
-
-#include <nlohmann/json.hpp>
+#include <QFileInfo>
 
 #include <algorithm>
-#include <optional>
 
 namespace ipc {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr const char* Modules = "modules";
 constexpr const char* Values = "values";
 constexpr const char* BeyondLimits = "beyondLimits";
-
-Outcome<Json> parse(const QByteArray& content)
-{
-    Error error;
-    try {
-        Json document = Json::parse(content.begin(), content.end());
-        if (document.is_object() && document.value(Modules, Json::object()).is_object()) {
-            return document;
-        }
-        error.message = QStringLiteral("an object with an object \"modules\" is expected");
-    } catch (const Json::exception& exception) {
-        error.message = QString::fromUtf8(exception.what());
-    }
-    return error;
-}
-
-/// What a file holds, an empty object when there is none. Nothing when the file was damaged: it is kept under
-/// another name then.
-Outcome<std::optional<Json>> read(const QString& path)
-{
-    QFile file(path);
-    if (!file.exists()) {
-        return std::optional(Json::object());
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
-        return Error{ Error::Kind::Failed, QStringLiteral("cannot be read: %1").arg(file.errorString()) };
-    }
-    const Outcome<Json> document = parse(file.readAll());
-    if (document) {
-        return std::optional(*document);
-    }
-    const QString kept =
-        QStringLiteral("%1.damaged-%2")
-            .arg(path, QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz")));
-    if (!QFile::rename(path, kept)) {
-        return document.error();
-    }
-    qWarning().noquote() << path
-                         << "is damaged and its configs take their defaults:" << document.error().message
-                         << "; the file is kept as" << kept;
-    return std::optional<Json>();
-}
 
 QVariant toVariant(const Json& value)
 {
@@ -131,6 +84,43 @@ void apply(Item& item, const QVariant& value, bool beyondLimits, const QString& 
     item.store(converted, true);
 }
 
+QString place(const QString& path, const QString& key)
+{
+    return QStringLiteral("%1: \"%2\"").arg(path, key);
+}
+
+/// The object under a key, an empty one when it is missing. Something else in its place is told.
+Json objectOf(const Json& parent, const char* key, const QString& where)
+{
+    const auto found = parent.find(key);
+    if (found == parent.end() || found->is_object()) {
+        return found == parent.end() ? Json::object() : *found;
+    }
+    qWarning().noquote() << where << "has no object as" << QStringLiteral("\"%1\",").arg(QLatin1String(key))
+                         << "which it has to be - it is not used";
+    return Json::object();
+}
+
+/// A key that nobody knows may be one of those that are missing, misspelt. Where all are there it is one of a
+/// newer release.
+void tellUnknown(const Json& object, const QStringList& known, const QString& where)
+{
+    QStringList missing = known;
+    QStringList unknown;
+    for (const auto& [key, value] : object.items()) {
+        const QString name = QString::fromStdString(key);
+        if (missing.removeAll(name) == 0) {
+            unknown << name;
+        }
+    }
+    if (!missing.isEmpty() && !unknown.isEmpty()) {
+        const QString between = QStringLiteral("\", \"");
+        qWarning().noquote() << where << "has"
+                             << QStringLiteral("\"%1\", which nobody reads; \"%2\" is expected")
+                                    .arg(unknown.join(between), missing.join(between));
+    }
+}
+
 /// The object under a key; made when it is missing or something else.
 Json& objectIn(Json& parent, const std::string& key)
 {
@@ -172,28 +162,35 @@ void storeValues(Json& values, const ModuleItems& items, const QStringList& ids,
 
 } // namespace
 
-ConfigFile::ConfigFile(QString path)
+ConfigFile::ConfigFile(QString path, QStringList modules)
     : m_path(std::move(path))
+    , m_modules(std::move(modules))
 {
 }
 
 bool ConfigFile::load(ModuleItems& items) const
 {
-    const auto stored = read(m_path);
+    const QString consequence = QStringLiteral("its configs take their defaults");
+    const auto stored = readDocument(m_path, consequence);
     if (!stored) {
-        qWarning().noquote() << m_path
-                             << "is not used and its configs take their defaults:" << stored.error().message;
+        qWarning().noquote() << m_path << "is not used and" << consequence + QLatin1Char(':')
+                             << stored.error().message;
     }
     if (!stored || !*stored) {
         return false;
     }
-    const Json modules = (*stored)->value(Modules, Json::object());
-    const auto found = modules.find(items.moduleName().toStdString());
-    if (found == modules.end() || !found->is_object()) {
-        return true;
+    const QString& module = items.moduleName();
+    if (m_modules.value(0, module) == module) { // once for all of them
+        tellUnknown(**stored, { Modules }, m_path);
+        tellUnknown(objectOf(**stored, Modules, m_path),
+                    m_modules.isEmpty() ? QStringList(module) : m_modules, place(m_path, Modules));
     }
-    const Json values = found->value(Values, Json::object());
-    const Json beyondLimits = found->value(BeyondLimits, Json::object());
+    const Json section =
+        objectOf(objectOf(**stored, Modules, m_path), module.toUtf8(), place(m_path, Modules));
+    const QString where = place(m_path, module);
+    tellUnknown(section, { Values, BeyondLimits }, where);
+    const Json values = objectOf(section, Values, where);
+    const Json beyondLimits = objectOf(section, BeyondLimits, where);
     for (const auto& [id, value] : values.items()) {
         if (Item* item = items.findOrWarn(ItemKind::Config, QString::fromStdString(id))) {
             apply(*item, toVariant(value), isExcused(beyondLimits, id, value), m_path);
@@ -227,7 +224,7 @@ bool ConfigFile::save(const ModuleItems& items, const QStringList& ids, const QS
 Outcome<Done> ConfigFile::replace() const
 {
     // Read anew each time: a hand may have edited it since, and it is small beside the disk's own time.
-    const auto stored = read(m_path);
+    const auto stored = readDocument(m_path, QStringLiteral("the configs keep the values that they have"));
     if (!stored) {
         return stored.error(); // what cannot be read is not replaced
     }
@@ -243,9 +240,17 @@ Outcome<Done> ConfigFile::replace() const
     if (document == before) {
         return Done();
     }
-    return replaceFile(m_path,
-                       QByteArray::fromStdString(document.dump(2, ' ', false, Json::error_handler_t::replace))
-                           + '\n');
+    const auto text = documentText(document);
+    if (!text) {
+        return text.error();
+    }
+    const auto folder = makePrivateFolder(QFileInfo(m_path).absolutePath()); // it may have been removed
+    return folder ? replaceFile(m_path, *text) : folder;
+}
+
+bool ConfigFile::load(ModuleItems& items, const QString& path)
+{
+    return path == m_path ? load(items) : ConfigFile(path).load(items);
 }
 
 bool ConfigFile::write()

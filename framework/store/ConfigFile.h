@@ -24,17 +24,18 @@ namespace ipc {
 class IPC_EXPORT ConfigFile : public ConfigStore
 {
 public:
-    explicit ConfigFile(QString path);
+    /// @param modules all that read it; a section of another name, where one of theirs is missing, is told.
+    explicit ConfigFile(QString path, QStringList modules = {});
 
     [[nodiscard]] const QString& path() const { return m_path; }
 
     /// Applies what is stored for a module as announced writes, in the order of the file's ids. A missing
-    /// file is no error. A file that cannot be understood is set aside under a new name, and the defaults
-    /// apply.
+    /// file is no error. What is no regular file, or too large, or cannot be understood, is set aside under a
+    /// new name, and the defaults apply.
     /// @return false when the file is there and was not read; what was wrong is on the warning stream.
     [[nodiscard]] bool load(ModuleItems& items) const;
 
-    bool load(ModuleItems& items, const QString& path) override { return ConfigFile(path).load(items); }
+    bool load(ModuleItems& items, const QString& path) override;
     bool save(const ModuleItems& items, const QStringList& ids, const QString& path) override;
 
     /// Takes a module along in the next write(). Its values are read by that write; it has to live until
@@ -43,7 +44,8 @@ public:
 
     /// Replaces what is stored for the modules that were gathered since the last write that succeeded, all in
     /// one step: the file is replaced as a whole, or not touched when it says the same already, is on the
-    /// disk when this returns, and is readable by its owner alone.
+    /// disk when this returns, and is readable by its owner alone. Its folder is made again if it was
+    /// removed.
     /// @return false when it could not be written; what was wrong is on the warning stream, once until it
     ///         can be written again.
     [[nodiscard]] bool write();
@@ -57,6 +59,7 @@ private:
     [[nodiscard]] Outcome<Done> replace() const;
 
     QString m_path;
+    QStringList m_modules;
     std::vector<Gathered> m_gathered;
     bool m_isFailing = false;
 };

@@ -1,7 +1,7 @@
 # What test programs outside of this repository build and run with: the fixture as the CMake package
 # "bluetooth-testkit", and the programs of its world, in one tree that can be moved. Programs find each other and
 # their libraries beside themselves, hence the same folders as in a build tree, whatever GNUInstallDirs would have.
-set(TESTKIT_PROGRAMS bluesim bluetoothlauncher bluetoothtour bluetoothworld itemctl simctl sync_mobile_app)
+set(TESTKIT_PROGRAMS bluesim bluetoothlauncher bluetoothworld hostctl itemctl simctl sync_mobile_app)
 set(TESTKIT_LIBRARIES bluetooth-entry bluetooth-wrapper ipc)
 set_target_properties(${TESTKIT_PROGRAMS} PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")
 set_target_properties(bluetooth-entry ipc PROPERTIES INSTALL_RPATH "$ORIGIN")
@@ -9,15 +9,17 @@ install(TARGETS ${TESTKIT_PROGRAMS} ${TESTKIT_LIBRARIES} bluetooth-testkit bluet
     RUNTIME DESTINATION bin COMPONENT testkit
     LIBRARY DESTINATION lib COMPONENT testkit NAMELINK_SKIP
     ARCHIVE DESTINATION lib COMPONENT testkit)
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/world/tour RENAME bluetoothtour DESTINATION bin COMPONENT testkit)
 install(DIRECTORY ${CMAKE_BINARY_DIR}/share/bluesim/scenarios DESTINATION share/bluesim COMPONENT testkit)
-install(FILES ${PROJECT_SOURCE_DIR}/docs/itemctl.1 ${PROJECT_SOURCE_DIR}/docs/simctl.1
+install(FILES ${PROJECT_SOURCE_DIR}/module/bluetooth.items.json DESTINATION share/ipc COMPONENT testkit)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/itemctl.1 ${PROJECT_SOURCE_DIR}/docs/simctl.1 ${PROJECT_SOURCE_DIR}/docs/hostctl.1
     DESTINATION share/man/man1 COMPONENT testkit)
-foreach(command itemctl simctl)
-    set(completion ${PROJECT_SOURCE_DIR}/cli/${command}/completion)
-    install(FILES ${completion}/${command}.bash RENAME ${command}
+foreach(command itemctl simctl hostctl)
+    install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.bash RENAME ${command}
         DESTINATION share/bash-completion/completions COMPONENT testkit)
-    install(FILES ${completion}/_${command} DESTINATION share/zsh/site-functions COMPONENT testkit)
 endforeach()
+install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.zsh RENAME _itemctl
+    DESTINATION share/zsh/site-functions COMPONENT testkit)
 install(FILES SimulatedWorld.h DESTINATION include/bluetooth-testkit COMPONENT testkit)
 
 set(TESTKIT_PACKAGE lib/cmake/bluetooth-testkit)

@@ -1,22 +1,54 @@
 #include "BluezFixture.h"
 
+#include <QScopeGuard>
+
 /// Which adapter is the radio, the devices that it is paired with and finds, and the services that they use.
 class BluezDevicesTest : public BluezFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void takesTheFirstAdapter()
+    void takesOneAdapter_data()
     {
-        m_bluez->appear();
-        m_bluez->addAdapter("/org/bluez/hci10", { { "Address", "00:AA:01:00:00:10" } });
-        m_bluez->addAdapter("/org/bluez/hci2");
+        const Rows<QByteArray, qulonglong> row("wanted", "address");
+        row("the lowest", "", 0x00AA01000002);
+        row("by its number", "hci10", 0x00AA01000010);
+        row("by its address", "00:aa:01:00:00:10", 0x00AA01000010);
+    }
+
+    // Which one bluetoothd tells of first is chance, and another's is not ours to rename.
+    void takesOneAdapter()
+    {
+        QFETCH(QByteArray, wanted);
+        QFETCH(qulonglong, address);
+        const auto adapter = [this](int number) {
+            const QString text = QString::number(number);
+            m_bluez->addAdapter("/org/bluez/hci" + text,
+                                { { "Address", "00:AA:01:00:00:" + text.rightJustified(2, '0') } });
+        };
+        qputenv("BLUEZ_ADAPTER", wanted);
+        const auto unset = qScopeGuard([] { qunsetenv("BLUEZ_ADAPTER"); });
         QVERIFY(m_radio->appear());
-        QTRY_COMPARE(proxy().status(), 3);
-        QCOMPARE(proxy().myAddress(), 0x00AA01000042ULL);
-        m_bluez->remove("/org/bluez/hci2");
-        QTRY_COMPARE(proxy().myAddress(), 0x00AA01000010ULL);
-        QTRY_COMPARE(proxy().status(), 3);
+        for (int start = 0; start < 2; ++start) {
+            m_bluez->appear();
+            adapter(10);
+            adapter(2);
+            QTRY_COMPARE(proxy().status(), 3);
+            QCOMPARE(proxy().myAddress(), address);
+            m_bluez->vanish();
+            QTRY_COMPARE(proxy().status(), 0);
+        }
+        const bool second = address == 0x00AA01000010;
+        m_bluez->appear();
+        adapter(second ? 2 : 10);
+        QTRY_VERIFY2(m_radio->log().contains(
+                         second ? "is not there, and another is not touched unasked; plug it in, "
+                                  "or choose by BLUEZ_ADAPTER or --adapter: hci2 (00:AA:01:00:00:02)"
+                                : "hci10 (00:AA:01:00:00:10)"),
+                     qPrintable(m_radio->log()));
+        QCOMPARE(m_bluez->property(second ? "/org/bluez/hci2" : "/org/bluez/hci10", "Alias"),
+                 QVariant("machine"));
+        QCOMPARE(proxy().status(), 0);
     }
 
     // An adapter that comes back still has what we had set.
@@ -87,6 +119,10 @@ private Q_SLOTS:
         const QString strange = m_bluez->addDevice(hci0(), stranger());
         QCOMPARE(end(callAgent("AuthorizeService", { path(friendly), "1101" })), "done");
         QCOMPARE(end(callAgent("AuthorizeService", { path(strange), "1101" })), "Rejected");
+        const QString keyboard = "00001124-0000-1000-8000-00805f9b34fb";
+        QCOMPARE(end(callAgent("AuthorizeService", { path(friendly), keyboard })), "Rejected");
+        QTRY_VERIFY(m_radio->log().contains("wants to use the service " + keyboard));
+        QVERIFY(!m_bluez->called({ "Set Trusted=true" })); // bluetoothd would ask nothing any more
     }
 
     void keepsUuids()
@@ -106,6 +142,25 @@ private Q_SLOTS:
         QCOMPARE(end(proxy().unregisterRFCOMMUUID("1101")), "NotRegistered");
     }
 
+    // It becomes ours when whoever holds it leaves the bus.
+    void awaitsAUuidThatAnotherHolds()
+    {
+        const QString registers = "ProfileManager1.RegisterProfile";
+        m_bluez->answer(registers, "NotPermitted");
+        QVERIFY(startOn());
+        auto holder =
+            std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(m_bluez->busAddress(), "holder"));
+        proxy().registerRFCOMMUUID("1101");
+        QTRY_VERIFY(m_radio->log().contains("another program holds the UUID 00001101-"));
+        QCOMPARE(end(proxy().registerRFCOMMUUID("1101")), "Failed");
+        m_bluez->answerAfterAll(registers);
+        m_bluez->forgetCalls();
+        holder.reset();
+        QDBusConnection::disconnectFromBus("holder");
+        QTRY_VERIFY(m_bluez->called({ registers }));
+        QCOMPARE(end(proxy().registerRFCOMMUUID("1101")), "AlreadyRegistered");
+    }
+
     // bluetoothd calls it a failure, and keeps the link all the same.
     void linkWithoutAServiceIsALink()
     {
@@ -122,9 +177,42 @@ private Q_SLOTS:
             m_bluez->answerAfterAll(connect, "NotAvailable");
             QTRY_COMPARE(paired(), QStringList{ linked ? "Phone=1" : "Phone=0" });
         }
-        const QString failed = "Connect " + phone() + " failed";
+        const QString failed = "connecting with " + phone() + " failed";
         QTRY_VERIFY(m_radio->log().contains(failed));
         QCOMPARE(m_radio->log().count(failed), 1);
+    }
+
+    void hasForgottenUs()
+    {
+        QVERIFY(startOn());
+        const QString device = addPaired(phone(), "Phone");
+        QTRY_COMPARE(paired(), QStringList{ "Phone=0" });
+        QCOMPARE(end(proxy().Pair(PhoneNumber)), "done");
+        m_bluez->answer("Device1.Connect", {});
+        proxy().ConnectAddr(PhoneNumber);
+        QTRY_VERIFY(m_bluez->called({ "Device1.Connect" }));
+        m_bluez->answerAfterAll("Device1.Connect", "Failed", "br-connection-key-missing");
+        QTRY_VERIFY(m_radio->log().contains("notice: connecting with " + phone()
+                                            + " failed: the other device has forgotten the pairing; unpair"));
+        QCOMPARE(end(proxy().Pair(PhoneNumber)), "Failed");
+        m_bluez->change(device, "Device1", { { "Paired", false } });
+        QTRY_COMPARE(paired(), QStringList());
+        QCOMPARE(end(proxy().Pair(PhoneNumber)), "done");
+    }
+
+    // A private address is the one that was scanned, and stands in scripts and in the user's hand.
+    void isFoundByItsFormerAddress()
+    {
+        QVERIFY(startOn());
+        const QString device = addPaired(stranger(), "Watch");
+        QTRY_COMPARE(paired(), QStringList{ "Watch=0" });
+        m_bluez->change(device, "Device1", { { "Address", phone() } });
+        QTRY_COMPARE(proxy().pairList().entries.value(0).address, PhoneNumber);
+        QCOMPARE(end(proxy().Pair(0x002200000001)), "done");
+        QTRY_COMPARE(proxy().pairState(), 100);
+        QVERIFY(!m_bluez->called({ Pair }));
+        proxy().UnPair(0x002200000001);
+        QTRY_VERIFY(m_bluez->called({ "Adapter1.RemoveDevice" }));
     }
 
 private:

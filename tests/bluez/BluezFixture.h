@@ -20,6 +20,7 @@ private Q_SLOTS:
     {
         QCOMPARE(m_clients.start(), QString());
         QVERIFY(m_bluezBus.start(world::MessageBus::Kind::System, m_folder.path()));
+        qputenv("XDG_RUNTIME_DIR", m_folder.path().toLocal8Bit());
         qputenv("BLUEZ_SYSTEM_BUS_ADDRESS", m_bluezBus.address().toLocal8Bit());
     }
     void init()
@@ -32,6 +33,9 @@ private Q_SLOTS:
         m_radio->process().signal(SIGKILL); // it would put the adapter back first
         m_radio.reset();
         m_bluez.reset();
+        for (const QString& file : runtimeFiles()) {
+            QVERIFY(QFile::remove(m_folder.filePath(file)));
+        }
     }
 
 protected:
@@ -48,6 +52,19 @@ protected:
         m_bluez->appear();
         m_bluez->addAdapter(hci0());
         return m_radio->appear() && Patience::waitFor([this] { return proxy().status() == 3; });
+    }
+    /// Ends the program as a person does.
+    void end()
+    {
+        m_radio->process().signal(SIGTERM);
+        std::optional<int> status;
+        QTRY_VERIFY((status = m_radio->process().wait(std::chrono::milliseconds(0))).has_value());
+        QCOMPARE(*status, 0);
+    }
+    /// What the program keeps as long as the machine runs.
+    [[nodiscard]] QStringList runtimeFiles() const
+    {
+        return QDir(m_folder.path()).entryList({ "bluezradio-*" });
     }
     QString addPaired(const QString& address, const QString& name)
     {

@@ -1,10 +1,14 @@
+#include "BluezCause.h"
 #include "BluezFixture.h"
+#include "DeviceNames.h"
 #include "DeviceServices.h"
+#include "ManagementEvents.h"
 
 #include <QDBusUnixFileDescriptor>
 #include <QScopeGuard>
 
 #include <array>
+#include <cerrno>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -16,15 +20,18 @@ class BluezPairingTest : public BluezFixture
 private Q_SLOTS:
     void mapsPairingErrors_data()
     {
-        const Rows<QString, bool, QList<int>> row("error", "paired", "states");
-        row("page timeout", "ConnectionAttemptFailed", false, { 1, 202 });
-        row("link lost", "AuthenticationCanceled", false, { 1, 202 });
-        row("lost when paired", "AuthenticationCanceled", true, { 1, 6, 100 });
-        row("wrong PIN", "AuthenticationFailed", false, { 1, 201 });
-        row("refused over there", "AuthenticationRejected", false, { 1, 201 });
-        row("nobody answered", "AuthenticationTimeout", false, { 1, 201 });
-        row("paired meanwhile", "AlreadyExists", false, { 1, 100 });
-        row("anything else", "Failed", false, { 1, 200 });
+        const Rows<QString, bool, QList<int>, QString> row("error", "paired", "states", "why");
+        row("page timeout", "ConnectionAttemptFailed", false, { 1, 202 }, "the other device does not answer");
+        row("link lost", "AuthenticationCanceled", false, { 1, 202 }, "the link was lost");
+        row("lost when paired", "AuthenticationCanceled", true, { 1, 6, 100 }, "");
+        row("wrong PIN", "AuthenticationFailed", false, { 1, 201 }, "the two did not agree on a key");
+        row("refused over there", "AuthenticationRejected", false, { 1, 201 }, "the other device refused");
+        row("nobody answered", "AuthenticationTimeout", false, { 1, 201 },
+            "the other device stopped answering");
+        row("paired meanwhile", "AlreadyExists", false, { 1, 100 }, "");
+        row("another program", "InProgress", false, { 1, 200 }, "somebody else is busy with the device");
+        row("not allowed", "NotPermitted", false, { 1, 200 }, "this user may not do that");
+        row("anything else", "Failed", false, { 1, 200 }, "the reason is not known");
     }
 
     void mapsPairingErrors()
@@ -40,7 +47,49 @@ private Q_SLOTS:
         }
         m_bluez->answerAfterAll(Pair, error);
         QTRY_COMPARE(allCarried<int>(stateSpy), states);
-        QTRY_COMPARE(m_radio->log().contains("org.bluez.Error." + error), states.last() != 100);
+        QFETCH(QString, why);
+        const QString failed = "notice: pairing with " + phone() + " failed: ";
+        QTRY_COMPARE(m_radio->log().contains(failed + why), !why.isEmpty());
+        QCOMPARE(m_radio->log().contains("org.bluez.Error." + error), !why.isEmpty());
+    }
+
+    void hearsTheKernel_data()
+    {
+        // event, the last byte of its device's address, reason; each in its turn
+        const Rows<QList<QByteArray>, QString> row("events", "why");
+        const QByteArray disconnected = "0c";
+        const QByteArray unreached = "0d";
+        const QByteArray failed = "11";
+        row("nothing", {}, "the two did not agree on a key");
+        row("ended over there", { disconnected + "0103" }, "the other device refused");
+        row("out of sight", { disconnected + "0101" }, "the link was lost");
+        row("no key over there", { disconnected + "0104" }, "the other device has forgotten the pairing");
+        row("ended here", { disconnected + "0102" }, "the two did not agree on a key");
+        row("refused", { failed + "010b", disconnected + "0103" }, "the other device refused");
+        row("a wrong key, then its end", { failed + "0105", disconnected + "0103" },
+            "the two did not agree on a key");
+        row("no answer", { failed + "0108" }, "the other device stopped answering");
+        row("not reached", { unreached + "0104" }, "the other device does not answer");
+        row("another device", { failed + "0208" }, "the two did not agree on a key");
+    }
+
+    void hearsTheKernel()
+    {
+        QFETCH(QList<QByteArray>, events);
+        std::array<int, 2> ends{};
+        QCOMPARE(::socketpair(AF_UNIX, SOCK_DGRAM, 0, ends.data()), 0);
+        QDBusUnixFileDescriptor ours;
+        ours.giveFileDescriptor(ends[0]);
+        const auto close = qScopeGuard([&] { ::close(ends[1]); });
+        for (const QByteArray& event : qAsConst(events)) {
+            const QByteArray message = QByteArray::fromHex(event.left(2) + "00 0000 0800" + event.mid(2, 2)
+                                                           + "4433221100 00" + event.right(2));
+            QCOMPARE(::send(ends[1], message.constData(), size_t(message.size()), 0), message.size());
+        }
+        const auto cause = bt::exactly(QDBusError(QDBusMessage::createError(
+                                           "org.bluez.Error.AuthenticationFailed", "Authentication Failed")),
+                                       bt::ManagementEvents(ours).causeOf(PhoneNumber));
+        QTEST(QString(bt::wordsOf(cause).happened), "why");
     }
 
     void asksWhatBluezAsks_data()
@@ -102,7 +151,6 @@ private Q_SLOTS:
             m_bluez->change(device, "Device1", { { "Paired", true } });
             QTRY_COMPARE(proxy().pairState(), 100);
             QCOMPARE(proxy().pairList(), (PairList{ { { PhoneNumber, "Phone", 0 } } }));
-            QTRY_COMPARE(m_bluez->property(device, "Trusted"), QVariant(true));
         }
     }
 
@@ -143,6 +191,13 @@ private Q_SLOTS:
         QTRY_VERIFY(m_radio->log().contains("notice: Disconnect 00:11:22:33:44:01 failed: as the test told"));
     }
 
+    void companionsChannelComesAndGoes_data()
+    {
+        const Rows<bool> row("theyEnd");
+        row("bluetoothd ends it", false);
+        row("the other side ends it", true);
+    }
+
     void companionsChannelComesAndGoes()
     {
         QVERIFY(startOn());
@@ -163,8 +218,34 @@ private Q_SLOTS:
         QTRY_COMPARE(allCarried<qulonglong>(companion), QList<qulonglong>{ PhoneNumber });
         char byte = 0;
         QCOMPARE(::recv(channel[1], &byte, 1, MSG_DONTWAIT), -1); // nothing has come, nobody has closed it
-        m_bluez->callBack("Profile1", "RequestDisconnection", { device });
-        QTRY_COMPARE(::recv(channel[1], &byte, 1, MSG_DONTWAIT), 0);
+        QFETCH(bool, theyEnd);
+        if (theyEnd) {
+            QCOMPARE(::send(channel[1], "unread", 6, 0), 6); // stays where it is
+            QCOMPARE(::shutdown(channel[1], SHUT_WR), 0);
+        } else {
+            m_bluez->callBack("Profile1", "RequestDisconnection", { device });
+        }
+        QTRY_VERIFY(::recv(channel[1], &byte, 1, MSG_DONTWAIT) == 0 || errno == ECONNRESET);
+    }
+
+    void cleansNames_data()
+    {
+        const Rows<QString, QString> row("name", "clean");
+        row("as it is", QString::fromUtf8("Käthes Hörer 🎧"), QString::fromUtf8("Käthes Hörer 🎧"));
+        row("steers a terminal", "\x1b[2J\x1b[31mFree\aWi-Fi\n", "[2J [31mFree Wi-Fi");
+        row("turns round", QString("Headset%1tesdaeH").arg(QChar(0x202e)), "Headset tesdaeH");
+        row("is not seen", QString::fromUtf8("a\u200bb\u2028c\U000e0041d"), "a b c d");
+        row("our own mark", "`,.\";00! - 00:11:22:33:44:55", "- 00:11:22:33:44:55");
+        row("our own mark, hidden", "`,.`,.\";00!\";00!", "");
+        row("nothing else", "\x01\x02 \t", "");
+        row("half a pair", QString(QChar(0xd83d)) + "x", QString(QChar(0xfffd)) + "x");
+        row("as long as one may be", QString(248, 'x'), QString(248, 'x'));
+    }
+
+    void cleansNames()
+    {
+        QFETCH(QString, name);
+        QTEST(bt::cleanName(name), "clean");
     }
 
     void knowsConnections_data()

@@ -58,6 +58,26 @@ private Q_SLOTS:
         QCOMPARE(end(open), "Rejected");
     }
 
+    void oneAtATime()
+    {
+        QVERIFY(startOn());
+        pairWithPhone();
+        const QVariant another = path(m_bluez->addDevice(hci0(), stranger()));
+        QCOMPARE(end(callAgent("RequestConfirmation", { another, 1U })), "Rejected");
+        QCOMPARE(proxy().pairState(), 1);
+        QTRY_VERIFY(m_radio->log().contains("another pairing is under way"));
+    }
+
+    // It may pair after all, when nobody reckons with it any more.
+    void noAnswerEndsThePairing()
+    {
+        QVERIFY(startOn());
+        pairWithPhone();
+        m_bluez->answerAfterAll(Pair, "org.freedesktop.DBus.Error.NoReply");
+        QTRY_VERIFY(m_bluez->called({ Pair, "Device1.CancelPairing" }));
+        QTRY_COMPARE(proxy().pairState(), 200);
+    }
+
     // bluetoothd tells of each key that is pressed over there by showing the code once more.
     void keyPressesAskNothing()
     {
@@ -82,6 +102,56 @@ private Q_SLOTS:
         callAgent("Release"); // counts as Cancel
         QTRY_COMPARE(proxy().pairState(), 6);
         QCOMPARE(proxy().confirmationCode(), QString());
+    }
+
+    // Else it would keep our user from scanning and pairing.
+    void askingAgainAndAgainIsNotHeard()
+    {
+        QVERIFY(startOn());
+        const QVariant nuisance = path(m_bluez->addDevice(hci0(), stranger()));
+        const QVariant device = path(m_bluez->addDevice(hci0(), phone()));
+        for (int round = 0; round < 2; ++round) {
+            const QDBusPendingCall call = callAgent("RequestConfirmation", { nuisance, 1U });
+            QTRY_COMPARE(proxy().pairState(), 4);
+            proxy().RejectCode();
+            QCOMPARE(end(call), "Rejected");
+            QTRY_COMPARE(proxy().pairState(), 200);
+        }
+        QTRY_COMPARE(m_radio->log().count("00:22:00:00:00:01 was refused again; it is not heard for 10 s"),
+                     1);
+        proxy().Scan();
+        QTRY_COMPARE(proxy().scanState(), 1);
+        QCOMPARE(end(callAgent("RequestConfirmation", { nuisance, 1U })), "Rejected");
+        QCOMPARE(proxy().pairState(), 200);
+        QCOMPARE(proxy().scanState(), 1);
+        callAgent("RequestConfirmation", { device, 1U });
+        QTRY_COMPARE(proxy().pairState(), 4); // another one is
+    }
+
+    void ourWishGoesBeforeAQuestion_data()
+    {
+        const Rows<bool, QString, QList<int>> row("agreed", "pair", "states");
+        row("not answered yet", false, "done", { 2, 4, 200, 1 });
+        row("agreed to", true, "InProgress", { 2, 4, 6 });
+    }
+
+    void ourWishGoesBeforeAQuestion()
+    {
+        QFETCH(bool, agreed);
+        QFETCH(QList<int>, states);
+        QVERIFY(startOn());
+        const QVariant nuisance = path(m_bluez->addDevice(hci0(), stranger()));
+        m_bluez->addDevice(hci0(), phone());
+        QSignalSpy stateSpy(&proxy(), &BluetoothIf::pairStateChanged);
+        const QDBusPendingCall call = callAgent("RequestConfirmation", { nuisance, 1U });
+        QTRY_COMPARE(proxy().pairState(), 4);
+        if (agreed) {
+            proxy().ConfirmCode();
+        }
+        m_bluez->answer(Pair, {});
+        QTEST(end(proxy().Pair(PhoneNumber)), "pair");
+        QTRY_COMPARE(allCarried<int>(stateSpy), states);
+        QCOMPARE(end(call), agreed ? "done" : "Rejected");
     }
 
     // Until bluetoothd has answered it could still be asked for a PIN, and says that the pairing was

@@ -15,7 +15,8 @@ const QString PropertiesInterface = "org.freedesktop.DBus.Properties";
 } // namespace
 
 FakeBluez::FakeBluez(const QString& busAddress)
-    : m_bus(QDBusConnection::connectToBus(busAddress, "bluez"))
+    : m_address(busAddress)
+    , m_bus(QDBusConnection::connectToBus(busAddress, "bluez"))
 {
     qDBusRegisterMetaType<BluezInterfaces>();
     qDBusRegisterMetaType<QMap<QDBusObjectPath, BluezInterfaces>>();
@@ -49,7 +50,9 @@ void FakeBluez::addAdapter(const QString& path, const QVariantMap& properties)
                      { "Alias", "machine" },
                      { "Powered", false },
                      { "Pairable", false },
+                     { "PairableTimeout", 60U },
                      { "Discoverable", false },
+                     { "Discovering", false },
                      { "DiscoverableTimeout", 180U } };
     all.insert(properties);
     m_objects.insert(QDBusObjectPath(path), { { AdapterInterface, all } });
@@ -175,17 +178,18 @@ bool FakeBluez::handleMessage(const QDBusMessage& message, const QDBusConnection
     return true;
 }
 
-QDBusMessage FakeBluez::replyTo(const QDBusMessage& message, const QString& error)
+QDBusMessage FakeBluez::replyTo(const QDBusMessage& message, const QString& error, const QString& text)
 {
-    return error.isEmpty() ? message.createReply(valuesFor(message))
-                           : message.createErrorReply("org.bluez.Error." + error, "as the test told");
+    return error.isEmpty()
+        ? message.createReply(valuesFor(message))
+        : message.createErrorReply(error.contains('.') ? error : "org.bluez.Error." + error, text);
 }
 
-void FakeBluez::answerAfterAll(const QString& method, const QString& error)
+void FakeBluez::answerAfterAll(const QString& method, const QString& error, const QString& text)
 {
     m_errors.remove(method);
     for (const QDBusMessage& message : m_waiting.values(method)) {
-        m_bus.send(replyTo(message, error));
+        m_bus.send(replyTo(message, error, text));
     }
     m_waiting.remove(method);
 }

@@ -20,6 +20,7 @@ public:
     explicit FakeBluez(const QString& busAddress);
     ~FakeBluez() override;
 
+    [[nodiscard]] QString busAddress() const { return m_address; }
     /// Takes the name, or leaves it and forgets all objects.
     void appear();
     void vanish();
@@ -31,11 +32,12 @@ public:
     void change(const QString& path, const QString& interface, const QVariantMap& properties);
     [[nodiscard]] QVariant property(const QString& path, const QString& name) const;
 
-    /// From now on a method, "Device1.Pair" or "Set Powered", is answered by this error of org.bluez.Error,
-    /// or, when it is empty, not at all.
+    /// From now on a method, "Device1.Pair" or "Set Powered", is answered by this error of org.bluez.Error
+    /// (or by one with dots in its name), or, when it is empty, not at all.
     void answer(const QString& method, const QString& error) { m_errors.insert(method, error); }
     /// The same for calls that were not answered; without an error they are done.
-    void answerAfterAll(const QString& method, const QString& error = {});
+    void answerAfterAll(const QString& method, const QString& error = {},
+                        const QString& text = "as the test told");
 
     /// What was called: "Adapter1.StartDiscovery", "Set Powered=true".
     [[nodiscard]] const QStringList& calls() const { return m_calls; }
@@ -52,10 +54,12 @@ public:
 private:
     [[nodiscard]] QVariantList valuesFor(const QDBusMessage& message);
     [[nodiscard]] QString nameOf(const QDBusMessage& message) const;
-    [[nodiscard]] QDBusMessage replyTo(const QDBusMessage& message, const QString& error);
+    [[nodiscard]] QDBusMessage replyTo(const QDBusMessage& message, const QString& error,
+                                       const QString& text = "as the test told");
     void setProperty(const QDBusMessage& message);
     void announce(const QString& path);
 
+    QString m_address;
     QDBusConnection m_bus;
     QMap<QDBusObjectPath, BluezInterfaces> m_objects;
     QHash<QString, QString> m_errors;

@@ -2,7 +2,9 @@
 #include "client/KELClientInterface.h"
 #include "support/Rows.h"
 
+#include <QDir>
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -27,10 +29,21 @@ private Q_SLOTS:
             { "get", ":result:demo:mod:state:", ":config:demo:mod:enabled:" }, 0, "0\nfalse\n", "");
         row("get what was never written", { "get", "record" }, 1, "", "record has no value yet");
         row("get an action", { "get", "echo" }, 1, "", "itemctl call echo");
-        row("values of an enumeration, for completion", { "values", "state" }, 0,
+        row("a pattern is no name", { "get", "stat?" }, 3, "", R"(did you mean "state"?)");
+        row("a name longer than a server takes", { "get", QString(257, 'x') }, 3, "", "no item \"xxx");
+        row("more names than a server takes",
+            QStringList{ "get" } + QStringList(QVector<QString>(65, "state").toList()), 0,
+            QString("0\n").repeated(65), "");
+        row("more patterns than a server takes",
+            QStringList{ "watch", "--initial", "--timeout", "0.1" }
+                + QStringList(QVector<QString>(65, "sta?e").toList()),
+            0, ":result:demo:mod:state: 0 (Off)\n", "");
+        row("values of an enumeration, for completion", { "complete", "--", "set", "mod:state", "" }, 0,
             "DEMO_STATE_OFF\nDEMO_STATE_ON\nDEMO_STATE_FAILED\n", "");
-        row("names of a kind, for completion", { "names", "config" }, 0,
-            "enabled\nmod:enabled\npin\nmod:pin\nvolume\nmod:volume\n", "");
+        row("names of a kind, for completion", { "complete", "--", "call", "x" }, 0,
+            "fork\nmod:fork\ncrash\nmod:crash\necho\nmod:echo\nwrite\nmod:write\nwritemany\nmod:"
+            "writemany\nstall\nmod:stall\n",
+            "");
         row("pattern of servers", { "list", ":result:d[e]mo:mod:state:" }, 0,
             ":result:demo:mod:state:  0 (Off)  State\n", "");
         row("table", { "list", "rowName:[13]", "pin", "echo" }, 0,
@@ -44,7 +57,7 @@ private Q_SLOTS:
             R"("kind":"config","label":"Enabled","value":false,"applicable":true})"
             "\n"
             R"({"address":":result:demo:mod:rowState:2:","server":"demo","module":"mod","id":"rowState",)"
-            R"("index":2,"kind":"result","label":"Row State","value":0,"text":"Off","applicable":false})"
+            R"("index":2,"kind":"result","label":"Row State","value":0,"symbol":"DEMO_STATE_OFF","text":"Off","applicable":false})"
             "\n",
             "");
         row("module of no server", { "get", "bluetooth:enabled" }, 5, "",
@@ -52,7 +65,8 @@ private Q_SLOTS:
         row("wait for a module of no server", { "wait", "bluetooth:pairlistAddr:3=x" }, 5, "",
             "has a module \"bluetooth\"");
         row("like a module", { "get", "mood:enabled" }, 3, "", R"(did you mean "mod:enabled"?)");
-        row("values of a bool, for completion", { "values", "mod:enabled" }, 0, "true\nfalse\n", "");
+        row("values of a bool, for completion", { "complete", "--", "set", "mod:enabled", "" }, 0,
+            "true\nfalse\n", "");
         row("nothing of it when one is missing", { "get", "state", "stat" }, 3, "",
             "did you mean \"state\"?");
         row("set refused by range", { "set", ":config:demo:mod:volume:", "11" }, 1, "",
@@ -105,10 +119,13 @@ private Q_SLOTS:
         row("assignment", { "get", "state=On" }, 3, "", R"(did you mean "state"?)");
         row("like an address", { "get", ":result:demo:mod:staet:" }, 3, "",
             R"(did you mean ":result:demo:mod:state:"?)");
+        row("escape sequence", { "\x1b[31mx" }, 2, "", "\\x1b[31mx\" is no subcommand");
+        row("escape sequence as a number", { "wait", "x=1", "--timeout=\x1b[31mx" }, 2, "",
+            "\\x1b[31mx\" is no number");
         row("help for nothing", { "help", "explode" }, 2, "", R"("explode" is no subcommand)");
         row("wait for what holds", { "wait", "--json", "state=Off", "state!=3" }, 0,
             R"([{"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
-            R"("kind":"result","label":"State","value":0,"text":"Off","applicable":true}])"
+            R"("kind":"result","label":"State","value":0,"symbol":"DEMO_STATE_OFF","text":"Off","applicable":true}])"
             "\n",
             "");
         row("wait for no item", { "wait", "stat=On" }, 3, "", "stat");
@@ -118,18 +135,46 @@ private Q_SLOTS:
         row("no count", { "watch", "--count", "0", "--timeout", "0" }, 2, "", "--count");
     }
 
-    void calls()
+    void calls() { tellsAsTheRowSays(); }
+
+    // Rows of lists, as a person goes on from them.
+    void showsAndTakesRows_data()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, err);
-        const Finished finished = itemctl(arguments);
-        QTEST(finished.out, "out");
-        QVERIFY2(err.isEmpty() ? finished.err.isEmpty() : finished.err.contains(err),
-                 qPrintable(finished.err));
-        // A reason is one line that says who speaks.
-        QVERIFY(finished.err.isEmpty()
-                || (finished.err.startsWith("itemctl: ") && finished.err.count('\n') <= 2));
-        QTEST(finished.status, "status");
+        const Rows<QStringList, int, QString, QString> row("arguments", "status", "out", "err");
+        row("for people", { "list", "--rows", "row*" }, 0,
+            "row  Name     Row State\n:1   Car Kit  Off\n:3   Phone    On\n2 of 4 rows are empty\n", "");
+        row("JSON", { "list", "--rows", "--json", "rowName:1", "rowState:1" }, 0,
+            R"({"server":"demo","module":"mod","list":"row","index":1,"rowName":"Car Kit",)"
+            R"("rowState":{"value":0,"symbol":"DEMO_STATE_OFF","text":"Off"}})"
+            "\n",
+            "");
+        row("taken from a row", { "call", "echo", "--row", "rowState=DEMO_STATE_ON", "--take", "rowName" }, 0,
+            "Phone\n", "");
+        row("and followed",
+            { "call", "echo", "--row", "rowName=Car Kit", "--take", "mod:rowName", "--until",
+              "state:applicable", "--timeout", "0.1" },
+            4, "Car Kit\n", "has not changed since");
+        row("no row", { "call", "echo", "--row", "rowName=Kit", "--take", "rowName" }, 3, "",
+            "no row is as --row rowName=Kit says");
+        row("several rows", { "call", "echo", "--row", "rowState!=3", "--take", "rowName" }, 3, "",
+            "3 rows are as --row rowState!=3 says: , Car Kit, ");
+        row("no such list", { "call", "echo", "--row", "rowName=x", "--take", "rowNam" }, 3, "",
+            R"(did you mean "rowName"?)");
+        row("no value of it", { "call", "echo", "--row", "rowState=Onn", "--take", "rowName" }, 2, "", "Onn");
+        row("text and row", { "call", "echo", "x", "--row", "rowName=x", "--take", "rowName" }, 2, "",
+            "--row");
+        row("row alone", { "call", "echo", "--row", "rowName=x" }, 2, "", "--take");
+    }
+
+    void showsAndTakesRows()
+    {
+        for (const char* write : { "rowName:1=Car Kit", "rowName:3=Phone", "rowState:3=3" }) {
+            succeed({ "call", "mod:write", write });
+        }
+        tellsAsTheRowSays();
+        for (const char* write : { "rowName:1=", "rowName:3=", "rowState:3=0" }) {
+            succeed({ "call", "mod:write", write });
+        }
     }
 
     void textsFromOutsideAreHarmless()
@@ -153,6 +198,43 @@ private Q_SLOTS:
         const QString json = "{\"deviceAddr\":18446744073709551615,\"deviceConnected\":true}\n";
         QCOMPARE(itemctl({ "get", "record" }).out, json);
         QCOMPARE(itemctl({ "get", "record", "--json" }).out, json);
+    }
+
+    // Any module brings them: no word of them is in the program.
+    void aModulesWordsAreShown_data()
+    {
+        const Rows<QByteArray, QString, QString, QString> row("words", "shown", "json", "err");
+        const QByteArray good =
+            R"({"items":{"state":{"meaning":"a\u001bb","values":{"DEMO_STATE_ON":"lit"}}}})";
+        row("words", good, "3 \\(On\\) DEMO_STATE_ON: lit\n(.*\n)*meaning        a\\\\x1bb\n",
+            R"(,"words":\{"meaning":"a\\u001bb","values":\{"DEMO_STATE_ON":"lit"\}\}\}\n)", "");
+        row("of other shapes", R"({"items":{"state":{"meaning":1,"values":"x"}}})",
+            "0 \\(Off\\) DEMO_STATE_OFF\n", R"("words":\{"meaning":1,"values":"x"\}\}\n)", "");
+        row("of another item", R"({"items":{"pin":{"meaning":"x"}}})", "writable       no\n",
+            R"("writable":false\}\n)", "");
+        row("damaged", "{", "writable       no\n", R"("writable":false\}\n)",
+            "/ipc/mod.items.json is no JSON object");
+    }
+
+    void aModulesWordsAreShown()
+    {
+        QFETCH(QString, shown);
+        QFETCH(QString, json);
+        QFETCH(QByteArray, words);
+        const QTemporaryDir data;
+        QVERIFY(QDir(data.path()).mkdir("ipc"));
+        QFile file(data.filePath("ipc/mod.items.json"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(words);
+        file.close();
+        const Run with{ { { "XDG_DATA_HOME", data.path() } }, false, {} };
+        const Finished lines = run(ITEMCTL, { "describe", "state" }, with);
+        QVERIFY2(QRegularExpression(shown).match(lines.out).hasMatch(), qPrintable(lines.out));
+        const Finished object = run(ITEMCTL, { "describe", "state", "--json" }, with);
+        QVERIFY2(QRegularExpression(json + "\\z").match(object.out).hasMatch(), qPrintable(object.out));
+        QCOMPARE(object.status, 0);
+        QFETCH(QString, err);
+        QVERIFY2(err.isEmpty() ? lines.err.isEmpty() : lines.err.contains(err), qPrintable(lines.err));
     }
 
     void namesAreLookedForOnAllServers()

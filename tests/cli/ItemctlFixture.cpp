@@ -17,6 +17,19 @@ void ItemctlFixture::succeed(const QStringList& arguments)
     QVERIFY2(finished.status == 0, qPrintable(finished.err));
 }
 
+void ItemctlFixture::tellsAsTheRowSays()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, err);
+    const Finished finished = itemctl(arguments);
+    QTEST(finished.out, "out");
+    QVERIFY2(err.isEmpty() ? finished.err.isEmpty() : finished.err.contains(err), qPrintable(finished.err));
+    // A reason is one line that says who speaks.
+    QVERIFY(finished.err.isEmpty()
+            || (finished.err.startsWith("itemctl: ") && finished.err.count('\n') <= 2));
+    QTEST(finished.status, "status");
+}
+
 std::unique_ptr<QProcess> ItemctlFixture::startItemctl(const QStringList& arguments)
 {
     auto process = std::make_unique<QProcess>();
@@ -24,7 +37,7 @@ std::unique_ptr<QProcess> ItemctlFixture::startItemctl(const QStringList& argume
     return process;
 }
 
-int ItemctlFixture::watchers()
+int ItemctlFixture::rules(const QString& part)
 {
     const QDBusMessage reply = QDBusConnection::sessionBus().call(
         QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -32,7 +45,7 @@ int ItemctlFixture::watchers()
     int count = 0;
     const auto rules = qdbus_cast<QMap<QString, QStringList>>(reply.arguments().value(0));
     for (const QStringList& ofOne : rules) {
-        count += ofOne.filter(",arg2=''").size();
+        count += ofOne.filter(part).size();
     }
     return count;
 }

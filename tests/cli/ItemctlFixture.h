@@ -16,10 +16,14 @@ protected:
     static Finished itemctl(const QStringList& arguments) { return run(ITEMCTL, arguments); }
     /// The same, and fails the test when itemctl fails.
     static void succeed(const QStringList& arguments);
+    /// For a row of "arguments", "status", "out" and what "err" contains, empty when it is to be.
+    static void tellsAsTheRowSays();
     /// Starts itemctl and leaves it running.
     static std::unique_ptr<QProcess> startItemctl(const QStringList& arguments);
     /// How many clients the servers watch items for. The bus knows: a server asks to be told of their end.
-    static int watchers();
+    static int watchers() { return rules(",arg2=''"); }
+    /// How many of the bus's match rules contain this.
+    static int rules(const QString& part);
 
     DemoServers m_servers;
 };

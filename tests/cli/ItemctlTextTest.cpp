@@ -104,7 +104,8 @@ private Q_SLOTS:
         Item item = enumItem(0, {});
         item.applicable = false;
         const auto lines = [&](const QVariantMap& description) {
-            return itemctl::descriptionLines(item, description).join('\n').simplified();
+            const auto noWords = nlohmann::ordered_json::object();
+            return itemctl::descriptionLines(item, description, noWords).join('\n').simplified();
         };
         const QString text = lines({ { "type", "text" },
                                      { "minimum", 4U },
@@ -155,6 +156,10 @@ void ItemctlTextTest::escapes_data()
     row("C1: CSI in one character", "\u009b31m", R"(\x9b31m)");
     row("direction override", QStringLiteral("a\u202eb\u2066"), R"(a\u202eb\u2066)");
     row("line separator", "\u2028", R"(\u2028)");
+    row("zero width", "a\u200bb\u2060\ufeff", R"(a\u200bb\u2060\ufeff)");
+    row("what joins an emoji", "\U0001F468\u200d\U0001F469", "\U0001F468\\u200d\U0001F469");
+    row("variant and filler", "\u2764\ufe0f\u3164", "\u2764\\ufe0f\\u3164");
+    row("tags", "a\U000E0041\U000E0100", R"(a\U000e0041\U000e0100)");
     row("beyond the basic plane", "\U0001F3A7", "\U0001F3A7");
 }
 
@@ -173,6 +178,8 @@ void ItemctlTextTest::values_data()
     row("text that looks like a number", "007", "007", R"("007")");
     const QString unsafe = QStringLiteral("\u009b\u202e\x7f");
     row("unsafe text", unsafe, unsafe, R"("\u009b\u202e\u007f")");
+    const QString unseen = QStringLiteral("\u200b\U000E0041");
+    row("unseen text", unseen, unseen, R"("\u200b\udb40\udc41")");
     row("nothing", {}, "", "null");
     row("texts", QStringList{ "a", "b" }, R"(["a","b"])", R"(["a","b"])");
     row("record", QVariantMap{ { "addr", 18446744073709551615ULL }, { "on", true } },

@@ -71,7 +71,7 @@ private Q_SLOTS:
         row("JSON, two conditions",
             { "call", "write", "state=3", "--json", "--until", "state=3", "state~^On" }, 0,
             R"({"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
-            R"("kind":"result","label":"State","value":3,"text":"On"})"
+            R"("kind":"result","label":"State","value":3,"symbol":"DEMO_STATE_ON","text":"On"})"
             "\n",
             "");
         row("an unwanted end",
@@ -87,6 +87,18 @@ private Q_SLOTS:
             { "set", "volume", "5", "--server", "demo", "--until", "state=Off" }, 3, "", "several");
         row("set, applicability", { "set", "enabled", "true", "--until", "enabled=true", "state=Off" }, 0,
             "enabled  false -> true\n", "");
+        row("a row comes", { "call", "write", "rowName:1=x", "--until", "rowName[*]=x" }, 0,
+            "rowName:1  (empty) -> x\n", "");
+        row("no row that is so", { "wait", "rowName[*]~.", "--timeout", "0.1" }, 4, "",
+            "rowName[*]~. does not hold, no row is set");
+        row("none is otherwise", { "wait", "rowName[*]!=x", "rowState[*]!=On" }, 0, "", "");
+        row("no such list", { "wait", "rowNam[*]=x" }, 3, "", R"(no list "rowNam"; did you mean "rowName"?)");
+        row("of its way alone", { "call", "write", "state=3", "--until", "state=On", "--show", "rowName" }, 0,
+            "state  Off -> On\n", "");
+        row("more of its way",
+            { "call", "write", "state=3", "--until", "enabled:applicable", "--unless", "state=On", "--show",
+              "row*:0" },
+            1, "state  Off -> On\n", "state=On holds");
         row("another item's change is not shown",
             { "call", "write", "rowName:1=x", "--until", "state=On", "--timeout", "0.1" }, 4, "",
             "it has not changed since");
@@ -99,16 +111,7 @@ private Q_SLOTS:
         row("unless without until", { "set", "enabled", "true", "--unless", "state=On" }, 2, "", "--until");
     }
 
-    void actsAndWaits()
-    {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, err);
-        const Finished finished = itemctl(arguments);
-        QTEST(finished.out, "out");
-        QVERIFY2(err.isEmpty() ? finished.err.isEmpty() : finished.err.contains(err),
-                 qPrintable(finished.err));
-        QTEST(finished.status, "status");
-    }
+    void actsAndWaits() { tellsAsTheRowSays(); }
 
     void watchAsJson()
     {
@@ -184,6 +187,103 @@ private Q_SLOTS:
         QCOMPARE(finish(*watch).out, ":result:demo:new:state: 3 (On)\n");
         m_servers.kill();
         QVERIFY(m_servers.start());
+    }
+
+    void tellsThePresentFirst_data()
+    {
+        const Rows<QStringList, QString> row("options", "out");
+        row("for people", {},
+            ":config:demo:mod:pin: 5190 [does not apply]\n:result:demo:mod:state: 0 (Off)\n"
+            ":action:demo:mod:fork: [applies]\n:result:demo:mod:state: 3 (On)\n");
+        row("JSON", { "--json" },
+            R"({"address":":config:demo:mod:pin:","server":"demo","module":"mod","id":"pin","kind":"config",)"
+            R"("label":"PIN","value":"5190","applicable":false})"
+            "\n"
+            R"({"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
+            R"("kind":"result","label":"State","value":0,"symbol":"DEMO_STATE_OFF","text":"Off","applicable":true})"
+            "\n"
+            R"({"address":":action:demo:mod:fork:","server":"demo","module":"mod","id":"fork",)"
+            R"("kind":"action","label":"Fork and Return","applicable":true})"
+            "\n"
+            R"({"address":":result:demo:mod:state:","server":"demo","module":"mod","id":"state",)"
+            R"("kind":"result","label":"State","value":3,"symbol":"DEMO_STATE_ON","text":"On"})"
+            "\n");
+    }
+
+    void tellsThePresentFirst()
+    {
+        QFETCH(QStringList, options);
+        const auto watch = startWatching(
+            QStringList{ "watch", "state", "pin", "fork", "--initial", "--count", "1" } + options);
+        QVERIFY(watch);
+        succeed({ "call", "write", "state=3" });
+        QTEST(finish(*watch).out, "out");
+    }
+
+    void awaitsItsServer_data()
+    {
+        const Rows<QStringList, QString> row("arguments", "out");
+        row("wait", { "wait", "state=Off", "--json" }, R"("value":0)");
+        row("watch", { "watch", "state", "--initial", "--count", "1" }, ":result:demo:mod:state: 0 (Off)\n");
+        row("its address", { "wait", ":result:demo:mod:state:=Off", "--json" }, R"("value":0)");
+        row("while another is there", { "wait", "mod:state=Off", "--json" }, R"("value":0)");
+    }
+
+    void awaitsItsServer()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, out);
+        m_servers.kill();
+        const bool another = QTest::currentDataTag() == QByteArray("while another is there");
+        if (another) {
+            QVERIFY(m_servers.start("other", "side"));
+        }
+        const QString missing = another ? "no item" : "no server";
+        const Finished soon = itemctl(arguments + QStringList{ "--await-server", "--timeout", "0.1" });
+        QCOMPARE(soon.status, 4);
+        QVERIFY2(soon.err.contains("timed out after 0.1 s: " + missing), qPrintable(soon.err));
+        QCOMPARE(itemctl(arguments).status, another ? 3 : 5);
+        const auto waiting = startItemctl(arguments + QStringList{ "--await-server", "--timeout", "60" });
+        QTRY_COMPARE(rules("arg0namespace='tov.base'"), 1);
+        QVERIFY(m_servers.start());
+        if (arguments.contains("watch")) {
+            QTRY_COMPARE(watchers(), 1);
+            succeed({ "call", "write", "state=3" });
+        }
+        const Finished finished = finish(*waiting);
+        QCOMPARE(finished.status, 0);
+        QVERIFY2(finished.out.contains(out), qPrintable(finished.out));
+        if (another) {
+            m_servers.kill("other");
+        }
+    }
+
+    // The bus wakes it for what it was asked about and for nothing else.
+    void listensToTheServersThatItIsAbout_data()
+    {
+        const Rows<QStringList> row("arguments");
+        row("wait", { "wait", "mod:state=On" });
+        row("wait, a list", { "wait", "mod:rowName[*]=x" });
+        row("watch", { "watch", "mod:state", "mod:row*" });
+        row("until", { "call", "mod:echo", "x", "--until", "mod:state=On", "--timeout", "60" });
+    }
+
+    void listensToTheServersThatItIsAbout()
+    {
+        QFETCH(QStringList, arguments);
+        QVERIFY(m_servers.start("other", "side"));
+        const int others = rules(QString());
+        const auto process = startItemctl(arguments);
+        QTRY_COMPARE(watchers(), 1);
+        succeed({ "get", "mod:state" }); // behind what it has asked
+        // It wants the changes, the server's end and its return, and the end of the bus; the server, its end.
+        QTRY_COMPARE(rules(QString()) - others, 4 + 1);
+        QCOMPARE(rules("tov.base.other"), 0);
+        process->terminate();
+        finish(*process);
+        const Finished misspelt = itemctl({ "wait", "mod:state=On", "side:enabld=true" });
+        QVERIFY2(misspelt.err.contains(R"(did you mean "side:enabled"?)"), qPrintable(misspelt.err));
+        m_servers.kill("other");
     }
 
     // What it had does not count while it is away.

@@ -1,7 +1,5 @@
 // The program itself, against a simulated radio on a bus of its own whose time stands still.
 #include "ChildProcess.h"
-#include "DeviceWords.h"
-#include "EventWords.h"
 #include "FaultWords.h"
 #include "WordTable.h"
 #include "support/PrivateBus.h"
@@ -10,11 +8,13 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusInterface>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtNumeric>
 
 #include <sys/stat.h>
 
@@ -142,9 +142,13 @@ private Q_SLOTS:
                QString("00:11:22:33:44:05  Locked Tablet         -66 dBm  refuses       plain\n") }) {
             QVERIFY2(devices.contains(line), qPrintable(devices));
         }
-        QVERIFY(!simctl({ "names" }).out.contains('\x1b'));
-        QCOMPARE(simctl({ "names", "member", "stall" }).out, QString());
-        const QStringList dropped = simctl({ "names", "member", "drop" }).out.split('\n');
+        const auto offered = [](const QStringList& words) {
+            return simctl(QStringList{ "complete", "--" } + words).out.split('\n');
+        };
+        QVERIFY(offered({ "remove", "" }).contains("Phone"));
+        QVERIFY(!offered({ "remove", "" }).join('\n').contains('\x1b'));
+        QCOMPARE(offered({ "fault", "stall", "" }), QStringList{ QString() });
+        const QStringList dropped = offered({ "fault", "drop", "" });
         QVERIFY(dropped.contains("pairListChanged") && !dropped.contains("pairList"));
         QVERIFY(!dropped.contains("PropertiesChanged")); // is not the daemon's own
         QCOMPARE(change({ "drop", "Phone" }),
@@ -167,6 +171,12 @@ private Q_SLOTS:
         QCOMPARE(simctl({ "time" }).out, "0.500 s, standing\n");
         QCOMPARE(change({ "time", "step", "29.5" }), QString());
         QCOMPARE(simctl({ "time", "--json" }).out, "{\"time\":30.0,\"paused\":true,\"speed\":1.0}\n");
+        for (const double wrong : { 0.0, -1.0, 1e300, qQNaN() }) {
+            const QDBusMessage refused = QDBusInterface("tov.sim.Bluetooth", "/tov/sim/Radio",
+                                                        "tov.sim.Radio1", QDBusConnection::systemBus())
+                                             .call("SetSpeed", wrong);
+            QCOMPARE(refused.errorMessage(), "a speed is above 0 and at most 1000000");
+        }
         QCOMPARE(change({ "time", "speed", "500" }), QString());
         QCOMPARE(change({ "time", "resume" }), QString());
         QVERIFY(simctl({ "time" }).out.endsWith("running at 500 times real time\n"));
@@ -215,7 +225,7 @@ private Q_SLOTS:
     void saysThatThereIsNoSimulation()
     {
         m_sim.signal(SIGSTOP);
-        QCOMPARE(simctl({ "names" }).status, 4); // no answer
+        QCOMPARE(simctl({ "devices" }).status, 4); // no answer
         m_sim.signal(SIGCONT);
         m_sim.end();
         QTRY_VERIFY(!QDBusConnection::systemBus().interface()->isServiceRegistered("tov.sim.Bluetooth"));
@@ -229,32 +239,6 @@ private Q_SLOTS:
     }
 
     // The documents know every word that the program takes; the shells' completion asks the program for them.
-    void documentsKnowTheWords()
-    {
-        const auto read = [](const char* path) {
-            QFile file(QStringLiteral(SOURCE_FOLDER) + path);
-            return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-        };
-        const QString manual = read("/docs/simctl.1");
-        const QString plain = QString(manual).remove("Ar ");
-        for (const bt::FaultWord& fault : bt::FaultWords) {
-            const QString form = QString::fromLatin1(fault.arguments).replace('|', " | ").replace('[', "Op ");
-            const QString line = QString("\n.It Cm %1 %2").arg(fault.word, form.section(']', 0, 0)).trimmed();
-            QVERIFY2(plain.contains('\n' + line + '\n'), qPrintable(line));
-        }
-        const QString document = read("/docs/scenarios.md");
-        const QStringList words = bt::wordsOf(bt::PairingWords) + bt::wordsOf(bt::RoleWords);
-        for (const QString& word : words + bt::wordsOf(bt::EventWords)) {
-            QVERIFY2(document.contains('`' + word + '`'), qPrintable(word));
-        }
-        QString options;
-        for (const QString& word : words) {
-            QVERIFY2(word == "plain" || manual.contains(" -" + word), qPrintable(word));
-            options += word == "plain" ? QString() : "--" + word + '\n';
-        }
-        QCOMPARE(simctl({ "names", "option" }).out, options);
-        QCOMPARE(simctl({ "names", "fault" }).out.count('\n'), int(bt::FaultWords.size()));
-    }
 
 private:
     static Finished simctl(const QStringList& arguments) { return run(SIMCTL, arguments); }

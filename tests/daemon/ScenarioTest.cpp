@@ -47,7 +47,7 @@ private Q_SLOTS:
                 says.section(": ", 1));
         }
         row("nothing", " \n", 1, "unexpected end of input");
-        row("a zero byte", QByteArray("{ \"devices\": [] }\n\0x", 20), 2, "zero byte");
+        row("a zero byte", QByteArray("{ \"devices\": [] }\r\0x", 20), 2, "zero byte");
         row("Latin 1", "{\n\"description\": \"B\xfc ro\"", 2, "ill-formed UTF-8");
         row("abyss", "{\n\"devices\":" + QByteArray(200'000, '['), 2, "nested more than 32 deep");
         row("old line ends", "{ \"devices\": [],\r\"colour\": 1 }", 2,

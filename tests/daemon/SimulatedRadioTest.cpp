@@ -49,6 +49,7 @@ public:
     /// Words: what happens to the lamp, or with a "2" behind it to the other device; "+5" lets 5 s pass.
     void play(const QString& script);
     QStringList told;
+    QString why; ///< what failed last, as a person is told
 
 private:
     base::Result<> act(QString word);
@@ -108,6 +109,7 @@ Stage::Stage(const bt::Scenario& scenario, quint32 seed)
                      [this] { note(QStringLiteral("scan %1").arg(m_service.scanState())); });
     QObject::connect(&m_service, &DaemonService::statusChanged, &m_service,
                      [this] { note(QStringLiteral("status %1").arg(m_service.status())); });
+    QObject::connect(&m_radio, &bt::Radio::failed, &m_service, [this](const QString& what) { why = what; });
     note(&DaemonService::connectionEstablished, "up");
     note(&DaemonService::deviceDisconnected, "down");
     note(&DaemonService::headsetConnected, "headset");
@@ -190,12 +192,12 @@ void Stage::play(const QString& script)
 
 void SimulatedRadioTest::tells_data()
 {
-    const Rows<QByteArray, uint, QString, QString> row("scenario", "seed", "script", "told");
+    const Rows<QByteArray, uint, QString, QString, QString> row("scenario", "seed", "script", "why", "told");
     const QList<TableCase> radios = readTable(RADIO_TELLS);
     QVERIFY(!radios.isEmpty());
     for (const TableCase& radio : radios) {
         row(radio.name.constData(), scenarioOf(radio), qMax(1U, radio["seed"].toUInt()), radio["play"],
-            radio["told"]);
+            radio["why"], radio["told"]);
     }
 }
 
@@ -210,6 +212,7 @@ void SimulatedRadioTest::tells()
     Stage stage(*read, seed);
     stage.play(script);
     QCOMPARE(stage.told.join('\n'), told);
+    QTEST(stage.why, "why");
 }
 
 // Two signals tell of one property.

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -87,15 +88,58 @@ private Q_SLOTS:
         QVERIFY(save(*items)); // and the next change is stored again
     }
 
+    void onlyARegularFileOfSomeSizeIsRead_data();
+
+    void onlyARegularFileOfSomeSizeIsRead()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, reason);
+        const auto items = makeModule("radio");
+        const QString damaged =
+            "server.json is damaged and %1: " + reason + ".*kept as .*server.json.damaged";
+        runInFolder(command);
+        expectWarning(damaged.arg("its configs take their defaults"));
+        QVERIFY(!ConfigFile(m_path).load(*items));
+        // Put there while it runs, it is in nobody's way either.
+        runInFolder(command);
+        expectWarning(damaged.arg("the configs keep the values that they have"));
+        QVERIFY(save(*items));
+        QVERIFY(ConfigFile(m_path).load(*items));
+    }
+
+    void misspeltKeysAreTold_data();
+
+    void misspeltKeysAreTold()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, message);
+        writeFile(content);
+        expectWarning(QRegularExpression::escape(m_path + message));
+        const auto items = makeModule("radio");
+        QVERIFY(ConfigFile(m_path, { "radio" }).load(*items));
+        QCOMPARE(value(*items, "enabled"), QVariant(false));
+    }
+
+    void whatCouldNotBeReadAgainIsNotWritten()
+    {
+        const auto items = makeModule("radio");
+        items->find(ItemKind::Config, "note")->store(QString(5'000'000, 'x'), true);
+        expectWarning("server.json cannot be written.*it is too large; 4 MiB are the most");
+        ConfigFile file(m_path);
+        file.gather(*items, { "note" });
+        QVERIFY(!file.write());
+        QVERIFY(!QFile::exists(m_path));
+    }
+
     void whatCannotBeReadStays()
     {
-        QVERIFY(QDir().mkdir(m_path)); // no user can read that, root neither
+        QVERIFY(QFile::link("/proc/self/mem", m_path)); // a regular file; nothing is at its address 0
         const auto items = makeModule("radio");
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("is not used .*cannot be read"));
         QVERIFY(!ConfigFile(m_path).load(*items));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cannot be written"));
         QVERIFY(!save(*items));
-        QVERIFY(QDir(m_path).exists());
+        QCOMPARE(QFile::symLinkTarget(m_path), QString("/proc/self/mem"));
     }
 
 private:
@@ -133,6 +177,20 @@ private:
         QFile file(m_path);
         QVERIFY(file.open(QIODevice::WriteOnly));
         QCOMPARE(file.write(content), content.size());
+    }
+
+    void runInFolder(const QString& command) const
+    {
+        QProcess shell;
+        shell.setWorkingDirectory(m_folder->path());
+        shell.start("sh", { "-c", command });
+        QVERIFY(shell.waitForFinished());
+        QCOMPARE(shell.exitCode(), 0);
+    }
+
+    static void expectWarning(const QString& pattern)
+    {
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(pattern));
     }
 
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -180,6 +238,34 @@ void ConfigFileTest::damagedFilesAreSetAside_data()
     row("no object", "[1, 2]");
     row("modules of another shape", R"({"modules": 3})");
     row("bytes", QByteArray("\xff\xfe\x00\x01", 4));
+    row("nested far too deep", QByteArray(40'000, '['));
+    row("nested as deep, and whole",
+        R"({"modules": {}, "a": )" + QByteArray(40'000, '[') + QByteArray(40'000, ']') + '}');
+}
+
+void ConfigFileTest::onlyARegularFileOfSomeSizeIsRead_data()
+{
+    const Rows<QString, QString> row("command", "reason");
+    const QString irregular = "it is no regular file";
+    row("pipe", "mkfifo server.json", irregular);
+    row("what has no end", "ln -s /dev/zero server.json", irregular);
+    row("folder", "mkdir server.json", irregular);
+    row("huge", "truncate -s 1G server.json", "it is too large; 4 MiB are the most");
+}
+
+void ConfigFileTest::misspeltKeysAreTold_data()
+{
+    const Rows<QByteArray, QString> row("content", "message");
+    row("modules", R"({"modlues": {"radio": {"values": {"enabled": true}}}})",
+        R"( has "modlues", which nobody reads; "modules" is expected)");
+    row("a module", R"({"modules": {"Radio": {"values": {"enabled": true}}}})",
+        R"(: "modules" has "Radio", which nobody reads; "radio" is expected)");
+    row("values", R"({"modules": {"radio": {"vlaues": {"enabled": true}, "beyondLimits": {}}}})",
+        R"(: "radio" has "vlaues", which nobody reads; "values" is expected)");
+    row("no section", R"({"modules": {"radio": true}})",
+        R"(: "modules" has no object as "radio", which it has to be - it is not used)");
+    row("no values", R"({"modules": {"radio": {"values": [true]}}})",
+        R"(: "radio" has no object as "values", which it has to be - it is not used)");
 }
 
 QTEST_GUILESS_MAIN(ConfigFileTest)

@@ -1,4 +1,4 @@
-#include "RegistrationModule.h"
+#include "RecordingModule.h"
 #include "bus/ItemServer.h"
 #include "client/KELClientInterface.h"
 #include "support/PrivateBus.h"
@@ -12,8 +12,6 @@
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
-
-#include <stdexcept>
 
 using ipc::ItemRecords;
 
@@ -49,69 +47,6 @@ QDBusMessage call(const QString& method, const QVariant& argument)
     return client().call(request(method, argument), QDBus::BlockWithGui);
 }
 
-/// Notes what the framework asks of a module, and when.
-class RecordingModule : public RegistrationModule
-{
-public:
-    explicit RecordingModule(const QString& name)
-        : RegistrationModule(name, nullptr)
-    {
-        addConfig("level", "Level", 0, EMPTYQS, 1);
-        addConfig("rows", "Rows", 0, "res.state.value", 2);
-        EnumType states("eState", nullptr);
-        states.add("Off", "S_OFF", 0);
-        states.add("On", "S_ON", 3);
-        addEnumResult("state", "State", 0, states, EMPTYQS, 1);
-        AddActionNullParam("fail", "Fail", [] { throw std::runtime_error("no card"); });
-        AddActionNullParam("write", "Write", [this] { setResult("state", 3, true); });
-        markConfigAsPrivate("rows");
-        observeItem("rows");
-    }
-
-    bool publishesItems() override { return isPublished; }
-    void addedToRegistrationModule() override
-    {
-        note("added");
-        RegistrationModule::addedToRegistrationModule();
-    }
-    void aboutToLoadConfig() override { note("aboutToLoadConfig"); }
-    bool loadConfigurationFile(const QString& path) override
-    {
-        note("load");
-        return RegistrationModule::loadConfigurationFile(path);
-    }
-    void slotLastConfigLoaded() override { note("slotLastConfigLoaded"); }
-    void busNameTaken() override { note("busNameTaken"); }
-    void firstClientSeen() override { note("firstClientSeen"); }
-    void aboutToSaveConfig() override { note("aboutToSaveConfig"); }
-    void saveConfigIdsComputed() override { note("saveConfigIdsComputed"); }
-    bool saveConfigurationFile(const QString& path) override
-    {
-        return RegistrationModule::saveConfigurationFile(path)
-            && (exportPath.isEmpty() || RegistrationModule::saveConfigurationFile(exportPath));
-    }
-    void configSaved() override { note("configSaved"); }
-    bool readyToHalt() override
-    {
-        note(call("Trigger", "one:write").errorName());
-        return false;
-    }
-    int exitTimeout() override
-    {
-        note(QString::number(RegistrationModule::exitTimeout()));
-        return patience;
-    }
-    void aboutToExit() override { note("aboutToExit"); }
-
-    bool isPublished = true;
-    int patience = 100; // ms
-    QString exportPath;
-    QStringList calls;
-
-private:
-    void note(const QString& call) { calls << call; }
-};
-
 } // namespace
 
 /// When a server calls its modules, and what it tells of what they do.
@@ -140,6 +75,9 @@ private Q_SLOTS:
         m_server->addModule(*m_two);
         m_two->isPublished = false;
         m_two->patience = 1;
+        m_one->whileHalting = [] {
+            return call("Trigger", "one:write").errorName();
+        };
         const auto started = m_server->start();
         QVERIFY2(started, qPrintable(started.error().message));
         m_told.clear();
@@ -253,6 +191,16 @@ private Q_SLOTS:
         }
         QTRY_VERIFY(watch.isFinished());
         QCOMPARE(watch.reply().arguments().value(0), QVariant(4));
+    }
+
+    void whatWasBeforeAnActionIsToldBeforeIt()
+    {
+        ItemRecords items;
+        m_one->setResult("state", 0, true);
+        const qulonglong before = m_server->List({ "state" }, items);
+        m_one->setConfig("level", 7, true);
+        m_server->Trigger("one:write", {});
+        QCOMPARE(m_server->List({ "state" }, items), before + 2);
     }
 
     void whatAModuleKeepsToItself()

@@ -233,6 +233,16 @@ private Q_SLOTS:
         QCOMPARE(QFile::symLinkTarget(statePath("server.json")), elsewhere.fileName());
     }
 
+    void aFolderThatWasRemovedIsMadeAgain()
+    {
+        QVERIFY(QDir(statePath("")).removeRecursively());
+        m_one->setPair(1);
+        endTurn();
+        QCOMPARE(m_one->timesSaved, 1);
+        QCOMPARE(permissions(statePath("")), 0700U);
+        QVERIFY(stored().contains(": 1"));
+    }
+
     void nobodyElseCanRead()
     {
         QCOMPARE(permissions(statePath("")), 0700U);

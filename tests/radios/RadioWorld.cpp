@@ -52,10 +52,41 @@ QString RadioWorld::start()
     if (!problem.isEmpty()) {
         return problem;
     }
-    m_client =
-        std::make_unique<KELClientInterface>("tov.base.bluetoothlauncher", QDBusConnection::sessionBus());
-    m_mirror = std::make_unique<world::ItemMirror>(*m_client);
-    return problemOf(m_mirror->begin());
+    auto servers = mirror::sessionBus().and_then(
+        [](const QDBusConnection& bus) { return mirror::Servers::open(bus, { "bluetoothlauncher" }); });
+    if (!servers) {
+        return problemOf(servers);
+    }
+    m_items = std::make_unique<mirror::LiveItems>(std::move(*servers));
+    QObject::connect(m_items.get(), &mirror::LiveItems::itemChanged, m_items.get(),
+                     [this](int position) { note(m_items->items().at(position)); });
+    const auto present = m_items->start();
+    for (const mirror::Item& item : m_items->items()) {
+        note(item);
+    }
+    mark();
+    return problemOf(present);
+}
+
+void RadioWorld::note(const mirror::Item& item)
+{
+    const QString name = item.idWithIndex();
+    const QString now = item.text.isEmpty() ? item.value.toString() : item.text;
+    const QString before = std::exchange(m_texts[name], now);
+    if (before != now) {
+        QStringList& history = m_history[name];
+        history << (history.isEmpty() ? QStringList{ before, now } : QStringList{ now });
+    }
+}
+
+int RadioWorld::row(const QString& item, const QString& value) const
+{
+    for (int index = 0; m_texts.contains(QString("%1:%2").arg(item).arg(index)); ++index) {
+        if (text(QString("%1:%2").arg(item).arg(index)) == value) {
+            return index;
+        }
+    }
+    return -1;
 }
 
 void RadioWorld::trigger(const QString& action, const QString& text)
@@ -67,16 +98,6 @@ bool RadioWorld::enable(bool enabled)
 {
     return itemctl({ "set", "enabled", enabled ? "true" : "false" })
         && await("status", enabled ? "On" : "No Device");
-}
-
-QStringList RadioWorld::history(const QString& item) const
-{
-    for (const world::ItemHistory& history : m_mirror->history()) {
-        if (history.name == item) {
-            return history.values;
-        }
-    }
-    return {};
 }
 
 QString seePairingThrough(RadioWorld& world, const OurUser& user)

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "ItemMirror.h"
+#include "LiveItems.h"
 #include "Scenery.h"
 #include "World.h"
-#include "client/KELClientInterface.h"
 #include "support/ProblemOf.h"
 
 #include <QDebug>
@@ -21,18 +20,17 @@ public:
     [[nodiscard]] Scenery& scenery() { return m_scenery; }
     [[nodiscard]] QString output() const { return m_world.output(); }
 
-    [[nodiscard]] QString text(const QString& item) const { return m_mirror->text(item); }
-    [[nodiscard]] int row(const QString& item, const QString& value) const
-    {
-        return m_mirror->row(item, value);
-    }
+    /// The value as a person reads it: an enumeration's label. Empty for an unknown name.
+    [[nodiscard]] QString text(const QString& item) const { return m_texts.value(item); }
+    /// The index of the row of a list that has this value; -1 when there is none.
+    [[nodiscard]] int row(const QString& item, const QString& value) const;
     /// Waits until it holds; looked at again at each change of an item.
     template <typename Condition>
     [[nodiscard]] bool await(Condition holds)
     {
         const QDeadlineTimer deadline(m_scenery.patience(m_inVain));
         while (!holds()) {
-            QSignalSpy changes(m_mirror.get(), &world::ItemMirror::changed);
+            QSignalSpy changes(m_items.get(), &mirror::LiveItems::turnEnded);
             if (!changes.wait(static_cast<int>(deadline.remainingTime())) && !holds()) {
                 ++m_inVain;
                 return false;
@@ -55,16 +53,19 @@ public:
     [[nodiscard]] bool enable(bool enabled);
 
     /// Begins to keep what items go through.
-    void mark() { m_mirror->mark(); }
+    void mark() { m_history.clear(); }
     /// What an item was, and each value since mark(); empty when it did not change.
-    [[nodiscard]] QStringList history(const QString& item) const;
+    [[nodiscard]] QStringList history(const QString& item) const { return m_history.value(item); }
 
 private:
+    void note(const mirror::Item& item);
+
     Scenery& m_scenery;
     world::World m_world;
     int m_inVain = 0;
-    std::unique_ptr<KELClientInterface> m_client;
-    std::unique_ptr<world::ItemMirror> m_mirror;
+    std::unique_ptr<mirror::LiveItems> m_items;
+    QHash<QString, QString> m_texts; ///< by name, "pairlistName:3"
+    QHash<QString, QStringList> m_history;
 };
 
 /// How our user answers what is asked during a pairing.

@@ -89,6 +89,32 @@ private Q_SLOTS:
         }
     }
 
+    // Five pairings as a script, five times as fast; it goes on only from one that ended as it should.
+    void pairsByTheExample_data()
+    {
+        const Rows<QStringList, int> row("before", "status");
+        row("at once", { "fault", "none" }, 0);
+        row("late", { "fault", "slow", "0.1" }, 0);
+        row("the first fails", { "remove", "Car Kit" }, 1);
+    }
+
+    void pairsByTheExample()
+    {
+        QFETCH(QStringList, before);
+        QFETCH(int, status);
+        qputenv("BLUESIM_TIME_SCALE", "5"); // for what the host starts
+        testkit::SimulationOptions options;
+        options.scenario.clear();
+        options.isPaused = false;
+        const bool started = m_world.start(options);
+        qunsetenv("BLUESIM_TIME_SCALE");
+        QVERIFY2(started && m_world.switchOn(), why());
+        QCOMPARE(::run("simctl", before).status, 0);
+        const Finished script = ::run(PAIRING_EXAMPLE, {});
+        QVERIFY2(script.status == status, qPrintable(script.out + script.err));
+        QCOMPARE(script.out.contains("a device that shows a code"), status == 0);
+    }
+
     void roomIsTheDefault()
     {
         testkit::SimulationOptions options;

@@ -100,6 +100,7 @@ private Q_SLOTS:
         row("scenario wrong", { "--scenario", "/etc/passwd", "--", "true" },
             "/etc/passwd:1: this is no JSON");
         row("an empty command", { "--", "", "x" }, "no COMMAND behind");
+        row("adapter of no machine", { "--adapter", "hci1", "--", "true" }, "--adapter hci1: only ");
         row("state", { "--state", "/proc/none", "--", "true" }, "--state /proc/none: ");
         row("log", { "--log", "/proc/none", "--", "true" }, "--log /proc/none: ");
     }
@@ -134,6 +135,26 @@ private Q_SLOTS:
         const Finished named =
             run(program(), withStandIn({ "--scenario", "crowd", "--", "printenv", "BLUESIM_SCENARIO" }));
         QCOMPARE(named.out, "crowd\n");
+        const Finished adapter = run(program(),
+                                     { "--host", besideTest("stand_in_host"), "--radio", "bluez", "--adapter",
+                                       "hci7", "--", "printenv", "BLUEZ_ADAPTER" });
+        QCOMPARE(adapter.out, "hci7\n");
+    }
+
+    void passesOnWhatItInherits_data() { addMechanisms(); }
+
+    // A caller's exported function, a variable by a name that a shell does not know, an open descriptor.
+    void passesOnWhatItInherits()
+    {
+        FETCH_MECHANISM
+        const QString script = "greet() { echo hello; }; export -f greet\n"
+                               "exec env a.b=kept \"$@\" 9<<<opened";
+        const Finished world = run("bash",
+                                   QStringList{ "-c", script, "bash", program() }
+                                       + withStandIn({ "--", "bash", "-c", "greet; printenv a.b; cat <&9" }),
+                                   { only(mechanism), ordinaryUser, "/" });
+        QCOMPARE(world.err, QString());
+        QCOMPARE(world.out, "hello\nkept\nopened\n");
     }
 
     // By their whole paths, from another folder.

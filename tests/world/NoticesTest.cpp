@@ -129,11 +129,14 @@ private Q_SLOTS:
                   "pindecline && itemctl call rejectcode && itemctl wait pairstate=200" });
         QCOMPARE(finished.status, 0);
         QStringList lines = finished.err.split('\n', Qt::SkipEmptyParts);
-        QVERIFY2(lines.size() == 3, qPrintable(finished.err));
+        QVERIFY2(lines.size() == 4, qPrintable(finished.err));
         for (const char* request : { "CancelScan", "Pair", "PINdecline" }) {
             QVERIFY2(lines.takeFirst().startsWith(QString("notice: %1 refused: ").arg(request)),
                      qPrintable(finished.err));
         }
+        QCOMPARE(lines.first(),
+                 "notice: pairing with Phone (00:11:22:33:44:01) failed: it was refused here; to agree, pair "
+                 "again");
     }
 
     void machineHasNoRadio()

@@ -21,7 +21,9 @@ private Q_SLOTS:
     void controllerIsItself();
     void controllerCanBeExchanged_data() { addMechanisms(); }
     void controllerCanBeExchanged();
+    void turnsToProotWhereNamespacesAreForbidden();
     void saysWhyThereIsNoView();
+    void saysWhichStepFailed();
 };
 
 namespace {
@@ -105,6 +107,26 @@ void PrivateFilesystemTest::controllerCanBeExchanged()
     QCOMPARE(controller.status, 1);
 }
 
+// The kernel gives no user namespace to whoever is in a chroot; what has begun in the process itself still
+// has a way.
+void PrivateFilesystemTest::turnsToProotWhereNamespacesAreForbidden()
+{
+    REQUIRE_MECHANISM("proot", true)
+    if (geteuid() != 0) {
+        QTest::qSkip("only root may chroot", __FILE__, __LINE__);
+        return;
+    }
+    const QTemporaryDir root("/var/tmp/chroot-XXXXXX");
+    QVERIFY(root.isValid());
+    const QString inside =
+        R"(mount --rbind / "$1" && exec chroot --userspec=65534:65534 "$1" env -C / -u XDG_RUNTIME_DIR "$2" )"
+        R"(/bin/true sh -c 'ls -A /tmp; [ -s /lib/firmware/FCC.bts ] && echo viewed')";
+    const Finished shell =
+        run("unshare", { "-m", "sh", "-c", inside, "sh", root.path(), besideTest("view_probe") });
+    QCOMPARE(shell.err, QString());
+    QCOMPARE(shell.out, "viewed\n");
+}
+
 void PrivateFilesystemTest::saysWhyThereIsNoView()
 {
     const Finished none =
@@ -115,6 +137,20 @@ void PrivateFilesystemTest::saysWhyThereIsNoView()
     QCOMPARE(none.err.count('\n'), 1);
     QVERIFY2(none.err.contains("namespaces: ") && none.err.contains("proot: No such file"),
              qPrintable(none.err));
+}
+
+/// The kernel takes no more than two overlays on top of each other.
+void PrivateFilesystemTest::saysWhichStepFailed()
+{
+    REQUIRE_MECHANISM("namespace", false)
+    QStringList nested;
+    for (int depth = 0; depth < 4; ++depth) {
+        nested << besideTest("view_probe") << "/bin/true";
+    }
+    const Finished deep = probe(nested.mid(1) << "/bin/true", "namespace", false, "/");
+    QCOMPARE(deep.status, 69);
+    QVERIFY2(deep.err.contains("namespaces: overlay over /usr/bin: Invalid argument; proot: "),
+             qPrintable(deep.err));
 }
 
 QTEST_GUILESS_MAIN(PrivateFilesystemTest)

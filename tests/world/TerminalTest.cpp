@@ -89,7 +89,7 @@ void TerminalTest::isGivenBack_data()
                       "trap 'n=x' INT; echo ready; until [ $n ]; do :; done; " + AskBus + " && exit 8" }),
             { { "ready", controlC } }, 8);
         add("a command in a group of its own",
-            standIn({ "bash", "-c", "set -m; (echo ready; exec sleep 1000); exit 3" }),
+            standIn({ "bash", "-c", "set -m; (echo ready; while :; do :; done); exit 3" }),
             { { "ready", controlC } }, 128 + SIGINT);
         add("a shell with jobs", standIn({ "env", "PS1=% ", "bash", "--norc" }),
             { { "%", "sleep 1000 & sh -c 'trap \"echo ba''ck\" CONT; echo u''p; sleep 1000 & wait; wait'\r" },

@@ -69,13 +69,6 @@ double ControlService::speed() const
     return m_clock.scale();
 }
 
-void ControlService::setSpeed(double speed)
-{
-    if (speed > 0 && speed <= SimulationClock::LargestScale) {
-        m_clock.setScale(speed);
-    }
-}
-
 void ControlService::refuse(const char* error, const QString& text)
 {
     sendErrorReply(controlError(error), text);
@@ -236,6 +229,16 @@ void ControlService::Step(double seconds)
     }
     m_clock.advance(milliseconds(seconds));
     m_front.sync(); // after a handover others may ask on another connection
+}
+
+// No property, which could not say why it does not take a value.
+void ControlService::SetSpeed(double speed)
+{
+    if (speed > 0 && speed <= SimulationClock::LargestScale) {
+        m_clock.setScale(speed);
+    } else {
+        refuse("InvalidArgument", QStringLiteral("a speed is above 0 and at most 1000000"));
+    }
 }
 
 } // namespace bt

@@ -21,7 +21,7 @@ class ControlService : public QObject, protected QDBusContext
     Q_OBJECT
     Q_PROPERTY(double Time READ time)
     Q_PROPERTY(bool Paused READ isPaused WRITE setPaused)
-    Q_PROPERTY(double Speed READ speed WRITE setSpeed)
+    Q_PROPERTY(double Speed READ speed)
 
 public:
     /// \a radio may be null: a recording has no devices.
@@ -33,7 +33,6 @@ public:
     [[nodiscard]] bool isPaused() const;
     void setPaused(bool paused);
     [[nodiscard]] double speed() const;
-    void setSpeed(double speed);
 
 public Q_SLOTS:
     // By the names of the interface.
@@ -50,6 +49,7 @@ public Q_SLOTS:
     QList<QVariantMap> Faults();
     QList<QVariantMap> Calls();
     void Step(double seconds);
+    void SetSpeed(double speed);
 
 private:
     template <typename Change>

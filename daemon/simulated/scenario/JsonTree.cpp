@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <iterator>
 
 namespace bt {
@@ -189,14 +190,19 @@ base::Result<JsonValue> parseJson(const QByteArray& text)
 {
     CountingIterator::Lines lines;
     TreeBuilder builder(lines);
+    const char* const begin = text.constData();
+    const char* const end = begin + text.size();
     // The parser takes it for the end.
-    if (const int zero = text.indexOf('\0'); zero >= 0) {
+    if (const char* const zero = std::find(begin, end, '\0'); zero != end) {
+        CountingIterator position(begin, &lines);
+        while (position != CountingIterator(zero, &lines)) {
+            ++position;
+        }
         return base::error(QStringLiteral("this is no JSON: a zero byte stands here"),
-                           base::Failure::InvalidArgument, text.left(zero).count('\n') + 1);
+                           base::Failure::InvalidArgument, lines.now);
     }
     const bool parsed =
-        nlohmann::json::sax_parse(CountingIterator(text.constData(), &lines),
-                                  CountingIterator(text.constData() + text.size(), &lines), &builder);
+        nlohmann::json::sax_parse(CountingIterator(begin, &lines), CountingIterator(end, &lines), &builder);
     return builder.take(parsed);
 }
 

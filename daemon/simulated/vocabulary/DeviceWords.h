@@ -32,6 +32,8 @@ inline constexpr std::array PairingWords{
                  "It says no more once it is reached" },
     PairingWord{ "out-of-reach", SimulatedDevice::Pairing::JustWorks, SimulatedDevice::Answer::OutOfReach,
                  "It is heard, but cannot be reached" },
+    PairingWord{ "forgets", SimulatedDevice::Pairing::JustWorks, SimulatedDevice::Answer::Forgets,
+                 "It pairs, and then knows nothing of it: connecting fails" },
 };
 
 /// What a device is: "is" of a scenario file, an option of "simctl add".
