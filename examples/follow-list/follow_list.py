@@ -71,6 +71,13 @@ class FollowedList:
             if address in self._items:  # changes of all the server's items arrive
                 self._items[address].update(values(properties))  # the new properties alone
                 self._show(address)
+        if serial % 64 == 0:  # the last ones that were lost leave no gap that shows
+            asyncio.ensure_future(self._ask_for_serial()).add_done_callback(self._watched)
+
+    async def _ask_for_serial(self):
+        reply = await self._call(self._server, PATH, INTERFACE, "List", "as", [[":"]])  # no item's name
+        if reply.body[0] > self._serial and self._held is None:
+            self._watch_again()
 
     def _watch_again(self):
         self._held = []

@@ -227,7 +227,7 @@ QString ItemServer::Trigger(const QString& action, const QString& text)
         return {};
     }
     // What changed before goes first, so that what is told behind the answer came later.
-    flush();
+    tell();
     return callAction(*found.item, text);
 }
 

@@ -97,6 +97,7 @@ private Q_SLOTS:
 private:
     void subscribe();
     void adopt(const QStringList& patterns, const ipc::Snapshot& snapshot);
+    void askForSerial();
     void catchUp();
 
     class Private;
