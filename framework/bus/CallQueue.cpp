@@ -15,6 +15,8 @@ namespace {
 
 /// So many calls of a caller wait that its end is worth a watch; each costs the bus two messages.
 constexpr std::size_t Many = 16;
+/// So many calls of all callers are answered as they come; only who sends more has others wait.
+constexpr int MostAtOnce = 8;
 constexpr qint64 WeightOfRefusal = 512;
 
 QString shown(const QDBusMessage& call)
@@ -95,27 +97,34 @@ QVariantMap CallQueue::Describe(const QString& item)
 void CallQueue::take(const Outcome<Done>& checked, Answer answer)
 {
     setDelayedReply(true);
-    const QString caller = message().service();
-    const auto known = m_waiting.constFind(caller);
-    const std::size_t waiting = known == m_waiting.constEnd() ? 0 : known->size();
+    const Call call{ message(), std::move(answer) };
     if (!checked) {
-        send(message(), message().createErrorReply(names::LimitExceeded, checked.error().message));
-    } else if (waiting >= MostOfOne) {
-        send(message(),
-             message().createErrorReply(
-                 QDBusError::LimitsExceeded,
-                 QStringLiteral("%1 is not answered: %2 calls of this client wait; send the next one "
-                                "when there are answers")
-                     .arg(shown(message()), QString::number(waiting))));
-    } else {
-        m_waiting[caller].push_back({ message(), std::move(answer) });
-        if (waiting == 0) {
-            m_turns.push_back(caller);
-        } else if (waiting == Many) {
-            m_callerLeft.addWatchedService(caller);
-        }
-        scheduleAnswer();
+        return send(call.message,
+                    call.message.createErrorReply(names::LimitExceeded, checked.error().message));
     }
+    if (m_callers.empty() && m_atOnce < MostAtOnce && m_outflow.hasRoom()) {
+        ++m_atOnce;
+        return this->answer(call);
+    }
+    const QString name = call.message.service();
+    auto caller = std::find_if(m_callers.begin(), m_callers.end(),
+                               [&name](const Caller& known) { return known.name == name; });
+    if (caller == m_callers.end()) {
+        caller = m_callers.insert(caller, Caller{ name, {}, false });
+    }
+    const std::size_t waiting = caller->calls.size();
+    if (waiting >= MostOfOne) {
+        const QString text = QStringLiteral("%1 is not answered: %2 calls of this client wait; send the next "
+                                            "one when there are answers")
+                                 .arg(shown(call.message), QString::number(waiting));
+        return send(call.message, call.message.createErrorReply(QDBusError::LimitsExceeded, text));
+    }
+    caller->calls.push_back(call);
+    if (waiting == Many) {
+        caller->isWatched = true;
+        m_callerLeft.addWatchedService(name);
+    }
+    scheduleAnswer();
 }
 
 void CallQueue::refuse(const QString& error, const QString& text)
@@ -126,7 +135,7 @@ void CallQueue::refuse(const QString& error, const QString& text)
 
 void CallQueue::scheduleAnswer()
 {
-    if (!m_isScheduled && !m_turns.empty() && m_outflow.hasRoom()) {
+    if (!m_isScheduled && m_outflow.hasRoom()) {
         m_isScheduled = true;
         // Posted: behind the calls that have arrived, whose callers take part in the turns.
         QMetaObject::invokeMethod(this, &CallQueue::answerNext, Qt::QueuedConnection);
@@ -136,20 +145,29 @@ void CallQueue::scheduleAnswer()
 void CallQueue::answerNext()
 {
     m_isScheduled = false;
-    if (m_turns.empty() || !m_outflow.hasRoom()) {
+    if (m_callers.empty()) {
+        m_atOnce = 0;
         return;
     }
-    const QString caller = m_turns.front();
-    m_turns.pop_front();
-    const auto waiting = m_waiting.find(caller);
-    const Call call = std::move(waiting->front());
-    waiting->pop_front();
-    if (waiting->empty()) {
-        forget(caller);
-    } else {
-        m_turns.push_back(caller);
+    if (!m_outflow.hasRoom()) {
+        return; // roomMade brings it back here
+    }
+    Caller& caller = m_callers.front();
+    const Call call = std::move(caller.calls.front());
+    caller.calls.pop_front();
+    m_callers.splice(m_callers.end(), m_callers, m_callers.begin());
+    if (caller.calls.empty()) {
+        if (caller.isWatched) {
+            m_callerLeft.removeWatchedService(caller.name);
+        }
+        m_callers.pop_back();
     }
     scheduleAnswer(); // an action may run an event loop of its own
+    answer(call);
+}
+
+void CallQueue::answer(const Call& call)
+{
     const QDBusMessage outer = std::exchange(m_answered, call.message);
     const bool isOuterRefused = std::exchange(m_isRefused, false);
     const QVariantList values = call.answer();
@@ -171,33 +189,30 @@ void CallQueue::send(const QDBusMessage& call, const QDBusMessage& answer, const
     if (size <= limits::MessageSize) {
         return m_outflow.send(answer, size);
     }
-    m_outflow.send(call.createErrorReply(
-                       names::LimitExceeded,
-                       QStringLiteral("the answer to %1 has %2 bytes, more than a bus takes (%3); patterns "
-                                      "ask for some of the items")
-                           .arg(shown(call), QString::number(size), QString::number(limits::MessageSize))),
-                   WeightOfRefusal);
+    QString text = QStringLiteral("the answer to %1 has %2 bytes, more than a bus takes (%3)")
+                       .arg(shown(call), QString::number(size), QString::number(limits::MessageSize));
+    const auto items = values.value(1).value<ItemRecords>();
+    const auto largest =
+        std::max_element(items.begin(), items.end(), [](const ItemRecord& one, const ItemRecord& other) {
+            return weight(one) < weight(other);
+        });
+    if (largest != items.end()) {
+        text += QStringLiteral("; the largest item is %1 with %2; patterns ask for some of the items")
+                    .arg(largest->address, QString::number(weight(*largest)));
+    }
+    m_outflow.send(call.createErrorReply(names::LimitExceeded, text), WeightOfRefusal);
 }
 
 void CallQueue::dropUnheard(const QString& caller)
 {
-    // Who asks for no answer may leave before its turn comes.
-    auto& calls = m_waiting[caller];
-    calls.erase(std::remove_if(calls.begin(), calls.end(),
-                               [](const Call& call) { return call.message.isReplyRequired(); }),
-                calls.end());
-    if (calls.empty()) {
-        forget(caller);
+    m_callerLeft.removeWatchedService(caller);
+    for (Caller& known : m_callers) {
+        if (known.name == caller) {
+            // Who asks for no answer may leave before its turn comes.
+            known.calls.remove_if([](const Call& call) { return call.message.isReplyRequired(); });
+        }
     }
-}
-
-void CallQueue::forget(const QString& caller)
-{
-    m_waiting.remove(caller);
-    m_turns.erase(std::remove(m_turns.begin(), m_turns.end(), caller), m_turns.end());
-    if (m_callerLeft.watchedServices().contains(caller)) {
-        m_callerLeft.removeWatchedService(caller);
-    }
+    m_callers.remove_if([](const Caller& known) { return known.calls.empty(); });
 }
 
 } // namespace ipc

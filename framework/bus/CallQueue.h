@@ -7,21 +7,20 @@
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
-#include <QHash>
 #include <QObject>
 #include <QStringList>
 
-#include <deque>
 #include <functional>
+#include <list>
 
 namespace ipc {
 
 class ItemServer;
 class Outflow;
 
-/// The object on the bus: takes the calls of tov.base.Items in as they come, and has the server answer them
-/// one in each turn of the event loop, its callers taking turns. So nobody waits for more than one call of
-/// each other caller, however many somebody sends.
+/// The object on the bus: takes the calls of tov.base.Items in as they come. A few are answered at once; when
+/// there are more, the server answers one in each turn of the event loop, its callers taking turns. So nobody
+/// waits for more than one call of each other caller, however many somebody sends.
 class CallQueue : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -55,6 +54,12 @@ private:
         QDBusMessage message;
         Answer answer;
     };
+    struct Caller
+    {
+        QString name;
+        std::list<Call> calls;
+        bool isWatched = false;
+    };
 
     /// @param checked whether the call keeps within the limits of requests: nothing larger waits here.
     void take(const Outcome<Done>& checked, Answer answer);
@@ -62,17 +67,17 @@ private:
                         qulonglong (ItemServer::*method)(const QStringList&, ItemRecords&));
     void scheduleAnswer();
     void answerNext();
+    void answer(const Call& call);
     void send(const QDBusMessage& call, const QDBusMessage& answer, const QVariantList& values = {});
     /// Of a caller that has left the bus.
     void dropUnheard(const QString& caller);
-    void forget(const QString& caller);
 
     ItemServer& m_server;
     Outflow& m_outflow;
-    QHash<QString, std::deque<Call>> m_waiting; ///< by caller; only of those who wait
-    std::deque<QString> m_turns; ///< the callers in the order in which they are answered
-    QDBusServiceWatcher m_callerLeft; ///< of those for whom many calls wait
+    std::list<Caller> m_callers; ///< those who wait, in the order in which they are answered
+    QDBusServiceWatcher m_callerLeft; ///< of the watched callers, for whom many calls wait
     QDBusMessage m_answered; ///< the call that is being answered
+    int m_atOnce = 0; ///< calls answered as they came, since the last time that any waited
     bool m_isRefused = false;
     bool m_isScheduled = false;
 };

@@ -156,7 +156,9 @@ qulonglong ItemServer::Watch(const QStringList& patterns, ItemRecords& items)
         // The first watcher's snapshot is what changes of applicability are measured against.
         tell();
         for (RegistrationModule* module : m_modules) {
-            module->items().takeAllChanges();
+            for (const auto& item : module->items().all()) {
+                item->takeChanges(true);
+            }
         }
     }
     if (!m_watchers.contains(client)) {

@@ -145,11 +145,4 @@ std::vector<Item*> ModuleItems::takeChanged(bool withApplicability)
     return std::exchange(m_changed, {});
 }
 
-void ModuleItems::takeAllChanges()
-{
-    for (const auto& item : m_items) {
-        item->takeChanges(true);
-    }
-}
-
 } // namespace ipc

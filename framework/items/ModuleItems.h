@@ -60,8 +60,6 @@ public:
     /// The items listed since the last call. @param withApplicability also those whose expression may have a
     /// new result; without, these wait for a call that asks for them.
     std::vector<Item*> takeChanged(bool withApplicability);
-    /// Clients know all items as they are now.
-    void takeAllChanges();
     /// Grows with everything that differs in what is told of the items.
     [[nodiscard]] quint64 version() const { return m_version; }
     void noteDifference() { ++m_version; }

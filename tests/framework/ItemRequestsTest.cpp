@@ -206,6 +206,45 @@ private Q_SLOTS:
         QVERIFY2(memory > 0 && memory < 64'000, qPrintable(QString::number(memory)));
     }
 
+    // A bus ends the connection of whoever sends it more than 32 MB at once.
+    void whatABusDoesNotTake()
+    {
+        KELClientInterface client(DemoBusName, QDBusConnection::sessionBus());
+        QMap<QString, int> lengths;
+        int signalsOfRows = 0;
+        connect(&client, &KELClientInterface::changed, this, [&](const ipc::ItemRecords& items) {
+            for (const ipc::ItemRecord& item : items) {
+                lengths[item.address] = item.properties.value("value").toString().size();
+            }
+            ++signalsOfRows;
+        });
+        QVERIFY(client.watch({ "rowName:0", "rowName:1" }));
+
+        // Each fits, both together do not.
+        const QString first = ":result:demo:mod:rowName:0:";
+        const QString second = ":result:demo:mod:rowName:1:";
+        QVERIFY(client.trigger("fill", "2=15500000"));
+        QTRY_COMPARE(lengths, (QMap<QString, int>{ { first, 15'500'000 }, { second, 15'500'000 } }));
+        QCOMPARE(signalsOfRows, 2);
+        QVERIFY(client.get(first));
+
+        // One alone does not.
+        m_demo.process().readAll();
+        QVERIFY(client.trigger("fill", "1=31000000"));
+        const auto value = client.get(first);
+        QVERIFY(!value && value.error().message.contains("Get " + first));
+        QVERIFY2(value.error().message.contains("310005"), qPrintable(value.error().message));
+        const auto list = client.list();
+        QVERIFY(!list && list.error().message.contains("the largest item is " + first + " with 310"));
+        QVERIFY(client.list({ second }));
+        QTRY_VERIFY(m_demo.process().canReadLine() || m_demo.process().waitForReadyRead(0));
+        const QByteArray warning = m_demo.process().readLine();
+        QVERIFY2(warning.contains(first.toUtf8() + " is not told: its value has 310"), warning.constData());
+
+        m_demo.end(); // with what it grew to
+        QVERIFY(m_demo.start());
+    }
+
 private:
     /// How many clients the server asks the bus to tell the end of.
     static int endsWatched()
