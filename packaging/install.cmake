@@ -1,0 +1,57 @@
+# What is installed, and where: the one list, by component. The Debian packages take their files from these components,
+# and "cmake --install" without one installs all of it.
+#
+#   library    libbluetooth-wrapper.so.0, which a device gets      ipc, ipc-dev    the framework (framework/package)
+#   host       bluetoothlauncher, and what loads the module        radio           bluezradio
+#   simulator  bluesim, its scenarios, simctl                      tools           itemctl
+#   testkit    a private world for anybody's tests
+include(CMakePackageConfigHelpers)
+
+# A build tree has the same folders as an installed one, so that programs find what is theirs alike in both: the library
+# folder of an installed tree may have another name (lib64, lib/TRIPLET), and packages need no run path at all
+# (CMAKE_SKIP_INSTALL_RPATH). A build's run paths are these from the start: CMake fills up those that it rewrites later
+# with empty entries, and an empty entry is the current folder.
+function(bluetooth_run_path target_from_prefix)
+    file(RELATIVE_PATH up /${target_from_prefix} /)
+    set(paths $ORIGIN/${up}lib)
+    if(NOT CMAKE_INSTALL_LIBDIR STREQUAL "lib")
+        list(APPEND paths $ORIGIN/${up}${CMAKE_INSTALL_LIBDIR})
+    endif()
+    set_target_properties(${ARGN} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "${paths}")
+endfunction()
+
+set(programs_host bluetoothlauncher)
+set(programs_radio bluezradio)
+set(programs_simulator bluesim simctl)
+set(programs_tools itemctl)
+set(programs_testkit bluetoothworld hostctl sync_mobile_app)
+foreach(component host radio simulator tools testkit)
+    install(TARGETS ${programs_${component}} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
+    bluetooth_run_path(bin ${programs_${component}})
+endforeach()
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/world/tour RENAME bluetoothtour
+    DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT testkit)
+
+# Private to the host, which opens it by this path from its own folder: whatever GNUInstallDirs would have.
+set_target_properties(bluetooth-entry PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib/bluetoothlauncher)
+bluetooth_run_path(lib/bluetoothlauncher bluetooth-entry)
+install(TARGETS bluetooth-entry LIBRARY DESTINATION lib/bluetoothlauncher COMPONENT host)
+
+install(DIRECTORY ${CMAKE_BINARY_DIR}/share/bluesim/scenarios
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bluesim COMPONENT simulator)
+foreach(pair itemctl:tools simctl:simulator)
+    string(REPLACE ":" ";" pair ${pair})
+    list(GET pair 0 command)
+    list(GET pair 1 component)
+    install(FILES ${PROJECT_SOURCE_DIR}/docs/${command}.1
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
+    install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.bash RENAME ${command}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${component})
+endforeach()
+# One file completes both.
+install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.zsh RENAME _itemctl
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tools)
+
+# The interfaces as their XML, for whoever generates proxies.
+install(FILES ${PROJECT_SOURCE_DIR}/dbus/com.qarn.bluetooth.xml ${PROJECT_SOURCE_DIR}/framework/bus/tov.base.Items.xml
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces COMPONENT ipc-dev)
