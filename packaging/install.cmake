@@ -55,3 +55,22 @@ install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.zsh RENAME _itemctl
 # The interfaces as their XML, for whoever generates proxies.
 install(FILES ${PROJECT_SOURCE_DIR}/dbus/com.qarn.bluetooth.xml ${PROJECT_SOURCE_DIR}/framework/bus/tov.base.Items.xml
     DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces COMPONENT ipc-dev)
+
+# The host as a service: its unit, the bus of its items, who may do what on both buses. Debian's tools look for units in
+# /lib alone.
+set(BLUETOOTH_UNIT_DIR lib/systemd/system CACHE PATH "Where systemd's units are installed")
+foreach(unit bluetoothlauncher bluetoothlauncher-bus)
+    configure_file(packaging/systemd/${unit}.service.in packaging/${unit}.service @ONLY)
+    list(APPEND units ${CMAKE_CURRENT_BINARY_DIR}/packaging/${unit}.service)
+endforeach()
+install(FILES ${units} packaging/systemd/bluetoothlauncher-bus.socket
+    DESTINATION ${BLUETOOTH_UNIT_DIR} COMPONENT host)
+foreach(kind sysusers tmpfiles)
+    install(FILES packaging/systemd/${kind}.conf RENAME bluetoothlauncher.conf
+        DESTINATION lib/${kind}.d COMPONENT host)
+endforeach()
+install(FILES packaging/dbus/com.qarn.bluetooth.conf
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/system.d COMPONENT host)
+install(FILES packaging/dbus/tov.sim.Bluetooth.conf
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/system.d COMPONENT simulator)
+install(FILES packaging/dbus/bus.conf DESTINATION ${CMAKE_INSTALL_DATADIR}/bluetoothlauncher COMPONENT host)
