@@ -59,11 +59,19 @@ install(FILES ${PROJECT_SOURCE_DIR}/dbus/com.qarn.bluetooth.xml ${PROJECT_SOURCE
 # The host as a service: its unit, the bus of its items, who may do what on both buses. Debian's tools look for units in
 # /lib alone.
 set(BLUETOOTH_UNIT_DIR lib/systemd/system CACHE PATH "Where systemd's units are installed")
-foreach(unit bluetoothlauncher bluetoothlauncher-bus)
-    configure_file(packaging/systemd/${unit}.service.in packaging/${unit}.service @ONLY)
-    list(APPEND units ${CMAKE_CURRENT_BINARY_DIR}/packaging/${unit}.service)
-endforeach()
-install(FILES ${units} packaging/systemd/bluetoothlauncher-bus.socket
+# The units name programs by their whole paths, which only the installation knows.
+set(host_units ${PROJECT_SOURCE_DIR}/packaging/systemd/bluetoothlauncher.service.in
+    ${PROJECT_SOURCE_DIR}/packaging/systemd/bluetoothlauncher-bus.service.in)
+set(host_units_folder ${CMAKE_BINARY_DIR}/packaging)
+set(write_units "
+    foreach(unit ${host_units})
+        get_filename_component(name \${unit} NAME_WLE)
+        configure_file(\${unit} ${host_units_folder}/\${name} @ONLY)
+    endforeach()")
+cmake_language(EVAL CODE "${write_units}")
+install(CODE "${write_units}" COMPONENT host)
+install(FILES ${host_units_folder}/bluetoothlauncher.service ${host_units_folder}/bluetoothlauncher-bus.service
+        packaging/systemd/bluetoothlauncher-bus.socket
     DESTINATION ${BLUETOOTH_UNIT_DIR} COMPONENT host)
 foreach(kind sysusers tmpfiles)
     install(FILES packaging/systemd/${kind}.conf RENAME bluetoothlauncher.conf
