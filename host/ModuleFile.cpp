@@ -95,7 +95,7 @@ base::Result<std::vector<RegistrationModule*>> makeModules(const QStringList& fi
 QString defaultModuleFile()
 {
     return QDir::cleanPath(QCoreApplication::applicationDirPath()
-                           + QStringLiteral("/../lib/bluetooth-entry.so"));
+                           + QStringLiteral("/../lib/bluetoothlauncher/bluetooth-entry.so"));
 }
 
 QString thrownText()

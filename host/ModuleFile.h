@@ -19,7 +19,7 @@ namespace host {
 [[nodiscard]] base::Result<std::vector<RegistrationModule*>> makeModules(const QStringList& files,
                                                                          QObject& parent);
 
-/// The module file beside this program: ../lib/bluetooth-entry.so, seen from the program's folder.
+/// The module file of this program: ../lib/bluetoothlauncher/bluetooth-entry.so, seen from its folder.
 [[nodiscard]] QString defaultModuleFile();
 
 /// What a module threw, in words; to be called where it is caught.

@@ -44,8 +44,9 @@ QStringList binding(const QString& from, const QString& to)
 QStringList prootWith(const Layout& layout)
 {
     QStringList arguments{ QStringLiteral("proot"), QStringLiteral("-w"), layout.current };
+    // "!" is not where a link there leads, which may be the very program that the trampoline starts.
     arguments << binding(layout.temporary(), QStringLiteral("/tmp"))
-              << binding(writeTrampoline(layout), QStringLiteral("/usr/bin/blue_controller_zq4"))
+              << binding(writeTrampoline(layout), QStringLiteral("/usr/bin/blue_controller_zq4!"))
               << binding(layout.firmware() + QStringLiteral("/FCC.bts"),
                          QStringLiteral("/lib/firmware/FCC.bts"));
     for (const QString& path : layout.kept) {
