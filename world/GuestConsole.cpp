@@ -78,12 +78,8 @@ void GuestConsole::takeKeys(bool all) const
 void GuestConsole::stop() const
 {
     m_terminal.restore();
-    int number = SIGTSTP;
-    do {
-        kill(0, number);
-        number = SIGTTIN; // somebody let us go on without the terminal
-    } while (tcgetpgrp(STDIN_FILENO) != getpgrp());
-    takeKeys(true);
+    kill(0, SIGTSTP);
+    takeKeys(true); // where somebody let us go on without the terminal, this stops us again
     sendSize();
     send("continue\n");
 }

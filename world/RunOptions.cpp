@@ -154,6 +154,17 @@ base::Result<> resolveScenario(const QString& nameOrPath, RunOptions& run)
     return checked ? checked : misused(QStringLiteral("--scenario: %1").arg(checked.error().text));
 }
 
+base::Result<> refuseWhatGuestsLose(const TypedOptions& typed)
+{
+    for (const auto& [option, value] : { std::pair("--state", typed.state), std::pair("--log", typed.log) }) {
+        if (typed.radio == "guest" && !value.empty()) {
+            return misused(QStringLiteral("%1 %2: what \"--radio guest\" writes does not outlive it")
+                               .arg(QLatin1String(option), QFile::decodeName(value.c_str())));
+        }
+    }
+    return {};
+}
+
 bool canBeWritten(const QString& log)
 {
     // A FIFO's reader would take an attempt for its end.
@@ -237,7 +248,9 @@ base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<s
         run.command = run.isTour ? QStringList{ World::binFolder() + QStringLiteral("/bluetoothtour") }
                                  : QStringList{ QStringLiteral("itemctl"), QStringLiteral("top") };
     }
-    auto found = resolvePaths(typed, run).and_then([&] { return findController(typed.radio, run); });
+    auto found = refuseWhatGuestsLose(typed).and_then([&] { return resolvePaths(typed, run); }).and_then([&] {
+        return findController(typed.radio, run);
+    });
     run.adapter = QString::fromStdString(typed.adapter);
     run.checks = typed.check;
     run.json = typed.json;
@@ -247,12 +260,6 @@ base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<s
     if (found && !run.adapter.isEmpty() && !run.machineBus) {
         return misused(QStringLiteral("--adapter %1: only \"--radio bluez\" and \"guest\" play on an adapter")
                            .arg(run.adapter));
-    }
-    for (const auto& [option, value] : { std::pair("--state", run.state), std::pair("--log", run.log) }) {
-        if (found && run.isGuest && !value.isEmpty()) {
-            return misused(QStringLiteral("%1 %2: what \"--radio guest\" writes does not outlive it")
-                               .arg(QLatin1String(option), value));
-        }
     }
     return found.map([&run] { return run; });
 }

@@ -104,6 +104,8 @@ private Q_SLOTS:
         row("JSON of nothing", { "--json", "--", "true" }, "--json requires --check");
         row("adapter of no machine", { "--adapter", "hci1", "--", "true" }, "--adapter hci1: only ");
         row("state", { "--state", "/proc/none", "--", "true" }, "--state /proc/none: ");
+        row("state in a guest", { "--radio", "guest", "--state", "x", "--", "true" },
+            "--state x: what \"--radio guest\" writes");
         row("log", { "--log", "/proc/none", "--", "true" }, "--log /proc/none: ");
     }
 

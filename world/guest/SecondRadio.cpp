@@ -16,15 +16,10 @@ const QString AdvertisementPath = QStringLiteral("/second/advertisement");
 constexpr int Long = 120'000; // ms, for what bluetoothd answers when it is done
 constexpr int Patience = 60'000; // ms
 
-void registerAgent(const QString& capability, bool answersForOthers)
+QDBusMessage agentCall(const char* method, const QVariantList& more = {})
 {
-    const QString path = QStringLiteral("/org/bluez");
-    const QString interface = QStringLiteral("org.bluez.AgentManager1");
-    call(path, interface, QStringLiteral("UnregisterAgent"), { object(Agent) });
-    call(path, interface, QStringLiteral("RegisterAgent"), { object(Agent), capability });
-    if (answersForOthers) {
-        call(path, interface, QStringLiteral("RequestDefaultAgent"), { object(Agent) });
-    }
+    return guestbluez::message(QStringLiteral("/org/bluez"), QStringLiteral("org.bluez.AgentManager1"),
+                               QLatin1String(method), QVariantList{ object(Agent) } + more);
 }
 
 QString pathOf(const QString& address)
@@ -39,6 +34,26 @@ SecondRadio::SecondRadio()
     bus().registerObject(Agent, this, QDBusConnection::ExportAllSlots);
     bus().registerObject(AdvertisementPath, &m_advertisement,
                          QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties);
+    bus().connect(QStringLiteral("org.bluez"), QStringLiteral("/org/bluez/hci0"),
+                  QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("PropertiesChanged"),
+                  this, SLOT(askAgain()));
+}
+
+void SecondRadio::registerAgent(const QString& capability, bool answersForOthers)
+{
+    m_takesQuestions = answersForOthers;
+    bus().call(agentCall("UnregisterAgent"));
+    bus().call(agentCall("RegisterAgent", { capability }));
+    askAgain();
+}
+
+/// bluetoothd asks the agent that wished so last for whoever did not begin. The radio on the other adapter
+/// wishes so when it comes up, and changes that adapter then.
+void SecondRadio::askAgain()
+{
+    if (m_takesQuestions) {
+        bus().call(agentCall("RequestDefaultAgent"), QDBus::NoBlock);
+    }
 }
 
 SecondRadio::~SecondRadio()
@@ -164,6 +179,11 @@ base::Result<> SecondRadio::beClassic()
 
 base::Result<> SecondRadio::type(const QString& code)
 {
+    bool isNumber = false;
+    const uint passkey = code.toUInt(&isNumber);
+    if (!isNumber || code.size() > 6) {
+        return base::error(QStringLiteral("\"%1\" is no passkey, which has up to six digits").arg(code));
+    }
     if (!m_passkeyQuestion) {
         QEventLoop loop;
         connect(this, &SecondRadio::passkeyWanted, &loop, &QEventLoop::quit);
@@ -173,7 +193,7 @@ base::Result<> SecondRadio::type(const QString& code)
     if (!m_passkeyQuestion) {
         return base::error(QStringLiteral("nobody asks for a code here"));
     }
-    bus().send(m_passkeyQuestion->createReply(code.toUInt()));
+    bus().send(m_passkeyQuestion->createReply(passkey));
     m_passkeyQuestion.reset();
     return {};
 }

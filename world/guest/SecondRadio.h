@@ -106,7 +106,11 @@ public Q_SLOTS:
         m_shownCode = QStringLiteral("%1").arg(passkey, 6, 10, QLatin1Char('0'));
     }
 
+private Q_SLOTS:
+    void askAgain();
+
 private:
+    void registerAgent(const QString& capability, bool answersForOthers);
     void refuseUnlessAgreed()
     {
         if (!m_agrees) {
@@ -116,6 +120,7 @@ private:
 
     QString m_name = QStringLiteral("Second");
     bool m_agrees = true;
+    bool m_takesQuestions = false;
     QString m_pin;
     Advertisement m_advertisement;
     QString m_shownCode;
