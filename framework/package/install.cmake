@@ -5,17 +5,18 @@ include(CMakePackageConfigHelpers)
 
 set(IPC_PACKAGE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/ipc)
 
-install(TARGETS ipc EXPORT ipc
+install(TARGETS ipc ipc_model EXPORT ipc
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ipc NAMELINK_COMPONENT ipc-dev)
 install(DIRECTORY api/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ipc COMPONENT ipc-dev FILES_MATCHING PATTERN "*.h")
-install(FILES bus/ItemRecord.h bus/ItemServer.h client/KELClientInterface.h
+set(IPC_HEADERS bus/ItemRecord.h bus/ItemServer.h client/KELClientInterface.h model/RowsModel.h)
+install(FILES ${IPC_HEADERS}
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ipc COMPONENT ipc-dev)
 
 configure_package_config_file(package/ipcConfig.cmake.in ipcConfig.cmake INSTALL_DESTINATION ${IPC_PACKAGE_FOLDER})
 write_basic_package_version_file(ipcConfigVersion.cmake VERSION ${IPC_VERSION} COMPATIBILITY SameMajorVersion)
 # The same package in the build tree, for -Dipc_DIR: a program can be built against a checkout.
 file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/include/ipc)
-file(GLOB headers api/*.h bus/ItemRecord.h bus/ItemServer.h client/KELClientInterface.h)
+file(GLOB headers api/*.h ${IPC_HEADERS})
 foreach(header ${headers})
     get_filename_component(name ${header} NAME)
     file(CREATE_LINK ${header} ${CMAKE_CURRENT_BINARY_DIR}/include/ipc/${name} SYMBOLIC)
