@@ -206,6 +206,21 @@ private Q_SLOTS:
         QVERIFY2(memory > 0 && memory < 64'000, qPrintable(QString::number(memory)));
     }
 
+    // Each signal waits in the bus for whoever does not read, and a default bus stops reading from the server
+    // when there are 127 MB. No call has one sent before its time.
+    void whatIsToldIsBounded()
+    {
+        const auto before = m_client->list({ "state" });
+        constexpr int Changes = 300;
+        for (int i = 0; i < Changes; ++i) {
+            QVERIFY(m_client->set("record", QString::number(i).rightJustified(65'000, 'x')));
+            QVERIFY(m_client->trigger("echo", "x"));
+        }
+        const auto after = m_client->list({ "state" });
+        QVERIFY2(after->serial - before->serial < Changes / 2,
+                 qPrintable(QString::number(after->serial - before->serial)));
+    }
+
     // A bus ends the connection of whoever sends it more than 32 MB at once.
     void whatABusDoesNotTake()
     {
