@@ -228,24 +228,27 @@ private Q_SLOTS:
         QMap<QString, int> lengths;
         int signalsOfRows = 0;
         connect(&client, &KELClientInterface::changed, this, [&](const ipc::ItemRecords& items) {
+            const int known = lengths.size();
             for (const ipc::ItemRecord& item : items) {
-                lengths[item.address] = item.properties.value("value").toString().size();
+                if (item.address.contains("rowName")) {
+                    lengths[item.address] = item.properties.value("value").toString().size();
+                }
             }
-            ++signalsOfRows;
+            signalsOfRows += lengths.size() > known ? 1 : 0;
         });
         QVERIFY(client.watch({ "rowName:0", "rowName:1" }));
 
         // Each fits, both together do not.
         const QString first = ":result:demo:mod:rowName:0:";
         const QString second = ":result:demo:mod:rowName:1:";
-        QVERIFY(client.trigger("fill", "2=15500000"));
+        QVERIFY(client.trigger("write", "rowName:0 rowName:1*15500000"));
         QTRY_COMPARE(lengths, (QMap<QString, int>{ { first, 15'500'000 }, { second, 15'500'000 } }));
         QCOMPARE(signalsOfRows, 2);
         QVERIFY(client.get(first));
 
         // One alone does not.
         m_demo.process().readAll();
-        QVERIFY(client.trigger("fill", "1=31000000"));
+        QVERIFY(client.trigger("write", "rowName:0*31000000"));
         const auto value = client.get(first);
         QVERIFY(!value && value.error().message.contains("Get " + first));
         QVERIFY2(value.error().message.contains("310005"), qPrintable(value.error().message));
