@@ -226,8 +226,9 @@ QString ItemServer::Trigger(const QString& action, const QString& text)
         m_calls->refuse(Halting, QStringLiteral("%1 is refused: the server is shutting down").arg(address));
         return {};
     }
-    // What changed before goes first, so that what is told behind the answer came later.
-    tell();
+    // What changed before goes first, so that what is told behind the answer came later; but not sooner than
+    // signals may be sent, or calls could fill a bus with them.
+    flush();
     return callAction(*found.item, text);
 }
 

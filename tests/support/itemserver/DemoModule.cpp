@@ -61,19 +61,18 @@ void DemoModule::addActions()
                          [this](const std::string& text) { return writeResult(text); });
     AddActionStringParam("writemany", "Write All Rows",
                          [this](const std::string& text) { return writeMany(text); });
-    AddActionStringParam("fill", "Fill the First Rows: COUNT=LENGTH", [this](const std::string& text) {
-        const QString request = QString::fromStdString(text);
-        for (int i = 0; i < request.section('=', 0, 0).toInt(); ++i) {
-            setResult(QString("rowName:%1").arg(i), QString(request.section('=', 1).toInt(), 'x'), true);
-        }
-        return text;
-    });
     AddActionNullParam("stall", "Never Answer", [] { pause(); });
 }
 
 std::string DemoModule::writeResult(const std::string& text)
 {
     const QString request = QString::fromStdString(text);
+    if (!request.contains('=')) { // IDS*LENGTH: texts larger than a call may carry
+        for (const QString& item : request.section('*', 0, 0).split(' ')) {
+            setResult(item, QString(request.section('*', 1).toInt(), 'x'), true);
+        }
+        return {};
+    }
     const QString id = request.section('=', 0, 0);
     const QString value = request.section('=', 1);
     if (configExists(id)) {
