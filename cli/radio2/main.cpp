@@ -6,6 +6,8 @@
 #include <QDBusMessage>
 
 #include <array>
+#include <cstdio>
+#include <exception>
 
 namespace {
 
@@ -64,9 +66,7 @@ base::Result<ExitStatus> ask(const QString& verb, const QString& argument, cli::
     return text.isEmpty() ? ExitStatus::Done : output.line(text);
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int drive(int argc, char** argv)
 {
     CLI::App app("Drives the second radio of the emulated machine, and the person who holds it.", "radio2");
     app.require_subcommand(1);
@@ -94,4 +94,16 @@ int main(int argc, char** argv)
                 ? QStringList{ QStringLiteral("shows"), QStringLiteral("types") }
                 : QStringList();
         });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return drive(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "radio2: %s\n", error.what());
+        return static_cast<int>(ExitStatus::Failed);
+    }
 }

@@ -49,7 +49,7 @@ QVariant adapterProperty(const QString& adapter, const QString& name)
 base::Result<> setAdapter(const QString& adapter, const QList<QPair<QString, QVariant>>& properties)
 {
     for (const auto& [name, value] : properties) {
-        const auto done =
+        auto done =
             attempt(name,
                     message(adapter, Properties, QStringLiteral("Set"),
                             { QString(AdapterInterface), name, QVariant::fromValue(QDBusVariant(value)) }));
@@ -85,7 +85,7 @@ Changes::Changes()
     listen(Properties, "PropertiesChanged");
 }
 
-bool Changes::await(const std::function<bool()>& holds, int limit)
+bool Changes::await(const std::function<bool()>& holds, int limit) const
 {
     QTimer deadline;
     deadline.setSingleShot(true);

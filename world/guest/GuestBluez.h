@@ -49,7 +49,7 @@ class Changes : public QObject
 public:
     Changes();
     /// @param limit in milliseconds
-    [[nodiscard]] bool await(const std::function<bool()>& holds, int limit);
+    [[nodiscard]] bool await(const std::function<bool()>& holds, int limit) const;
 
 Q_SIGNALS:
     void changed();

@@ -49,7 +49,7 @@ void SecondRadio::registerAgent(const QString& capability, bool answersForOthers
 
 /// bluetoothd asks the agent that wished so last for whoever did not begin. The radio on the other adapter
 /// wishes so when it comes up, and changes that adapter then.
-void SecondRadio::askAgain()
+void SecondRadio::askAgain() const
 {
     if (m_takesQuestions) {
         bus().call(agentCall("RequestDefaultAgent"), QDBus::NoBlock);

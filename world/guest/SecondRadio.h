@@ -107,7 +107,7 @@ public Q_SLOTS:
     }
 
 private Q_SLOTS:
-    void askAgain();
+    void askAgain() const;
 
 private:
     void registerAgent(const QString& capability, bool answersForOthers);
