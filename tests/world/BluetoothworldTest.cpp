@@ -51,6 +51,13 @@ class BluetoothworldTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        if (!whyNot("namespace", false).isEmpty()) {
+            REQUIRE_MECHANISM("proot", false)
+        }
+    }
+
     void exitStatus_data()
     {
         const Rows<QStringList, int, QString> row("command", "status", "error");
