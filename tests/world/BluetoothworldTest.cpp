@@ -51,12 +51,7 @@ class BluetoothworldTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        if (!whyNot("namespace", false).isEmpty()) {
-            REQUIRE_MECHANISM("proot", false)
-        }
-    }
+    void initTestCase() { REQUIRE_WORLD }
 
     void exitStatus_data()
     {

@@ -22,3 +22,8 @@ std::vector<std::pair<QString, QString>> only(const QString& mechanism);
     QFETCH(QString, mechanism);                                                                              \
     QFETCH(bool, ordinaryUser);                                                                              \
     REQUIRE_MECHANISM(mechanism, ordinaryUser)
+/// In initTestCase(): skips a test program of the whole world where none can be had.
+#define REQUIRE_WORLD                                                                                        \
+    if (!whyNot("namespace", false).isEmpty()) {                                                             \
+        REQUIRE_MECHANISM("proot", false)                                                                    \
+    }

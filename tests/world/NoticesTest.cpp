@@ -1,3 +1,4 @@
+#include "Mechanisms.h"
 #include "NoticeOutlet.h"
 #include "World.h"
 #include "support/Programs.h"
@@ -28,6 +29,7 @@ class NoticesTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { REQUIRE_WORLD }
     void controllerSays_data()
     {
         const Rows<QString, QString> row("script", "shown");

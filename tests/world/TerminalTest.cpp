@@ -56,6 +56,7 @@ class TerminalTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { REQUIRE_WORLD }
     void isGivenBack_data();
     void isGivenBack();
     void closedEndsTheWorld();
