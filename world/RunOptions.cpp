@@ -254,6 +254,9 @@ base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<s
     run.adapter = QString::fromStdString(typed.adapter);
     run.checks = typed.check;
     run.json = typed.json;
+    if (run.checks && (typed.tour || !command.empty())) {
+        return misused(QStringLiteral("--check runs nothing: give neither \"tour\" nor \"-- COMMAND\""));
+    }
     if (found && run.checks && !run.machineBus) {
         return misused(QStringLiteral("--check: only \"--radio bluez\" needs something of this machine"));
     }

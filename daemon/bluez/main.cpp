@@ -9,6 +9,7 @@
 #include <QLoggingCategory>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -64,12 +65,13 @@ bool isCheck(const QStringList& arguments)
         && (arguments.size() == 2 || (arguments.size() == 3 && arguments.at(2) == QLatin1String("--json")));
 }
 
-int check(bool json)
+[[noreturn]] void check(bool json)
 {
-    joinBusOfClients();
-    bt::Checkup checkup(QDBusConnection::systemBus(), qEnvironmentVariable("BLUEZ_ADAPTER"),
-                        qEnvironmentVariable("BLUEZ_CHECK_ROOT"));
-    return bt::printFindings(checkup.run(), json);
+    bt::Checkup checkup(qEnvironmentVariable("BLUEZ_SYSTEM_BUS_ADDRESS"),
+                        qEnvironmentVariable("BLUEZ_ADAPTER"), qEnvironmentVariable("BLUEZ_CHECK_ROOT"));
+    const int status = bt::printFindings(checkup.run(), json);
+    std::fflush(stdout);
+    std::_Exit(status); // at a usual end Qt waits for the thread that a bus holds up
 }
 
 } // namespace
@@ -82,7 +84,7 @@ int main(int argc, char* argv[])
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (isCheck(arguments)) {
-        return check(arguments.size() == 3);
+        check(arguments.size() == 3);
     }
     if (arguments.size() != ArgumentCount) {
         printUsage();

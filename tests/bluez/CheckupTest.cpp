@@ -1,9 +1,17 @@
 #include "BluezFixture.h"
+#include "support/Programs.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
 #include <functional>
 
 namespace {
@@ -94,6 +102,19 @@ private Q_SLOTS:
             "", "fault  adapter: the kernel has hci0, bluetoothd does not", 3);
         row("two of them", with([](const Machine& machine) { machine.adapter({}, "/org/bluez/hci1"); }),
             "hci1", "hci1 00:", 0);
+        row(
+            "the lowest of many",
+            [](const Machine& machine) {
+                machine.bluez.appear();
+                machine.adapter({}, "/org/bluez/hci10");
+                machine.adapter({}, "/org/bluez/hci2");
+            },
+            "", "hci2 00:AA:01:00:00:42 \"machine\": off; it is the one that is taken", 0);
+        row("seen by others", with([](const Machine& machine) {
+                machine.bluez.change("/org/bluez/hci0", "Adapter1",
+                                     { { "Powered", true }, { "Discoverable", true } });
+            }),
+            "", "\"machine\": on, visible to others; it is the one that is taken", 0);
         row("not that one", fine, "hci7", "fault  adapter: hci7 is not there", 3);
         row("looks around", with([](const Machine& machine) {
                 machine.bluez.change("/org/bluez/hci0", "Adapter1", { { "Discovering", true } });
@@ -118,6 +139,15 @@ private Q_SLOTS:
                     "[General]\nJustWorksRepairing = always\nPrivacy=device\n[Policy]\nAutoEnable=true\n");
             }),
             "", "note   main.conf: JustWorksRepairing=always: ", 1);
+        row("always pairable",
+            with([](const Machine& machine) { machine.settings("[General]\nAlwaysPairable = true\n"); }), "",
+            "note   main.conf: AlwaysPairable=true: devices may ask", 1);
+        row("privacy", with([](const Machine& machine) { machine.settings("[General]\nPrivacy=device\n"); }),
+            "", "note   main.conf: Privacy=device: ", 1);
+        row("presets that are written down", with([](const Machine& machine) {
+                machine.settings("[General]\nJustWorksRepairing = never\n#Privacy = device\nPrivacy=off\n");
+            }),
+            "", "fine   main.conf: no setting that bites", 0);
         row("settings of a group",
             with([](const Machine& machine) { machine.settings("[Policy]\nAutoEnable=true\n"); }), "",
             "fine   main.conf: AutoEnable=true: ", 0);
@@ -163,6 +193,20 @@ private Q_SLOTS:
         QCOMPARE(m_status, 1);
     }
 
+    // Others than root see the name of bluetoothd's process alone, not which file it runs.
+    void tellsVersion()
+    {
+        const QTemporaryDir root;
+        m_bluez->appear();
+        std::array<char, 16> ownName{};
+        prctl(PR_GET_NAME, ownName.data());
+        prctl(PR_SET_NAME, "bluetoothd");
+        const QString told = check({}, root.path());
+        prctl(PR_SET_NAME, ownName.data());
+        QVERIFY2(told.contains(QRegularExpression("fine   bluetoothd: it answers, version \\d+\\.\\d+\n")),
+                 qPrintable(told));
+    }
+
     void speaksToPrograms()
     {
         const QTemporaryDir root;
@@ -181,16 +225,48 @@ private Q_SLOTS:
         QCOMPARE(m_status, 3);
     }
 
+    void saysThatSettingsCannotBeRead()
+    {
+        const QTemporaryDir root;
+        Machine{ *m_bluez, QDir(root.path()) }.settings("[General]\nPrivacy=device\n");
+        const QString path = root.filePath("etc/bluetooth/main.conf");
+        QVERIFY(QFile::setPermissions(path, {}));
+        QVERIFY(QFile::setPermissions(root.path(), QFile::permissions("/"))); // anybody may get there
+        const Finished told = run(BLUEZRADIO, { "--check" },
+                                  { { { "BLUEZ_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent" },
+                                      { "BLUEZ_CHECK_ROOT", root.path() } },
+                                    geteuid() == 0,
+                                    {} });
+        QVERIFY2(told.out.contains("note   main.conf: " + path + " cannot be read"), qPrintable(told.out));
+    }
+
     void saysThatThereIsNoBus()
     {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("BLUEZ_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
-        QProcess program;
-        program.setProcessEnvironment(environment);
-        program.start(BLUEZRADIO, { "--check" });
-        QVERIFY(program.waitForFinished());
-        QVERIFY(program.readAllStandardOutput().contains("fault  bus: the system bus cannot be reached: "));
-        QCOMPARE(program.exitCode(), 3);
+        const Finished told =
+            run(BLUEZRADIO, { "--check" },
+                { { { "BLUEZ_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent" } }, false, {} });
+        QVERIFY2(told.out.contains("fault  bus: the system bus cannot be reached: "), qPrintable(told.out));
+        QCOMPARE(told.status, 3);
+    }
+
+    void doesNotWaitForBusThatHangs()
+    {
+        const QTemporaryDir folder;
+        world::MessageBus bus;
+        QVERIFY(bus.start(world::MessageBus::Kind::System, folder.path()));
+        kill(bus.pid(), SIGSTOP);
+        siginfo_t stopped{};
+        QCOMPARE(waitid(P_PID, static_cast<id_t>(bus.pid()), &stopped, WSTOPPED), 0);
+        const Finished told =
+            run(BLUEZRADIO, { "--check" },
+                { { { "BLUEZ_SYSTEM_BUS_ADDRESS", bus.address() }, { "BLUEZ_CHECK_ROOT", folder.path() } },
+                  false,
+                  {} });
+        kill(bus.pid(), SIGCONT);
+        QVERIFY2(told.out.contains("fault  bus: it does not answer\n       systemctl restart dbus"),
+                 qPrintable(told.out));
+        QVERIFY(told.out.contains("fine   main.conf: "));
+        QCOMPARE(told.status, 3);
     }
 
 private:

@@ -103,6 +103,8 @@ private Q_SLOTS:
             "/etc/passwd:1: this is no JSON");
         row("an empty command", { "--", "", "x" }, "no COMMAND behind");
         row("check of no machine", { "--check" }, "--check: only \"--radio bluez\" ");
+        row("check with a command", { "--radio", "bluez", "--check", "--", "true" }, "--check runs nothing");
+        row("check and tour", { "--radio", "bluez", "--check", "tour" }, "--check runs nothing");
         row("JSON of nothing", { "--json", "--", "true" }, "--json requires --check");
         row("adapter of no machine", { "--adapter", "hci1", "--", "true" }, "--adapter hci1: only ");
         row("state", { "--state", "/proc/none", "--", "true" }, "--state /proc/none: ");

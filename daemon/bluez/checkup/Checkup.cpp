@@ -8,21 +8,26 @@
 #include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
+#include <QDBusReply>
 #include <QDir>
 #include <QFile>
 #include <QMap>
 
 #include <algorithm>
+#include <chrono>
+#include <future>
+#include <thread>
 #include <utility>
 
 namespace bt {
 
 namespace {
 
+using namespace std::chrono_literals;
 using Level = Finding::Level;
 using Interfaces = QMap<QString, QVariantMap>;
 
-constexpr int Patience = 3'000; // ms
+constexpr auto Patience = 3s;
 
 const QString& bluezName()
 {
@@ -41,6 +46,18 @@ bool isTrue(const QVariantMap& properties, const char* name)
     return properties.value(QLatin1String(name)).toBool();
 }
 
+/// Joining has no time limit of its own: a bus may take the connection and then say nothing.
+std::future<QDBusConnection> joinBus(const QString& address)
+{
+    std::packaged_task<QDBusConnection()> join([address] {
+        return address.isEmpty() ? QDBusConnection::systemBus()
+                                 : QDBusConnection::connectToBus(address, QStringLiteral("bluez"));
+    });
+    std::future<QDBusConnection> joined = join.get_future();
+    std::thread(std::move(join)).detach();
+    return joined;
+}
+
 /// "hci0" of "/org/bluez/hci0".
 QString shortName(const QVariantMap& adapter)
 {
@@ -49,8 +66,9 @@ QString shortName(const QVariantMap& adapter)
 
 } // namespace
 
-Checkup::Checkup(QDBusConnection bus, QString wanted, QString root)
-    : m_bus(std::move(bus))
+Checkup::Checkup(QString address, QString wanted, QString root)
+    : m_address(std::move(address))
+    , m_bus(QString())
     , m_wanted(std::move(wanted))
     , m_root(std::move(root))
 {
@@ -101,10 +119,24 @@ void Checkup::lookAtRfkill()
 bool Checkup::lookAtBus()
 {
     const QString subject = QStringLiteral("bus");
-    if (!m_bus.isConnected()) {
+    std::future<QDBusConnection> joined = joinBus(m_address);
+    const bool isJoined = joined.wait_for(Patience) == std::future_status::ready;
+    if (isJoined) {
+        m_bus = joined.get();
+    }
+    if (isJoined && !m_bus.isConnected()) {
         add(Level::Fault, subject,
             QStringLiteral("the system bus cannot be reached: %1").arg(m_bus.lastError().message()),
             QStringLiteral("systemctl start dbus, or name another bus by DBUS_SYSTEM_BUS_ADDRESS"));
+        return false;
+    }
+    if (isJoined) {
+        m_bus.interface()->setTimeout(static_cast<int>(std::chrono::milliseconds(Patience).count()));
+        m_names = m_bus.interface()->registeredServiceNames();
+    }
+    if (m_names.isEmpty()) { // its own name is always there
+        add(Level::Fault, subject, QStringLiteral("it does not answer"),
+            QStringLiteral("systemctl restart dbus"));
         return false;
     }
     add(Level::Fine, subject, QStringLiteral("it answers"));
@@ -114,7 +146,7 @@ bool Checkup::lookAtBus()
 bool Checkup::lookAtBluez()
 {
     const QString subject = QStringLiteral("bluetoothd");
-    if (!m_bus.interface()->isServiceRegistered(bluezName())) {
+    if (!m_names.contains(bluezName())) {
         add(Level::Fault, subject, QStringLiteral("it does not run"),
             QStringLiteral("systemctl start bluetooth (Debian's package bluez)"));
         return false;
@@ -122,7 +154,8 @@ bool Checkup::lookAtBluez()
     QDBusMessage question = QDBusMessage::createMethodCall(
         bluezName(), QStringLiteral("/"), QStringLiteral("org.freedesktop.DBus.ObjectManager"),
         QStringLiteral("GetManagedObjects"));
-    const QDBusMessage reply = m_bus.call(question, QDBus::Block, Patience);
+    question.setAutoStartService(false);
+    const QDBusMessage reply = m_bus.call(question, QDBus::Block, m_bus.interface()->timeout());
     if (reply.type() != QDBusMessage::ReplyMessage) {
         const bool isDenied = QDBusError(reply).type() == QDBusError::AccessDenied;
         add(Level::Fault, subject,
@@ -161,6 +194,10 @@ void Checkup::lookAtAdapters()
                                : QStringLiteral("systemctl restart bluetooth"));
         return;
     }
+    // As the radio itself chooses: hci2 is lower than hci10.
+    std::stable_sort(m_adapters.begin(), m_adapters.end(), [](const auto& left, const auto& right) {
+        return shortName(left).size() < shortName(right).size();
+    });
     const auto isWanted = [this](const QVariantMap& adapter) {
         return m_wanted.isEmpty() || m_wanted == shortName(adapter)
             || m_wanted.compare(adapter.value(QStringLiteral("Address")).toString(), Qt::CaseInsensitive)
@@ -198,7 +235,7 @@ void Checkup::lookAtSettings()
 
 void Checkup::lookAtPrograms()
 {
-    m_findings += findingsOfPrograms(m_bus);
+    m_findings += findingsOfPrograms(m_bus, m_names);
     if (!m_adapters.isEmpty()) {
         add(m_hasAudio ? Level::Fine : Level::Note, QStringLiteral("audio"),
             m_hasAudio ? QStringLiteral("a program plays and takes audio")

@@ -7,14 +7,16 @@
 namespace bt {
 
 /// Looks at all that a radio needs of this machine: the bus and who may speak on it, bluetoothd, rfkill, the
-/// adapters, its settings, and the other programs that use Bluetooth. Changes nothing, and waits for
-/// bluetoothd three seconds at most for each of its few questions.
+/// adapters, its settings, and the other programs that use Bluetooth. Changes nothing, and waits three
+/// seconds at most for each of its few questions. Where a bus hangs a thread is left that waits for it, so
+/// that the process ends by _exit() alone.
 class Checkup
 {
 public:
-    /// @param bus that of bluetoothd. @param wanted as BLUEZ_ADAPTER has it; empty for any adapter.
+    /// @param address of bluetoothd's bus; empty for the system bus. @param wanted as BLUEZ_ADAPTER has it;
+    /// empty for any adapter.
     /// @param root what stands before /sys and /etc
-    Checkup(QDBusConnection bus, QString wanted, QString root);
+    Checkup(QString address, QString wanted, QString root);
 
     Findings run();
 
@@ -28,7 +30,9 @@ private:
 
     void add(Finding::Level level, const QString& subject, const QString& text, const QString& remedy = {});
 
+    QString m_address;
     QDBusConnection m_bus;
+    QStringList m_names; ///< on the bus
     QString m_wanted;
     QString m_root;
     Findings m_findings;

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QSet>
+#include <QStandardPaths>
 
 #include <algorithm>
 #include <array>
@@ -44,14 +45,17 @@ QString processName(uint pid)
 
 } // namespace
 
-Findings findingsOfPrograms(const QDBusConnection& bus)
+Findings findingsOfPrograms(const QDBusConnection& bus, const QStringList& names)
 {
     const QString subject = QStringLiteral("programs");
     QSet<QString> present;
-    const QStringList names = bus.interface()->registeredServiceNames().value();
     for (const QString& name : names) {
         if (name.startsWith(QLatin1Char(':'))) {
-            present.insert(processName(bus.interface()->servicePid(name).value()));
+            const QDBusReply<uint> pid = bus.interface()->servicePid(name);
+            if (pid.error().type() == QDBusError::NoReply) {
+                break; // a bus that hangs now is not asked for every other name
+            }
+            present.insert(processName(pid.value()));
         }
     }
     Findings findings;
@@ -75,9 +79,15 @@ Findings findingsOfPrograms(const QDBusConnection& bus)
 QString versionOfBluez(const QDBusConnection& bus)
 {
     const QDBusReply<uint> pid = bus.interface()->servicePid(QStringLiteral("org.bluez"));
-    const QString program = QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(pid.value()));
-    if (QFileInfo(program).fileName() != QLatin1String("bluetoothd")) {
+    if (processName(pid.value()) != QLatin1String("bluetoothd")) {
         return {}; // anybody may call himself org.bluez on a bus of his own
+    }
+    // Which file root's process runs is told to root alone; others ask the one that is installed.
+    QString program = QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(pid.value()));
+    if (QFileInfo(program).fileName() != QLatin1String("bluetoothd")) {
+        program = QStandardPaths::findExecutable(
+            QStringLiteral("bluetoothd"),
+            { QStringLiteral("/usr/libexec/bluetooth"), QStringLiteral("/usr/lib/bluetooth") });
     }
     QProcess process;
     process.start(program, { QStringLiteral("--version") }, QIODevice::ReadOnly);
