@@ -206,7 +206,7 @@ void Checkup::lookAtAdapters()
     const auto* const taken = std::find_if(m_adapters.cbegin(), m_adapters.cend(), isWanted);
     if (taken == m_adapters.cend()) {
         add(Level::Fault, subject, QStringLiteral("%1 is not there").arg(m_wanted),
-            QStringLiteral("choose one of those below"));
+            QStringLiteral("plug it in, or choose one of those below by --adapter or BLUEZ_ADAPTER"));
     }
     for (const QVariantMap& adapter : qAsConst(m_adapters)) {
         QStringList states;
