@@ -19,7 +19,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto NextTry = 2s;
-// bluetoothd tells of its adapters one after another when it starts.
+// bluetoothd tells of its adapters one after another when it starts. BluezQt makes its objects twice when we
+// start at the same time, and the first ones follow nothing any more.
 constexpr auto SettlingTime = 300ms;
 
 /// "/org/bluez/hci2" goes before "/org/bluez/hci10".
@@ -64,9 +65,8 @@ void AdapterChoice::follow()
         }
     });
     connect(manager, &BluezQt::Manager::operationalChanged, this, [this](bool operational) {
-        if (operational) {
-            Q_EMIT bluezCame();
-        } else {
+        if (!operational) {
+            m_bluezIsKnown = false;
             lose();
         }
         chooseSoon();
@@ -91,20 +91,18 @@ void AdapterChoice::askForAdapters()
     job->start();
 }
 
-// Whether there is a lower one shows a little later; who is wanted is known at once.
 void AdapterChoice::chooseSoon()
 {
-    if (m_wanted.isEmpty() && m_manager->isOperational()) {
-        m_settling.start();
-    } else {
-        choose();
-    }
+    m_manager->isOperational() ? m_settling.start() : choose();
 }
 
 void AdapterChoice::choose()
 {
     if (m_adapter || m_stopped || !m_manager->isInitialized()) {
         return;
+    }
+    if (m_manager->isOperational() && !std::exchange(m_bluezIsKnown, true)) {
+        Q_EMIT bluezCame();
     }
     QList<BluezQt::AdapterPtr> adapters = m_manager->adapters();
     std::sort(adapters.begin(), adapters.end(), goesBefore);

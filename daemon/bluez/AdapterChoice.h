@@ -59,6 +59,7 @@ private:
     QString m_wanted; ///< from the first choice on its address
     QTimer m_settling;
     QString m_said;
+    bool m_bluezIsKnown = false;
     bool m_stopped = false;
 };
 

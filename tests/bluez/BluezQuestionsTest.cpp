@@ -203,6 +203,39 @@ private Q_SLOTS:
         }
         QTRY_COMPARE(proxy().pairState(), 201);
     }
+
+    // The program's clock goes faster than ours, so that its long limits need no long test.
+    void endsByItself_data()
+    {
+        const Rows<bool> row("incoming");
+        row("an incoming pairing, 30 s after our answer", true);
+        row("a scan, when bluetoothd's round has no end", false);
+    }
+
+    void endsByItself()
+    {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        QSKIP("no library may be loaded in front of a sanitizer's");
+#endif
+        QFETCH(bool, incoming);
+        qputenv("LD_PRELOAD", "/usr/$LIB/faketime/libfaketime.so.1");
+        qputenv("FAKETIME", "+0 x30");
+        const bool on = startOn();
+        qunsetenv("LD_PRELOAD");
+        QVERIFY(on);
+        const QVariant device = path(m_bluez->addDevice(hci0(), phone()));
+        if (incoming) {
+            callAgent("RequestConfirmation", { device, 1U });
+            QTRY_COMPARE(proxy().pairState(), 4);
+            proxy().ConfirmCode();
+            QTRY_COMPARE(proxy().pairState(), 6);
+            QTRY_COMPARE(proxy().pairState(), 201);
+        } else {
+            QSignalSpy states(&proxy(), &BluetoothIf::scanStateChanged);
+            proxy().Scan();
+            QTRY_COMPARE(allCarried<int>(states), (QList<int>{ 1, 2 }));
+        }
+    }
 };
 
 QTEST_GUILESS_MAIN(BluezQuestionsTest)

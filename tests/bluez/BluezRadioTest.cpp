@@ -1,5 +1,7 @@
 #include "BluezFixture.h"
 
+#include <QScopeGuard>
+
 /// bluetoothd and its adapter come, go, hang and find a crowd; the program ends in order.
 class BluezRadioTest : public BluezFixture
 {
@@ -50,6 +52,27 @@ private Q_SLOTS:
         m_bluez->answerAfterAll(objects);
         QTRY_COMPARE(proxy().status(), 3);
         QVERIFY2(!m_radio->log().contains("is not there"), qPrintable(m_radio->log()));
+    }
+
+    // BluezQt makes its objects twice then, and the first ones follow nothing any more.
+    void startsTogetherWithBluetoothd()
+    {
+        qputenv("BLUEZ_ADAPTER", "hci0");
+        const auto unset = qScopeGuard([] { qunsetenv("BLUEZ_ADAPTER"); });
+        const QString objects = "ObjectManager.GetManagedObjects";
+        m_bluez->answer(objects, {});
+        QStringList asked;
+        for (int start = 0; start < 2; ++start) {
+            m_bluez->vanish();
+            m_bluez->appear();
+            m_bluez->addAdapter(hci0());
+            QVERIFY(start > 0 || m_radio->appear());
+            asked << objects;
+            QTRY_VERIFY(m_bluez->called(asked));
+        }
+        m_bluez->answerAfterAll(objects);
+        QTRY_COMPARE(proxy().status(), 3);
+        QCOMPARE(m_bluez->calls().count("AgentManager1.RegisterAgent"), 1);
     }
 
     void isBlocked()
@@ -265,6 +288,34 @@ private Q_SLOTS:
         QCOMPARE(m_bluez->property(hci0(), "Alias"), QVariant(""));
         QCOMPARE(m_bluez->property(hci0(), "Powered"), QVariant(false));
         QVERIFY(runtimeFiles().isEmpty());
+    }
+
+    void leavesOnWhatWasOn_data()
+    {
+        const Rows<bool> row("killed");
+        row("found", false);
+        row("found by a run that was killed", true);
+    }
+
+    void leavesOnWhatWasOn()
+    {
+        QFETCH(bool, killed);
+        m_bluez->appear();
+        m_bluez->addAdapter(hci0(), { { "Powered", true }, { "Pairable", true }, { "Discoverable", true } });
+        for (int run = killed ? 0 : 1; run < 2; ++run) {
+            m_radio->process().signal(SIGKILL);
+            m_radio = std::make_unique<RadioProgram>(BLUEZRADIO);
+            QVERIFY(m_radio->appear());
+            QTRY_COMPARE(m_bluez->property(hci0(), "DiscoverableTimeout"), QVariant(0U));
+            QTRY_COMPARE(proxy().status(), 3);
+        }
+        proxy().setState(false);
+        QTRY_COMPARE(proxy().status(), 1);
+        m_bluez->forgetCalls();
+        end();
+        QCOMPARE(m_bluez->calls().filter("Set "),
+                 (QStringList{ "Set Alias=", "Set DiscoverableTimeout=180", "Set PairableTimeout=60",
+                               "Set Powered=true" }));
     }
 
     void endsInOrder_data()
