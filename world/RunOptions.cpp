@@ -40,6 +40,8 @@ struct TypedOptions
     std::string log;
     std::string host;
     std::vector<std::string> modules;
+    bool isPrivate = false;
+    bool on = false;
     bool tour = false;
 };
 
@@ -74,6 +76,9 @@ void describe(CLI::App& app, TypedOptions& typed)
     app.add_option("--adapter", typed.adapter,
                    "with --radio bluez: the adapter, by its address or as \"hci1\" (the lowest)")
         ->type_name("ADAPTER");
+    app.add_flag("--private", typed.isPrivate,
+                 "with --radio bluez: leave the adapter's name alone, and whether others find it");
+    app.add_flag("--on", typed.on, "switch the radio on first, and wait until it is on");
     app.add_option("--scenario", typed.scenario,
                    "the simulated radio's surroundings (a small room of devices)")
         ->type_name("NAME|FILE")
@@ -228,9 +233,14 @@ base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<s
     }
     auto found = resolvePaths(typed, run).and_then([&] { return findController(typed.radio, run); });
     run.adapter = QString::fromStdString(typed.adapter);
+    run.isPrivate = typed.isPrivate;
+    run.switchesOn = typed.on;
     if (found && !run.adapter.isEmpty() && !run.machineBus) {
         return misused(
             QStringLiteral("--adapter %1: only \"--radio bluez\" plays on an adapter").arg(run.adapter));
+    }
+    if (found && run.isPrivate && !run.machineBus) {
+        return misused(QStringLiteral("--private: only \"--radio bluez\" plays on an adapter"));
     }
     return found.map([&run] { return run; });
 }

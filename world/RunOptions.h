@@ -13,6 +13,8 @@ struct RunOptions
     QString help; ///< to be printed instead of running anything, unless it is empty
     QString controller; ///< the program of --radio
     QString adapter; ///< of the machine's, for the controller; empty is its own choice
+    bool isPrivate = false; ///< the adapter's name and visibility stay as they are
+    bool switchesOn = false; ///< the radio, before the command
     bool machineBus = false; ///< the controller also speaks to the machine's own system bus
     QString scenario; ///< a name, or the path of a file; one that can be simulated
     QString state;

@@ -30,8 +30,9 @@ class BluezRadio : public RadioRules
     Q_OBJECT
 
 public:
-    /// \a name is what other devices see; \a adapter is an address or "hciN", empty for the lowest.
-    BluezRadio(QString name, QString adapter);
+    /// \a name is what other devices see; \a adapter is an address or "hciN", empty for the lowest. One that
+    /// is private keeps its name, and is found by others as it was before.
+    BluezRadio(QString name, QString adapter, bool isPrivate);
     ~BluezRadio() override;
 
     void start() override;
@@ -65,6 +66,7 @@ private:
     void useAdapter(const BluezQt::AdapterPtr& adapter);
     void loseAdapter();
     void switchOn();
+    void openUp();
     void switchOff();
     void askForPower(bool on);
     void followPower();
@@ -84,6 +86,8 @@ private:
     [[nodiscard]] BluezQt::DevicePtr deviceOf(qulonglong address) const;
 
     QString m_name;
+    bool m_isPrivate;
+    bool m_saidOpen = false;
     AdapterChoice m_choice;
     BluezQt::AdapterPtr m_adapter; ///< null while there is none
     AdapterSettings m_settings;

@@ -20,11 +20,12 @@ void printUsage()
     std::fputs(
         "usage: bluezradio NAME 1 1\n"
         "Offers this machine's Bluetooth radio, by BlueZ, as com.qarn.bluetooth on the system bus.\n"
-        "NAME is what other devices see. BLUEZ_ADAPTER chooses the adapter, by its address or as \"hci1\"; "
-        "otherwise\nit is the lowest one. BLUEZ_SERVICES are the UUIDs of the services that paired devices "
-        "may use, with commas in\nbetween. BLUEZ_SYSTEM_BUS_ADDRESS is the bus of bluetoothd, where that is "
-        "another "
-        "one.\nSIGTERM puts the adapter back as it was and ends the program.\n",
+        "NAME is what other devices see.\n"
+        "SIGTERM puts the adapter back as it was and ends the program.\n"
+        "BLUEZ_ADAPTER             the adapter, by its address or as \"hci1\"; otherwise the lowest one\n"
+        "BLUEZ_PRIVATE             when set, the adapter keeps its name, and is found by others as before\n"
+        "BLUEZ_SERVICES            UUIDs of the services that paired devices may use, with commas between\n"
+        "BLUEZ_SYSTEM_BUS_ADDRESS  the bus of bluetoothd, where that is another one\n",
         stderr);
 }
 
@@ -69,7 +70,8 @@ int main(int argc, char* argv[])
     QObject::connect(&signalsToEnd, &base::EndingSignals::received, &application, &QCoreApplication::quit);
 
     const QDBusConnection clients = joinBusOfClients();
-    bt::BluezRadio radio(localName(arguments.at(1)), qEnvironmentVariable("BLUEZ_ADAPTER"));
+    bt::BluezRadio radio(localName(arguments.at(1)), qEnvironmentVariable("BLUEZ_ADAPTER"),
+                         !qEnvironmentVariableIsEmpty("BLUEZ_PRIVATE"));
     bt::DaemonService service(radio);
     QObject::connect(&service, &bt::DaemonService::busLost, &application, [] {
         bt::notice(QStringLiteral("the system bus is gone"));

@@ -274,6 +274,34 @@ private Q_SLOTS:
                  qPrintable(m_bluez->calls().join('\n')));
     }
 
+    void leavesAPrivateAdapterAlone_data()
+    {
+        const Rows<QByteArray, QStringList, QString> row("wanted", "sets", "name");
+        row("all of them", "",
+            { "Set Alias=TORLO-test", "Set DiscoverableTimeout=0", "Set Discoverable=true",
+              "Set PairableTimeout=0", "Set Pairable=true", "Set Powered=true" },
+            "TORLO-test");
+        row("nobody", "1", { "Set PairableTimeout=0", "Set Pairable=true", "Set Powered=true" }, "machine");
+    }
+
+    void leavesAPrivateAdapterAlone()
+    {
+        QFETCH(QByteArray, wanted);
+        QFETCH(QStringList, sets);
+        QFETCH(QString, name);
+        qputenv("BLUEZ_PRIVATE", wanted);
+        const auto unset = qScopeGuard([] { qunsetenv("BLUEZ_PRIVATE"); });
+        QVERIFY(startOn());
+        QTRY_COMPARE(m_bluez->calls().filter("Set "), sets);
+        QTRY_COMPARE(proxy().myName(), name);
+        QCOMPARE(m_radio->log().count("other devices will find this machine, as \"TORLO-test\", and may ask"),
+                 wanted.isEmpty() ? 1 : 0);
+        m_bluez->change(hci0(), "Adapter1", { { "Pairable", true }, { "Discoverable", true } });
+        m_bluez->change(hci0(), "Adapter1", { { "Alias", "Kitchen" }, { "Discoverable", false } });
+        QTRY_COMPARE(proxy().myName(), QString("Kitchen"));
+        QTRY_COMPARE(m_radio->log().count("can no longer find it"), wanted.isEmpty() ? 1 : 0);
+    }
+
     // Else the next run would take what that one has set for what was there before.
     void wasKilled()
     {
