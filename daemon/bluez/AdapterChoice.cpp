@@ -4,8 +4,6 @@
 
 #include <BluezQt/InitManagerJob>
 
-#include <QDBusConnection>
-#include <QDBusError>
 #include <QTimer>
 
 #include <algorithm>
@@ -44,17 +42,23 @@ AdapterChoice::AdapterChoice(QString wanted)
     m_settling.setSingleShot(true);
     m_settling.setInterval(SettlingTime);
     connect(&m_settling, &QTimer::timeout, this, &AdapterChoice::choose);
+    connect(&m_bus, &BluezBus::joined, this, &AdapterChoice::followBluez);
+    connect(&m_bus, &BluezBus::failed, this, [this](const QString& why) {
+        say(QStringLiteral("the machine's system bus, where bluetoothd is, cannot be reached: %1; the radio "
+                           "comes up when both are there")
+                .arg(why));
+    });
+    connect(&m_bus, &BluezBus::lost, this, [this] {
+        m_settling.stop();
+        m_bluezIsKnown = false;
+        lose();
+        m_manager.reset();
+        say(QStringLiteral("the machine's system bus has ended; the radio comes up again with it"));
+    });
 }
 
-void AdapterChoice::follow()
+void AdapterChoice::followBluez()
 {
-    // BluezQt would wait for ever.
-    if (const QDBusConnection bus = QDBusConnection::systemBus(); !bus.isConnected()) {
-        say(QStringLiteral("the machine's system bus, where bluetoothd is, cannot be reached: %1; start both "
-                           "and switch the radio on again")
-                .arg(bus.lastError().message()));
-        return;
-    }
     m_manager = std::make_unique<BluezQt::Manager>();
     BluezQt::Manager* const manager = m_manager.get();
     connect(manager, &BluezQt::Manager::adapterAdded, this, &AdapterChoice::chooseSoon);
@@ -86,7 +90,7 @@ void AdapterChoice::askForAdapters()
         say(QStringLiteral("bluetoothd does not tell of its adapters: %1; it does to root and to whoever is "
                            "logged in at the machine")
                 .arg(done->errorText()));
-        QTimer::singleShot(NextTry, this, &AdapterChoice::follow);
+        QTimer::singleShot(NextTry, m_manager.get(), [this] { followBluez(); });
     });
     job->start();
 }

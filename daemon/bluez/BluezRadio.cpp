@@ -158,6 +158,7 @@ void BluezRadio::loseAdapter()
     m_adapter->disconnect(this);
     silence();
     m_switching = false;
+    m_wasOpen = false;
     m_busy.stop();
     m_discoverySwitch.reset();
     m_adapter.clear();

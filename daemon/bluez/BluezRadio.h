@@ -19,7 +19,7 @@
 
 namespace bt {
 
-/// This machine's radio, by BlueZ: an adapter of the bluetoothd on QDBusConnection::systemBus().
+/// This machine's radio, by BlueZ: an adapter of the bluetoothd on BluezBus.
 ///
 /// - Without bluetoothd or adapter the status is NoDevice; the radio comes up by itself when they are there.
 /// - A device to pair with that bluetoothd does not know is looked for first.

@@ -1,3 +1,4 @@
+#include "BluezBus.h"
 #include "BluezRadio.h"
 #include "DaemonService.h"
 #include "EndingSignals.h"
@@ -13,7 +14,6 @@ namespace {
 
 constexpr int UsageError = 2;
 constexpr int ArgumentCount = 4;
-constexpr const char* BusVariable = "DBUS_SYSTEM_BUS_ADDRESS";
 
 void printUsage()
 {
@@ -38,22 +38,14 @@ QString localName(QString argument)
     return argument;
 }
 
-/// Joins the bus of our clients. Where bluetoothd is on another one, that one is QDBusConnection::systemBus()
-/// from here on: BluezQt knows no other.
-QDBusConnection joinBusOfClients()
-{
-    const QByteArray bluez = qgetenv("BLUEZ_SYSTEM_BUS_ADDRESS");
-    const QByteArray clients = qgetenv(BusVariable);
-    if (bluez.isEmpty() || bluez == clients || clients.isEmpty()) {
-        return QDBusConnection::systemBus();
-    }
-    QDBusConnection bus =
-        QDBusConnection::connectToBus(QString::fromLocal8Bit(clients), QStringLiteral("clients"));
-    qputenv(BusVariable, bluez);
-    return bus;
-}
-
 } // namespace
+
+/// In the place of Qt's own, for BluezQt: it knows no other bus, and Qt's does not come back when it has
+/// ended.
+QDBusConnection QDBusConnection::systemBus()
+{
+    return bt::BluezBus::connection();
+}
 
 int main(int argc, char* argv[])
 {
@@ -69,7 +61,8 @@ int main(int argc, char* argv[])
     const base::EndingSignals signalsToEnd;
     QObject::connect(&signalsToEnd, &base::EndingSignals::received, &application, &QCoreApplication::quit);
 
-    const QDBusConnection clients = joinBusOfClients();
+    const QDBusConnection clients =
+        QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("clients"));
     bt::BluezRadio radio(localName(arguments.at(1)), qEnvironmentVariable("BLUEZ_ADAPTER"),
                          !qEnvironmentVariableIsEmpty("BLUEZ_PRIVATE"));
     bt::DaemonService service(radio);
