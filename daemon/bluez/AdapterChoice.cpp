@@ -87,8 +87,9 @@ void AdapterChoice::askForAdapters()
             chooseSoon();
             return;
         }
-        say(QStringLiteral("bluetoothd does not tell of its adapters: %1; it does to root and to whoever is "
-                           "logged in at the machine")
+        say(QStringLiteral(
+                "bluetoothd does not tell of its adapters: %1; where the system bus refuses it, its rules "
+                "for org.bluez have to let this user")
                 .arg(done->errorText()));
         QTimer::singleShot(NextTry, m_manager.get(), [this] { followBluez(); });
     });
