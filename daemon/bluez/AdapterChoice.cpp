@@ -50,7 +50,7 @@ AdapterChoice::AdapterChoice(QString wanted)
     });
     connect(&m_bus, &BluezBus::lost, this, [this] {
         m_settling.stop();
-        m_bluezIsKnown = false;
+        m_bluezRuns = false;
         lose();
         m_manager.reset();
         say(QStringLiteral("the machine's system bus has ended; the radio comes up again with it"));
@@ -70,8 +70,13 @@ void AdapterChoice::followBluez()
     });
     connect(manager, &BluezQt::Manager::operationalChanged, this, [this](bool operational) {
         if (!operational) {
-            m_bluezIsKnown = false;
+            m_settling.stop();
             lose();
+        } else {
+            m_settling.start();
+        }
+        if (std::exchange(m_bluezRuns, operational) != operational && operational) {
+            Q_EMIT bluezCame();
         }
         chooseSoon();
     });
@@ -96,18 +101,17 @@ void AdapterChoice::askForAdapters()
     job->start();
 }
 
+// Who is wanted is known at once, when bluetoothd runs already.
 void AdapterChoice::chooseSoon()
 {
-    m_manager->isOperational() ? m_settling.start() : choose();
+    const bool settles = m_wanted.isEmpty() || m_settling.isActive();
+    m_manager->isOperational() && settles ? m_settling.start() : choose();
 }
 
 void AdapterChoice::choose()
 {
     if (m_adapter || m_stopped || !m_manager->isInitialized()) {
         return;
-    }
-    if (m_manager->isOperational() && !std::exchange(m_bluezIsKnown, true)) {
-        Q_EMIT bluezCame();
     }
     QList<BluezQt::AdapterPtr> adapters = m_manager->adapters();
     std::sort(adapters.begin(), adapters.end(), goesBefore);

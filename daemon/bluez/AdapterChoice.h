@@ -63,7 +63,7 @@ private:
     QString m_wanted; ///< from the first choice on its address
     QTimer m_settling;
     QString m_said;
-    bool m_bluezIsKnown = false;
+    bool m_bluezRuns = false; ///< as it was told
     bool m_stopped = false;
 };
 
