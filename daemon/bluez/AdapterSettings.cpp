@@ -153,7 +153,9 @@ QList<QDBusPendingCall> AdapterSettings::restorePower(const BluezQt::Adapter& ad
 
 void AdapterSettings::forget(const BluezQt::Adapter& adapter)
 {
-    QFile::remove(fileOf(adapter));
+    if (const QString file = fileOf(adapter); !file.isEmpty()) {
+        QFile::remove(file);
+    }
 }
 
 } // namespace bt
