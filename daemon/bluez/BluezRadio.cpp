@@ -52,8 +52,9 @@ bool waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds lim
 
 } // namespace
 
-BluezRadio::BluezRadio(QString name, QString adapter)
+BluezRadio::BluezRadio(QString name, QString adapter, bool isPrivate)
     : m_name(std::move(name))
+    , m_isPrivate(isPrivate)
     , m_choice(std::move(adapter))
 {
     m_time.start();
@@ -142,6 +143,9 @@ void BluezRadio::useAdapter(const BluezQt::AdapterPtr& adapter)
     connect(m_bonded.get(), &BondedDevices::headsetConnected, this, &Radio::headsetConnected);
     connect(m_bonded.get(), &BondedDevices::deviceDisconnected, this, &Radio::deviceDisconnected);
     m_bonded->follow(adapter);
+    if (m_isPrivate) {
+        followAdapter();
+    }
     if (m_wantsOn) {
         switchOn();
     } else {
@@ -154,6 +158,7 @@ void BluezRadio::loseAdapter()
     m_adapter->disconnect(this);
     silence();
     m_switching = false;
+    m_wasOpen = false;
     m_busy.stop();
     m_discoverySwitch.reset();
     m_adapter.clear();
@@ -166,13 +171,29 @@ void BluezRadio::loseAdapter()
 
 void BluezRadio::switchOn()
 {
-    m_settings.makeOurs(*m_adapter, m_name);
+    if (!m_isPrivate) {
+        openUp();
+    }
+    m_settings.allowPairing(*m_adapter);
     if (m_adapter->isPowered() && !m_switching) {
         setStatus(Status::On);
         return;
     }
     setStatus(Status::Starting);
     askForPower(true);
+}
+
+void BluezRadio::openUp()
+{
+    if (!std::exchange(m_saidOpen, true)) {
+        notice(
+            QStringLiteral("other devices will find this machine, as \"%1\", and may ask to pair, until the "
+                           "radio goes off; \"./run --private\" (BLUEZ_PRIVATE=1) leaves its name and "
+                           "visibility alone")
+                .arg(m_name));
+    }
+    m_settings.setName(*m_adapter, m_name);
+    m_settings.allowFinding(*m_adapter);
 }
 
 void BluezRadio::switchOff()
@@ -250,7 +271,7 @@ void BluezRadio::followAdapter()
         m_name = m_adapter->name();
         Q_EMIT localNameChanged(m_name);
     }
-    const bool open = m_adapter->isDiscoverable() && m_adapter->isPairable();
+    const bool open = m_adapter->isDiscoverable() && m_adapter->isPairable() && !m_isPrivate;
     if (m_adapter->isPowered() && std::exchange(m_wasOpen, open) && !open) {
         notice(QStringLiteral(
                    "another program has changed the adapter: other devices can no longer %1; switching the "

@@ -82,6 +82,7 @@ private Q_SLOTS:
             QCOMPARE(GuestScenery::adapterProperty(property), QVariant(false));
         }
         QCOMPARE(GuestScenery::adapterProperty("Alias"), QVariant(GuestScenery::FoundAlias));
+        QVERIFY2(!m_world.output().contains("of the adapter failed"), qPrintable(m_world.output()));
     }
 
 private:
