@@ -117,7 +117,7 @@ base::Result<> RadioRules::pair(qulonglong address)
     if (base::Result<> idle = requireNoPairing(QStringLiteral("one pairing at a time")); !idle) {
         return idle;
     }
-    if (isPaired(address) && m_forgetful.contains(address)) {
+    if (isPaired(address) && m_forgetful.contains(presentAddress(address))) {
         return base::error(causeText(Cause::ForgotUs));
     }
     m_refused.forgive(address);

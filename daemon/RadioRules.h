@@ -64,6 +64,8 @@ private:
     virtual void startScan() = 0;
     virtual void stopScan() = 0;
     [[nodiscard]] virtual bool isPaired(qulonglong address) const = 0;
+    /// The address that a paired device has now; a private one may have become another.
+    [[nodiscard]] virtual qulonglong presentAddress(qulonglong address) const { return address; }
     virtual void startPairing(qulonglong address) = 0;
     /// The last pairing, settled or not; null before the first one and after the radio went off.
     [[nodiscard]] virtual PairingAttempt* attempt() const = 0;

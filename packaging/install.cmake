@@ -69,11 +69,13 @@ set(host_units_folder ${CMAKE_BINARY_DIR}/packaging)
 set(write_units "
     foreach(unit ${host_units})
         get_filename_component(name \${unit} NAME_WLE)
-        configure_file(\${unit} ${host_units_folder}/\${name} @ONLY)
+        configure_file(\${unit} \${units_folder}/\${name} @ONLY)
     endforeach()")
+set(units_folder ${host_units_folder})
 cmake_language(EVAL CODE "${write_units}")
-install(CODE "${write_units}" COMPONENT host)
-install(FILES ${host_units_folder}/bluetoothlauncher.service ${host_units_folder}/bluetoothlauncher-bus.service
+install(CODE "set(units_folder ${host_units_folder}/installed) ${write_units}" COMPONENT host)
+install(FILES ${host_units_folder}/installed/bluetoothlauncher.service
+        ${host_units_folder}/installed/bluetoothlauncher-bus.service
         packaging/systemd/bluetoothlauncher-bus.socket
     DESTINATION ${BLUETOOTH_UNIT_DIR} COMPONENT host)
 foreach(kind sysusers tmpfiles)

@@ -53,6 +53,7 @@ private:
     void stopScan() override { leaveDiscovery(); }
     [[nodiscard]] QString whyNotOn() const override;
     [[nodiscard]] bool isPaired(qulonglong address) const override;
+    [[nodiscard]] qulonglong presentAddress(qulonglong address) const override;
     void startPairing(qulonglong address) override;
     [[nodiscard]] PairingAttempt* attempt() const override { return m_pairing.get(); }
     void dropAttempt() override { m_pairing.reset(); }

@@ -71,6 +71,12 @@ bool BluezRadio::isPaired(qulonglong address) const
     return !m_bonded->find(address).isNull();
 }
 
+qulonglong BluezRadio::presentAddress(qulonglong address) const
+{
+    const BluezQt::DevicePtr device = m_bonded->find(address);
+    return device ? AddressHelper::str2int(device->address()) : address;
+}
+
 void BluezRadio::startPairing(qulonglong address)
 {
     const BluezQt::DevicePtr device = deviceOf(address);

@@ -213,6 +213,11 @@ private Q_SLOTS:
         QCOMPARE(end(proxy().Pair(0x002200000001)), "done");
         QTRY_COMPARE(proxy().pairState(), 100);
         QVERIFY(!m_bluez->called({ Pair }));
+        m_bluez->answer("Device1.Connect", {});
+        proxy().ConnectAddr(0x002200000001);
+        QTRY_VERIFY(m_bluez->called({ "Device1.Connect" }));
+        m_bluez->answerAfterAll("Device1.Connect", "Failed", "br-connection-key-missing");
+        QTRY_COMPARE(end(proxy().Pair(0x002200000001)), "Failed"); // it has forgotten us
         proxy().UnPair(0x002200000001);
         QTRY_VERIFY(m_bluez->called({ "Adapter1.RemoveDevice" }));
     }

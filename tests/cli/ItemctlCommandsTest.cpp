@@ -3,7 +3,6 @@
 #include "support/Rows.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -237,71 +236,11 @@ private Q_SLOTS:
         QVERIFY2(err.isEmpty() ? lines.err.isEmpty() : lines.err.contains(err), qPrintable(lines.err));
     }
 
-    void namesAreLookedForOnAllServers()
-    {
-        QVERIFY(m_servers.start("other", "side"));
-        const Finished several = itemctl({ "get", "enabled" });
-        QCOMPARE(several.status, 3);
-        QVERIFY(several.err.contains(":config:demo:mod:enabled:, :config:other:side:enabled:"));
-        QCOMPARE(itemctl({ "set", "side:enabled", "true" }).status, 0);
-        QCOMPARE(itemctl({ "get", "enabled", "--server", "other" }).out, "true\n");
-        QCOMPARE(itemctl({ "get", "enabled", "--server", "demo" }).out, "false\n");
-        QCOMPARE(itemctl({ "list", "enabled" }).out.count('\n'), 2);
-        m_servers.kill("other");
-    }
-
-    void oneOfTwoServersIsGone_data()
-    {
-        const Rows<QStringList, int, QString> row("arguments", "status", "err");
-        const QString gone = "server other is not on the bus";
-        row("get", { "get", "side" }, 5, gone);
-        row("several", { "get", "state", "side" }, 5, gone);
-        row("call", { "call", "ecko" }, 5, gone);
-        row("wait", { "wait", "side=1" }, 5, gone);
-        row("like another", { "get", "enabld" }, 5, gone + R"(; no item "enabld"; did you mean "enabled"?)");
-        row("watch", { "watch", "side*" }, 5, gone);
-        row("list", { "list", "side*" }, 5, gone);
-        row("address beside a name", { "get", "state", ":config:other:side:pin:" }, 5, gone);
-        row("what another has", { "get", "state" }, 0, "");
-        row("the other is named", { "get", "side", "--server", "demo" }, 3, "no item \"side\"");
-    }
-
-    void oneOfTwoServersIsGone()
-    {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, err);
-        const Run with{ { { "ITEMCTL_SERVERS", "demo tov.base.other" } }, false, {} };
-        const Finished finished = run(ITEMCTL, arguments, with);
-        QVERIFY2(finished.err.contains(err), qPrintable(finished.err));
-        QTEST(finished.status, "status");
-        // Unless told which servers there should be, a name may as well be a mistake, if not a whole address.
-        if (arguments.size() == 2) {
-            QCOMPARE(itemctl(arguments).status, finished.status == 5 ? 3 : finished.status);
-        }
-    }
-
     void helpIsASubcommandAsWell()
     {
         QCOMPARE(itemctl({ "help" }).out, itemctl({ "--help" }).out);
         QCOMPARE(itemctl({ "help", "wait" }).out, itemctl({ "wait", "--help" }).out);
         QVERIFY(itemctl({ "help", "wait" }).out.contains("CONDITION"));
-    }
-
-    void withoutServerOrBus()
-    {
-        m_servers.kill();
-        for (const QStringList& arguments :
-             QList<QStringList>{ { "list" }, { "get", "state" }, { "wait", "state=On" }, { "servers" } }) {
-            const Finished finished = itemctl(arguments);
-            QCOMPARE(finished.status, 5);
-            QVERIFY(finished.err.startsWith("itemctl: no server"));
-        }
-        QCOMPARE(itemctl({ "servers", "--json" }).out, "[]\n");
-        QVERIFY(m_servers.start());
-        const Finished finished = run(
-            ITEMCTL, { "list" }, { { { "DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent" } }, false, {} });
-        QCOMPARE(finished.status, 5);
-        QVERIFY(finished.err.contains("DBUS_SESSION_BUS_ADDRESS"));
     }
 
     void fullDisk()
@@ -323,38 +262,6 @@ private Q_SLOTS:
                                " | { exec <&-; echo >closed; }";
         const Finished shell = run("sh", { "-c", script }, { {}, false, folder.path() });
         QCOMPARE(shell.out, "1\n");
-    }
-
-    void listSaysThatAServerDoesNotAnswer()
-    {
-        QVERIFY(QDBusConnection::sessionBus().registerService("tov.base.broken"));
-        const Finished list = itemctl({ "list", "state" });
-        QVERIFY(QDBusConnection::sessionBus().unregisterService("tov.base.broken"));
-        QVERIFY2(list.out.startsWith(":result:demo:mod:state:"), qPrintable(list.out));
-        QVERIFY(list.err.startsWith("itemctl: "));
-        QCOMPARE(list.status, 4);
-    }
-
-    void silentServer()
-    {
-        QVERIFY(m_servers.start("mute", "side"));
-        const auto call = startItemctl({ "call", "side:stall" });
-        // From the moment on that the action runs, the server answers nobody.
-        KELClientInterface client("tov.base.mute", QDBusConnection::sessionBus());
-        client.setTimeout(std::chrono::milliseconds(100));
-        QTRY_VERIFY(!client.modules());
-        QElapsedTimer time;
-        time.start();
-        const Finished named = itemctl({ "wait", "enabled=true", "--server", "mute", "--timeout", "0" });
-        QVERIFY2(time.elapsed() >= 900, "a server gets a second, however short the wait is");
-        QCOMPARE(named.status, 4);
-        QVERIFY(named.err.contains("did not answer"));
-        // What another server has is found all the same.
-        const Finished found = itemctl({ "wait", "state=0", "--timeout", "1" });
-        QCOMPARE(found.status, 0);
-        QVERIFY(found.err.contains("tov.base.mute did not answer"));
-        m_servers.kill("mute");
-        QCOMPARE(finish(*call).status, 4);
     }
 };
 

@@ -1,4 +1,5 @@
 #include "ItemctlFixture.h"
+#include "support/Patience.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -35,6 +36,27 @@ std::unique_ptr<QProcess> ItemctlFixture::startItemctl(const QStringList& argume
     auto process = std::make_unique<QProcess>();
     process->start(ITEMCTL, arguments);
     return process;
+}
+
+std::unique_ptr<QProcess> ItemctlFixture::startWatching(const QStringList& arguments)
+{
+    auto process = startItemctl(arguments);
+    if (!Patience::waitFor([] { return watchers() == 1; })) {
+        return nullptr;
+    }
+    // The server answers in order: with this answer, that to the watcher is on its way as well. The bus
+    // may notice later that whoever asked has left.
+    const bool isAnswered =
+        itemctl({ "get", "state" }).status == 0 && Patience::waitFor([] { return watchers() == 1; });
+    return isAnswered ? std::move(process) : nullptr;
+}
+
+Finished ItemctlFixture::finish(QProcess& process)
+{
+    if (!Patience::waitFor([&process] { return process.state() == QProcess::NotRunning; })) {
+        process.kill();
+    }
+    return ::finish(process);
 }
 
 int ItemctlFixture::rules(const QString& part)

@@ -20,6 +20,10 @@ protected:
     static void tellsAsTheRowSays();
     /// Starts itemctl and leaves it running.
     static std::unique_ptr<QProcess> startItemctl(const QStringList& arguments);
+    /// The same, and returns when the server watches for it; null when it never does.
+    static std::unique_ptr<QProcess> startWatching(const QStringList& arguments);
+    /// Waits for the end of what was started, with signals and connections of this process going on.
+    static Finished finish(QProcess& process);
     /// How many clients the servers watch items for. The bus knows: a server asks to be told of their end.
     static int watchers() { return rules(",arg2=''"); }
     /// How many of the bus's match rules contain this.

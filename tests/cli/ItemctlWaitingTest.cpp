@@ -4,7 +4,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <QDBusConnectionInterface>
 #include <QTest>
 
 #include <csignal>
@@ -131,23 +130,6 @@ private Q_SLOTS:
             "\n");
     }
 
-    void watchSurvivesARestart()
-    {
-        succeed({ "call", "write", "state=3" });
-        const auto watch = startWatching({ "watch", "state", "--count", "2", "--timeout", "60" });
-        QVERIFY(watch);
-        m_servers.kill();
-        QVERIFY(m_servers.start());
-        QTRY_COMPARE(watchers(), 1);
-        succeed({ "call", "write", "state=200" });
-        const Finished finished = finish(*watch);
-        QCOMPARE(finished.status, 0);
-        // What differs after the return counts as a change.
-        QCOMPARE(finished.out, ":result:demo:mod:state: 0 (Off)\n:result:demo:mod:state: 200 (Gone Wrong)\n");
-        QVERIFY2(finished.err.contains("server demo left the bus") && finished.err.contains("is back"),
-                 qPrintable(finished.err));
-    }
-
     void waitForSeveralTogether()
     {
         const auto wait =
@@ -174,19 +156,6 @@ private Q_SLOTS:
         QVERIFY2(finished.err.contains("pin:applicable does not hold, it does not apply"),
                  qPrintable(finished.err));
         QVERIFY(!finished.err.contains("enabled"));
-    }
-
-    void watchTakesWhatAServerBringsBack()
-    {
-        const auto watch = startWatching({ "watch", "--count", "1", "--timeout", "60" });
-        QVERIFY(watch);
-        m_servers.kill();
-        QVERIFY(m_servers.start("demo", "new"));
-        QTRY_COMPARE(watchers(), 1);
-        succeed({ "call", "write", "state=3" });
-        QCOMPARE(finish(*watch).out, ":result:demo:new:state: 3 (On)\n");
-        m_servers.kill();
-        QVERIFY(m_servers.start());
     }
 
     void tellsThePresentFirst_data()
@@ -218,137 +187,6 @@ private Q_SLOTS:
         QVERIFY(watch);
         succeed({ "call", "write", "state=3" });
         QTEST(finish(*watch).out, "out");
-    }
-
-    void awaitsItsServer_data()
-    {
-        const Rows<QStringList, QString> row("arguments", "out");
-        row("wait", { "wait", "state=Off", "--json" }, R"("value":0)");
-        row("watch", { "watch", "state", "--initial", "--count", "1" }, ":result:demo:mod:state: 0 (Off)\n");
-        row("its address", { "wait", ":result:demo:mod:state:=Off", "--json" }, R"("value":0)");
-        row("while another is there", { "wait", "mod:state=Off", "--json" }, R"("value":0)");
-    }
-
-    void awaitsItsServer()
-    {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, out);
-        m_servers.kill();
-        const bool another = QTest::currentDataTag() == QByteArray("while another is there");
-        if (another) {
-            QVERIFY(m_servers.start("other", "side"));
-        }
-        const QString missing = another ? "no item" : "no server";
-        const Finished soon = itemctl(arguments + QStringList{ "--await-server", "--timeout", "0.1" });
-        QCOMPARE(soon.status, 4);
-        QVERIFY2(soon.err.contains("timed out after 0.1 s: " + missing), qPrintable(soon.err));
-        QCOMPARE(itemctl(arguments).status, another ? 3 : 5);
-        const auto waiting = startItemctl(arguments + QStringList{ "--await-server", "--timeout", "60" });
-        QTRY_COMPARE(rules("arg0namespace='tov.base'"), 1);
-        QVERIFY(m_servers.start());
-        if (arguments.contains("watch")) {
-            QTRY_COMPARE(watchers(), 1);
-            succeed({ "call", "write", "state=3" });
-        }
-        const Finished finished = finish(*waiting);
-        QCOMPARE(finished.status, 0);
-        QVERIFY2(finished.out.contains(out), qPrintable(finished.out));
-        if (another) {
-            m_servers.kill("other");
-        }
-    }
-
-    // The bus wakes it for what it was asked about and for nothing else.
-    void listensToTheServersThatItIsAbout_data()
-    {
-        const Rows<QStringList> row("arguments");
-        row("wait", { "wait", "mod:state=On" });
-        row("wait, a list", { "wait", "mod:rowName[*]=x" });
-        row("watch", { "watch", "mod:state", "mod:row*" });
-        row("until", { "call", "mod:echo", "x", "--until", "mod:state=On", "--timeout", "60" });
-    }
-
-    void listensToTheServersThatItIsAbout()
-    {
-        QFETCH(QStringList, arguments);
-        QVERIFY(m_servers.start("other", "side"));
-        const int others = rules(QString());
-        const auto process = startItemctl(arguments);
-        QTRY_COMPARE(watchers(), 1);
-        succeed({ "get", "mod:state" }); // behind what it has asked
-        // It wants the changes, the server's end and its return, and the end of the bus; the server, its end.
-        QTRY_COMPARE(rules(QString()) - others, 4 + 1);
-        QCOMPARE(rules("tov.base.other"), 0);
-        process->terminate();
-        finish(*process);
-        const Finished misspelt = itemctl({ "wait", "mod:state=On", "side:enabld=true" });
-        QVERIFY2(misspelt.err.contains(R"(did you mean "side:enabled"?)"), qPrintable(misspelt.err));
-        m_servers.kill("other");
-    }
-
-    // What it had does not count while it is away.
-    void waitDoesNotTrustAnAbsentServer()
-    {
-        QVERIFY(m_servers.start("other", "side"));
-        succeed({ "call", "mod:write", "serial=1" });
-        auto wait =
-            startItemctl({ "wait", "--json", "mod:serial~.", "side:enabled=true", "--timeout", "60" });
-        QTRY_COMPARE(watchers(), 2);
-        succeed({ "get", "mod:state" });
-        m_servers.kill();
-        succeed({ "set", "side:enabled", "true" });
-        QVERIFY(m_servers.start());
-        const Finished finished = finish(*wait);
-        QCOMPARE(finished.status, 0);
-        const auto items = nlohmann::json::parse(finished.out.toStdString());
-        QCOMPARE(items[0].value("value", 0ULL), 18446744073709551615ULL); // as it is after the restart
-        m_servers.kill("other");
-    }
-
-    void endsWithTheBus()
-    {
-        succeed({ "set", "enabled", "true" });
-        succeed({ "call", "write", "state=3" });
-        const auto watch = startWatching({ "watch" });
-        QVERIFY(watch);
-        // About applicability: a value is looked up in the enumeration first, and QtDBus can wait for ever
-        // for the answer of a bus that ends meanwhile.
-        const auto wait = startItemctl({ "wait", "pin:inapplicable", "--timeout", "60" });
-        QTRY_COMPARE(watchers(), 2);
-        succeed({ "get", "state" }); // behind what both have asked
-        const auto bus = QDBusConnection::sessionBus().interface()->servicePid("org.freedesktop.DBus");
-        ::kill(static_cast<pid_t>(bus.value()), SIGKILL); // there is no test behind this one
-        for (QProcess* process : { watch.get(), wait.get() }) {
-            const Finished finished = finish(*process);
-            QVERIFY2(finished.status == 5,
-                     qPrintable(QString("%1 ended with %2: %3")
-                                    .arg(process->arguments().first())
-                                    .arg(finished.status)
-                                    .arg(finished.err)));
-            QVERIFY2(finished.err.contains("the session bus went away"), qPrintable(finished.err));
-        }
-    }
-
-private:
-    static Finished finish(QProcess& process)
-    {
-        if (!Patience::waitFor([&process] { return process.state() == QProcess::NotRunning; })) {
-            process.kill();
-        }
-        return ::finish(process);
-    }
-    /// Starts the program and returns when the server watches for it.
-    static std::unique_ptr<QProcess> startWatching(const QStringList& arguments)
-    {
-        auto process = startItemctl(arguments);
-        if (!Patience::waitFor([] { return watchers() == 1; })) {
-            return nullptr;
-        }
-        // The server answers in order: with this answer, that to the watcher is on its way as well. The bus
-        // may notice later that whoever asked has left.
-        const bool isAnswered =
-            itemctl({ "get", "state" }).status == 0 && Patience::waitFor([] { return watchers() == 1; });
-        return isAnswered ? std::move(process) : nullptr;
     }
 };
 

@@ -109,7 +109,7 @@ void BusFront::note(const QDBusMessage& message)
     m_calls.push_back(std::move(call));
 }
 
-// Faults befall requests here, and nowhere else.
+// Faults befall whole requests here, and single values in answerTo(); nowhere else.
 void BusFront::take(Request request)
 {
     if (m_hasEnded) {

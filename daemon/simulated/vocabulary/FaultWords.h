@@ -21,7 +21,8 @@ enum class FaultKind {
     None
 };
 
-/// How a person asks for a fault, and reads of it. A row here and its effect in bus/BusFront are a fault.
+/// How a person asks for a fault, and reads of it. A row here and its effect in bus/BusFront are a
+/// fault; docs/simctl.1, control/tov.sim.Radio1.xml and tests/cli/check-completion name the words.
 struct FaultWord
 {
     FaultKind kind;
