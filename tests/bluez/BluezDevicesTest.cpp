@@ -217,7 +217,8 @@ private Q_SLOTS:
         proxy().ConnectAddr(0x002200000001);
         QTRY_VERIFY(m_bluez->called({ "Device1.Connect" }));
         m_bluez->answerAfterAll("Device1.Connect", "Failed", "br-connection-key-missing");
-        QTRY_COMPARE(end(proxy().Pair(0x002200000001)), "Failed"); // it has forgotten us
+        QTRY_COMPARE(end(proxy().Pair(0x002200000001)), "Failed");
+        QVERIFY(told("has forgotten the pairing"));
         proxy().UnPair(0x002200000001);
         QTRY_VERIFY(m_bluez->called({ "Adapter1.RemoveDevice" }));
     }

@@ -143,6 +143,7 @@ private Q_SLOTS:
         }
         QTRY_COMPARE(allCarried<int>(stateSpy), states);
         const bool paired = states.last() == 6;
+        QTRY_VERIFY(paired || told(answer == "cancel" ? "the other device refused" : "it was refused here"));
         const bool shown = question.startsWith("Display");
         QCOMPARE(proxy().confirmationCode(), shown && paired ? code : QString());
         QTRY_VERIFY(!shown || paired || m_bluez->called({ "Device1.Disconnect" }));

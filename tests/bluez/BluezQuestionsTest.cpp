@@ -48,6 +48,7 @@ private Q_SLOTS:
         QTRY_COMPARE(proxy().pairState(), 4);
         if (ends) {
             m_radio->process().signal(SIGTERM);
+            QTRY_VERIFY(told("the radio went off or away"));
         } else {
             QSignalSpy states(&proxy(), &BluetoothIf::pairStateChanged);
             callAgent("RequestConfirmation", { device, 2U });
@@ -118,6 +119,7 @@ private Q_SLOTS:
             QCOMPARE(end(call), "Rejected");
             QTRY_COMPARE(proxy().pairState(), 200);
         }
+        QTRY_COMPARE(timesTold("it was refused here"), 2);
         QTRY_COMPARE(timesTold("00:22:00:00:00:01 was refused again; it is not heard for 10 s"), 1);
         proxy().Scan();
         QTRY_COMPARE(proxy().scanState(), 1);
@@ -151,6 +153,7 @@ private Q_SLOTS:
         m_bluez->answer(Pair, {});
         QTEST(end(proxy().Pair(PhoneNumber)), "pair");
         QTRY_COMPARE(allCarried<int>(stateSpy), states);
+        QTRY_VERIFY(agreed || told("it was refused here"));
         QCOMPARE(end(call), agreed ? "done" : "Rejected");
     }
 
@@ -165,6 +168,7 @@ private Q_SLOTS:
         QCOMPARE(end(proxy().PINreply("5190")), "NothingPending");
         m_bluez->answerAfterAll(Pair, "AuthenticationCanceled");
         QTRY_COMPARE(proxy().pairState(), 200);
+        QTRY_VERIFY(told("it was refused here"));
     }
 
     void looksForWhoIsNotKnown()
@@ -202,6 +206,7 @@ private Q_SLOTS:
             m_bluez->change(device, "Device1", { { "Connected", false } });
         }
         QTRY_COMPARE(proxy().pairState(), 201);
+        QTRY_VERIFY(told("did not agree on a key"));
     }
 
     // The program's clock goes faster than ours, so that its long limits need no long test.
@@ -230,6 +235,7 @@ private Q_SLOTS:
             proxy().ConfirmCode();
             QTRY_COMPARE(proxy().pairState(), 6);
             QTRY_COMPARE(proxy().pairState(), 201);
+            QTRY_VERIFY(told("did not agree on a key"));
         } else {
             QSignalSpy states(&proxy(), &BluetoothIf::scanStateChanged);
             proxy().Scan();

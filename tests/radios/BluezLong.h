@@ -27,15 +27,15 @@ private Q_SLOTS:
     void restartsInAnyOrder()
     {
         QFETCH(bool, daemonFirst);
-        m_guest.killBluetoothd();
+        m_guest.machine().killBluetoothd();
         QVERIFY(m_world.await("status", "No Device"));
-        m_guest.unplug();
+        m_guest.machine().unplug();
         if (daemonFirst) {
-            m_guest.startBluetoothd();
-            m_guest.plugIn();
+            m_guest.machine().startBluetoothd();
+            m_guest.machine().plugIn();
         } else {
-            m_guest.plugIn();
-            m_guest.startBluetoothd();
+            m_guest.machine().plugIn();
+            m_guest.machine().startBluetoothd();
         }
         QCOMPARE(m_guest.awaitAdapters(), QString());
         QVERIFY(m_world.await("status", "On"));
@@ -46,14 +46,15 @@ private Q_SLOTS:
     void anotherProgramUsesTheAdapter()
     {
         const QString device = m_guest.device(Way::Code, true);
-        QCOMPARE(guestbluez::setAdapter(FirstAdapter, { { "Alias", "Theirs" }, { "Discoverable", false } }),
+        QCOMPARE(problemOf(guestbluez::setAdapter(EmulatedControllers::FirstAdapter,
+                                                  { { "Alias", "Theirs" }, { "Discoverable", false } })),
                  QString());
-        QVERIFY(guestbluez::call(FirstAdapter, guestbluez::AdapterInterface, "StartDiscovery").type()
+        QVERIFY(guestbluez::call(EmulatedControllers::FirstAdapter, guestbluez::AdapterInterface, "StartDiscovery").type()
                 != QDBusMessage::ErrorMessage);
         RadioWorld::trigger("scan");
         QVERIFY(m_world.await([&] { return m_world.row("scanresultsAddr", device) >= 0; }));
         QVERIFY(m_world.await("scanstate", "Scan Complete"));
-        guestbluez::call(FirstAdapter, guestbluez::AdapterInterface, "StopDiscovery");
+        guestbluez::call(EmulatedControllers::FirstAdapter, guestbluez::AdapterInterface, "StopDiscovery");
         QCOMPARE(pairWith(m_world, device), "Paired");
         QVERIFY(m_world.output().contains("another program has changed the adapter"));
         QVERIFY(m_world.enable(false));
@@ -61,7 +62,5 @@ private Q_SLOTS:
     }
 
 private:
-    static constexpr const char* FirstAdapter = "/org/bluez/hci0";
-
     GuestScenery& m_guest;
 };
