@@ -62,9 +62,13 @@ private:
         return std::chrono::milliseconds(m_time.elapsed());
     }
 
-    // BluezRadio.cpp: the adapter and its power
+    // BluezRadio.cpp: the adapter that is ours
     void useAdapter(const BluezQt::AdapterPtr& adapter);
     void loseAdapter();
+    void silence();
+    void putBack();
+
+    // BluezRadioPower.cpp: on and off, and what others do with the adapter
     void switchOn();
     void openUp();
     void switchOff();
@@ -72,8 +76,6 @@ private:
     void followPower();
     void followAdapter();
     void powerRefused(bool on, const QDBusError& error);
-    void silence();
-    void putBack();
 
     // BluezRadioDevices.cpp: scan, pair, connect
     void lookAround();
@@ -84,6 +86,8 @@ private:
     void takeQuestion(const QString& devicePath, const PairingQuestion& question);
     void changeLink(const BluezQt::DevicePtr& device, const QString& method);
     [[nodiscard]] BluezQt::DevicePtr deviceOf(qulonglong address) const;
+
+    static constexpr const char* Blocked = "the adapter is blocked; \"rfkill unblock bluetooth\" frees it";
 
     QString m_name;
     bool m_isPrivate;

@@ -85,6 +85,49 @@ private Q_SLOTS:
         QTRY_COMPARE(headsets.size(), 1);
     }
 
+    void headsetIsThereWithItsSound_data()
+    {
+        const Rows<bool, bool> row("hasSoundServer", "early");
+        row("a sound server", true, false);
+        row("one, before us", true, true);
+        row("none", false, false);
+    }
+
+    // A link alone carries no sound, where a sound server would show that it does.
+    void headsetIsThereWithItsSound()
+    {
+        QFETCH(bool, hasSoundServer);
+        QFETCH(bool, early);
+        const auto uuids = [](const QString& brief) {
+            return QVariantMap{ { "UUIDs", QStringList{ brief + "-0000-1000-8000-00805f9b34fb" } } };
+        };
+        m_bluez->appear();
+        m_bluez->addAdapter(hci0(), hasSoundServer ? uuids("0000110a") : QVariantMap());
+        const QString headset = addPaired(phone(), "Headset");
+        m_bluez->change(headset, "Device1", uuids("0000110b"));
+        if (early) {
+            m_bluez->change(headset, "Device1", { { "Connected", true } });
+            m_bluez->addTransport(headset);
+        }
+        QVERIFY(m_radio->appear());
+        QTRY_COMPARE(paired(), QStringList{ early ? "Headset=4" : "Headset=0" });
+        QSignalSpy headsets(&proxy(), &BluetoothIf::headsetConnected);
+        m_bluez->change(headset, "Device1", { { "Connected", true } });
+        if (hasSoundServer && !early) {
+            QTRY_COMPARE(paired(), QStringList{ "Headset=1" });
+            QVERIFY(headsets.isEmpty());
+            m_bluez->addTransport(headset);
+        }
+        QTRY_COMPARE(paired(), QStringList{ "Headset=4" });
+        if (!early) {
+            QTRY_COMPARE(headsets.size(), 1);
+        }
+        if (hasSoundServer) {
+            m_bluez->remove(headset + "/fd0");
+            QTRY_COMPARE(paired(), QStringList{ "Headset=1" });
+        }
+    }
+
     void scanListsWhatItHears()
     {
         QVERIFY(startOn());

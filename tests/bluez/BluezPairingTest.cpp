@@ -274,8 +274,7 @@ private Q_SLOTS:
         QFETCH(QStringList, uuids);
         QFETCH(BluezQt::Device::Type, type);
         QFETCH(uint, bits);
-        QCOMPARE(bt::connectionBits(true, uuids, type), bits);
-        QCOMPARE(bt::connectionBits(false, uuids, type), 0U);
+        QCOMPARE(bt::connectionBits(uuids, type, std::nullopt), bits);
     }
 };
 

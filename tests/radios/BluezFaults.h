@@ -37,6 +37,7 @@ private Q_SLOTS:
         m_guest.machine().killBluetoothd();
         QVERIFY(m_world.await("status", "No Device"));
         QVERIFY(m_world.await("pairstate", "Idle"));
+        QVERIFY(m_world.awaitTold("the radio went off or away"));
         QCOMPARE(m_world.text("confirmationcode"), QString());
         QCOMPARE(m_world.text("pairlistAddr:0"), QString());
 

@@ -49,7 +49,9 @@ private Q_SLOTS:
         QCOMPARE(problemOf(guestbluez::setAdapter(EmulatedControllers::FirstAdapter,
                                                   { { "Alias", "Theirs" }, { "Discoverable", false } })),
                  QString());
-        QVERIFY(guestbluez::call(EmulatedControllers::FirstAdapter, guestbluez::AdapterInterface, "StartDiscovery").type()
+        QVERIFY(guestbluez::call(EmulatedControllers::FirstAdapter, guestbluez::AdapterInterface,
+                                 "StartDiscovery")
+                    .type()
                 != QDBusMessage::ErrorMessage);
         RadioWorld::trigger("scan");
         QVERIFY(m_world.await([&] { return m_world.row("scanresultsAddr", device) >= 0; }));
