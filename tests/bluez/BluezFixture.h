@@ -96,7 +96,7 @@ protected:
     /// Begins to pair with the phone, which bluetoothd does not answer for the time being. @return its path
     QVariant pairWithPhone()
     {
-        const QVariant device = path(m_bluez->addDevice(hci0(), phone()));
+        QVariant device = path(m_bluez->addDevice(hci0(), phone()));
         m_bluez->answer(Pair, {});
         proxy().Pair(PhoneNumber);
         [&] {

@@ -60,7 +60,7 @@ private Q_SLOTS:
         QSignalSpy companion(&daemon, &BluetoothIf::mtConnectionEstablished);
         RadioWorld::trigger("registerrfcommuuid", uuid);
         QCOMPARE(pairWith(m_world, m_guest.device(Way::Code, true)), "Paired");
-        m_guest.second().connectTo(GuestScenery::adapterProperty("Address").toString(), uuid);
+        SecondRadio::connectTo(GuestScenery::adapterProperty("Address").toString(), uuid);
         QTRY_COMPARE_WITH_TIMEOUT(companion.size(), 1, 60'000);
         RadioWorld::trigger("unregisterrfcommuuid", uuid);
     }

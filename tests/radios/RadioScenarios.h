@@ -42,11 +42,11 @@ private Q_SLOTS:
         row("by code", Way::Code, true, Yes, {}, code, "Paired", "");
         row("by code, we refuse", Way::Code, true, No, {}, code, "Failed", "refused here");
         row("by code, they refuse", Way::Code, false, Yes, {}, "", "Failed Authentication",
-            "the other device refused");
+            m_world.scenery().heard("the other device refused"));
         row("just works", Way::JustWorks, true, Yes, {}, "", "Paired", "");
         row("by PIN", Way::Pin, true, Yes, pin, "PIN Needed", "Paired", "");
         row("by PIN, a wrong one", Way::Pin, true, Yes, "1234", "PIN Needed", "Failed Authentication",
-            "did not take the PIN");
+            m_world.scenery().heard("did not take the PIN"));
         row("by PIN, we refuse", Way::Pin, true, No, {}, "PIN Needed", "Failed", "refused here");
     }
 
