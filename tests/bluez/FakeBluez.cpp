@@ -72,7 +72,7 @@ QString FakeBluez::addDevice(const QString& adapter, const QString& address, con
 
 QString FakeBluez::addTransport(const QString& device)
 {
-    const QString path = device + "/fd0";
+    QString path = device + "/fd0";
     m_objects.insert(QDBusObjectPath(path),
                      { { "org.bluez.MediaTransport1",
                          { { "Device", QVariant::fromValue(QDBusObjectPath(device)) },

@@ -51,7 +51,7 @@ public:
     QDBusPendingCall callBack(const QString& interface, const QString& method, const QVariantList& arguments);
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
-    QString introspect(const QString& /*path*/) const override { return {}; }
+    [[nodiscard]] QString introspect(const QString& /*path*/) const override { return {}; }
 
 private:
     [[nodiscard]] QVariantList valuesFor(const QDBusMessage& message);

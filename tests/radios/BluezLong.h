@@ -43,6 +43,12 @@ private Q_SLOTS:
         QCOMPARE(pairWith(m_world, m_guest.device(Way::Code, true)), "Paired");
     }
 
+    void nobodyIsThere()
+    {
+        QCOMPARE(pairWith(m_world, Scenery::nobody()), "Failed Connecting");
+        QVERIFY(m_world.awaitTold("the other device does not answer"));
+    }
+
     // Another program names the adapter, hides it, and looks around as well.
     void anotherProgramUsesTheAdapter()
     {
