@@ -29,7 +29,7 @@ foreach(component host radio simulator tools testkit)
     install(TARGETS ${programs_${component}} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
     bluetooth_run_path(bin ${programs_${component}})
 endforeach()
-install(PROGRAMS ${PROJECT_SOURCE_DIR}/world/tour RENAME bluetoothtour
+install(PROGRAMS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/bluetoothtour
     DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT testkit)
 
 # Private to the host, which opens it by this path from its own folder: whatever GNUInstallDirs would have.

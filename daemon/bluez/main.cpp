@@ -3,6 +3,7 @@
 #include "DaemonService.h"
 #include "EndingSignals.h"
 #include "Notice.h"
+#include "Version.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -22,6 +23,7 @@ void printUsage()
     std::fputs(
         "usage: bluezradio NAME 1 1\n"
         "       bluezradio --check [--json]\n"
+        "       bluezradio --version\n"
         "Offers this machine's Bluetooth radio, by BlueZ, as com.qarn.bluetooth on the system bus.\n"
         "NAME is what other devices see. BLUEZ_ADAPTER chooses the adapter, by its address or as \"hci1\"; "
         "otherwise\nit is the lowest one. BLUEZ_SERVICES are the UUIDs of the services that paired devices "
@@ -83,6 +85,9 @@ int main(int argc, char* argv[])
     base::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
+    if (base::tellVersion("bluezradio", arguments)) {
+        return 0;
+    }
     if (isCheck(arguments)) {
         check(arguments.size() == 3);
     }
