@@ -2,6 +2,7 @@
 #include "Checkup.h"
 #include "DaemonService.h"
 #include "EndingSignals.h"
+#include "Journal.h"
 #include "Notice.h"
 #include "Version.h"
 
@@ -80,6 +81,7 @@ bool isCheck(const QStringList& arguments)
 
 int main(int argc, char* argv[])
 {
+    bt::writeJournalAs("bluezradio");
     qSetMessagePattern(QStringLiteral("bluezradio: %{message}"));
     QLoggingCategory::setFilterRules(QStringLiteral("kf.bluezqt*=false")); // we say what matters ourselves
     base::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program

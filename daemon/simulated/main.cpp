@@ -1,4 +1,5 @@
 #include "EndingSignals.h"
+#include "Journal.h"
 #include "Notice.h"
 #include "ScenarioFiles.h"
 #include "Settings.h"
@@ -68,6 +69,7 @@ int simulate(const bt::Settings& settings, const QString& name)
 
 int main(int argc, char* argv[])
 {
+    bt::writeJournalAs("bluesim");
     qSetMessagePattern(QStringLiteral("bluesim: %{message}"));
     base::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
     const QCoreApplication application(argc, argv);
