@@ -53,9 +53,6 @@ endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.zsh RENAME _itemctl
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tools)
 
-# What the module's items are, in words, for "itemctl describe".
-install(FILES ${PROJECT_SOURCE_DIR}/module/bluetooth.items.json DESTINATION ${CMAKE_INSTALL_DATADIR}/ipc COMPONENT host)
-
 # The interfaces as their XML, for whoever generates proxies.
 install(FILES ${PROJECT_SOURCE_DIR}/dbus/com.qarn.bluetooth.xml ${PROJECT_SOURCE_DIR}/framework/bus/tov.base.Items.xml
     DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces COMPONENT ipc-dev)
