@@ -44,6 +44,8 @@ struct TypedOptions
     std::vector<std::string> modules;
     bool check = false;
     bool json = false;
+    bool isPrivate = false;
+    bool on = false;
     bool tour = false;
 };
 
@@ -85,6 +87,9 @@ void describe(CLI::App& app, TypedOptions& typed)
                                "with --radio bluez: run nothing, but look at what it needs of this machine;\n"
                                "ends with 0 when all is fine, 1 with a note, 3 when it cannot work");
     app.add_flag("--json", typed.json, "with --check: an object a line")->needs(check);
+    app.add_flag("--private", typed.isPrivate,
+                 "with --radio bluez: leave the adapter's name alone, and whether others find it");
+    app.add_flag("--on", typed.on, "switch the radio on first, and wait until it is on");
     app.add_option("--scenario", typed.scenario,
                    "the simulated radio's surroundings (a small room of devices)")
         ->type_name("NAME|FILE")
@@ -262,9 +267,14 @@ base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<s
     if (found && run.checks && !run.machineBus) {
         return misused(QStringLiteral("--check: only \"--radio bluez\" needs something of this machine"));
     }
+    run.isPrivate = typed.isPrivate;
+    run.switchesOn = typed.on;
     if (found && !run.adapter.isEmpty() && !run.machineBus) {
         return misused(QStringLiteral("--adapter %1: only \"--radio bluez\" and \"guest\" play on an adapter")
                            .arg(run.adapter));
+    }
+    if (found && run.isPrivate && !run.machineBus) {
+        return misused(QStringLiteral("--private: only \"--radio bluez\" plays on an adapter"));
     }
     return found.map([&run] { return run; });
 }

@@ -16,6 +16,8 @@ struct RunOptions
     bool json = false; ///< what is found there
     QString adapter; ///< of the machine's, for the controller; empty is its own choice
     bool isGuest = false; ///< all of it in the emulated machine
+    bool isPrivate = false; ///< the adapter's name and visibility stay as they are
+    bool switchesOn = false; ///< the radio, before the command
     bool machineBus = false; ///< the controller also speaks to the machine's own system bus
     QString scenario; ///< a name, or the path of a file; one that can be simulated
     QString state;

@@ -70,6 +70,42 @@ int openLog(const QByteArray& path)
     return open(path.constData(), access | O_APPEND | O_TRUNC | O_CLOEXEC | O_NOCTTY);
 }
 
+/// For --on. The live view shows how it comes on; every other command finds it on.
+/// @return as a shell counts it.
+int switchOn(bool isLiveView, const world::ForegroundSignals& signalsOfOurs)
+{
+    constexpr int Limit = 30; // s
+    const world::FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    world::Command command;
+    command.arguments = QStringLiteral("itemctl set enabled true").split(QLatin1Char(' '));
+    if (!isLiveView) {
+        command.arguments << QStringLiteral("--until") << QStringLiteral("status=On")
+                          << QStringLiteral("--timeout") << QString::number(Limit);
+    }
+    command.place = world::Command::Place::Foreground;
+    command.output = nowhere.get();
+    world::ChildProcess process;
+    const int status = process.start(command) ? signalsOfOurs.supervise(process) : 127;
+    if (status != 0 && !wasEnded(status)) {
+        say(QStringLiteral("--on: the radio is not on after %1 s").arg(Limit));
+        return Unavailable;
+    }
+    return status;
+}
+
+/// @return as a shell counts it.
+int supervise(const world::Command& command, world::World& world,
+              const world::ForegroundSignals& signalsOfOurs)
+{
+    world::ChildProcess process;
+    const auto started = process.start(command);
+    // Its end has two listeners, and each needs a descriptor of its own.
+    const world::FileDescriptor ended(fcntl(process.descriptor(), F_DUPFD_CLOEXEC, 0));
+    world.setCancel(ended.get());
+    return started ? signalsOfOurs.supervise(process)
+                   : commandFailed(command.arguments.first(), started.error());
+}
+
 /// Runs the command, and tells meanwhile what a person should know.
 int runCommand(const world::RunOptions& options, world::World& world,
                const world::ForegroundSignals& signalsOfOurs, world::NoticeLog& log,
@@ -91,14 +127,11 @@ int runCommand(const world::RunOptions& options, world::World& world,
     {
         const world::Terminal terminal;
         const world::HostControl control(world);
-        world::ChildProcess process;
-        const auto started = process.start(command);
-        // Its end has two listeners, and each needs a descriptor of its own.
-        const world::FileDescriptor ended(fcntl(process.descriptor(), F_DUPFD_CLOEXEC, 0));
-        world.setCancel(ended.get());
         log.read(); // what was said before
-        status = started ? signalsOfOurs.supervise(process)
-                         : commandFailed(options.command.first(), started.error());
+        status = options.switchesOn ? switchOn(options.isLiveView, signalsOfOurs) : 0;
+        if (status == 0) {
+            status = supervise(command, world, signalsOfOurs);
+        }
     }
     outlet.redirect(STDERR_FILENO);
     std::array<char, 4096> unread{};
@@ -185,6 +218,9 @@ void exportChoices(const world::RunOptions& options)
     }
     if (!options.adapter.isEmpty()) {
         qputenv("BLUEZ_ADAPTER", options.adapter.toLocal8Bit());
+    }
+    if (options.isPrivate) {
+        qputenv("BLUEZ_PRIVATE", "1");
     }
     if (options.machineBus) {
         // The controller finds the machine's bus here, now that the usual variable names the private one.

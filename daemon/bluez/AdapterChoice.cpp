@@ -4,8 +4,6 @@
 
 #include <BluezQt/InitManagerJob>
 
-#include <QDBusConnection>
-#include <QDBusError>
 #include <QTimer>
 
 #include <algorithm>
@@ -19,7 +17,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto NextTry = 2s;
-// bluetoothd tells of its adapters one after another when it starts.
+// bluetoothd tells of its adapters one after another when it starts. BluezQt makes its objects twice when we
+// start at the same time, and the first ones follow nothing any more.
 constexpr auto SettlingTime = 300ms;
 
 /// "/org/bluez/hci2" goes before "/org/bluez/hci10".
@@ -43,17 +42,23 @@ AdapterChoice::AdapterChoice(QString wanted)
     m_settling.setSingleShot(true);
     m_settling.setInterval(SettlingTime);
     connect(&m_settling, &QTimer::timeout, this, &AdapterChoice::choose);
+    connect(&m_bus, &BluezBus::joined, this, &AdapterChoice::followBluez);
+    connect(&m_bus, &BluezBus::failed, this, [this](const QString& why) {
+        say(QStringLiteral("the machine's system bus, where bluetoothd is, cannot be reached: %1; the radio "
+                           "comes up when both are there")
+                .arg(why));
+    });
+    connect(&m_bus, &BluezBus::lost, this, [this] {
+        m_settling.stop();
+        m_bluezRuns = false;
+        lose();
+        m_manager.reset();
+        say(QStringLiteral("the machine's system bus has ended; the radio comes up again with it"));
+    });
 }
 
-void AdapterChoice::follow()
+void AdapterChoice::followBluez()
 {
-    // BluezQt would wait for ever.
-    if (const QDBusConnection bus = QDBusConnection::systemBus(); !bus.isConnected()) {
-        say(QStringLiteral("the machine's system bus, where bluetoothd is, cannot be reached: %1; start both "
-                           "and switch the radio on again")
-                .arg(bus.lastError().message()));
-        return;
-    }
     m_manager = std::make_unique<BluezQt::Manager>();
     BluezQt::Manager* const manager = m_manager.get();
     connect(manager, &BluezQt::Manager::adapterAdded, this, &AdapterChoice::chooseSoon);
@@ -64,10 +69,14 @@ void AdapterChoice::follow()
         }
     });
     connect(manager, &BluezQt::Manager::operationalChanged, this, [this](bool operational) {
-        if (operational) {
-            Q_EMIT bluezCame();
-        } else {
+        if (!operational) {
+            m_settling.stop();
             lose();
+        } else {
+            m_settling.start();
+        }
+        if (std::exchange(m_bluezRuns, operational) != operational && operational) {
+            Q_EMIT bluezCame();
         }
         chooseSoon();
     });
@@ -83,22 +92,20 @@ void AdapterChoice::askForAdapters()
             chooseSoon();
             return;
         }
-        say(QStringLiteral("bluetoothd does not tell of its adapters: %1; it does to root and to whoever is "
-                           "logged in at the machine")
+        say(QStringLiteral(
+                "bluetoothd does not tell of its adapters: %1; where the system bus refuses it, its rules "
+                "for org.bluez have to let this user")
                 .arg(done->errorText()));
-        QTimer::singleShot(NextTry, this, &AdapterChoice::follow);
+        QTimer::singleShot(NextTry, m_manager.get(), [this] { followBluez(); });
     });
     job->start();
 }
 
-// Whether there is a lower one shows a little later; who is wanted is known at once.
+// Who is wanted is known at once, when bluetoothd runs already.
 void AdapterChoice::chooseSoon()
 {
-    if (m_wanted.isEmpty() && m_manager->isOperational()) {
-        m_settling.start();
-    } else {
-        choose();
-    }
+    const bool settles = m_wanted.isEmpty() || m_settling.isActive();
+    m_manager->isOperational() && settles ? m_settling.start() : choose();
 }
 
 void AdapterChoice::choose()

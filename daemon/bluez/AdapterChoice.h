@@ -1,5 +1,7 @@
 #pragma once
 
+#include "BluezBus.h"
+
 #include <BluezQt/Adapter>
 #include <BluezQt/Device>
 #include <BluezQt/Manager>
@@ -11,7 +13,7 @@
 
 namespace bt {
 
-/// The adapter that is ours, of the bluetoothd on QDBusConnection::systemBus(): the one that is wanted,
+/// The adapter that is ours, of the bluetoothd on BluezBus: the one that is wanted,
 /// otherwise the lowest when bluetoothd has told of all of them. From then on it is that one alone, by its
 /// address, also when it goes and comes back. Tells a person which it is, or why there is none, once for each
 /// reason.
@@ -23,7 +25,7 @@ public:
     /// \a wanted is an address or the last part of a path, "hci1"; empty for any.
     explicit AdapterChoice(QString wanted);
 
-    void follow();
+    void follow() { m_bus.join(); }
     /// Chooses no other one any more.
     void stop() { m_stopped = true; }
 
@@ -47,6 +49,7 @@ Q_SIGNALS:
     void blockedChanged(bool blocked);
 
 private:
+    void followBluez();
     void askForAdapters();
     void chooseSoon();
     void choose();
@@ -54,11 +57,13 @@ private:
     [[nodiscard]] QString whyNone() const;
     void lose();
 
+    BluezBus m_bus;
     std::unique_ptr<BluezQt::Manager> m_manager;
     BluezQt::AdapterPtr m_adapter;
     QString m_wanted; ///< from the first choice on its address
     QTimer m_settling;
     QString m_said;
+    bool m_bluezRuns = false; ///< as it was told
     bool m_stopped = false;
 };
 

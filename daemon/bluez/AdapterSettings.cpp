@@ -103,11 +103,14 @@ void AdapterSettings::set(const BluezQt::Adapter& adapter, const QString& proper
               QStringLiteral("setting %1 of the adapter").arg(property));
 }
 
-void AdapterSettings::makeOurs(const BluezQt::Adapter& adapter, const QString& name)
+void AdapterSettings::allowPairing(const BluezQt::Adapter& adapter)
 {
-    setName(adapter, name);
     set(adapter, QStringLiteral("PairableTimeout"), 0U);
     set(adapter, QStringLiteral("Pairable"), true);
+}
+
+void AdapterSettings::allowFinding(const BluezQt::Adapter& adapter)
+{
     set(adapter, QStringLiteral("DiscoverableTimeout"), 0U);
     set(adapter, QStringLiteral("Discoverable"), true);
 }
@@ -150,7 +153,9 @@ QList<QDBusPendingCall> AdapterSettings::restorePower(const BluezQt::Adapter& ad
 
 void AdapterSettings::forget(const BluezQt::Adapter& adapter)
 {
-    QFile::remove(fileOf(adapter));
+    if (const QString file = fileOf(adapter); !file.isEmpty()) {
+        QFile::remove(file);
+    }
 }
 
 } // namespace bt

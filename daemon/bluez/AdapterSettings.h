@@ -22,8 +22,10 @@ public:
     void remember(const BluezQt::Adapter& adapter);
     /// It was about to be switched on by somebody else when we came.
     void foundOn(const BluezQt::Adapter& adapter);
-    /// Other devices find us by our name and may ask to pair, for as long as we run.
-    void makeOurs(const BluezQt::Adapter& adapter, const QString& name);
+    /// For as long as we run other devices may ask to pair.
+    void allowPairing(const BluezQt::Adapter& adapter);
+    /// And find it.
+    void allowFinding(const BluezQt::Adapter& adapter);
     void setName(const BluezQt::Adapter& adapter, const QString& name);
     /// Whether a name of ours is on its way.
     [[nodiscard]] bool isNaming() const { return m_namings > 0; }

@@ -1,9 +1,9 @@
 #include "BluezCall.h"
 
+#include "BluezBus.h"
 #include "Notice.h"
 
 #include <QCoreApplication>
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
@@ -18,7 +18,7 @@ QDBusPendingCall sendToBluez(const BluezCall& call)
         QDBusMessage::createMethodCall(QStringLiteral("org.bluez"), call.path, call.interface, call.method);
     message.setArguments(call.arguments);
     message.setAutoStartService(false);
-    return QDBusConnection::systemBus().asyncCall(message, static_cast<int>(call.limit.count()));
+    return BluezBus::connection().asyncCall(message, static_cast<int>(call.limit.count()));
 }
 
 void askBluez(const BluezCall& call, QObject* context, BluezAnswer answer)

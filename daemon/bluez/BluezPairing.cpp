@@ -27,6 +27,11 @@ BluezPairing::BluezPairing(qulonglong address, PairingAgent& agent)
 {
     m_deadline.setSingleShot(true);
     connect(&m_deadline, &QTimer::timeout, this, &BluezPairing::endIncoming);
+    connect(this, &PairingAttempt::progressed, this, [this] {
+        if (!isUnderWay()) {
+            m_deadline.stop();
+        }
+    });
 }
 
 QString BluezPairing::deviceName() const
@@ -59,6 +64,7 @@ void BluezPairing::notFound()
 void BluezPairing::beginIncoming(const BluezQt::DevicePtr& device)
 {
     setIncoming();
+    m_events.emplace();
     adopt(device);
     enter(PairState::Incoming);
 }
@@ -110,7 +116,8 @@ void BluezPairing::endIncoming()
     if (m_device->isPaired()) {
         succeed();
     } else {
-        fail(Cause::NoCommonKey);
+        const Cause heard = Cause::NoCommonKey;
+        fail(heard, causeText(m_events->causeOf(address()).value_or(heard)));
     }
 }
 

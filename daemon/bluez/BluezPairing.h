@@ -55,7 +55,7 @@ private:
     bool m_codeOnlyShown = false;
     /// bluetoothd tells nobody how a pairing ends that the other side began.
     QTimer m_deadline;
-    std::optional<ManagementEvents> m_events; ///< since we called the device
+    std::optional<ManagementEvents> m_events; ///< since the two spoke to each other
 };
 
 } // namespace bt

@@ -18,8 +18,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const QLatin1String Blocked("the adapter is blocked; \"rfkill unblock bluetooth\" frees it");
-
 // Of the second that the end of this program may take.
 constexpr auto PutBackLimit = 500ms;
 // For another's switching of the power to show.
@@ -52,8 +50,9 @@ bool waitFor(const QList<QDBusPendingCall>& calls, std::chrono::milliseconds lim
 
 } // namespace
 
-BluezRadio::BluezRadio(QString name, QString adapter)
+BluezRadio::BluezRadio(QString name, QString adapter, bool isPrivate)
     : m_name(std::move(name))
+    , m_isPrivate(isPrivate)
     , m_choice(std::move(adapter))
 {
     m_time.start();
@@ -142,6 +141,9 @@ void BluezRadio::useAdapter(const BluezQt::AdapterPtr& adapter)
     connect(m_bonded.get(), &BondedDevices::headsetConnected, this, &Radio::headsetConnected);
     connect(m_bonded.get(), &BondedDevices::deviceDisconnected, this, &Radio::deviceDisconnected);
     m_bonded->follow(adapter);
+    if (m_isPrivate) {
+        followAdapter();
+    }
     if (m_wantsOn) {
         switchOn();
     } else {
@@ -154,6 +156,7 @@ void BluezRadio::loseAdapter()
     m_adapter->disconnect(this);
     silence();
     m_switching = false;
+    m_wasOpen = false;
     m_busy.stop();
     m_discoverySwitch.reset();
     m_adapter.clear();
@@ -164,100 +167,11 @@ void BluezRadio::loseAdapter()
     setStatus(Status::NoDevice);
 }
 
-void BluezRadio::switchOn()
-{
-    m_settings.makeOurs(*m_adapter, m_name);
-    if (m_adapter->isPowered() && !m_switching) {
-        setStatus(Status::On);
-        return;
-    }
-    setStatus(Status::Starting);
-    askForPower(true);
-}
-
-void BluezRadio::switchOff()
-{
-    silence();
-    setStatus(Status::Stopping);
-    askForPower(false);
-}
-
-// A wish that changes meanwhile is seen to afterwards.
-void BluezRadio::askForPower(bool on)
-{
-    if (std::exchange(m_switching, true)) {
-        return;
-    }
-    askBluez(settingOf(m_adapter->ubi(), AdapterInterface, QStringLiteral("Powered"), on), m_bonded.get(),
-             [this, on](const QDBusError& error) {
-                 m_switching = false;
-                 if (m_wantsOn != on) {
-                     m_wantsOn ? switchOn() : switchOff();
-                 } else if (error.isValid()) {
-                     powerRefused(on, error);
-                 }
-             });
-}
-
-void BluezRadio::powerRefused(bool on, const QDBusError& error)
-{
-    if (isBluezError(error, "Busy")) { // another program switches it, or bluetoothd itself, by its AutoEnable
-        m_busy.start();
-        return;
-    }
-    if (isBluezError(error, "Blocked")) {
-        m_choice.say(Blocked);
-        setStatus(Status::NoDevice);
-        return;
-    }
-    tellFailure(on ? QStringLiteral("switching the adapter on") : QStringLiteral("switching the adapter off"),
-                error);
-    followPower();
-}
-
-void BluezRadio::followPower()
-{
-    if (m_adapter->isPowered()) {
-        if (m_busy.isActive() && m_wantsOn && !std::exchange(m_wasOn, true)) {
-            m_settings.foundOn(*m_adapter);
-        }
-        m_wasOn = true;
-        setStatus(m_switching && !m_wantsOn ? Status::Stopping : Status::On);
-        return;
-    }
-    silence();
-    if (m_choice.isBlocked()) {
-        m_choice.say(Blocked);
-    }
-    const bool comes = (m_switching || m_busy.isActive()) && m_wantsOn;
-    setStatus(comes ? Status::Starting : m_choice.isBlocked() ? Status::NoDevice : Status::Off);
-}
-
 void BluezRadio::silence()
 {
     endScan();
     endSearch();
     breakOff();
-}
-
-// What others change is theirs: the name is followed, and what keeps devices from us is told.
-void BluezRadio::followAdapter()
-{
-    if (!m_adapter || m_settings.isNaming()) {
-        return;
-    }
-    if (m_adapter->name() != m_name) {
-        m_name = m_adapter->name();
-        Q_EMIT localNameChanged(m_name);
-    }
-    const bool open = m_adapter->isDiscoverable() && m_adapter->isPairable();
-    if (m_adapter->isPowered() && std::exchange(m_wasOpen, open) && !open) {
-        notice(QStringLiteral(
-                   "another program has changed the adapter: other devices can no longer %1; switching the "
-                   "radio off and on again allows it")
-                   .arg(m_adapter->isDiscoverable() ? QStringLiteral("pair with it")
-                                                    : QStringLiteral("find it")));
-    }
 }
 
 void BluezRadio::stop()
@@ -289,7 +203,7 @@ void BluezRadio::putBack()
 QString BluezRadio::whyNotOn() const
 {
     return status() != Status::NoDevice     ? RadioRules::whyNotOn()
-        : m_adapter && m_choice.isBlocked() ? QString(Blocked)
+        : m_adapter && m_choice.isBlocked() ? QString::fromLatin1(Blocked)
         : m_choice.lastSaid().isEmpty()     ? QStringLiteral("bluetoothd has not told of an adapter yet")
                                             : m_choice.lastSaid();
 }

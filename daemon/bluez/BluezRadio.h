@@ -18,7 +18,7 @@
 
 namespace bt {
 
-/// This machine's radio, by BlueZ: an adapter of the bluetoothd on QDBusConnection::systemBus().
+/// This machine's radio, by BlueZ: an adapter of the bluetoothd on BluezBus.
 ///
 /// - Without bluetoothd or adapter the status is NoDevice; the radio comes up by itself when they are there.
 /// - A device to pair with that bluetoothd does not know is looked for first.
@@ -29,8 +29,9 @@ class BluezRadio : public RadioRules
     Q_OBJECT
 
 public:
-    /// \a name is what other devices see; \a adapter is an address or "hciN", empty for the lowest.
-    BluezRadio(QString name, QString adapter);
+    /// \a name is what other devices see; \a adapter is an address or "hciN", empty for the lowest. One that
+    /// is private keeps its name, and is found by others as it was before.
+    BluezRadio(QString name, QString adapter, bool isPrivate);
     ~BluezRadio() override;
 
     void start() override;
@@ -61,17 +62,20 @@ private:
         return std::chrono::milliseconds(m_time.elapsed());
     }
 
-    // BluezRadio.cpp: the adapter and its power
+    // BluezRadio.cpp: the adapter that is ours
     void useAdapter(const BluezQt::AdapterPtr& adapter);
     void loseAdapter();
+    void silence();
+    void putBack();
+
+    // BluezRadioPower.cpp: on and off, and what others do with the adapter
     void switchOn();
+    void openUp();
     void switchOff();
     void askForPower(bool on);
     void followPower();
     void followAdapter();
     void powerRefused(bool on, const QDBusError& error);
-    void silence();
-    void putBack();
 
     // BluezRadioDevices.cpp: scan, pair, connect
     void lookAround();
@@ -83,7 +87,11 @@ private:
     void changeLink(const BluezQt::DevicePtr& device, const QString& method);
     [[nodiscard]] BluezQt::DevicePtr deviceOf(qulonglong address) const;
 
+    static constexpr const char* Blocked = "the adapter is blocked; \"rfkill unblock bluetooth\" frees it";
+
     QString m_name;
+    bool m_isPrivate;
+    bool m_saidOpen = false;
     AdapterChoice m_choice;
     BluezQt::AdapterPtr m_adapter; ///< null while there is none
     AdapterSettings m_settings;

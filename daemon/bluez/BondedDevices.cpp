@@ -21,7 +21,8 @@ qulonglong addressOf(const BluezQt::DevicePtr& device)
 PairEntry entryOf(const BluezQt::DevicePtr& device)
 {
     return { addressOf(device), nameOf(*device),
-             connectionBits(device->isConnected(), device->uuids(), device->type()) };
+             device->isConnected() ? connectionBits(device->uuids(), device->type(), playsThrough(*device))
+                                   : static_cast<unsigned>(NotConnected) };
 }
 
 } // namespace
@@ -74,6 +75,7 @@ void BondedDevices::watch(const BluezQt::DevicePtr& device)
     connect(device.data(), &BluezQt::Device::connectedChanged, this, again);
     connect(device.data(), &BluezQt::Device::uuidsChanged, this, again);
     connect(device.data(), &BluezQt::Device::typeChanged, this, again);
+    connect(device.data(), &BluezQt::Device::mediaTransportChanged, this, again);
     connect(device.data(), &BluezQt::Device::remoteNameChanged, this, again);
     refresh(device);
 }

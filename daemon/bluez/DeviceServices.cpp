@@ -2,6 +2,7 @@
 
 #include "RadioTypes.h"
 
+#include <BluezQt/Adapter>
 #include <BluezQt/Services>
 
 #include <QRegularExpression>
@@ -29,16 +30,20 @@ bool canBeHeadset(BluezQt::Device::Type type)
 
 } // namespace
 
-unsigned connectionBits(bool connected, const QStringList& uuids, BluezQt::Device::Type type)
+std::optional<bool> playsThrough(const BluezQt::Device& device)
 {
-    if (!connected) {
-        return NotConnected;
-    }
+    const bool isShown = offersAny(device.adapter()->uuids(), { BluezQt::Services::AudioSource })
+        && offersAny(device.uuids(), { BluezQt::Services::AudioSink });
+    return isShown ? std::optional<bool>(!device.mediaTransport().isNull()) : std::nullopt;
+}
+
+unsigned connectionBits(const QStringList& uuids, BluezQt::Device::Type type, std::optional<bool> plays)
+{
     unsigned bits = NotConnected;
     if (offersAny(uuids, { IapUuid, IapAccessoryUuid })) {
         bits |= Iap;
     }
-    if (canBeHeadset(type)
+    if (canBeHeadset(type) && plays.value_or(true)
         && offersAny(
             uuids,
             { BluezQt::Services::Headset, BluezQt::Services::Handsfree, BluezQt::Services::AudioSink })) {

@@ -1,5 +1,6 @@
 #include "PairingAgent.h"
 
+#include "BluezBus.h"
 #include "BluezCall.h"
 
 #include <QDBusConnection>
@@ -38,14 +39,9 @@ std::optional<uint> passkey(const QString& text)
 
 } // namespace
 
-PairingAgent::PairingAgent(QObject* parent)
-    : QObject(parent)
-{
-    QDBusConnection::systemBus().registerObject(agentPath(), this, QDBusConnection::ExportAllSlots);
-}
-
 void PairingAgent::registerAtBluez()
 {
+    BluezBus::connection().registerObject(agentPath(), this, QDBusConnection::ExportAllSlots);
     const QVariant path = QVariant::fromValue(QDBusObjectPath(agentPath()));
     tellBluez(managerCall(QStringLiteral("RegisterAgent"), { path, QStringLiteral("KeyboardDisplay") }),
               QStringLiteral("becoming bluetoothd's pairing agent"));
@@ -72,7 +68,7 @@ void PairingAgent::reply(const QVariantList& values)
 {
     if (m_open) {
         const QDBusMessage question = *std::exchange(m_open, std::nullopt);
-        QDBusConnection::systemBus().send(question.createReply(values));
+        BluezBus::connection().send(question.createReply(values));
     }
 }
 
@@ -80,8 +76,8 @@ void PairingAgent::refuse()
 {
     if (m_open) {
         const QDBusMessage question = *std::exchange(m_open, std::nullopt);
-        QDBusConnection::systemBus().send(question.createErrorReply(
-            QStringLiteral("org.bluez.Error.Rejected"), QStringLiteral("the user does not want it")));
+        BluezBus::connection().send(question.createErrorReply(QStringLiteral("org.bluez.Error.Rejected"),
+                                                              QStringLiteral("the user does not want it")));
     }
 }
 

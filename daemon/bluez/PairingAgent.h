@@ -28,8 +28,6 @@ class PairingAgent : public QObject, protected QDBusContext
     Q_CLASSINFO("D-Bus Interface", "org.bluez.Agent1")
 
 public:
-    explicit PairingAgent(QObject* parent = nullptr);
-
     /// Makes this the agent of this program's pairings and of those that other devices begin.
     void registerAtBluez();
     void unregisterAtBluez();

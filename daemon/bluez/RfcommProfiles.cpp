@@ -1,5 +1,6 @@
 #include "RfcommProfiles.h"
 
+#include "BluezBus.h"
 #include "BluezCall.h"
 #include "DeviceServices.h"
 #include "Notice.h"
@@ -40,7 +41,6 @@ RfcommChannel::RfcommChannel(const QDBusUnixFileDescriptor& channel)
 RfcommProfile::RfcommProfile(QString uuid)
     : m_uuid(std::move(uuid))
 {
-    QDBusConnection::systemBus().registerObject(path(), this, QDBusConnection::ExportAllSlots);
 }
 
 RfcommProfile::~RfcommProfile() = default;
@@ -53,6 +53,7 @@ QString RfcommProfile::path() const
 
 void RfcommProfile::registerAtBluez()
 {
+    BluezBus::connection().registerObject(path(), this, QDBusConnection::ExportAllSlots);
     // What a paired device connects is its business; the user has agreed to the pairing.
     // Channel 0 is any free one; without it bluetoothd listens only for the services that it knows.
     const QVariantMap options{ { QStringLiteral("Channel"), QVariant::fromValue<quint16>(0) },
@@ -132,12 +133,10 @@ base::Result<> RfcommProfiles::add(const QString& uuid, bool bluezRuns)
 // bluetoothd does not tell that a UUID is free again, the bus tells when its holder ends.
 void RfcommProfiles::waitUntilFree()
 {
-    if (!std::exchange(m_isWaiting, true)) {
-        QDBusConnection::systemBus().connect(
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"), this,
-            SLOT(tryAgain(QString, QString, QString)));
-    }
+    BluezBus::connection().connect(QStringLiteral("org.freedesktop.DBus"),
+                                   QStringLiteral("/org/freedesktop/DBus"),
+                                   QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
+                                   this, SLOT(tryAgain(QString, QString, QString)));
 }
 
 void RfcommProfiles::tryAgain(const QString& name, const QString& /*before*/, const QString& now)

@@ -91,7 +91,6 @@ private:
     void waitUntilFree();
 
     std::map<QString, std::unique_ptr<RfcommProfile>> m_profiles; ///< by the full UUID
-    bool m_isWaiting = false;
 };
 
 } // namespace bt

@@ -1,3 +1,4 @@
+#include "BluezBus.h"
 #include "BluezRadio.h"
 #include "Checkup.h"
 #include "DaemonService.h"
@@ -17,7 +18,6 @@ namespace {
 
 constexpr int UsageError = 2;
 constexpr int ArgumentCount = 4;
-constexpr const char* BusVariable = "DBUS_SYSTEM_BUS_ADDRESS";
 
 void printUsage()
 {
@@ -26,11 +26,12 @@ void printUsage()
         "       bluezradio --check [--json]\n"
         "       bluezradio --version\n"
         "Offers this machine's Bluetooth radio, by BlueZ, as com.qarn.bluetooth on the system bus.\n"
-        "NAME is what other devices see. BLUEZ_ADAPTER chooses the adapter, by its address or as \"hci1\"; "
-        "otherwise\nit is the lowest one. BLUEZ_SERVICES are the UUIDs of the services that paired devices "
-        "may use, with commas in\nbetween. BLUEZ_SYSTEM_BUS_ADDRESS is the bus of bluetoothd, where that is "
-        "another "
-        "one.\nSIGTERM puts the adapter back as it was and ends the program.\n"
+        "NAME is what other devices see.\n"
+        "SIGTERM puts the adapter back as it was and ends the program.\n"
+        "BLUEZ_ADAPTER             the adapter, by its address or as \"hci1\"; otherwise the lowest one\n"
+        "BLUEZ_PRIVATE             when set, the adapter keeps its name, and is found by others as before\n"
+        "BLUEZ_SERVICES            UUIDs of the services that paired devices may use, with commas between\n"
+        "BLUEZ_SYSTEM_BUS_ADDRESS  the bus of bluetoothd, where that is another one\n"
         "--check looks at what the radio needs of this machine, and changes nothing: a line for each thing, "
         "with what\nto do about it. It ends with 0 when all is fine, 1 with a note, 3 when the radio cannot "
         "work.\n",
@@ -44,21 +45,6 @@ QString localName(QString argument)
         argument.chop(1);
     }
     return argument;
-}
-
-/// Joins the bus of our clients. Where bluetoothd is on another one, that one is QDBusConnection::systemBus()
-/// from here on: BluezQt knows no other.
-QDBusConnection joinBusOfClients()
-{
-    const QByteArray bluez = qgetenv("BLUEZ_SYSTEM_BUS_ADDRESS");
-    const QByteArray clients = qgetenv(BusVariable);
-    if (bluez.isEmpty() || bluez == clients || clients.isEmpty()) {
-        return QDBusConnection::systemBus();
-    }
-    QDBusConnection bus =
-        QDBusConnection::connectToBus(QString::fromLocal8Bit(clients), QStringLiteral("clients"));
-    qputenv(BusVariable, bluez);
-    return bus;
 }
 
 /// "--check" and "--check --json".
@@ -78,6 +64,13 @@ bool isCheck(const QStringList& arguments)
 }
 
 } // namespace
+
+/// In the place of Qt's own, for BluezQt: it knows no other bus, and Qt's does not come back when it has
+/// ended.
+QDBusConnection QDBusConnection::systemBus()
+{
+    return bt::BluezBus::connection();
+}
 
 int main(int argc, char* argv[])
 {
@@ -100,8 +93,10 @@ int main(int argc, char* argv[])
     const base::EndingSignals signalsToEnd;
     QObject::connect(&signalsToEnd, &base::EndingSignals::received, &application, &QCoreApplication::quit);
 
-    const QDBusConnection clients = joinBusOfClients();
-    bt::BluezRadio radio(localName(arguments.at(1)), qEnvironmentVariable("BLUEZ_ADAPTER"));
+    const QDBusConnection clients =
+        QDBusConnection::connectToBus(QDBusConnection::SystemBus, QStringLiteral("clients"));
+    bt::BluezRadio radio(localName(arguments.at(1)), qEnvironmentVariable("BLUEZ_ADAPTER"),
+                         !qEnvironmentVariableIsEmpty("BLUEZ_PRIVATE"));
     bt::DaemonService service(radio);
     QObject::connect(&service, &bt::DaemonService::busLost, &application, [] {
         bt::notice(QStringLiteral("the system bus is gone"));

@@ -8,6 +8,7 @@
 #include <QDBusPendingReply>
 #include <QtTest>
 
+#include <algorithm>
 #include <memory>
 
 /// The real radio's program before a bluetoothd that does as it is told; the two meet on a bus of their own.
@@ -19,23 +20,29 @@ private Q_SLOTS:
     void initTestCase()
     {
         QCOMPARE(m_clients.start(), QString());
-        QVERIFY(m_bluezBus.start(world::MessageBus::Kind::System, m_folder.path()));
+        QVERIFY(startBluezBus());
         qputenv("XDG_RUNTIME_DIR", m_folder.path().toLocal8Bit());
-        qputenv("BLUEZ_SYSTEM_BUS_ADDRESS", m_bluezBus.address().toLocal8Bit());
+        // Without the identity of this one daemon: another may follow.
+        qputenv("BLUEZ_SYSTEM_BUS_ADDRESS", m_bluezBus.address().section(',', 0, 0).toLocal8Bit());
     }
     void init()
     {
+        m_expected = QStringList{ "the radio is /org/bluez/", "other devices will find this machine",
+                                  "but we thought it was" }; // Qt's, of a name that comes and goes
+
         m_bluez = std::make_unique<FakeBluez>(m_bluezBus.address());
         m_radio = std::make_unique<RadioProgram>(BLUEZRADIO);
     }
     void cleanup()
     {
+        const QString unexpected = unexpectedLines();
         m_radio->process().signal(SIGKILL); // it would put the adapter back first
         m_radio.reset();
         m_bluez.reset();
         for (const QString& file : runtimeFiles()) {
             QVERIFY(QFile::remove(m_folder.filePath(file)));
         }
+        QVERIFY2(unexpected.isEmpty(), qPrintable(unexpected));
     }
 
 protected:
@@ -47,12 +54,24 @@ protected:
 
     BluetoothIf& proxy() { return *m_radio->proxy; }
 
+    bool startBluezBus()
+    {
+        return m_bluezBus.start(world::MessageBus::Kind::System, m_folder.path()).has_value();
+    }
     bool startOn()
     {
         m_bluez->appear();
         m_bluez->addAdapter(hci0());
         return m_radio->appear() && Patience::waitFor([this] { return proxy().status() == 3; });
     }
+    /// What the program tells is looked at when the test has ended: these lines, parts of them, are known.
+    void expect(const QStringList& texts) { m_expected += texts; }
+    int timesTold(const QString& text)
+    {
+        expect({ text });
+        return m_radio->log().count(text);
+    }
+    bool told(const QString& text) { return timesTold(text) > 0; }
     /// Ends the program as a person does.
     void end()
     {
@@ -77,7 +96,7 @@ protected:
     /// Begins to pair with the phone, which bluetoothd does not answer for the time being. @return its path
     QVariant pairWithPhone()
     {
-        const QVariant device = path(m_bluez->addDevice(hci0(), phone()));
+        QVariant device = path(m_bluez->addDevice(hci0(), phone()));
         m_bluez->answer(Pair, {});
         proxy().Pair(PhoneNumber);
         [&] {
@@ -85,11 +104,14 @@ protected:
         }();
         return device;
     }
-    /// The last word of the error that ends a call; "done" when it went well.
-    static QString end(const QDBusPendingCall& call)
+    /// The last word of the error that ends a call; "done" when it went well. A refusal is told as well.
+    QString end(const QDBusPendingCall& call)
     {
         if (!Patience::waitFor([&] { return call.isFinished(); })) {
             return "under way";
+        }
+        if (call.isError()) {
+            expect({ "refused: " + call.error().message() });
         }
         return call.isError() ? call.error().name().section('.', -1) : "done";
     }
@@ -97,9 +119,21 @@ protected:
     static constexpr const char* Pair = "Device1.Pair";
     std::unique_ptr<FakeBluez> m_bluez;
     std::unique_ptr<RadioProgram> m_radio;
+    world::MessageBus m_bluezBus;
 
 private:
+    QString unexpectedLines()
+    {
+        QStringList lines = m_radio->log().split('\n', Qt::SkipEmptyParts);
+        const auto isExpected = [this](const QString& line) {
+            return std::any_of(m_expected.cbegin(), m_expected.cend(),
+                               [&line](const QString& text) { return line.contains(text); });
+        };
+        lines.erase(std::remove_if(lines.begin(), lines.end(), isExpected), lines.end());
+        return lines.join('\n');
+    }
+
+    QStringList m_expected;
     PrivateSystemBus m_clients;
     QTemporaryDir m_folder;
-    world::MessageBus m_bluezBus;
 };

@@ -70,6 +70,18 @@ QString FakeBluez::addDevice(const QString& adapter, const QString& address, con
     return path;
 }
 
+QString FakeBluez::addTransport(const QString& device)
+{
+    const QString path = device + "/fd0";
+    m_objects.insert(QDBusObjectPath(path),
+                     { { "org.bluez.MediaTransport1",
+                         { { "Device", QVariant::fromValue(QDBusObjectPath(device)) },
+                           { "State", "idle" },
+                           { "UUID", "0000110a-0000-1000-8000-00805f9b34fb" } } } });
+    announce(path);
+    return path;
+}
+
 void FakeBluez::announce(const QString& path)
 {
     QDBusMessage signal = QDBusMessage::createSignal("/", ObjectManager, "InterfacesAdded");

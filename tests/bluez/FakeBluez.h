@@ -28,6 +28,8 @@ public:
     void addAdapter(const QString& path, const QVariantMap& properties = {});
     /// @return the device's path.
     QString addDevice(const QString& adapter, const QString& address, const QVariantMap& properties = {});
+    /// What a sound server plays through. @return its path.
+    QString addTransport(const QString& device);
     void remove(const QString& path);
     void change(const QString& path, const QString& interface, const QVariantMap& properties);
     [[nodiscard]] QVariant property(const QString& path, const QString& name) const;

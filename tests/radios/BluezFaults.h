@@ -37,6 +37,7 @@ private Q_SLOTS:
         m_guest.machine().killBluetoothd();
         QVERIFY(m_world.await("status", "No Device"));
         QVERIFY(m_world.await("pairstate", "Idle"));
+        QVERIFY(m_world.awaitTold("the radio went off or away"));
         QCOMPARE(m_world.text("confirmationcode"), QString());
         QCOMPARE(m_world.text("pairlistAddr:0"), QString());
 
@@ -59,7 +60,7 @@ private Q_SLOTS:
         QSignalSpy companion(&daemon, &BluetoothIf::mtConnectionEstablished);
         RadioWorld::trigger("registerrfcommuuid", uuid);
         QCOMPARE(pairWith(m_world, m_guest.device(Way::Code, true)), "Paired");
-        m_guest.second().connectTo(GuestScenery::adapterProperty("Address").toString(), uuid);
+        SecondRadio::connectTo(GuestScenery::adapterProperty("Address").toString(), uuid);
         QTRY_COMPARE_WITH_TIMEOUT(companion.size(), 1, 60'000);
         RadioWorld::trigger("unregisterrfcommuuid", uuid);
     }
@@ -82,6 +83,7 @@ private Q_SLOTS:
             QCOMPARE(GuestScenery::adapterProperty(property), QVariant(false));
         }
         QCOMPARE(GuestScenery::adapterProperty("Alias"), QVariant(GuestScenery::FoundAlias));
+        QVERIFY2(!m_world.output().contains("of the adapter failed"), qPrintable(m_world.output()));
     }
 
 private:

@@ -1,6 +1,7 @@
 #include "GuestScenery.h"
 
 #include <QFile>
+#include <QProcess>
 #include <QtTest>
 
 #include <linux/rfkill.h>
@@ -65,11 +66,18 @@ void GuestScenery::takeBackRequest()
     static_cast<void>(SecondRadio::giveUpPairing(adapterProperty("Address").toString()));
 }
 
-QString GuestScenery::lowEnergyDevice(const QString& capability)
+QString GuestScenery::lowEnergyDevice(const QString& capability, Addresses addresses)
 {
     // bluetoothd prefers what it remembers of the classic one.
     const auto begun = m_machine.plugInAnew();
     awaitVisible();
+    if (addresses == Addresses::Private) {
+        for (const char* setting : { "power off", "privacy on", "power on" }) {
+            const QStringList words = QString("--index 1 " + QString(setting)).split(' ');
+            QProcess::execute("btmgmt", words);
+        }
+        awaitVisible();
+    }
     const auto advertising = begun.and_then([&] { return m_second->advertise(capability); });
     if (!advertising) {
         qWarning().noquote() << problemOf(advertising);

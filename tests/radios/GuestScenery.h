@@ -17,12 +17,19 @@ public:
     void dropLink() override { SecondRadio::dropLink(); }
     QString requestPairing() override;
     void takeBackRequest() override;
+    /// Over the air both end the same way, and the kernel's word is no other.
+    [[nodiscard]] QString heard(const QString& /*reason*/) const override
+    {
+        return "the two did not agree on a key";
+    }
     void forgetUs() override { SecondRadio::forgetDevices(); }
 
     [[nodiscard]] EmulatedControllers& machine() { return m_machine; }
     [[nodiscard]] SecondRadio& second() { return *m_second; }
     /// The second controller as a device of low energy that nobody has met. @return its address.
-    [[nodiscard]] QString lowEnergyDevice(const QString& capability);
+    /// \a addresses are private ones, where it hides its own from whoever it is not paired with.
+    enum class Addresses { Own, Private };
+    [[nodiscard]] QString lowEnergyDevice(const QString& capability, Addresses addresses = Addresses::Own);
 
     /// Waits until both adapters are there, and the second one is on. @return what went wrong.
     [[nodiscard]] QString awaitAdapters();

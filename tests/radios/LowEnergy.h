@@ -16,6 +16,24 @@ public:
     {
     }
 
+    /// Scans until a row has this value. Emulated controllers may need more than one scan to hear an
+    /// advertisement.
+    [[nodiscard]] static bool hears(RadioWorld& world, const QString& item, const QString& value)
+    {
+        constexpr int Scans = 4;
+        const auto isFound = [&] {
+            return world.row(item, value) >= 0;
+        };
+        for (int scan = 0; scan < Scans && !isFound(); ++scan) {
+            RadioWorld::trigger("scan");
+            if (!world.await("scanstate", "Scanning")
+                || !world.await([&] { return isFound() || world.text("scanstate") == "Scan Complete"; })) {
+                return false;
+            }
+        }
+        return isFound();
+    }
+
 private Q_SLOTS:
     void cleanup()
     {
@@ -51,21 +69,11 @@ private Q_SLOTS:
     }
 
 private:
-    // Emulated controllers may need more than one scan to hear an advertisement.
     [[nodiscard]] bool askToPair(const QString& capability, const QString& question)
     {
-        constexpr int Scans = 4;
         const QString device = m_guest.lowEnergyDevice(capability);
-        const auto isFound = [&] {
-            return m_world.row("scanresultsAddr", device) >= 0;
-        };
-        for (int scan = 0; scan < Scans && !isFound(); ++scan) {
-            RadioWorld::trigger("scan");
-            if (!m_world.await("scanstate", "Scanning") || !m_world.await([&] {
-                    return isFound() || m_world.text("scanstate") == "Scan Complete";
-                })) {
-                return false;
-            }
+        if (!hears(m_world, "scanresultsAddr", device)) {
+            return false;
         }
         RadioWorld::trigger("pair", device);
         return m_world.await("pairstate", question);

@@ -35,17 +35,19 @@ private Q_SLOTS:
     {
         constexpr auto Yes = OurUser::Says::Yes;
         constexpr auto No = OurUser::Says::No;
-        const Rows<Way, bool, OurUser::Says, QString, QString, QString> row("way", "theyAgree", "weSay",
-                                                                            "pin", "asked", "end");
+        const Rows<Way, bool, OurUser::Says, QString, QString, QString, QString> row(
+            "way", "theyAgree", "weSay", "pin", "asked", "end", "why");
         const QString pin = Scenery::pin();
         const QString code = "Need Confirmation";
-        row("by code", Way::Code, true, Yes, {}, code, "Paired");
-        row("by code, we refuse", Way::Code, true, No, {}, code, "Failed");
-        row("by code, they refuse", Way::Code, false, Yes, {}, "", "Failed Authentication");
-        row("just works", Way::JustWorks, true, Yes, {}, "", "Paired");
-        row("by PIN", Way::Pin, true, Yes, pin, "PIN Needed", "Paired");
-        row("by PIN, a wrong one", Way::Pin, true, Yes, "1234", "PIN Needed", "Failed Authentication");
-        row("by PIN, we refuse", Way::Pin, true, No, {}, "PIN Needed", "Failed");
+        row("by code", Way::Code, true, Yes, {}, code, "Paired", "");
+        row("by code, we refuse", Way::Code, true, No, {}, code, "Failed", "refused here");
+        row("by code, they refuse", Way::Code, false, Yes, {}, "", "Failed Authentication",
+            m_world.scenery().heard("the other device refused"));
+        row("just works", Way::JustWorks, true, Yes, {}, "", "Paired", "");
+        row("by PIN", Way::Pin, true, Yes, pin, "PIN Needed", "Paired", "");
+        row("by PIN, a wrong one", Way::Pin, true, Yes, "1234", "PIN Needed", "Failed Authentication",
+            m_world.scenery().heard("did not take the PIN"));
+        row("by PIN, we refuse", Way::Pin, true, No, {}, "PIN Needed", "Failed", "refused here");
     }
 
     void pairs()
@@ -56,6 +58,7 @@ private Q_SLOTS:
         QFETCH(QString, pin);
         QFETCH(QString, asked);
         QFETCH(QString, end);
+        QFETCH(QString, why);
 
         const QString device = m_world.scenery().device(way, theyAgree);
         QCOMPARE(pairWith(m_world, device, { weSay, pin }), end);
@@ -72,6 +75,7 @@ private Q_SLOTS:
         QCOMPARE(m_world.text("confirmationcode"), QString());
         QCOMPARE(m_world.text("pendingpair"), QString());
         QCOMPARE(m_world.text("pairlistAddr:0"), end == "Paired" ? device : QString());
+        QVERIFY(why.isEmpty() || m_world.awaitTold(why));
     }
 
     // What is no address arrives as 0; nobody is looked for.
@@ -100,10 +104,10 @@ private Q_SLOTS:
 
     void isAskedToPair_data()
     {
-        const Rows<OurUser::Says, QString> row("weSay", "end");
-        row("we agree", OurUser::Says::Yes, "Paired");
-        row("we refuse", OurUser::Says::No, "Failed");
-        row("they take it back", OurUser::Says::Nothing, "Failed Authentication");
+        const Rows<OurUser::Says, QString, QString> row("weSay", "end", "why");
+        row("we agree", OurUser::Says::Yes, "Paired", "");
+        row("we refuse", OurUser::Says::No, "Failed", "refused here");
+        row("they take it back", OurUser::Says::Nothing, "Failed Authentication", "the other device refused");
     }
 
     void isAskedToPair()
@@ -119,6 +123,8 @@ private Q_SLOTS:
         const QStringList states = m_world.history("pairstate");
         QVERIFY2(states.contains("Need Confirmation"), qPrintable(states.join(',')));
         QCOMPARE(m_world.text("pairlistAddr:0"), weSay == OurUser::Says::Yes ? device : QString());
+        QFETCH(QString, why);
+        QVERIFY(why.isEmpty() || m_world.awaitTold(why));
     }
 
     void losesTheLink()

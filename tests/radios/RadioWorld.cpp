@@ -2,6 +2,7 @@
 
 #include <QProcess>
 #include <QSet>
+#include <QTest>
 
 namespace {
 
@@ -98,6 +99,19 @@ bool RadioWorld::enable(bool enabled)
 {
     return itemctl({ "set", "enabled", enabled ? "true" : "false" })
         && await("status", enabled ? "On" : "No Device");
+}
+
+// A line comes another way than the items do.
+bool RadioWorld::awaitTold(const QString& part) const
+{
+    const auto isTold = [&] {
+        return m_world.output().midRef(m_toldBefore).contains(part);
+    };
+    const bool came = QTest::qWaitFor(isTold, static_cast<int>(m_scenery.patience(m_inVain).count()));
+    if (!came) {
+        qWarning().noquote() << part << "is not told, but" << m_world.output().mid(m_toldBefore);
+    }
+    return came;
 }
 
 QString seePairingThrough(RadioWorld& world, const OurUser& user)

@@ -52,10 +52,17 @@ public:
     static void trigger(const QString& action, const QString& text = {});
     [[nodiscard]] bool enable(bool enabled);
 
-    /// Begins to keep what items go through.
-    void mark() { m_history.clear(); }
+    /// Begins to keep what items go through, and what is told.
+    void mark()
+    {
+        m_history.clear();
+        m_toldBefore = m_world.output().size();
+    }
     /// What an item was, and each value since mark(); empty when it did not change.
     [[nodiscard]] QStringList history(const QString& item) const { return m_history.value(item); }
+
+    /// Waits for a line of the radio's since mark().
+    [[nodiscard]] bool awaitTold(const QString& part) const;
 
 private:
     void note(const mirror::Item& item);
@@ -66,6 +73,7 @@ private:
     std::unique_ptr<mirror::LiveItems> m_items;
     QHash<QString, QString> m_texts; ///< by name, "pairlistName:3"
     QHash<QString, QStringList> m_history;
+    int m_toldBefore = 0; ///< characters
 };
 
 /// How our user answers what is asked during a pairing.

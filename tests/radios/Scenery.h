@@ -36,6 +36,9 @@ public:
     /// The devices know nothing of us any more.
     virtual void forgetUs() { }
 
+    /// What the radio knows of a reason over there.
+    [[nodiscard]] virtual QString heard(const QString& reason) const { return reason; }
+
     static QString pin() { return "5190"; }
     static QString nobody() { return "0A:0B:0C:0D:0E:0F"; }
 };

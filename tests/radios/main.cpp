@@ -2,6 +2,7 @@
 #include "support/PrivateView.h"
 #ifdef GUEST
 #include "BluezFaults.h"
+#include "BluezLong.h"
 #include "LowEnergy.h"
 #else
 #include "SimulatedScenery.h"
@@ -35,6 +36,12 @@ int main(int argc, char** argv)
                 std::fprintf(stderr, "%s\n%s\n", qPrintable(problem), qPrintable(world.output()));
                 return 1;
             }
+#ifdef GUEST
+            if (argc > 1 && QByteArray(argv[1]) == "long") {
+                BluezLong tests(world, scenery);
+                return QTest::qExec(&tests, argc - 1, argv + 1);
+            }
+#endif
             RadioScenarios scenarios(world);
             int failures = run(scenarios, argc, argv);
 #ifdef GUEST

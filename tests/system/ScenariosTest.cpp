@@ -52,7 +52,7 @@ private Q_SLOTS:
         }
         listed.remove({});
         // The module lists 32; in the hostile neighbourhood somebody asks to be paired, which ends the scan.
-        const auto expected = scenario == "hostile" ? 3 : std::min<std::size_t>(devices, 32);
+        const auto expected = scenario == "hostile" ? 26 : std::min<std::size_t>(devices, 32);
         QCOMPARE(static_cast<std::size_t>(listed.size()), expected);
     }
 
@@ -144,6 +144,28 @@ private Q_SLOTS:
         QVERIFY(names.contains("-- --help; $(reboot)"));
         QVERIFY(names.contains("`,.\";00!")); // replaced in the pending pair alone
         QVERIFY2(m_world.hostPid() > 0, why());
+    }
+
+    // Somebody asks again and again, and beacons would fill the list.
+    void hostileNeighboursLeaveTheRadioToItsOwner()
+    {
+        QVERIFY2(begin("hostile"), why());
+        for (const double until : { 3.0, 10.0 }) {
+            QVERIFY2(m_world.step(until), why());
+            QVERIFY2(m_world.waitFor("pairstate", "4"), why());
+            QVERIFY2(m_world.trigger("rejectcode"), why());
+            QVERIFY2(m_world.waitFor("pairstate", "200"), why());
+        }
+        QVERIFY2(scan(), why()); // from 13 s to 18 s, while it asks at 15 s
+        QCOMPARE(m_world.text("pairstate"), "200");
+        const QStringList names = scanned("scanresultsName");
+        QCOMPARE(names.size(), 32);
+        QCOMPARE(names.mid(0, 8).filter("Unknown Name").size(), 0);
+        QVERIFY(names.mid(0, 8).count("Phone") == 2);
+        QVERIFY2(m_world.trigger("pair", "00:11:22:33:66:02"), why());
+        QVERIFY2(m_world.step(3), why()); // while it asks at 21 s
+        QVERIFY2(m_world.waitFor("pairstate", "100"), why());
+        QCOMPARE(m_world.text("pairlistAddr:0"), "00:11:22:33:66:02");
     }
 
     // At once: time stands still, and the right address is taken.

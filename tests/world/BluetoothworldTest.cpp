@@ -107,6 +107,7 @@ private Q_SLOTS:
         row("check and tour", { "--radio", "bluez", "--check", "tour" }, "--check runs nothing");
         row("JSON of nothing", { "--json", "--", "true" }, "--json requires --check");
         row("adapter of no machine", { "--adapter", "hci1", "--", "true" }, "--adapter hci1: only ");
+        row("private, without a machine", { "--private", "--", "true" }, "--private: only ");
         row("state", { "--state", "/proc/none", "--", "true" }, "--state /proc/none: ");
         row("state in a guest", { "--radio", "guest", "--state", "x", "--", "true" },
             "--state x: what \"--radio guest\" writes");
@@ -143,10 +144,11 @@ private Q_SLOTS:
         const Finished named =
             run(program(), withStandIn({ "--scenario", "crowd", "--", "printenv", "BLUESIM_SCENARIO" }));
         QCOMPARE(named.out, "crowd\n");
-        const Finished adapter = run(program(),
-                                     { "--host", besideTest("stand_in_host"), "--radio", "bluez", "--adapter",
-                                       "hci7", "--", "printenv", "BLUEZ_ADAPTER" });
-        QCOMPARE(adapter.out, "hci7\n");
+        const Finished adapter =
+            run(program(),
+                { "--host", besideTest("stand_in_host"), "--radio", "bluez", "--adapter", "hci7", "--private",
+                  "--", "printenv", "BLUEZ_ADAPTER", "BLUEZ_PRIVATE" });
+        QCOMPARE(adapter.out, "hci7\n1\n");
         const Finished check =
             run(program(), { "--radio", "bluez", "--check", "--json" },
                 { { { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent" } }, false, {} });
@@ -154,7 +156,35 @@ private Q_SLOTS:
         QCOMPARE(check.status, 3);
     }
 
-    void passesOnWhatItInherits_data() { addMechanisms(); }
+    void switchesOn_data()
+    {
+        const Rows<QString, QString, QString, int> row("radio", "out", "error", "status");
+        row("and waits", "sim", "3\n", "", 0);
+        row("in vain", "/bin/true", "", "--on: the radio is not on after 30 s", 69);
+    }
+
+    // Its clock goes faster than ours.
+    void switchesOn()
+    {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        QSKIP("no library may be loaded in front of a sanitizer's");
+#endif
+        QFETCH(QString, radio);
+        QFETCH(QString, error);
+        const Finished world =
+            run(program(), { "--radio", radio, "--on", "--", "itemctl", "get", "status" },
+                { { { "LD_PRELOAD", "/usr/$LIB/faketime/libfaketime.so.1" }, { "FAKETIME", "+0 x20" } },
+                  false,
+                  {} });
+        QTEST(world.out, "out");
+        QVERIFY2(world.err.contains(error), qPrintable(world.err));
+        QTEST(world.status, "status");
+    }
+
+    void passesOnWhatItInherits_data()
+    {
+        addMechanisms();
+    }
 
     // A caller's exported function, a variable by a name that a shell does not know, an open descriptor.
     void passesOnWhatItInherits()
@@ -206,7 +236,10 @@ private Q_SLOTS:
         QTEST(world.out, "bus");
     }
 
-    void nothingStaysBehind_data() { addMechanisms(); }
+    void nothingStaysBehind_data()
+    {
+        addMechanisms();
+    }
 
     void nothingStaysBehind()
     {

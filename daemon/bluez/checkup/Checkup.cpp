@@ -210,8 +210,9 @@ void Checkup::lookAtAdapters()
     }
     for (const QVariantMap& adapter : qAsConst(m_adapters)) {
         QStringList states;
-        states << (isTrue(adapter, "Powered") ? QStringLiteral("on") : QStringLiteral("off"));
-        if (isTrue(adapter, "Discoverable")) {
+        const bool isOn = isTrue(adapter, "Powered");
+        states << (isOn ? QStringLiteral("on") : QStringLiteral("off"));
+        if (isOn && isTrue(adapter, "Discoverable")) {
             states << QStringLiteral("visible to others");
         }
         if (isTrue(adapter, "Discovering")) {
