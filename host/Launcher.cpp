@@ -156,8 +156,8 @@ int launch(int argc, char** argv)
         fail(options.error().text);
         return UsageStatus;
     }
-    if (!options->help.isEmpty()) {
-        std::fputs(qPrintable(options->help), stdout);
+    if (!options->answer.isEmpty()) {
+        std::fputs(qPrintable(options->answer), stdout);
         return 0;
     }
     QTranslator translator;

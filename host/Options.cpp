@@ -1,5 +1,7 @@
 #include "Options.h"
 
+#include "Version.h"
+
 #include <QCommandLineParser>
 #include <QDir>
 
@@ -37,6 +39,7 @@ base::Result<Options> readOptions(const QStringList& arguments)
 {
     const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
                                   QStringLiteral("Print this help message and exit"));
+    const QCommandLineOption version(QStringLiteral("version"), QStringLiteral("Print the version and exit"));
     const QString folder = defaultStateFolder();
     const QCommandLineOption state(
         QStringLiteral("state"),
@@ -48,15 +51,20 @@ base::Result<Options> readOptions(const QStringList& arguments)
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Serves the items of its modules on the session bus, until SIGTERM or SIGINT."));
-    parser.addOptions({ help, state, module });
+    parser.addOptions({ help, version, state, module });
     const bool isParsed = parser.parse(arguments);
     const QString wrong = mistake(parser, isParsed);
     if (!wrong.isEmpty()) {
         return base::error(QStringLiteral("%1; --help shows what is understood").arg(wrong),
                            base::Failure::Usage);
     }
-    return Options{ parser.value(state), parser.values(module),
-                    parser.isSet(help) ? parser.helpText() : QString() };
+    QString answer;
+    if (parser.isSet(help)) {
+        answer = parser.helpText();
+    } else if (parser.isSet(version)) {
+        answer = QString::fromStdString(base::versionOf("bluetoothlauncher") + '\n');
+    }
+    return Options{ parser.value(state), parser.values(module), answer };
 }
 
 } // namespace host

@@ -12,7 +12,7 @@ struct Options
 {
     QString stateFolder; ///< where the configs are kept
     QStringList moduleFiles; ///< of the modules beside Bluetooth
-    QString help; ///< asked for, to be shown instead of serving
+    QString answer; ///< help or version, where it is asked for: to be printed instead of serving
 };
 
 /// @param arguments the command line, with the program's name.

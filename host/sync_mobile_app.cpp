@@ -5,6 +5,7 @@
 
 #include "BusLoss.h"
 #include "EndingSignals.h"
+#include "Version.h"
 #include "bus/ItemServer.h"
 
 #include <QCoreApplication>
@@ -16,7 +17,10 @@ int main(int argc, char** argv)
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("sync_mobile_app"));
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() != 2) {
+    if (base::tellVersion("sync_mobile_app", arguments)) {
+        return 0;
+    }
+    if (arguments.size() != 2 || arguments[1].startsWith(QLatin1Char('-'))) {
         std::fputs("usage: sync_mobile_app STATE-FOLDER\n", stderr);
         return 2;
     }

@@ -26,11 +26,14 @@ set(programs_simulator bluesim simctl)
 set(programs_tools itemctl)
 set(programs_testkit bluetoothworld hostctl sync_mobile_app)
 foreach(component host radio simulator tools testkit)
+    list(TRANSFORM programs_${component} REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/docs/\\1.1" OUTPUT_VARIABLE pages)
+    install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
     install(TARGETS ${programs_${component}} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
     bluetooth_run_path(bin ${programs_${component}})
 endforeach()
-install(PROGRAMS ${PROJECT_SOURCE_DIR}/world/tour RENAME bluetoothtour
+install(PROGRAMS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/bluetoothtour
     DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT testkit)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/bluetoothtour.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT testkit)
 
 # Private to the host, which opens it by this path from its own folder: whatever GNUInstallDirs would have.
 set_target_properties(bluetooth-entry PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib/bluetoothlauncher)
@@ -43,17 +46,12 @@ foreach(pair itemctl:tools simctl:simulator hostctl:testkit)
     string(REPLACE ":" ";" pair ${pair})
     list(GET pair 0 command)
     list(GET pair 1 component)
-    install(FILES ${PROJECT_SOURCE_DIR}/docs/${command}.1
-        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
     install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.bash RENAME ${command}
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT ${component})
 endforeach()
 # One file completes them all.
 install(FILES ${PROJECT_SOURCE_DIR}/cli/completion.zsh RENAME _itemctl
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tools)
-
-# What the module's items are, in words, for "itemctl describe".
-install(FILES ${PROJECT_SOURCE_DIR}/module/bluetooth.items.json DESTINATION ${CMAKE_INSTALL_DATADIR}/ipc COMPONENT host)
 
 # The interfaces as their XML, for whoever generates proxies.
 install(FILES ${PROJECT_SOURCE_DIR}/dbus/com.qarn.bluetooth.xml ${PROJECT_SOURCE_DIR}/framework/bus/tov.base.Items.xml

@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QSocketNotifier>
 
 #include <unistd.h>
@@ -21,6 +22,13 @@
 namespace world {
 
 namespace {
+
+/// One of the machine's scripts, which a build has and an installed tree has not: empty there.
+QString guestScript(const QString& name)
+{
+    return QFileInfo(World::binFolder() + QStringLiteral("/../share/bluetoothworld/guest/") + name)
+        .canonicalFilePath();
+}
 
 /// The words of env(1) that start the command there: our environment, but for what leads to our buses and
 /// folders, then the world's program.
@@ -70,14 +78,13 @@ QByteArray read(const QString& path)
 
 base::Result<> prepareJob(const RuntimeFolder& job, const RunOptions& options, const GuestPorts& ports)
 {
-    const QString session = QStringLiteral(GUEST_FOLDER "/session");
     const bool done = write(job.filePath(QStringLiteral("command")), environmentAndCommand(options))
         && write(job.filePath(QStringLiteral("streams")), ports.devices().join('\n').toLocal8Bit() + '\n')
         && write(job.filePath(QStringLiteral("folders")),
                  QFile::encodeName(
                      QStringList{ QDir::currentPath(), job.path(), World::binFolder(), {} }.join(
                          QLatin1Char('\n'))))
-        && QFile::link(session, job.filePath(QStringLiteral("run")));
+        && QFile::link(guestScript(QStringLiteral("session")), job.filePath(QStringLiteral("run")));
     if (!done) {
         return base::error(QStringLiteral("%1 cannot be filled").arg(job.path()));
     }
@@ -129,6 +136,11 @@ int awaitEnd(const ChildProcess& machine, ChildProcess& output, const Foreground
 
 base::Result<int> runInGuest(const RunOptions& options)
 {
+    const QString script = guestScript(QStringLiteral("machine"));
+    if (script.isEmpty()) {
+        return base::error(QStringLiteral(
+            "--radio guest: the emulated machine is not installed; ./run of a checkout has it"));
+    }
     const ForegroundSignals signalsOfOurs;
     RuntimeFolder job;
     GuestPorts ports;
@@ -137,7 +149,7 @@ base::Result<int> runInGuest(const RunOptions& options)
     }
     adoptOrphans();
     Command command;
-    command.arguments = QStringList{ QStringLiteral(GUEST_FOLDER "/machine"),
+    command.arguments = QStringList{ script,
                                      job.path(),
                                      QStringLiteral("-accel"),
                                      QStringLiteral("tcg"),

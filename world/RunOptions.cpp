@@ -3,6 +3,7 @@
 #include "NearestOption.h"
 #include "Quoted.h"
 #include "ScenarioFiles.h"
+#include "Version.h"
 #include "World.h"
 
 #include <QDir>
@@ -72,6 +73,7 @@ void describe(CLI::App& app, TypedOptions& typed)
         "leaves nothing behind.\n"
         "Exit status: that of COMMAND, 128+n when signal n ended it, 126 or 127 when it could not be\n"
         "started; 2 usage; 69 when the world could not be set up.");
+    app.set_version_flag("--version", base::versionOf("bluetoothworld"), "print the version and exit");
     app.add_option(
            "--radio", typed.radio,
            "who plays the radio: sim (simulated), bluez (this machine's, by BlueZ), guest (BlueZ in an\n"
@@ -288,17 +290,19 @@ base::Result<RunOptions> readRunOptions(int count, char* const* arguments)
     TypedOptions typed;
     CLI::App app;
     describe(app, typed);
-    const auto help = [&app] {
+    const auto answer = [](const std::string& text) -> base::Result<RunOptions> {
         RunOptions run;
-        run.help = QString::fromStdString(app.help());
+        run.answer = QString::fromStdString(text);
         return run;
     };
     try {
         app.parse(std::vector<std::string>(std::make_reverse_iterator(dashes), words.rend()));
     } catch (const CLI::CallForHelp&) {
-        return help();
+        return answer(app.help());
+    } catch (const CLI::CallForVersion& version) {
+        return answer(version.what() + std::string("\n"));
     } catch (const CLI::ExtrasError&) {
-        return words.front() == "help" ? base::Result<RunOptions>(help()) : misused(unexpected(app));
+        return words.front() == "help" ? answer(app.help()) : misused(unexpected(app));
     } catch (const CLI::ParseError& error) {
         return misused(QString::fromStdString(error.what()) + QStringLiteral("; see --help"));
     }

@@ -10,7 +10,7 @@ namespace world {
 /// What a person asked ./run for. Paths are absolute.
 struct RunOptions
 {
-    QString help; ///< to be printed instead of running anything, unless it is empty
+    QString answer; ///< help or version, to be printed instead of running anything, unless it is empty
     QString controller; ///< the program of --radio
     bool checks = false; ///< looks at the machine's Bluetooth and runs nothing
     bool json = false; ///< what is found there

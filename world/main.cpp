@@ -251,8 +251,8 @@ int main(int argc, char** argv)
         say(options.error().text);
         return options.error().kind == base::Failure::Usage ? Usage : Unavailable;
     }
-    if (!options->help.isEmpty()) {
-        std::fputs(qPrintable(options->help), stdout);
+    if (!options->answer.isEmpty()) {
+        std::fputs(qPrintable(options->answer), stdout);
         return 0;
     }
     if (options->checks) {

@@ -3,6 +3,7 @@
 #include "DisplayText.h"
 #include "Manual.h"
 #include "NearestOption.h"
+#include "Version.h"
 
 #include <QCoreApplication>
 
@@ -159,6 +160,7 @@ std::string checkSeconds(const std::string& text)
 int runProgram(CLI::App& app, int argc, char** argv,
                const std::function<base::Result<ExitStatus>(Output&)>& run, const CompletionOffers& offers)
 {
+    app.set_version_flag("--version", base::versionOf(app.get_name()), "Print the version and exit");
     if (argc > 2 && std::string("complete") == argv[1] && std::string("--") == argv[2]) {
         const QCoreApplication application(argc, argv);
         return complete(app, QCoreApplication::arguments().mid(3), offers);

@@ -41,7 +41,6 @@ int control(int argc, char** argv)
         "server goes and comes. Its configs stay. Returns when the host is ready, or gone with its name.",
         "hostctl");
     app.require_subcommand(1);
-    app.set_version_flag("--version", "hostctl " HOSTCTL_VERSION, "Print the version and exit");
     app.footer("Exit status: 0 done, 1 failed, 2 usage, 5 there is no world here.");
     app.add_subcommand("restart", "Ends the host in order, if it runs, and starts it");
     app.add_subcommand("stop", "Ends the host in order");

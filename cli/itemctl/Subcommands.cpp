@@ -229,7 +229,6 @@ int run(int argc, char** argv)
     CLI::App app("Reads, writes and watches the items of the servers on the session bus.", "itemctl");
     Request request;
     app.require_subcommand(1);
-    app.set_version_flag("--version", "itemctl " ITEMCTL_VERSION, "Print the version and exit");
     addCommon(app, request);
     app.footer(Footer);
     for (const Subcommand& subcommand : subcommands()) {

@@ -189,7 +189,6 @@ int run(int argc, char** argv)
     CLI::App app("Drives the simulated Bluetooth radio that runs on the system bus.", "simctl");
     Request request;
     app.require_subcommand(1);
-    app.set_version_flag("--version", "simctl " SIMCTL_VERSION, "Print the version and exit");
     app.footer(Footer);
     addCommon(app, request);
     for (const Subcommand& subcommand : subcommands()) {

@@ -3,7 +3,9 @@
 #include "Checkup.h"
 #include "DaemonService.h"
 #include "EndingSignals.h"
+#include "Journal.h"
 #include "Notice.h"
+#include "Version.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -22,6 +24,7 @@ void printUsage()
     std::fputs(
         "usage: bluezradio NAME 1 1\n"
         "       bluezradio --check [--json]\n"
+        "       bluezradio --version\n"
         "Offers this machine's Bluetooth radio, by BlueZ, as com.qarn.bluetooth on the system bus.\n"
         "NAME is what other devices see.\n"
         "SIGTERM puts the adapter back as it was and ends the program.\n"
@@ -71,11 +74,15 @@ QDBusConnection QDBusConnection::systemBus()
 
 int main(int argc, char* argv[])
 {
+    bt::writeJournalAs("bluezradio");
     qSetMessagePattern(QStringLiteral("bluezradio: %{message}"));
     QLoggingCategory::setFilterRules(QStringLiteral("kf.bluezqt*=false")); // we say what matters ourselves
     base::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
+    if (base::tellVersion("bluezradio", arguments)) {
+        return 0;
+    }
     if (isCheck(arguments)) {
         check(arguments.size() == 3);
     }

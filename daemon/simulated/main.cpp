@@ -1,8 +1,10 @@
 #include "EndingSignals.h"
+#include "Journal.h"
 #include "Notice.h"
 #include "ScenarioFiles.h"
 #include "Settings.h"
 #include "Simulation.h"
+#include "Version.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -20,6 +22,7 @@ void printUsage()
     std::fputs(
         "usage: bluesim NAME 1 1\n"
         "       bluesim --check-scenario NAME|FILE\n"
+        "       bluesim --version\n"
         "Simulates a Bluetooth radio and the devices around it, as com.qarn.bluetooth on the system bus.\n"
         "NAME is what other devices see. SIGTERM ends the program in order. The environment chooses:\n"
         "  BLUESIM_SCENARIO    who is around, by name or by the path of a file; \"room\" when it is not set\n"
@@ -66,10 +69,14 @@ int simulate(const bt::Settings& settings, const QString& name)
 
 int main(int argc, char* argv[])
 {
+    bt::writeJournalAs("bluesim");
     qSetMessagePattern(QStringLiteral("bluesim: %{message}"));
     base::resetInheritedSignals(); // whatever the parent blocked, SIGTERM ends this program
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
+    if (base::tellVersion("bluesim", arguments)) {
+        return 0;
+    }
     if (arguments.size() == 3 && arguments.at(1) == QLatin1String("--check-scenario")) {
         return checkScenario(arguments.at(2));
     }
