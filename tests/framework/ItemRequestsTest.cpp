@@ -229,8 +229,7 @@ private Q_SLOTS:
             const QDBusConnection one(QString("one of many %1").arg(i));
             QVERIFY(one.interface()->isServiceRegistered(DemoBusName));
         }
-        const QDBusPendingReply<QDBusVariant> other =
-            QDBusConnection::sessionBus().asyncCall(request("Get", { "pin" }));
+        QDBusPendingReply<QString> other = QDBusConnection::sessionBus().asyncCall(echo);
         QVERIFY(QDBusConnection::sessionBus().interface()->isServiceRegistered(DemoBusName));
         goesOn.dismiss();
         QCOMPARE(::kill(server, SIGCONT), 0);
@@ -243,7 +242,8 @@ private Q_SLOTS:
         const int refused = answers["Trigger echo is not answered: 79"];
         QVERIFY2(refused > Calls / 4 && refused < Calls / 2, qPrintable(QString::number(refused)));
         QCOMPARE(answers[QString()] + refused, Calls);
-        QCOMPARE(QDBusPendingReply<QDBusVariant>(other).value().variant(), QVariant("5190"));
+        QCOMPARE(other.error().message(), QString());
+        QCOMPARE(other.value().size(), 65'536);
         for (int i = 0; i < Callers; ++i) {
             QDBusConnection::disconnectFromBus(QString("one of many %1").arg(i));
         }
