@@ -16,7 +16,7 @@ namespace {
 
 /// So many calls of a caller wait that its end is worth a watch; each costs the bus two messages.
 constexpr std::size_t Many = 16;
-/// So many calls of all callers are answered as they come; only who sends more has others wait.
+/// So many calls of callers of whom none waits are answered as they come, in each turn of the event loop.
 constexpr int MostAtOnce = 8;
 constexpr qint64 WeightOfRefusal = 512;
 constexpr qint64 WeightOfCall = 2'000; ///< besides its arguments
@@ -110,15 +110,15 @@ void CallQueue::take(const Outcome<Done>& checked, Answer answer)
         return send(call.message,
                     call.message.createErrorReply(names::LimitExceeded, checked.error().message));
     }
-    if (m_callers.empty() && m_atOnce < MostAtOnce && m_outflow.hasRoom()) {
-        ++m_atOnce;
-        return this->answer(call);
-    }
-    call.weight = weightOfAll(call.message.arguments(), WeightOfCall);
     const QString name = call.message.service();
     auto caller = std::find_if(m_callers.begin(), m_callers.end(),
                                [&name](const Caller& known) { return known.name == name; });
     const std::size_t waiting = caller == m_callers.end() ? 0 : caller->calls.size();
+    if (waiting == 0 && m_atOnce < MostAtOnce && m_outflow.hasRoomForFew()) {
+        ++m_atOnce;
+        return this->answer(call);
+    }
+    call.weight = weightOfAll(call.message.arguments(), WeightOfCall);
     if (const QString text = excess(call, waiting); !text.isEmpty()) {
         return send(call.message, call.message.createErrorReply(QDBusError::LimitsExceeded, text));
     }
@@ -167,12 +167,12 @@ void CallQueue::scheduleAnswer()
 void CallQueue::answerNext()
 {
     m_isScheduled = false;
-    if (m_callers.empty()) {
-        m_atOnce = 0;
-        return;
-    }
-    if (!m_outflow.hasRoom()) {
+    if (!m_callers.empty() && !m_outflow.hasRoom()) {
         return; // roomMade brings it back here
+    }
+    m_atOnce = 0;
+    if (m_callers.empty()) {
+        return;
     }
     Caller& caller = m_callers.front();
     const Call call = std::move(caller.calls.front());

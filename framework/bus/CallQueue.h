@@ -18,9 +18,10 @@ namespace ipc {
 class ItemServer;
 class Outflow;
 
-/// The object on the bus: takes the calls of tov.base.Items in as they come. A few are answered at once; when
-/// there are more, the server answers one in each turn of the event loop, its callers taking turns. So nobody
-/// waits for more than one call of each other caller, however many somebody sends.
+/// The object on the bus: takes the calls of tov.base.Items in as they come. A few of callers of whom none
+/// waits are answered at once; when there are more, the server answers one in each turn of the event loop,
+/// its callers taking turns. So nobody waits for more than one call of each other caller, however many
+/// somebody sends, and a single call hardly at all.
 class CallQueue : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -83,7 +84,7 @@ private:
     qint64 m_waiting = 0; ///< bytes of their calls
     QDBusServiceWatcher m_callerLeft; ///< of the watched callers, for whom many calls wait
     QDBusMessage m_answered; ///< the call that is being answered
-    int m_atOnce = 0; ///< calls answered as they came, since the last time that any waited
+    int m_atOnce = 0; ///< calls answered as they came, in this turn
     bool m_isRefused = false;
     bool m_isScheduled = false;
 };
