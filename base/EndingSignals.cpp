@@ -41,7 +41,7 @@ std::array<int, 2> openPipe()
 {
     std::array<int, 2> ends{ -1, -1 };
     if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
-        qFatal("no pipe for signals: errno %d", errno);
+        qFatal("no pipe for signals: %s", qPrintable(qt_error_string(errno)));
     }
     return ends;
 }

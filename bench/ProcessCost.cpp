@@ -5,6 +5,23 @@
 #include <string>
 #include <sys/resource.h>
 
+namespace {
+
+long amountIn(pid_t process, const std::string& file, const std::string& line)
+{
+    std::ifstream status("/proc/" + std::to_string(process) + '/' + file);
+    std::string word;
+    long amount = 0;
+    while (status >> word) {
+        if (word == line && status >> amount) {
+            return amount;
+        }
+    }
+    return 0;
+}
+
+} // namespace
+
 double cpuMicroseconds(pid_t process)
 {
     clockid_t clock = 0;
@@ -27,13 +44,10 @@ double endedChildrenMicroseconds()
 
 long ownMemory(pid_t process)
 {
-    std::ifstream status("/proc/" + std::to_string(process) + "/smaps_rollup");
-    std::string word;
-    long amount = 0;
-    while (status >> word) {
-        if (word == "Private_Dirty:" && status >> amount) {
-            return amount;
-        }
-    }
-    return 0;
+    return amountIn(process, "smaps_rollup", "Private_Dirty:");
+}
+
+long memoryOf(pid_t process, const std::string& line)
+{
+    return amountIn(process, "status", line);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <sys/types.h>
 
 /// What a process has cost so far.
@@ -8,3 +9,5 @@ double cpuMicroseconds(pid_t process);
 double endedChildrenMicroseconds();
 /// Memory that is its own and written to, in KiB.
 long ownMemory(pid_t process);
+/// Its memory in kB, as this line of its status tells: "VmRSS:", "VmHWM:", ….
+long memoryOf(pid_t process, const std::string& line);

@@ -8,6 +8,7 @@
 #include "Weight.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace ipc {
@@ -15,9 +16,16 @@ namespace {
 
 /// So many calls of a caller wait that its end is worth a watch; each costs the bus two messages.
 constexpr std::size_t Many = 16;
-/// So many calls of all callers are answered as they come; only who sends more has others wait.
+/// So many calls of callers of whom none waits are answered as they come, in each turn of the event loop.
 constexpr int MostAtOnce = 8;
 constexpr qint64 WeightOfRefusal = 512;
+constexpr qint64 WeightOfCall = 2'000; ///< besides its arguments
+
+qint64 weightOfAll(const QVariantList& values, qint64 besides)
+{
+    return std::accumulate(values.begin(), values.end(), besides,
+                           [](qint64 sum, const QVariant& value) { return sum + weight(value); });
+}
 
 QString shown(const QDBusMessage& call)
 {
@@ -42,28 +50,28 @@ QStringList CallQueue::modules() const
     return m_server.modules();
 }
 
+template <auto Method>
+void CallQueue::takeOfPatterns(const QStringList& patterns)
+{
+    take(limits::checkPatterns(patterns), [this, patterns] {
+        ItemRecords items;
+        const qulonglong serial = (m_server.*Method)(patterns, items);
+        return QVariantList{ serial, QVariant::fromValue(items) };
+    });
+}
+
 qulonglong CallQueue::List(const QStringList& patterns, ItemRecords& items)
 {
     Q_UNUSED(items)
-    takeOfPatterns(patterns, &ItemServer::List);
+    takeOfPatterns<&ItemServer::List>(patterns);
     return 0;
 }
 
 qulonglong CallQueue::Watch(const QStringList& patterns, ItemRecords& items)
 {
     Q_UNUSED(items)
-    takeOfPatterns(patterns, &ItemServer::Watch);
+    takeOfPatterns<&ItemServer::Watch>(patterns);
     return 0;
-}
-
-void CallQueue::takeOfPatterns(const QStringList& patterns,
-                               qulonglong (ItemServer::*method)(const QStringList&, ItemRecords&))
-{
-    take(limits::checkPatterns(patterns), [this, patterns, method] {
-        ItemRecords items;
-        const qulonglong serial = (m_server.*method)(patterns, items);
-        return QVariantList{ serial, QVariant::fromValue(items) };
-    });
 }
 
 QDBusVariant CallQueue::Get(const QString& item)
@@ -97,34 +105,48 @@ QVariantMap CallQueue::Describe(const QString& item)
 void CallQueue::take(const Outcome<Done>& checked, Answer answer)
 {
     setDelayedReply(true);
-    const Call call{ message(), std::move(answer) };
+    Call call{ message(), std::move(answer) };
     if (!checked) {
         return send(call.message,
                     call.message.createErrorReply(names::LimitExceeded, checked.error().message));
     }
-    if (m_callers.empty() && m_atOnce < MostAtOnce && m_outflow.hasRoom()) {
-        ++m_atOnce;
-        return this->answer(call);
-    }
     const QString name = call.message.service();
     auto caller = std::find_if(m_callers.begin(), m_callers.end(),
                                [&name](const Caller& known) { return known.name == name; });
+    const std::size_t waiting = caller == m_callers.end() ? 0 : caller->calls.size();
+    if (waiting == 0 && m_atOnce < MostAtOnce && m_outflow.hasRoomForFew()) {
+        ++m_atOnce;
+        return this->answer(call);
+    }
+    call.weight = weightOfAll(call.message.arguments(), WeightOfCall);
+    if (const QString text = excess(call, waiting); !text.isEmpty()) {
+        return send(call.message, call.message.createErrorReply(QDBusError::LimitsExceeded, text));
+    }
     if (caller == m_callers.end()) {
         caller = m_callers.insert(caller, Caller{ name, {}, false });
     }
-    const std::size_t waiting = caller->calls.size();
-    if (waiting >= MostOfOne) {
-        const QString text = QStringLiteral("%1 is not answered: %2 calls of this client wait; send the next "
-                                            "one when there are answers")
-                                 .arg(shown(call.message), QString::number(waiting));
-        return send(call.message, call.message.createErrorReply(QDBusError::LimitsExceeded, text));
-    }
     caller->calls.push_back(call);
+    m_waiting += call.weight;
     if (waiting == Many) {
         caller->isWatched = true;
         m_callerLeft.addWatchedService(name);
     }
     scheduleAnswer();
+}
+
+QString CallQueue::excess(const Call& call, std::size_t waiting) const
+{
+    if (waiting >= MostOfOne) {
+        return QStringLiteral(
+                   "%1 is not answered: %2 calls of this client wait; send the next one when there "
+                   "are answers")
+            .arg(shown(call.message), QString::number(waiting));
+    }
+    if (m_waiting + call.weight > (waiting == 0 ? 2 * MostOfAll : MostOfAll)) {
+        return QStringLiteral("%1 is not answered: %2 bytes of calls of %3 clients wait; send it again later")
+            .arg(shown(call.message), QString::number(m_waiting), QString::number(m_callers.size()));
+    }
+    return {};
 }
 
 void CallQueue::refuse(const QString& error, const QString& text)
@@ -145,16 +167,17 @@ void CallQueue::scheduleAnswer()
 void CallQueue::answerNext()
 {
     m_isScheduled = false;
-    if (m_callers.empty()) {
-        m_atOnce = 0;
-        return;
-    }
-    if (!m_outflow.hasRoom()) {
+    if (!m_callers.empty() && !m_outflow.hasRoom()) {
         return; // roomMade brings it back here
+    }
+    m_atOnce = 0;
+    if (m_callers.empty()) {
+        return;
     }
     Caller& caller = m_callers.front();
     const Call call = std::move(caller.calls.front());
     caller.calls.pop_front();
+    m_waiting -= call.weight;
     m_callers.splice(m_callers.end(), m_callers, m_callers.begin());
     if (caller.calls.empty()) {
         if (caller.isWatched) {
@@ -182,10 +205,7 @@ void CallQueue::send(const QDBusMessage& call, const QDBusMessage& answer, const
     if (!call.isReplyRequired() || m_outflow.isStuck()) {
         return;
     }
-    qint64 size = WeightOfRefusal;
-    for (const QVariant& value : values) {
-        size += weight(value);
-    }
+    const qint64 size = weightOfAll(values, WeightOfRefusal);
     if (size <= limits::MessageSize) {
         return m_outflow.send(answer, size);
     }
@@ -209,7 +229,11 @@ void CallQueue::dropUnheard(const QString& caller)
     for (Caller& known : m_callers) {
         if (known.name == caller) {
             // Who asks for no answer may leave before its turn comes.
-            known.calls.remove_if([](const Call& call) { return call.message.isReplyRequired(); });
+            known.calls.remove_if([this](const Call& call) {
+                const bool isUnheard = call.message.isReplyRequired();
+                m_waiting -= isUnheard ? call.weight : 0;
+                return isUnheard;
+            });
         }
     }
     m_callers.remove_if([](const Caller& known) { return known.calls.empty(); });

@@ -18,9 +18,10 @@ namespace ipc {
 class ItemServer;
 class Outflow;
 
-/// The object on the bus: takes the calls of tov.base.Items in as they come. A few are answered at once; when
-/// there are more, the server answers one in each turn of the event loop, its callers taking turns. So nobody
-/// waits for more than one call of each other caller, however many somebody sends.
+/// The object on the bus: takes the calls of tov.base.Items in as they come. A few of callers of whom none
+/// waits are answered at once; when there are more, the server answers one in each turn of the event loop,
+/// its callers taking turns. So nobody waits for more than one call of each other caller, however many
+/// somebody sends, and a single call hardly at all.
 class CallQueue : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -28,6 +29,8 @@ class CallQueue : public QObject, protected QDBusContext
 public:
     /// Calls that may wait of one caller; as many as a bus lets wait for answers by default.
     static constexpr int MostOfOne = 128;
+    /// Bytes of the calls that may wait of all callers together; twice as many for those of whom none waits.
+    static constexpr qint64 MostOfAll = 8'000'000;
 
     /// Both have to outlive it.
     CallQueue(ItemServer& server, Outflow& outflow, const QDBusConnection& connection);
@@ -53,6 +56,7 @@ private:
     {
         QDBusMessage message;
         Answer answer;
+        qint64 weight = 0; ///< bytes, about
     };
     struct Caller
     {
@@ -63,8 +67,10 @@ private:
 
     /// @param checked whether the call keeps within the limits of requests: nothing larger waits here.
     void take(const Outcome<Done>& checked, Answer answer);
-    void takeOfPatterns(const QStringList& patterns,
-                        qulonglong (ItemServer::*method)(const QStringList&, ItemRecords&));
+    template <auto Method>
+    void takeOfPatterns(const QStringList& patterns);
+    /// @return why a call is not taken in, of whose caller so many wait; empty when it is
+    [[nodiscard]] QString excess(const Call& call, std::size_t waiting) const;
     void scheduleAnswer();
     void answerNext();
     void answer(const Call& call);
@@ -75,9 +81,10 @@ private:
     ItemServer& m_server;
     Outflow& m_outflow;
     std::list<Caller> m_callers; ///< those who wait, in the order in which they are answered
+    qint64 m_waiting = 0; ///< bytes of their calls
     QDBusServiceWatcher m_callerLeft; ///< of the watched callers, for whom many calls wait
     QDBusMessage m_answered; ///< the call that is being answered
-    int m_atOnce = 0; ///< calls answered as they came, since the last time that any waited
+    int m_atOnce = 0; ///< calls answered as they came, in this turn
     bool m_isRefused = false;
     bool m_isScheduled = false;
 };

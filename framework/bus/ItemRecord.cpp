@@ -1,5 +1,6 @@
 #include "ItemRecord.h"
 
+#include <QCoreApplication>
 #include <QDBusMetaType>
 
 namespace ipc {
@@ -31,6 +32,11 @@ void registerItemRecordTypes()
     }();
     Q_UNUSED(registered)
 }
+
+// Before any connection is made, not only before the first message: QtDBus's thread reads messages until it
+// is joined, behind the end of main(). Until then it needs the table of types, which outlives it if it is
+// older.
+Q_COREAPP_STARTUP_FUNCTION(registerItemRecordTypes)
 
 } // namespace ipc
 

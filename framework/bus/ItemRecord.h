@@ -31,7 +31,7 @@ using EnumValues = QVector<EnumValue>;
 IPC_EXPORT QDBusArgument& operator<<(QDBusArgument& argument, const ItemRecord& record);
 IPC_EXPORT const QDBusArgument& operator>>(const QDBusArgument& argument, ItemRecord& record);
 
-/// Registers the wire types once; harmless when repeated.
+/// Registers the wire types once; harmless when repeated. Done when the application is made.
 IPC_EXPORT void registerItemRecordTypes();
 
 } // namespace ipc

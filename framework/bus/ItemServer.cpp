@@ -32,7 +32,6 @@ ItemServer::ItemServer(QDBusConnection connection, QString stateFolder, QObject*
     , m_outflow(std::make_unique<Outflow>(m_connection))
     , m_calls(std::make_unique<CallQueue>(*this, *m_outflow, m_connection))
 {
-    registerItemRecordTypes();
     m_later.setSingleShot(true);
     connect(&m_later, &QTimer::timeout, this, &ItemServer::flush);
     connect(m_outflow.get(), &Outflow::roomMade, this, &ItemServer::flush);

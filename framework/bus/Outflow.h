@@ -26,6 +26,8 @@ public:
     void sendSignal(const QDBusMessage& message, qint64 weight);
 
     [[nodiscard]] bool hasRoom() const { return m_onTheWay < MostOnTheWay; }
+    /// For those that do not wait for who sends much.
+    [[nodiscard]] bool hasRoomForFew() const { return m_onTheWay < 2 * MostOnTheWay; }
     /// Not even short answers are taken any more.
     [[nodiscard]] bool isStuck() const { return m_onTheWay > 16 * MostOnTheWay; }
     /// After how many milliseconds a signal may be sent: 0 to 1000.

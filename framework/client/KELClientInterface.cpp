@@ -113,7 +113,6 @@ KELClientInterface::KELClientInterface(const QString& busName, const QDBusConnec
     : QObject(parent)
     , d(std::make_unique<Private>(busName, connection))
 {
-    ipc::registerItemRecordTypes();
 }
 
 KELClientInterface::~KELClientInterface() = default;

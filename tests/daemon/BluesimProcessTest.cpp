@@ -98,6 +98,42 @@ private Q_SLOTS:
         QVERIFY2(sim.err.contains(message), qPrintable(sim.err));
     }
 
+    // With fewer no library is loaded.
+    void worksOrEndsWithFewDescriptors_data()
+    {
+        const Rows<int> row("descriptors");
+        for (int descriptors = 4; descriptors <= 12; ++descriptors) {
+            row(qPrintable(QString::number(descriptors)), descriptors);
+        }
+    }
+
+    void worksOrEndsWithFewDescriptors()
+    {
+#ifdef __SANITIZE_ADDRESS__
+        QSKIP("a sanitizer opens descriptors of its own");
+#endif
+        QFETCH(int, descriptors);
+        QProcess sim;
+        start(sim, "prlimit", { QString("--nofile=%1").arg(descriptors), "--core=0", BLUESIM, "x", "1", "1" },
+              {});
+        const auto isServing = [] {
+            return QDBusConnection::systemBus().interface()->isServiceRegistered(Bluesim::service()).value();
+        };
+        QTRY_VERIFY(sim.state() == QProcess::NotRunning || isServing());
+        if (sim.state() == QProcess::NotRunning) {
+            const QByteArray why = sim.readAllStandardError();
+            QVERIFY2(descriptors < 12 && why.contains("Too many open files"), why.constData());
+            return;
+        }
+        const BluetoothIf proxy(Bluesim::service(), "/com/qarn/Bluetooth", QDBusConnection::systemBus(),
+                                nullptr);
+        QTRY_COMPARE(proxy.status(), 3);
+        sim.terminate();
+        QVERIFY(sim.waitForFinished());
+        QCOMPARE(sim.exitCode(), 0);
+        QCOMPARE(sim.readAllStandardError(), QByteArray());
+    }
+
     void leavesTheNameToTheFirst()
     {
         Bluesim first;

@@ -59,7 +59,6 @@ private Q_SLOTS:
     {
         QCOMPARE(m_bus.start(), QString());
         QCoreApplication::setApplicationName("server");
-        ipc::registerItemRecordTypes();
         QVERIFY(listener().connect({}, "/tov/base/Items", "tov.base.Items", "Changed", this,
                                    SLOT(hear(qulonglong, ipc::ItemRecords))));
     }

@@ -77,13 +77,13 @@ base::Result<QString> findScenario(const QString& nameOrPath)
     if (nameOrPath.contains(QLatin1Char('/'))) {
         return nameOrPath;
     }
+    const QString own = scenarioFolder() + QLatin1Char('/') + nameOrPath + suffix();
+    for (const QString& path : { own, nameOrPath }) {
+        if (QFileInfo::exists(path)) {
+            return path;
+        }
+    }
     const QStringList names = scenarioNames();
-    if (names.contains(nameOrPath)) {
-        return scenarioFolder() + QLatin1Char('/') + nameOrPath + suffix();
-    }
-    if (QFileInfo::exists(nameOrPath)) {
-        return nameOrPath;
-    }
     if (const QString nearest = base::nearestWord(nameOrPath, names); !nearest.isEmpty()) {
         return base::error(
             QStringLiteral("there is no scenario \"%1\"; did you mean \"%2\"?").arg(nameOrPath, nearest));
