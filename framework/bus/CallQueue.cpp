@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <optional>
 #include <utility>
 
 namespace ipc {
@@ -18,6 +19,9 @@ namespace {
 constexpr std::size_t Many = 16;
 /// So many calls of callers of whom none waits are answered as they come, in each turn of the event loop.
 constexpr int MostAtOnce = 8;
+/// A caller's refusals that are told in one of its turns, beside an answer and when none is left.
+constexpr int RefusalsBesideAnswer = 1;
+constexpr int RefusalsAlone = 64;
 constexpr qint64 WeightOfRefusal = 512;
 constexpr qint64 WeightOfCall = 2'000; ///< besides its arguments
 
@@ -120,10 +124,10 @@ void CallQueue::take(const Outcome<Done>& checked, Answer answer)
     }
     call.weight = weightOfAll(call.message.arguments(), WeightOfCall);
     if (const QString text = excess(call, waiting); !text.isEmpty()) {
-        return send(call.message, call.message.createErrorReply(QDBusError::LimitsExceeded, text));
+        return refuse(call, text, waiting == 0 ? nullptr : &*caller);
     }
     if (caller == m_callers.end()) {
-        caller = m_callers.insert(caller, Caller{ name, {}, false });
+        caller = m_callers.insert(caller, Caller{ name, {}, {}, false });
     }
     caller->calls.push_back(call);
     m_waiting += call.weight;
@@ -147,6 +151,29 @@ QString CallQueue::excess(const Call& call, std::size_t waiting) const
             .arg(shown(call.message), QString::number(m_waiting), QString::number(m_callers.size()));
     }
     return {};
+}
+
+void CallQueue::refuse(const Call& call, const QString& text, Caller* caller)
+{
+    const QDBusMessage refusal = call.message.createErrorReply(QDBusError::LimitsExceeded, text);
+    const qint64 weight = call.weight - WeightOfCall + WeightOfRefusal;
+    if (caller == nullptr || !call.message.isReplyRequired() || m_refused + weight > MostRefusals) {
+        return send(call.message, refusal);
+    }
+    caller->refusals.push_back({ refusal, weight });
+    m_refused += weight;
+}
+
+void CallQueue::tellRefusals(Caller& caller, int most)
+{
+    for (; most > 0 && !caller.refusals.empty(); --most) {
+        const Refusal refusal = std::move(caller.refusals.front());
+        caller.refusals.pop_front();
+        m_refused -= refusal.weight;
+        if (!m_outflow.isStuck()) {
+            m_outflow.send(refusal.message, WeightOfRefusal);
+        }
+    }
 }
 
 void CallQueue::refuse(const QString& error, const QString& text)
@@ -175,18 +202,24 @@ void CallQueue::answerNext()
         return;
     }
     Caller& caller = m_callers.front();
-    const Call call = std::move(caller.calls.front());
-    caller.calls.pop_front();
-    m_waiting -= call.weight;
     m_callers.splice(m_callers.end(), m_callers, m_callers.begin());
-    if (caller.calls.empty()) {
+    tellRefusals(caller, caller.calls.empty() ? RefusalsAlone : RefusalsBesideAnswer);
+    std::optional<Call> call;
+    if (!caller.calls.empty()) {
+        call = std::move(caller.calls.front());
+        caller.calls.pop_front();
+        m_waiting -= call->weight;
+    }
+    if (caller.calls.empty() && caller.refusals.empty()) {
         if (caller.isWatched) {
             m_callerLeft.removeWatchedService(caller.name);
         }
         m_callers.pop_back();
     }
     scheduleAnswer(); // an action may run an event loop of its own
-    answer(call);
+    if (call) {
+        answer(*call);
+    }
 }
 
 void CallQueue::answer(const Call& call)
@@ -234,9 +267,13 @@ void CallQueue::dropUnheard(const QString& caller)
                 m_waiting -= isUnheard ? call.weight : 0;
                 return isUnheard;
             });
+            for (const Refusal& refusal : known.refusals) {
+                m_refused -= refusal.weight;
+            }
+            known.refusals.clear();
         }
     }
-    m_callers.remove_if([](const Caller& known) { return known.calls.empty(); });
+    m_callers.remove_if([](const Caller& known) { return known.calls.empty() && known.refusals.empty(); });
 }
 
 } // namespace ipc

@@ -21,7 +21,9 @@ class Outflow;
 /// The object on the bus: takes the calls of tov.base.Items in as they come. A few of callers of whom none
 /// waits are answered at once; when there are more, the server answers one in each turn of the event loop,
 /// its callers taking turns. So nobody waits for more than one call of each other caller, however many
-/// somebody sends, and a single call hardly at all.
+/// somebody sends, and a single call hardly at all. What is refused of one caller is told in its turns as
+/// well: who sends a call for each answer would fill the bus with calls that are refused at once, and every
+/// other call would wait behind them.
 class CallQueue : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -31,6 +33,8 @@ public:
     static constexpr int MostOfOne = 128;
     /// Bytes of the calls that may wait of all callers together; twice as many for those of whom none waits.
     static constexpr qint64 MostOfAll = 8'000'000;
+    /// Bytes of the refusals that wait for their caller's turn; those beyond are told at once.
+    static constexpr qint64 MostRefusals = 4'000'000;
 
     /// Both have to outlive it.
     CallQueue(ItemServer& server, Outflow& outflow, const QDBusConnection& connection);
@@ -58,10 +62,16 @@ private:
         Answer answer;
         qint64 weight = 0; ///< bytes, about
     };
+    struct Refusal
+    {
+        QDBusMessage message;
+        qint64 weight = 0; ///< bytes, about, with the call that it answers
+    };
     struct Caller
     {
         QString name;
         std::list<Call> calls;
+        std::list<Refusal> refusals;
         bool isWatched = false;
     };
 
@@ -71,6 +81,8 @@ private:
     void takeOfPatterns(const QStringList& patterns);
     /// @return why a call is not taken in, of whose caller so many wait; empty when it is
     [[nodiscard]] QString excess(const Call& call, std::size_t waiting) const;
+    void refuse(const Call& call, const QString& text, Caller* caller);
+    void tellRefusals(Caller& caller, int most);
     void scheduleAnswer();
     void answerNext();
     void answer(const Call& call);
@@ -82,6 +94,7 @@ private:
     Outflow& m_outflow;
     std::list<Caller> m_callers; ///< those who wait, in the order in which they are answered
     qint64 m_waiting = 0; ///< bytes of their calls
+    qint64 m_refused = 0; ///< bytes of the refusals
     QDBusServiceWatcher m_callerLeft; ///< of the watched callers, for whom many calls wait
     QDBusMessage m_answered; ///< the call that is being answered
     int m_atOnce = 0; ///< calls answered as they came, in this turn
