@@ -12,18 +12,6 @@
 #include <csignal>
 #include <vector>
 
-namespace {
-
-QDBusMessage request(const QString& method, const QVariantList& arguments)
-{
-    QDBusMessage message =
-        QDBusMessage::createMethodCall(DemoBusName, "/tov/base/Items", "tov.base.Items", method);
-    message.setArguments(arguments);
-    return message;
-}
-
-} // namespace
-
 /// Who sends many calls, alone or with others, and what that costs everybody else.
 class FloodTest : public QObject
 {
@@ -44,7 +32,7 @@ private Q_SLOTS:
         std::vector<QDBusPendingCall> flood;
         flood.reserve(Calls);
         const QDBusConnection flooder = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "flooder");
-        const QDBusMessage list = request("List", { QStringList() });
+        const QDBusMessage list = demoRequest("List", { QStringList() });
         for (int i = 0; i < Calls; ++i) {
             flood.push_back(flooder.asyncCall(list));
         }
@@ -82,7 +70,7 @@ private Q_SLOTS:
     {
         constexpr int Callers = 10;
         constexpr int Calls = 220; // 14 MB, which the bus takes
-        const QDBusMessage echo = request("Trigger", { "echo", QString(65'536, 'x') });
+        const QDBusMessage echo = demoRequest("Trigger", { "echo", QString(65'536, 'x') });
         const auto server = static_cast<pid_t>(m_demo.process().processId());
         QCOMPARE(::kill(server, SIGSTOP), 0);
         auto goesOn = qScopeGuard([server] { ::kill(server, SIGCONT); });
@@ -125,7 +113,7 @@ private Q_SLOTS:
         QCOMPARE(::kill(server, SIGSTOP), 0); // so that all of them are there
         const auto goesOn = qScopeGuard([server] { ::kill(server, SIGCONT); });
         const QDBusConnection flooder = QDBusConnection::sessionBus();
-        const QDBusMessage list = request("List", { QStringList() });
+        const QDBusMessage list = demoRequest("List", { QStringList() });
         std::vector<std::unique_ptr<QDBusPendingCallWatcher>> flood;
         int answered = 0;
         QList<int> answeredBefore; // each refusal

@@ -10,10 +10,7 @@ namespace {
 
 QDBusMessage call(const QString& method, const QVariantList& arguments)
 {
-    QDBusMessage request =
-        QDBusMessage::createMethodCall(DemoBusName, "/tov/base/Items", "tov.base.Items", method);
-    request.setArguments(arguments);
-    return QDBusConnection::sessionBus().call(request);
+    return QDBusConnection::sessionBus().call(demoRequest(method, arguments));
 }
 
 } // namespace

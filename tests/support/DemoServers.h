@@ -2,12 +2,22 @@
 
 #include "PrivateBus.h"
 
+#include <QDBusMessage>
 #include <QHash>
 #include <QProcess>
 
 #include <memory>
 
 inline const QString DemoBusName = "tov.base.demo";
+
+/// A call of its interface, without a client's library.
+inline QDBusMessage demoRequest(const QString& method, const QVariantList& arguments)
+{
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(DemoBusName, "/tov/base/Items", "tov.base.Items", method);
+    message.setArguments(arguments);
+    return message;
+}
 
 /// Server processes with demonstration items, on a session bus of their own.
 class DemoServers
