@@ -125,6 +125,8 @@ private Q_SLOTS:
         if (hasSoundServer) {
             m_bluez->remove(headset + "/fd0");
             QTRY_COMPARE(paired(), QStringList{ "Headset=1" });
+            m_bluez->change(hci0(), "Adapter1", { { "UUIDs", QStringList() } });
+            QTRY_COMPARE(paired(), QStringList{ "Headset=4" });
         }
     }
 
