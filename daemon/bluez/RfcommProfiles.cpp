@@ -62,7 +62,10 @@ void RfcommProfile::registerAtBluez()
     askBluez(managerCall(QStringLiteral("RegisterProfile"),
                          { QVariant::fromValue(QDBusObjectPath(path())), m_uuid, options }),
              this, [this](const QDBusError& error) {
-                 const bool wasRefused = std::exchange(m_isRefused, isBluezError(error, "NotPermitted"));
+                 if (error.type() == QDBusError::Disconnected) {
+                return; // the next bus is asked anew
+            }
+            const bool wasRefused = std::exchange(m_isRefused, isBluezError(error, "NotPermitted"));
                  if (m_isRefused) {
                      if (!wasRefused) {
                          notice(QStringLiteral(
