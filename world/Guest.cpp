@@ -50,6 +50,12 @@ QByteArray environmentAndCommand(const RunOptions& options)
     if (!options.adapter.isEmpty()) {
         command << QStringLiteral("--adapter") << options.adapter;
     }
+    if (options.switchesOn) {
+        command << QStringLiteral("--on");
+    }
+    if (options.isPrivate) {
+        command << QStringLiteral("--private");
+    }
     for (const QString& module : options.modules) {
         command << QStringLiteral("--module") << module;
     }

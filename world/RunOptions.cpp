@@ -88,7 +88,7 @@ void describe(CLI::App& app, TypedOptions& typed)
                                "ends with 0 when all is fine, 1 with a note, 3 when it cannot work");
     app.add_flag("--json", typed.json, "with --check: an object a line")->needs(check);
     app.add_flag("--private", typed.isPrivate,
-                 "with --radio bluez: leave the adapter's name alone, and whether others find it");
+                 "with --radio bluez or guest: leave the adapter's name alone, and whether others find it");
     app.add_flag("--on", typed.on, "switch the radio on first, and wait until it is on");
     app.add_option("--scenario", typed.scenario,
                    "the simulated radio's surroundings (a small room of devices)")
@@ -100,7 +100,8 @@ void describe(CLI::App& app, TypedOptions& typed)
                    "a module to load beside Bluetooth into the same host; repeatable")
         ->type_name("FILE")
         ->allow_extra_args(false);
-    app.add_option("--state", typed.state, "where the host keeps its configs (fresh for each call)")
+    app.add_option("--state", typed.state,
+                   "where the host keeps its configs, made when it is missing (fresh for each call)")
         ->type_name("DIR");
     app.add_option("--log", typed.log,
                    "takes the output of buses, host and controller (shown only on failure; what a person\n"
@@ -274,7 +275,7 @@ base::Result<RunOptions> complete(const TypedOptions& typed, const std::vector<s
                            .arg(run.adapter));
     }
     if (found && run.isPrivate && !run.machineBus) {
-        return misused(QStringLiteral("--private: only \"--radio bluez\" plays on an adapter"));
+        return misused(QStringLiteral("--private: only \"--radio bluez\" and \"guest\" play on an adapter"));
     }
     return found.map([&run] { return run; });
 }

@@ -74,20 +74,17 @@ int openLog(const QByteArray& path)
 /// @return as a shell counts it.
 int switchOn(bool isLiveView, const world::ForegroundSignals& signalsOfOurs)
 {
-    constexpr int Limit = 30; // s
-    const world::FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    world::Command command;
-    command.arguments = QStringLiteral("itemctl set enabled true").split(QLatin1Char(' '));
+    QString line = QStringLiteral("exec itemctl set enabled true >/dev/null");
     if (!isLiveView) {
-        command.arguments << QStringLiteral("--until") << QStringLiteral("status=On")
-                          << QStringLiteral("--timeout") << QString::number(Limit);
+        line += QStringLiteral(" --until status=On --timeout 30");
     }
+    world::Command command;
+    command.arguments = QStringList{ QStringLiteral("sh"), QStringLiteral("-c"), line };
     command.place = world::Command::Place::Foreground;
-    command.output = nowhere.get();
     world::ChildProcess process;
     const int status = process.start(command) ? signalsOfOurs.supervise(process) : 127;
     if (status != 0 && !wasEnded(status)) {
-        say(QStringLiteral("--on: the radio is not on after %1 s").arg(Limit));
+        say(QStringLiteral("--on: the radio does not go on"));
         return Unavailable;
     }
     return status;

@@ -44,16 +44,20 @@ AdapterChoice::AdapterChoice(QString wanted)
     connect(&m_settling, &QTimer::timeout, this, &AdapterChoice::choose);
     connect(&m_bus, &BluezBus::joined, this, &AdapterChoice::followBluez);
     connect(&m_bus, &BluezBus::failed, this, [this](const QString& why) {
-        say(QStringLiteral("the machine's system bus, where bluetoothd is, cannot be reached: %1; the radio "
-                           "comes up when both are there")
-                .arg(why));
+        say(QStringLiteral("the machine's system bus, where bluetoothd is, cannot be reached: %1; %2")
+                .arg(why,
+                     m_bus.isWatched() ? QStringLiteral("the radio comes up when both are there")
+                                       : QStringLiteral("start both, and switch the radio on again")));
     });
     connect(&m_bus, &BluezBus::lost, this, [this] {
         m_settling.stop();
         m_bluezRuns = false;
         lose();
         m_manager.reset();
-        say(QStringLiteral("the machine's system bus has ended; the radio comes up again with it"));
+        say(m_bus.isWatched()
+                ? QStringLiteral("the machine's system bus has ended; the radio comes up again with it")
+                : QStringLiteral("the machine's system bus has ended; switch the radio off and on when it is "
+                                 "there again"));
     });
 }
 

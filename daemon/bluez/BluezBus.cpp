@@ -2,6 +2,7 @@
 
 #include <QDBusError>
 #include <QFileInfo>
+#include <QUrl>
 
 #include <chrono>
 
@@ -43,13 +44,20 @@ BluezBus::BluezBus()
     });
     connect(&m_folder, &QFileSystemWatcher::directoryChanged, this, [this] {
         watchForIt();
-        m_pause.start(FirstPause);
+        if (!m_pause.isActive() || m_pause.intervalAsDuration() > FirstPause) { // also in a busy folder
+            m_pause.start(FirstPause);
+        }
     });
 }
 
 QDBusConnection BluezBus::connection()
 {
     return QDBusConnection(Name);
+}
+
+bool BluezBus::isWatched() const
+{
+    return m_address.startsWith(UnixPath);
 }
 
 void BluezBus::join()
@@ -59,6 +67,7 @@ void BluezBus::join()
     } else {
         Q_EMIT failed(connection().lastError().message());
         watchForIt();
+        m_pause.start(FirstPause); // it may have its socket, and not listen yet
     }
 }
 
@@ -84,10 +93,11 @@ void BluezBus::leave()
 
 void BluezBus::watchForIt()
 {
-    if (!m_address.startsWith(UnixPath)) {
+    if (!isWatched()) {
         return;
     }
-    QFileInfo folder(QFileInfo(m_address.mid(UnixPath.size()).section(QLatin1Char(','), 0, 0)).path());
+    const QString escaped = m_address.mid(UnixPath.size()).section(QLatin1Char(','), 0, 0);
+    QFileInfo folder(QFileInfo(QUrl::fromPercentEncoding(escaped.toLatin1())).path());
     while (!folder.exists() && !folder.isRoot()) {
         folder = QFileInfo(folder.path());
     }

@@ -16,7 +16,10 @@ class BluezBus : public QObject
 public:
     BluezBus();
 
+    /// Waits for the bus's own greeting, as every connection does.
     void join();
+    /// Whether it is noticed when it comes, however late: its address is the path of a socket.
+    [[nodiscard]] bool isWatched() const;
     [[nodiscard]] bool isJoined() const { return connection().isConnected(); }
     [[nodiscard]] static QDBusConnection connection();
 

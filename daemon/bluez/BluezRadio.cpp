@@ -188,15 +188,16 @@ void BluezRadio::stop()
 // ends "Pairable" by itself.
 void BluezRadio::putBack()
 {
+    const BluezQt::AdapterPtr adapter = m_adapter; // may be lost meanwhile
     QList<QDBusPendingCall> calls;
-    if (m_adapter) {
-        m_adapter->disconnect(this);
-        calls << m_settings.restore(*m_adapter);
+    if (adapter) {
+        adapter->disconnect(this);
+        calls << m_settings.restore(*adapter);
     }
     m_agent.unregisterAtBluez();
     m_profiles.unregisterAll();
-    if (!m_adapter.isNull() && waitFor(calls << m_settings.restorePower(*m_adapter), PutBackLimit)) {
-        AdapterSettings::forget(*m_adapter);
+    if (!adapter.isNull() && waitFor(calls << m_settings.restorePower(*adapter), PutBackLimit)) {
+        AdapterSettings::forget(*adapter);
     }
 }
 

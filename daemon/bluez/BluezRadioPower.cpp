@@ -27,7 +27,7 @@ void BluezRadio::openUp()
     if (!std::exchange(m_saidOpen, true)) {
         notice(
             QStringLiteral("other devices will find this machine, as \"%1\", and may ask to pair, until the "
-                           "radio goes off; \"./run --private\" (BLUEZ_PRIVATE=1) leaves its name and "
+                           "radio goes off; \"--private\" (BLUEZ_PRIVATE=1) leaves its name and "
                            "visibility alone")
                 .arg(m_name));
     }
@@ -103,13 +103,13 @@ void BluezRadio::followAdapter()
         m_name = m_adapter->name();
         Q_EMIT localNameChanged(m_name);
     }
-    const bool open = m_adapter->isDiscoverable() && m_adapter->isPairable() && !m_isPrivate;
+    const bool open = m_adapter->isPairable() && (m_isPrivate || m_adapter->isDiscoverable());
     if (m_adapter->isPowered() && std::exchange(m_wasOpen, open) && !open) {
-        notice(QStringLiteral(
-                   "another program has changed the adapter: other devices can no longer %1; switching the "
-                   "radio off and on again allows it")
-                   .arg(m_adapter->isDiscoverable() ? QStringLiteral("pair with it")
-                                                    : QStringLiteral("find it")));
+        notice(
+            QStringLiteral(
+                "another program has changed the adapter: other devices can no longer %1; switching the "
+                "radio off and on again allows it")
+                .arg(m_adapter->isPairable() ? QStringLiteral("find it") : QStringLiteral("pair with it")));
     }
 }
 

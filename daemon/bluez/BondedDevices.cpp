@@ -37,6 +37,11 @@ void BondedDevices::follow(const BluezQt::AdapterPtr& adapter)
             former = *former == device ? m_formerly.erase(former) : std::next(former);
         }
     });
+    connect(adapter.data(), &BluezQt::Adapter::uuidsChanged, this, [this] { // a sound server comes or goes
+        for (const BluezQt::DevicePtr& device : qAsConst(m_devices)) {
+            refresh(device);
+        }
+    });
     QList<BluezQt::DevicePtr> devices = adapter->devices();
     std::sort(devices.begin(), devices.end(),
               [](const auto& left, const auto& right) { return left->address() < right->address(); });

@@ -88,11 +88,11 @@ std::optional<Cause> ManagementEvents::causeOf(qulonglong address) const
     std::optional<Cause> byStatus;
     std::optional<Cause> byDisconnection;
     Message message{};
+    ssize_t size = 0;
     while (m_socket.isValid()
-           && ::recv(m_socket.fileDescriptor(), message.data(), message.size(), MSG_DONTWAIT)
-               > static_cast<ssize_t>(ReasonAt)) {
-        if (addressIn(message) != address) {
-            continue;
+           && (size = ::recv(m_socket.fileDescriptor(), message.data(), message.size(), MSG_DONTWAIT)) > 0) {
+        if (size <= static_cast<ssize_t>(ReasonAt) || addressIn(message) != address) {
+            continue; // shorter ones are of other things
         }
         const uchar reason = message.at(ReasonAt);
         switch (qFromLittleEndian<quint16>(message.data())) {

@@ -59,19 +59,24 @@ void RfcommProfile::registerAtBluez()
     const QVariantMap options{ { QStringLiteral("Channel"), QVariant::fromValue<quint16>(0) },
                                { QStringLiteral("RequireAuthentication"), true },
                                { QStringLiteral("RequireAuthorization"), false } };
-    askBluez(
-        managerCall(QStringLiteral("RegisterProfile"),
-                    { QVariant::fromValue(QDBusObjectPath(path())), m_uuid, options }),
-        this, [this](const QDBusError& error) {
-            const bool wasRefused = std::exchange(m_isRefused, isBluezError(error, "NotPermitted"));
-            if (m_isRefused && !wasRefused) {
-                notice(QStringLiteral("another program holds the UUID %1; it is ours when that one has ended")
-                           .arg(m_uuid));
-                Q_EMIT refused();
-            } else if (error.isValid() && !m_isRefused) {
-                tellFailure(QStringLiteral("registering the UUID %1").arg(m_uuid), error);
+    askBluez(managerCall(QStringLiteral("RegisterProfile"),
+                         { QVariant::fromValue(QDBusObjectPath(path())), m_uuid, options }),
+             this, [this](const QDBusError& error) {
+                 if (error.type() == QDBusError::Disconnected) {
+                return; // the next bus is asked anew
             }
-        });
+            const bool wasRefused = std::exchange(m_isRefused, isBluezError(error, "NotPermitted"));
+                 if (m_isRefused) {
+                     if (!wasRefused) {
+                         notice(QStringLiteral(
+                                    "another program holds the UUID %1; it is ours when that one has ended")
+                                    .arg(m_uuid));
+                     }
+                     Q_EMIT refused(); // the bus may be another one
+                 } else if (error.isValid() && !m_isRefused) {
+                     tellFailure(QStringLiteral("registering the UUID %1").arg(m_uuid), error);
+                 }
+             });
 }
 
 void RfcommProfile::unregisterAtBluez()

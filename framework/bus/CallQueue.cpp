@@ -170,9 +170,7 @@ void CallQueue::tellRefusals(Caller& caller, int most)
         const Refusal refusal = std::move(caller.refusals.front());
         caller.refusals.pop_front();
         m_refused -= refusal.weight;
-        if (!m_outflow.isStuck()) {
-            m_outflow.send(refusal.message, WeightOfRefusal);
-        }
+        m_outflow.send(refusal.message, WeightOfRefusal); // there is room, or it would not be this turn
     }
 }
 

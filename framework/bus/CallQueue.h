@@ -21,9 +21,9 @@ class Outflow;
 /// The object on the bus: takes the calls of tov.base.Items in as they come. A few of callers of whom none
 /// waits are answered at once; when there are more, the server answers one in each turn of the event loop,
 /// its callers taking turns. So nobody waits for more than one call of each other caller, however many
-/// somebody sends, and a single call hardly at all. What is refused of one caller is told in its turns as
-/// well: who sends a call for each answer would fill the bus with calls that are refused at once, and every
-/// other call would wait behind them.
+/// somebody sends, and a single call hardly at all. What is refused because too many calls wait is told in
+/// its caller's turns as well: who sends a call for each answer would fill the bus with calls that are
+/// refused at once, and every other call would wait behind them.
 class CallQueue : public QObject, protected QDBusContext
 {
     Q_OBJECT

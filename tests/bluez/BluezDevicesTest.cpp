@@ -125,6 +125,8 @@ private Q_SLOTS:
         if (hasSoundServer) {
             m_bluez->remove(headset + "/fd0");
             QTRY_COMPARE(paired(), QStringList{ "Headset=1" });
+            m_bluez->change(hci0(), "Adapter1", { { "UUIDs", QStringList() } });
+            QTRY_COMPARE(paired(), QStringList{ "Headset=4" });
         }
     }
 
@@ -187,12 +189,35 @@ private Q_SLOTS:
         QCOMPARE(end(proxy().unregisterRFCOMMUUID("1101")), "NotRegistered");
     }
 
+    void awaitsAUuidThatAnotherHolds_data()
+    {
+        const Rows<bool> row("anew");
+        row("on this bus", false);
+        row("on the next one as well", true);
+    }
+
     // It becomes ours when whoever holds it leaves the bus.
     void awaitsAUuidThatAnotherHolds()
     {
+        QFETCH(bool, anew);
         const QString registers = "ProfileManager1.RegisterProfile";
         m_bluez->answer(registers, "NotPermitted");
         QVERIFY(startOn());
+        if (anew) {
+            proxy().registerRFCOMMUUID("1101");
+            QTRY_VERIFY(told("another program holds the UUID 00001101-"));
+            expect({ "bus has ended", "is gone", "bluetoothd is not there" });
+            m_bluez.reset();
+            m_bluezBus.stop();
+            QTRY_COMPARE(proxy().status(), 0);
+            QVERIFY(startBluezBus());
+            m_bluez = std::make_unique<FakeBluez>(m_bluezBus.address());
+            m_bluez->answer(registers, "NotPermitted");
+            m_bluez->appear();
+            m_bluez->addAdapter(hci0());
+            QTRY_VERIFY(m_bluez->called({ registers }));
+            QTRY_COMPARE(proxy().status(), 3);
+        }
         auto holder =
             std::make_unique<QDBusConnection>(QDBusConnection::connectToBus(m_bluez->busAddress(), "holder"));
         proxy().registerRFCOMMUUID("1101");

@@ -73,6 +73,7 @@ private Q_SLOTS:
             "the two did not agree on a key");
         row("no answer", { failed + "0108" }, "the other device stopped answering");
         row("not reached", { unreached + "0104" }, "the other device does not answer");
+        row("refused, behind a short one", { "", failed + "010b" }, "the other device refused");
         row("another device", { failed + "0208" }, "the two did not agree on a key");
     }
 
@@ -85,8 +86,10 @@ private Q_SLOTS:
         ours.giveFileDescriptor(ends[0]);
         const auto close = qScopeGuard([&] { ::close(ends[1]); });
         for (const QByteArray& event : qAsConst(events)) {
-            const QByteArray message = QByteArray::fromHex(event.left(2) + "00 0000 0800" + event.mid(2, 2)
-                                                           + "4433221100 00" + event.right(2));
+            const QByteArray message = QByteArray::fromHex(
+                event.isEmpty() // that looking around has ended
+                    ? "1300 0000 0200 0700"
+                    : event.left(2) + "00 0000 0800" + event.mid(2, 2) + "4433221100 00" + event.right(2));
             QCOMPARE(::send(ends[1], message.constData(), size_t(message.size()), 0), message.size());
         }
         const auto cause = bt::exactly(QDBusError(QDBusMessage::createError(

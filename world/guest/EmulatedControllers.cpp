@@ -1,6 +1,7 @@
 #include "EmulatedControllers.h"
 
 #include <csignal>
+#include <unistd.h>
 
 using guestbluez::adapterProperty;
 
@@ -8,6 +9,7 @@ namespace {
 
 const QString BusAddress = QStringLiteral("unix:path=/run/dbus/system_bus_socket");
 constexpr int Long = 60'000; // ms
+constexpr const char* Device = "/dev/vhci"; ///< by which the kernel takes emulated controllers
 
 bool isThere(const QString& adapter)
 {
@@ -25,6 +27,11 @@ bool EmulatedControllers::run(world::ChildProcess& process, const QStringList& a
 
 base::Result<> EmulatedControllers::start()
 {
+    if (::access(Device, R_OK | W_OK) != 0) { // before a system bus is started, which would stay
+        return base::error(QStringLiteral("%1 is not there: emulated controllers belong into the emulated "
+                                          "machine of \"./run --radio guest\"")
+                               .arg(QLatin1String(Device)));
+    }
     world::ChildProcess daemon;
     if (!run(daemon,
              { QStringLiteral("dbus-daemon"), QStringLiteral("--system"), QStringLiteral("--fork"),

@@ -10,13 +10,17 @@
 
 int main(int argc, char** argv)
 {
+    if (argc != 2 || !QByteArray(argv[1]).startsWith("unix:")) {
+        std::fputs("usage: secondradio unix:path=SOCKET\n", stderr);
+        return 2;
+    }
     const QCoreApplication application(argc, argv);
     const base::EndingSignals signalsToEnd;
     QObject::connect(&signalsToEnd, &base::EndingSignals::received, &application, &QCoreApplication::quit);
     EmulatedControllers machine;
     std::unique_ptr<RadioDriver> driver;
     const auto ready = machine.start().and_then([&] {
-        driver = std::make_unique<RadioDriver>(machine, QString::fromLocal8Bit(argv[argc - 1]));
+        driver = std::make_unique<RadioDriver>(machine, QString::fromLocal8Bit(argv[1]));
         return driver->start();
     });
     if (!ready) {
