@@ -63,9 +63,9 @@ void RfcommProfile::registerAtBluez()
                          { QVariant::fromValue(QDBusObjectPath(path())), m_uuid, options }),
              this, [this](const QDBusError& error) {
                  if (error.type() == QDBusError::Disconnected) {
-                return; // the next bus is asked anew
-            }
-            const bool wasRefused = std::exchange(m_isRefused, isBluezError(error, "NotPermitted"));
+                     return; // the next bus is asked anew
+                 }
+                 const bool wasRefused = std::exchange(m_isRefused, isBluezError(error, "NotPermitted"));
                  if (m_isRefused) {
                      if (!wasRefused) {
                          notice(QStringLiteral(
