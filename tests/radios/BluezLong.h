@@ -17,6 +17,28 @@ public:
     }
 
 private Q_SLOTS:
+    // Before the others, of whom the emulated controllers keep something: behind them the link has been seen
+    // to hang. The address that was scanned is one of many; its own comes to light with the keys.
+    void knowsAPrivateAddress()
+    {
+        const QString own = m_guest.lowEnergyDevice("DisplayOnly", GuestScenery::Addresses::Private);
+        QVERIFY(LowEnergy::hears(m_world, "scanresultsName", "Second"));
+        const QString scanned =
+            m_world.text(QString("scanresultsAddr:%1").arg(m_world.row("scanresultsName", "Second")));
+        QVERIFY2(scanned != own, "it does not hide");
+        RadioWorld::trigger("pair", scanned);
+        QVERIFY(m_world.await("pairstate", "PIN Needed"));
+        const SecondRadio& second = m_guest.second();
+        QTRY_VERIFY_WITH_TIMEOUT(!second.shownCode().isEmpty(), 60'000);
+        RadioWorld::trigger("pinreply", second.shownCode());
+        QVERIFY(m_world.await("pairstate", "Paired"));
+        QVERIFY(m_world.await("pairlistAddr:0", own));
+        // The guest's kernel ends with a link to one that advertises still.
+        QCOMPARE(problemOf(SecondRadio::beClassic()), QString());
+        RadioWorld::trigger("unpair", scanned);
+        QVERIFY(m_world.await("pairlistAddr:0", QString()));
+    }
+
     // The daemon before the controllers, and the controllers before the daemon.
     void restartsInAnyOrder_data()
     {
@@ -68,26 +90,6 @@ private Q_SLOTS:
         QVERIFY(m_world.output().contains("another program has changed the adapter"));
         QVERIFY(m_world.enable(false));
         QCOMPARE(GuestScenery::adapterProperty("Alias"), QVariant("Theirs"));
-    }
-
-    // The address that was scanned is one of many; its own comes to light with the keys.
-    void knowsAPrivateAddress()
-    {
-        const QString own = m_guest.lowEnergyDevice("DisplayOnly", GuestScenery::Addresses::Private);
-        QVERIFY(LowEnergy::hears(m_world, "scanresultsName", "Second"));
-        const QString scanned =
-            m_world.text(QString("scanresultsAddr:%1").arg(m_world.row("scanresultsName", "Second")));
-        QVERIFY2(scanned != own, "it does not hide");
-        RadioWorld::trigger("pair", scanned);
-        SecondRadio& second = m_guest.second();
-        QTRY_VERIFY_WITH_TIMEOUT(!second.shownCode().isEmpty(), 60'000);
-        RadioWorld::trigger("pinreply", second.shownCode());
-        QVERIFY(m_world.await("pairstate", "Paired"));
-        QVERIFY(m_world.await("pairlistAddr:0", own));
-        // The guest's kernel ends with a link to one that advertises still.
-        QCOMPARE(problemOf(SecondRadio::beClassic()), QString());
-        RadioWorld::trigger("unpair", scanned);
-        QVERIFY(m_world.await("pairlistAddr:0", QString()));
     }
 
 private:
