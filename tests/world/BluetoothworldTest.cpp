@@ -9,24 +9,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
-
 namespace {
-
-QString program()
-{
-    return world::World::binFolder() + "/bluetoothworld";
-}
-
-QStringList withStandIn(const QStringList& arguments)
-{
-    return QStringList{ "--radio", "/bin/true", "--host", besideTest("stand_in_host") } + arguments;
-}
-
-bool isGone(pid_t pid)
-{
-    return pid > 0 && kill(pid, 0) != 0;
-}
 
 /// A scenario file; where it is.
 QString writeRoom(const QTemporaryDir& folder)
@@ -63,7 +46,7 @@ private Q_SLOTS:
         row("not executable", { "/etc/passwd" }, 126, "bluetoothworld: /etc/passwd: Permission denied\n");
         row("arguments like options", { "test", "--", "=", "--" }, 0, "");
         row("an empty argument", { "test", "-z", "" }, 0, "");
-        row("help", { "sh", "-c", "[ \"$($0 help)\" = \"$($0 --help)\" ]", program() }, 0, "");
+        row("help", { "sh", "-c", "[ \"$($0 help)\" = \"$($0 --help)\" ]", worldProgram() }, 0, "");
     }
 
     void exitStatus()
@@ -71,7 +54,7 @@ private Q_SLOTS:
         QFETCH(QStringList, command);
         QFETCH(int, status);
         QFETCH(QString, error);
-        const Finished world = run(program(), withStandIn({ "--" }) + command);
+        const Finished world = run(worldProgram(), withStandIn({ "--" }) + command);
         QCOMPARE(world.err, error);
         QCOMPARE(world.status, status);
     }
@@ -118,7 +101,7 @@ private Q_SLOTS:
     {
         QFETCH(QStringList, arguments);
         QFETCH(QString, error);
-        const Finished world = run(program(), arguments);
+        const Finished world = run(worldProgram(), arguments);
         QVERIFY2(world.err.contains(error), qPrintable(world.err));
         QCOMPARE(world.err.count('\n'), 1);
         QCOMPARE(world.out, QString());
@@ -131,7 +114,7 @@ private Q_SLOTS:
         const QString scenario = writeRoom(folder);
         // Names are relative to the folder that the caller stands in, and stay visible below /tmp.
         const Finished world = run(
-            program(),
+            worldProgram(),
             withStandIn({ "--scenario", "room.json", "--state", "kept", "--log", "kept.log", "--", "sh", "-c",
                           "echo $BLUESIM_SCENARIO; cat kept.log; pwd; ls -d kept; echo ${PATH%%:*}" }),
             { {}, false, folder.path() });
@@ -142,15 +125,15 @@ private Q_SLOTS:
         QCOMPARE(lines.mid(lines.size() - 3),
                  QStringList({ folder.path(), "kept", world::World::binFolder() }));
         const Finished named =
-            run(program(), withStandIn({ "--scenario", "crowd", "--", "printenv", "BLUESIM_SCENARIO" }));
+            run(worldProgram(), withStandIn({ "--scenario", "crowd", "--", "printenv", "BLUESIM_SCENARIO" }));
         QCOMPARE(named.out, "crowd\n");
         const Finished adapter =
-            run(program(),
+            run(worldProgram(),
                 { "--host", besideTest("stand_in_host"), "--radio", "bluez", "--adapter", "hci7", "--private",
                   "--", "printenv", "BLUEZ_ADAPTER", "BLUEZ_PRIVATE" });
         QCOMPARE(adapter.out, "hci7\n1\n");
         const Finished check =
-            run(program(), { "--radio", "bluez", "--check", "--json" },
+            run(worldProgram(), { "--radio", "bluez", "--check", "--json" },
                 { { { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent" } }, false, {} });
         QVERIFY2(check.out.contains(R"({"level":"fault","subject":"bus",)"), qPrintable(check.out));
         QCOMPARE(check.status, 3);
@@ -172,7 +155,7 @@ private Q_SLOTS:
         QFETCH(QString, radio);
         QFETCH(QString, error);
         const Finished world =
-            run(program(), { "--radio", radio, "--on", "--", "itemctl", "get", "status" },
+            run(worldProgram(), { "--radio", radio, "--on", "--", "itemctl", "get", "status" },
                 { { { "LD_PRELOAD", "/usr/$LIB/faketime/libfaketime.so.1" }, { "FAKETIME", "+0 x20" } },
                   false,
                   {} });
@@ -193,7 +176,7 @@ private Q_SLOTS:
         const QString script = "greet() { echo hello; }; export -f greet\n"
                                "exec env a.b=kept \"$@\" 9<<<opened";
         const Finished world = run("bash",
-                                   QStringList{ "-c", script, "bash", program() }
+                                   QStringList{ "-c", script, "bash", worldProgram() }
                                        + withStandIn({ "--", "bash", "-c", "greet; printenv a.b; cat <&9" }),
                                    { only(mechanism), ordinaryUser, "/" });
         QCOMPARE(world.err, QString());
@@ -213,7 +196,7 @@ private Q_SLOTS:
                                    "--scenario", writeRoom(folder) };
         const QString script =
             "cat $BLUESIM_SCENARIO; blue_controller_zq4 && echo; echo ${TMPDIR-none}; ls " + folder.path();
-        const Finished world = run(program(), options + QStringList{ "--", "sh", "-c", script },
+        const Finished world = run(worldProgram(), options + QStringList{ "--", "sh", "-c", script },
                                    { { { "TMPDIR", folder.filePath("hidden") } }, false, "/" });
         QCOMPARE(world.err, QString());
         QCOMPARE(world.out, "{ \"devices\": [] }\nnone\nlink\nroom.json\ntrue\n");
@@ -229,110 +212,11 @@ private Q_SLOTS:
     void bluezRadioGetsTheMachinesBus()
     {
         QFETCH(QString, given);
-        const Finished world = run(program(),
+        const Finished world = run(worldProgram(),
                                    { "--radio", "bluez", "--host", besideTest("stand_in_host"), "--",
                                      "printenv", "BLUEZ_SYSTEM_BUS_ADDRESS" },
                                    { { { "DBUS_SYSTEM_BUS_ADDRESS", given } }, false, {} });
         QTEST(world.out, "bus");
-    }
-
-    void nothingStaysBehind_data()
-    {
-        addMechanisms();
-    }
-
-    void nothingStaysBehind()
-    {
-        FETCH_MECHANISM
-        const QTemporaryDir runtime("/var/tmp/runtime-XXXXXX");
-        QVERIFY(QFile::setPermissions(runtime.path(), QFile::Permissions(0x7777)));
-        Run how{ only(mechanism), ordinaryUser, "/" };
-        how.environment.emplace_back("XDG_RUNTIME_DIR", runtime.path());
-        // A job, a daemon with a session of its own, and, once, one that does not hear SIGTERM (it costs a
-        // grace); and those of the world.
-        const bool deaf = mechanism == "namespace" && !ordinaryUser;
-        const QString script =
-            QString("sleep 1000 >/dev/null 2>&1 & echo $!; mkfifo /tmp/said\n"
-                    "(setsid sh -c 'echo $$; exec >/tmp/said 2>&-; echo; sleep 1000 >&- & wait' &)\n"
-                    "read nothing </tmp/said\n"
-                    "(setsid sh -c '%1 echo $$; exec >/tmp/said 2>&-; echo; exec sleep 1000 >&-' &)\n"
-                    "read nothing </tmp/said\n"
-                    "for bus in SYSTEM SESSION; do eval address=\\$DBUS_${bus}_BUS_ADDRESS\n"
-                    "dbus-send --bus=$address --print-reply=literal --dest=org.freedesktop.DBus / "
-                    "org.freedesktop.DBus.GetConnectionUnixProcessID string:org.freedesktop.DBus "
-                    "| tr -dc '0-9\\n' | sed s/^32//; done\n")
-                .arg(deaf ? "trap \"\" TERM;" : QString());
-        const Finished world = run(program(), withStandIn({ "--", "sh", "-c", script }), how);
-        QCOMPARE(world.err, QString());
-        QCOMPARE(world.status, 0);
-        const QStringList processes = world.out.split('\n', Qt::SkipEmptyParts);
-        QCOMPARE(processes.size(), 5);
-        for (const QString& process : processes) {
-            QVERIFY2(isGone(process.toInt()), qPrintable(process));
-        }
-        QCOMPARE(QDir(runtime.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                 QStringList());
-    }
-
-    void killedProotLeavesNoFolder()
-    {
-        REQUIRE_MECHANISM("proot", false)
-        const QString script = "sed -n 's/^TracerPid:.//p' /proc/self/status | tee /tmp/proot\n"
-                               "kill -KILL $(cat /tmp/proot)";
-        const Finished world =
-            run(program(), withStandIn({ "--", "sh", "-c", script }), { only("proot"), false, "/" });
-        QCOMPARE(world.status, 128 + SIGKILL);
-        const QString proot = world.out.trimmed();
-        QDir tmp("/tmp");
-        QCOMPARE(tmp.entryList({ "proot-" + proot + "-*" }), QStringList());
-        for (const QString& loader : tmp.entryList({ "prooted-" + proot + "-*" })) { // its own leftover
-            QVERIFY(tmp.remove(loader));
-        }
-    }
-
-    void signalEndsTheWorld_data()
-    {
-        QTest::addColumn<int>("number");
-        QTest::addColumn<QString>("mechanism");
-        for (const char* mechanism : { "namespace", "proot" }) {
-            for (const int number : { SIGTERM, SIGHUP, SIGINT }) {
-                QTest::addRow("%s, signal %d", mechanism, number) << number << mechanism;
-            }
-        }
-    }
-
-    void signalEndsTheWorld()
-    {
-        QFETCH(int, number);
-        QFETCH(QString, mechanism);
-        REQUIRE_MECHANISM(mechanism, false)
-        QProcess world;
-        start(world, program(), withStandIn({ "--", "sh", "-c", "echo $$; exec sleep 1000" }),
-              { only(mechanism), false, {} });
-        QVERIFY(world.waitForReadyRead());
-        const pid_t command = world.readLine().trimmed().toInt();
-        kill(static_cast<pid_t>(world.processId()), number);
-        QVERIFY(world.waitForFinished());
-        QCOMPARE(world.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(world.exitCode(), 128 + number);
-        QCOMPARE(world.readAllStandardError(), QByteArray());
-        QVERIFY(isGone(command));
-    }
-
-    void canBeInterruptedWhileItStarts()
-    {
-        const QTemporaryDir folder("/var/tmp/log-XXXXXX");
-        QFile log(folder.filePath("world.log"));
-        QProcess world;
-        start(world, program(), withStandIn({ "--log", log.fileName(), "--", "true" }),
-              { { { "STAND_IN_HOST", "hangs" } }, false, {} });
-        QTRY_VERIFY(log.isOpen() || log.open(QIODevice::ReadOnly));
-        QByteArray said;
-        QTRY_VERIFY((said += log.readAll()).contains("host: state in"));
-        kill(static_cast<pid_t>(world.processId()), SIGTERM);
-        QVERIFY(world.waitForFinished());
-        QCOMPARE(world.exitCode(), 128 + SIGTERM);
-        QVERIFY(world.readAllStandardError().contains("interrupted while"));
     }
 
     void tellsWhatTheHostSaid_data()
@@ -352,7 +236,7 @@ private Q_SLOTS:
         QFETCH(QString, standIn);
         QFETCH(QStringList, told);
         const Finished world =
-            run(program(), withStandIn(arguments), { { { "STAND_IN_HOST", standIn } }, false, {} });
+            run(worldProgram(), withStandIn(arguments), { { { "STAND_IN_HOST", standIn } }, false, {} });
         for (const QString& text : told) {
             QVERIFY2(world.err.contains(text), qPrintable(world.err));
         }
@@ -363,7 +247,7 @@ private Q_SLOTS:
     {
         const QTemporaryDir folder("/var/tmp/log-XXXXXX");
         QFile log(folder.filePath("world.log"));
-        const Finished world = run(program(), withStandIn({ "--log", log.fileName(), "--", "true" }),
+        const Finished world = run(worldProgram(), withStandIn({ "--log", log.fileName(), "--", "true" }),
                                    { { { "STAND_IN_HOST", "fails" } }, false, {} });
         QCOMPARE(world.err.count('\n'), 1);
         QVERIFY(log.open(QIODevice::ReadOnly));

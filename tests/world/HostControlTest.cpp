@@ -1,7 +1,6 @@
 // hostctl in a world with a stand-in of the host.
 #include "Mechanisms.h"
 
-#include "World.h"
 #include "support/Rows.h"
 
 #include <QElapsedTimer>
@@ -73,7 +72,7 @@ private Q_SLOTS:
         QFETCH(const QString, error);
         QElapsedTimer time;
         time.start();
-        const Finished world = run(world::World::binFolder() + "/bluetoothworld",
+        const Finished world = run(worldProgram(),
                                    { "--radio", "/bin/true", "--host", m_folder.filePath("host"), "--state",
                                      "state", "--log", "log", "--", "sh", "-c", Words + script },
                                    { only("namespace"), false, m_folder.path() });
@@ -86,7 +85,7 @@ private Q_SLOTS:
     void prootCannotFreeze()
     {
         REQUIRE_MECHANISM("proot", false)
-        const Finished world = run(world::World::binFolder() + "/bluetoothworld",
+        const Finished world = run(worldProgram(),
                                    { "--radio", "/bin/true", "--host", m_folder.filePath("host"), "--", "sh",
                                      "-c", "hostctl restart && hostctl freeze" },
                                    { only("proot"), false, "/" });

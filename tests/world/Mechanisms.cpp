@@ -1,4 +1,6 @@
 #include "Mechanisms.h"
+
+#include "World.h"
 #include "support/Rows.h"
 
 #include <QCoreApplication>
@@ -8,6 +10,16 @@
 QString besideTest(const QString& name)
 {
     return QCoreApplication::applicationDirPath() + '/' + name;
+}
+
+QString worldProgram()
+{
+    return world::World::binFolder() + "/bluetoothworld";
+}
+
+QStringList withStandIn(const QStringList& arguments)
+{
+    return QStringList{ "--radio", "/bin/true", "--host", besideTest("stand_in_host") } + arguments;
 }
 
 void addMechanisms()

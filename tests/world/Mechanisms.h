@@ -4,6 +4,10 @@
 
 /// The path of another program of the tests.
 QString besideTest(const QString& name);
+/// The program behind ./run.
+QString worldProgram();
+/// The options by which it is a world of stand-ins, in front of others.
+QStringList withStandIn(const QStringList& arguments);
 
 /// Rows "mechanism" and "ordinaryUser": every way to the private view, as this user and, for root, as nobody.
 void addMechanisms();

@@ -13,11 +13,6 @@
 
 namespace {
 
-QString program()
-{
-    return world::World::binFolder() + "/bluetoothworld";
-}
-
 /// What a person does to start the controller, and to know that it has said everything.
 const QString StartAndHear = "mkfifo /tmp/said; itemctl set enabled true; read end </tmp/said";
 
@@ -83,7 +78,7 @@ private Q_SLOTS:
         ::mkfifo(QFile::encodeName(m_folder.filePath("fifo")).constData(), 0600);
         QVERIFY(writeController("echo 'notice: x'"));
         const Finished finished = run("sh",
-                                      { "-c", "exec \"$@\" " + redirection, "sh", program(), "--radio",
+                                      { "-c", "exec \"$@\" " + redirection, "sh", worldProgram(), "--radio",
                                         controller(), "--log", log, "--", "sh", "-c", StartAndHear });
         QTEST(finished.err, "shown");
         QCOMPARE(finished.status, 0);
@@ -122,7 +117,7 @@ private Q_SLOTS:
     void simulatedRadioRefuses()
     {
         const Finished finished =
-            run(program(),
+            run(worldProgram(),
                 { "--", "sh", "-c",
                   "itemctl set enabled true && itemctl wait status=On && itemctl call cancelscan && itemctl "
                   "call pair "
@@ -146,7 +141,7 @@ private Q_SLOTS:
         const QString command = "itemctl set enabled true\n"
                                 "until busctl --system status com.qarn.bluetooth >/dev/null 2>&1; do :; done";
         const Finished finished =
-            run(program(), { "--radio", "bluez", "--", "sh", "-c", command },
+            run(worldProgram(), { "--radio", "bluez", "--", "sh", "-c", command },
                 { { { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent" } }, false, {} });
         QVERIFY2(finished.err.startsWith(
                      "notice: the machine's system bus, where bluetoothd is, cannot be reached"),
@@ -157,8 +152,8 @@ private Q_SLOTS:
     // Which does not go back to the first column by itself.
     void rawTerminal()
     {
-        const Finished finished =
-            run("script", { "-qec", "stty raw; exec " + program() + " -- itemctl call scan", "/dev/null" });
+        const Finished finished = run(
+            "script", { "-qec", "stty raw; exec " + worldProgram() + " -- itemctl call scan", "/dev/null" });
         QVERIFY2(finished.out.endsWith("switches it on\r\n"), qPrintable(finished.out));
     }
 
@@ -166,7 +161,7 @@ private Q_SLOTS:
     {
         QVERIFY(writeController("echo 'notice: ZEBRA'; exec sleep 1000"));
         PseudoTerminal terminal;
-        QVERIFY(terminal.start({ program(), "--radio", controller() }));
+        QVERIFY(terminal.start({ worldProgram(), "--radio", controller() }));
         QVERIFY2(terminal.shows("quits"), terminal.screen());
         terminal.type("e");
         QVERIFY2(terminal.shows("ZEBRA"), terminal.screen());
@@ -191,7 +186,7 @@ private:
 
     [[nodiscard]] Finished inWorld(const QStringList& options, const QString& command) const
     {
-        return run(program(),
+        return run(worldProgram(),
                    QStringList{ "--radio", controller() } + options
                        + QStringList{ "--", "sh", "-c", command });
     }

@@ -25,7 +25,7 @@ using Steps = QVector<Step>;
 
 QStringList worldWith(const QStringList& arguments)
 {
-    return QStringList{ world::World::binFolder() + "/bluetoothworld" } + arguments;
+    return QStringList{ worldProgram() } + arguments;
 }
 
 QStringList standIn(const QStringList& command)
