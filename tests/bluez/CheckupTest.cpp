@@ -115,6 +115,10 @@ private Q_SLOTS:
                                      { { "Powered", true }, { "Discoverable", true } });
             }),
             "", "\"machine\": on, visible to others; it is the one that is taken", 0);
+        row("off, and seen by nobody", with([](const Machine& machine) {
+                machine.bluez.change("/org/bluez/hci0", "Adapter1", { { "Discoverable", true } });
+            }),
+            "", "\"machine\": off; it is the one that is taken", 0);
         row("not that one", fine, "hci7", "fault  adapter: hci7 is not there\n       plug it in, or choose",
             3);
         row("looks around", with([](const Machine& machine) {

@@ -1,5 +1,4 @@
-#include "client/KELClientInterface.h"
-#include "support/DemoServers.h"
+#include "DemoFixture.h"
 #include "support/Rows.h"
 
 #include <QDBusConnectionInterface>
@@ -14,18 +13,11 @@
 #include <vector>
 
 /// Who sends many calls, alone or with others, and what that costs everybody else.
-class FloodTest : public QObject
+class FloodTest : public DemoFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QCOMPARE(m_demo.startBus(), QString());
-        QVERIFY(m_demo.start());
-        m_client = std::make_unique<KELClientInterface>(DemoBusName, QDBusConnection::sessionBus());
-    }
-
     void oneCallerTakesTurnsWithTheOthers()
     {
         constexpr int Calls = 5000;
@@ -167,9 +159,6 @@ private:
         const QString text = status.open(QIODevice::ReadOnly) ? status.readAll() : QString();
         return text.section("VmHWM:", 1).section("kB", 0, 0).toInt();
     }
-
-    DemoServers m_demo;
-    std::unique_ptr<KELClientInterface> m_client;
 };
 
 QTEST_GUILESS_MAIN(FloodTest)

@@ -1,5 +1,4 @@
-#include "client/KELClientInterface.h"
-#include "support/DemoServers.h"
+#include "DemoFixture.h"
 #include "support/Rows.h"
 
 #include <QDBusArgument>
@@ -16,18 +15,11 @@ QDBusMessage call(const QString& method, const QVariantList& arguments)
 } // namespace
 
 /// What a server answers to single requests: refusals and limits.
-class ItemRequestsTest : public QObject
+class ItemRequestsTest : public DemoFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QCOMPARE(m_demo.startBus(), QString());
-        QVERIFY(m_demo.start());
-        m_client = std::make_unique<KELClientInterface>(DemoBusName, QDBusConnection::sessionBus());
-    }
-
     void refusedRequests_data()
     {
         const Rows<QString, QVariantList, QString, QString> row("method", "arguments", "error", "text");
@@ -213,10 +205,6 @@ private Q_SLOTS:
         m_demo.end(); // with what it grew to
         QVERIFY(m_demo.start());
     }
-
-private:
-    DemoServers m_demo;
-    std::unique_ptr<KELClientInterface> m_client;
 };
 
 QTEST_GUILESS_MAIN(ItemRequestsTest)
